@@ -1,0 +1,1 @@
+install(TARGETS tnk_avx tnk_host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -1,0 +1,66 @@
+/* The host: errors, the kernel library that it loads, versions. Link with -ltnk_host. */
+#ifndef TNK_HOST_H
+#define TNK_HOST_H
+
+#include <tnk/kernel.h>
+#include <tnk/services.h>
+#include <tnk/types.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Errors ------------------------------------------------------------------------------------------------- */
+
+enum tnk_error_kind {
+  TNK_ERROR_ARGUMENT = 1, /* a public routine was given a bad argument; nothing was touched */
+  TNK_ERROR_MEMORY = 2,   /* memory could not be had; the routine says what it did instead */
+  TNK_ERROR_KERNEL = 3    /* no kernel library could be loaded; nothing was touched */
+};
+
+typedef struct tnk_error {
+  enum tnk_error_kind kind;
+  const char *routine;  /* "tnk_blas_daxpy" */
+  int position;         /* of the argument, from 1; 0 when no argument is at fault */
+  const char *argument; /* "incx"; "" when no argument is at fault */
+  const char *value;    /* the value found, as text; "" when there is none */
+  const char *expected; /* what would have been right, as text; "" when there is none */
+  const char *message;  /* all of it as one line without a newline */
+} tnk_error;
+
+/* Called on the thread that made the error, once an error. The texts live until it returns. */
+typedef void (*tnk_error_handler)(const tnk_error *error);
+
+/* Sets the process's handler and returns the one before. Null sets the default, which writes "tnk: " and the message
+   to standard error. */
+tnk_error_handler tnk_set_error_handler(tnk_error_handler handler);
+
+/* ---- The kernel library ------------------------------------------------------------------------------------- */
+
+enum tnk_status {
+  TNK_OK = 0,
+  TNK_NO_AVX = 1,            /* the processor or the operating system lacks AVX */
+  TNK_KERNEL_MISSING = 2,    /* the file is not there or cannot be loaded */
+  TNK_KERNEL_FOREIGN = 3,    /* the file is no kernel library: it lacks dll_cpu_version */
+  TNK_KERNEL_OTHER_CLASS = 4 /* a kernel library of another processor class */
+};
+
+/* Loads the kernel library unless it is loaded: the file that the environment variable TNK_KERNEL_PATH names, or
+   libtnk_avx.so beside libtnk_host.so. Public routines do this on their first call. The first outcome stays for the
+   life of the process; each refusal is reported through the error handler. Any thread may call it. */
+enum tnk_status tnk_kernel_load(void);
+
+/* Path of the kernel library, loaded or refused, as tnk_kernel_load looked for it. Never null. */
+const char *tnk_kernel_path(void);
+
+/* Why tnk_kernel_load refused, as one line; "" after TNK_OK and before the first load. */
+const char *tnk_kernel_message(void);
+
+/* Address of an exported entry of the kernel library, loading it if need be; null when there is no such entry. The
+   entries trust their caller: they check no argument. */
+void *tnk_kernel_entry(const char *name);
+
+TNK_END_DECLS
+
+/* The entry with the type of its declaration, for example TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). */
+#define TNK_KERNEL_ENTRY(name) ((__typeof__(&name))tnk_kernel_entry(#name))
+
+#endif

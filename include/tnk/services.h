@@ -1,0 +1,77 @@
+/* The services that a kernel library imports. libtnk_host.so supplies them; a program may supply its own by
+   defining a function of the same name, which the dynamic linker then prefers. All run on the caller's thread. */
+#ifndef TNK_SERVICES_H
+#define TNK_SERVICES_H
+
+#include <stddef.h>
+#include <tnk/types.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Memory. Each block goes back through the partner named here, never through another's. ------------------
+   Alignments are in bytes and must be powers of two (smaller than a pointer's counts as a pointer's). A size of 0
+   gives a block of no usable bytes that must still be released. A size or an alignment that cannot be served gives
+   null; an alignment that is no power of two is also reported. Releasing null does nothing. A library built with
+   TNK_CHECK_BLOCKS stops the program when a block comes back through the wrong partner or twice. */
+
+/* Scratch memory for the length of one call. */
+void *tnk_serv_allocate(int64_t size, int32_t alignment);
+void tnk_serv_deallocate(void *block);
+
+/* Memory that outlives a call: descriptors, tables, sparse results. calloc's block is zeroed. */
+void *tnk_serv_tnk_malloc(int64_t size, int32_t alignment);
+void *tnk_serv_tnk_calloc(int64_t count, int64_t element_size, int32_t alignment);
+void tnk_serv_tnk_free(void *block);
+
+/* 0 when block is not null. Otherwise reports through the error handler that `routine` (NUL-terminated) got no
+   memory, and returns 1. */
+int32_t tnk_serv_check_ptr(const void *block, const char *routine);
+
+/* The runtime's allocator as two variables, called through: they start as malloc and free, and a program may set
+   its own pair before the first call into a kernel library. */
+extern void *(*i_malloc)(size_t size);
+extern void (*i_free)(void *block);
+
+/* ---- Processor ---------------------------------------------------------------------------------------------- */
+
+/* The processor class (tnk/kernel.h): TNK_CLASS_AVX when the processor has AVX and the operating system saves its
+   registers, TNK_CLASS_NONE otherwise. A processor with later extensions also counts as TNK_CLASS_AVX. */
+int32_t tnk_serv_cpu_detect(void);
+
+/* Size in bytes of the cache in which a packed block of a matrix product is to live (level 0), or of the data cache
+   of level 1, 2 or 3; 0 when there is none or it is not known, and for any other level. */
+int32_t tnk_serv_get_cache_size(int32_t level);
+
+/* info[0]: 1 when the sizes are known, else 0. info[1]: the size in bytes of the largest cache, else 0. */
+void tnk_serv_cache_info(int32_t *info);
+
+/* ---- Text --------------------------------------------------------------------------------------------------- */
+
+/* Nonzero when the first characters of a and b are the same letter, case ignored. The lengths are not read. */
+int32_t tnk_serv_lsame(const char *a, const char *b, int64_t length_a, int64_t length_b);
+
+/* Writes the version text, NUL-terminated and cut to fit, into `length` bytes at buffer. length <= 0: nothing. */
+void tnk_serv_getversionstring_c(char *buffer, int32_t length);
+
+/* The catalog message of that number with its `count` further arguments put in place: addresses of NUL-terminated
+   text, int64_t or double, in the order and of the types that the catalog gives. The text is NUL-terminated, cut at
+   511 characters and belongs to the calling thread until its next call. An unknown number gives a text that says
+   so; a missing argument shows as "?". */
+const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...);
+
+/* Writes that text and a newline to standard output. channel is always 1. */
+void tnk_serv_tnk_print(int32_t channel, int32_t number, int32_t count, ...);
+
+/* ---- Arithmetic and locking --------------------------------------------------------------------------------- */
+
+/* Sine and cosine of an angle in radians. */
+void tnk_serv_libm_sincos(double angle, double *sine, double *cosine);
+void tnk_serv_libm_sincosf(float angle, float *sine, float *cosine);
+
+/* The one lock of the process; not recursive. */
+void tnk_serv_lock(void);
+void tnk_serv_unlock(void);
+
+TNK_END_DECLS
+
+#endif

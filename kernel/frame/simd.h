@@ -1,0 +1,145 @@
+// Vector types of the AVX class, and the few operations that the compiler's vector extension lacks. Arithmetic on
+// them is written with + - * /. Besides this header, raw intrinsics stand in micro-kernels only.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <immintrin.h>
+
+namespace tnk {
+
+template <class T, int Bytes> struct vector_type {
+  typedef T type __attribute__((vector_size(Bytes)));
+};
+template <class T> using vec = typename vector_type<T, 32>::type;  // 8 floats or 4 doubles
+template <class T> using half = typename vector_type<T, 16>::type; // 4 floats or 2 doubles
+using f32x8 = vec<float>;
+using f64x4 = vec<double>;
+using f32x4 = half<float>;
+using f64x2 = half<double>;
+
+template <class T> constexpr int lanes = 32 / static_cast<int>(sizeof(T));
+template <class T> constexpr int half_lanes = 16 / static_cast<int>(sizeof(T));
+
+// ---- Addresses ----------------------------------------------------------------------------------------------
+
+inline std::uintptr_t address(const void *p) {
+  return reinterpret_cast<std::uintptr_t>(p);
+}
+template <class T> inline bool is_aligned_to(const T *p, std::uintptr_t bytes) {
+  return address(p) % bytes == 0;
+}
+
+// ---- Loads and stores -----------------------------------------------------------------------------------------
+// load and store need V's own alignment, loadu and storeu none at all.
+
+template <class V, class T> inline V load(const T *p) {
+  return *static_cast<const V *>(__builtin_assume_aligned(p, sizeof(V)));
+}
+template <class V, class T> inline void store(T *p, V v) {
+  *static_cast<V *>(__builtin_assume_aligned(p, sizeof(V))) = v;
+}
+template <class V, class T> inline V loadu(const T *p) {
+  V v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+template <class V, class T> inline void storeu(T *p, V v) {
+  std::memcpy(p, &v, sizeof v);
+}
+// One element at an address that need not be a multiple of its size.
+template <class T> inline T get(const T *p) {
+  T x;
+  std::memcpy(&x, p, sizeof x);
+  return x;
+}
+template <class T> inline void put(T *p, T x) {
+  std::memcpy(p, &x, sizeof x);
+}
+
+template <class V, class T> inline V splat(T x) {
+  return x - V{}; // x - 0, not 0 + x: keeps the sign of a zero
+}
+
+// ---- Lanes ----------------------------------------------------------------------------------------------------
+
+// a1 a0 a3 a2 ...: for pairs of parts, real and imaginary exchanged.
+inline f64x4 swap_neighbours(f64x4 v) {
+  return _mm256_permute_pd(v, 5);
+}
+inline f32x8 swap_neighbours(f32x8 v) {
+  return _mm256_permute_ps(v, 0xB1);
+}
+inline f64x2 swap_neighbours(f64x2 v) {
+  return _mm_shuffle_pd(v, v, 1);
+}
+inline f32x4 swap_neighbours(f32x4 v) {
+  return _mm_shuffle_ps(v, v, 0xB1);
+}
+
+// The two 128-bit halves exchanged.
+inline f64x4 swap_halves(f64x4 v) {
+  return _mm256_permute2f128_pd(v, v, 1);
+}
+inline f32x8 swap_halves(f32x8 v) {
+  return _mm256_permute2f128_ps(v, v, 1);
+}
+
+inline f64x2 low_half(f64x4 v) {
+  return _mm256_castpd256_pd128(v);
+}
+inline f32x4 low_half(f32x8 v) {
+  return _mm256_castps256_ps128(v);
+}
+inline f64x2 high_half(f64x4 v) {
+  return _mm256_extractf128_pd(v, 1);
+}
+inline f32x4 high_half(f32x8 v) {
+  return _mm256_extractf128_ps(v, 1);
+}
+
+// Sum of the lanes: the halves are added first, then neighbours.
+inline double hsum(f64x2 v) {
+  return v[0] + v[1];
+}
+inline float hsum(f32x4 v) {
+  return (v[0] + v[2]) + (v[1] + v[3]);
+}
+inline double hsum(f64x4 v) {
+  return hsum(low_half(v) + high_half(v));
+}
+inline float hsum(f32x8 v) {
+  return hsum(low_half(v) + high_half(v));
+}
+
+// Lanes with the sign cleared.
+inline f64x4 magnitude(f64x4 v) {
+  return _mm256_andnot_pd(_mm256_set1_pd(-0.0), v);
+}
+inline f32x8 magnitude(f32x8 v) {
+  return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
+}
+
+// ---- Complex --------------------------------------------------------------------------------------------------
+
+// a - b in even lanes, a + b in odd ones.
+inline f64x4 addsub(f64x4 a, f64x4 b) {
+  return _mm256_addsub_pd(a, b);
+}
+inline f32x8 addsub(f32x8 a, f32x8 b) {
+  return _mm256_addsub_ps(a, b);
+}
+inline f64x2 addsub(f64x2 a, f64x2 b) {
+  return _mm_addsub_pd(a, b);
+}
+inline f32x4 addsub(f32x4 a, f32x4 b) {
+  return _mm_addsub_ps(a, b);
+}
+
+// (re + i im) times each pair of x; re and im fill their vectors. The order of terms is that of complex.h: real part
+// re*x.re - im*x.im, imaginary part re*x.im + im*x.re.
+template <class V> inline V complex_product(V re, V im, V x) {
+  return addsub(re * x, im * swap_neighbours(x));
+}
+
+} // namespace tnk
