@@ -1,9 +1,9 @@
 # Makes the linker's version script from the lists of exported names.
-# In: OUTPUT, the file to write; LISTS, the lists, one name a line.
+# In: OUTPUT, the file to write; EXPORT_LISTS, the lists, one name a line.
 
 set(names "")
-foreach(list IN LISTS LISTS)
-  file(STRINGS ${list} lines)
+foreach(file IN LISTS EXPORT_LISTS)
+  file(STRINGS ${file} lines)
   list(APPEND names ${lines})
 endforeach()
 list(SORT names)
