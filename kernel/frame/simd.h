@@ -61,6 +61,13 @@ template <class V, class T> inline V splat(T x) {
   return x - V{}; // x - 0, not 0 + x: keeps the sign of a zero
 }
 
+// The same value, in a register: what is loaded once and used twice is not loaded a second time as the memory operand
+// of its second use. Load ports are what bounds a stream.
+template <class V> inline V in_register(V v) {
+  asm("" : "+x"(v));
+  return v;
+}
+
 // ---- Lanes ----------------------------------------------------------------------------------------------------
 
 // a1 a0 a3 a2 ...: for pairs of parts, real and imaginary exchanged.
@@ -96,6 +103,11 @@ inline f64x2 high_half(f64x4 v) {
 }
 inline f32x4 high_half(f32x8 v) {
   return _mm256_extractf128_ps(v, 1);
+}
+
+// Lanes K ... K+3 of the eight lanes low, high.
+template <int K> inline f32x4 shifted_down(f32x4 low, f32x4 high) {
+  return _mm_castsi128_ps(_mm_alignr_epi8(_mm_castps_si128(high), _mm_castps_si128(low), 4 * K));
 }
 
 // Sum of the lanes: the halves are added first, then neighbours.
