@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <sanitizer/asan_interface.h>
 #include <sys/mman.h>
 #include <tnk/types.h>
 #include <vector>
@@ -56,9 +58,7 @@ template <class T> class Strided {
 public:
   Strided(tnk_int n, tnk_int inc, std::size_t shift = 0)
       : n_(n < 0 ? 0 : n), inc_(inc),
-        memory_(n_ == 0 ? 0 : static_cast<std::size_t>((n_ - 1) * (inc < 0 ? -inc : inc) + 1), shift) {
-    std::memset(static_cast<void *>(memory_.data()), 0xFF, memory_.size() * sizeof(T));
-  }
+        memory_(n_ == 0 ? 0 : static_cast<std::size_t>((n_ - 1) * (inc < 0 ? -inc : inc) + 1), shift) {}
 
   tnk_int n() const { return n_; }
   const tnk_int &inc() const { return inc_; }
@@ -112,6 +112,22 @@ public:
 private:
   unsigned char *map_, *first_;
   std::size_t total_;
+};
+
+// `count` elements from 8 bytes past a 16-byte boundary on. Under the address sanitizer any access right before or after
+// them stops the test, so also one by an aligned vector, which never leaves the page of an element.
+template <class T> class Fenced {
+public:
+  explicit Fenced(std::size_t count) : bytes_(new unsigned char[fence + count * sizeof(T)]) {
+    ASAN_POISON_MEMORY_REGION(bytes_.get(), fence);
+  }
+  ~Fenced() { ASAN_UNPOISON_MEMORY_REGION(bytes_.get(), fence); }
+
+  T *data() { return reinterpret_cast<T *>(bytes_.get() + fence); }
+
+private:
+  static constexpr std::size_t fence = 8;
+  std::unique_ptr<unsigned char[]> bytes_;
 };
 
 } // namespace tnk::test
