@@ -4,10 +4,10 @@
    elements; with a negative increment logical element i (from 0) of n stands at (i + 1 - n) * inc. Semantics follow
    Lawson, Hanson, Kincaid and Krogh, "Basic Linear Algebra Subprograms for Fortran Usage", ACM TOMS 5 (1979).
 
-   Bad arguments: a null address, a negative n, or an increment so large that the vector could not lie in
-   memory. One is reported through the error handler (tnk/host.h) and nothing is touched; a function then returns
-   NaN, as it does when no kernel library can be loaded. n = 0 is no error: nothing is read or written, a dot
-   product is 0, and vectors may be null. x and y must not overlap.
+   Bad arguments: a null address, a negative n, or an n or an increment so large that the vector could not lie in
+   memory. The first one in the list is reported through the error handler (tnk/host.h) and nothing is touched; a
+   function then returns NaN, as it does when no kernel library can be loaded. n = 0 is no error: the arguments after
+   n are not looked at, and a dot product is 0. x and y must not overlap.
 
    What the kernel library exports under its own name (scal, nrm2, asum, i_amax, ...) is declared in
    tnk/blas_level1.h and reached through tnk_kernel_entry. */

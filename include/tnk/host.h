@@ -12,8 +12,8 @@ TNK_BEGIN_DECLS
 
 enum tnk_error_kind {
   TNK_ERROR_ARGUMENT = 1, /* a public routine was given a bad argument; nothing was touched */
-  TNK_ERROR_MEMORY = 2,   /* memory could not be had; the routine says what it did instead */
-  TNK_ERROR_KERNEL = 3    /* no kernel library could be loaded; nothing was touched */
+  TNK_ERROR_MEMORY = 2,   /* memory could not be had; the routine documents what it does then */
+  TNK_ERROR_KERNEL = 3    /* no kernel library could be loaded, or it lacks an entry; nothing was touched */
 };
 
 typedef struct tnk_error {
@@ -45,17 +45,17 @@ enum tnk_status {
 
 /* Loads the kernel library unless it is loaded: the file that the environment variable TNK_KERNEL_PATH names, or
    libtnk_avx.so beside libtnk_host.so. Public routines do this on their first call. The first outcome stays for the
-   life of the process; each refusal is reported through the error handler. Any thread may call it. */
+   life of the process; each call that meets a refusal reports it through the error handler. Any thread may call it. */
 enum tnk_status tnk_kernel_load(void);
 
-/* Path of the kernel library, loaded or refused, as tnk_kernel_load looked for it. Never null. */
+/* Path of the kernel library that tnk_kernel_load takes; asking loads nothing. Never null. */
 const char *tnk_kernel_path(void);
 
 /* Why tnk_kernel_load refused, as one line; "" after TNK_OK and before the first load. */
 const char *tnk_kernel_message(void);
 
-/* Address of an exported entry of the kernel library, loading it if need be; null when there is no such entry. The
-   entries trust their caller: they check no argument. */
+/* Address of an exported entry of the kernel library, loading it if need be; null when there is no such entry, or,
+   after a report, no library. The entries trust their caller: they check no argument. */
 void *tnk_kernel_entry(const char *name);
 
 TNK_END_DECLS

@@ -12,7 +12,8 @@ TNK_BEGIN_DECLS
    Alignments are in bytes and must be powers of two (smaller than a pointer's counts as a pointer's). A size of 0
    gives a block of no usable bytes that must still be released. A size or an alignment that cannot be served gives
    null; an alignment that is no power of two is also reported. Releasing null does nothing. A library built with
-   TNK_CHECK_BLOCKS stops the program when a block comes back through the wrong partner or twice. */
+   TNK_CHECK_BLOCKS reports and stops the program when a block comes back through the wrong partner, comes back twice
+   or never came from here, and fills new blocks with NaN. */
 
 /* Scratch memory for the length of one call. */
 void *tnk_serv_allocate(int64_t size, int32_t alignment);
@@ -56,7 +57,7 @@ void tnk_serv_getversionstring_c(char *buffer, int32_t length);
 /* The catalog message of that number with its `count` further arguments put in place: addresses of NUL-terminated
    text, int64_t or double, in the order and of the types that the catalog gives. The text is NUL-terminated, cut at
    511 characters and belongs to the calling thread until its next call. An unknown number gives a text that says
-   so; a missing argument shows as "?". */
+   so; a missing argument, or null in place of text, shows as "?". */
 const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...);
 
 /* Writes that text and a newline to standard output. channel is always 1. */

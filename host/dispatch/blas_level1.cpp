@@ -1,0 +1,95 @@
+// Public vector routines: check, then run the kernel.
+#include <limits>
+#include <tnk/blas.h>
+#include <tnk/blas_level1.h>
+
+#include "host/dispatch/check.h"
+#include "host/dispatch/kernel_loader.h"
+
+namespace tnk::host {
+namespace {
+
+template <class T, class Kernel>
+void axpy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *alpha, const T *x,
+          const tnk_int *incx, T *y, const tnk_int *incy) {
+  const Check check(routine);
+  if (!check.length<T>(1, "n", n) || *n == 0) return;
+  if (check.address(2, "alpha", alpha) && check.vector(3, "x", x, "incx", incx, *n) &&
+      check.vector(5, "y", y, "incy", incy, *n))
+    if (Kernel *run = kernel.get(routine)) run(n, alpha, x, incx, y, incy);
+}
+
+template <class T, class Kernel>
+void copy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *x, const tnk_int *incx,
+          T *y, const tnk_int *incy) {
+  const Check check(routine);
+  if (!check.length<T>(1, "n", n) || *n == 0) return;
+  if (check.vector(2, "x", x, "incx", incx, *n) && check.vector(4, "y", y, "incy", incy, *n))
+    if (Kernel *run = kernel.get(routine)) run(n, x, incx, y, incy);
+}
+
+template <class T, class Kernel>
+T dot(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *x, const tnk_int *incx,
+      const T *y, const tnk_int *incy) {
+  const Check check(routine);
+  if (check.length<T>(1, "n", n)) {
+    if (*n == 0) return 0;
+    if (check.vector(2, "x", x, "incx", incx, *n) && check.vector(4, "y", y, "incy", incy, *n))
+      if (Kernel *run = kernel.get(routine)) return run(n, x, incx, y, incy);
+  }
+  return std::numeric_limits<T>::quiet_NaN();
+}
+
+template <class T, class Kernel>
+void dotc(const char *routine, KernelEntry<Kernel> &kernel, T *result, const tnk_int *n, const T *x,
+          const tnk_int *incx, const T *y, const tnk_int *incy) {
+  const Check check(routine);
+  if (!check.address(1, "result", result) || !check.length<T>(2, "n", n)) return;
+  if (*n == 0) {
+    *result = T{};
+    return;
+  }
+  if (check.vector(3, "x", x, "incx", incx, *n) && check.vector(5, "y", y, "incy", incy, *n))
+    if (Kernel *run = kernel.get(routine)) run(result, n, x, incx, y, incy);
+}
+
+} // namespace
+} // namespace tnk::host
+
+// The kernel entry of a public routine is named with an x before its letter.
+#define TNK_KERNEL_OF(name)                                                                                  \
+  static tnk::host::KernelEntry<decltype(tnk_blas_x##name)> kernel("tnk_blas_x" #name)
+
+#define TNK_PUBLIC(t, T)                                                                                     \
+  void tnk_blas_##t##axpy(const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, T *y,           \
+                          const tnk_int *incy) {                                                             \
+    TNK_KERNEL_OF(t##axpy);                                                                                  \
+    tnk::host::axpy("tnk_blas_" #t "axpy", kernel, n, alpha, x, incx, y, incy);                              \
+  }                                                                                                          \
+  void tnk_blas_##t##copy(const tnk_int *n, const T *x, const tnk_int *incx, T *y, const tnk_int *incy) {    \
+    TNK_KERNEL_OF(t##copy);                                                                                  \
+    tnk::host::copy("tnk_blas_" #t "copy", kernel, n, x, incx, y, incy);                                     \
+  }
+TNK_PUBLIC(s, float)
+TNK_PUBLIC(d, double)
+TNK_PUBLIC(c, tnk_complex8)
+TNK_PUBLIC(z, tnk_complex16)
+#undef TNK_PUBLIC
+
+float tnk_blas_sdot(const tnk_int *n, const float *x, const tnk_int *incx, const float *y,
+                    const tnk_int *incy) {
+  TNK_KERNEL_OF(sdot);
+  return tnk::host::dot("tnk_blas_sdot", kernel, n, x, incx, y, incy);
+}
+
+double tnk_blas_ddot(const tnk_int *n, const double *x, const tnk_int *incx, const double *y,
+                     const tnk_int *incy) {
+  TNK_KERNEL_OF(ddot);
+  return tnk::host::dot("tnk_blas_ddot", kernel, n, x, incx, y, incy);
+}
+
+void tnk_blas_cdotc(tnk_complex8 *result, const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx,
+                    const tnk_complex8 *y, const tnk_int *incy) {
+  TNK_KERNEL_OF(cdotc);
+  tnk::host::dotc("tnk_blas_cdotc", kernel, result, n, x, incx, y, incy);
+}

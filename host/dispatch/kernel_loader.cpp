@@ -1,0 +1,173 @@
+// Finds the kernel library for this processor, loads it once and vouches for it.
+#include "host/dispatch/kernel_loader.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <link.h>
+#include <tnk/host.h>
+#include <unistd.h>
+
+#include "host/service/errors.h"
+#include "host/service/messages.h"
+#include "host/service/processor.h"
+
+namespace tnk::host {
+namespace {
+
+constexpr std::size_t message_room = 2 * PATH_MAX; // a path and what is wrong with it
+
+struct Path {
+  char text[PATH_MAX];
+  bool from_environment;
+};
+
+// What loading came to. Texts in place: nothing to allocate, nothing to destroy at exit.
+struct Outcome {
+  tnk_status status = TNK_OK;
+  void *library = nullptr;
+  char message[message_room] = "";
+};
+
+Path find_path() {
+  Path path{};
+  TextWriter text(path.text, sizeof path.text);
+  // Not from the environment of a program that runs with another user's rights.
+  const char *named = secure_getenv("TNK_KERNEL_PATH");
+  if (named && *named) {
+    path.from_environment = true;
+    // Without a slash the dynamic linker would search its folders: the variable names a file, here in the
+    // current one.
+    text.add(std::strchr(named, '/') ? "" : "./").add(named);
+    return path;
+  }
+  Dl_info self;
+  const char *slash = nullptr;
+  if (dladdr(reinterpret_cast<void *>(&tnk_kernel_load), &self)) slash = std::strrchr(self.dli_fname, '/');
+  if (slash)
+    text.add(std::string_view(self.dli_fname, static_cast<std::size_t>(slash + 1 - self.dli_fname)));
+  else
+    text.add("./");
+  text.add("libtnk_avx.so");
+  return path;
+}
+
+const Path &kernel_path() {
+  static const Path path = find_path();
+  return path;
+}
+
+// dlsym also finds what the library's dependencies export (malloc, say); this only what it defines itself.
+void *own_symbol(void *library, const char *name) {
+  void *const address = dlsym(library, name);
+  if (!address) return nullptr;
+  Dl_info info;
+  link_map *owner = nullptr, *asked = nullptr;
+  if (!dladdr1(address, &info, reinterpret_cast<void **>(&owner), RTLD_DL_LINKMAP)) return nullptr;
+  if (dlinfo(library, RTLD_DI_LINKMAP, &asked) != 0) return nullptr;
+  return owner == asked ? address : nullptr;
+}
+
+const char *class_name(std::int32_t processor_class) {
+  switch (processor_class) {
+  case TNK_CLASS_NONE:
+    return "no AVX";
+  case TNK_CLASS_AVX:
+    return "AVX";
+  default:
+    return "unknown";
+  }
+}
+
+Outcome load() {
+  Outcome outcome;
+  const Path &path = kernel_path();
+
+  const Avx avx = this_processor_avx();
+  if (avx != Avx::usable) {
+    outcome.status = TNK_NO_AVX;
+    write_message(outcome.message, avx == Avx::absent ? message_no_avx : message_avx_not_saved);
+    return outcome;
+  }
+  if (access(path.text, F_OK) != 0) {
+    outcome.status = TNK_KERNEL_MISSING;
+    write_message(outcome.message, message_file_missing, path.text,
+                  path.from_environment
+                      ? " (TNK_KERNEL_PATH names it)"
+                      : " (it belongs beside libtnk_host.so; TNK_KERNEL_PATH can name another place)");
+    return outcome;
+  }
+  void *const library = dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
+  if (!library) {
+    const char *const reason = dlerror();
+    outcome.status = TNK_KERNEL_MISSING;
+    write_message(outcome.message, message_file_unloadable, path.text, reason);
+    return outcome;
+  }
+  const auto ask_class = reinterpret_cast<decltype(&dll_cpu_version)>(own_symbol(library, "dll_cpu_version"));
+  if (!ask_class) {
+    outcome.status = TNK_KERNEL_FOREIGN;
+    write_message(outcome.message, message_file_foreign, path.text);
+  } else if (const std::int32_t theirs = ask_class(), ours = tnk_serv_cpu_detect(); theirs != ours) {
+    outcome.status = TNK_KERNEL_OTHER_CLASS;
+    write_message(outcome.message, message_other_class, path.text, theirs, class_name(theirs), ours,
+                  class_name(ours));
+  } else {
+    outcome.library = library;
+  }
+  if (outcome.status != TNK_OK) dlclose(library);
+  return outcome;
+}
+
+std::atomic<const Outcome *> finished{nullptr};
+
+const Outcome &kernel() {
+  static const Outcome outcome = load();
+  finished.store(&outcome, std::memory_order_release);
+  return outcome;
+}
+
+const Outcome &kernel_or_report(const char *routine) {
+  const Outcome &outcome = kernel();
+  if (outcome.status != TNK_OK) {
+    char message[message_room];
+    write_message(message, message_kernel_refused, routine, outcome.message);
+    report(TNK_ERROR_KERNEL, routine, message);
+  }
+  return outcome;
+}
+
+} // namespace
+
+void *require_kernel_entry(const char *routine, const char *name) {
+  const Outcome &outcome = kernel_or_report(routine);
+  if (outcome.status != TNK_OK) return nullptr;
+  void *const address = own_symbol(outcome.library, name);
+  if (!address) {
+    char message[message_room];
+    write_message(message, message_entry_missing, routine, kernel_path().text, name);
+    report(TNK_ERROR_KERNEL, routine, message);
+  }
+  return address;
+}
+
+} // namespace tnk::host
+
+tnk_status tnk_kernel_load(void) {
+  return tnk::host::kernel_or_report("tnk_kernel_load").status;
+}
+
+const char *tnk_kernel_path(void) {
+  return tnk::host::kernel_path().text;
+}
+
+const char *tnk_kernel_message(void) {
+  const tnk::host::Outcome *const outcome = tnk::host::finished.load(std::memory_order_acquire);
+  return outcome ? outcome->message : "";
+}
+
+void *tnk_kernel_entry(const char *name) {
+  const tnk::host::Outcome &outcome = tnk::host::kernel_or_report("tnk_kernel_entry");
+  return outcome.status == TNK_OK ? tnk::host::own_symbol(outcome.library, name) : nullptr;
+}

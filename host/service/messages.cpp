@@ -1,0 +1,54 @@
+// Messages by number, and the version text.
+#include "host/service/messages.h"
+
+#include <cstdio>
+#include <tnk/services.h>
+
+namespace tnk::host {
+namespace {
+
+void write_message(char *buffer, std::size_t size, std::int32_t number, std::int32_t count,
+                   std::va_list arguments) {
+  TextWriter out(buffer, size);
+  for (const Message &message : catalog)
+    if (message.number == number) return format(out, message.text, count, arguments);
+  out.add("message ").add(std::int64_t{number}).add(" is not in the catalog");
+}
+
+// The kernels append a message to a buffer with this bound.
+constexpr std::size_t message_size = 512;
+
+} // namespace
+
+void write_message(char *buffer, std::size_t size, std::int32_t number, std::int32_t count, ...) {
+  std::va_list arguments;
+  va_start(arguments, count);
+  write_message(buffer, size, number, count, arguments);
+  va_end(arguments);
+}
+
+} // namespace tnk::host
+
+const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...) {
+  thread_local char text[tnk::host::message_size];
+  std::va_list arguments;
+  va_start(arguments, count);
+  tnk::host::write_message(text, sizeof text, number, count, arguments);
+  va_end(arguments);
+  return text;
+}
+
+void tnk_serv_tnk_print(int32_t, int32_t number, int32_t count, ...) {
+  char text[tnk::host::message_size]; // its own: a text fetched before stays as it is
+  std::va_list arguments;
+  va_start(arguments, count);
+  tnk::host::write_message(text, sizeof text, number, count, arguments);
+  va_end(arguments);
+  std::printf("%s\n", text);
+}
+
+void tnk_serv_getversionstring_c(char *buffer, int32_t length) {
+  if (length <= 0) return;
+  tnk::host::TextWriter(buffer, static_cast<std::size_t>(length))
+      .add("tnk " TNK_VERSION ", numerical kernels for AVX processors");
+}
