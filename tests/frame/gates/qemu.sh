@@ -7,5 +7,4 @@ if ! command -v qemu-x86_64 >/dev/null 2>&1; then
 fi
 cpu=$1
 shift
-# Messages about features of the processor model that the emulator does not offer are of no interest.
 exec qemu-x86_64 -cpu "$cpu" "$@" 2>&1
