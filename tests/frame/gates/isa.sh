@@ -5,6 +5,7 @@
 set -eu
 file=$1
 class=$2
+[ -r "$file" ] || { echo "no such file: $file"; exit 1; }
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
