@@ -22,7 +22,7 @@ template <class T> inline auto add_scaled(T alpha, const T *x, T *y) {
 void axpy(tnk_int n, double alpha, const double *x, tnk_int incx, double *y, tnk_int incy) {
   if (incx != 1 || incy != 1 || !is_element_aligned(x) || !is_element_aligned(y))
     return axpy_strided(n, alpha, x, incx, y, incy);
-  const tnk_int peel = elements_to_boundary(y, 32, n);
+  const tnk_int peel = elements_to_boundary<32>(y, n);
   const f64x4 a = splat<f64x4>(alpha);
   const auto one = add_scaled(alpha, x, y);
   if (n * 2 * static_cast<tnk_int>(sizeof *x) < cache_bytes && address(x) % 32 == address(y) % 32)
@@ -47,7 +47,7 @@ template <int Shift> void axpy_realigned(tnk_int n, tnk_int peel, float alpha, c
     f32x4 low = peel + 4 + ahead <= n ? load<f32x4>(x + peel - Shift) : f32x4{};
     in_passes<8, 4>(n, peel, ahead, one, [=, &low](tnk_int i) {
       const f32x4 high = load<f32x4>(x + i + ahead);
-      store(y + i, load<f32x4>(y + i) + a * window<Shift>(low, high));
+      store(y + i, load<f32x4>(y + i) + a * shifted_down<Shift>(low, high));
       low = high;
     });
   }
@@ -56,7 +56,7 @@ template <int Shift> void axpy_realigned(tnk_int n, tnk_int peel, float alpha, c
 void axpy(tnk_int n, float alpha, const float *x, tnk_int incx, float *y, tnk_int incy) {
   if (incx != 1 || incy != 1 || !is_element_aligned(x) || !is_element_aligned(y))
     return axpy_strided(n, alpha, x, incx, y, incy);
-  tnk_int peel = elements_to_boundary(y, 16, n);
+  tnk_int peel = elements_to_boundary<16>(y, n);
   const int shift = static_cast<int>(address(x + peel) % 16 / sizeof *x);
   if (peel < shift) peel = std::min<tnk_int>(peel + 4, n);
   switch (shift) {
@@ -90,7 +90,7 @@ template <class C> void axpy(tnk_int n, C alpha, const C *x, tnk_int incx, C *y,
   if (incx != 1 || incy != 1) return axpy_strided(n, alpha, x, incx, y, incy);
   constexpr int pairs = elements_per_vector<C>;
   in_passes<8, pairs>(
-      n, elements_to_boundary(y, 32, n), 0, add_scaled(alpha, x, y),
+      n, elements_to_boundary<32>(y, n), 0, add_scaled(alpha, x, y),
       [=](tnk_int i) { add_scaled_pairs<1>(alpha, x + i, y + i); },
       [=](tnk_int i) {
         add_scaled_pairs<4>(alpha, x + i, y + i);

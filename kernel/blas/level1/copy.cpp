@@ -15,7 +15,7 @@ template <class T> void copy_strided(tnk_int n, const T *x, tnk_int incx, T *y, 
 // stores, 32 elements a pass.
 template <class R> void copy_contiguous(tnk_int n, const R *x, R *y) {
   const auto one = [&](tnk_int i) { put(y + i, get(x + i)); };
-  tnk_int peel = elements_to_boundary(y, 16, n);
+  tnk_int peel = elements_to_boundary<16>(y, n);
   for (tnk_int i = 0; i < peel; ++i) one(i);
   if (peel + half_lanes<R> <= n && !is_aligned_to(y + peel, 32)) {
     store(y + peel, loadu<half<R>>(x + peel));

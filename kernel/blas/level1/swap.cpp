@@ -19,7 +19,7 @@ template <class R> void swap(tnk_int n, R *x, tnk_int incx, R *y, tnk_int incy) 
   if (!is_contiguous(incx, incy) || !is_element_aligned(x) || !is_element_aligned(y))
     return swap_strided(n, x, incx, y, incy);
   in_passes<8, lanes<R>>(
-      n, elements_to_boundary(y, 32, n), 0,
+      n, elements_to_boundary<32>(y, n), 0,
       [=](tnk_int i) {
         const R t = x[i];
         x[i] = y[i];
