@@ -47,7 +47,7 @@ template <int Shift> void axpy_realigned(tnk_int n, tnk_int peel, float alpha, c
     f32x4 low = peel + 4 + ahead <= n ? load<f32x4>(x + peel - Shift) : f32x4{};
     in_passes<8, 4>(n, peel, ahead, one, [=, &low](tnk_int i) {
       const f32x4 high = load<f32x4>(x + i + ahead);
-      store(y + i, load<f32x4>(y + i) + a * window<Shift>(low, high));
+      store(y + i, load<f32x4>(y + i) + a * shifted_down<Shift>(low, high));
       low = high;
     });
   }
