@@ -192,6 +192,7 @@ TYPED_TEST(RotationSetUp, SignsAndZeros) {
       {R(-0.0), 0, 1, 0, 0, 0},
       {0, -2, 0, 1, -2, 1},
       {-2, 0, 1, 0, -2, 0},
+      {3, -3, -std::sqrt(R(0.5)), std::sqrt(R(0.5)), -std::sqrt(R(18)), -std::sqrt(R(2))},
       {4, -3, R(4) / 5, R(-3) / 5, 5, R(-3) / 5},
       {-3, 4, R(-3) / 5, R(4) / 5, 5, R(1) / (R(-3) / 5)},
   };
@@ -336,7 +337,7 @@ TYPED_TEST(ModifiedSetUp, KeepsTheFormAndZeroesTheSecondComponent) {
 
 TYPED_TEST(ModifiedSetUp, ExactAndDegenerateCases) {
   using R = TypeParam;
-  constexpr R no = 99, inf = std::numeric_limits<R>::infinity();
+  constexpr R no = 99, tiny = std::numeric_limits<R>::min(), inf = std::numeric_limits<R>::infinity();
   const R down = R(0x1p30) * (sizeof(R) == 8 ? R(5.960464477539e-08) : R(0x1p-24));
   const struct {
     const char *what;
@@ -351,6 +352,7 @@ TYPED_TEST(ModifiedSetUp, ExactAndDegenerateCases) {
       {"negative q2 leads", {1, -1, 1, 2, {}}, {0, 0, 0, 2, {-1, 0, 0, 0, 0}}},
       {"negative q2, equal", {1, -1, 2, 2, {}}, {0, 0, 0, 2, {-1, 0, 0, 0, 0}}},
       {"no first weight", {0, 2, 3, 1, {}}, {2, 0, 1, 1, {1, 0, no, no, 3}}},
+      {"q2 underflows", {0, 1, 0, tiny, {}}, {1, 0, tiny, tiny, {1, 0, no, no, 0}}},
       {"d1 down", {0, R(0x1p30), 3, 1, {}}, {down, 0, 4096, 1, {-1, 0, -1, 4096, 3}}},
       {"d1 up", {0, R(0x1p-30), 3, 1, {}}, {R(0x1p-6), 0, R(0x1p-12), 1, {-1, 0, -1, R(0x1p-12), 3}}},
       {"on the lower limit",
