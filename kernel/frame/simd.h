@@ -8,9 +8,7 @@
 
 namespace tnk {
 
-template <class T, int Bytes> struct vector_type {
-  typedef T type __attribute__((vector_size(Bytes)));
-};
+template <class T, int Bytes> struct vector_type { typedef T type __attribute__((vector_size(Bytes))); };
 template <class T> using vec = typename vector_type<T, 32>::type;  // 8 floats or 4 doubles
 template <class T> using half = typename vector_type<T, 16>::type; // 4 floats or 2 doubles
 using f32x8 = vec<float>;
