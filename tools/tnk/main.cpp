@@ -22,7 +22,7 @@ int run(int argc, char **argv) {
   program.set_help_all_flag("--help-all", "Print the help of all subcommands and exit");
   program.require_subcommand(1);
 
-  const std::vector<Command> commands{info_command(program), tour_command(program)};
+  const std::vector<Command> commands{info_command(program), tour_command(program), bench_command(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError &stop) { // a request for help or the version is one as well
