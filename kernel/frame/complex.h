@@ -4,6 +4,7 @@
 // part a*d + b*c, each product rounded before the sum. There is no recovery from overflow or from infinities.
 #pragma once
 
+#include <cmath>
 #include <tnk/types.h>
 #include <type_traits>
 
@@ -41,6 +42,14 @@ template <class T> inline T conjugate(T a) {
     return {a.re, 0 - a.im};
   else
     return a;
+}
+
+// |a|, for complex numbers |re| + |im|. Only sign bits are cleared: a NaN stays one.
+template <class T> inline real_of<T> abs1(T a) {
+  if constexpr (is_complex<T>)
+    return std::fabs(a.re) + std::fabs(a.im);
+  else
+    return std::fabs(a);
 }
 
 // Whether both parts are zero. False for a NaN.

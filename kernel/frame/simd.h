@@ -57,6 +57,13 @@ template <class T> inline void put(T *p, T x) {
   std::memcpy(p, &x, sizeof x);
 }
 
+// v, which the compiler must now hold in a register: it won't repeat the load in each instruction that uses v. Pays
+// where the address may cross cache lines.
+template <class V> inline V in_register(V v) {
+  asm("" : "+x"(v));
+  return v;
+}
+
 template <class V, class T> inline V splat(T x) {
   return x - V{}; // x - 0, not 0 + x: keeps the sign of a zero
 }
@@ -96,6 +103,16 @@ inline f64x2 high_half(f64x4 v) {
 }
 inline f32x4 high_half(f32x8 v) {
   return _mm256_extractf128_ps(v, 1);
+}
+
+// Four floats out of the eight of low and high, from number First on: unaligned data from two aligned loads.
+template <int First> inline f32x4 window(f32x4 low, f32x4 high) {
+  return _mm_castsi128_ps(_mm_alignr_epi8(_mm_castps_si128(high), _mm_castps_si128(low), 4 * First));
+}
+
+// Four floats as doubles.
+inline f64x4 widen(f32x4 v) {
+  return _mm256_cvtps_pd(v);
 }
 
 // Sum of the lanes: the halves are added first, then neighbours.

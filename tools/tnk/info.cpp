@@ -6,6 +6,7 @@
 #include "tools/tnk/support/failure.h"
 #include "tools/tnk/support/format.h"
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <tnk/host.h>
 
@@ -63,7 +64,7 @@ void print_exports(const std::string &library) {
 int run_info() {
   print_machine();
   const tnk_status status = tnk_kernel_load();
-  const std::string path = tnk_kernel_path(), why = tnk_kernel_message();
+  const std::string path = std::filesystem::path(tnk_kernel_path()).lexically_normal().string();
   line("kernel library", path);
   if (status == TNK_OK) {
     line("status", format("loaded, class %d", TNK_KERNEL_ENTRY(dll_cpu_version)()));
@@ -79,7 +80,7 @@ int run_info() {
       line("exported names", "not known");
     }
   }
-  throw Failure(why);
+  throw Failure(tnk_kernel_message());
 }
 
 } // namespace

@@ -1,7 +1,8 @@
-// What the vector kernels share: where a strided vector starts.
+// What the vector kernels share: where a strided vector starts, and what its vector paths need of addresses.
 #pragma once
 
-#include <tnk/types.h>
+#include "kernel/frame/complex.h"
+#include "kernel/frame/simd.h"
 
 namespace tnk {
 
@@ -9,6 +10,21 @@ namespace tnk {
 // (1 - n) * inc elements after the base, from where the walk goes back to it.
 template <class T> inline T *first_element(T *base, tnk_int n, tnk_int inc) {
   return inc < 0 ? base + (1 - n) * inc : base;
+}
+
+// Whether p is a multiple of the real type's size. The vector paths ask for it, so that scalars can bring one
+// operand to a boundary; vectors that are not take the strided path.
+template <class T> inline bool is_element_aligned(const T *p) {
+  return is_aligned_to(p, sizeof(real_of<T>));
+}
+
+// Elements from p to the next boundary of `bytes`, n at most. Complex numbers that stand across the
+// boundaries never reach one: 0.
+template <class T> inline tnk_int elements_to_boundary(const T *p, tnk_int bytes, tnk_int n) {
+  const tnk_int past = static_cast<tnk_int>(address(p)) & (bytes - 1), size = sizeof(T);
+  if (past % size != 0) return 0;
+  const tnk_int count = (bytes - past) % bytes / size;
+  return count < n ? count : n;
 }
 
 } // namespace tnk

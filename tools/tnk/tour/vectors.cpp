@@ -136,7 +136,9 @@ template <class R> std::size_t first_peak(const std::vector<R> &r) {
   const auto trough = std::find_if(r.begin(), r.end(), negative);
   const auto rise = std::find_if_not(trough, r.end(), negative);
   const auto fall = std::find_if(rise, r.end(), negative);
-  return rise == r.end() ? 0 : static_cast<std::size_t>(std::max_element(rise, fall) - r.begin());
+  const auto peak = std::max_element(rise, fall);
+  // At the last lag it may still be rising.
+  return r.end() - peak <= 1 ? 0 : static_cast<std::size_t>(peak - r.begin());
 }
 
 double relative(double value, long double reference) {
@@ -165,7 +167,7 @@ Bounds bounds(const Statistics<long double> &s) {
 }
 
 struct Rates {
-  std::string sum, magnitudes, deviations, norm, largest, smallest, autocorrelation;
+  std::string sum, magnitudes, variance, norm, largest, smallest, autocorrelation;
 };
 
 Rates take_rates(const Kernels &kernels, const std::vector<double> &x, const std::vector<double> &ones,
@@ -186,11 +188,11 @@ Rates take_rates(const Kernels &kernels, const std::vector<double> &x, const std
   Rates rates;
   rates.sum = gigaflops_per_second(2 * count, seconds([&] { return dot(x.size(), ones.data(), x.data()); }));
   rates.magnitudes = gigabytes_per_second(bytes, seconds([&] { return kernels.asum(&n, x.data(), &one); }));
-  // The copy moves two vectors, the update three.
-  rates.deviations = gigabytes_per_second(5 * bytes, seconds([&] {
-                                            subtract_mean(x, ones, s.mean, y);
-                                            return y.data();
-                                          }));
+  // The copy moves two vectors, the update three, the sum of squares one.
+  rates.variance = gigabytes_per_second(6 * bytes, seconds([&] {
+                                          subtract_mean(x, ones, s.mean, y);
+                                          return dot(y.size(), y.data(), y.data());
+                                        }));
   rates.norm = gigabytes_per_second(bytes, seconds([&] { return kernels.nrm2(&n, x.data(), &one); }));
   rates.largest = gigabytes_per_second(bytes, seconds([&] { return kernels.amax(&n, x.data(), &one); }));
   rates.smallest = gigabytes_per_second(bytes, seconds([&] { return kernels.amin(&n, x.data(), &one); }));
@@ -202,7 +204,7 @@ Rates take_rates(const Kernels &kernels, const std::vector<double> &x, const std
 }
 
 void show_results(Stage &stage, const Series &series, const Statistics<double> &s,
-                  const Statistics<long double> &exact, const Rates &rates) {
+                  const Statistics<long double> &exact, std::size_t cycle, const Rates &rates) {
   const Bounds bound = bounds(exact);
   // A position is right or wrong; no rounding enters.
   const auto distance = [](std::size_t a, std::size_t b) {
@@ -216,7 +218,6 @@ void show_results(Stage &stage, const Series &series, const Statistics<double> &
     const double error = std::fabs(static_cast<double>(s.autocorrelation[k] - exact.autocorrelation[k]));
     if (!(error <= worst)) worst = error;
   }
-  const std::size_t cycle = first_peak(s.autocorrelation);
 
   stage.heading();
   stage.show({"sum", "ddot", format("%.1f", s.sum), relative(s.sum, exact.sum), bound.sum, rates.sum});
@@ -224,7 +225,7 @@ void show_results(Stage &stage, const Series &series, const Statistics<double> &
               relative(s.magnitudes, exact.magnitudes), bound.sum, rates.magnitudes});
   stage.show({"mean", "ddot", format("%.6f", s.mean), relative(s.mean, exact.mean), bound.sum, ""});
   stage.show({"variance", "daxpy, ddot", format("%.6f", s.variance), relative(s.variance, exact.variance),
-              bound.mean_free, rates.deviations});
+              bound.mean_free, rates.variance});
   stage.show({"Euclidean norm", "dnrm2", format("%.6f", s.norm), relative(s.norm, exact.norm), bound.norm,
               rates.norm});
   stage.show({"largest magnitude", "idamax", dated(s.largest), distance(s.largest, exact.largest), 0,
@@ -244,7 +245,8 @@ std::string draw(const Series &series, const Statistics<double> &s, std::size_t 
                        month_name(series.years.front()).c_str(), month_name(series.years.back()).c_str(), n));
 
   const double top = std::ceil(series.spots[s.largest] * 1.15 / 50) * 50;
-  Panel months(figure, {82, 108, 890, 260}, "Sunspot number, month by month",
+  Panel months(figure, {82, 108, 890, 260},
+               format("Sunspot number, month by month; the line is the mean, %.1f", s.mean),
                {std::floor(series.years.front()), std::ceil(series.years.back()), "year"},
                {0, top, "sunspots"});
   std::vector<Point> curve(n);
@@ -252,8 +254,6 @@ std::string draw(const Series &series, const Statistics<double> &s, std::size_t 
   months.area(curve, 0, colour::blue, 0.15);
   months.line(curve, colour::blue, 0.9);
   months.horizontal(s.mean, colour::grey);
-  months.note({series.years.front(), s.mean}, 8, 6, Panel::Side::right, colour::grey,
-              format("mean %.1f", s.mean));
   const Point highest = curve[s.largest];
   months.marker(highest, colour::vermilion);
   months.note(highest, 10, 2, Panel::Side::right, colour::vermilion,
@@ -293,12 +293,12 @@ void vectors_scene(Stage &stage) {
   if (exact.variance == 0)
     throw Failure(series.source + ": all values are equal; there is nothing to correlate");
   const Statistics<double> found = by_kernels(kernels, series.spots, ones);
-  show_results(stage, series, found, exact, take_rates(kernels, series.spots, ones, found));
-
   const std::size_t cycle = first_peak(found.autocorrelation);
   if (cycle == 0)
     throw Failure(format("%s: the autocorrelation has no peak up to a lag of %zu months",
                          series.source.c_str(), longest_lag));
+  show_results(stage, series, found, exact, cycle, take_rates(kernels, series.spots, ones, found));
+
   stage.picture("vectors.svg", draw(series, found, cycle));
 }
 

@@ -1,0 +1,50 @@
+// sasum, dasum, scasum, dzasum: sums of |x[i]|, of |re| + |im| for complex numbers.
+#include "kernel/blas/level1/vector.h"
+#include <tnk/blas_level1.h>
+
+namespace tnk {
+namespace {
+
+template <class T> real_of<T> asum_strided(tnk_int n, const T *x, tnk_int incx) {
+  real_of<T> sum = 0;
+  for (tnk_int i = 0; i < n; ++i, x += incx) sum += abs1(get(x));
+  return sum;
+}
+
+// Eight sums: two loads a cycle feed two adds of up to four cycles each.
+template <class R> R asum_contiguous(tnk_int n, const R *x) {
+  using V = vec<R>;
+  constexpr tnk_int w = lanes<R>;
+  tnk_int i = elements_to_boundary(x, 32, n);
+  R sum = asum_strided(i, x, 1);
+  V s[8] = {};
+  for (; i + 8 * w <= n; i += 8 * w)
+    for (int k = 0; k < 8; ++k) s[k] += magnitude(load<V>(x + i + k * w));
+  for (; i + w <= n; i += w) s[0] += magnitude(load<V>(x + i));
+  sum += asum_strided(n - i, x + i, 1);
+  return sum + hsum(((s[0] + s[1]) + (s[2] + s[3])) + ((s[4] + s[5]) + (s[6] + s[7])));
+}
+
+template <class T> real_of<T> asum(tnk_int n, const T *x, tnk_int incx) {
+  using R = real_of<T>;
+  if (n < 1) return 0;
+  if (incx == 1 && is_element_aligned(x))
+    return asum_contiguous(is_complex<T> ? 2 * n : n, reinterpret_cast<const R *>(x));
+  return asum_strided(n, first_element(x, n, incx), incx);
+}
+
+} // namespace
+} // namespace tnk
+
+float tnk_blas_sasum(const tnk_int *n, const float *x, const tnk_int *incx) {
+  return tnk::asum(*n, x, *incx);
+}
+double tnk_blas_dasum(const tnk_int *n, const double *x, const tnk_int *incx) {
+  return tnk::asum(*n, x, *incx);
+}
+float tnk_blas_scasum(const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx) {
+  return tnk::asum(*n, x, *incx);
+}
+double tnk_blas_dzasum(const tnk_int *n, const tnk_complex16 *x, const tnk_int *incx) {
+  return tnk::asum(*n, x, *incx);
+}

@@ -1,0 +1,77 @@
+// snrm2, dnrm2, scnrm2, dznrm2: the Euclidean norm by the scaled sum of squares.
+//
+// A division for each element and no vectors: the price of a sum that neither overflows nor loses tiny
+// elements.
+#include "kernel/blas/level1/vector.h"
+#include <tnk/blas_level1.h>
+
+namespace tnk {
+namespace {
+
+// scale^2 * ssq is the sum of squares so far, and scale the largest magnitude.
+template <class R> struct scaled_squares { R scale = 0, ssq = 1; };
+
+// A NaN is not zero and not above the scale, so it goes into ssq and stays there.
+template <class R> inline void add(scaled_squares<R> &sum, R a) {
+  if (a == 0) return;
+  const R size = std::fabs(a);
+  if (size > sum.scale) {
+    const R ratio = sum.scale / size;
+    sum.ssq = 1 + sum.ssq * (ratio * ratio);
+    sum.scale = size;
+  } else {
+    const R ratio = size / sum.scale;
+    sum.ssq += ratio * ratio;
+  }
+}
+
+template <class R> inline R root(const scaled_squares<R> &sum) {
+  return sum.scale * std::sqrt(sum.ssq);
+}
+
+inline tnk_int step_of(tnk_int incx) {
+  return incx < 0 ? -incx : incx;
+}
+
+template <class R> R nrm2(tnk_int n, const R *x, tnk_int incx) {
+  if (n < 1) return 0;
+  if (n == 1) return std::fabs(get(x));
+  const tnk_int step = step_of(incx);
+  scaled_squares<R> sum;
+  for (tnk_int i = 0; i < n; ++i, x += step) add(sum, get(x));
+  return root(sum);
+}
+
+template <class C> real_of<C> complex_nrm2(tnk_int n, const C *x, tnk_int incx) {
+  using R = real_of<C>;
+  if (n < 1) return 0;
+  const tnk_int step = step_of(incx);
+  scaled_squares<R> sum;
+  if (step == 1) {
+    const R *parts = reinterpret_cast<const R *>(x);
+    for (tnk_int i = 0; i < 2 * n; ++i) add(sum, get(parts + i));
+  } else {
+    for (tnk_int i = 0; i < n; ++i, x += step) {
+      const C a = get(x);
+      add(sum, a.re);
+      add(sum, a.im);
+    }
+  }
+  return root(sum);
+}
+
+} // namespace
+} // namespace tnk
+
+float tnk_blas_snrm2(const tnk_int *n, const float *x, const tnk_int *incx) {
+  return tnk::nrm2(*n, x, *incx);
+}
+double tnk_blas_dnrm2(const tnk_int *n, const double *x, const tnk_int *incx) {
+  return tnk::nrm2(*n, x, *incx);
+}
+float tnk_blas_scnrm2(const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx) {
+  return tnk::complex_nrm2(*n, x, *incx);
+}
+double tnk_blas_dznrm2(const tnk_int *n, const tnk_complex16 *x, const tnk_int *incx) {
+  return tnk::complex_nrm2(*n, x, *incx);
+}

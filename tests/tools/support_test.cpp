@@ -1,0 +1,117 @@
+#include "tools/tnk/families.h"
+#include "tools/tnk/plot/svg.h"
+#include "tools/tnk/support/elf_symbols.h"
+#include "tools/tnk/support/failure.h"
+#include "tools/tnk/support/files.h"
+#include "tools/tools_support.h"
+#include <algorithm>
+#include <cmath>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+using namespace tnk::tool;
+using tnk::test::TemporaryFolder;
+
+TEST(Files, ReplacedWholeOrNotAtAll) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "a" / "b.txt";
+  write_file(file, "first");
+  write_file(file, std::string("second\0half", 11));
+  EXPECT_EQ(read_file(file), std::string("second\0half", 11));
+
+  // A folder stands where the file should go, and a file where a folder should.
+  std::filesystem::create_directories(folder.path() / "taken" / "inside");
+  for (const auto &bad : {folder.path() / "taken", file / "c.txt"}) {
+    try {
+      write_file(bad, "text");
+      ADD_FAILURE() << bad;
+    } catch (const Failure &failure) {
+      EXPECT_NE(std::string(failure.what()).find(bad.parent_path().string()), std::string::npos)
+          << failure.what();
+    }
+  }
+  std::size_t entries = 0;
+  for (const auto &entry : std::filesystem::recursive_directory_iterator(folder.path())) {
+    ++entries;
+    EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();
+  }
+  EXPECT_EQ(entries, 4u); // a, b.txt, taken, inside
+}
+
+TEST(ElfSymbols, NamesAreThoseThatTheDynamicLinkerFinds) {
+  const auto names = exported_names(TNK_TEST_KERNEL);
+  void *library = dlopen(TNK_TEST_KERNEL, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << dlerror();
+  for (const std::string &name : names) EXPECT_NE(dlsym(library, name.c_str()), nullptr) << name;
+  const auto has = [&](const char *name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+  };
+  EXPECT_TRUE(has("dll_cpu_version"));
+  EXPECT_TRUE(has("tnk_blas_dnrm2"));
+  EXPECT_FALSE(has("tnk_serv_lsame")) << "an import is no export";
+  EXPECT_FALSE(has("memcpy"));
+  dlclose(library);
+}
+
+TEST(ElfSymbols, DamagedFilesAreRefused) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "library.so";
+  const std::string whole = read_file(TNK_TEST_KERNEL);
+  for (std::size_t length = 0; length < whole.size(); length += length < 256 ? 16 : whole.size() / 20) {
+    write_file(file, whole.substr(0, length));
+    EXPECT_THROW(exported_names(file), Failure) << length;
+  }
+  // The header's section offset, and every byte of the section headers, may hold anything: refused or read,
+  // no fault.
+  std::string damaged = whole;
+  std::fill(damaged.end() - 64 * 40, damaged.end(), '\xFF');
+  write_file(file, damaged);
+  EXPECT_THROW(exported_names(file), Failure);
+  write_file(file, "no library\n" + std::string(200, ' '));
+  EXPECT_THROW(exported_names(file), Failure);
+}
+
+TEST(Families, LongestPrefixWins) {
+  const auto families = count_families({"tnk_blas_dnrm2", "tnk_blas_lp64_daxpy", "tnk_blas_lp64_dscal",
+                                        "tnk_cconj", "tnk_trans_x", "mpn_addmul", "tnk_gmp_y", "something"});
+  const std::pair<std::string, int> expected[] = {
+      {"tnk_blas_", 1}, {"tnk_blas_lp64_", 2}, {"tnk_trans_", 2}, {"tnk_gmp_", 2}, {"", 1}};
+  ASSERT_EQ(families.size(), std::size(expected));
+  for (std::size_t i = 0; i < families.size(); ++i) {
+    EXPECT_EQ(families[i].prefix, expected[i].first);
+    EXPECT_EQ(families[i].count, expected[i].second) << families[i].prefix;
+  }
+}
+
+TEST(Svg, TicksAreRoundAndInside) {
+  const double ranges[][2] = {{0, 1},      {1749, 2014}, {-0.6, 1.1}, {0, 3e-7},
+                              {-5e9, 1e9}, {0.95, 1.05}, {0, 7}};
+  for (const auto &[low, high] : ranges) {
+    const Ticks found = ticks(low, high, 8);
+    ASSERT_GE(found.values.size(), 4u) << low << " " << high;
+    ASSERT_LE(found.values.size(), 14u) << low << " " << high;
+    const double step = found.values[1] - found.values[0], slack = 1e-6 * step;
+    const double digit = step / std::pow(10, std::floor(std::log10(step) + 1e-9));
+    EXPECT_LT(std::min({std::fabs(digit - 1), std::fabs(digit - 2), std::fabs(digit - 5)}), 1e-6) << step;
+    EXPECT_GE(found.values.front(), low - slack);
+    EXPECT_LE(found.values.back(), high + slack);
+    EXPECT_LE(std::pow(10, -found.decimals), step * 1.000001) << "labels of neighbours would be equal";
+  }
+}
+
+TEST(Svg, TextIsEscapedAndGapsBreakCurves) {
+  Figure figure(400, 300, "a < b & \"c\"", "");
+  Panel panel(figure, {50, 50, 300, 200}, "p", {0, 3, "x"}, {0, 1, "y"});
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  panel.line({{0, 0}, {1, 1}, {1.5, nan}, {2, 1}, {3, 0}}, colour::blue, 1);
+  const std::string svg = figure.svg();
+  EXPECT_NE(svg.find("a &lt; b &amp; &quot;c&quot;"), std::string::npos);
+  EXPECT_NE(svg.find("M50.00 250.00L150.00 50.00M250.00 50.00L350.00 250.00"), std::string::npos);
+  EXPECT_EQ(svg.find("nan"), std::string::npos);
+  EXPECT_EQ(tnk::test::xml_fault(svg), "");
+}
+
+} // namespace

@@ -1,0 +1,56 @@
+// What the tests of the program share.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tnk::test {
+
+// A folder of its own that goes with the object.
+class TemporaryFolder {
+public:
+  TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "tnk test XXXXXX").string();
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
+    path_ = pattern;
+  }
+  TemporaryFolder(const TemporaryFolder &) = delete;
+  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  const std::filesystem::path &path() const { return path_; }
+
+private:
+  std::filesystem::path path_;
+};
+
+// What keeps a text from being an XML document in which every element ends; "" when nothing does.
+inline std::string xml_fault(const std::string &text) {
+  if (text.rfind("<?xml", 0) != 0) return "no XML declaration";
+  std::vector<std::string> open;
+  bool had_root = false;
+  for (std::size_t at = text.find("?>"); (at = text.find('<', at)) != std::string::npos;) {
+    const std::size_t end = text.find('>', at);
+    if (end == std::string::npos) return "a tag does not end";
+    const std::string tag = text.substr(at + 1, end - at - 1);
+    if (tag.find('<') != std::string::npos) return "a tag inside a tag: " + tag;
+    const std::string name = tag.substr(tag[0] == '/', tag.find_first_of(" /\n", 1) - (tag[0] == '/'));
+    if (open.empty() && had_root) return "a second root";
+    if (tag[0] == '/') {
+      if (open.empty() || open.back() != name) return "unexpected end of " + name;
+      open.pop_back();
+    } else if (tag.back() != '/') {
+      open.push_back(name);
+    }
+    had_root = true;
+    at = end;
+  }
+  return open.empty() ? (had_root ? "" : "no element") : "no end of " + open.back();
+}
+
+} // namespace tnk::test
