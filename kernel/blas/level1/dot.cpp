@@ -134,7 +134,7 @@ template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, cons
   const auto pass = [&](int vectors) __attribute__((always_inline)) {
     for (int k = 0; k < vectors; ++k) {
       const V a = in_register(loadu<V>(reinterpret_cast<const R *>(x + i + k * w)));
-      const V b = loadu<V>(reinterpret_cast<const R *>(y + i + k * w));
+      const V b = in_register(loadu<V>(reinterpret_cast<const R *>(y + i + k * w)));
       straight[k] += a * b;
       crossed[k] += swap_neighbours(a) * b;
     }
