@@ -1,0 +1,35 @@
+// Sparse axpy: y[indx[i] - 1] += alpha x[i].
+#include "kernel/frame/complex.h"
+#include "kernel/frame/simd.h"
+#include <tnk/blas_level1.h>
+
+namespace tnk {
+namespace {
+
+template <class T> void sparse_axpy(tnk_int nz, T alpha, const T *x, const tnk_int *indx, T *y) {
+  if (nz < 1 || is_zero(alpha)) return;
+#pragma GCC unroll 2
+  for (tnk_int i = 0; i < nz; ++i) {
+    T *const target = y + (get(indx + i) - 1);
+    put(target, get(target) + alpha * get(x + i));
+  }
+}
+
+} // namespace
+} // namespace tnk
+
+void tnk_blas_saxpyi(const tnk_int *nz, const float *alpha, const float *x, const tnk_int *indx, float *y) {
+  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+}
+void tnk_blas_daxpyi(const tnk_int *nz, const double *alpha, const double *x, const tnk_int *indx,
+                     double *y) {
+  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+}
+void tnk_blas_caxpyi(const tnk_int *nz, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *indx,
+                     tnk_complex8 *y) {
+  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+}
+void tnk_blas_zaxpyi(const tnk_int *nz, const tnk_complex16 *alpha, const tnk_complex16 *x,
+                     const tnk_int *indx, tnk_complex16 *y) {
+  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+}
