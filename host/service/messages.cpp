@@ -7,8 +7,7 @@
 namespace tnk::host {
 namespace {
 
-void write_message(char *buffer, std::size_t size, std::int32_t number, std::int32_t count,
-                   std::va_list arguments) {
+void fill(char *buffer, std::size_t size, std::int32_t number, std::int32_t count, std::va_list arguments) {
   TextWriter out(buffer, size);
   for (const Message &message : catalog)
     if (message.number == number) return format(out, message.text, count, arguments);
@@ -23,7 +22,7 @@ constexpr std::size_t message_size = 512;
 void write_message(char *buffer, std::size_t size, std::int32_t number, std::int32_t count, ...) {
   std::va_list arguments;
   va_start(arguments, count);
-  write_message(buffer, size, number, count, arguments);
+  fill(buffer, size, number, count, arguments);
   va_end(arguments);
 }
 
@@ -33,7 +32,7 @@ const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...) {
   thread_local char text[tnk::host::message_size];
   std::va_list arguments;
   va_start(arguments, count);
-  tnk::host::write_message(text, sizeof text, number, count, arguments);
+  tnk::host::fill(text, sizeof text, number, count, arguments);
   va_end(arguments);
   return text;
 }
@@ -42,7 +41,7 @@ void tnk_serv_tnk_print(int32_t, int32_t number, int32_t count, ...) {
   char text[tnk::host::message_size]; // its own: a text fetched before stays as it is
   std::va_list arguments;
   va_start(arguments, count);
-  tnk::host::write_message(text, sizeof text, number, count, arguments);
+  tnk::host::fill(text, sizeof text, number, count, arguments);
   va_end(arguments);
   std::printf("%s\n", text);
 }

@@ -1,0 +1,134 @@
+#include <cstdint>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <thread>
+#include <tnk/services.h>
+
+#include "tests/support/error_recorder.h"
+
+// Under the address sanitizer, too, an impossible request is to come back as null.
+extern "C" const char *__asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+
+namespace {
+
+using tnk::test::ErrorRecorder;
+
+struct Partners {
+  const char *name;
+  void *(*allocate)(int64_t size, int32_t alignment);
+  void (*release)(void *block);
+  int alignment_position;
+};
+const Partners families[] = {
+    {"tnk_serv_allocate", tnk_serv_allocate, tnk_serv_deallocate, 2},
+    {"tnk_serv_tnk_malloc", tnk_serv_tnk_malloc, tnk_serv_tnk_free, 2},
+    {"tnk_serv_tnk_calloc",
+     [](int64_t size, int32_t alignment) { return tnk_serv_tnk_calloc(1, size, alignment); },
+     tnk_serv_tnk_free, 3},
+};
+
+TEST(Memory, EveryPowerOfTwoIsAnAlignment) {
+  for (const Partners &family : families)
+    for (int32_t alignment = 1; alignment <= 1 << 20; alignment *= 2)
+      for (const int64_t size : {0, 1, 127, 128, 5000}) {
+        void *block = family.allocate(size, alignment);
+        ASSERT_NE(block, nullptr) << family.name << ' ' << size << ' ' << alignment;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % static_cast<std::uintptr_t>(alignment), 0u);
+        std::memset(block, 0x5A, static_cast<std::size_t>(size));
+        family.release(block);
+      }
+}
+
+TEST(Memory, ImpossibleSizesGiveNullInSilence) {
+  ErrorRecorder errors;
+  for (const Partners &family : families)
+    for (const int64_t size : {int64_t{-1}, INT64_MIN, INT64_MAX, INT64_MAX - 127, int64_t{1} << 60})
+      EXPECT_EQ(family.allocate(size, 128), nullptr) << family.name << ' ' << size;
+  const int64_t root = int64_t{1} << 32;
+  EXPECT_EQ(tnk_serv_tnk_calloc(root, root, 16), nullptr);     // 2^64: the low 64 bits of the product are 0
+  EXPECT_EQ(tnk_serv_tnk_calloc(root, root / 2, 16), nullptr); // 2^63
+  EXPECT_EQ(tnk_serv_tnk_calloc(-1, -1, 16), nullptr);
+  EXPECT_EQ(tnk_serv_tnk_calloc(-1, 8, 16), nullptr);
+  EXPECT_EQ(errors.last().count, 0);
+}
+
+TEST(Memory, AnAlignmentThatIsNoPowerOfTwoIsReported) {
+  ErrorRecorder errors;
+  for (const Partners &family : families)
+    for (const int32_t alignment : {0, 3, 96, -8, INT32_MIN}) {
+      EXPECT_EQ(family.allocate(64, alignment), nullptr) << family.name << ' ' << alignment;
+      const auto seen = errors.take();
+      EXPECT_EQ(seen.count, 1);
+      EXPECT_EQ(seen.routine, family.name);
+      EXPECT_EQ(seen.position, family.alignment_position);
+      EXPECT_EQ(seen.value, std::to_string(alignment));
+    }
+}
+
+TEST(Memory, CallocClearsMemoryThatWasUsedBefore) {
+  constexpr std::size_t size = 3 * 1000;
+  for (int round = 0; round < 4; ++round) {
+    auto *block = static_cast<unsigned char *>(tnk_serv_tnk_calloc(3, 1000, 16));
+    ASSERT_NE(block, nullptr);
+    for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(block[i], 0) << i;
+    std::memset(block, 0xFF, size);
+    tnk_serv_tnk_free(block);
+  }
+}
+
+TEST(Memory, NullMayBeReleased) {
+  tnk_serv_deallocate(nullptr);
+  tnk_serv_tnk_free(nullptr);
+}
+
+TEST(Memory, ABlockMayComeBackOnAnotherThread) {
+  void *block = tnk_serv_allocate(1 << 16, 128);
+  std::thread([&] { tnk_serv_deallocate(block); }).join();
+}
+
+TEST(Memory, CheckPtrReportsNullOnly) {
+  ErrorRecorder errors;
+  int something = 0;
+  EXPECT_EQ(tnk_serv_check_ptr(&something, "xgemm"), 0);
+  EXPECT_EQ(errors.last().count, 0);
+  EXPECT_NE(tnk_serv_check_ptr(nullptr, "xgemm"), 0);
+  EXPECT_EQ(errors.last().count, 1);
+  EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY);
+  EXPECT_EQ(errors.last().routine, "xgemm");
+  EXPECT_EQ(errors.last().position, 0);
+}
+
+TEST(Memory, TheRuntimesAllocatorIsReachedThroughVariables) {
+  void *block = i_malloc(100);
+  ASSERT_NE(block, nullptr);
+  std::memset(block, 1, 100);
+  i_free(block);
+}
+
+#ifdef TNK_CHECK_BLOCKS
+TEST(MemoryDeathTest, AWrongReleaseStopsTheProgram) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      tnk_serv_tnk_free(tnk_serv_allocate(64, 128)),
+      "tnk: tnk_serv_tnk_free: argument 1 \\(block\\) is a block of tnk_serv_allocate, expected a live "
+      "block of tnk_serv_tnk_malloc");
+  EXPECT_DEATH(tnk_serv_deallocate(tnk_serv_tnk_calloc(8, 8, 16)), "is a block of tnk_serv_tnk_malloc");
+  EXPECT_DEATH(
+      {
+        void *block = tnk_serv_allocate(64, 128);
+        tnk_serv_deallocate(block);
+        tnk_serv_deallocate(block);
+      },
+      "no live block");
+  EXPECT_DEATH(
+      {
+        int foreign = 0;
+        tnk_serv_deallocate(&foreign);
+      },
+      "no live block");
+}
+#endif
+
+} // namespace

@@ -1,0 +1,107 @@
+#include "host/service/messages.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <tnk/services.h>
+#include <vector>
+
+namespace {
+
+using tnk::host::TextWriter;
+
+// The text formatted into a buffer of `size` bytes, the bytes behind it guarded.
+std::string formatted(std::size_t size, const char *text, int count, ...) {
+  std::vector<char> buffer(size + 8, '#');
+  TextWriter out(buffer.data(), size);
+  va_list arguments;
+  va_start(arguments, count);
+  tnk::host::format(out, text, count, arguments);
+  va_end(arguments);
+  EXPECT_EQ(std::string(buffer.data() + size, 8), "########") << text;
+  EXPECT_LT(std::strlen(buffer.data()), size) << text;
+  return buffer.data();
+}
+
+TEST(Format, PutsArgumentsOfEachTypeInOrder) {
+  EXPECT_EQ(formatted(100, "{s} = {d} of {f}.", 3, "a", int64_t{-7}, 0.5), "a = -7 of 0.5.");
+  EXPECT_EQ(formatted(100, "{d}{d}", 2, INT64_MIN, INT64_MAX), "-92233720368547758089223372036854775807");
+  EXPECT_EQ(formatted(100, "{f} {f} {f}", 3, 1e300, -1.0 / 0.0, 0.1), "1e+300 -inf 0.1");
+  EXPECT_EQ(formatted(100, "no arguments", 0), "no arguments");
+  EXPECT_EQ(formatted(100, "", 0), "");
+}
+
+TEST(Format, MissingAndNullArgumentsShow) {
+  EXPECT_EQ(formatted(100, "{s} and {d} and {f}", 0), "? and ? and ?");
+  EXPECT_EQ(formatted(100, "{s} and {d}", 1, "one"), "one and ?");
+  EXPECT_EQ(formatted(100, "{s} and {s}", -5), "? and ?");
+  EXPECT_EQ(formatted(100, "{s} and {s}", 2, static_cast<const char *>(nullptr), "two"), "? and two");
+  EXPECT_EQ(formatted(100, "one {d}", 3, int64_t{1}, "left", "over"), "one 1");
+}
+
+TEST(Format, CutsAtEveryLength) {
+  const std::string whole = formatted(200, "ab{s}cd{d}ef{f}g", 3, "xyz", int64_t{12345}, 2.25);
+  for (std::size_t size = 1; size <= whole.size() + 2; ++size)
+    EXPECT_EQ(formatted(size, "ab{s}cd{d}ef{f}g", 3, "xyz", int64_t{12345}, 2.25), whole.substr(0, size - 1));
+}
+
+TEST(Format, OnlyThreePlaceholdersAreWellFormed) {
+  using tnk::host::is_well_formed;
+  for (const char *good : {"", "plain", "{s}", "{d}{f}", "a {s} b"})
+    EXPECT_TRUE(is_well_formed(good)) << good;
+  for (const char *bad : {"{", "}", "{}", "{x}", "{s", "s}", "{{s}", "{s}}", "%d {i}"})
+    EXPECT_FALSE(is_well_formed(bad)) << bad;
+  const tnk::host::Message twice[] = {{1, "a"}, {1, "b"}}, unordered[] = {{2, "a"}, {1, "b"}};
+  EXPECT_FALSE(is_well_formed(twice, 2));
+  EXPECT_FALSE(is_well_formed(unordered, 2));
+}
+
+TEST(GetMsg, FillsTheCatalogText) {
+  EXPECT_STREQ(tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "xgemm"),
+               "xgemm: no memory for a work array");
+  EXPECT_STREQ(tnk_serv_tnk_get_msg(-31, 0), "message -31 is not in the catalog");
+  EXPECT_STREQ(tnk_serv_tnk_get_msg(INT32_MAX, 2, "a", "b"), "message 2147483647 is not in the catalog");
+}
+
+TEST(GetMsg, CutsAt511CharactersWhateverTheArguments) {
+  const std::string longer(5000, 'x');
+  const char *text = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, longer.c_str());
+  EXPECT_EQ(text, std::string(511, 'x'));
+}
+
+TEST(GetMsg, EachThreadHasItsText) {
+  const char *mine = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "first");
+  const std::string before = mine;
+  std::thread([&] {
+    const char *theirs = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "second");
+    EXPECT_NE(theirs, mine);
+  }).join();
+  EXPECT_EQ(mine, before);
+}
+
+TEST(Print, WritesALineAndLeavesFetchedTextAlone) {
+  const char *fetched = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "fetched");
+  testing::internal::CaptureStdout();
+  tnk_serv_tnk_print(1, tnk::host::message_no_memory, 1, "printed %s%n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "printed %s%n: no memory for a work array\n");
+  EXPECT_STREQ(fetched, "fetched: no memory for a work array");
+}
+
+TEST(Version, IsCutToTheBuffer) {
+  char whole[198];
+  tnk_serv_getversionstring_c(whole, sizeof whole);
+  const std::string version = whole;
+  EXPECT_EQ(version.rfind("tnk 0.", 0), 0u) << version;
+  for (int32_t length = -1; length <= static_cast<int32_t>(version.size()) + 1; ++length) {
+    std::string buffer(300, '#');
+    tnk_serv_getversionstring_c(buffer.data(), length);
+    const std::size_t size = length > 0 ? static_cast<std::size_t>(length) : 0;
+    EXPECT_EQ(buffer.substr(size), std::string(300 - size, '#'));
+    if (size > 0) {
+      EXPECT_EQ(std::string(buffer.c_str()), version.substr(0, size - 1));
+    }
+  }
+}
+
+} // namespace

@@ -1,0 +1,170 @@
+#include "host/service/processor.h"
+
+#include <cmath>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <thread>
+#include <tnk/kernel.h>
+#include <tnk/services.h>
+#include <vector>
+
+#include "host/service/caches.h"
+
+namespace {
+
+using namespace tnk::host;
+
+TEST(Processor, AvxNeedsTheProcessorAndTheOperatingSystem) {
+  constexpr std::uint32_t xgetbv = 1u << 27, avx = 1u << 28, others = 0x06D8220Bu; // sse3 ... aes, fma, xsave
+  struct {
+    ProcessorWords words;
+    Avx expected;
+  } const cases[] = {
+      {{0, 0}, Avx::absent},
+      {{others, 0}, Avx::absent},
+      {{others | xgetbv, 7}, Avx::absent},
+      {{others | avx, 7}, Avx::not_saved}, // xcr0 may not be trusted
+      {{others | avx | xgetbv, 0}, Avx::not_saved},
+      {{others | avx | xgetbv, 3}, Avx::not_saved},
+      {{others | avx | xgetbv, 5}, Avx::not_saved},
+      {{others | avx | xgetbv, std::uint64_t{6} << 32}, Avx::not_saved},
+      {{others | avx | xgetbv, 6}, Avx::usable},
+      {{avx | xgetbv, 7}, Avx::usable},
+      {{~0u, 0x2E7}, Avx::usable},
+  };
+  for (const auto &c : cases)
+    EXPECT_EQ(avx_state(c.words), c.expected) << std::hex << c.words.features << ' ' << c.words.xcr0;
+}
+
+TEST(Processor, DetectionAgreesWithTheOperatingSystem) {
+  bool listed = false;
+  if (std::FILE *file = std::fopen("/proc/cpuinfo", "r")) {
+    char line[8192];
+    while (!listed && std::fgets(line, sizeof line, file))
+      listed =
+          std::string(line).rfind("flags", 0) == 0 && std::string(line).find(" avx ") != std::string::npos;
+    std::fclose(file);
+  } else {
+    GTEST_SKIP() << "no /proc/cpuinfo";
+  }
+  EXPECT_EQ(tnk_serv_cpu_detect(), listed ? TNK_CLASS_AVX : TNK_CLASS_NONE);
+}
+
+// The cache subleaves of three processors as they describe themselves.
+TEST(Caches, AreReadFromTheProcessorsWords) {
+  struct Words {
+    std::uint32_t eax, ebx, ecx;
+  };
+  struct {
+    std::vector<Words> leaf;
+    std::int64_t level[4];
+  } const cases[] = {
+      // 32 K data, 32 K instructions, 256 K, 8 M
+      {{{0x1C004121, 0x01C0003F, 0x3F},
+        {0x1C004122, 0x01C0003F, 0x3F},
+        {0x1C004143, 0x01C0003F, 0x1FF},
+        {0x1C03C163, 0x03C0003F, 0x1FFF},
+        {0, 0, 0}},
+       {0, 32 << 10, 256 << 10, 8 << 20}},
+      // instructions first: they must not stand for level 1; two partitions a line
+      {{{0x122, 0x01C0003F, 0x3F}, {0x121, 0x00C0103F, 0x3F}, {0, 0, 0}}, {0, 32 << 10, 0, 0}},
+      // a level 4 cache, and words after the end of the list, are passed over; the largest counts need 64
+      // bits
+      {{{0x143, 0x01C0003F, 0x3FF},
+        {0x183, 0x03C0003F, 0x1FFFF},
+        {0x163, 0xFFFFFFFF, 0xFFFFF},
+        {0, 0, 0},
+        {0x121, 0x01C0003F, 0x3F}},
+       {0, 0, 512 << 10, std::int64_t{1} << 52}},
+  };
+  for (const auto &c : cases) {
+    CacheSizes sizes{};
+    for (const Words &words : c.leaf)
+      if (!take_cache(sizes, words.eax, words.ebx, words.ecx)) break;
+    for (int level = 0; level < 4; ++level) EXPECT_EQ(sizes.level[level], c.level[level]) << level;
+  }
+}
+
+std::int64_t size_by_files(int wanted_level) {
+  for (int i = 0; i < 8; ++i) {
+    const std::string folder = "/sys/devices/system/cpu/cpu0/cache/index" + std::to_string(i) + "/";
+    int level = 0;
+    char type[32] = "";
+    long long kib = 0;
+    const auto read = [&](const char *name, const char *pattern, auto *value) {
+      std::FILE *file = std::fopen((folder + name).c_str(), "r");
+      if (!file) return;
+      EXPECT_EQ(std::fscanf(file, pattern, value), 1) << folder << name;
+      std::fclose(file);
+    };
+    read("level", "%d", &level);
+    read("type", "%31s", type);
+    read("size", "%lldK", &kib);
+    if (level == wanted_level && std::string(type) != "Instruction") return kib * 1024;
+  }
+  return 0;
+}
+
+TEST(Caches, AgreeWithTheOperatingSystem) {
+  std::int64_t largest = 0;
+  for (int level = 1; level <= 3; ++level) {
+    const std::int64_t size = tnk_serv_get_cache_size(level), by_files = size_by_files(level);
+    if (by_files > 0) {
+      EXPECT_EQ(size, by_files) << level;
+    }
+    if (size > largest) largest = size;
+  }
+  for (const int32_t level : {-1, 4, INT32_MIN, INT32_MAX})
+    EXPECT_EQ(tnk_serv_get_cache_size(level), 0) << level;
+  // Blocks are cut by this one: it must allow a few rows of any element type.
+  EXPECT_GE(tnk_serv_get_cache_size(0), 128 << 10);
+
+  std::int32_t info[4] = {-1, -1, -1, -1};
+  tnk_serv_cache_info(info);
+  EXPECT_EQ(info[0], largest > 0);
+  EXPECT_EQ(info[1], largest);
+  EXPECT_EQ(info[2], -1) << "only two elements are the service's";
+}
+
+TEST(Lsame, IsAboutLettersAndNothingElse) {
+  for (int a = 0; a < 256; ++a)
+    for (int b = 0; b < 256; ++b) {
+      const auto is_letter = [](int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+      const bool same = a == b || (is_letter(a) && is_letter(b) && (a | 32) == (b | 32));
+      const char x = static_cast<char>(a), y = static_cast<char>(b);
+      ASSERT_EQ(tnk_serv_lsame(&x, &y, 1, 1) != 0, same) << a << ' ' << b;
+    }
+}
+
+TEST(Lock, LetsOneThreadIn) {
+  long count = 0; // plain: only the lock keeps additions from getting lost
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&] {
+      for (int i = 0; i < 20000; ++i) {
+        tnk_serv_lock();
+        const long seen = count;
+        if (i % 64 == 0) std::this_thread::yield();
+        count = seen + 1;
+        tnk_serv_unlock();
+      }
+    });
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_EQ(count, 4 * 20000);
+}
+
+TEST(Sincos, AgreesWithTheMathLibrary) {
+  for (const double angle : {0.0, 1e-300, 0.5, 3.0, -100.25, 1e9}) {
+    double s, c;
+    tnk_serv_libm_sincos(angle, &s, &c);
+    EXPECT_EQ(s, std::sin(angle));
+    EXPECT_EQ(c, std::cos(angle));
+    const float small = static_cast<float>(angle);
+    float sf, cf;
+    tnk_serv_libm_sincosf(small, &sf, &cf);
+    EXPECT_EQ(sf, std::sin(small));
+    EXPECT_EQ(cf, std::cos(small));
+  }
+}
+
+} // namespace
