@@ -4,7 +4,7 @@ PRESET  ?= release
 BUILD    = build/$(PRESET)
 OUT     ?= out
 PREFIX  ?= /usr/local
-SOURCES  = CMakeLists.txt CMakePresets.json
+JOBS    ?= $(shell nproc)
 
 .PHONY: help bootstrap build all demo check asan bench install format clean
 
@@ -13,39 +13,44 @@ help:
 	@echo 'make check     build everything and run every test'
 	@echo 'make build     build the libraries and the program tnk, nothing else'
 	@echo 'make asan      run the tests under the address and undefined-behaviour sanitizers'
-	@echo 'make bench     measure against a peer library; see scripts/bootstrap.sh --peers'
+	@echo 'make bench     measure against peer libraries; see scripts/bootstrap.sh --peers'
 	@echo 'make install   install under PREFIX (now $(PREFIX))'
 	@echo 'make format    format the sources; make clean removes build/ and $(OUT)/'
 
 bootstrap:
 	@scripts/bootstrap.sh
 
-$(BUILD)/build.ninja: $(SOURCES) | bootstrap
-	cmake --preset $(PRESET)
+# Configures once; afterwards the build itself notices changed CMake files.
+$(BUILD)/build.ninja: CMakePresets.json | bootstrap
+	@echo 'configuring $(BUILD)'
+	@cmake --preset $(PRESET) --log-level=WARNING >/dev/null
+	@touch $@
 
 build: bootstrap $(BUILD)/build.ninja
-	cmake --build --preset $(PRESET) --target tnk_avx tnk_host tnk
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tnk_avx tnk_host tnk
 
 all: bootstrap $(BUILD)/build.ninja
-	cmake --build --preset $(PRESET)
+	@cmake --build --preset $(PRESET) -j $(JOBS)
 
 demo: build
-	$(BUILD)/bin/tnk tour --data examples/data --out $(OUT)
+	@$(BUILD)/bin/tnk tour --data examples/data --out $(OUT)
 
 check: all
-	ctest --preset $(PRESET) -j 2
+	@ctest --preset $(PRESET) -j $(JOBS)
 
 asan:
-	$(MAKE) check PRESET=asan
+	@$(MAKE) --no-print-directory check PRESET=asan
 
 bench: all
-	$(BUILD)/bin/tnk bench --out $(OUT)
+	@$(BUILD)/bin/tnk bench --out $(OUT)
 
-install: build
-	cmake --install $(BUILD) --prefix $(PREFIX)
+# Builds unless something is built already: an install run as root then leaves no root-owned files in build/.
+install:
+	@[ -e $(BUILD)/lib/libtnk_avx.so ] || $(MAKE) --no-print-directory build
+	@cmake --install $(BUILD) --prefix $(PREFIX)
 
 format:
-	git ls-files '*.h' '*.cpp' '*.c' | xargs clang-format -i
+	@git ls-files '*.h' '*.cpp' '*.c' | xargs clang-format -i
 
 clean:
-	rm -rf build $(OUT)
+	@rm -rf build $(OUT)

@@ -1,1 +1,35 @@
-install(TARGETS tnk_avx tnk_host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# What is installed, and how others find it: by pkg-config (tnk.pc) or find_package(tnk). Both find the prefix from
+# their own place, so an installation may be moved.
+
+include(CMakePackageConfigHelpers)
+
+set(TNK_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tnk)
+set(TNK_DATA_DIR ${CMAKE_INSTALL_DATADIR}/tnk)
+
+# The kernel library is no target for users: the host loads it from beside itself.
+install(TARGETS tnk_host EXPORT tnk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS tnk_avx LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(TARGET tnk)
+  install(TARGETS tnk RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tnk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/data DESTINATION ${TNK_DATA_DIR})
+install(
+  DIRECTORY ${PROJECT_SOURCE_DIR}/examples/
+  DESTINATION ${TNK_DATA_DIR}/examples
+  PATTERN data EXCLUDE)
+install(FILES LICENSE README.md CHANGELOG.md docs/numerics.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# ---- CMake package
+install(EXPORT tnk FILE tnkTargets.cmake NAMESPACE tnk:: DESTINATION ${TNK_CMAKE_DIR})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/tnkConfig.cmake.in ${PROJECT_BINARY_DIR}/tnkConfig.cmake
+                              INSTALL_DESTINATION ${TNK_CMAKE_DIR} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/tnkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/tnkConfig.cmake ${PROJECT_BINARY_DIR}/tnkConfigVersion.cmake
+        DESTINATION ${TNK_CMAKE_DIR})
+
+# ---- pkg-config
+file(RELATIVE_PATH TNK_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" TNK_PREFIX_FROM_PC ${TNK_PREFIX_FROM_PC})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/tnk.pc.in ${PROJECT_BINARY_DIR}/tnk.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tnk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,116 @@
+#!/bin/sh
+# Installs what building and testing need and this machine lacks. Silent and quick when nothing is missing.
+set -eu
+
+usage() {
+  cat <<'EOF'
+usage: scripts/bootstrap.sh [--peers] [--dev] [--list]
+
+Installs by apt-get (Debian 12 or later and its relatives) the packages that building and testing need and that
+are missing; says nothing when there are none. Uses sudo when not run as root.
+
+  --peers  also the libraries that the benchmarks compare with
+  --dev    also what contributors use: the formatter, the shell checker, the debugger
+  --list   name the missing packages, one a line, and install nothing
+  --help   this text
+EOF
+}
+
+# package, how to see that it is there, and what to look for: a command or a header, or a library by its file name.
+needed='
+g++                  command g++
+make                 command make
+cmake                command cmake
+ninja-build          command ninja
+pkg-config           command pkg-config
+binutils             command objdump
+qemu-user            command qemu-x86_64
+libgtest-dev         header  gtest/gtest.h
+libbenchmark-dev     header  benchmark/benchmark.h
+libcli11-dev         header  CLI/CLI.hpp
+libpng-dev           header  png.h
+'
+peers='
+libopenblas0-pthread library libopenblas.so.0
+libeigen3-dev        header  eigen3/Eigen/Core
+'
+dev='
+clang-format         command clang-format
+shellcheck           command shellcheck
+gdb                  command gdb
+'
+
+wanted=$needed
+list_only=no
+for option in "$@"; do
+  case $option in
+    --peers) wanted="$wanted$peers" ;;
+    --dev) wanted="$wanted$dev" ;;
+    --list) list_only=yes ;;
+    -h | --help)
+      usage
+      exit 0
+      ;;
+    *)
+      echo "bootstrap: unknown option '$option'" >&2
+      usage >&2
+      exit 2
+      ;;
+  esac
+done
+
+# Looks at files only and starts no process, since every make target comes through here.
+is_there() { # kind, what
+  case $1 in
+    command)
+      command -v "$2" >/dev/null 2>&1
+      return
+      ;;
+    header) places='/usr/include /usr/local/include' ;;
+    library) places='/usr/lib /usr/lib64 /usr/local/lib /usr/lib/*-linux-gnu' ;;
+  esac
+  for place in $places; do
+    [ ! -e "$place/$2" ] || return 0
+  done
+  return 1
+}
+
+missing=
+while read -r package kind what; do
+  [ -z "$package" ] || is_there "$kind" "$what" || missing="$missing $package"
+done <<EOF
+$wanted
+EOF
+[ -n "$missing" ] || exit 0
+
+if [ $list_only = yes ]; then
+  # shellcheck disable=SC2086  # a list of package names
+  printf '%s\n' $missing
+  exit 0
+fi
+
+fail() {
+  printf 'bootstrap: %s\nThese packages (Debian names) are needed and missing:%s\n' "$1" "$missing" >&2
+  exit 1
+}
+command -v apt-get >/dev/null 2>&1 || fail 'there is no apt-get here; install them by your own package manager.'
+as_root=
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null 2>&1 || fail 'installing needs root and there is no sudo; run this script as root.'
+  as_root=sudo
+fi
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+apt() {
+  # shellcheck disable=SC2086  # as_root is empty or one word
+  $as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" >>"$log" 2>&1
+}
+echo "bootstrap: installing$missing"
+# A failed update is no reason to stop: the lists may be good enough, and the install tells.
+apt update || true
+# shellcheck disable=SC2086  # a list of package names
+if ! apt install -y --no-install-recommends $missing; then
+  cat "$log" >&2
+  fail 'apt-get failed; its words are above.'
+fi

@@ -1,0 +1,33 @@
+#!/bin/sh
+# Shows that the gates bite: each must refuse the faulty library, and for the right reasons.
+# usage: bite.sh GATES FAULTY_LIBRARY GOOD_LIBRARY ALLOWED LIST...
+gates=$1 faulty=$2 good=$3 allowed=$4
+shift 4
+status=0
+
+expect() { # what the output must contain; then the gate and its arguments
+  pattern=$1
+  shift
+  if output=$("$@" 2>&1); then
+    echo "accepted what it should refuse: $*"
+    status=1
+  elif ! printf '%s\n' "$output" | grep -qE "$pattern"; then
+    printf 'refused, but does not say "%s": %s\n%s\n' "$pattern" "$*" "$output"
+    status=1
+  fi
+}
+
+expect 'listed but not exported: tnk_blas_xdaxpy$' "$gates/exports.sh" "$faulty" "$@"
+expect 'exported but not listed: faulty_fused$' "$gates/exports.sh" "$faulty" "$@"
+expect 'exported but not listed: dll_cpu_version$' "$gates/exports.sh" "$good" "$allowed"
+expect 'imported but not allowed: (strtol|atoi|__isoc23_strtol)$' "$gates/imports.sh" "$faulty" "$allowed"
+expect 'run path is' "$gates/imports.sh" "$faulty" "$allowed"
+expect 'needs the library libstdc\+\+' "$gates/imports.sh" "$faulty" "$allowed"
+expect '1 static constructors' "$gates/start.sh" "$faulty"
+for name in integer_add fused broadcast leading_zeros andn half_precision; do
+  expect "in faulty_$name" "$gates/isa.sh" "$faulty" generic64+avx
+done
+# The kernel library itself is too much for a processor without AVX.
+expect 'not of this class: v' "$gates/isa.sh" "$good" generic64
+[ $status -ne 0 ] || echo "every gate bites"
+exit $status
