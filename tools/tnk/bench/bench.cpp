@@ -202,7 +202,8 @@ Command bench_command(CLI::App &program) {
   app->footer(
       "A row says: the length n; the rate; how near this is to the limit, and whether bytes or flops set "
       "it;\n"
-      "and how many times as fast as the peer's core ours is (above 1: faster). Medians of the rounds.");
+      "and how many times as fast as the peer's core ours is (above 1: faster). Medians of the rounds.\n\n"
+      "Exit code: 0 when every row was measured and agrees with the peer, 1 otherwise, 2 for bad usage.");
   return {app, [options] { return run(*options); }};
 }
 

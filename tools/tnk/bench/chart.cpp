@@ -9,7 +9,7 @@ namespace {
 
 // In pixels. Dots of one kernel stand a little apart, the shortest vectors on top, so that equal ratios show.
 constexpr double label_width = 90, panel_width = 400, panel_gap = 40, row_height = 18, group_gap = 10,
-                 dot_step = 2.6, dot_radius = 3.1, head_height = 112, foot_height = 40, margin = 28;
+                 dot_step = 2.6, dot_radius = 3.1, head_height = 124, foot_height = 40, margin = 28;
 
 constexpr double lowest = 0.25, highest = 8;
 
