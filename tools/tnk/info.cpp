@@ -63,7 +63,7 @@ void print_exports(const std::string &library) {
 
 int run_info() {
   print_machine();
-  const tnk_status status = tnk_kernel_load();
+  const tnk_status status = load_kernel();
   const std::string path = std::filesystem::path(tnk_kernel_path()).lexically_normal().string();
   line("kernel library", path);
   if (status == TNK_OK) {

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <sched.h>
 #include <set>
-#include <tnk/services.h>
 #include <unistd.h>
 #include <utility>
 
@@ -55,6 +54,13 @@ Cores processor_cores() {
   }
   cores.physical = static_cast<int>(distinct.size());
   return cores;
+}
+
+tnk_status load_kernel() {
+  const tnk_error_handler handler = tnk_set_error_handler([](const tnk_error *) {});
+  const tnk_status status = tnk_kernel_load();
+  tnk_set_error_handler(handler);
+  return status;
 }
 
 std::string version_text() {

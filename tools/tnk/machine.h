@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <tnk/host.h>
 #include <vector>
 
 namespace tnk::tool {
@@ -18,6 +19,9 @@ struct Cores {
   int physical; // cores; 0 when not known
 };
 Cores processor_cores();
+
+// tnk_kernel_load without its report: the caller tells what a refusal means, by tnk_kernel_message().
+tnk_status load_kernel();
 
 // Version text of the host.
 std::string version_text();

@@ -5,24 +5,21 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <tnk/host.h>
 #include <vector>
 
 namespace {
-
-// Subcommands say themselves what a missing kernel library means to them.
-void report(const tnk_error *error) {
-  if (error->kind != TNK_ERROR_KERNEL) std::fprintf(stderr, "tnk: %s\n", error->message);
-}
 
 int run(int argc, char **argv) {
   using namespace tnk::tool;
   CLI::App program("A numerical kernel library for AVX processors: look at it, see it work.", "tnk");
   program.set_version_flag("--version", version_text());
-  program.set_help_all_flag("--help-all", "Print the help of all subcommands and exit");
-  program.require_subcommand(1);
+  program.require_subcommand(0, 1); // none is refused below, so that a misspelt one is named as such
+  program.failure_message([](const CLI::App *, const CLI::Error &error) {
+    return std::string("tnk: ") + error.what() + "\nTry tnk --help or tnk SUBCOMMAND --help.\n";
+  });
 
   const std::vector<Command> commands{info_command(program), tour_command(program), bench_command(program)};
+  program.set_help_all_flag("--help-all", "Print the help of all subcommands and exit");
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError &stop) { // a request for help or the version is one as well
@@ -30,13 +27,13 @@ int run(int argc, char **argv) {
   }
   for (const Command &command : commands)
     if (command.options->parsed()) return command.run();
+  std::fprintf(stderr, "tnk: a subcommand is needed\n%s", program.help().c_str());
   return exit_usage;
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  tnk_set_error_handler(report);
   int code = tnk::tool::exit_failure;
   try {
     code = run(argc, argv);

@@ -56,17 +56,18 @@ std::vector<std::string> exported_names(const std::filesystem::path &library) {
     if (i >= header.e_shnum) image.refuse("damaged ELF file: no such section");
     return image.record<Elf64_Shdr>(header.e_shoff + i * sizeof(Elf64_Shdr));
   };
-  std::vector<std::string> names;
   for (std::uint64_t i = 0; i < header.e_shnum; ++i) {
     const Elf64_Shdr table = section(i);
     if (table.sh_type != SHT_DYNSYM) continue;
+    std::vector<std::string> names;
     const Elf64_Shdr strings = section(table.sh_link);
     for (std::uint64_t at = 0; at + sizeof(Elf64_Sym) <= table.sh_size; at += sizeof(Elf64_Sym)) {
       const auto symbol = image.record<Elf64_Sym>(table.sh_offset + at);
       if (exported(symbol)) names.push_back(image.text(strings, symbol.st_name));
     }
+    return names; // an ELF file has one such table at most
   }
-  return names;
+  image.refuse("an ELF file without a dynamic symbol table");
 }
 
 } // namespace tnk::tool

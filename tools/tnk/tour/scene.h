@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <tnk/host.h>
 #include <vector>
 
 namespace tnk::tool {
@@ -19,14 +20,21 @@ struct Result {
   std::string rate;     // "3.21 GB/s"; "" when none was taken
 };
 
-// What a scene works on: its input files, its output, its pictures.
+// What a scene works on: its input files, its output, its pictures. One at a time: while it lives, errors
+// that the host reports go to it.
 class Stage {
 public:
-  Stage(std::filesystem::path data, std::filesystem::path out)
-      : data_(std::move(data)), out_(std::move(out)) {}
+  Stage(std::filesystem::path data, std::filesystem::path out);
+  Stage(const Stage &) = delete;
+  Stage &operator=(const Stage &) = delete;
+  ~Stage();
 
   // Path of an input file.
   std::filesystem::path data(const char *file) const { return data_ / file; }
+
+  // A Failure when a routine has reported an error since the stage was made. To be called once a result is
+  // there and before its routines are called over and over for their rates.
+  void stop_on_error() const;
 
   // Prints one line of text.
   void say(const std::string &text) const;
@@ -42,6 +50,7 @@ public:
 
 private:
   std::filesystem::path data_, out_;
+  tnk_error_handler handler_before_;
   std::vector<std::filesystem::path> pictures_;
 };
 

@@ -3,7 +3,7 @@
 #include "tools/tnk/support/format.h"
 #include "tools/tnk/tour/scene.h"
 #include <cstdio>
-#include <tnk/host.h>
+#include <utility>
 
 namespace tnk::tool {
 namespace {
@@ -16,7 +16,28 @@ void row(const char *quantity, const char *routine, const char *value, const cha
   std::printf("%s\n", text.c_str());
 }
 
+// The first error that a routine reported; empty before. Handlers get no context, so it cannot stand in the
+// stage.
+std::string first_error;
+
+void record(const tnk_error *error) {
+  if (first_error.empty()) first_error = error->message;
+}
+
 } // namespace
+
+Stage::Stage(std::filesystem::path data, std::filesystem::path out)
+    : data_(std::move(data)), out_(std::move(out)), handler_before_(tnk_set_error_handler(record)) {
+  first_error.clear();
+}
+
+Stage::~Stage() {
+  tnk_set_error_handler(handler_before_);
+}
+
+void Stage::stop_on_error() const {
+  if (!first_error.empty()) throw Failure(first_error);
+}
 
 void Stage::say(const std::string &text) const {
   std::printf("  %s\n", text.c_str());

@@ -1,5 +1,6 @@
 // tnk tour: one scene a family of routines, each on real input.
 #include "tools/tnk/command.h"
+#include "tools/tnk/machine.h"
 #include "tools/tnk/support/failure.h"
 #include "tools/tnk/support/files.h"
 #include "tools/tnk/support/format.h"
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <tnk/host.h>
 
 namespace tnk::tool {
 namespace {
@@ -49,7 +49,7 @@ int run_tour(const Options &options) {
     for (const Scene &scene : scenes) std::printf("%-12s %s\n", scene.name, scene.title);
     return exit_ok;
   }
-  if (tnk_kernel_load() != TNK_OK) throw Failure(tnk_kernel_message());
+  if (load_kernel() != TNK_OK) throw Failure(tnk_kernel_message());
 
   Stage stage(find_data(options.data), options.out);
   for (const Scene &scene : scenes) {
@@ -58,6 +58,7 @@ int run_tour(const Options &options) {
       continue;
     std::printf("%s: %s\n", scene.name, scene.title);
     scene.run(stage);
+    stage.stop_on_error();
     std::printf("\n");
     std::fflush(stdout);
   }

@@ -204,7 +204,7 @@ Rates take_rates(const Kernels &kernels, const std::vector<double> &x, const std
 }
 
 void show_results(Stage &stage, const Series &series, const Statistics<double> &s,
-                  const Statistics<long double> &exact, std::size_t cycle, const Rates &rates) {
+                  const Statistics<long double> &exact, const Rates &rates) {
   const Bounds bound = bounds(exact);
   // A position is right or wrong; no rounding enters.
   const auto distance = [](std::size_t a, std::size_t b) {
@@ -218,6 +218,7 @@ void show_results(Stage &stage, const Series &series, const Statistics<double> &
     const double error = std::fabs(static_cast<double>(s.autocorrelation[k] - exact.autocorrelation[k]));
     if (!(error <= worst)) worst = error;
   }
+  const std::size_t cycle = first_peak(s.autocorrelation);
 
   stage.heading();
   stage.show({"sum", "ddot", format("%.1f", s.sum), relative(s.sum, exact.sum), bound.sum, rates.sum});
@@ -292,14 +293,14 @@ void vectors_scene(Stage &stage) {
   const Statistics<long double> exact = by_definition(series.spots);
   if (exact.variance == 0)
     throw Failure(series.source + ": all values are equal; there is nothing to correlate");
-  const Statistics<double> found = by_kernels(kernels, series.spots, ones);
-  const std::size_t cycle = first_peak(found.autocorrelation);
-  if (cycle == 0)
+  if (first_peak(exact.autocorrelation) == 0)
     throw Failure(format("%s: the autocorrelation has no peak up to a lag of %zu months",
                          series.source.c_str(), longest_lag));
-  show_results(stage, series, found, exact, cycle, take_rates(kernels, series.spots, ones, found));
+  const Statistics<double> found = by_kernels(kernels, series.spots, ones);
+  stage.stop_on_error();
+  show_results(stage, series, found, exact, take_rates(kernels, series.spots, ones, found));
 
-  stage.picture("vectors.svg", draw(series, found, cycle));
+  stage.picture("vectors.svg", draw(series, found, first_peak(found.autocorrelation)));
 }
 
 } // namespace tnk::tool
