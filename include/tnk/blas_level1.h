@@ -61,8 +61,8 @@ void tnk_blas_xzswap(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tn
                      const tnk_int *incy);
 
 /* x := alpha x. No-op when n < 1; dscal also when alpha is exactly 1. A zero alpha multiplies, so a NaN stays a NaN.
-   dscal with incx of 0 multiplies the first element n times over; with incx of -1 on an 8-byte-aligned vector it
-   scales the n elements counted forward from x, with any other negative incx those from x + (1 - n) incx on. */
+   With incx of 0 the first element is multiplied n times over. A negative incx scales the same elements as its
+   absolute value, last to first; of -1, on an element-aligned vector, first to last. */
 void tnk_blas_sscal(const tnk_int *n, const float *alpha, float *x, const tnk_int *incx);
 void tnk_blas_dscal(const tnk_int *n, const double *alpha, double *x, const tnk_int *incx);
 void tnk_blas_cscal(const tnk_int *n, const tnk_complex8 *alpha, tnk_complex8 *x, const tnk_int *incx);

@@ -57,15 +57,15 @@ template <class T> inline void put(T *p, T x) {
   std::memcpy(p, &x, sizeof x);
 }
 
-// v, which the compiler must now hold in a register: it won't repeat the load in each instruction that uses v. Pays
-// where the address may cross cache lines.
+template <class V, class T> inline V splat(T x) {
+  return x - V{}; // x - 0, not 0 + x: keeps the sign of a zero
+}
+
+// The same value, in a register: what is loaded once and used twice is not loaded a second time as the memory operand
+// of its second use. Load ports are what bounds a stream.
 template <class V> inline V in_register(V v) {
   asm("" : "+x"(v));
   return v;
-}
-
-template <class V, class T> inline V splat(T x) {
-  return x - V{}; // x - 0, not 0 + x: keeps the sign of a zero
 }
 
 // ---- Lanes ----------------------------------------------------------------------------------------------------
@@ -105,9 +105,9 @@ inline f32x4 high_half(f32x8 v) {
   return _mm256_extractf128_ps(v, 1);
 }
 
-// Four floats out of the eight of low and high, from number First on: unaligned data from two aligned loads.
-template <int First> inline f32x4 window(f32x4 low, f32x4 high) {
-  return _mm_castsi128_ps(_mm_alignr_epi8(_mm_castps_si128(high), _mm_castps_si128(low), 4 * First));
+// Lanes K ... K+3 of the eight lanes low, high.
+template <int K> inline f32x4 shifted_down(f32x4 low, f32x4 high) {
+  return _mm_castsi128_ps(_mm_alignr_epi8(_mm_castps_si128(high), _mm_castps_si128(low), 4 * K));
 }
 
 // Four floats as doubles.

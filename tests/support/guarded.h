@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <sanitizer/asan_interface.h>
 #include <sys/mman.h>
 #include <tnk/types.h>
 #include <vector>
@@ -110,6 +112,22 @@ public:
 private:
   unsigned char *map_, *first_;
   std::size_t total_;
+};
+
+// `count` elements from 8 bytes past a 16-byte boundary on. Under the address sanitizer any access right before or after
+// them stops the test, so also one by an aligned vector, which never leaves the page of an element.
+template <class T> class Fenced {
+public:
+  explicit Fenced(std::size_t count) : bytes_(new unsigned char[fence + count * sizeof(T)]) {
+    ASAN_POISON_MEMORY_REGION(bytes_.get(), fence);
+  }
+  ~Fenced() { ASAN_UNPOISON_MEMORY_REGION(bytes_.get(), fence); }
+
+  T *data() { return reinterpret_cast<T *>(bytes_.get() + fence); }
+
+private:
+  static constexpr std::size_t fence = 8;
+  std::unique_ptr<unsigned char[]> bytes_;
 };
 
 } // namespace tnk::test

@@ -72,7 +72,7 @@ template <int Lead> tnk_int sdot_blocks(tnk_int n, const float *x, const float *
         s[k] += load<f32x4>(base + i + 4 * k) * load<f32x4>(y + i + 4 * k);
       } else {
         const f32x4 next = load<f32x4>(base + i + 4 * k + 4);
-        s[k] += window<Lead>(last, next) * load<f32x4>(y + i + 4 * k);
+        s[k] += shifted_down<Lead>(last, next) * load<f32x4>(y + i + 4 * k);
         last = next;
       }
     }

@@ -1,7 +1,7 @@
 // Sweeps over the pairs (x[i], y[i]) of two vectors that are rewritten together, as the rotations do. The
 // operation comes as step(u, v), which replaces both; it must take single elements as well as vectors of
-// them. Each
-// pair depends on itself alone, so how many go at once does not change a result.
+// them. Each pair depends on itself alone,
+// so how many go at once does not change a result.
 #pragma once
 
 #include "kernel/blas/level1/vector.h"

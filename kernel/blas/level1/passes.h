@@ -1,0 +1,72 @@
+// How the streaming kernels walk their vectors: a schedule of steps, to which a kernel gives what one step
+// does.
+#pragma once
+
+#include "kernel/blas/level1/vector.h"
+#include "kernel/frame/complex.h"
+#include "kernel/frame/simd.h"
+#include <algorithm>
+
+namespace tnk {
+
+// Elements from p to the next boundary of that many bytes, at most n; 0 when no element stands on one.
+template <int Bytes, class T> inline tnk_int elements_to_boundary(const T *p, tnk_int n) {
+  constexpr int count = Bytes / static_cast<int>(sizeof(T));
+  if (!is_aligned_to(p, sizeof(T))) return 0;
+  const int behind = static_cast<int>(address(p) % Bytes / sizeof(T));
+  return std::min<tnk_int>((count - behind) % count, n);
+}
+
+// Whether each element stands on a multiple of its real type's size, so that a few elements lead to a
+// boundary.
+template <class T> inline bool is_element_aligned(const T *p) {
+  return is_aligned_to(p, sizeof(real_of<T>));
+}
+
+// Both increments 1, or both -1: the same elements of x and y meet either way, so one forward pass serves
+// both.
+inline bool is_contiguous(tnk_int incx, tnk_int incy) {
+  return incx == incy && (incx == 1 || incx == -1);
+}
+
+// Elements 0 ... n-1 in order: `peel` of them by one(i), then Vectors * Lanes elements at a time by pass(i),
+// then Lanes by vector(i), then the rest by one(i). `ahead`: how many elements beyond its own a vector step
+// reads; it is given only places where these exist.
+template <int Vectors, int Lanes, class One, class Vector, class Pass>
+inline void in_passes(tnk_int n, tnk_int peel, tnk_int ahead, One one, Vector vector, Pass pass) {
+  constexpr tnk_int block = Vectors * Lanes;
+  tnk_int i = 0;
+  for (; i < peel; ++i) one(i);
+  for (; i + block + ahead <= n; i += block) pass(i);
+  for (; i + Lanes + ahead <= n; i += Lanes) vector(i);
+  for (; i < n; ++i) one(i);
+}
+
+// The same with a pass that is a row of vector steps.
+template <int Vectors, int Lanes, class One, class Vector>
+inline void in_passes(tnk_int n, tnk_int peel, tnk_int ahead, One one, Vector vector) {
+  in_passes<Vectors, Lanes>(n, peel, ahead, one, vector, [&](tnk_int i) {
+    for (int j = 0; j < Vectors * Lanes; j += Lanes) vector(i + j);
+  });
+}
+
+// Elements 0 ... n-1 in order by one(i), `Unroll` a pass.
+template <int Unroll, class One> inline void one_by_one(tnk_int n, One one) {
+  tnk_int i = 0;
+  for (; i + Unroll <= n; i += Unroll)
+    for (int j = 0; j < Unroll; ++j) one(i + j);
+  for (; i < n; ++i) one(i);
+}
+
+// alpha times a scalar or, lane by lane or pair by pair, a vector.
+template <class T, class X> inline X scaled(T alpha, X x) {
+  if constexpr (is_complex<T> && std::is_same_v<X, vec<real_of<T>>>)
+    return complex_product(splat<X>(alpha.re), splat<X>(alpha.im), in_register(x));
+  else
+    return alpha * x;
+}
+
+// Elements of T in a 256-bit vector: a complex one counts once.
+template <class T> constexpr int elements_per_vector = 32 / static_cast<int>(sizeof(T));
+
+} // namespace tnk
