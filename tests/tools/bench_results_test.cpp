@@ -3,6 +3,7 @@
 #include "tools/tnk/bench/child.h"
 #include "tools/tnk/bench/results.h"
 #include "tools/tnk/support/failure.h"
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
