@@ -2,9 +2,11 @@
 #include "reference/level1_streams.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <sanitizer/asan_interface.h>
 #include <tnk/blas_level1.h>
 
 namespace tnk::test {
@@ -217,7 +219,23 @@ TYPED_TEST(Level1Streams, NansInfinitiesAndZeros) {
       for (tnk_int inc : {1, 2}) streams.check({n, inc, 1, 0, 8});
 }
 
-// x ends, or starts, where a page begins that cannot be read; y likewise, and elsewhere at each alignment.
+// Makes the bytes around an array errors to read, where the address sanitizer is in; nothing elsewhere.
+class Surroundings {
+public:
+  Surroundings(const void *first, std::size_t bytes)
+      : first_(static_cast<const char *>(first)), bytes_(bytes) {
+    ASAN_POISON_MEMORY_REGION(first_ - zone, zone);
+    ASAN_POISON_MEMORY_REGION(first_ + bytes_, zone);
+  }
+  ~Surroundings() { ASAN_UNPOISON_MEMORY_REGION(first_ - zone, bytes_ + 2 * zone); }
+
+private:
+  static constexpr std::size_t zone = 64;
+  const char *first_;
+  std::size_t bytes_;
+};
+
+// One vector ends, or starts, where a page begins that cannot be read; the other stands at each alignment.
 TYPED_TEST(Level1Streams, NothingOutsideTheVectorsIsRead) {
   using T = TypeParam;
   using K = Kernels<T>;
@@ -225,20 +243,23 @@ TYPED_TEST(Level1Streams, NothingOutsideTheVectorsIsRead) {
   T alpha{};
   reinterpret_cast<typename K::Real &>(alpha) = 2;
   for (bool at_start : {false, true})
-    for (std::size_t n = 1; n <= 70; ++n) {
-      PageEdge<T> edge(n, at_start);
+    for (tnk_int n = 1; n <= 70; ++n) {
+      const std::size_t count = static_cast<std::size_t>(n);
+      PageEdge<T> edge(count, at_start);
+      std::fill_n(edge.data(), count, T{});
       for (std::size_t shift = 0; shift < 32; shift += sizeof(typename K::Real)) {
-        Guarded<T> other(n, shift);
-        for (std::size_t i = 0; i < n; ++i) edge[i] = T{};
-        for (std::size_t i = 0; i < n; ++i) other.put(i, T{});
-        const tnk_int count = static_cast<tnk_int>(n);
-        for (auto [x, y] : {std::pair{edge.data(), other.data()}, std::pair{other.data(), edge.data()}}) {
-          K::axpy(&count, &alpha, x, &one, y, &one);
-          K::axpby(&count, &alpha, x, &one, &alpha, y, &one);
-          K::copy(&count, x, &one, y, &one);
-          K::swap(&count, x, &one, y, &one);
+        Guarded<T> other(count, shift);
+        for (std::size_t i = 0; i < count; ++i) other.put(i, T{});
+        {
+          Surroundings surroundings(other.data(), count * sizeof(T));
+          for (auto [x, y] : {std::pair{edge.data(), other.data()}, std::pair{other.data(), edge.data()}}) {
+            K::axpy(&n, &alpha, x, &one, y, &one);
+            K::axpby(&n, &alpha, x, &one, &alpha, y, &one);
+            K::copy(&n, x, &one, y, &one);
+            K::swap(&n, x, &one, y, &one);
+            K::scale(&n, &alpha, x, &one);
+          }
         }
-        K::scale(&count, &alpha, edge.data(), &one);
         ASSERT_TRUE(other.intact()) << n << ' ' << shift;
       }
     }
