@@ -32,7 +32,7 @@ using Call = std::function<void(Operands &, long count)>;
 enum class Law {
   exact, // equal: indices, moved data, sums without a rounding
   close, // each element within some roundings
-  sum    // relative to the result, growing with the square root of the length
+  sum    // of magnitudes: exact but for two roundings on elements -1, 0 and 1, which the check then uses
 };
 
 // Costs of one element.
