@@ -42,14 +42,17 @@ Path find_path() {
     text.add(std::strchr(named, '/') ? "" : "./").add(named);
     return path;
   }
+  // The dynamic linker may have come here by a run path with ".." in it: shown to people, so made plain.
+  char folder[PATH_MAX], plain[PATH_MAX];
   Dl_info self;
   const char *slash = nullptr;
   if (dladdr(reinterpret_cast<void *>(&tnk_kernel_load), &self)) slash = std::strrchr(self.dli_fname, '/');
+  TextWriter folder_text(folder, sizeof folder);
   if (slash)
-    text.add(std::string_view(self.dli_fname, static_cast<std::size_t>(slash + 1 - self.dli_fname)));
+    folder_text.add(std::string_view(self.dli_fname, static_cast<std::size_t>(slash + 1 - self.dli_fname)));
   else
-    text.add("./");
-  text.add("libtnk_avx.so");
+    folder_text.add(".");
+  text.add(realpath(folder, plain) ? plain : folder).add("/libtnk_avx.so");
   return path;
 }
 

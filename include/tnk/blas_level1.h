@@ -100,7 +100,7 @@ float tnk_blas_sdsdot(const tnk_int *n, const float *sb, const float *x, const t
 
 /* Euclidean norm, by the scaled sum of squares: no intermediate overflow or harmful underflow. 0 when n < 1; |x[0]|
    when n = 1. The absolute value of incx counts and the walk goes forward from x; an increment of 0 takes the first
-   element n times. A NaN gives a NaN. */
+   element n times. A NaN gives a NaN, and so do two infinities: their quotient enters the sum. */
 float tnk_blas_snrm2(const tnk_int *n, const float *x, const tnk_int *incx);
 double tnk_blas_dnrm2(const tnk_int *n, const double *x, const tnk_int *incx);
 float tnk_blas_scnrm2(const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx);

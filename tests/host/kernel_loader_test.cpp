@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
@@ -86,6 +87,10 @@ TEST(KernelLoader, LoadsOnceForAllThreads) {
   ASSERT_NE(addresses[0], nullptr);
   EXPECT_EQ(TNK_KERNEL_ENTRY(dll_cpu_version)(), tnk_serv_cpu_detect());
   EXPECT_STREQ(tnk_kernel_message(), "");
+  const std::filesystem::path path = tnk_kernel_path();
+  EXPECT_EQ(path, path.lexically_normal());
+  EXPECT_TRUE(std::filesystem::equivalent(path.parent_path(),
+                                          std::filesystem::path(TNK_TEST_HOST_LIBRARY).parent_path()));
 }
 
 TEST(KernelLoader, OnlyTheLibrarysOwnNamesAreEntries) {

@@ -15,7 +15,7 @@ template <class T> real_of<T> asum_strided(tnk_int n, const T *x, tnk_int incx) 
 template <class R> R asum_contiguous(tnk_int n, const R *x) {
   using V = vec<R>;
   constexpr tnk_int w = lanes<R>;
-  tnk_int i = elements_to_boundary(x, 32, n);
+  tnk_int i = elements_to_boundary<32>(x, n);
   R sum = asum_strided(i, x, 1);
   V s[8] = {};
   for (; i + 8 * w <= n; i += 8 * w)

@@ -30,8 +30,7 @@ template <class T> inline T dot_scalar(T sum, tnk_int n, const T *x, const T *y)
   return sum;
 }
 
-// ---- Double
-// ---------------------------------------------------------------------------------------------------
+// ---- Double ---------------------------------------------------------------------------------------------
 
 // Sum over blocks of 16 elements; y is aligned, x by choice.
 template <bool AlignedX> double ddot_blocks(tnk_int blocks, const double *x, const double *y) {
@@ -43,7 +42,7 @@ template <bool AlignedX> double ddot_blocks(tnk_int blocks, const double *x, con
 }
 
 double dot_contiguous(tnk_int n, const double *x, const double *y) {
-  const tnk_int head = elements_to_boundary(y, 32, n), blocks = (n - head) / 16, body = 16 * blocks;
+  const tnk_int head = elements_to_boundary<32>(y, n), blocks = (n - head) / 16, body = 16 * blocks;
   // Below this both vectors fit in a first-level cache of 32 KB, where the kind of access counts.
   const bool aligned = n * 16 < 32768 && (address(x) - address(y)) % 32 == 0;
   const double sum = dot_scalar(0.0, head, x, y);
@@ -53,8 +52,7 @@ double dot_contiguous(tnk_int n, const double *x, const double *y) {
   return dot_scalar(sum, n - head - body, x + body, y + body) + middle;
 }
 
-// ---- Single
-// ---------------------------------------------------------------------------------------------------
+// ---- Single ---------------------------------------------------------------------------------------------
 
 // Adds the products of whole vectors to sum, and returns how many elements that took. y stands on a 16-byte
 // boundary and x Lead elements past one. x is read by aligned loads alone, from x - Lead on, each pair of
@@ -85,10 +83,10 @@ template <int Lead> tnk_int sdot_blocks(tnk_int n, const float *x, const float *
 }
 
 float dot_contiguous(tnk_int n, const float *x, const float *y) {
-  tnk_int head = elements_to_boundary(y, 16, n);
+  tnk_int head = elements_to_boundary<16>(y, n);
   const tnk_int lead = static_cast<tnk_int>(address(x + head) % 16 / 4);
   // The first aligned load of x must not begin before x.
-  if (lead > head) head = head + 4 < n ? head + 4 : n;
+  if (lead > head) head = std::min(head + 4, n);
   float sum = dot_scalar(0.0f, head, x, y);
   x += head;
   y += head;
@@ -107,8 +105,7 @@ template <class R> R dot(tnk_int n, const R *x, tnk_int incx, const R *y, tnk_in
   return dot_strided<first_operand::plain>(n, x, incx, y, incy);
 }
 
-// ---- Complex
-// --------------------------------------------------------------------------------------------------
+// ---- Complex --------------------------------------------------------------------------------------------
 
 // Sums of the even and of the odd lanes.
 inline tnk_complex16 sum_of_pairs(f64x4 v) {
@@ -127,7 +124,7 @@ template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, cons
   using R = real_of<C>;
   using V = vec<R>;
   constexpr tnk_int w = lanes<R> / 2;
-  const tnk_int head = elements_to_boundary(y, 32, n);
+  const tnk_int head = elements_to_boundary<32>(y, n);
   C sum = dot_strided<First>(head, x, 1, y, 1);
   V straight[3] = {}, crossed[3] = {};
   tnk_int i = head;

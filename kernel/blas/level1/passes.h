@@ -9,20 +9,6 @@
 
 namespace tnk {
 
-// Elements from p to the next boundary of that many bytes, at most n; 0 when no element stands on one.
-template <int Bytes, class T> inline tnk_int elements_to_boundary(const T *p, tnk_int n) {
-  constexpr int count = Bytes / static_cast<int>(sizeof(T));
-  if (!is_aligned_to(p, sizeof(T))) return 0;
-  const int behind = static_cast<int>(address(p) % Bytes / sizeof(T));
-  return std::min<tnk_int>((count - behind) % count, n);
-}
-
-// Whether each element stands on a multiple of its real type's size, so that a few elements lead to a
-// boundary.
-template <class T> inline bool is_element_aligned(const T *p) {
-  return is_aligned_to(p, sizeof(real_of<T>));
-}
-
 // Both increments 1, or both -1: the same elements of x and y meet either way, so one forward pass serves
 // both.
 inline bool is_contiguous(tnk_int incx, tnk_int incy) {

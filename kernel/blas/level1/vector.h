@@ -3,6 +3,7 @@
 
 #include "kernel/frame/complex.h"
 #include "kernel/frame/simd.h"
+#include <algorithm>
 
 namespace tnk {
 
@@ -18,13 +19,13 @@ template <class T> inline bool is_element_aligned(const T *p) {
   return is_aligned_to(p, sizeof(real_of<T>));
 }
 
-// Elements from p to the next boundary of `bytes`, n at most. Complex numbers that stand across the
-// boundaries never reach one: 0.
-template <class T> inline tnk_int elements_to_boundary(const T *p, tnk_int bytes, tnk_int n) {
-  const tnk_int past = static_cast<tnk_int>(address(p)) & (bytes - 1), size = sizeof(T);
-  if (past % size != 0) return 0;
-  const tnk_int count = (bytes - past) % bytes / size;
-  return count < n ? count : n;
+// Elements from p to the next boundary of that many bytes, at most n; 0 when no element stands on one, as
+// with complex numbers that straddle them all.
+template <int Bytes, class T> inline tnk_int elements_to_boundary(const T *p, tnk_int n) {
+  constexpr int count = Bytes / static_cast<int>(sizeof(T));
+  if (!is_aligned_to(p, sizeof(T))) return 0;
+  const int behind = static_cast<int>(address(p) % Bytes / sizeof(T));
+  return std::min<tnk_int>((count - behind) % count, n);
 }
 
 } // namespace tnk

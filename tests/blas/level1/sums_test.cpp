@@ -82,8 +82,7 @@ TYPED_TEST(Sums, OfNothingAreZeroAndReadNothing) {
   }
 }
 
-// ---- Sum of magnitudes
-// ----------------------------------------------------------------------------------------
+// ---- Sum of magnitudes ----------------------------------------------------------------------------------
 
 TYPED_TEST(Sums, MagnitudesAreExactOnIntegersAtEverySizeAndAlignment) {
   for (std::size_t shift = 0; shift < 32; ++shift) {
@@ -131,8 +130,7 @@ TEST(Magnitude, AddsBothParts) {
   EXPECT_TRUE(std::isnan(tnk_blas_scabs1(&c_nan)) && std::isnan(tnk_blas_dcabs1(&z_nan)));
 }
 
-// ---- Norm
-// -----------------------------------------------------------------------------------------------------
+// ---- Norm -----------------------------------------------------------------------------------------------
 
 // A step rounds a quotient, its square, perhaps a rescaling, and the sum: five roundings of the square, the
 // root halves them.
@@ -192,8 +190,7 @@ TYPED_TEST(Sums, NormOfSpecialValues) {
   EXPECT_TRUE(std::isnan(norm({this->nan})));
 }
 
-// ---- Extremes
-// -------------------------------------------------------------------------------------------------
+// ---- Extremes -------------------------------------------------------------------------------------------
 
 // Few distinct magnitudes, so ties abound; pairs of equal |re| + |im| and different moduli among them.
 TYPED_TEST(Sums, ExtremesKeepTheFirstOfEqualsAndYieldToNan) {

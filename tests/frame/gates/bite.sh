@@ -27,6 +27,11 @@ expect '1 static constructors' "$gates/start.sh" "$faulty"
 for name in integer_add fused broadcast leading_zeros andn half_precision; do
   expect "in faulty_$name" "$gates/isa.sh" "$faulty" generic64+avx
 done
+# A file that is not there passes nothing.
+expect 'no such file' "$gates/exports.sh" /nowhere.so "$@"
+expect 'no such file' "$gates/imports.sh" /nowhere.so "$allowed"
+expect 'no shared library' "$gates/start.sh" /nowhere.so
+expect 'no such file' "$gates/isa.sh" /nowhere.so generic64
 # The kernel library itself is too much for a processor without AVX.
 expect 'not of this class: v' "$gates/isa.sh" "$good" generic64
 [ $status -ne 0 ] || echo "every gate bites"

@@ -3,6 +3,7 @@
 # usage: exports.sh LIBRARY LIST...
 set -eu
 library=$1
+[ -r "$library" ] || { echo "no such file: $library"; exit 1; }
 shift
 
 work=$(mktemp -d)

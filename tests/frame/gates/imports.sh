@@ -4,6 +4,7 @@
 # usage: imports.sh LIBRARY ALLOWED
 set -eu
 library=$1
+[ -r "$library" ] || { echo "no such file: $library"; exit 1; }
 allowed=$2
 
 faults=$({

@@ -5,13 +5,15 @@
 set -eu
 file=$1
 class=$2
+[ -r "$file" ] || { echo "no such file: $file"; exit 1; }
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 # Distinct instructions, one a line, and beside them the function where each was seen first. Addresses of jumps go.
 # - "rep bsf" prints as tzcnt; compilers emit it for any processor since it runs as bsf on the old ones: it counts as bsf.
-# - endbr64 and the prefixes notrack and bnd are no-operations to processors that do not know them.
+# - endbr64 and the prefixes notrack and bnd are no-operations to processors that do not know them; data16 and rex.W
+#   before a call only fill it up to the length that the linker wants for thread-local variables.
 # - Padding (nop, in forms that the assembler does not take back) is left out.
 objdump -d --no-show-raw-insn "$file" | awk -F '\t' -v places="$work/places" '
   /^[0-9a-f]+ <.*>:$/ { place = $0; sub(/^[^<]*</, "", place); sub(/>:$/, "", place); next }
@@ -20,7 +22,8 @@ objdump -d --no-show-raw-insn "$file" | awk -F '\t' -v places="$work/places" '
     text = $2
     sub(/[ ]*#.*$/, "", text)
     sub(/[ ]*<[^>]*>$/, "", text)
-    gsub(/^(bnd |notrack )+/, "", text)
+    sub(/^(bnd |notrack )+/, "", text)
+    if (text ~ /^((data16|rex.W) )+call/) sub(/^.*call/, "call", text)
     if (text ~ /^((data16|cs) )*nop[wl]?( |$)/ || text ~ /^endbr64/ || text ~ /^xchg +%ax,%ax/) next
     sub(/^tzcnt/, "bsf", text)
     if (text ~ /^(j[a-z]+|call[q]?|xbegin|loop[a-z]*)( |,p[nt] )+[0-9a-f]+$/) sub(/[0-9a-f]+$/, ".", text)

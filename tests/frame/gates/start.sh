@@ -3,6 +3,7 @@
 # (it registers nothing here); a static constructor would be a second one.
 # usage: start.sh LIBRARY
 set -eu
+readelf -dW "$1" | grep -q "Dynamic section" || { echo "no shared library: $1"; exit 1; }
 faults=$(readelf -dW "$1" | awk '
   /\(INIT_ARRAYSZ\)/ && $3 > 8 { print "start-up code: " $3 / 8 - 1 " static constructors" }
   /\(FINI_ARRAYSZ\)/ && $3 > 8 { print "shut-down code: " $3 / 8 - 1 " static destructors" }
