@@ -47,11 +47,12 @@ void run_row(benchmark::State &state, const Row &row, tnk_int n) {
   state.counters["Gflop/s"] = m.gigaflops;
   state.counters["limit"] = m.fraction;
   state.counters["seconds"] = m.ours;
-  if (row.peer) {
+  if (row.peer && !measuring.peer_is_wrong()) {
     state.counters["peer_seconds"] = m.peer;
     state.counters["ratio"] = m.ratio;
   }
-  state.SetLabel(m.limited_by_flops ? "flops" : "bytes");
+  state.SetLabel(std::string(m.limited_by_flops ? "flops" : "bytes") +
+                 (measuring.peer_is_wrong() ? "; the peer is wrong" : ""));
 }
 
 std::string processor() {
@@ -74,7 +75,7 @@ public:
     if (peer_is_absent()) std::printf("# note: %s\n", peer_message().c_str());
     std::string names = "row";
     for (const char *column : columns) names += std::string("\t") + column;
-    std::printf("%s\tlimited_by\terror\n", names.c_str());
+    std::printf("%s\tlimited_by\tnote\terror\n", names.c_str());
     std::fflush(stdout);
     return true;
   }
@@ -88,7 +89,10 @@ public:
         if (found != run.counters.end()) std::snprintf(number, sizeof number, "%.6g", found->second.value);
         line += std::string("\t") + number;
       }
-      std::printf("%s\t%s\t%s\n", line.c_str(), run.report_label.c_str(), run.error_message.c_str());
+      const auto end = std::min(run.report_label.find("; "), run.report_label.size());
+      std::printf("%s\t%s\t%s\t%s\n", line.c_str(), run.report_label.substr(0, end).c_str(),
+                  end < run.report_label.size() ? run.report_label.substr(end + 2).c_str() : "",
+                  run.error_message.c_str());
       failed = failed || run.error_occurred;
     }
     std::fflush(stdout);

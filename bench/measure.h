@@ -33,6 +33,9 @@ public:
 
   Measurement result() const;
 
+  // Whether check found ours right and the peer wrong. The peer is then left out.
+  bool peer_is_wrong() const { return wrong_peer; }
+
 private:
   enum Contender { ours, peer, stream, flops, contenders };
 
@@ -45,6 +48,7 @@ private:
   FlopProbe flop_loop;
   std::size_t vector_bytes_total;
   long counts[contenders] = {};
+  bool wrong_peer = false;
   std::vector<double> times[contenders];
 };
 

@@ -51,6 +51,7 @@ struct Row {
   char element;      // of x and y: s, d, c or z
   Cost cost;
   Call ours, peer;
+  Call judge = {}; // a plain loop, asked when the two differ; empty: ours is then wrong
 };
 
 std::size_t element_bytes(char element);

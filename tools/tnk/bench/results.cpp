@@ -60,6 +60,7 @@ bool ReadingsParser::take(const std::string &line) {
     if (column == "peer_seconds") reading.peer_seconds = number(field);
     if (column == "ratio") reading.ratio = number(field);
     if (column == "limited_by") reading.limited_by = field;
+    if (column == "note") reading.note = field;
     if (column == "error") reading.error = field;
   }
   if (reading.error.empty() && !reading.seconds) reading.error = "no time was reported";
@@ -108,6 +109,8 @@ std::string table_line(const BenchRow &row, const CoreNames &cores) {
   if (!cores.fair.empty()) line += format(" %*s", core_width, ratio_text(row.fair.ratio).c_str());
   if (!cores.best.empty() && row.best)
     line += format(" %*s", core_width, ratio_text(row.best->ratio).c_str());
+  for (const std::string &note : {row.fair.note, row.best ? row.best->note : ""})
+    if (!note.empty()) return line + "  " + note + "\n";
   return line + "\n";
 }
 
@@ -122,7 +125,7 @@ std::string csv_file(const std::vector<BenchRow> &rows, const std::vector<std::s
   std::string file;
   for (const std::string &remark : remarks) file += "# " + remark + "\n";
   file += "group,kernel,n,seconds,GB/s,Gflop/s,limited_by,fraction_of_limit,ratio_fair,peer_seconds_fair,"
-          "ratio_best,peer_seconds_best,error\n";
+          "ratio_best,peer_seconds_best,note_fair,note_best,error\n";
   for (const BenchRow &row : rows) {
     const Reading best = row.best.value_or(Reading());
     file += csv_field(row.group) + "," + csv_field(row.kernel) + "," + format("%lld", row.n);
@@ -132,7 +135,8 @@ std::string csv_file(const std::vector<BenchRow> &rows, const std::vector<std::s
     for (const auto &value :
          {row.fair.limit, row.fair.ratio, row.fair.peer_seconds, best.ratio, best.peer_seconds})
       file += "," + csv_number(value);
-    file += "," + csv_field(row.error()) + "\n";
+    for (const std::string &text : {row.fair.note, best.note, row.error()}) file += "," + csv_field(text);
+    file += "\n";
   }
   return file;
 }

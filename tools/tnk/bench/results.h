@@ -12,6 +12,7 @@ namespace tnk::tool {
 struct Reading {
   std::optional<double> seconds, gigabytes, gigaflops, limit, peer_seconds, ratio;
   std::string limited_by; // "bytes" or "flops"
+  std::string note;       // what else is to be said, as that the peer is wrong and left out
   std::string error;      // why there are no values; else ""
 };
 
