@@ -15,6 +15,12 @@
 #include <iostream>
 #include <regex>
 
+#ifdef __clang__
+#define COMPILER __VERSION__
+#else
+#define COMPILER "GCC " __VERSION__
+#endif
+
 namespace {
 
 using namespace tnk::bench;
@@ -67,7 +73,7 @@ std::string processor() {
 class TsvReporter : public benchmark::BenchmarkReporter {
 public:
   bool ReportContext(const Context &) override {
-    std::printf("# processor: %s\n# compiler: %s\n# flags: %s\n", processor().c_str(), __VERSION__,
+    std::printf("# processor: %s\n# compiler: %s\n# flags: %s\n", processor().c_str(), COMPILER,
                 TNK_KERNEL_FLAGS);
     if (!peer_name().empty()) {
       std::printf("# peer: %s\n# core: %s\n", peer_name().c_str(), peer_core().c_str());

@@ -139,7 +139,7 @@ private:
     char date[32];
     const std::time_t now = std::time(nullptr);
     std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&now));
-    std::vector<std::string> remarks = {"tnk " + version_text(), std::string("date: ") + date,
+    std::vector<std::string> remarks = {version_text(), std::string("date: ") + date,
                                         format("rounds: %d", options_.rounds)};
     for (const char *key : {"processor", "compiler", "flags", "peer"})
       if (remarks_.count(key)) remarks.push_back(std::string(key) + ": " + remarks_[key]);
@@ -148,8 +148,8 @@ private:
     const std::filesystem::path folder = options_.out;
     write_file(folder / "bench.csv", csv_file(rows_, remarks));
     std::printf("wrote %s\n", (folder / "bench.csv").c_str());
-    bool drawable = false;
-    for (const BenchRow &row : rows_) drawable = drawable || row.fair.ratio.has_value();
+    bool drawable = false; // without the peer only plain loops were compared with
+    for (const BenchRow &row : rows_) drawable = drawable || (!cores_.fair.empty() && row.fair.ratio);
     if (!drawable) return;
     write_file(folder / "bench.svg",
                ratio_chart(rows_, cores_, remarks_["processor"] + ", " + remarks_["peer"] + ", one thread"));
