@@ -1,5 +1,4 @@
-// How the streaming kernels walk their vectors: a schedule of steps, to which a kernel gives what one step
-// does.
+// How the streaming kernels walk their vectors: a schedule of steps; a kernel says what one step does.
 #pragma once
 
 #include "kernel/blas/level1/vector.h"
@@ -9,8 +8,7 @@
 
 namespace tnk {
 
-// Both increments 1, or both -1: the same elements of x and y meet either way, so one forward pass serves
-// both.
+// Both increments 1, or both -1: the same elements of x and y meet, so one forward pass serves either.
 inline bool is_contiguous(tnk_int incx, tnk_int incy) {
   return incx == incy && (incx == 1 || incx == -1);
 }
