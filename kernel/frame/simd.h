@@ -137,6 +137,43 @@ inline f32x8 magnitude(f32x8 v) {
 
 // ---- Complex --------------------------------------------------------------------------------------------------
 
+// One pair of parts at any address, in a 128-bit vector; a pair of floats fills the lower half, with zeros above.
+// Loaded and stored whole: in two scalars a pair of floats would go through integer registers.
+inline f64x2 load_pair(const double *p) {
+  return loadu<f64x2>(p);
+}
+inline f32x4 load_pair(const float *p) {
+  return _mm_castpd_ps(f64x2{get(reinterpret_cast<const double *>(p)), 0});
+}
+inline void store_pair(double *p, f64x2 v) {
+  storeu(p, v);
+}
+inline void store_pair(float *p, f32x4 v) {
+  put(reinterpret_cast<double *>(p), _mm_castps_pd(v)[0]);
+}
+// The pair at p, and above it the one at q.
+inline f64x4 load_pairs(const double *p, const double *q) {
+  return _mm256_set_m128d(loadu<f64x2>(q), loadu<f64x2>(p));
+}
+inline f32x4 load_pairs(const float *p, const float *q) {
+  return _mm_castpd_ps(
+      f64x2{get(reinterpret_cast<const double *>(p)), get(reinterpret_cast<const double *>(q))});
+}
+
+// Each real part, or each imaginary part, in both lanes of its pair.
+inline f64x4 real_parts(f64x4 v) {
+  return _mm256_movedup_pd(v);
+}
+inline f32x4 real_parts(f32x4 v) {
+  return _mm_moveldup_ps(v);
+}
+inline f64x4 imaginary_parts(f64x4 v) {
+  return _mm256_permute_pd(v, 15);
+}
+inline f32x4 imaginary_parts(f32x4 v) {
+  return _mm_movehdup_ps(v);
+}
+
 // a - b in even lanes, a + b in odd ones.
 inline f64x4 addsub(f64x4 a, f64x4 b) {
   return _mm256_addsub_pd(a, b);

@@ -5,9 +5,6 @@
 namespace tnk {
 namespace {
 
-// Bytes of the first-level cache: two vectors that together take less stay in it.
-constexpr tnk_int cache_bytes = 32768;
-
 template <class T> void axpy_strided(tnk_int n, T alpha, const T *x, tnk_int incx, T *y, tnk_int incy) {
   x = first_element(x, n, incx);
   y = first_element(y, n, incy);

@@ -15,6 +15,18 @@ template <class T> void sparse_axpy(tnk_int nz, T alpha, const T *x, const tnk_i
   }
 }
 
+template <class C> void sparse_axpy_complex(tnk_int nz, C alpha, const C *x, const tnk_int *indx, C *y) {
+  using R = real_of<C>;
+  if (nz < 1 || is_zero(alpha)) return;
+  const auto re = splat<half<R>>(alpha.re), im = splat<half<R>>(alpha.im);
+#pragma GCC unroll 2
+  for (tnk_int i = 0; i < nz; ++i) {
+    R *const target = reinterpret_cast<R *>(y + (get(indx + i) - 1));
+    const half<R> product = complex_product(re, im, load_pair(reinterpret_cast<const R *>(x + i)));
+    store_pair(target, load_pair(target) + product);
+  }
+}
+
 } // namespace
 } // namespace tnk
 
@@ -27,9 +39,9 @@ void tnk_blas_daxpyi(const tnk_int *nz, const double *alpha, const double *x, co
 }
 void tnk_blas_caxpyi(const tnk_int *nz, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *indx,
                      tnk_complex8 *y) {
-  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+  tnk::sparse_axpy_complex(*nz, *alpha, x, indx, y);
 }
 void tnk_blas_zaxpyi(const tnk_int *nz, const tnk_complex16 *alpha, const tnk_complex16 *x,
                      const tnk_int *indx, tnk_complex16 *y) {
-  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+  tnk::sparse_axpy_complex(*nz, *alpha, x, indx, y);
 }

@@ -12,7 +12,8 @@ template <class T> void copy_strided(tnk_int n, const T *x, tnk_int incx, T *y, 
 }
 
 // Forward: elements first to a 16-byte boundary of y, one 128-bit vector to a 32-byte one, then aligned
-// stores, 32 elements a pass.
+// stores, 32 elements a pass. 256-bit stores go twice as fast while both vectors stay in a first-level cache of
+// 32 KB; beyond it, 128-bit ones are the faster by some hundredths.
 template <class R> void copy_contiguous(tnk_int n, const R *x, R *y) {
   const auto one = [&](tnk_int i) { put(y + i, get(x + i)); };
   tnk_int peel = elements_to_boundary<16>(y, n);
@@ -23,8 +24,15 @@ template <class R> void copy_contiguous(tnk_int n, const R *x, R *y) {
   }
   x += peel;
   y += peel;
-  in_passes<32 / lanes<R>, lanes<R>>(n - peel, 0, 0, one,
-                                     [=](tnk_int i) { store(y + i, loadu<vec<R>>(x + i)); });
+  if (n * 2 * static_cast<tnk_int>(sizeof *x) <= cache_bytes)
+    in_passes<32 / lanes<R>, lanes<R>>(n - peel, 0, 0, one,
+                                       [=](tnk_int i) { store(y + i, loadu<vec<R>>(x + i)); });
+  else
+    in_passes<32 / lanes<R>, lanes<R>>(n - peel, 0, 0, one, [=](tnk_int i) {
+      const vec<R> v = in_register(loadu<vec<R>>(x + i));
+      store(y + i, low_half(v));
+      store(y + i + half_lanes<R>, high_half(v));
+    });
 }
 
 template <class R> void copy(tnk_int n, const R *x, tnk_int incx, R *y, tnk_int incy) {

@@ -25,8 +25,9 @@ T dot_strided(tnk_int n, const T *x, tnk_int incx, const T *y, tnk_int incy) {
   return even + odd;
 }
 
-template <class T> inline T dot_scalar(T sum, tnk_int n, const T *x, const T *y) {
-  for (tnk_int i = 0; i < n; ++i) sum += x[i] * y[i];
+template <first_operand First = first_operand::plain, class T>
+inline T dot_scalar(T sum, tnk_int n, const T *x, const T *y) {
+  for (tnk_int i = 0; i < n; ++i) sum += product<First>(x[i], y[i]);
   return sum;
 }
 
@@ -125,7 +126,7 @@ template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, cons
   using V = vec<R>;
   constexpr tnk_int w = lanes<R> / 2;
   const tnk_int head = elements_to_boundary<32>(y, n);
-  C sum = dot_strided<First>(head, x, 1, y, 1);
+  C sum = dot_scalar<First>(C{}, head, x, y);
   V straight[3] = {}, crossed[3] = {};
   tnk_int i = head;
   const auto pass = [&](int vectors) __attribute__((always_inline)) {
@@ -139,7 +140,7 @@ template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, cons
   };
   while (i + 3 * w <= n) pass(3);
   while (i + w <= n) pass(1);
-  sum += dot_strided<First>(n - i, x + i, 1, y + i, 1);
+  sum = dot_scalar<First>(sum, n - i, x + i, y + i);
   const C s = sum_of_pairs(straight[0] + straight[1] + straight[2]);
   const C c = sum_of_pairs(crossed[0] + crossed[1] + crossed[2]);
   if constexpr (First == first_operand::conjugated)

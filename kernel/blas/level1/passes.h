@@ -8,6 +8,9 @@
 
 namespace tnk {
 
+// Bytes of the first-level cache: two vectors that together take less stay in it.
+constexpr tnk_int cache_bytes = 32768;
+
 // Both increments 1, or both -1: the same elements of x and y meet, so one forward pass serves either.
 inline bool is_contiguous(tnk_int incx, tnk_int incy) {
   return incx == incy && (incx == 1 || incx == -1);
