@@ -1,7 +1,6 @@
 // The first outcome of loading stays for the life of a process, so each refusal is met in a process of its
 // own: a death test of the thread-safe kind starts this program anew.
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,7 +11,6 @@
 #include <thread>
 #include <tnk/blas.h>
 #include <tnk/host.h>
-#include <unistd.h>
 #include <vector>
 
 #include "tests/support/error_recorder.h"
@@ -121,27 +119,6 @@ TEST(KernelLoader, OnlyTheLibrarysOwnNamesAreEntries) {
   EXPECT_EQ(tnk_kernel_entry("malloc"), nullptr);
   EXPECT_EQ(tnk_kernel_entry("tnk_serv_allocate"), nullptr);
   EXPECT_EQ(errors.last().count, 0);
-}
-
-// Runs the load of this program on an emulated processor that came before AVX.
-TEST(KernelLoader, RefusesAProcessorWithoutAvx) {
-  char self[4096];
-  const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-  ASSERT_GT(length, 0);
-  self[length] = '\0';
-  if (std::system("command -v qemu-x86_64 > /dev/null") != 0) GTEST_SKIP() << "qemu-x86_64 is not installed";
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "the address sanitizer does not run in the emulator";
-#endif
-  const std::string command = std::string("qemu-x86_64 -cpu Westmere '") + self +
-                              "' --gtest_filter=KernelLoader.LoadsOnceForAllThreads 2>&1";
-  std::FILE *output = popen(command.c_str(), "r");
-  ASSERT_NE(output, nullptr);
-  std::string text;
-  char part[512];
-  while (std::fgets(part, sizeof part, output)) text += part;
-  EXPECT_NE(pclose(output), 0);
-  EXPECT_NE(text.find("tnk: tnk_kernel_load: this processor has no AVX"), std::string::npos) << text;
 }
 
 } // namespace

@@ -24,15 +24,11 @@ std::string formatted(std::size_t size, const char *text, int count, ...) {
   return buffer.data();
 }
 
-TEST(Format, PutsArgumentsOfEachTypeInOrder) {
+TEST(Format, PutsArgumentsInOrderAndShowsWhatIsMissing) {
   EXPECT_EQ(formatted(100, "{s} = {d} of {f}.", 3, "a", int64_t{-7}, 0.5), "a = -7 of 0.5.");
   EXPECT_EQ(formatted(100, "{d}{d}", 2, INT64_MIN, INT64_MAX), "-92233720368547758089223372036854775807");
   EXPECT_EQ(formatted(100, "{f} {f} {f}", 3, 1e300, -1.0 / 0.0, 0.1), "1e+300 -inf 0.1");
-  EXPECT_EQ(formatted(100, "no arguments", 0), "no arguments");
   EXPECT_EQ(formatted(100, "", 0), "");
-}
-
-TEST(Format, MissingAndNullArgumentsShow) {
   EXPECT_EQ(formatted(100, "{s} and {d} and {f}", 0), "? and ? and ?");
   EXPECT_EQ(formatted(100, "{s} and {d}", 1, "one"), "one and ?");
   EXPECT_EQ(formatted(100, "{s} and {s}", -5), "? and ?");
@@ -57,27 +53,19 @@ TEST(Format, OnlyThreePlaceholdersAreWellFormed) {
   EXPECT_FALSE(is_well_formed(unordered, 2));
 }
 
-TEST(GetMsg, FillsTheCatalogText) {
+TEST(GetMsg, FillsTheCatalogTextUpTo511Characters) {
   EXPECT_STREQ(tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "xgemm"),
                "xgemm: no memory for a work array");
   EXPECT_STREQ(tnk_serv_tnk_get_msg(-31, 0), "message -31 is not in the catalog");
   EXPECT_STREQ(tnk_serv_tnk_get_msg(INT32_MAX, 2, "a", "b"), "message 2147483647 is not in the catalog");
-}
-
-TEST(GetMsg, CutsAt511CharactersWhateverTheArguments) {
   const std::string longer(5000, 'x');
-  const char *text = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, longer.c_str());
-  EXPECT_EQ(text, std::string(511, 'x'));
+  EXPECT_EQ(tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, longer.c_str()), std::string(511, 'x'));
 }
 
 TEST(GetMsg, EachThreadHasItsText) {
   const char *mine = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "first");
-  const std::string before = mine;
-  std::thread([&] {
-    const char *theirs = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "second");
-    EXPECT_NE(theirs, mine);
-  }).join();
-  EXPECT_EQ(mine, before);
+  std::thread([] { tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "second"); }).join();
+  EXPECT_STREQ(mine, "first: no memory for a work array");
 }
 
 TEST(Print, WritesALineAndLeavesFetchedTextAlone) {

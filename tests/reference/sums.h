@@ -1,15 +1,17 @@
-// Inner products, norms, sums and searches from their definitions, in long double.
+// Inner products, norms, sums and searches from their definitions, in long double. Vectors have get(i), their
+// logical element i, and n().
 #pragma once
 
-#include <cmath>
-#include <tnk/types.h>
-#include <type_traits>
+#include "reference/arithmetic.h"
 
-namespace tnk::test::reference {
+namespace tnk::reference {
 
 using wide = long double;
 
-template <class T> constexpr bool is_pair = !std::is_floating_point_v<T>;
+// A result, real or complex, and the sum of magnitudes by which its error is measured.
+struct Sum {
+  wide re = 0, im = 0, size = 0;
+};
 
 template <class T> wide re(T a) {
   if constexpr (is_pair<T>)
@@ -27,46 +29,44 @@ template <class T> wide magnitude(T a) {
   return std::fabs(re(a)) + std::fabs(im(a));
 }
 
-// An inner product that grows by one pair of elements at a time. `size` is the sum of the magnitudes of all
-// products, by which an error is measured.
-struct InnerProduct {
-  bool conjugate = false;
-  wide re = 0, im = 0, size = 0;
-
-  template <class T> void add(T x, T y) {
-    const wide a = reference::re(x), b = conjugate ? -reference::im(x) : reference::im(x);
-    const wide c = reference::re(y), d = reference::im(y);
-    re += a * c - b * d;
-    im += a * d + b * c;
-    size += (std::fabs(a) + std::fabs(b)) * (std::fabs(c) + std::fabs(d));
-  }
-};
-
-// Vectors have get(i), their logical element i, and n().
-template <class Vector> wide norm(const Vector &x) {
-  wide sum = 0;
-  for (tnk_int i = 0; i < x.n(); ++i) sum += re(x.get(i)) * re(x.get(i)) + im(x.get(i)) * im(x.get(i));
-  return std::sqrt(sum);
+// One more product of an inner product. None with the part that a real number lacks: 0 times infinity is a NaN.
+template <class T> void add_product(Sum &sum, T x, T y, bool conjugate) {
+  const wide a = re(x), b = conjugate ? -im(x) : im(x), c = re(y), d = im(y);
+  sum.re += is_pair<T> ? a * c - b * d : a * c;
+  if (is_pair<T>) sum.im += a * d + b * c;
+  sum.size += magnitude(x) * magnitude(y);
 }
-
-template <class Vector> wide sum_of_magnitudes(const Vector &x) {
-  wide sum = 0;
-  for (tnk_int i = 0; i < x.n(); ++i) sum += magnitude(x.get(i));
+template <class X> Sum dot(const X &x, const X &y, bool conjugate) {
+  Sum sum;
+  for (tnk_int i = 0; i < x.n(); ++i) add_product(sum, x.get(i), y.get(i), conjugate);
   return sum;
 }
 
-// One-based position of the first extreme magnitude among the elements after the last NaN, or of the last NaN
-// when nothing follows it: a NaN wipes out what came before it, and yields to anything.
-template <class Vector> tnk_int extreme(const Vector &x, bool largest) {
+template <class X> Sum norm(const X &x) {
+  wide sum = 0;
+  for (tnk_int i = 0; i < x.n(); ++i) sum += re(x.get(i)) * re(x.get(i)) + im(x.get(i)) * im(x.get(i));
+  return {std::sqrt(sum), 0, std::sqrt(sum)};
+}
+
+template <class X> Sum sum_of_magnitudes(const X &x) {
+  wide sum = 0;
+  for (tnk_int i = 0; i < x.n(); ++i) sum += magnitude(x.get(i));
+  return {sum, 0, sum};
+}
+
+// One-based position of the first extreme magnitude among the elements after the last NaN, or of the last NaN when
+// nothing follows it: a NaN wipes out what came before it, and yields to anything. 0 without a positive increment.
+template <class X> Sum extreme(const X &x, bool largest) {
+  if (x.n() < 1 || x.inc() < 1) return {};
   tnk_int first = 0;
   for (tnk_int i = 0; i < x.n(); ++i)
     if (std::isnan(magnitude(x.get(i)))) first = i + 1;
-  if (first == x.n()) return first;
+  if (first == x.n()) return {static_cast<wide>(first)};
   wide best = magnitude(x.get(first));
   for (tnk_int i = first; i < x.n(); ++i)
     best = largest ? std::fmax(best, magnitude(x.get(i))) : std::fmin(best, magnitude(x.get(i)));
   while (magnitude(x.get(first)) != best) ++first;
-  return first + 1;
+  return {static_cast<wide>(first + 1)};
 }
 
-} // namespace tnk::test::reference
+} // namespace tnk::reference

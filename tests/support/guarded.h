@@ -4,52 +4,78 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <sanitizer/asan_interface.h>
 #include <sys/mman.h>
 #include <tnk/types.h>
-#include <vector>
 
 namespace tnk::test {
 
-// `count` elements of T between two red zones filled with a pattern. The first element stands `shift` bytes past a
-// 64-byte boundary; a shift that is no multiple of alignof(T) gives misaligned elements, to be read with get and put.
+// Shifts beyond any boundary: the elements end exactly where a page begins that faults on any access, or begin right
+// after one.
+constexpr std::size_t page_end = 4096, page_start = 8192;
+
+// `count` elements of T among bytes of a pattern. The first element stands `shift` bytes past a 64-byte boundary; a
+// shift that is no multiple of alignof(T) gives misaligned elements, to be read with get and put. Under the address
+// sanitizer an access outside the elements stops the test.
 template <class T> class Guarded {
 public:
-  explicit Guarded(std::size_t count, std::size_t shift = 0)
-      : count_(count), bytes_(red_zone * 2 + shift + count * sizeof(T) + 64, pattern) {
-    auto start = reinterpret_cast<std::uintptr_t>(bytes_.data()) + red_zone;
-    start = (start + 63) / 64 * 64 + shift;
-    first_ = start - reinterpret_cast<std::uintptr_t>(bytes_.data());
+  explicit Guarded(std::size_t count, std::size_t shift = 0) : count_(count), paged_(shift >= page_end) {
+    constexpr std::size_t page = 4096;
+    const std::size_t bytes = count * sizeof(T), pages = (bytes + page - 1) / page * page;
+    room_ = paged_ ? pages + 2 * page : 2 * red_zone + 64 + shift + bytes;
+    if (paged_) {
+      map_ =
+          static_cast<unsigned char *>(mmap(nullptr, room_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+      begin_ = map_ + page;
+      end_ = begin_ + pages;
+      if (bytes > 0) mprotect(begin_, pages, PROT_READ | PROT_WRITE);
+      first_ = shift == page_end ? end_ - bytes : begin_;
+    } else {
+      begin_ = map_ = new unsigned char[room_];
+      end_ = begin_ + room_;
+      first_ =
+          begin_ + red_zone + (64 - reinterpret_cast<std::uintptr_t>(begin_ + red_zone) % 64) % 64 + shift;
+    }
+    if (end_ > begin_) std::memset(begin_, pattern, static_cast<std::size_t>(end_ - begin_));
+    ASAN_POISON_MEMORY_REGION(begin_, static_cast<std::size_t>(first_ - begin_));
+    ASAN_POISON_MEMORY_REGION(last(), static_cast<std::size_t>(end_ - last()));
+  }
+  Guarded(const Guarded &) = delete;
+  Guarded &operator=(const Guarded &) = delete;
+  ~Guarded() {
+    ASAN_UNPOISON_MEMORY_REGION(begin_, static_cast<std::size_t>(end_ - begin_));
+    if (paged_)
+      munmap(map_, room_);
+    else
+      delete[] map_;
   }
 
   std::size_t size() const { return count_; }
-  T *data() { return reinterpret_cast<T *>(bytes_.data() + first_); }
-  const T *data() const { return reinterpret_cast<const T *>(bytes_.data() + first_); }
-
+  T *data() { return reinterpret_cast<T *>(first_); }
+  const T *data() const { return reinterpret_cast<const T *>(first_); }
   T get(std::size_t i) const {
     T value;
-    std::memcpy(&value, bytes_.data() + first_ + i * sizeof(T), sizeof value);
+    std::memcpy(&value, first_ + i * sizeof(T), sizeof value);
     return value;
   }
-  void put(std::size_t i, T value) {
-    std::memcpy(bytes_.data() + first_ + i * sizeof(T), &value, sizeof value);
-  }
+  void put(std::size_t i, T value) { std::memcpy(first_ + i * sizeof(T), &value, sizeof value); }
 
   // Whether no byte outside the elements has changed.
-  bool intact() const {
-    for (std::size_t i = 0; i < bytes_.size(); ++i)
-      if ((i < first_ || i >= first_ + count_ * sizeof(T)) && bytes_[i] != pattern) return false;
+  __attribute__((no_sanitize_address)) bool intact() const {
+    for (const unsigned char *p = begin_; p != end_; ++p)
+      if ((p < first_ || p >= last()) && *p != pattern) return false;
     return true;
   }
 
 private:
+  const unsigned char *last() const { return first_ + count_ * sizeof(T); }
+
   // All ones: a NaN in every floating-point type, so that a value read from outside shows in the result.
   static constexpr unsigned char pattern = 0xFF;
   static constexpr std::size_t red_zone = 256;
-  std::size_t count_;
-  std::vector<unsigned char> bytes_;
-  std::size_t first_;
+  std::size_t count_, room_;
+  bool paged_;
+  unsigned char *map_, *begin_, *end_, *first_;
 };
 
 // A BLAS vector: n logical elements at increment inc, every byte between them guarded too. element 0 is where BLAS
@@ -70,14 +96,9 @@ public:
   // Whether nothing but the n elements has changed.
   bool intact() const {
     const std::size_t step = inc_ == 0 ? 1 : static_cast<std::size_t>(inc_ < 0 ? -inc_ : inc_);
-    unsigned char gap[sizeof(T)], value[sizeof(T)];
-    std::memset(gap, 0xFF, sizeof gap);
-    for (std::size_t i = 0; i < memory_.size(); ++i) {
-      if (i % step == 0) continue;
-      const T element = memory_.get(i);
-      std::memcpy(value, &element, sizeof value);
-      if (std::memcmp(value, gap, sizeof gap) != 0) return false;
-    }
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(memory_.data());
+    for (std::size_t i = 0; i < memory_.size() * sizeof(T); ++i)
+      if (i / sizeof(T) % step != 0 && bytes[i] != 0xFF) return false;
     return memory_.intact();
   }
 
@@ -87,47 +108,6 @@ private:
   }
   tnk_int n_, inc_;
   Guarded<T> memory_;
-};
-
-// `count` elements that end exactly where a page begins that faults on any access, so that a read past the end stops
-// the test. at_start: the elements begin right after such a page.
-template <class T> class PageEdge {
-public:
-  explicit PageEdge(std::size_t count, bool at_start = false) {
-    constexpr std::size_t page = 4096;
-    const std::size_t bytes = count * sizeof(T), inner = (bytes + page - 1) / page * page;
-    total_ = inner + 2 * page;
-    map_ = static_cast<unsigned char *>(
-        mmap(nullptr, total_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-    if (inner > 0) mprotect(map_ + page, inner, PROT_READ | PROT_WRITE);
-    first_ = map_ + page + (at_start ? 0 : inner - bytes);
-  }
-  PageEdge(const PageEdge &) = delete;
-  PageEdge &operator=(const PageEdge &) = delete;
-  ~PageEdge() { munmap(map_, total_); }
-
-  T *data() { return reinterpret_cast<T *>(first_); }
-  T &operator[](std::size_t i) { return data()[i]; }
-
-private:
-  unsigned char *map_, *first_;
-  std::size_t total_;
-};
-
-// `count` elements from 8 bytes past a 16-byte boundary on. Under the address sanitizer any access right before or after
-// them stops the test, so also one by an aligned vector, which never leaves the page of an element.
-template <class T> class Fenced {
-public:
-  explicit Fenced(std::size_t count) : bytes_(new unsigned char[fence + count * sizeof(T)]) {
-    ASAN_POISON_MEMORY_REGION(bytes_.get(), fence);
-  }
-  ~Fenced() { ASAN_UNPOISON_MEMORY_REGION(bytes_.get(), fence); }
-
-  T *data() { return reinterpret_cast<T *>(bytes_.get() + fence); }
-
-private:
-  static constexpr std::size_t fence = 8;
-  std::unique_ptr<unsigned char[]> bytes_;
 };
 
 } // namespace tnk::test

@@ -1,125 +1,221 @@
-// Norms, sums of magnitudes, searches for extremes.
+// Inner products, norms, sums of magnitudes, searches for extremes.
+#include "blas/level1/shapes.h"
 #include "reference/sums.h"
-#include "support/guarded.h"
-#include "support/random.h"
-#include <gtest/gtest.h>
+#include <functional>
 #include <limits>
 #include <tnk/blas_level1.h>
-#include <vector>
 
 namespace tnk::test {
 namespace {
 
-template <class T> struct Entries;
-template <> struct Entries<float> {
-  using Real = float;
-  static constexpr auto norm = tnk_blas_snrm2, sum = tnk_blas_sasum;
-  static constexpr auto largest = tnk_blas_isamax, smallest = tnk_blas_isamin;
+using reference::is_pair, reference::number, reference::Real, reference::Sum, reference::wide;
+
+// The error is at most (per_element * n + once) * eps times the size of the sum, with the eps of R, and 0 where nothing
+// is rounded.
+struct Law {
+  double per_element, once, eps;
+  bool exact_on_integers;
 };
-template <> struct Entries<double> {
-  using Real = double;
-  static constexpr auto norm = tnk_blas_dnrm2, sum = tnk_blas_dasum;
-  static constexpr auto largest = tnk_blas_idamax, smallest = tnk_blas_idamin;
+template <class R> Law law(double per_element, double once, bool exact_on_integers = true) {
+  return {per_element, once, std::numeric_limits<R>::epsilon(), exact_on_integers};
+}
+
+template <class T>
+using Run = std::function<Sum(tnk_int n, const T *x, tnk_int incx, const T *y, tnk_int incy)>;
+
+template <class T> struct Routine {
+  const char *name;
+  Run<T> run;
+  std::function<Sum(const Strided<T> &x, const Strided<T> &y)> definition;
+  Law law;
 };
-template <> struct Entries<tnk_complex8> {
-  using Real = float;
-  static constexpr auto norm = tnk_blas_scnrm2, sum = tnk_blas_scasum;
-  static constexpr auto largest = tnk_blas_icamax, smallest = tnk_blas_icamin;
-};
-template <> struct Entries<tnk_complex16> {
-  using Real = double;
-  static constexpr auto norm = tnk_blas_dznrm2, sum = tnk_blas_dzasum;
-  static constexpr auto largest = tnk_blas_izamax, smallest = tnk_blas_izamin;
+
+// An entry of one vector, of two, or of two with the result put first.
+template <class T, class... Arguments, class R> Run<T> run(R (*entry)(Arguments...)) {
+  return
+      [=](tnk_int n, const T *x, tnk_int incx, [[maybe_unused]] const T *y, [[maybe_unused]] tnk_int incy) {
+        if constexpr (sizeof...(Arguments) == 3) {
+          return Sum{static_cast<wide>(entry(&n, x, &incx))};
+        } else if constexpr (sizeof...(Arguments) == 5) {
+          return Sum{entry(&n, x, &incx, y, &incy)};
+        } else {
+          Guarded<T> result(1, 4);
+          entry(result.data(), &n, x, &incx, y, &incy);
+          EXPECT_TRUE(result.intact());
+          return Sum{result.get(0).re, result.get(0).im};
+        }
+      };
+}
+float sdsdot(const tnk_int *n, const float *x, const tnk_int *incx, const float *y, const tnk_int *incy) {
+  const float none = 0;
+  return tnk_blas_sdsdot(n, &none, x, incx, y, incy);
+}
+
+const auto plain = [](auto &x, auto &y) { return reference::dot(x, y, false); };
+const auto conjugated = [](auto &x, auto &y) { return reference::dot(x, y, true); };
+const auto norm = [](auto &x, auto &) { return reference::norm(x); };
+const auto magnitudes = [](auto &x, auto &) { return reference::sum_of_magnitudes(x); };
+const auto largest = [](auto &x, auto &) { return reference::extreme(x, true); };
+const auto smallest = [](auto &x, auto &) { return reference::extreme(x, false); };
+
+// A step of the norm rounds a quotient, its square, perhaps a rescaling, and the sum: five roundings of the square,
+// which the root halves.
+#define OF_ONE(T, R, nrm2, asum, amax, amin)                                                                 \
+  {#nrm2, run<T>(tnk_blas_##nrm2), norm, law<R>(is_pair<T> ? 2.5 : 1.25, 2, false)},                         \
+      {#asum, run<T>(tnk_blas_##asum), magnitudes, law<R>(1, 0.5)},                                          \
+      {#amax, run<T>(tnk_blas_##amax), largest, law<R>(0, 0)},                                               \
+      {#amin, run<T>(tnk_blas_##amin), smallest, law<R>(0, 0)},
+
+template <class T> const std::vector<Routine<T>> routines;
+template <>
+const std::vector<Routine<float>> routines<float> = {
+    OF_ONE(float, float, snrm2, sasum, isamax, isamin) //
+    {"xsdot", run<float>(tnk_blas_xsdot), plain, law<float>(1, 1)},
+    {"dsdot", run<float>(tnk_blas_dsdot), plain, law<double>(1, 1)},
+    // One rounding to single, and the far smaller ones to double.
+    {"sdsdot", run<float>(sdsdot), plain, law<float>(0, 0.75)}};
+template <>
+const std::vector<Routine<double>> routines<double> = {
+    OF_ONE(double, double, dnrm2, dasum, idamax, idamin) //
+    {"xddot", run<double>(tnk_blas_xddot), plain, law<double>(1, 1)}};
+template <>
+const std::vector<Routine<tnk_complex8>> routines<tnk_complex8> = {
+    OF_ONE(tnk_complex8, float, scnrm2, scasum, icamax, icamin) //
+    {"cdotu", run<tnk_complex8>(tnk_blas_cdotu), plain, law<float>(1, 1)},
+    {"xcdotc", run<tnk_complex8>(tnk_blas_xcdotc), conjugated, law<float>(1, 1)}};
+template <>
+const std::vector<Routine<tnk_complex16>> routines<tnk_complex16> = {
+    OF_ONE(tnk_complex16, double, dznrm2, dzasum, izamax, izamin) //
+    {"zdotu", run<tnk_complex16>(tnk_blas_zdotu), plain, law<double>(1, 1)},
+    {"zdotc", run<tnk_complex16>(tnk_blas_zdotc), conjugated, law<double>(1, 1)}};
+
+// Integers, of which no part is 0: their products and sums are exact in any order.
+template <class T> T integer(Random &random) {
+  const auto part = [&] {
+    return static_cast<Real<T>>(random.integer(1, 4) * (random.integer(0, 1) ? 1 : -1));
+  };
+  const auto re = part();
+  return number<T>(re, part());
+}
+
+bool matches(wide value, wide exact, wide bound) {
+  return value == exact || (std::isnan(value) && std::isnan(exact)) || std::fabs(value - exact) <= bound;
+}
+
+template <class T>
+void check(const Routine<T> &routine, const Strided<T> &x, const Strided<T> &y, bool integers) {
+  const Sum sum = routine.run(x.n(), x.data(), x.inc(), y.data(), y.inc()), exact = routine.definition(x, y);
+  const Law &bounds = routine.law;
+  const wide bound =
+      integers && bounds.exact_on_integers
+          ? 0
+          : (bounds.per_element * static_cast<wide>(x.n()) + bounds.once) * bounds.eps * exact.size;
+  EXPECT_TRUE(matches(sum.re, exact.re, bound) && matches(sum.im, exact.im, bound))
+      << routine.name << " n " << x.n() << " increments " << x.inc() << ' ' << y.inc() << ": " << sum.re
+      << ' ' << sum.im << ", not " << exact.re << ' ' << exact.im;
+  EXPECT_TRUE(x.intact() && y.intact());
+}
+
+template <class T> struct Operands {
+  Strided<T> x, y;
+  Operands(const Shape &s, T (*element)(Random &), unsigned seed)
+      : x(s.n, s.incx, s.shift_x), y(s.n, s.incy, s.shift_y) {
+    Random random(seed);
+    for (tnk_int i = 0; i < s.n; ++i) x.put(i, element(random)), y.put(i, element(random));
+  }
 };
 
 template <class T> class Sums : public testing::Test {
 protected:
-  using R = typename Entries<T>::Real;
-  static constexpr R eps = std::numeric_limits<R>::epsilon(), nan = std::numeric_limits<R>::quiet_NaN(),
-                     infinity = std::numeric_limits<R>::infinity();
-  static constexpr bool pair = reference::is_pair<T>;
-  static constexpr tnk_int parts = pair ? 2 : 1;
-
-  // A number of this magnitude, in the imaginary part of a pair on demand.
-  static T number(R value, bool imaginary = false) {
-    if constexpr (pair)
-      return imaginary ? T{0, value} : T{value, 0};
-    else
-      return value;
-  }
-  static T integers(Random &random, tnk_int low, tnk_int high) {
-    const auto part = [&] { return static_cast<R>(random.integer(low, high)); };
-    if constexpr (pair)
-      return {part(), part()};
-    else
-      return part();
-  }
-  static Strided<T> random_vector(tnk_int n, tnk_int inc, R scale = 1) {
-    Strided<T> x(n, inc);
-    Random random(static_cast<unsigned>(n));
-    for (tnk_int i = 0; i < n; ++i) {
-      T value = random.number<T>();
-      if constexpr (pair)
-        value = {value.re * scale, value.im * scale};
-      else
-        value *= scale;
-      x.put(i, value);
-    }
-    return x;
+  static constexpr Real<T> nan = std::numeric_limits<Real<T>>::quiet_NaN(),
+                           infinity = std::numeric_limits<Real<T>>::infinity(),
+                           tiny = std::numeric_limits<Real<T>>::denorm_min();
+  static Real<T> norm_of(tnk_int n, const T *x, tnk_int inc) {
+    return static_cast<Real<T>>(routines<T>[0].run(n, x, inc, nullptr, 1).re);
   }
 };
-
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(Sums, Types);
 
+TYPED_TEST(Sums, KeepTheirErrorLawAndAreExactOnIntegersInEveryShape) {
+  using T = TypeParam;
+  for_each_shape<T>([](const Shape &shape) {
+    for (const bool integers : {false, true}) {
+      const Operands<T> v(shape, integers ? integer<T> : ordinary<T>, static_cast<unsigned>(shape.n + 2));
+      for (const auto &routine : routines<T>) check(routine, v.x, v.y, integers);
+    }
+  });
+}
+
+// y starts one part later than x, so that operands are realigned.
+TYPED_TEST(Sums, NanAndInfinityShowFromEveryPosition) {
+  using T = TypeParam;
+  constexpr tnk_int n = 75;
+  for (const auto special : {this->nan, -this->infinity})
+    for (tnk_int at = 0; at < n; ++at)
+      for (const bool in_x : {false, true}) {
+        Operands<T> v({n, 1, 1, 0, sizeof special}, integer<T>, 5);
+        (in_x ? v.x : v.y)
+            .put(at, at % 2 ? number<T>(special, 1) : number<T>(is_pair<T> ? 1 : special, special));
+        for (const auto &routine : routines<T>) check(routine, v.x, v.y, true);
+      }
+}
+
 TYPED_TEST(Sums, OfNothingAreZeroAndReadNothing) {
-  for (const tnk_int n : {0, -1}) {
-    const tnk_int inc = 1;
-    EXPECT_EQ(Entries<TypeParam>::norm(&n, nullptr, &inc), 0);
-    EXPECT_EQ(Entries<TypeParam>::sum(&n, nullptr, &inc), 0);
-    EXPECT_EQ(Entries<TypeParam>::largest(&n, nullptr, &inc), 0);
-    EXPECT_EQ(Entries<TypeParam>::smallest(&n, nullptr, &inc), 0);
-  }
-}
-
-// ---- Sum of magnitudes ----------------------------------------------------------------------------------
-
-TYPED_TEST(Sums, MagnitudesAreExactOnIntegersAtEverySizeAndAlignment) {
-  for (std::size_t shift = 0; shift < 32; ++shift) {
-    Guarded<TypeParam> x(200, shift);
-    Random random(static_cast<unsigned>(shift));
-    for (std::size_t i = 0; i < x.size(); ++i) x.put(i, this->integers(random, -9, 9));
-    reference::wide expected = 0;
-    for (tnk_int n = 1; n <= 200; ++n) {
-      expected += reference::magnitude(x.get(static_cast<std::size_t>(n - 1)));
-      const tnk_int inc = 1;
-      ASSERT_EQ(Entries<TypeParam>::sum(&n, x.data(), &inc), expected) << n << " shift " << shift;
-    }
-  }
-}
-
-TYPED_TEST(Sums, MagnitudesHaveABoundedErrorAtEveryIncrement) {
-  for (const tnk_int n : {1, 2, 31, 100, 5003})
-    for (const tnk_int inc : {-3, -1, 0, 1, 2}) {
-      const auto x = this->random_vector(n, inc);
-      const reference::wide expected = reference::sum_of_magnitudes(x);
-      const auto sum = Entries<TypeParam>::sum(&n, x.data(), &inc);
-      EXPECT_FALSE(!(std::fabs(sum - expected) <= (2 * n + 1) * this->eps / 2 * expected)) << n << ' ' << inc;
+  for (const auto &routine : routines<TypeParam>)
+    for (const tnk_int n : {0, -1}) {
+      const Sum sum = routine.run(n, nullptr, 1, nullptr, 1);
+      EXPECT_TRUE(sum.re == 0 && sum.im == 0) << routine.name;
     }
 }
 
-TYPED_TEST(Sums, MagnitudesReadNothingOutsideAndShowANanFromEveryPosition) {
-  const tnk_int inc = 1;
-  for (const bool at_start : {false, true})
-    for (tnk_int n = 1; n <= 80; ++n) {
-      PageEdge<TypeParam> x(static_cast<std::size_t>(n), at_start);
-      for (tnk_int at = -1; at < n; ++at) {
-        for (tnk_int i = 0; i < n; ++i)
-          x[static_cast<std::size_t>(i)] = this->number(i == at ? this->nan : -2, i % 2 == 0);
-        const auto sum = Entries<TypeParam>::sum(&n, x.data(), &inc);
-        ASSERT_TRUE(at < 0 ? sum == 2 * n : std::isnan(sum)) << n << ' ' << at;
+// Few distinct magnitudes, so ties abound; pairs of equal |re| + |im| and different moduli among them.
+TYPED_TEST(Sums, ExtremesKeepTheFirstOfEqualsAndYieldToNan) {
+  using T = TypeParam;
+  Random random(7);
+  for (int round = 0; round < 4000; ++round) {
+    Strided<T> x(random.integer(1, 21), random.integer(1, 3), static_cast<std::size_t>(random.integer(0, 3)));
+    for (tnk_int i = 0; i < x.n(); ++i) {
+      const tnk_int kind = round % 2 ? random.integer(0, 15) : 2;
+      x.put(i,
+            kind > 1 ? integer<T>(random) : number<T>(kind == 1 ? this->nan : -this->infinity, Real<T>(i)));
+    }
+    for (const auto &routine : routines<T>)
+      if (routine.name[0] == 'i') check(routine, x, x, true);
+  }
+}
+
+// Squares of the scaled numbers over- or underflow.
+TYPED_TEST(Sums, NormScalesExactlyAndWalksForward) {
+  using T = TypeParam;
+  constexpr bool single = sizeof(Real<T>) == 4;
+  for (const tnk_int n : {1, 3, 101})
+    for (const tnk_int inc : {1, 2}) {
+      Operands<T> v({n, inc, inc, 0, 0}, ordinary<T>, 3);
+      const auto size = this->norm_of(n, v.x.data(), inc);
+      EXPECT_EQ(this->norm_of(n, v.x.data(), -inc), size);
+      for (const int power : {single ? -90 : -900, single ? 120 : 1000}) {
+        using reference::operator*;
+        for (tnk_int i = 0; i < n; ++i) v.y.put(i, std::ldexp(Real<T>(1), power) * v.x.get(i));
+        EXPECT_EQ(this->norm_of(n, v.y.data(), inc), std::ldexp(size, power)) << n;
       }
     }
+  const T first = number<T>(-3);
+  EXPECT_EQ(this->norm_of(4, &first, 0), 6) << "the first element four times";
+  for (const tnk_int inc : {0, -5}) EXPECT_EQ(this->norm_of(1, &first, inc), 3);
+}
+
+TYPED_TEST(Sums, NormOfSpecialValues) {
+  using T = TypeParam;
+  const auto of = [&](std::vector<Real<T>> values) {
+    Guarded<T> x(values.size(), 1); // misaligned
+    for (std::size_t i = 0; i < values.size(); ++i)
+      x.put(i, i % 2 && is_pair<T> ? number<T>(0, values[i]) : number<T>(values[i]));
+    return this->norm_of(static_cast<tnk_int>(values.size()), x.data(), 1);
+  };
+  EXPECT_EQ(of({0, 0, 0}), 0);
+  EXPECT_EQ(of({3 * this->tiny, 0, -4 * this->tiny}), 5 * this->tiny);
+  EXPECT_TRUE(std::isnan(of({this->infinity, 1, this->infinity})));
+  EXPECT_TRUE(std::isnan(of({0, this->nan, 0})) && std::isnan(of({this->nan})));
 }
 
 TEST(Magnitude, AddsBothParts) {
@@ -130,95 +226,17 @@ TEST(Magnitude, AddsBothParts) {
   EXPECT_TRUE(std::isnan(tnk_blas_scabs1(&c_nan)) && std::isnan(tnk_blas_dcabs1(&z_nan)));
 }
 
-// ---- Norm -----------------------------------------------------------------------------------------------
-
-// A step rounds a quotient, its square, perhaps a rescaling, and the sum: five roundings of the square, the
-// root halves them.
-TYPED_TEST(Sums, NormHasABoundedErrorAndScalesExactly) {
-  constexpr bool single = sizeof(typename Entries<TypeParam>::Real) == 4;
-  for (const tnk_int n : {1, 2, 3, 10, 101, 1000})
-    for (const tnk_int inc : {1, 2, 0}) {
-      const auto x = this->random_vector(n, inc);
-      const reference::wide expected = reference::norm(x);
-      const auto norm = Entries<TypeParam>::norm(&n, x.data(), &inc);
-      const auto bound = (1.25L * static_cast<reference::wide>(this->parts * n) + 2) * this->eps * expected;
-      EXPECT_FALSE(!(std::fabs(norm - expected) <= bound)) << n << ' ' << inc;
-      // Squares of these over- or underflow.
-      for (const int power : {single ? -90 : -900, single ? 120 : 1000}) {
-        const auto scaled = this->random_vector(n, inc, std::ldexp(decltype(norm){1}, power));
-        EXPECT_EQ(Entries<TypeParam>::norm(&n, scaled.data(), &inc), std::ldexp(norm, power)) << n;
-      }
+TEST(Dot, SdsdotAddsItsStartInDoubleAndRoundsOnce) {
+  const float start = 16777216, negative_zero = -0.0f;
+  const std::vector<float> ones(20, 1);
+  for (tnk_int n = 0; n <= 20; n += 2)
+    for (const tnk_int incy : {1, -1}) { // the second takes the scalar loop
+      const tnk_int incx = 1;
+      EXPECT_EQ(tnk_blas_sdsdot(&n, &start, ones.data(), &incx, ones.data(), &incy),
+                start + static_cast<float>(n));
     }
-}
-
-TYPED_TEST(Sums, NormWalksForwardByTheAbsoluteIncrement) {
-  for (const tnk_int inc : {1, 2, 3})
-    for (const tnk_int n : {2, 3, 20}) {
-      const auto x = this->random_vector(n, inc);
-      const tnk_int back = -inc;
-      EXPECT_EQ(Entries<TypeParam>::norm(&n, x.data(), &back), Entries<TypeParam>::norm(&n, x.data(), &inc));
-    }
-  // 0 takes the first element n times; with one element no increment matters.
-  const TypeParam first = this->number(-3);
-  const tnk_int four = 4, zero = 0;
-  EXPECT_EQ(Entries<TypeParam>::norm(&four, &first, &zero), 6);
-  for (const tnk_int inc : {0, -5, 1}) {
-    const tnk_int one = 1;
-    EXPECT_EQ(Entries<TypeParam>::norm(&one, &first, &inc), 3);
-  }
-}
-
-TYPED_TEST(Sums, NormOfSpecialValues) {
-  using Part = typename Entries<TypeParam>::Real;
-  const auto norm = [&](std::vector<Part> values) {
-    const tnk_int n = static_cast<tnk_int>(values.size()), inc = 1;
-    Guarded<TypeParam> x(values.size(), 1); // misaligned
-    for (std::size_t i = 0; i < values.size(); ++i) x.put(i, this->number(values[i], i % 2 != 0));
-    return Entries<TypeParam>::norm(&n, x.data(), &inc);
-  };
-  const Part tiny = std::numeric_limits<Part>::denorm_min();
-  EXPECT_EQ(norm({3, 4}), 5);
-  EXPECT_EQ(norm({0, 0, 0}), 0);
-  EXPECT_EQ(norm({3 * tiny, 0, -4 * tiny}), 5 * tiny);
-  EXPECT_EQ(norm({1, -this->infinity, 1}), this->infinity);
-  EXPECT_TRUE(std::isnan(norm({this->infinity, 1, this->infinity})));
-  for (std::size_t at = 0; at < 5; ++at) {
-    std::vector<Part> values = {0, 0, 1, 2, 3};
-    values[at] = this->nan;
-    EXPECT_TRUE(std::isnan(norm(values))) << at;
-  }
-  EXPECT_TRUE(std::isnan(norm({this->nan})));
-}
-
-// ---- Extremes -------------------------------------------------------------------------------------------
-
-// Few distinct magnitudes, so ties abound; pairs of equal |re| + |im| and different moduli among them.
-TYPED_TEST(Sums, ExtremesKeepTheFirstOfEqualsAndYieldToNan) {
-  Random random(7);
-  for (int round = 0; round < 4000; ++round) {
-    const tnk_int n = random.integer(1, 21), inc = random.integer(1, 3);
-    const bool special = random.integer(0, 1) == 1;
-    Strided<TypeParam> x(n, inc, static_cast<std::size_t>(random.integer(0, 3)));
-    for (tnk_int i = 0; i < n; ++i) {
-      x.put(i, this->integers(random, -4, 4));
-      if (!special) continue;
-      if (random.integer(0, 7) == 0) x.put(i, this->number(this->nan, i % 2 == 0));
-      if (random.integer(0, 15) == 0) x.put(i, this->number(-this->infinity, i % 2 == 0));
-    }
-    ASSERT_EQ(Entries<TypeParam>::largest(&n, x.data(), &inc), reference::extreme(x, true))
-        << n << ' ' << inc;
-    ASSERT_EQ(Entries<TypeParam>::smallest(&n, x.data(), &inc), reference::extreme(x, false))
-        << n << ' ' << inc;
-  }
-}
-
-TYPED_TEST(Sums, ExtremesWithoutAPositiveIncrementAreNowhere) {
-  const TypeParam x[2] = {this->number(1), this->number(2)};
-  for (const tnk_int n : {1, 2})
-    for (const tnk_int inc : {0, -1}) {
-      EXPECT_EQ(Entries<TypeParam>::largest(&n, x, &inc), 0);
-      EXPECT_EQ(Entries<TypeParam>::smallest(&n, x, &inc), 0);
-    }
+  const tnk_int none = 0;
+  EXPECT_TRUE(std::signbit(tnk_blas_sdsdot(&none, &negative_zero, nullptr, &none, nullptr, &none)));
 }
 
 } // namespace

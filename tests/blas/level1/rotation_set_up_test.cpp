@@ -1,0 +1,213 @@
+// rotg and rotmg.
+#include "reference/arithmetic.h"
+#include "support/random.h"
+#include <algorithm>
+#include <array>
+#include <gtest/gtest.h>
+#include <limits>
+#include <tnk/blas_level1.h>
+
+namespace tnk::test {
+namespace {
+
+using wide = long double;
+
+template <class R> struct Kernels;
+template <> struct Kernels<float> {
+  using Complex = tnk_complex8;
+  static constexpr auto rotg = tnk_blas_srotg;
+  static constexpr auto complex_rotg = tnk_blas_crotg;
+  static constexpr auto rotmg = tnk_blas_srotmg;
+};
+template <> struct Kernels<double> {
+  using Complex = tnk_complex16;
+  static constexpr auto rotg = tnk_blas_drotg;
+  static constexpr auto complex_rotg = tnk_blas_zrotg;
+  static constexpr auto rotmg = tnk_blas_drotmg;
+};
+
+template <class R> bool within(R value, wide exact, int eps) {
+  const wide bound = eps * static_cast<wide>(std::numeric_limits<R>::epsilon()) * std::fabs(exact) +
+                     std::numeric_limits<R>::min();
+  return std::fabs(value - exact) <= bound;
+}
+
+// Numbers of R over most of its range.
+template <class R> R any_size(Random &random) {
+  const int reach = std::numeric_limits<R>::max_exponent - 4;
+  return std::ldexp(random.real<R>(), static_cast<int>(random.integer(-reach, reach)));
+}
+// A second number, more often near the first than not.
+template <class R> R beside(R a, Random &random) {
+  return random.integer(0, 2) == 0 ? any_size<R>(random) : random.real<R>() * 2 * a;
+}
+
+template <class R> struct RotationSetUp : testing::Test {};
+using RealTypes = testing::Types<float, double>;
+TYPED_TEST_SUITE(RotationSetUp, RealTypes);
+
+TYPED_TEST(RotationSetUp, MatchesExactValues) {
+  using R = TypeParam;
+  Random random;
+  for (int round = 0; round < 20000; ++round) {
+    const R a = round == 0 ? 0 : any_size<R>(random), b = round == 1       ? 0
+                                                          : round % 8 == 2 ? -a
+                                                                           : beside(a, random);
+    if (a == 0 && b == 0) continue;
+    R r = a, z = b, c, s;
+    Kernels<R>::rotg(&r, &z, &c, &s);
+    SCOPED_TRACE(testing::Message() << "a " << a << " b " << b);
+    const bool a_leads = std::fabs(a) > std::fabs(b);
+    const wide exact = std::copysign(std::hypot(wide{a}, wide{b}), a_leads ? a : b);
+    ASSERT_TRUE(within(r, exact, 5) && within(c, a / exact, 6) && within(s, b / exact, 6))
+        << r << ' ' << c << ' ' << s;
+    ASSERT_EQ(z, a_leads ? s : c != 0 ? 1 / c : 1);
+  }
+  R a = R(-0.0), b = 0, c = 7, s = 7;
+  Kernels<R>::rotg(&a, &b, &c, &s);
+  EXPECT_TRUE(a == 0 && b == 0 && c == 1 && s == 0);
+  a = std::numeric_limits<R>::quiet_NaN(), b = 1;
+  Kernels<R>::rotg(&a, &b, &c, &s);
+  EXPECT_TRUE(std::isnan(a) && std::isnan(b) && std::isnan(c) && std::isnan(s));
+}
+
+TYPED_TEST(RotationSetUp, ComplexMatchesExactValues) {
+  using R = TypeParam;
+  using C = typename Kernels<R>::Complex;
+  Random random;
+  for (int round = 0; round < 20000; ++round) {
+    C a{any_size<R>(random), 0}, b{0, 0}, s;
+    a.im = beside(a.re, random);
+    b = {beside(a.re, random), beside(a.im, random)};
+    const C a_in = a, b_in = b;
+    R c;
+    Kernels<R>::complex_rotg(&a, &b, &c, &s);
+    const wide re = a_in.re, im = a_in.im, size = std::hypot(re, im);
+    const wide norm = std::hypot(size, std::hypot(wide{b.re}, wide{b.im}));
+    const wide s_re = (re * b.re + im * b.im) / size / norm, s_im = (im * b.re - re * b.im) / size / norm;
+    SCOPED_TRACE(testing::Message() << "a " << re << ' ' << im << " b " << b.re << ' ' << b.im);
+    ASSERT_TRUE(reference::same(b, b_in));
+    // Parts of s may cancel: they are held to the size of s, as |s| <= 1.
+    const wide eps = std::numeric_limits<R>::epsilon(),
+               bound = 10 * eps * std::hypot(s_re, s_im) + std::numeric_limits<R>::min();
+    ASSERT_TRUE(within(c, size / norm, 8)) << c;
+    ASSERT_TRUE(std::fabs(s.re - s_re) <= bound && std::fabs(s.im - s_im) <= bound) << s.re << ' ' << s.im;
+    // The direction of a loses digits where a part of it falls below the normal range, the result likewise.
+    const wide lost = (norm + 1) * std::numeric_limits<R>::denorm_min();
+    for (const auto &[part, in] : {std::pair{a.re, re}, std::pair{a.im, im}}) {
+      const wide exact = in / size * norm, off = std::fabs(part - exact);
+      ASSERT_TRUE(off <= 10 * eps * std::fabs(exact) + lost) << part;
+    }
+  }
+  for (const C b : {C{3, -4}, C{0, 0}}) {
+    C a{0, 0}, s{7, 7};
+    R c = 7;
+    Kernels<R>::complex_rotg(&a, &b, &c, &s);
+    EXPECT_TRUE(c == 0 && s.re == 1 && s.im == 0 && a.re == b.re && a.im == b.im);
+  }
+}
+
+// crotg rounds the two magnitudes to single, and works all that follows in double before it rounds once.
+TEST(RotationSetUpSingle, QuotientsAreDouble) {
+  Random random(5);
+  for (int round = 0; round < 2000; ++round) {
+    const tnk_complex8 a = random.number<tnk_complex8>(), b = random.number<tnk_complex8>();
+    tnk_complex8 r = a, s;
+    float c;
+    tnk_blas_crotg(&r, &b, &c, &s);
+    const wide size_a = static_cast<float>(std::hypot(wide{a.re}, wide{a.im}));
+    const wide size_b = static_cast<float>(std::hypot(wide{b.re}, wide{b.im}));
+    const wide norm = std::hypot(size_a, size_b);
+    // 2^28 eps of double are half an eps of single.
+    ASSERT_TRUE(within(static_cast<double>(c), size_a / norm, 1 << 28) &&
+                within(static_cast<double>(r.re), a.re / size_a * norm, 1 << 28));
+  }
+}
+
+template <class R> struct Modified {
+  R d1, d2, x1, y1;
+  std::array<R, 5> param = {99, 99, 99, 99, 99}; // 99: not written
+  void run() { Kernels<R>::rotmg(&d1, &d2, &x1, &y1, param.data()); }
+};
+
+// H keeps the form d1 x^2 + d2 y^2, takes (x1, y1) to (new x1, 0), and leaves new d1 and d2 in range. Gives whether
+// they were rescaled.
+template <class R> bool keeps_its_law(const Modified<R> &in) {
+  Modified<R> out = in;
+  out.run();
+  SCOPED_TRACE(testing::Message() << in.d1 << ' ' << in.d2 << ' ' << in.x1 << ' ' << in.y1 << " flag "
+                                  << out.param[0]);
+  const R flag = out.param[0];
+  EXPECT_TRUE(flag == -1 || flag == 0 || flag == 1);
+  for (const int i : {1, 4}) EXPECT_EQ(out.param[i] == 99, flag == 0);
+  for (const int i : {2, 3}) EXPECT_EQ(out.param[i] == 99, flag == 1);
+  const wide h11 = flag == 0 ? 1 : out.param[1], h21 = flag == 1 ? -1 : out.param[2],
+             h12 = flag == 1 ? 1 : out.param[3], h22 = flag == 0 ? 1 : out.param[4];
+  const wide d1 = out.d1, d2 = out.d2;
+  for (const R d : {out.d1, out.d2})
+    EXPECT_TRUE(d == 0 || (std::fabs(d) > R(0x1p-24) * (1 - R(1e-6)) && std::fabs(d) < 0x1p24));
+  // The factor of a step down is a relative 1.05e-14 off 2^-24 in double; a weight takes up to one step per 2^24.
+  const int steps = static_cast<int>(std::log2(std::max({in.d1, std::fabs(in.d2), R(1)})) / 24) + 2;
+  const wide law = 24 * std::numeric_limits<R>::epsilon() + (sizeof(R) == 8 ? steps * 1.06e-14L : 0);
+  const auto adds_up = [&](wide a, wide b, wide expected) {
+    return std::fabs(a + b - expected) <= law * (std::fabs(a) + std::fabs(b) + std::fabs(expected));
+  };
+  EXPECT_TRUE(adds_up(h21 * in.x1, h22 * in.y1, 0) && adds_up(h11 * in.x1, h12 * in.y1, out.x1));
+  EXPECT_TRUE(adds_up(d1 * h11 * h11, d2 * h21 * h21, in.d1) &&
+              adds_up(d1 * h12 * h12, d2 * h22 * h22, in.d2));
+  EXPECT_TRUE(adds_up(d1 * h11 * h12, d2 * h21 * h22, 0));
+  return flag == -1;
+}
+
+TYPED_TEST(RotationSetUp, ModifiedKeepsTheFormAndZeroesTheSecondComponent) {
+  using R = TypeParam;
+  Random random;
+  const R reach = sizeof(R) == 8 ? 30 : 15;
+  int rescaled = 0, rounds = 0;
+  for (R e1 = -reach; e1 <= reach; ++e1)
+    for (R e2 = -reach; e2 <= reach; ++e2)
+      for (const R sign : {1, -1}) {
+        const Modified<R> in{random.real<R>(1, 2) * std::pow(R(10), e1),
+                             sign * random.real<R>(1, 2) * std::pow(R(10), e2), random.real<R>(),
+                             random.real<R>()};
+        // A negative second weight needs a first component that clearly outweighs it.
+        if (sign < 0 && !(-in.d2 * in.y1 * in.y1 < in.d1 * in.x1 * in.x1 / 2)) continue;
+        rescaled += keeps_its_law(in);
+        ++rounds;
+      }
+  EXPECT_TRUE(rescaled > rounds / 4 && rescaled < rounds);
+}
+
+TYPED_TEST(RotationSetUp, ModifiedExactAndDegenerateCases) {
+  using R = TypeParam;
+  constexpr R no = 99, tiny = std::numeric_limits<R>::min(), inf = std::numeric_limits<R>::infinity();
+  const R limit = R(5.960464477539e-08), down = R(0x1p30) * (sizeof(R) == 8 ? limit : R(0x1p-24));
+  const struct {
+    const char *what;
+    Modified<R> in, out;
+  } cases[] = {
+      {"first leads", {1, 1, 2, 1}, {R(1) / R(1.25), R(1) / R(1.25), R(2.5), 1, {0, no, -0.5, 0.5, no}}},
+      {"equal", {1, 1, 2, 2}, {0.5, 0.5, 4, 2, {1, 1, no, no, 1}}},
+      {"no second weight", {3, 0, 2, 5}, {3, 0, 2, 5, {-2, no, no, no, no}}},
+      {"no second component", {3, 4, 2, 0}, {3, 4, 2, 0, {-2, no, no, no, no}}},
+      {"negative d1", {-1, 1, 2, 1}, {0, 0, 0, 1, {-1, 0, 0, 0, 0}}},
+      {"negative d1 goes before d2 y1 = 0", {-1, 0, 2, 1}, {0, 0, 0, 1, {-1, 0, 0, 0, 0}}},
+      {"negative q2 leads", {1, -1, 1, 2}, {0, 0, 0, 2, {-1, 0, 0, 0, 0}}},
+      {"negative q2, equal", {1, -1, 2, 2}, {0, 0, 0, 2, {-1, 0, 0, 0, 0}}},
+      {"no first weight", {0, 2, 3, 1}, {2, 0, 1, 1, {1, 0, no, no, 3}}},
+      {"q2 underflows", {0, 1, 0, tiny}, {1, 0, tiny, tiny, {1, 0, no, no, 0}}},
+      {"d1 down", {0, R(0x1p30), 3, 1}, {down, 0, 4096, 1, {-1, 0, -1, 4096, 3}}},
+      {"d1 up", {0, R(0x1p-30), 3, 1}, {R(0x1p-6), 0, R(0x1p-12), 1, {-1, 0, -1, R(0x1p-12), 3}}},
+      {"on the limit", {0, limit, 3, 1}, {limit * R(0x1p24), 0, R(0x1p-12), 1, {-1, 0, -1, R(0x1p-12), 3}}},
+      {"infinite d1 ends", {0, inf, 3, 1}, {inf, 0, 1, 1, {1, 0, no, no, 3}}},
+  };
+  for (const auto &t : cases) {
+    Modified<R> m = t.in;
+    m.run();
+    EXPECT_TRUE(m.d1 == t.out.d1 && m.d2 == t.out.d2 && m.x1 == t.out.x1 && m.param == t.out.param)
+        << t.what << ": " << m.d1 << ' ' << m.d2 << ' ' << m.x1 << " flag " << m.param[0];
+  }
+}
+
+} // namespace
+} // namespace tnk::test

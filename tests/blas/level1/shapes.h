@@ -1,0 +1,55 @@
+// The lengths, places and increments at which every vector kernel is tried.
+#pragma once
+
+#include "reference/arithmetic.h"
+#include "support/guarded.h"
+#include "support/random.h"
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace tnk::test {
+
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+
+struct Shape {
+  tnk_int n, incx, incy;
+  std::size_t shift_x, shift_y;
+
+  friend std::ostream &operator<<(std::ostream &out, const Shape &s) {
+    return out << "n " << s.n << " incx " << s.incx << " incy " << s.incy << " shifts " << s.shift_x << ' '
+               << s.shift_y;
+  }
+};
+
+// Every residue modulo 32 of an element-aligned address, then addresses that are not element-aligned, then the ends
+// of a page.
+template <class T> std::vector<std::size_t> shifts() {
+  std::vector<std::size_t> list = {1, sizeof(reference::Real<T>) / 2, page_end, page_start};
+  for (std::size_t s = 0; s < 32; s += sizeof(reference::Real<T>)) list.push_back(s);
+  return list;
+}
+
+// Ends with the first failure: what follows would say the same.
+template <class T, class Check> void for_each_shape(Check check_one) {
+  const auto check = [&](const Shape &shape) {
+    if (!testing::Test::HasFailure()) check_one(shape);
+  };
+  for (const std::size_t x : shifts<T>())
+    for (const std::size_t y : shifts<T>()) {
+      // Past two passes of the longest unroll, 64 elements; the longer ones with a co-prime step.
+      for (tnk_int n = -1; n <= 140; n += n < 48 ? 1 : 3) check(Shape{n, 1, 1, x, y});
+      // From 2048 doubles on two vectors outgrow a first-level cache, and paths change.
+      if (x < 32 && y % 16 == 0)
+        for (const tnk_int n : {2043, 2047, 2048, 2049, 2054}) check(Shape{n, 1, 1, x, y});
+    }
+  for (const tnk_int incx : {-3, -1, 0, 1, 2})
+    for (const tnk_int incy : {-3, -1, 0, 1, 2})
+      for (const std::size_t shift : {std::size_t{0}, std::size_t{1}, std::size_t{8}, page_end})
+        for (const tnk_int n : {-1, 0, 1, 2, 3, 4, 5, 7, 8, 9, 33, 70}) check(Shape{n, incx, incy, shift, 4});
+}
+
+template <class T> T ordinary(Random &random) {
+  return random.number<T>();
+}
+
+} // namespace tnk::test
