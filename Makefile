@@ -33,7 +33,7 @@ all: bootstrap $(BUILD)/build.ninja
 	@cmake --build --preset $(PRESET) -j $(JOBS)
 
 demo: build
-	@$(BUILD)/bin/tnk tour --data examples/data --out $(OUT)
+	@$(BUILD)/bin/tnk tour --data examples/data --out "$(OUT)"
 
 check: all
 	@ctest --preset $(PRESET) -j $(JOBS)
@@ -42,15 +42,13 @@ asan:
 	@$(MAKE) --no-print-directory check PRESET=asan
 
 bench: all
-	@$(BUILD)/bin/tnk bench --out $(OUT)
+	@$(BUILD)/bin/tnk bench --out "$(OUT)"
 
-# Builds unless something is built already: an install run as root then leaves no root-owned files in build/.
-install:
-	@[ -e $(BUILD)/lib/libtnk_avx.so ] || $(MAKE) --no-print-directory build
-	@cmake --install $(BUILD) --prefix $(PREFIX)
+install: build
+	@cmake --install "$(BUILD)" --prefix "$(PREFIX)"
 
 format:
 	@git ls-files '*.h' '*.cpp' '*.c' | xargs clang-format -i
 
 clean:
-	@rm -rf build $(OUT)
+	@rm -rf build "$(OUT)"

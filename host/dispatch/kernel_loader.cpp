@@ -9,6 +9,7 @@
 #include <tnk/host.h>
 #include <unistd.h>
 
+#include "host/dispatch/elf_check.h"
 #include "host/service/errors.h"
 #include "host/service/messages.h"
 #include "host/service/processor.h"
@@ -101,9 +102,10 @@ Outcome load() {
                       : " (it belongs beside libtnk_host.so; TNK_KERNEL_PATH can name another place)");
     return outcome;
   }
-  void *const library = dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
+  const bool cut_short = is_cut_short(path.text);
+  void *const library = cut_short ? nullptr : dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
   if (!library) {
-    const char *const reason = dlerror();
+    const char *const reason = cut_short ? "the file is cut short" : dlerror();
     outcome.status = TNK_KERNEL_MISSING;
     write_message(outcome.message, message_file_unloadable, path.text, reason);
     return outcome;

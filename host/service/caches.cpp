@@ -1,5 +1,4 @@
-// Cache sizes: asked of the processor, and of the files of the operating system where a hypervisor hides
-// them.
+// Cache sizes: asked of the processor, and where a hypervisor hides them of the operating system's files.
 #include "host/service/caches.h"
 
 #include <cpuid.h>

@@ -145,11 +145,13 @@ void tnk_blas_xzdrot(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tn
                      const tnk_int *incy, const double *c, const double *s);
 
 /* The rotation that turns (a, b) into (r, 0): c and s out, r in a. Real: b becomes z, from which c and s can be
-   rebuilt (z = s when |a| > |b|, else 1 / c, or 1 when c is zero). a = b = 0 gives c = 1, s = 0. */
+   rebuilt (z = s when |a| > |b|, else 1 / c, or 1 when c is zero). a = b = 0 gives c = 1, s = 0. Where |a| + |b|
+   overflows, all four are NaN. */
 void tnk_blas_srotg(float *a, float *b, float *c, float *s);
 void tnk_blas_drotg(double *a, double *b, double *c, double *s);
 
-/* Complex: c is real, s complex, b unchanged. |a| = 0 gives c = 0, s = 1 and a := b. */
+/* Complex: c is real, s complex, b unchanged. |a| = 0 gives c = 0, s = 1 and a := b. Where |a| + |b| overflows (in
+   crotg: |a| or |b|), c, s and a are NaN. */
 void tnk_blas_crotg(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_complex8 *s);
 void tnk_blas_zrotg(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s);
 

@@ -48,7 +48,8 @@ void tnk_serv_cache_info(int32_t *info);
 
 /* ---- Text --------------------------------------------------------------------------------------------------- */
 
-/* Nonzero when the first characters of a and b are the same letter, case ignored. The lengths are not read. */
+/* Nonzero when the first characters of a and b are equal, the case of ASCII letters ignored. The lengths are not
+   read. */
 int32_t tnk_serv_lsame(const char *a, const char *b, int64_t length_a, int64_t length_b);
 
 /* Writes the version text, NUL-terminated and cut to fit, into `length` bytes at buffer. length <= 0: nothing. */

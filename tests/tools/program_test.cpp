@@ -95,11 +95,13 @@ TEST(Program, TourFindsTheSolarCycleAndDrawsIt) {
 }
 
 TEST(Program, TourNamesWhatIsWrongWithItsInput) {
-  std::string gap = "year,spots\n", flat = gap, line = gap;
+  std::string gap = "year,spots\n", flat = gap, line = gap, ancient = gap, negative = gap;
   for (int i = 0; i < 1200; ++i) {
     const std::string year = std::to_string(1800 + i / 12.0);
     flat += year + ",7\n";
     line += year + "," + std::to_string(i) + "\n";
+    ancient += std::to_string(-50 + i / 12.0) + "," + std::to_string(i % 130) + "\n";
+    negative += year + "," + std::to_string(i % 130 - 1) + "\n";
     if (i != 600) gap += year + "," + std::to_string(i % 130) + "\n";
   }
   const struct {
@@ -110,6 +112,8 @@ TEST(Program, TourNamesWhatIsWrongWithItsInput) {
                {"year,dots\n1749,1\n", "no column \"spots\""},
                {"year,spots\n1749,1\n", "too few"},
                {gap, "does not follow"},
+               {ancient, "year -50.0000 is negative"},
+               {negative, "year 1800.0000 has a negative number of spots, -1"},
                {flat, "all values are equal"},
                {line, "no peak"}};
   const TemporaryFolder folder;

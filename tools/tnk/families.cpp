@@ -28,7 +28,7 @@ constexpr FamilyCount table[] = {
     {"", "others", 0},
 };
 
-// Names that were published before the prefixes.
+// Names without their family's prefix.
 constexpr std::pair<const char *, const char *> strays[] = {{"fft_fix_twiddle_table_32f", "e9_"},
                                                             {"fft_fix_twiddle_table_64f", "e9_"},
                                                             {"mpn_addmul", "tnk_gmp_"},

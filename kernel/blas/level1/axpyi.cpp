@@ -31,17 +31,17 @@ template <class C> void sparse_axpy_complex(tnk_int nz, C alpha, const C *x, con
 } // namespace tnk
 
 void tnk_blas_saxpyi(const tnk_int *nz, const float *alpha, const float *x, const tnk_int *indx, float *y) {
-  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+  tnk::sparse_axpy(*nz, tnk::get(alpha), x, indx, y);
 }
 void tnk_blas_daxpyi(const tnk_int *nz, const double *alpha, const double *x, const tnk_int *indx,
                      double *y) {
-  tnk::sparse_axpy(*nz, *alpha, x, indx, y);
+  tnk::sparse_axpy(*nz, tnk::get(alpha), x, indx, y);
 }
 void tnk_blas_caxpyi(const tnk_int *nz, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *indx,
                      tnk_complex8 *y) {
-  tnk::sparse_axpy_complex(*nz, *alpha, x, indx, y);
+  tnk::sparse_axpy_complex(*nz, tnk::get(alpha), x, indx, y);
 }
 void tnk_blas_zaxpyi(const tnk_int *nz, const tnk_complex16 *alpha, const tnk_complex16 *x,
                      const tnk_int *indx, tnk_complex16 *y) {
-  tnk::sparse_axpy_complex(*nz, *alpha, x, indx, y);
+  tnk::sparse_axpy_complex(*nz, tnk::get(alpha), x, indx, y);
 }

@@ -1,7 +1,6 @@
 // snrm2, dnrm2, scnrm2, dznrm2: the Euclidean norm by the scaled sum of squares.
 //
-// A division for each element and no vectors: the price of a sum that neither overflows nor loses tiny
-// elements.
+// A division for each element and no vectors: the price of a sum safe from overflow and underflow.
 #include "kernel/blas/level1/vector.h"
 #include <tnk/blas_level1.h>
 
@@ -29,30 +28,26 @@ template <class R> inline R root(const scaled_squares<R> &sum) {
   return sum.scale * std::sqrt(sum.ssq);
 }
 
-inline tnk_int step_of(tnk_int incx) {
-  return incx < 0 ? -incx : incx;
-}
-
 template <class R> R nrm2(tnk_int n, const R *x, tnk_int incx) {
   if (n < 1) return 0;
   if (n == 1) return std::fabs(get(x));
-  const tnk_int step = step_of(incx);
+  const tnk_int step = absolute(incx);
   scaled_squares<R> sum;
-  for (tnk_int i = 0; i < n; ++i, x += step) add(sum, get(x));
+  for (tnk_int i = 0; i < n; ++i) add(sum, get(x + i * step));
   return root(sum);
 }
 
 template <class C> real_of<C> complex_nrm2(tnk_int n, const C *x, tnk_int incx) {
   using R = real_of<C>;
   if (n < 1) return 0;
-  const tnk_int step = step_of(incx);
+  const tnk_int step = absolute(incx);
   scaled_squares<R> sum;
   if (step == 1) {
     const R *parts = reinterpret_cast<const R *>(x);
     for (tnk_int i = 0; i < 2 * n; ++i) add(sum, get(parts + i));
   } else {
-    for (tnk_int i = 0; i < n; ++i, x += step) {
-      const C a = get(x);
+    for (tnk_int i = 0; i < n; ++i) {
+      const C a = get(x + i * step);
       add(sum, a.re);
       add(sum, a.im);
     }

@@ -1,7 +1,6 @@
 // Sweeps over the pairs (x[i], y[i]) of two vectors that are rewritten together, as the rotations do. The
-// operation comes as step(u, v), which replaces both; it must take single elements as well as vectors of
-// them. Each pair depends on itself alone,
-// so how many go at once does not change a result.
+// operation comes as step(u, v), which replaces both; it must take single elements as well as vectors of them.
+// Each pair depends on itself alone, so how many go at once does not change a result.
 #pragma once
 
 #include "kernel/blas/level1/vector.h"
@@ -16,13 +15,13 @@ template <class V, class T, class Step> inline void step_at(T *x, T *y, Step ste
   storeu(y, v);
 }
 
-// Any two increments, one pair after the other: with an increment of 0 each pair sees what the one before it
-// left.
+// Any two increments, one pair after the other: with an increment of 0 each sees what the one before it left.
 template <class T, class Step>
 inline void each_pair(tnk_int n, T *x, tnk_int incx, T *y, tnk_int incy, Step step) {
+  if (n < 1) return;
   x = first_element(x, n, incx);
   y = first_element(y, n, incy);
-  for (; n > 0; --n, x += incx, y += incy) step_at<T>(x, y, step);
+  for (tnk_int i = 0; i < n; ++i) step_at<T>(x + i * incx, y + i * incy, step);
 }
 
 // Both increments 1, by vectors V. Scalars first bring x to a boundary of V where that can be done; y then

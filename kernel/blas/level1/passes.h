@@ -1,5 +1,4 @@
-// How the streaming kernels walk their vectors: a schedule of steps, to which a kernel gives what one step
-// does.
+// How the streaming kernels walk their vectors: a schedule of steps; a kernel says what one step does.
 #pragma once
 
 #include "kernel/blas/level1/vector.h"
@@ -12,8 +11,7 @@ namespace tnk {
 // Bytes of the first-level cache: two vectors that together take less stay in it.
 constexpr tnk_int cache_bytes = 32768;
 
-// Both increments 1, or both -1: the same elements of x and y meet either way, so one forward pass serves
-// both.
+// Both increments 1, or both -1: the same elements of x and y meet, so one forward pass serves either.
 inline bool is_contiguous(tnk_int incx, tnk_int incy) {
   return incx == incy && (incx == 1 || incx == -1);
 }

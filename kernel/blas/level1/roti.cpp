@@ -54,9 +54,9 @@ template <class R> void sparse_rotate(tnk_int nz, R *x, const tnk_int *indx, R *
 
 void tnk_blas_sroti(const tnk_int *nz, float *x, const tnk_int *indx, float *y, const float *c,
                     const float *s) {
-  tnk::sparse_rotate(*nz, x, indx, y, *c, *s);
+  tnk::sparse_rotate(*nz, x, indx, y, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_droti(const tnk_int *nz, double *x, const tnk_int *indx, double *y, const double *c,
                     const double *s) {
-  tnk::sparse_rotate(*nz, x, indx, y, *c, *s);
+  tnk::sparse_rotate(*nz, x, indx, y, tnk::get(c), tnk::get(s));
 }

@@ -45,12 +45,13 @@ template <class R, class ByRoot> void rescale(R &d, Transform<R> &h, ByRoot by_r
   }
 }
 
-// H for d2 * y1 = p2 != 0.
+// H for p2 = d2 * y1, which is not zero unless d1 is negative.
 template <class R> Transform<R> set_up(R &d1, R &d2, R &x1, R y1, R p2) {
   const auto no_rotation = [&]() -> Transform<R> {
     d1 = d2 = x1 = 0;
     return {-1, 0, 0, 0, 0};
   };
+  if (d1 < 0) return no_rotation();
   const R p1 = d1 * x1, q1 = p1 * x1, q2 = p2 * y1;
   Transform<R> h{};
   if (std::fabs(q1) > std::fabs(q2)) {
@@ -58,7 +59,6 @@ template <class R> Transform<R> set_up(R &d1, R &d2, R &x1, R y1, R p2) {
     h.h21 = -y1 / x1;
     h.h12 = p2 / p1;
     const R u = 1 - h.h12 * h.h21;
-    if (u <= 0) return no_rotation(); // a negative d2, with q1 and q2 equal but for rounding
     d1 /= u;
     d2 /= u;
     x1 *= u;
@@ -84,19 +84,17 @@ template <class R> Transform<R> set_up(R &d1, R &d2, R &x1, R y1, R p2) {
   return h;
 }
 
-template <class R> void set_up(R &d1, R &d2, R &x1, R y1, R *param) {
-  if (d1 < 0) {
-    d1 = d2 = x1 = 0;
-    for (int i = 1; i < 5; ++i) put(param + i, R(0));
-    put(param, R(-1));
-    return;
-  }
-  const R p2 = d2 * y1;
-  if (p2 == 0) {
+template <class R> void set_up(R *d1_at, R *d2_at, R *x1_at, const R *y1_at, R *param) {
+  R d1 = get(d1_at), d2 = get(d2_at), x1 = get(x1_at);
+  const R y1 = get(y1_at), p2 = d2 * y1;
+  if (!(d1 < 0) && p2 == 0) {
     put(param, R(-2));
     return;
   }
   const Transform<R> h = set_up(d1, d2, x1, y1, p2);
+  put(d1_at, d1);
+  put(d2_at, d2);
+  put(x1_at, x1);
   put(param, h.flag);
   if (h.flag <= 0) {
     put(param + 2, h.h21);
@@ -112,8 +110,8 @@ template <class R> void set_up(R &d1, R &d2, R &x1, R y1, R *param) {
 } // namespace tnk
 
 void tnk_blas_srotmg(float *d1, float *d2, float *x1, const float *y1, float *param) {
-  tnk::set_up(*d1, *d2, *x1, *y1, param);
+  tnk::set_up(d1, d2, x1, y1, param);
 }
 void tnk_blas_drotmg(double *d1, double *d2, double *x1, const double *y1, double *param) {
-  tnk::set_up(*d1, *d2, *x1, *y1, param);
+  tnk::set_up(d1, d2, x1, y1, param);
 }

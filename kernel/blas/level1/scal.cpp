@@ -54,12 +54,12 @@ void tnk_blas_csscal(const tnk_int *n, const float *alpha, tnk_complex8 *x, cons
   if (*incx == 1)
     scale(2 * *n, get(alpha), reinterpret_cast<float *>(x), 1);
   else
-    scale_strided<2>(*n, get(alpha), x, *incx < 0 ? -*incx : *incx);
+    scale_strided<2>(*n, get(alpha), x, absolute(*incx));
 }
 void tnk_blas_zdscal(const tnk_int *n, const double *alpha, tnk_complex16 *x, const tnk_int *incx) {
   if (*n < 1) return;
   if (*incx == 1)
     scale_unless_one(2 * *n, get(alpha), reinterpret_cast<double *>(x), 1);
   else
-    scale_strided<2>(*n, get(alpha), x, *incx < 0 ? -*incx : *incx);
+    scale_strided<2>(*n, get(alpha), x, absolute(*incx));
 }

@@ -7,14 +7,19 @@
 
 namespace tnk {
 
+// |inc|. The smallest integer, which has no counterpart, stays: it only ever meets the index 0.
+inline tnk_int absolute(tnk_int inc) {
+  return inc < 0 ? static_cast<tnk_int>(0 - static_cast<std::uint64_t>(inc)) : inc;
+}
+
 // Address of logical element 0 of n elements at increment inc: the base, or with a negative increment the far end,
 // (1 - n) * inc elements after the base, from where the walk goes back to it.
 template <class T> inline T *first_element(T *base, tnk_int n, tnk_int inc) {
   return inc < 0 ? base + (1 - n) * inc : base;
 }
 
-// Whether p is a multiple of the real type's size. The vector paths ask for it, so that scalars can bring one
-// operand to a boundary; vectors that are not take the strided path.
+// Whether p is a multiple of the real type's size. Vector paths that need a boundary under one operand, to which
+// scalars bring it, ask for this; they leave other vectors to the strided path.
 template <class T> inline bool is_element_aligned(const T *p) {
   return is_aligned_to(p, sizeof(real_of<T>));
 }

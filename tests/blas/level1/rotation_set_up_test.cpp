@@ -107,6 +107,21 @@ TYPED_TEST(RotationSetUp, ComplexMatchesExactValues) {
   }
 }
 
+TYPED_TEST(RotationSetUp, TakesMisalignedScalars) {
+  using C = typename Kernels<TypeParam>::Complex;
+  alignas(16) unsigned char memory[1 + 9 * sizeof(TypeParam)] = {};
+  auto *const real = reinterpret_cast<TypeParam *>(memory + 1);
+  auto *const pair = reinterpret_cast<C *>(memory + 1);
+  Kernels<TypeParam>::rotmg(real, real + 1, real + 2, real + 3, real + 4);
+  TypeParam flag, one = 1;
+  std::memcpy(&flag, real + 4, sizeof flag);
+  EXPECT_EQ(flag, -2);
+  Kernels<TypeParam>::complex_rotg(pair, pair + 1, real + 6, pair + 2);
+  EXPECT_EQ(std::memcmp(pair + 2, &one, sizeof one), 0);
+  Kernels<TypeParam>::rotg(real, real + 1, real + 2, real + 3);
+  EXPECT_EQ(std::memcmp(real + 2, &one, sizeof one), 0);
+}
+
 // crotg rounds the two magnitudes to single, and works all that follows in double before it rounds once.
 TEST(RotationSetUpSingle, QuotientsAreDouble) {
   Random random(5);

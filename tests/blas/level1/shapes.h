@@ -48,6 +48,13 @@ template <class T, class Check> void for_each_shape(Check check_one) {
         for (const tnk_int n : {-1, 0, 1, 2, 3, 4, 5, 7, 8, 9, 33, 70}) check(Shape{n, incx, incy, shift, 4});
 }
 
+// A scalar at an address that is no multiple of its size.
+template <class T> struct Askew {
+  Askew(T value) { std::memcpy(bytes + 1, &value, sizeof value); }
+  const T *at() const { return reinterpret_cast<const T *>(bytes + 1); }
+  alignas(16) unsigned char bytes[1 + sizeof(T)];
+};
+
 template <class T> T ordinary(Random &random) {
   return random.number<T>();
 }

@@ -67,8 +67,10 @@ TYPED_TEST(SparseVectors, EqualTheirDefinitions) {
   const T alpha = reference::number<T>(Real<T>(-0.3), Real<T>(0.7)), zero{};
   const Real<T> c = Real<T>(0.6), s = Real<T>(0.8), one = 1, none = 0;
   const T unknown = reference::number<T>(std::numeric_limits<Real<T>>::quiet_NaN());
+  const Askew askew(alpha);
+  const Askew askew_c(c), askew_s(s);
   std::vector<std::pair<Run, Step<T>>> list = {
-      {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, &alpha, x, indx, y); }, add_scaled(alpha)},
+      {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, askew.at(), x, indx, y); }, add_scaled(alpha)},
       {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, &unknown, x, indx, y); }, add_scaled(unknown)},
       {[&](auto nz, auto, auto indx, auto y) { K::axpyi(&nz, &zero, nullptr, indx, y); }, nothing<T>()},
       {[](auto nz, auto x, auto indx, auto y) { K::gather(&nz, y, x, indx); }, [](T &x, T &y) { x = y; }},
@@ -83,7 +85,8 @@ TYPED_TEST(SparseVectors, EqualTheirDefinitions) {
           [=](T &x, T &y) { std::tie(x, y) = std::pair(cosine * x + sine * y, (0 - sine * x) + cosine * y); };
     };
     list.push_back(
-        {[&](auto nz, auto x, auto indx, auto y) { K::roti(&nz, x, indx, y, &c, &s); }, from_zero(c, s)});
+        {[&](auto nz, auto x, auto indx, auto y) { K::roti(&nz, x, indx, y, askew_c.at(), askew_s.at()); },
+         from_zero(c, s)});
     list.push_back({[&](auto nz, auto x, auto indx, auto y) { K::roti(&nz, x, indx, y, &one, &unknown); },
                     from_zero(one, unknown)});
     list.push_back({[&](auto nz, auto, auto indx, auto y) { K::roti(&nz, nullptr, indx, y, &one, &none); },

@@ -20,25 +20,29 @@ template <class T> std::vector<Operation<T>> operations(T a, T b, Real<T> p, Rea
   using reference::operator+, reference::operator*;
   using K = Kernels<T>;
   const T zero{};
-  const Real<T> no = 0;
+  const Real<T> none = 0;
+  const Askew alpha(a), beta(b), nil(zero);
+  const Askew no(none), c(p), s(q);
   const bool is_zero = reference::magnitude(a) == 0;
   std::vector<Operation<T>> list = {
-      {"axpy", RUN(K::axpy(&n, &a, x, &incx, y, &incy)), is_zero ? nothing<T>() : add_scaled(a)},
-      {"axpy, alpha 0", RUN(K::axpy(&n, &zero, x, &incx, y, &incy)), nothing<T>()},
-      {"axpby", RUN(K::axpby(&n, &a, x, &incx, &b, y, &incy)), [=](T &x, T &y) { y = a * x + b * y; }},
+      {"axpy", RUN(K::axpy(&n, alpha.at(), x, &incx, y, &incy)), is_zero ? nothing<T>() : add_scaled(a)},
+      {"axpy, alpha 0", RUN(K::axpy(&n, nil.at(), x, &incx, y, &incy)), nothing<T>()},
+      {"axpby", RUN(K::axpby(&n, alpha.at(), x, &incx, beta.at(), y, &incy)),
+       [=](T &x, T &y) { y = a * x + b * y; }},
       {"copy", RUN(K::copy(&n, x, &incx, y, &incy)), [](T &x, T &y) { y = x; }},
       {"swap", RUN(K::swap(&n, x, &incx, y, &incy)), [](T &x, T &y) { std::swap(x, y); }},
-      {"scale", RUN(K::scale(&n, &a, x, &incx)), multiply<T>(a)},
-      {"scale, alpha 0", RUN(K::scale(&n, &zero, x, &incx)), multiply<T>(zero)},
-      {"rotation", RUN(K::rotate(&n, x, &incx, y, &incy, &p, &q)), rotation<T>(p, q)},
+      {"scale", RUN(K::scale(&n, alpha.at(), x, &incx)), multiply<T>(a)},
+      {"scale, alpha 0", RUN(K::scale(&n, nil.at(), x, &incx)), multiply<T>(zero)},
+      {"rotation", RUN(K::rotate(&n, x, &incx, y, &incy, c.at(), s.at())), rotation<T>(p, q)},
   };
   if constexpr (reference::is_pair<T>) {
-    list.push_back({"axpy_a", RUN(K::axpy_always(&n, &a, x, &incx, y, &incy)), add_scaled(a)});
-    list.push_back({"axpy_a, alpha 0", RUN(K::axpy_always(&n, &zero, x, &incx, y, &incy)), add_scaled(zero)});
-    list.push_back({"scale by real", RUN(K::scale_by_real(&n, &p, x, &incx)), multiply<T>(p)});
-    list.push_back({"scale by real 0", RUN(K::scale_by_real(&n, &no, x, &incx)), multiply<T>(no)});
+    list.push_back({"axpy_a", RUN(K::axpy_always(&n, alpha.at(), x, &incx, y, &incy)), add_scaled(a)});
     list.push_back(
-        {"complex rotation", RUN(K::rotate_complex(&n, x, &incx, y, &incy, &p, &b)), rotation<T>(p, b)});
+        {"axpy_a, alpha 0", RUN(K::axpy_always(&n, nil.at(), x, &incx, y, &incy)), add_scaled(zero)});
+    list.push_back({"scale by real", RUN(K::scale_by_real(&n, c.at(), x, &incx)), multiply<T>(p)});
+    list.push_back({"scale by real 0", RUN(K::scale_by_real(&n, no.at(), x, &incx)), multiply<T>(none)});
+    list.push_back({"complex rotation", RUN(K::rotate_complex(&n, x, &incx, y, &incy, c.at(), beta.at())),
+                    rotation<T>(p, b)});
   } else {
     // The elements that a flag implies stand there as NaN: they must not be used.
     const T nan = std::numeric_limits<T>::quiet_NaN();
@@ -115,6 +119,21 @@ TYPED_TEST(Streams, NansInfinitiesAndZerosGoThrough) {
     for (const tnk_int n : {3, 37, 70})
       for (const tnk_int inc : {1, 2})
         for (const auto &operation : list) check(operation, {n, inc, 1, 0, 8}, extreme<T>, random);
+  }
+}
+
+// No address is formed from an increment that would overflow it.
+TYPED_TEST(Streams, LeastIntegers) {
+  using T = TypeParam;
+  Random random;
+  constexpr tnk_int least = std::numeric_limits<tnk_int>::min();
+  for (const auto &operation :
+       operations<T>(random.number<T>(), random.number<T>(), Real<T>(0.375), Real<T>(-0.7))) {
+    T x = random.number<T>(), y = random.number<T>(), u = x, v = y;
+    operation.step(u, v);
+    operation.run(1, &x, least, &y, least);
+    operation.run(least, &x, -1, &y, -2);
+    EXPECT_TRUE(reference::same(x, u) && reference::same(y, v)) << operation.name;
   }
 }
 

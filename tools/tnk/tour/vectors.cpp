@@ -47,6 +47,13 @@ Series load(const std::filesystem::path &path) {
   if (series.years.size() <= 2 * longest_lag)
     throw Failure(format("%s: %zu months are too few; the lags go to %zu", series.source.c_str(),
                          series.years.size(), longest_lag));
+  for (std::size_t i = 0; i < series.years.size(); ++i) {
+    if (series.years[i] < 0)
+      throw Failure(format("%s: year %.4f is negative", series.source.c_str(), series.years[i]));
+    if (series.spots[i] < 0)
+      throw Failure(format("%s: year %.4f has a negative number of spots, %g", series.source.c_str(),
+                           series.years[i], series.spots[i]));
+  }
   // Lags count lines, so each line must be the month after the one before.
   for (std::size_t i = 1; i < series.years.size(); ++i)
     if (std::fabs((series.years[i] - series.years[i - 1]) * 12 - 1) > 0.1)
@@ -55,6 +62,7 @@ Series load(const std::filesystem::path &path) {
   return series;
 }
 
+// year >= 0, as load() sees to.
 std::string month_name(double year) {
   static const char *const names[] = {"January", "February", "March",     "April",   "May",      "June",
                                       "July",    "August",   "September", "October", "November", "December"};
