@@ -39,8 +39,12 @@ inline const T *block_of(const T *x, tnk_int ld, gemm_operation op, tnk_int row,
   return op == as_it_is ? x + row + column * ld : x + column + row * ld;
 }
 
+// To a multiple of `unit`, a power of two as all unrolls are: a division takes as long as packing a row.
 inline tnk_int rounded_up(tnk_int x, tnk_int unit) {
-  return (x + unit - 1) / unit * unit;
+  return (x + unit - 1) & -unit;
+}
+inline tnk_int rounded_down(tnk_int x, tnk_int unit) {
+  return x & -unit;
 }
 
 } // namespace tnk

@@ -46,7 +46,7 @@ template <class T> struct product {
   }
   // Panels of one operand that fit there; the buffer is sized by columns of B.
   tnk_int columns_in_work() const { return d->nr * d->work_factor; }
-  tnk_int rows_in_work() const { return std::max(columns_in_work() / d->mr * d->mr, d->mr); }
+  tnk_int rows_in_work() const { return std::max(rounded_down(columns_in_work(), d->mr), d->mr); }
 };
 
 // body(first, size) for the blocks of 0 ... total-1.
@@ -116,7 +116,7 @@ template <class T>
 void with_none_packed(const product<T> &p, tnk_int j, tnk_int columns, int32_t mode, const T *beta) {
   const tnk_gemm_descriptor &d = *p.d;
   const tnk_int room = d.work.size / static_cast<tnk_int>(sizeof(T)) / (d.mr + d.nr);
-  const tnk_int slice = std::min(room / d.kr * d.kr, rounded_up(p.k, d.kr));
+  const tnk_int slice = std::min(rounded_down(room, d.kr), rounded_up(p.k, d.kr));
   const tnk_gemm_panels pb = p.in_work(d.nr * slice);
   tnk_gemm_panels pa = p.in_work(d.mr * slice);
   pa.data = static_cast<T *>(pb.data) + pb.stride;

@@ -1,11 +1,24 @@
 // The stages of the matrix product around its loops: the descriptor, the sizes of blocks, the buffers.
 #include "kernel/blas/level3/gemm.h"
+#include "kernel/frame/simd.h"
 #include <algorithm>
 #include <cstdint>
 #include <tnk/services.h>
 
 namespace tnk {
 namespace {
+
+// By vectors: for a record of this size the compiler would choose a string instruction, whose start alone takes as
+// long as packing a small matrix.
+void clear(tnk_gemm_descriptor *d) {
+  using V = f64x4;
+  constexpr std::size_t size = sizeof *d, step = sizeof(V);
+  static_assert(size >= step);
+  const V zero = in_register(V{});
+  auto *bytes = reinterpret_cast<char *>(d);
+  for (std::size_t i = 0; i + step <= size; i += step) storeu(bytes + i, zero);
+  storeu(bytes + size - step, zero);
+}
 
 int32_t load_row(const tnk_gemm_row *table, int32_t number, tnk_gemm_descriptor *d) {
   if (number > 0) return 1;
@@ -17,8 +30,7 @@ int32_t load_row(const tnk_gemm_row *table, int32_t number, tnk_gemm_descriptor 
   d->get_blks_size = row.get_blks_size;
   d->get_bufs_size = row.get_bufs_size;
   d->get_bufs = row.get_bufs;
-  std::copy(row.copya, row.copya + 3, d->copya);
-  std::copy(row.copyb, row.copyb + 3, d->copyb);
+  for (int op = 0; op < 3; ++op) d->copya[op] = row.copya[op], d->copyb[op] = row.copyb[op];
   d->copya_ext = row.copya_ext, d->copyb_ext = row.copyb_ext;
   d->work_factor = static_cast<int32_t>(row.work_factor);
   d->ker0 = row.ker0;
@@ -39,7 +51,7 @@ template <class T> void get_blks_size(tnk_int n, tnk_int k, tnk_gemm_descriptor 
   }
   if (d->mb == 0) {
     const tnk_int rows = tnk_serv_get_cache_size(0) / 6 / static_cast<tnk_int>(sizeof(T)) / steps;
-    d->mb = rows / d->mr * d->mr;
+    d->mb = rounded_down(rows, d->mr);
   }
   d->nb = rounded_up(std::min(std::max(n, d->nr), most_columns), d->nr);
 }
@@ -123,7 +135,7 @@ using namespace tnk;
 
 #define STAGES(t, T)                                                                                         \
   void tnk_blas_##t##gemm_zero_desc(tnk_gemm_descriptor *d) {                                                \
-    *d = {};                                                                                                 \
+    clear(d);                                                                                                \
   }                                                                                                          \
   void tnk_blas_##t##gemm_get_optimal_kernel(tnk_gemm_descriptor *d) {                                       \
     load_row(avx_##t##_all_gemm_ker, avx_##t##_opt_gemm_ker, d);                                             \
