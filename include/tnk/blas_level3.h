@@ -33,23 +33,24 @@ typedef struct tnk_gemm_work {
 typedef struct tnk_gemm_descriptor tnk_gemm_descriptor;
 
 /* Stages have one shape for the four types: elements travel as void. */
-typedef void tnk_gemm_get_blks_size(const tnk_int *m, const tnk_int *n, const tnk_int *k, tnk_gemm_descriptor *);
+typedef void tnk_gemm_get_blks_size(const tnk_int *m, const tnk_int *n, const tnk_int *k,
+                                    tnk_gemm_descriptor *);
 typedef int32_t tnk_gemm_get_bufs_size(int32_t buffer_mode, int32_t size_mode, const tnk_int *m,
                                        const tnk_int *n, const tnk_int *k, tnk_gemm_descriptor *);
 typedef int32_t tnk_gemm_get_bufs(int32_t buffer_mode, void **raw, tnk_gemm_descriptor *);
 
 /* A: count of rows, then of steps. B: count of steps, then of columns; alpha is not read. */
-typedef void tnk_gemm_copy(const tnk_int *count1, const tnk_int *count2, const void *source, const tnk_int *ld,
-                           void *buffer, const tnk_gemm_panels *, const void *alpha);
+typedef void tnk_gemm_copy(const tnk_int *count1, const tnk_int *count2, const void *source,
+                           const tnk_int *ld, void *buffer, const tnk_gemm_panels *, const void *alpha);
 /* The same with the option letter of the operand first. */
 typedef void tnk_gemm_copy_ext(const char *trans, const tnk_int *count1, const tnk_int *count2,
                                const void *source, const tnk_int *ld, void *buffer, const tnk_gemm_panels *,
                                const void *alpha);
 
 typedef void tnk_gemm_kernel(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
-                             const tnk_int *k, const void *alpha, const void *a, const tnk_gemm_panels *a_panels,
-                             const void *b, const tnk_gemm_panels *b_panels, const void *beta, void *c,
-                             const tnk_int *ldc, void *work, int32_t mode);
+                             const tnk_int *k, const void *alpha, const void *a,
+                             const tnk_gemm_panels *a_panels, const void *b, const tnk_gemm_panels *b_panels,
+                             const void *beta, void *c, const tnk_int *ldc, void *work, int32_t mode);
 
 /* A row of a kernel table: twenty columns of eight bytes. */
 typedef struct tnk_gemm_row {
@@ -97,16 +98,25 @@ struct tnk_gemm_descriptor {
    x?gemm                  C := alpha op(A) op(B) + beta C, op(A) m by k, op(B) k by n, C m by n. No-op when m < 1 or
                            n < 1. beta = 0 stores without reading C. A and B are not read when alpha is zero or
                            k < 1. When no memory can be had the result is right, only slower.
-   x?gemm_par              the same with a kernel version (2, 4, 8, 16, 32 or 64) and a descriptor whose row is
-                           loaded. 0: done. 1: unknown version, or no memory for one that has no plain path; C is
-                           then scaled by beta (by none under version 64) and otherwise as it was.
+   x?gemm_par              the same with a kernel version and a descriptor whose row is loaded; blocks that are 0 are
+                           chosen, other ones below 1 count as a tile, and the descriptor then holds those used. 0:
+                           done. 1: unknown version, with nothing done, or no memory for one that has no plain path;
+                           C is then scaled by beta and otherwise as it was.
+                             version        2            4         8          16         32         64
+                             packs whole    blocks of    A         B          nothing    A          nothing
+                                            A and B
+                             loops          n, k, m      n, k, m   n          n          m          none
+                             no memory      plain path   same      returns 1  returns 1  returns 1  returns 1
+                           What is not packed as a whole goes through the work buffer. Version 64 does not scale: a
+                           beta of zero stores over C, any other acts as 1, and a zero alpha multiplies like any other.
    ?gemm_zero_desc         clears every field.
    ?gemm_get_optimal_kernel  loads the row that avx_?_opt_gemm_ker names.
    ?gemm_get_kernel        loads a row; 1, with nothing loaded, when the number is above 0. A negative number is not
                            guarded.
    ?gemm_num_kernels       writes the number of rows, 1.
    ?gemm_get_kernel_version  2.     ?gemm_api_support  1.
-   ?gemm_get_blks_size     fills kb and mb where they are 0, and nb always; m is not read.
+   ?gemm_get_blks_size     fills kb and mb where they are 0, and nb always; m is not read. mb stays 0 when the cache
+                           that the host reports cannot hold a tile.
    ?gemm_set_blks_size     stores the three.
    ?gemm_get_bufs_size     sizes the records that buffer mode 100 ... 106 names. Size mode 107 clamps each block to its
                            dimension, 108 takes the blocks as they are. 1 on another mode of either kind.
@@ -114,20 +124,21 @@ struct tnk_gemm_descriptor {
                            failed. 1 on a mode that it does not take (103 among them).
    ?gemm_free_bufs         releases what get_bufs allocated.
    ?gemm_mscale            C := beta C; beta = 0 stores zeros without reading.
-   ?gemm_pst               the plain path: no packing, no memory; C := beta C + alpha (sum).
+   ?gemm_pst               the plain path: no packing, no memory; C := beta C + alpha (sum). beta = 0 does not read
+                           C; A and B are not read when k < 1, but when alpha is zero they are.
    ?gemm_copya*, copyb*    pack a block of A times alpha, or of B, into panels; n as it is, t transposed, c (complex)
                            conjugate-transposed. No-op when a count is below 1. The layouts stand in
-                           kernel/blas/level3/panels.h.
+                           kernel/blas/level3/tile.h.
    ?gemm_ker0              C := C + A B on packed operands (beta exactly 0: C := A B, C is not read). k is the padded count of
                            steps; transa, transb and alpha are not used.
    ?gemm_kernel_0, _b0     its whole tiles: m a multiple of mr. beta is not read; _b0 stores without reading C.
    ?gemm_ker0_pst          its edge: m from 1 to mr - 1. */
 
 #define TNK_GEMM_FAMILY(t, T)                                                                                \
-  void tnk_blas_x##t##gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,      \
+  void tnk_blas_x##t##gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,       \
                            const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,     \
                            const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc);                     \
-  int32_t tnk_blas_x##t##gemm_par(const char *transa, const char *transb, const tnk_int *m,                 \
+  int32_t tnk_blas_x##t##gemm_par(const char *transa, const char *transb, const tnk_int *m,                  \
                                   const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,            \
                                   const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,   \
                                   const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *descriptor);     \
@@ -138,7 +149,8 @@ struct tnk_gemm_descriptor {
   int32_t tnk_blas_##t##gemm_get_kernel_version(void);                                                       \
   int32_t tnk_blas_##t##gemm_api_support(void);                                                              \
   tnk_gemm_get_blks_size tnk_blas_##t##gemm_get_blks_size;                                                   \
-  void tnk_blas_##t##gemm_set_blks_size(tnk_int mb, tnk_int nb, tnk_int kb, tnk_gemm_descriptor *descriptor); \
+  void tnk_blas_##t##gemm_set_blks_size(tnk_int mb, tnk_int nb, tnk_int kb,                                  \
+                                        tnk_gemm_descriptor *descriptor);                                    \
   tnk_gemm_get_bufs_size tnk_blas_##t##gemm_get_bufs_size;                                                   \
   tnk_gemm_get_bufs tnk_blas_##t##gemm_get_bufs;                                                             \
   void tnk_blas_##t##gemm_free_bufs(void *raw);                                                              \
