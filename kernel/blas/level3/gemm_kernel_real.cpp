@@ -260,8 +260,9 @@ void edge_tile(bool add, tnk_int n, tnk_int k, const T *a, const T *b, T *c, tnk
     });
   }
   T rows[M][H * width];
-  for (int i = 0; i < M; ++i)
-    for (int h = 0; h < H; ++h) storeu(&rows[i][width * h], sum[i][h]);
+  write_out<M>([&](auto i) INLINE_LAMBDA {
+    write_out<H>([&](auto h) INLINE_LAMBDA { storeu(&rows[i][width * h], sum[i][h]); });
+  });
   for (tnk_int j = 0; j < n; ++j)
     for (int i = 0; i < M; ++i) {
       T *at = c + i + j * ldc;
