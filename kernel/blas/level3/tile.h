@@ -13,7 +13,7 @@
 // Steps from kc up to the next multiple of 4 are zeros, in every panel and lane. The last panel of A, when mc is no
 // multiple of mr, holds only the rows that exist; the lanes above them are left as they were. What is left of B after
 // the full panels is, from 4 columns on, a group 4 wide in the same layout; 1 to 3 columns after that are a group
-// 4 wide with zeros above the real columns. (With nr = 4 only the latter occurs.)
+// 4 wide with zeros above the real columns, which begins where the steps of the group before it end. (With nr = 4 only the latter occurs.)
 //
 // Packing multiplies A by alpha and stores conjugates as 0 - im, so that kernels know neither.
 #pragma once
