@@ -8,7 +8,8 @@
 // 8 on one with a single pipe for each. The operands are chosen to stay below that. Shuffles share the pipes of the
 // arithmetic on the first kind, so they are what to avoid; elements broadcast by a load cost the load only (and on
 // the second kind one shuffle, of a port that is otherwise idle). Swapping neighbours and halves of the operands instead
-// needs 2 loads less and 3 (double) or 4 (float) shuffles more, and runs at four fifths of the speed on the first kind.
+// needs 3 (double) or 4 (float) loads less and as many shuffles more, and runs at about three quarters of the speed on
+// the first kind.
 #include "kernel/blas/level3/tile.h"
 #include "kernel/blas/level3/transpose.h"
 #include <tnk/blas_level3.h>
