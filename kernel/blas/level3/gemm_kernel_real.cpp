@@ -1,15 +1,15 @@
 // The block kernels of the real matrix product: packed panels (tile.h) multiplied into C.
 //
-// Every element of C is formed alike, wherever the cuts between tiles, groups and edges fall: one sum from zero over
-// the steps in ascending order, each product rounded before it is added, then C + sum. So a result does not depend on how
-// the caller slices the product.
+// Every element of C is formed alike, wherever the cuts between tiles, groups and edges fall: one sum from
+// zero over the steps in ascending order, each product rounded before it is added, then C + sum. So a result
+// does not depend on how the caller slices the product.
 //
-// A step of a whole tile costs 8 multiplications and 8 additions, 4 cycles on a processor with two pipes for each and
-// 8 on one with a single pipe for each. The operands are chosen to stay below that. Shuffles share the pipes of the
-// arithmetic on the first kind, so they are what to avoid; elements broadcast by a load cost the load only (and on
-// the second kind one shuffle, of a port that is otherwise idle). Swapping neighbours and halves of the operands instead
-// needs 3 (double) or 4 (float) loads less and as many shuffles more, and runs at about three quarters of the speed on
-// the first kind.
+// A step of a whole tile costs 8 multiplications and 8 additions, 4 cycles on a processor with two pipes for
+// each and 8 on one with a single pipe for each. The operands are chosen to stay below that. Shuffles share
+// the pipes of the arithmetic on the first kind, so they are what to avoid; elements broadcast by a load cost
+// the load only (and on the second kind one shuffle, of a port that is otherwise idle). Swapping neighbours
+// and halves of the operands instead needs 3 (double) or 4 (float) loads less and as many shuffles more, and
+// runs at about three quarters of the speed on the first kind.
 #include "kernel/blas/level3/tile.h"
 #include "kernel/blas/level3/transpose.h"
 #include <tnk/blas_level3.h>
@@ -26,7 +26,8 @@ constexpr int group = 4; // columns of the narrow groups of B
 
 #define INLINE_LAMBDA __attribute__((always_inline))
 
-// f(0) ... f(N - 1), written out: the indices are constants, so that small arrays of vectors become registers.
+// f(0) ... f(N - 1), written out: the indices are constants, so that small arrays of vectors become
+// registers.
 template <class F, int... I> INLINE void write_out(F f, std::integer_sequence<int, I...>) {
   (f(std::integral_constant<int, I>{}), ...);
 }
@@ -34,8 +35,8 @@ template <int N, class F> INLINE void write_out(F f) {
   write_out(f, std::make_integer_sequence<int, N>{});
 }
 
-// Calls step(l), l from 0 to k - 1, in passes of eight and a last one of four. A, W values a step, is brought in 512
-// bytes ahead, a line every second step.
+// Calls step(l), l from 0 to k - 1, in passes of eight and a last one of four. A, W values a step, is brought
+// in 512 bytes ahead, a line every second step.
 template <int W, class T, class Step> INLINE void steps(tnk_int k, const T *a, Step step) {
   constexpr int ahead = 512 / sizeof(T);
   tnk_int l = 0;
@@ -47,8 +48,8 @@ template <int W, class T, class Step> INLINE void steps(tnk_int k, const T *a, S
   if (l + 4 <= k) write_out<4>([&](auto u) INLINE_LAMBDA { step(l + u); });
 }
 
-// One value in every lane. The load is left where it is written: the compiler would gather those of a whole pass in front
-// of it and run out of registers.
+// One value in every lane. The load is left where it is written: the compiler would gather those of a whole
+// pass in front of it and run out of registers.
 template <class V, class T> INLINE V broadcast(const T *p) {
   if constexpr (sizeof(T) == 8)
     return _mm256_broadcast_sd(p);
@@ -58,21 +59,21 @@ template <class V, class T> INLINE V broadcast(const T *p) {
     return _mm_broadcast_ss(p);
 }
 
-// ---- Whole tiles --------------------------------------------------------------------------------------------------
+// ---- Whole tiles ----------------------------------------------------------------------------------------------------------------------------------------------------------------------------------------
 //
-// Of each step the four 8-byte units of A - a value of double, two neighbours of float - are broadcast and multiplied by
-// two vectors x and y of B: 6 loads, 8 products, 8 sums, 22 operations for 4 cycles of 6.
+// Of each step the four 8-byte units of A - a value of double, two neighbours of float - are broadcast and
+// multiplied by two vectors x and y of B: 6 loads, 8 products, 8 sums, 22 operations for 4 cycles of 6.
 //
 //   double, 4 by 8   x is columns 0-3, y columns 4-7. Unit i is row i: the sums are rows of C.
-//   float, 8 by 8    x is columns 0-7, y the same with neighbours swapped. Unit i is rows 2i and 2i + 1, of which even
-//                    lanes take the first and odd ones the second. So lane j of the sums of x holds the element of
-//                    column j, that of y the element of column j + 1 (j - 1 from odd lanes), and the even lanes of one
-//                    with the odd lanes of the other are columns of two rows: units again, to be transposed as doubles.
+//   float, 8 by 8    x is columns 0-7, y the same with neighbours swapped. Unit i is rows 2i and 2i + 1: even
+//                    lanes multiply by the first, odd ones by the second. Lane j of the sums of x is of column
+//                    j, of those of y of the neighbour of column j. The even lanes of one with the odd lanes of
+//                    the other are columns of two rows: units again, to be transposed as doubles are.
 //
 // The swapped vectors of a panel of B are made in the first of its tiles and kept for the others.
 //
-// The passes are written in assembly since the compiler renames accumulators from step to step; the moves by which it
-// brings them back take a twentieth of the time.
+// The passes are written in assembly since the compiler renames accumulators from step to step; the moves by
+// which it brings them back take a twentieth of the time.
 
 // What a step does to get y: load it from y_at, or swap x, or swap x and keep the result at y_at.
 enum class second { loaded, swapped, swapped_and_kept };
@@ -195,8 +196,8 @@ void tiles_of_panel(tnk_int m, tnk_int k, const float *a, tnk_int a_stride, cons
   }
 }
 
-// P panels of A by N columns, 1 to 4, of a narrow group of B. Two panels at once keep more sums going than an addition
-// takes cycles.
+// P panels of A by N columns, 1 to 4, of a narrow group of B. Two panels at once keep more sums going than an
+// addition takes cycles.
 template <bool add, int P, int N, class T>
 void narrow_tile(tnk_int k, const T *a, tnk_int a_stride, const T *b, T *c, tnk_int ldc) {
   using V = vec<T>;
@@ -246,7 +247,7 @@ void tiles(tnk_int m, tnk_int n, tnk_int k, const T *a, tnk_int a_stride, const 
   }
 }
 
-// ---- The edge: fewer rows than a tile has -------------------------------------------------------------------------
+// ---- The edge: fewer rows than a tile has --------------------------------------------------------------------------------------------------------------------------------------
 
 // M rows by the first n columns of H vectors V of a panel of B. Rows that do not exist are not read.
 template <class V, int M, int H, class T>

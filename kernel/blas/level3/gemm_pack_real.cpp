@@ -1,7 +1,8 @@
 // Packing of the real matrix product: blocks of A, times alpha, and of B become panels (tile.h).
 //
-// A source runs either across a panel (one step's values are neighbours in memory: A as it is, B transposed) or along it
-// (the values of one row or column are: A transposed, B as it is). Both are read in the order of memory.
+// A source runs either across a panel (one step's values are neighbours in memory: A as it is, B transposed)
+// or along it (the values of one row or column are: A transposed, B as it is). Both are read in the order of
+// memory.
 #include "kernel/blas/level3/tile.h"
 #include "kernel/blas/level3/transpose.h"
 #include <tnk/blas_level3.h>
@@ -28,8 +29,8 @@ template <int W, class T> void zero_steps(tnk_int from, T *panel) {
     for (int r = 0; r < W; ++r) panel[W * l + r] = 0;
 }
 
-// The last panel or group, `lanes_used` of whose W lanes are there. fill: zeros go into the others. A value stands at
-// source + lane * lane_step + step * step_step.
+// The last panel or group, `lanes_used` of whose W lanes are there. fill: zeros go into the others. A value
+// stands at source + lane * lane_step + step * step_step.
 template <int W, bool fill, class T, class F>
 void pack_edge(tnk_int lanes_used, tnk_int steps, const T *source, tnk_int lane_step, tnk_int step_step,
                T *panel, F f) {
