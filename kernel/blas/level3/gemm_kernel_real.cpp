@@ -59,7 +59,7 @@ template <class V, class T> INLINE V broadcast(const T *p) {
     return _mm_broadcast_ss(p);
 }
 
-// ---- Whole tiles ----------------------------------------------------------------------------------------------------------------------------------------------------------------------------------------
+// ---- Whole tiles ------------------------------------------------------------------------------------------
 //
 // Of each step the four 8-byte units of A - a value of double, two neighbours of float - are broadcast and
 // multiplied by two vectors x and y of B: 6 loads, 8 products, 8 sums, 22 operations for 4 cycles of 6.
@@ -247,7 +247,7 @@ void tiles(tnk_int m, tnk_int n, tnk_int k, const T *a, tnk_int a_stride, const 
   }
 }
 
-// ---- The edge: fewer rows than a tile has --------------------------------------------------------------------------------------------------------------------------------------
+// ---- The edge: fewer rows than a tile has -----------------------------------------------------------------
 
 // M rows by the first n columns of H vectors V of a panel of B. Rows that do not exist are not read.
 template <class V, int M, int H, class T>
