@@ -1,7 +1,8 @@
 // The packed layouts of the matrix product, and the register tile that they serve.
 //
-// A block of mc rows by kc steps of A becomes panels of mr rows, a block of kc steps by nc columns of B panels of nr
-// columns. Panels stand at the stride of their record. Inside a panel, one step of k after the other:
+// A block of mc rows by kc steps of A becomes panels of mr rows, a block of kc steps by nc columns of B
+// panels of nr columns. Panels stand at the stride of their record. Inside a panel, one step of k after the
+// other:
 //
 //   real A, mr = 4           step 0          step 1
 //                        | 0  1  2  3 |  4  5  6  7 | ...        cell: row of the panel, mr * step + row
@@ -10,10 +11,11 @@
 //
 //   complex, A and B     | re0 re1 im0 im1  re2 re3 im2 im3 | ...   pairs of rows (columns) by part
 //
-// Steps from kc up to the next multiple of 4 are zeros, in every panel and lane. The last panel of A, when mc is no
-// multiple of mr, holds only the rows that exist; the lanes above them are left as they were. What is left of B after
-// the full panels is, from 4 columns on, a group 4 wide in the same layout; 1 to 3 columns after that are a group
-// 4 wide with zeros above the real columns. (With nr = 4 only the latter occurs.)
+// Steps from kc up to the next multiple of 4 are zeros, in every panel and lane. The last panel of A, when mc
+// is no multiple of mr, holds only the rows that exist; the lanes above them are left as they were. What is
+// left of B after the full panels is, from 4 columns on, a group 4 wide in the same layout; 1 to 3 columns
+// after that are a group 4 wide with zeros above the real columns, which begins where the steps of the group
+// before it end. (With nr = 4 only the latter occurs.)
 //
 // Packing multiplies A by alpha and stores conjugates as 0 - im, so that kernels know neither.
 #pragma once

@@ -93,8 +93,8 @@ template <class T> void put_element(std::vector<real_of<T>> &packed, Place place
     packed[place.first + cell<T>(place.lanes, step, place.lane, part)] = values[part];
 }
 
-// Packs lanes by steps of a random source, into panels that stand further apart than they need to, and compares all of
-// the buffer: what no layout names keeps the pattern of guarded memory.
+// Packs lanes by steps of a random source, into panels that stand further apart than they need to, and
+// compares all of the buffer: what no layout names keeps the pattern of guarded memory.
 template <class T>
 void check_copy(const Copy &option, bool of_a, tnk_int lanes, tnk_int steps, std::size_t shift) {
   SCOPED_TRACE(testing::Message() << (of_a ? "A" : "B") << " transposed " << option.transposed
@@ -189,7 +189,8 @@ void check_kernel(tnk_gemm_kernel *kernel, tnk_int m, tnk_int n, tnk_int k, cons
   constexpr int mr = gemm_tile<T>::mr, nr = gemm_tile<T>::nr;
   Random random(static_cast<unsigned>(m * 1024 + n * 32 + k));
   const tnk_int a_stride = mr * (k + 4), b_stride = nr * (k + 8), ldc = m + 3;
-  // Everything that is no element of A is NaN, the lanes above the last row among it; B's idle lanes are zero.
+  // Everything that is no element of A is NaN, the lanes above the last row among it; B's idle lanes are
+  // zero.
   Guarded<R> a((m / mr + 1) * a_stride * parts<T>), b((n / nr + 1) * b_stride * parts<T>);
   for (std::size_t i = 0; i < b.size(); ++i) b.put(i, 0);
   const auto fill = [&](Guarded<R> &to, Place place) {
@@ -242,9 +243,9 @@ TYPED_TEST(GemmKernels, ProductsOfPanels) {
   using T = TypeParam;
   using E = Entries<T>;
   const T zero{}, minus_zero = -1 * zero, other = not_zero<T>(), nan = not_a_number<T>();
-  for (const tnk_int k : {4, 8, 12, 16, 256})
-    for (tnk_int m = 1; m <= 17; m += k == 256 ? 4 : 1)
-      for (tnk_int n = 1; n <= 21; n += k == 256 ? 5 : 1) {
+  for (const tnk_int k : {4, 8, 12, 16, 256, 268})
+    for (tnk_int m = 1; m <= 17; m += k >= 256 ? 4 : 1)
+      for (tnk_int n = 1; n <= 21; n += k >= 256 ? 5 : 1) {
         check_kernel(E::ker0, m, n, k, &zero, false);
         check_kernel(E::ker0, m, n, k, m % 2 == 0 ? &other : &nan, true); // anything but zero acts as one
         if (m < gemm_tile<T>::mr) {
