@@ -46,10 +46,8 @@ void pack_edge(tnk_int lanes_used, tnk_int steps, const T *source, tnk_int lane_
 template <int W, int P, class T, class F>
 void pack_across(tnk_int steps, const T *source, tnk_int ld, T *panel, tnk_int stride, F f) {
   using V = std::conditional_t<W * sizeof(T) == 16, half<T>, vec<T>>;
-  constexpr int width = sizeof(V) / sizeof(T), ahead = 8;
+  constexpr int width = sizeof(V) / sizeof(T);
   for (tnk_int l = 0; l < steps; ++l, source += ld) {
-    for (int q = 0; q < P * W; q += 64 / static_cast<int>(sizeof(T)))
-      __builtin_prefetch(source + ahead * ld + q);
     for (int p = 0; p < P; ++p)
       for (int h = 0; h < W; h += width)
         storeu(panel + p * stride + W * l + h, f(loadu<V>(source + p * W + h)));
@@ -57,23 +55,40 @@ void pack_across(tnk_int steps, const T *source, tnk_int ld, T *panel, tnk_int s
   for (int p = 0; p < P; ++p) zero_steps<W>(steps, panel + p * stride);
 }
 
-// Four lanes of four steps of a source that runs along the panel.
-template <int W, class T, class F> inline void pack_block(const T *source, tnk_int ld, T *panel, F f) {
-  using V = quad<T>;
-  V r0 = loadu<V>(source), r1 = loadu<V>(source + ld);
-  V r2 = loadu<V>(source + 2 * ld), r3 = loadu<V>(source + 3 * ld);
-  transpose(r0, r1, r2, r3);
-  storeu(panel, f(r0));
-  storeu(panel + W, f(r1));
-  storeu(panel + 2 * W, f(r2));
-  storeu(panel + 3 * W, f(r3));
+// Four floats each in the two halves of a vector.
+inline f32x8 load_halves(const float *low, const float *high) {
+  return _mm256_insertf128_ps(_mm256_castps128_ps256(loadu<f32x4>(low)), loadu<f32x4>(high), 1);
+}
+
+// Four steps of a panel of a source that runs along it.
+template <int W, class T, class F> inline void pack_four_steps(const T *source, tnk_int ld, T *panel, F f) {
+  if constexpr (W * sizeof(T) == 32 && sizeof(T) == 4) {
+    f32x8 r0 = load_halves(source, source + 4 * ld), r1 = load_halves(source + ld, source + 5 * ld);
+    f32x8 r2 = load_halves(source + 2 * ld, source + 6 * ld),
+          r3 = load_halves(source + 3 * ld, source + 7 * ld);
+    transpose_halves(r0, r1, r2, r3);
+    storeu(panel, f(r0));
+    storeu(panel + W, f(r1));
+    storeu(panel + 2 * W, f(r2));
+    storeu(panel + 3 * W, f(r3));
+  } else {
+    for (int h = 0; h < W; h += 4, source += 4 * ld, panel += 4) {
+      using V = quad<T>;
+      V r0 = loadu<V>(source), r1 = loadu<V>(source + ld);
+      V r2 = loadu<V>(source + 2 * ld), r3 = loadu<V>(source + 3 * ld);
+      transpose(r0, r1, r2, r3);
+      storeu(panel, f(r0));
+      storeu(panel + W, f(r1));
+      storeu(panel + 2 * W, f(r2));
+      storeu(panel + 3 * W, f(r3));
+    }
+  }
 }
 
 template <int W, class T, class F>
 void pack_along(tnk_int steps, const T *source, tnk_int ld, T *panel, F f) {
   tnk_int l = 0;
-  for (; l + 4 <= steps; l += 4)
-    for (int h = 0; h < W; h += 4) pack_block<W>(source + l + h * ld, ld, panel + W * l + h, f);
+  for (; l + 4 <= steps; l += 4) pack_four_steps<W>(source + l, ld, panel + W * l, f);
   for (; l < steps; ++l)
     for (int r = 0; r < W; ++r) panel[W * l + r] = f(get(source + l + r * ld));
   zero_steps<W>(steps, panel);

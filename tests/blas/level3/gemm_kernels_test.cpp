@@ -242,9 +242,9 @@ TYPED_TEST(GemmKernels, ProductsOfPanels) {
   using T = TypeParam;
   using E = Entries<T>;
   const T zero{}, minus_zero = -1 * zero, other = not_zero<T>(), nan = not_a_number<T>();
-  for (const tnk_int k : {4, 8, 12, 16, 256})
-    for (tnk_int m = 1; m <= 17; m += k == 256 ? 4 : 1)
-      for (tnk_int n = 1; n <= 21; n += k == 256 ? 5 : 1) {
+  for (const tnk_int k : {4, 8, 12, 16, 256, 268})
+    for (tnk_int m = 1; m <= 17; m += k >= 256 ? 4 : 1)
+      for (tnk_int n = 1; n <= 21; n += k >= 256 ? 5 : 1) {
         check_kernel(E::ker0, m, n, k, &zero, false);
         check_kernel(E::ker0, m, n, k, m % 2 == 0 ? &other : &nan, true); // anything but zero acts as one
         if (m < gemm_tile<T>::mr) {
