@@ -67,8 +67,8 @@ TNK_INLINE f32x8 lanes_of_step(const tnk_complex8 *x) {
 }
 // Two lanes.
 TNK_INLINE f64x4 lanes_of_step(const tnk_complex16 *x) {
-  const f64x2 x0 = loadu<f64x2>(x), x1 = loadu<f64x2>(x + 1);
-  return _mm256_shuffle_pd(_mm256_broadcast_pd(&x0), _mm256_broadcast_pd(&x1), 0xC);
+  const f64x2 *const pairs = reinterpret_cast<const f64x2 *>(x);
+  return _mm256_shuffle_pd(_mm256_broadcast_pd(pairs), _mm256_broadcast_pd(pairs + 1), 0xC);
 }
 
 // Four steps of four lanes, each lane's steps neighbours in memory.
