@@ -15,5 +15,6 @@ struct Command {
 
 Command info_command(CLI::App &program);
 Command tour_command(CLI::App &program);
+Command bench_command(CLI::App &program);
 
 } // namespace tnk::tool

@@ -18,7 +18,7 @@ int run(int argc, char **argv) {
     return std::string("tnk: ") + error.what() + "\nTry tnk --help or tnk SUBCOMMAND --help.\n";
   });
 
-  const std::vector<Command> commands{info_command(program), tour_command(program)};
+  const std::vector<Command> commands{info_command(program), tour_command(program), bench_command(program)};
   program.set_help_all_flag("--help-all", "Print the help of all subcommands and exit");
   try {
     program.parse(argc, argv);

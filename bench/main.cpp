@@ -1,0 +1,201 @@
+// Measures the rows of all families. With --tsv it writes a line a row for other programs to read, else it is
+// an ordinary Google Benchmark program.
+
+#include "bench/measure.h"
+#include "bench/peer.h"
+#include "bench/row.h"
+
+#include <tnk/host.h>
+
+#include <CLI/CLI.hpp>
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <regex>
+
+#ifdef __clang__
+#define COMPILER __VERSION__
+#else
+#define COMPILER "GCC " __VERSION__
+#endif
+
+namespace {
+
+using namespace tnk::bench;
+
+struct Options {
+  std::string rows, group, core;
+  std::vector<tnk_int> sizes = {100, 1000, 10000, 1000000, 10000000};
+  int rounds = 15;
+  bool list = false, tsv = false;
+};
+
+// A round of a large size takes long, so fewer must do.
+constexpr tnk_int large = 10000000;
+
+int rounds_at(tnk_int n, int rounds) {
+  return n < large ? rounds : std::max(3, rounds * 3 / 5);
+}
+
+void run_row(benchmark::State &state, const Row &row, tnk_int n) {
+  Measuring measuring(row, n);
+  const std::string wrong = measuring.check();
+  if (!wrong.empty()) {
+    state.SkipWithError(wrong.c_str());
+    return;
+  }
+  measuring.calibrate();
+  for (auto _ : state) state.SetIterationTime(measuring.round());
+  const Measurement m = measuring.result();
+  state.counters["GB/s"] = m.gigabytes;
+  state.counters["Gflop/s"] = m.gigaflops;
+  state.counters["limit"] = m.fraction;
+  state.counters["seconds"] = m.ours;
+  if (row.peer && !measuring.peer_is_wrong()) {
+    state.counters["peer_seconds"] = m.peer;
+    state.counters["ratio"] = m.ratio;
+  }
+  state.SetLabel(std::string(m.limited_by_flops ? "flops" : "bytes") +
+                 (measuring.peer_is_wrong() ? "; the peer is wrong" : ""));
+}
+
+std::string processor() {
+  std::ifstream info("/proc/cpuinfo");
+  for (std::string line; std::getline(info, line);) {
+    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+  }
+  return "unknown";
+}
+
+// Lines of the form "# key: value", then a line of column names, then a line a row.
+class TsvReporter : public benchmark::BenchmarkReporter {
+public:
+  bool ReportContext(const Context &) override {
+    std::printf("# processor: %s\n# compiler: %s\n# flags: %s\n", processor().c_str(), COMPILER,
+                TNK_KERNEL_FLAGS);
+    if (!peer_name().empty()) {
+      std::printf("# peer: %s\n# core: %s\n", peer_name().c_str(), peer_core().c_str());
+    }
+    if (peer_is_absent()) std::printf("# note: %s\n", peer_message().c_str());
+    std::string names = "row";
+    for (const char *column : columns) names += std::string("\t") + column;
+    std::printf("%s\tlimited_by\tnote\terror\n", names.c_str());
+    std::fflush(stdout);
+    return true;
+  }
+
+  void ReportRuns(const std::vector<Run> &runs) override {
+    for (const Run &run : runs) {
+      std::string line = run.run_name.function_name;
+      for (const char *column : columns) {
+        const auto found = run.counters.find(column);
+        char number[32] = "";
+        if (found != run.counters.end()) std::snprintf(number, sizeof number, "%.6g", found->second.value);
+        line += std::string("\t") + number;
+      }
+      const auto end = std::min(run.report_label.find("; "), run.report_label.size());
+      std::printf("%s\t%s\t%s\t%s\n", line.c_str(), run.report_label.substr(0, end).c_str(),
+                  end < run.report_label.size() ? run.report_label.substr(end + 2).c_str() : "",
+                  run.error_message.c_str());
+      failed = failed || run.error_occurred;
+    }
+    std::fflush(stdout);
+  }
+
+  bool failed = false;
+
+private:
+  static constexpr const char *columns[] = {"seconds", "GB/s", "Gflop/s", "limit", "peer_seconds", "ratio"};
+};
+
+// As the console shows them, but remembering whether a row was in error.
+class ConsoleReporter : public benchmark::ConsoleReporter {
+public:
+  void ReportRuns(const std::vector<Run> &runs) override {
+    for (const Run &run : runs) failed = failed || run.error_occurred;
+    benchmark::ConsoleReporter::ReportRuns(runs);
+  }
+  bool failed = false;
+};
+
+int run(const Options &options, std::vector<char *> &rest) {
+  if (!options.list && !peer_load(options.core)) {
+    if (!peer_is_absent() || !options.tsv) std::fprintf(stderr, "tnk_bench: %s\n", peer_message().c_str());
+    if (!peer_is_absent()) return 1;
+  }
+  if (!options.list && tnk_kernel_load() != TNK_OK) return 1; // the host has said why
+
+  std::vector<Row> rows;
+  add_blas_level1(rows);
+  add_sparse_vectors(rows);
+
+  const std::regex wanted(options.rows);
+  for (const Row &row : rows) {
+    if (!options.group.empty() && row.group != options.group) continue;
+    for (const tnk_int n : options.sizes) {
+      const std::string name = row.name + "/" + std::to_string(n);
+      if (!std::regex_search(name, wanted)) continue;
+      if (options.list) {
+        std::printf("%s\t%s\n", name.c_str(), row.group.c_str());
+        continue;
+      }
+      benchmark::RegisterBenchmark(name.c_str(),
+                                   [&row, n](benchmark::State &state) { run_row(state, row, n); })
+          ->Iterations(rounds_at(n, options.rounds))
+          ->UseManualTime();
+    }
+  }
+  if (options.list) return 0;
+
+  int count = static_cast<int>(rest.size());
+  benchmark::Initialize(&count, rest.data());
+  if (benchmark::ReportUnrecognizedArguments(count, rest.data())) return 2;
+  benchmark::AddCustomContext("peer", peer_name() + " " + peer_core());
+  if (options.tsv) {
+    TsvReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.failed;
+  }
+  ConsoleReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  return reporter.failed;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  Options options;
+  CLI::App app{"Rates of the kernels beside OpenBLAS. Options of Google Benchmark are taken too."};
+  app.allow_extras();
+  app.add_option("--rows", options.rows,
+                 "only rows whose name matches this regular expression: ^daxpy/1000$");
+  app.add_option("--group", options.group, "only rows of this group, as --list shows them");
+  app.add_option("--sizes", options.sizes, "lengths of the vectors")
+      ->delimiter(',')
+      ->check(CLI::PositiveNumber);
+  app.add_option("--rounds", options.rounds, "interleaved rounds a row")->check(CLI::Range(1, 1000));
+  app.add_option("--core", options.core, "core that OpenBLAS shall run, or best for its own choice");
+  app.add_flag("--list", options.list, "write names and groups of the rows and stop");
+  app.add_flag("--tsv", options.tsv, "write a line a row, with tabs between the fields");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    return app.exit(error) ? 2 : 0;
+  }
+  std::vector<std::string> extras = app.remaining();
+  std::vector<char *> rest = {argv[0]};
+  for (std::string &extra : extras) rest.push_back(extra.data());
+  rest.push_back(nullptr);
+  rest.pop_back();
+  try {
+    return run(options, rest);
+  } catch (const std::regex_error &) {
+    std::fprintf(stderr, "tnk_bench: not a regular expression: %s\n", options.rows.c_str());
+    return 2;
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "tnk_bench: %s\n", error.what());
+    return 1;
+  }
+}

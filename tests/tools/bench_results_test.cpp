@@ -1,0 +1,119 @@
+// What tnk bench makes of the lines that the bench program writes.
+#include "tools/tnk/bench/chart.h"
+#include "tools/tnk/bench/child.h"
+#include "tools/tnk/bench/results.h"
+#include "tools/tnk/support/failure.h"
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace tnk::tool;
+
+const CoreNames cores{"SANDYBRIDGE", "Zen"};
+
+ReadingsParser parsed(const std::vector<std::string> &lines) {
+  ReadingsParser parser;
+  for (const std::string &line : lines) parser.take(line);
+  return parser;
+}
+
+TEST(BenchResults, ReadsRemarksAndFindsValuesByTheNameOfTheirColumn) {
+  const auto parser = parsed({"# peer: Some: library", "row\tratio\tseconds\tlimited_by\terror\tnew column",
+                              "daxpy/100\t1.25\t2e-08\tbytes\t\tx", "scopy/7\t\t\t\tthe result differs\tx"});
+  EXPECT_EQ(parser.remarks.at("peer"), "Some: library");
+  ASSERT_EQ(parser.rows.size(), 2u);
+  EXPECT_EQ(parser.rows.at("daxpy/100").ratio, 1.25);
+  EXPECT_EQ(parser.rows.at("daxpy/100").seconds, 2e-8);
+  EXPECT_FALSE(parser.rows.at("daxpy/100").limit);
+  EXPECT_EQ(parser.rows.at("daxpy/100").error, "");
+  EXPECT_EQ(parser.rows.at("scopy/7").error, "the result differs");
+}
+
+TEST(BenchResults, RefusesBrokenLines) {
+  EXPECT_THROW(parsed({"row\tseconds\terror", "daxpy/100\t1"}), Failure);
+  EXPECT_THROW(parsed({"# no key"}), Failure);
+  // A row that says neither how long it took nor why not is not taken for a good one.
+  EXPECT_NE(parsed({"row\tseconds\terror", "daxpy/100\tabc\t"}).rows.at("daxpy/100").error, "");
+}
+
+TEST(BenchResults, JoinsTheTwoProcessesByNameAndMissesNone) {
+  const auto fair = parsed({"row\tseconds\tratio\terror", "daxpy/100\t1\t1.5\t", "ddot/100\t1\t2\t"}).rows;
+  const auto best = parsed({"row\tseconds\tratio\terror", "daxpy/100\t1\t0.5\t"}).rows;
+  const BenchRow both = join("daxpy/100", "axpy", fair, &best);
+  EXPECT_EQ(both.kernel, "daxpy");
+  EXPECT_EQ(both.n, 100);
+  EXPECT_EQ(both.fair.ratio, 1.5);
+  EXPECT_EQ(both.best->ratio, 0.5);
+  EXPECT_EQ(both.error(), "");
+  EXPECT_NE(join("ddot/100", "dot", fair, &best).error(), "");
+  EXPECT_NE(join("dscal/100", "scal", fair, nullptr).error(), "");
+  EXPECT_EQ(join("ddot/100", "dot", fair, nullptr).error(), "");
+}
+
+TEST(BenchResults, TableHasAColumnForEachCoreAndTheRateOfTheLimit) {
+  BenchRow row;
+  row.kernel = "daxpy", row.n = 1000;
+  row.fair.limited_by = "flops", row.fair.gigaflops = 12.34, row.fair.gigabytes = 99, row.fair.limit = 0.5;
+  row.fair.ratio = 1.5;
+  row.best = row.fair;
+  row.best->ratio = 0.75;
+  const std::string with = table_line(row, cores), without = table_line(row, {"SANDYBRIDGE", ""});
+  EXPECT_NE(with.find("12.3 Gflop/s  50% flops"), std::string::npos) << with;
+  EXPECT_EQ(with.find("99"), std::string::npos);
+  EXPECT_NE(with.find("0.75"), std::string::npos);
+  EXPECT_EQ(without.find("0.75"), std::string::npos);
+  EXPECT_EQ(table_head(cores).size(), with.size());
+  row.best->error = "fell";
+  EXPECT_NE(table_line(row, cores).find("error: fell"), std::string::npos);
+}
+
+TEST(BenchResults, CsvQuotesWhatWouldBreakALine) {
+  EXPECT_EQ(csv_field("plain text"), "plain text");
+  EXPECT_EQ(csv_field("a,b"), "\"a,b\"");
+  EXPECT_EQ(csv_field("say \"x\"\n"), "\"say \"\"x\"\"\n\"");
+  EXPECT_EQ(csv_field(""), "");
+
+  BenchRow row;
+  row.kernel = "daxpy", row.group = "a,b", row.n = 5;
+  const std::string file = csv_file({row}, {"peer: none"});
+  EXPECT_EQ(file.rfind("# peer: none\ngroup,", 0), 0u);
+  const auto head = file.find("group,"), line = file.find("\n\"a,b\",daxpy,5,");
+  ASSERT_NE(line, std::string::npos) << file;
+  const auto commas = [](const std::string &text) { return std::count(text.begin(), text.end(), ','); };
+  // The quoted comma is one of the line's own.
+  EXPECT_EQ(commas(file.substr(head, line - head)) + 1, commas(file.substr(line)));
+}
+
+TEST(BenchChart, PutsRatiosBeyondTheScaleAtItsEnds) {
+  std::vector<BenchRow> rows;
+  for (const double ratio : {0.01, 1.0, 100.0}) {
+    BenchRow row;
+    row.kernel = "a<b", row.n = 10;
+    row.fair.ratio = ratio;
+    rows.push_back(row);
+  }
+  const auto count = [](const std::string &text, const std::string &what) {
+    int found = 0;
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++found;
+    return found;
+  };
+  const std::string svg = ratio_chart(rows, {"SANDYBRIDGE", ""}, "a & b");
+  EXPECT_EQ(count(svg, "<path"), 2);
+  EXPECT_EQ(count(svg, "<circle"), 2) << "the one within, and the legend's";
+  EXPECT_EQ(count(svg, "a&lt;b"), 1) << "one line for the kernel";
+  EXPECT_EQ(count(svg, "a &amp; b"), 1);
+}
+
+TEST(Child, GivesLinesAndTheExitCode) {
+  std::vector<std::string> lines;
+  const auto keep = [&](const std::string &line) { lines.push_back(line); };
+  EXPECT_EQ(run_child("/bin/sh", {"-c", "printf 'one\\n\\ntwo'; exit 3"}, keep), 3);
+  EXPECT_EQ(lines, (std::vector<std::string>{"one", "", "two"}));
+  EXPECT_EQ(run_child("/bin/sh", {"-c", "kill -9 $$"}, keep), 128 + 9);
+  EXPECT_THROW(run_child("/no/such/program", {}, keep), Failure);
+  const auto refuse = [](const std::string &) { throw Failure("enough"); };
+  EXPECT_THROW(run_child("/bin/sh", {"-c", "echo x; exec sleep 60"}, refuse), Failure);
+}
+
+} // namespace
