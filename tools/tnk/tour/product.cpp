@@ -341,7 +341,7 @@ std::string draw(const Terrain &terrain, const Matrix<double> &products, const C
     for (std::size_t i = 0; i < up; ++i) extreme = std::max(extreme, std::fabs(c.vectors(i, j)));
   extreme = std::ceil(extreme * 10 + 0.4) / 10;
   Panel profiles(figure, {76, below, 696, tall},
-                 "The profiles from south-east to west that every grid line is made of", west,
+                 "The profiles that every grid line is a mixture of, with the mean", west,
                  {-extreme, extreme, "weight"});
   profiles.horizontal(0, colour::grey);
   for (std::size_t j = 0; j < kept; ++j) {
@@ -365,7 +365,8 @@ std::string draw(const Terrain &terrain, const Matrix<double> &products, const C
   shares.line(curve, colour::blue, 1.8);
   for (std::size_t j = 1; j <= kept; ++j) {
     shares.marker(curve[j], colours[j - 1]);
-    shares.note(curve[j], 8, -16, Panel::Side::right, colours[j - 1], format("%.1f %%", curve[j].y));
+    shares.note(curve[j], 10, -16 - 12 * static_cast<double>(kept - j), Panel::Side::right, colours[j - 1],
+                format("%.1f %%", curve[j].y));
   }
   return figure.svg();
 }
