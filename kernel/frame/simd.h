@@ -82,6 +82,13 @@ template <class V> inline V in_register(V v) {
   return v;
 }
 
+// Ends a step of a loop that is unrolled over several accumulators: all of them are up to date here. Otherwise the
+// compiler finishes one after the other, over all unrolled steps, and spills the operands that the next ones need.
+template <class... V> inline void end_step(V &...accumulators) {
+  const auto up_to_date = [](auto &v) { asm volatile("" : "+x"(v)); };
+  (up_to_date(accumulators), ...);
+}
+
 // ---- Lanes ----------------------------------------------------------------------------------------------------
 
 // a1 a0 a3 a2 ...: for pairs of parts, real and imaginary exchanged.

@@ -54,11 +54,13 @@ TNK_INLINE f64x4 join_high(f64x4 a, f64x4 b) {
 // complex and one in double.
 template <class V> struct sums { V re0{}, re1{}, im0{}, im1{}; };
 
+// A sum passes through a register each time: left to itself, the compiler collects the products of many steps before it adds
+// them, in more vectors than there are registers.
 template <class V> TNK_INLINE void add_products(sums<V> &s, V re, V im, V b0, V b1) {
-  s.re0 += re * b0;
-  s.re1 += re * b1;
-  s.im0 += im * b0;
-  s.im1 += im * b1;
+  s.re0 = in_register(s.re0 + re * b0);
+  s.re1 = in_register(s.re1 + re * b1);
+  s.im0 = in_register(s.im0 + im * b0);
+  s.im1 = in_register(s.im1 + im * b1);
 }
 
 template <class V> TNK_INLINE void put_sum(void *c, V sum, bool add) {
@@ -85,8 +87,8 @@ template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
   }
   // The lane of the second row holds no row and is not read. What its products with b1 would be stands in those with b0.
   static TNK_INLINE void add_single(sums<vector> &s, const float *a, vector b0) {
-    s.re0 += splat<vector>(a[0]) * b0;
-    s.im0 += splat<vector>(a[2]) * b0;
+    s.re0 = in_register(s.re0 + splat<vector>(a[0]) * b0);
+    s.im0 = in_register(s.im0 + splat<vector>(a[2]) * b0);
   }
 
   TNK_INLINE void step(const float *a, const float *b) {
@@ -164,8 +166,8 @@ template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
     if constexpr (Columns > 2) {
       add_products(s, re, im, b0, b1);
     } else {
-      s.re0 += re * b0;
-      s.im0 += im * b0;
+      s.re0 = in_register(s.re0 + re * b0);
+      s.im0 = in_register(s.im0 + im * b0);
     }
   }
   TNK_INLINE void step(const double *a, const double *b) {

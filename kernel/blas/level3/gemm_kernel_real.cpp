@@ -11,6 +11,7 @@
 #include "kernel/blas/level3/tile.h"
 #include "kernel/blas/level3/transpose.h"
 #include <tnk/blas_level3.h>
+#include <utility>
 
 #define INLINE inline __attribute__((always_inline))
 
@@ -21,22 +22,27 @@ template <class T> constexpr int mr = gemm_tile<T>::mr;
 template <class T> constexpr int nr = gemm_tile<T>::nr;
 constexpr int group = 4; // columns of the narrow groups of B
 
+#define INLINE_LAMBDA __attribute__((always_inline))
+
+// f(0) ... f(N - 1), written out: the indices are constants, so that small arrays of vectors become registers.
+template <class F, int... I> INLINE void write_out(F f, std::integer_sequence<int, I...>) {
+  (f(std::integral_constant<int, I>{}), ...);
+}
+template <int N, class F> INLINE void write_out(F f) {
+  write_out(f, std::make_integer_sequence<int, N>{});
+}
+
 // Calls step(l), l from 0 to k - 1, in passes of eight and a last one of four. A, W values a step, is brought in 512
 // bytes ahead, a line every second step.
 template <int W, class T, class Step> INLINE void steps(tnk_int k, const T *a, Step step) {
   constexpr int ahead = 512 / sizeof(T);
   tnk_int l = 0;
-  for (; l + 8 <= k; l += 8) {
-#pragma GCC unroll 8
-    for (int u = 0; u < 8; ++u) {
+  for (; l + 8 <= k; l += 8)
+    write_out<8>([&](auto u) INLINE_LAMBDA {
       if (u % 2 == 0) __builtin_prefetch(a + W * (l + u) + ahead);
       step(l + u);
-    }
-  }
-  if (l + 4 <= k) {
-#pragma GCC unroll 4
-    for (int u = 0; u < 4; ++u) step(l + u);
-  }
+    });
+  if (l + 4 <= k) write_out<4>([&](auto u) INLINE_LAMBDA { step(l + u); });
 }
 
 // ---- Whole tiles --------------------------------------------------------------------------------------------------
@@ -44,33 +50,41 @@ template <int W, class T, class Step> INLINE void steps(tnk_int k, const T *a, S
 // A column of a tile is one vector in both types.
 template <class T> struct tile_columns { vec<T> c[nr<T>]; };
 
+// One value in every lane. The load is left where it is written: the compiler would gather those of a whole pass in front
+// of it and run out of registers.
+template <class V, class T> INLINE V broadcast(const T *p) {
+  if constexpr (sizeof(T) == 8)
+    return _mm256_broadcast_sd(p);
+  else if constexpr (sizeof(V) == 32)
+    return _mm256_broadcast_ss(p);
+  else
+    return _mm_broadcast_ss(p);
+}
+INLINE f32x8 broadcast_pair(const float *p) {
+  return _mm256_castpd_ps(_mm256_broadcast_sd(reinterpret_cast<const double *>(p)));
+}
+
 // 4 by 8: the accumulators hold rows of C. Per step 2 loads of B, 4 broadcasts of A and no shuffle.
 INLINE tile_columns<double> tile_sums(tnk_int k, const double *a, const double *b) {
   using V = f64x4;
   V r0{}, r1{}, r2{}, r3{}, s0{}, s1{}, s2{}, s3{};
-  steps<4>(
-      k, a, [&](tnk_int l) __attribute__((always_inline)) {
-        const V b0 = loadu<V>(b + 8 * l), b1 = loadu<V>(b + 8 * l + 4);
-        const V a0 = splat<V>(a[4 * l]), a1 = splat<V>(a[4 * l + 1]);
-        r0 += a0 * b0;
-        s0 += a0 * b1;
-        r1 += a1 * b0;
-        s1 += a1 * b1;
-        const V a2 = splat<V>(a[4 * l + 2]), a3 = splat<V>(a[4 * l + 3]);
-        r2 += a2 * b0;
-        s2 += a2 * b1;
-        r3 += a3 * b0;
-        s3 += a3 * b1;
-      });
+  steps<4>(k, a, [&](tnk_int l) INLINE_LAMBDA {
+    const V b0 = loadu<V>(b + 8 * l), b1 = loadu<V>(b + 8 * l + 4);
+    const V a0 = broadcast<V>(&a[4 * l]), a1 = broadcast<V>(&a[4 * l + 1]);
+    r0 += a0 * b0;
+    s0 += a0 * b1;
+    r1 += a1 * b0;
+    s1 += a1 * b1;
+    const V a2 = broadcast<V>(&a[4 * l + 2]), a3 = broadcast<V>(&a[4 * l + 3]);
+    r2 += a2 * b0;
+    s2 += a2 * b1;
+    r3 += a3 * b0;
+    s3 += a3 * b1;
+    end_step(r0, r1, r2, r3, s0, s1, s2, s3);
+  });
   transpose(r0, r1, r2, r3);
   transpose(s0, s1, s2, s3);
   return {{r0, r1, r2, r3, s0, s1, s2, s3}};
-}
-
-// Two neighbouring floats in each pair of lanes.
-INLINE f32x8 splat_pair(const float *p) {
-  const double both = get(reinterpret_cast<const double *>(p));
-  return reinterpret_cast<f32x8>(f64x4{both, both, both, both});
 }
 
 // 8 by 8. One broadcast for each value of B would make 9 loads a step, more than two load ports bring in 4 cycles. So B
@@ -79,20 +93,20 @@ INLINE f32x8 splat_pair(const float *p) {
 INLINE tile_columns<float> tile_sums(tnk_int k, const float *a, const float *b) {
   using V = f32x8;
   V p0{}, p1{}, p2{}, p3{}, q0{}, q1{}, q2{}, q3{};
-  steps<8>(
-      k, a, [&](tnk_int l) __attribute__((always_inline)) {
-        const V x = loadu<V>(a + 8 * l), y = swap_neighbours(x);
-        const V b0 = splat_pair(b + 8 * l), b1 = splat_pair(b + 8 * l + 2);
-        p0 += x * b0;
-        q0 += y * b0;
-        p1 += x * b1;
-        q1 += y * b1;
-        const V b2 = splat_pair(b + 8 * l + 4), b3 = splat_pair(b + 8 * l + 6);
-        p2 += x * b2;
-        q2 += y * b2;
-        p3 += x * b3;
-        q3 += y * b3;
-      });
+  steps<8>(k, a, [&](tnk_int l) INLINE_LAMBDA {
+    const V x = loadu<V>(a + 8 * l), y = swap_neighbours(x);
+    const V b0 = broadcast_pair(b + 8 * l), b1 = broadcast_pair(b + 8 * l + 2);
+    p0 += x * b0;
+    q0 += y * b0;
+    p1 += x * b1;
+    q1 += y * b1;
+    const V b2 = broadcast_pair(b + 8 * l + 4), b3 = broadcast_pair(b + 8 * l + 6);
+    p2 += x * b2;
+    q2 += y * b2;
+    p3 += x * b3;
+    q3 += y * b3;
+    end_step(p0, p1, p2, p3, q0, q1, q2, q3);
+  });
   const auto first = [](V p, V q) -> V { return _mm256_blend_ps(p, swap_neighbours(q), 0xAA); };
   const auto second = [](V p, V q) -> V { return _mm256_blend_ps(p, swap_neighbours(q), 0x55); };
   return {{first(p0, q0), second(p0, q0), first(p1, q1), second(p1, q1), first(p2, q2), second(p2, q2),
@@ -104,48 +118,61 @@ template <bool add, class T> INLINE void put_column(T *c, vec<T> sum) {
   storeu(c, add ? loadu<vec<T>>(c) + sum : sum);
 }
 
-template <bool add, class T> void whole_tile(tnk_int k, const T *a, const T *b, T *c, tnk_int ldc) {
+template <bool add, class T> INLINE void whole_tile(tnk_int k, const T *a, const T *b, T *c, tnk_int ldc) {
   for (int j = 0; j < nr<T>; ++j) __builtin_prefetch(c + j * ldc + 32 / sizeof(T));
   const tile_columns<T> sums = tile_sums(k, a, b);
-#pragma GCC unroll 8
-  for (int j = 0; j < nr<T>; ++j) put_column<add>(c + j * ldc, sums.c[j]);
+  write_out<nr<T>>([&](auto j) INLINE_LAMBDA { put_column<add>(c + j * ldc, sums.c[j]); });
 }
 
-// N columns, 1 to 4, of a narrow group of B.
-template <bool add, int N, class T> void narrow_tile(tnk_int k, const T *a, const T *b, T *c, tnk_int ldc) {
+// P panels of A by N columns, 1 to 4, of a narrow group of B. Two panels at once keep more sums going than an addition
+// takes cycles.
+template <bool add, int P, int N, class T>
+void narrow_tile(tnk_int k, const T *a, tnk_int a_stride, const T *b, T *c, tnk_int ldc) {
   using V = vec<T>;
-  V sum[N] = {};
-  steps<mr<T>>(
-      k, a, [&](tnk_int l) __attribute__((always_inline)) {
-        const V x = loadu<V>(a + mr<T> * l);
-#pragma GCC unroll 4
-        for (int j = 0; j < N; ++j) sum[j] += x * splat<V>(b[group * l + j]);
+  V sum[P][N] = {};
+  steps<mr<T>>(k, a, [&](tnk_int l) INLINE_LAMBDA {
+    V x[P];
+    write_out<P>([&](auto p) INLINE_LAMBDA { x[p] = loadu<V>(a + p * a_stride + mr<T> * l); });
+    write_out<N>([&](auto j) INLINE_LAMBDA {
+      const V y = broadcast<V>(b + group * l + j);
+      write_out<P>([&](auto p) INLINE_LAMBDA {
+        sum[p][j] += x[p] * y;
+        end_step(sum[p][j]);
       });
-#pragma GCC unroll 4
-  for (int j = 0; j < N; ++j) put_column<add>(c + j * ldc, sum[j]);
+    });
+  });
+  write_out<P>([&](auto p) INLINE_LAMBDA {
+    write_out<N>([&](auto j) INLINE_LAMBDA { put_column<add>(c + p * mr<T> + j * ldc, sum[p][j]); });
+  });
+}
+
+template <bool add, int N, class T>
+void narrow_tiles(tnk_int m, tnk_int k, const T *a, tnk_int a_stride, const T *b, T *c, tnk_int ldc) {
+  tnk_int i = 0;
+  for (; i + 2 * mr<T> <= m; i += 2 * mr<T>, a += 2 * a_stride)
+    narrow_tile<add, 2, N>(k, a, a_stride, b, c + i, ldc);
+  if (i + mr<T> <= m) narrow_tile<add, 1, N>(k, a, a_stride, b, c + i, ldc);
 }
 
 template <bool add, class T>
 void tiles(tnk_int m, tnk_int n, tnk_int k, const T *a, tnk_int a_stride, const T *b, tnk_int b_stride, T *c,
            tnk_int ldc) {
-  const auto down = [=](auto tile, const T *panel_b, tnk_int j) {
+  for (; n >= nr<T>; n -= nr<T>, b += b_stride, c += nr<T> * ldc)
     for (tnk_int i = 0; i + mr<T> <= m; i += mr<T>)
-      tile(k, a + i / mr<T> * a_stride, panel_b, c + i + j * ldc, ldc);
-  };
-  tnk_int j = 0;
-  for (; j + nr<T> <= n; j += nr<T>, b += b_stride) down(whole_tile<add, T>, b, j);
-  if (n - j >= group) {
-    down(narrow_tile<add, 4, T>, b, j);
-    j += group;
+      whole_tile<add>(k, a + i / mr<T> * a_stride, b, c + i, ldc);
+  if (n >= group) {
+    narrow_tiles<add, 4>(m, k, a, a_stride, b, c, ldc);
+    n -= group;
     b += group * k;
+    c += group * ldc;
   }
-  switch (n - j) {
+  switch (n) {
   case 1:
-    return down(narrow_tile<add, 1, T>, b, j);
+    return narrow_tiles<add, 1>(m, k, a, a_stride, b, c, ldc);
   case 2:
-    return down(narrow_tile<add, 2, T>, b, j);
+    return narrow_tiles<add, 2>(m, k, a, a_stride, b, c, ldc);
   case 3:
-    return down(narrow_tile<add, 3, T>, b, j);
+    return narrow_tiles<add, 3>(m, k, a, a_stride, b, c, ldc);
   }
 }
 
@@ -156,15 +183,14 @@ template <class V, int M, int H, class T>
 void edge_tile(bool add, tnk_int n, tnk_int k, const T *a, const T *b, T *c, tnk_int ldc) {
   constexpr int width = sizeof(V) / sizeof(T);
   V sum[M][H] = {};
-  steps<mr<T>>(
-      k, a, [&](tnk_int l) __attribute__((always_inline)) {
-        V y[H];
-        for (int h = 0; h < H; ++h) y[h] = loadu<V>(b + width * (H * l + h));
-        for (int i = 0; i < M; ++i) {
-          const V x = splat<V>(a[mr<T> * l + i]);
-          for (int h = 0; h < H; ++h) sum[i][h] += x * y[h];
-        }
-      });
+  for (tnk_int l = 0; l < k; ++l, a += mr<T>, b += H * width) {
+    V y[H];
+    write_out<H>([&](auto h) INLINE_LAMBDA { y[h] = loadu<V>(b + width * h); });
+    write_out<M>([&](auto i) INLINE_LAMBDA {
+      const V x = broadcast<V>(a + i);
+      write_out<H>([&](auto h) INLINE_LAMBDA { sum[i][h] += x * y[h]; });
+    });
+  }
   T rows[M][H * width];
   for (int i = 0; i < M; ++i)
     for (int h = 0; h < H; ++h) storeu(&rows[i][width * h], sum[i][h]);
