@@ -12,11 +12,12 @@
 namespace tnk::host {
 
 // Real operations that make it worth while to use one more thread; each slice also packs all of one operand again.
-// Measured with square products of doubles, two threads against one, on a virtual machine of two cores:
+// Measured with square products of doubles, two threads against one, on a virtual machine of two cores; the fastest
+// tenth of the calls, since other work ran beside them:
 //
 //   operations       0.1 M   0.2 M   0.5 M   1.8 M   4.2 M   8.2 M
 //   threads awake     0.8     1.1     1.4     1.7     1.8     1.9     times as fast
-//   threads asleep    0.2     0.3     0.8     0.9     1.0     1.2
+//   threads asleep    0.2     -       0.8     0.9     1.0     1.2
 //
 // OpenMP's threads go to sleep some milliseconds after their last region, so the second line is what a program meets
 // that now and then forms a product: at this number it loses nothing.
