@@ -4,7 +4,7 @@
 #include "kernel/blas/level3/tile.h"
 #include "kernel/frame/complex.h"
 
-namespace tnk::test::reference {
+namespace tnk::reference {
 
 template <class T> constexpr int parts = is_complex<T> ? 2 : 1;
 
@@ -45,4 +45,4 @@ template <class T> T element(const real_of<T> *packed, Place place, tnk_int step
     return packed[cell<T>(place.lanes, step, place.lane, 0)];
 }
 
-} // namespace tnk::test::reference
+} // namespace tnk::reference

@@ -200,8 +200,7 @@ void check_kernel(tnk_gemm_kernel *kernel, tnk_int m, tnk_int n, tnk_int k, cons
   };
   for (tnk_int i = 0; i < m; ++i) fill(a, reference::place_in_a<T>(i, a_stride));
   for (tnk_int j = 0; j < n; ++j) fill(b, reference::place_in_b<T>(j, n, k, b_stride));
-  Guarded<T> c(ldc * n, sizeof(R));
-  Guarded<T> before = c;
+  Guarded<T> c(ldc * n, sizeof(R)), before(ldc * n); // NaN, both
   for (tnk_int j = 0; j < n; ++j)
     for (tnk_int i = 0; i < m && adds; ++i) before.put(i + j * ldc, random.number<T>());
   std::memcpy(c.data(), before.data(), c.size() * sizeof(T));
@@ -219,15 +218,15 @@ void check_kernel(tnk_gemm_kernel *kernel, tnk_int m, tnk_int n, tnk_int k, cons
         ASSERT_EQ(std::memcmp(&value, &old, sizeof value), 0) << "written at " << i << ", " << j;
         continue;
       }
-      reference::InnerProduct sum;
+      reference::Sum sum;
       InOrder<T> ordered;
       for (tnk_int l = 0; l < k; ++l) {
         const T x = reference::element<T>(a.data(), reference::place_in_a<T>(i, a_stride), l);
         const T y = reference::element<T>(b.data(), reference::place_in_b<T>(j, n, k, b_stride), l);
-        sum.add(x, y);
+        reference::add_product(sum, x, y, false);
         ordered.add(x, y);
       }
-      if (adds) sum.add(old, one<T>());
+      if (adds) reference::add_product(sum, old, one<T>(), false);
       const long double bound = (is_complex<T> ? 2 * (k + 2) : k + 1) * eps * sum.size;
       ASSERT_TRUE(std::abs(reference::re(value) - sum.re) <= bound &&
                   std::abs(reference::im(value) - sum.im) <= bound)
