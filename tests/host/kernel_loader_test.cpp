@@ -12,6 +12,7 @@
 #include <thread>
 #include <tnk/blas.h>
 #include <tnk/host.h>
+#include <unistd.h>
 #include <vector>
 
 #include "tests/support/error_recorder.h"
@@ -36,6 +37,18 @@ namespace {
   std::exit(right ? 0 : 1);
 }
 
+// A file in memory with the first `length` bytes of the kernel library; gone with the process. The dynamic linker would
+// map it and die of a bus error.
+std::string beginning_of_the_kernel_library(std::size_t length) {
+  const auto whole = std::filesystem::path(TNK_TEST_HOST_LIBRARY).replace_filename("libtnk_avx.so");
+  std::ifstream file(whole, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  const int memory = memfd_create("kernels", 0);
+  const bool written =
+      length < bytes.size() && write(memory, bytes.data(), length) == static_cast<ssize_t>(length);
+  return written ? "/proc/self/fd/" + std::to_string(memory) : "";
+}
+
 TEST(KernelLoaderDeathTest, RefusesWithTheReason) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   struct {
@@ -58,22 +71,6 @@ TEST(KernelLoaderDeathTest, RefusesWithTheReason) {
   };
   for (const auto &c : cases)
     EXPECT_EXIT(be_refused(c.path, c.status), testing::ExitedWithCode(0), c.message) << c.path;
-}
-
-// A file in memory with the first `length` bytes of the kernel library; gone with the process.
-std::string beginning_of_the_kernel_library(std::size_t length) {
-  const auto whole = std::filesystem::path(TNK_TEST_HOST_LIBRARY).replace_filename("libtnk_avx.so");
-  std::ifstream file(whole, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  const int memory = memfd_create("kernels", 0);
-  const bool written =
-      length < bytes.size() && write(memory, bytes.data(), length) == static_cast<ssize_t>(length);
-  return written ? "/proc/self/fd/" + std::to_string(memory) : "";
-}
-
-// The dynamic linker maps such a file and dies of a bus error.
-TEST(KernelLoaderDeathTest, RefusesAFileCutShort) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (const std::size_t length : {100, 20000})
     EXPECT_EXIT(be_refused(beginning_of_the_kernel_library(length).c_str(), TNK_KERNEL_MISSING),
                 testing::ExitedWithCode(0), "cannot be loaded: the file is cut short");

@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,20 +32,25 @@ private:
 // What keeps a text from being an XML document in which every element ends; "" when nothing does.
 inline std::string xml_fault(const std::string &text) {
   if (text.rfind("<?xml", 0) != 0) return "no XML declaration";
-  const std::string body = text.substr(text.find("?>") + 2);
-  const std::regex tag("<(/?)([^ <>/]+)[^<>]*?(/?)>");
-  if (std::regex_replace(body, tag, "").find('<') != std::string::npos) return "a tag does not end";
-  std::vector<std::string> open = {"the document"};
-  int roots = 0;
-  for (std::sregex_iterator at(body.begin(), body.end(), tag), end; at != end; ++at) {
-    const std::smatch &found = *at;
-    roots += open.size() == 1;
-    if (found[1].length() == 0 && found[3].length() == 0) open.push_back(found[2]);
-    if (found[1].length() == 0) continue;
-    if (open.back() != found[2]) return "unexpected end of " + found[2].str();
-    open.pop_back();
+  std::vector<std::string> open;
+  bool had_root = false;
+  for (std::size_t at = text.find("?>"); (at = text.find('<', at)) != std::string::npos;) {
+    const std::size_t end = text.find('>', at);
+    if (end == std::string::npos) return "a tag does not end";
+    const std::string tag = text.substr(at + 1, end - at - 1);
+    if (tag.find('<') != std::string::npos) return "a tag inside a tag: " + tag;
+    const std::string name = tag.substr(tag[0] == '/', tag.find_first_of(" /\n", 1) - (tag[0] == '/'));
+    if (open.empty() && had_root) return "a second root";
+    if (tag[0] == '/') {
+      if (open.empty() || open.back() != name) return "unexpected end of " + name;
+      open.pop_back();
+    } else if (tag.back() != '/') {
+      open.push_back(name);
+    }
+    had_root = true;
+    at = end;
   }
-  return open.size() > 1 ? "no end of " + open.back() : roots == 1 ? "" : "not one root";
+  return open.empty() ? (had_root ? "" : "no element") : "no end of " + open.back();
 }
 
 } // namespace tnk::test
