@@ -113,6 +113,32 @@ inline f64x4 widen(f32x4 v) {
   return _mm256_cvtps_pd(v);
 }
 
+// a0 a0 a2 a2 ...: for pairs of parts, each real part twice; then the same of the imaginary parts.
+inline f64x4 even_lanes_twice(f64x4 v) {
+  return _mm256_movedup_pd(v);
+}
+inline f32x8 even_lanes_twice(f32x8 v) {
+  return _mm256_moveldup_ps(v);
+}
+inline f64x2 even_lanes_twice(f64x2 v) {
+  return _mm_movedup_pd(v);
+}
+inline f32x4 even_lanes_twice(f32x4 v) {
+  return _mm_moveldup_ps(v);
+}
+inline f64x4 odd_lanes_twice(f64x4 v) {
+  return _mm256_permute_pd(v, 15);
+}
+inline f32x8 odd_lanes_twice(f32x8 v) {
+  return _mm256_movehdup_ps(v);
+}
+inline f64x2 odd_lanes_twice(f64x2 v) {
+  return _mm_unpackhi_pd(v, v);
+}
+inline f32x4 odd_lanes_twice(f32x4 v) {
+  return _mm_movehdup_ps(v);
+}
+
 // Sum of the lanes: the halves are added first, then neighbours.
 inline double hsum(f64x2 v) {
   return v[0] + v[1];
@@ -133,6 +159,35 @@ inline f64x4 magnitude(f64x4 v) {
 }
 inline f32x8 magnitude(f32x8 v) {
   return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
+}
+
+// ---- Masks from integers --------------------------------------------------------------------------------------
+// The class compares integers in 128 bits only. A mask has all bits of a lane set or none.
+
+using i64x2 = half<std::int64_t>;
+using i32x4 = half<std::int32_t>;
+
+// The masks of four 64-bit lanes as those of four 32-bit lanes.
+inline i32x4 narrow_masks(i64x2 low, i64x2 high) {
+  return reinterpret_cast<i32x4>(
+      _mm_shuffle_ps(reinterpret_cast<__m128>(low), reinterpret_cast<__m128>(high), _MM_SHUFFLE(2, 0, 2, 0)));
+}
+// The first or the last two of four 32-bit masks as masks of 64-bit lanes.
+inline i64x2 widen_low_masks(i32x4 mask) {
+  return reinterpret_cast<i64x2>(
+      _mm_unpacklo_epi32(reinterpret_cast<__m128i>(mask), reinterpret_cast<__m128i>(mask)));
+}
+inline i64x2 widen_high_masks(i32x4 mask) {
+  return reinterpret_cast<i64x2>(
+      _mm_unpackhi_epi32(reinterpret_cast<__m128i>(mask), reinterpret_cast<__m128i>(mask)));
+}
+// Bit k is set where lane k of the mask is.
+inline unsigned lane_bits(i32x4 mask) {
+  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(mask)));
+}
+// v where the mask is set, +0 elsewhere, whatever v has there.
+template <class V, class M> inline V masked(V v, M mask) {
+  return reinterpret_cast<V>(reinterpret_cast<i64x2>(v) & reinterpret_cast<i64x2>(mask));
 }
 
 // ---- Complex --------------------------------------------------------------------------------------------------
