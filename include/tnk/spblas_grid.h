@@ -22,7 +22,10 @@
      coo mv of t, dia mv    nothing: first and last are not read, the whole matrix is run
      mm                     right-hand sides
 
-   The upper symmetric csr mv kernels take x and y from element `first` on, not from element one.
+   The csr mv kernels that mirror an upper triangle (kinds s, h and a, in every op) take x and y from element `first` on,
+   not from element one, so that a private y ends at the end of the vector and begins with the piece. x must be part of
+   the whole vector all the same: the kernels of unit diagonal and of kind a multiply whole rows and may read elements
+   before `first`. Those of the lower triangle take whole vectors and touch y up to element `last`.
 
    Method: the compressed and coordinate forms as in Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed.
    (2003), section 3.4; the interface after I. Duff, M. Heroux, R. Pozo, ACM TOMS 28 (2002). */
