@@ -68,6 +68,8 @@ template <class T, class I> inline half_of<T> gather(const T *x, const I *column
                  get(x + get(columns + 3))};
   else if constexpr (std::is_same_v<T, tnk_complex16>)
     return fetch(x + get(columns));
+  else if constexpr (std::is_same_v<T, double>)
+    return f64x2{get(x + get(columns)), get(x + get(columns + 1))};
   else // a pair of floats moves as one number
     return reinterpret_cast<half_of<T>>(
         f64x2{loadu<double>(x + get(columns)), loadu<double>(x + get(columns + 1))});
