@@ -190,6 +190,38 @@ template <class V, class M> inline V masked(V v, M mask) {
   return reinterpret_cast<V>(reinterpret_cast<i64x2>(v) & reinterpret_cast<i64x2>(mask));
 }
 
+// ---- The start of a vector --------------------------------------------------------------------------------------
+// For what is left of a row at its end: the first bytes of a vector, a multiple of 4 below 32. What stands behind them
+// is neither read nor written.
+
+using i32x8 = vec<std::int32_t>;
+
+inline i32x8 first_bytes(int bytes) {
+  return f32x8{0, 1, 2, 3, 4, 5, 6, 7} < static_cast<float>(bytes / 4);
+}
+// +0 in the lanes outside the mask.
+template <class V> inline V load_first(const void *p, i32x8 mask) {
+  return reinterpret_cast<V>(
+      _mm256_maskload_ps(static_cast<const float *>(p), reinterpret_cast<__m256i>(mask)));
+}
+// In pieces: a masked store is slow on some processors of the class, whatever its mask.
+template <class V> inline void store_first(void *p, V v, int bytes) {
+  char *to = static_cast<char *>(p);
+  const auto wide = reinterpret_cast<f64x4>(v);
+  f64x2 part = low_half(wide);
+  if (bytes & 16) {
+    storeu(to, part);
+    to += 16;
+    part = high_half(wide);
+  }
+  if (bytes & 8) {
+    storeu(to, part[0]);
+    to += 8;
+    part = swap_neighbours(part);
+  }
+  if (bytes & 4) storeu(to, reinterpret_cast<f32x4>(part)[0]);
+}
+
 // ---- Complex --------------------------------------------------------------------------------------------------
 
 // a - b in even lanes, a + b in odd ones.

@@ -39,11 +39,14 @@ template <class I> inline I wrapped_difference(I a, I b) {
   return static_cast<I>(static_cast<U>(a) - static_cast<U>(b));
 }
 
+template <class T, class I>
+inline Row<T, I> row_at(const CompressedRows<T, I> &matrix, I pointer_base, I i, I key) {
+  const I start = wrapped_difference(get(matrix.row_start + i), pointer_base);
+  const I end = wrapped_difference(get(matrix.row_end + i), pointer_base);
+  return {matrix.values + start, matrix.col_index + start, wrapped_difference(end, start), key};
+}
 template <class T, class I> inline Row<T, I> row_of(const RowJob<T, I> &job, I i) {
-  const I start = wrapped_difference(get(job.matrix.row_start + i), job.pointer_base);
-  const I end = wrapped_difference(get(job.matrix.row_end + i), job.pointer_base);
-  return {job.matrix.values + start, job.matrix.col_index + start, wrapped_difference(end, start),
-          i + job.base};
+  return row_at(job.matrix, job.pointer_base, i, i + job.base);
 }
 
 template <class T> inline void add_to(T *target, in_lanes<T> v) {
@@ -204,19 +207,21 @@ template <class Name, class T, class I> [[gnu::noinline]] void multiply_rows(con
   }
 }
 
-inline void blas_axpy(const tnk_int *n, const float *alpha, const float *x, const tnk_int *one, float *y) {
-  tnk_blas_saxpy(n, alpha, x, one, y, one);
+inline void blas_axpy(const tnk_int *n, const float *alpha, const float *x, const tnk_int *incx, float *y,
+                      const tnk_int *incy) {
+  tnk_blas_saxpy(n, alpha, x, incx, y, incy);
 }
-inline void blas_axpy(const tnk_int *n, const double *alpha, const double *x, const tnk_int *one, double *y) {
-  tnk_blas_daxpy(n, alpha, x, one, y, one);
+inline void blas_axpy(const tnk_int *n, const double *alpha, const double *x, const tnk_int *incx, double *y,
+                      const tnk_int *incy) {
+  tnk_blas_daxpy(n, alpha, x, incx, y, incy);
 }
-inline void blas_axpy(const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *one,
-                      tnk_complex8 *y) {
-  tnk_blas_caxpy(n, alpha, x, one, y, one);
+inline void blas_axpy(const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *incx,
+                      tnk_complex8 *y, const tnk_int *incy) {
+  tnk_blas_caxpy(n, alpha, x, incx, y, incy);
 }
 inline void blas_axpy(const tnk_int *n, const tnk_complex16 *alpha, const tnk_complex16 *x,
-                      const tnk_int *one, tnk_complex16 *y) {
-  tnk_blas_zaxpy(n, alpha, x, one, y, one);
+                      const tnk_int *incx, tnk_complex16 *y, const tnk_int *incy) {
+  tnk_blas_zaxpy(n, alpha, x, incx, y, incy);
 }
 
 // Rows first ... last, from one. The kernels that mirror an upper triangle are given x and y from element `first` on:
@@ -238,7 +243,7 @@ inline void csr_mv_seq(I base, I m, T alpha, const CompressedRows<T, I> &matrix,
   if (m <= 0) return;
   if constexpr (Name::kind == 'd' && Name::unit) {
     const tnk_int n = m, one = 1;
-    blas_axpy(&n, &alpha, x, &one, y);
+    blas_axpy(&n, &alpha, x, &one, y, &one);
   } else {
     csr_mv_par<Name, T, I>(base, 1, m, alpha, matrix, x, y);
   }
