@@ -136,6 +136,32 @@ inline f64x4 widen(f32x4 v) {
   return _mm256_cvtps_pd(v);
 }
 
+// a0 a0 a2 a2 ...: for pairs of parts, each real part twice; then the same of the imaginary parts.
+inline f64x4 even_lanes_twice(f64x4 v) {
+  return _mm256_movedup_pd(v);
+}
+inline f32x8 even_lanes_twice(f32x8 v) {
+  return _mm256_moveldup_ps(v);
+}
+inline f64x2 even_lanes_twice(f64x2 v) {
+  return _mm_movedup_pd(v);
+}
+inline f32x4 even_lanes_twice(f32x4 v) {
+  return _mm_moveldup_ps(v);
+}
+inline f64x4 odd_lanes_twice(f64x4 v) {
+  return _mm256_permute_pd(v, 15);
+}
+inline f32x8 odd_lanes_twice(f32x8 v) {
+  return _mm256_movehdup_ps(v);
+}
+inline f64x2 odd_lanes_twice(f64x2 v) {
+  return _mm_unpackhi_pd(v, v);
+}
+inline f32x4 odd_lanes_twice(f32x4 v) {
+  return _mm_movehdup_ps(v);
+}
+
 // Sum of the lanes: the halves are added first, then neighbours.
 inline double hsum(f64x2 v) {
   return v[0] + v[1];
@@ -156,6 +182,67 @@ inline f64x4 magnitude(f64x4 v) {
 }
 inline f32x8 magnitude(f32x8 v) {
   return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
+}
+
+// ---- Masks from integers --------------------------------------------------------------------------------------
+// The class compares integers in 128 bits only. A mask has all bits of a lane set or none.
+
+using i64x2 = half<std::int64_t>;
+using i32x4 = half<std::int32_t>;
+
+// The masks of four 64-bit lanes as those of four 32-bit lanes.
+inline i32x4 narrow_masks(i64x2 low, i64x2 high) {
+  return reinterpret_cast<i32x4>(
+      _mm_shuffle_ps(reinterpret_cast<__m128>(low), reinterpret_cast<__m128>(high), _MM_SHUFFLE(2, 0, 2, 0)));
+}
+// The first or the last two of four 32-bit masks as masks of 64-bit lanes.
+inline i64x2 widen_low_masks(i32x4 mask) {
+  return reinterpret_cast<i64x2>(
+      _mm_unpacklo_epi32(reinterpret_cast<__m128i>(mask), reinterpret_cast<__m128i>(mask)));
+}
+inline i64x2 widen_high_masks(i32x4 mask) {
+  return reinterpret_cast<i64x2>(
+      _mm_unpackhi_epi32(reinterpret_cast<__m128i>(mask), reinterpret_cast<__m128i>(mask)));
+}
+// Bit k is set where lane k of the mask is.
+inline unsigned lane_bits(i32x4 mask) {
+  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(mask)));
+}
+// v where the mask is set, +0 elsewhere, whatever v has there.
+template <class V, class M> inline V masked(V v, M mask) {
+  return reinterpret_cast<V>(reinterpret_cast<i64x2>(v) & reinterpret_cast<i64x2>(mask));
+}
+
+// ---- The start of a vector --------------------------------------------------------------------------------------
+// For what is left of a row at its end: the first bytes of a vector, a multiple of 4 below 32. What stands behind them
+// is neither read nor written.
+
+using i32x8 = vec<std::int32_t>;
+
+inline i32x8 first_bytes(int bytes) {
+  return f32x8{0, 1, 2, 3, 4, 5, 6, 7} < static_cast<float>(bytes / 4);
+}
+// +0 in the lanes outside the mask.
+template <class V> inline V load_first(const void *p, i32x8 mask) {
+  return reinterpret_cast<V>(
+      _mm256_maskload_ps(static_cast<const float *>(p), reinterpret_cast<__m256i>(mask)));
+}
+// In pieces: a masked store is slow on some processors of the class, whatever its mask.
+template <class V> inline void store_first(void *p, V v, int bytes) {
+  char *to = static_cast<char *>(p);
+  const auto wide = reinterpret_cast<f64x4>(v);
+  f64x2 part = low_half(wide);
+  if (bytes & 16) {
+    storeu(to, part);
+    to += 16;
+    part = high_half(wide);
+  }
+  if (bytes & 8) {
+    storeu(to, part[0]);
+    to += 8;
+    part = swap_neighbours(part);
+  }
+  if (bytes & 4) storeu(to, reinterpret_cast<f32x4>(part)[0]);
 }
 
 // ---- Complex --------------------------------------------------------------------------------------------------

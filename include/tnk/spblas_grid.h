@@ -1,0 +1,213 @@
+/* The sparse kernel grid: the grammar of its names, and the kernels that follow from it.
+
+   A name is   tnk_spblas_[lp64_]<type><storage><base><op><kind><triangle><diagonal><layout>__<operation>out_<mode>
+
+     type       s d c z           element: float, double, complex of these
+     storage    csr coo dia bsr   compressed rows, coordinate triples, stored diagonals, block compressed rows
+     base       0 1               of the column and row numbers; the base of row pointers is row_start[0]
+     op         n t c s           A, its transpose, its conjugate transpose, its conjugate
+     kind       g s h t d a       general, symmetric, Hermitian, triangular, diagonal, skew-symmetric
+     triangle   l u _             the triangle that is meant, whatever else is stored; _ for g and d
+     diagonal   n u _             read from the matrix, or ones that are not read; _ for g and a
+     layout     c f               dense operands by rows or by columns; c with base 0, f with base 1
+     operation  mv mm gemv        y += alpha op(A) x, C += alpha op(A) B, y := A x
+     mode       seq par           the whole job, or a piece of it: first ... last, from one, both included
+
+   With lp64 every index and size is a 32-bit integer and so is all arithmetic on them. All arguments travel by
+   address, alpha too. Nothing is checked, nothing allocated. What a piece is depends on the operation:
+
+     csr mv, bsr mv, gemv   (block) rows; those that scatter (tg, s, h, a) need a private y each, added up afterwards by
+                            split_par, split_syml_par or split_symu_par
+     coo mv of g, s, h, a   stored entries, with a private y each
+     coo mv of t, dia mv    nothing: first and last are not read, the whole matrix is run
+     mm                     right-hand sides
+
+   The csr mv kernels that mirror an upper triangle (kinds s, h and a, in every op) take x and y from element `first` on,
+   not from element one, so that a private y ends at the end of the vector and begins with the piece. x must be part of
+   the whole vector all the same: the kernels of unit diagonal and of kind a multiply whole rows and may read elements
+   before `first`. Those of the lower triangle take whole vectors and touch y up to element `last`.
+
+   Method: the compressed and coordinate forms as in Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed.
+   (2003), section 3.4; the interface after I. Duff, M. Heroux, R. Pozo, ACM TOMS 28 (2002). */
+#ifndef TNK_SPBLAS_GRID_H
+#define TNK_SPBLAS_GRID_H
+
+#include <tnk/types.h>
+
+/* ---- The cells of the grid ------------------------------------------------------------------------------------
+   Each list calls X(op, kind, triangle, diagonal, ...) once for each of its groups; complex types have those of the
+   _C list beside those of the _R list. What follows the groups is passed on. */
+
+#define TNK_SP_FOUR(X, op, kind, ...)                                                                        \
+  X(op, kind, l, n, __VA_ARGS__)                                                                             \
+  X(op, kind, l, u, __VA_ARGS__) X(op, kind, u, n, __VA_ARGS__) X(op, kind, u, u, __VA_ARGS__)
+#define TNK_SP_SKEW(X, op, ...) X(op, a, l, _, __VA_ARGS__) X(op, a, u, _, __VA_ARGS__)
+
+#define TNK_SP_CSR_MV_PAR_R(X, ...)                                                                          \
+  X(n, g, _, _, __VA_ARGS__)                                                                                 \
+  X(t, g, _, _, __VA_ARGS__)                                                                                 \
+  TNK_SP_SKEW(X, n, __VA_ARGS__) TNK_SP_FOUR(X, n, s, __VA_ARGS__) TNK_SP_FOUR(X, n, t, __VA_ARGS__)
+#define TNK_SP_CSR_MV_PAR_C(X, ...)                                                                          \
+  X(c, g, _, _, __VA_ARGS__)                                                                                 \
+  X(s, g, _, _, __VA_ARGS__)                                                                                 \
+  TNK_SP_SKEW(X, c, __VA_ARGS__)                                                                             \
+  TNK_SP_FOUR(X, c, s, __VA_ARGS__)                                                                          \
+  TNK_SP_FOUR(X, n, h, __VA_ARGS__) TNK_SP_FOUR(X, s, t, __VA_ARGS__) TNK_SP_FOUR(X, t, h, __VA_ARGS__)
+
+#define TNK_SP_CSR_MV_SEQ_R(X, ...)                                                                          \
+  X(n, d, _, n, __VA_ARGS__) X(n, d, _, u, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
+#define TNK_SP_CSR_MV_SEQ_C(X, ...) X(c, d, _, n, __VA_ARGS__) TNK_SP_FOUR(X, c, t, __VA_ARGS__)
+
+#define TNK_SP_CSR_MM_PAR_R(X, ...)                                                                          \
+  TNK_SP_CSR_MV_PAR_R(X, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
+#define TNK_SP_CSR_MM_PAR_C(X, ...)                                                                          \
+  TNK_SP_CSR_MV_PAR_C(X, __VA_ARGS__) TNK_SP_FOUR(X, c, t, __VA_ARGS__)
+
+#define TNK_SP_CSR_MM_SEQ_R(X, ...) X(n, d, _, n, __VA_ARGS__) X(n, d, _, u, __VA_ARGS__)
+#define TNK_SP_CSR_MM_SEQ_C(X, ...) X(c, d, _, n, __VA_ARGS__)
+
+#define TNK_SP_COO_MV_PAR_R(X, ...)                                                                          \
+  X(n, g, _, _, __VA_ARGS__)                                                                                 \
+  TNK_SP_SKEW(X, n, __VA_ARGS__) TNK_SP_FOUR(X, n, s, __VA_ARGS__) TNK_SP_FOUR(X, n, t, __VA_ARGS__)
+#define TNK_SP_COO_MV_PAR_C(X, ...)                                                                          \
+  X(s, g, _, _, __VA_ARGS__)                                                                                 \
+  TNK_SP_SKEW(X, s, __VA_ARGS__)                                                                             \
+  TNK_SP_FOUR(X, n, h, __VA_ARGS__) TNK_SP_FOUR(X, s, s, __VA_ARGS__) TNK_SP_FOUR(X, s, t, __VA_ARGS__)
+
+#define TNK_SP_COO_MV_SEQ_R(X, ...) X(n, d, _, n, __VA_ARGS__) X(n, d, _, u, __VA_ARGS__)
+#define TNK_SP_COO_MV_SEQ_C(X, ...) X(s, d, _, n, __VA_ARGS__)
+
+#define TNK_SP_COO_MM_PAR_R(X, ...) TNK_SP_COO_MV_PAR_R(X, __VA_ARGS__) TNK_SP_COO_MV_SEQ_R(X, __VA_ARGS__)
+#define TNK_SP_COO_MM_PAR_C(X, ...) TNK_SP_COO_MV_PAR_C(X, __VA_ARGS__) TNK_SP_COO_MV_SEQ_C(X, __VA_ARGS__)
+
+#define TNK_SP_DIA_MV_PAR_R(X, ...)                                                                          \
+  X(n, g, _, _, __VA_ARGS__)                                                                                 \
+  X(t, g, _, _, __VA_ARGS__)                                                                                 \
+  TNK_SP_SKEW(X, n, __VA_ARGS__)                                                                             \
+  TNK_SP_SKEW(X, t, __VA_ARGS__)                                                                             \
+  X(n, d, _, n, __VA_ARGS__)                                                                                 \
+  TNK_SP_FOUR(X, n, s, __VA_ARGS__) TNK_SP_FOUR(X, n, t, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
+#define TNK_SP_DIA_MV_PAR_C(X, ...)                                                                          \
+  X(c, g, _, _, __VA_ARGS__)                                                                                 \
+  TNK_SP_SKEW(X, c, __VA_ARGS__)                                                                             \
+  X(c, d, _, n, __VA_ARGS__)                                                                                 \
+  TNK_SP_FOUR(X, c, s, __VA_ARGS__)                                                                          \
+  TNK_SP_FOUR(X, c, t, __VA_ARGS__) TNK_SP_FOUR(X, n, h, __VA_ARGS__) TNK_SP_FOUR(X, t, h, __VA_ARGS__)
+#define TNK_SP_DIA_MM_PAR_R(X, ...) TNK_SP_DIA_MV_PAR_R(X, __VA_ARGS__)
+#define TNK_SP_DIA_MM_PAR_C(X, ...) TNK_SP_DIA_MV_PAR_C(X, __VA_ARGS__)
+
+#define TNK_SP_BSR_MV_PAR_R(X, ...) X(n, s, l, n, __VA_ARGS__) X(n, s, u, n, __VA_ARGS__)
+#define TNK_SP_BSR_GEMV_PAR_R(X, ...) X(n, g, _, _, __VA_ARGS__)
+
+#define TNK_SP_NO_GROUPS(X, ...)
+#define TNK_SP_BSR_MV_PAR_C(X, ...) TNK_SP_NO_GROUPS(X, __VA_ARGS__)
+#define TNK_SP_BSR_GEMV_PAR_C(X, ...) TNK_SP_NO_GROUPS(X, __VA_ARGS__)
+
+/* A cell in one element type and one base and layout, the integer width given by its prefix and type: calls
+   X(op, kind, triangle, diagonal, prefix, t, T, I, base, layout). `cell` is CSR_MV_PAR and so on. */
+#define TNK_SP_CELL_s(cell, X, prefix, I, base, layout)                                                      \
+  TNK_SP_##cell##_R(X, prefix, s, float, I, base, layout)
+#define TNK_SP_CELL_d(cell, X, prefix, I, base, layout)                                                      \
+  TNK_SP_##cell##_R(X, prefix, d, double, I, base, layout)
+#define TNK_SP_CELL_c(cell, X, prefix, I, base, layout)                                                      \
+  TNK_SP_##cell##_R(X, prefix, c, tnk_complex8, I, base, layout)                                             \
+  TNK_SP_##cell##_C(X, prefix, c, tnk_complex8, I, base, layout)
+#define TNK_SP_CELL_z(cell, X, prefix, I, base, layout)                                                      \
+  TNK_SP_##cell##_R(X, prefix, z, tnk_complex16, I, base, layout)                                            \
+  TNK_SP_##cell##_C(X, prefix, z, tnk_complex16, I, base, layout)
+
+/* The same in both integer widths, for base 1 and layout f, and for both pairs of base and layout. */
+#define TNK_SP_EACH_1F(t, cell, X)                                                                           \
+  TNK_SP_CELL_##t(cell, X, tnk_spblas_, tnk_int, 1, f)                                                       \
+  TNK_SP_CELL_##t(cell, X, tnk_spblas_lp64_, int32_t, 1, f)
+#define TNK_SP_EACH(t, cell, X)                                                                              \
+  TNK_SP_EACH_1F(t, cell, X)                                                                                 \
+  TNK_SP_CELL_##t(cell, X, tnk_spblas_, tnk_int, 0, c)                                                       \
+  TNK_SP_CELL_##t(cell, X, tnk_spblas_lp64_, int32_t, 0, c)
+
+/* The identifier of a kernel, from what X is given. */
+#define TNK_SP_NAME(op, kind, triangle, diagonal, prefix, t, storage, base, layout, operation, mode)         \
+  prefix##t##storage##base##op##kind##triangle##diagonal##layout##__##operation##out_##mode
+
+/* ---- The argument lists ----------------------------------------------------------------------------------------- */
+
+#define TNK_SP_CSR_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, mv, par)(                                           \
+      const I *first, const I *last, const I *m, const T *alpha, const T *values, const I *col_index,        \
+      const I *row_start, const I *row_end, const T *x, T *y);
+#define TNK_SP_CSR_MV_SEQ(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, mv, seq)(                                           \
+      const I *m, const T *alpha, const T *values, const I *col_index, const I *row_start, const I *row_end, \
+      const T *x, T *y);
+#define TNK_SP_CSR_MM_PAR(op, kind, tri, diag, p, t, T, I, base, l)                                          \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, mm, par)(                                        \
+      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
+      const I *col_index, const I *row_start, const I *row_end, const T *b, const I *ldb, T *c,              \
+      const I *ldc);
+#define TNK_SP_CSR_MM_SEQ(op, kind, tri, diag, p, t, T, I, base, l)                                          \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, mm, seq)(                                        \
+      const I *m, const I *nrhs, const T *alpha, const T *values, const I *col_index, const I *row_start,    \
+      const I *row_end, const T *b, const I *ldb, T *c, const I *ldc);
+#define TNK_SP_COO_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, mv, par)(                                           \
+      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
+      const I *row_index, const I *col_index, const I *nnz, const T *x, T *y);
+#define TNK_SP_COO_MV_SEQ(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, mv, seq)(                                           \
+      const I *m, const I *n, const T *alpha, const T *values, const I *row_index, const I *col_index,       \
+      const I *nnz, const T *x, T *y);
+#define TNK_SP_COO_MM_PAR(op, kind, tri, diag, p, t, T, I, base, l)                                          \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, base, l, mm, par)(                                        \
+      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
+      const I *row_index, const I *col_index, const I *nnz, const T *b, const I *ldb, T *c, const I *ldc);
+#define TNK_SP_DIA_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, dia, b, l, mv, par)(                                           \
+      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
+      const I *diag_stride, const I *diag_distance, const I *diag_count, const T *x, T *y);
+#define TNK_SP_DIA_MM_PAR(op, kind, tri, diag, p, t, T, I, base, l)                                          \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, dia, base, l, mm, par)(                                        \
+      const I *first, const I *last, const I *m, const I *n, const I *k, const T *alpha, const T *values,    \
+      const I *diag_stride, const I *diag_distance, const I *diag_count, const T *b, const I *ldb, T *c,     \
+      const I *ldc);
+#define TNK_SP_BSR_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, bsr, b, l, mv, par)(                                           \
+      const I *first, const I *last, const I *m, const I *block_size, const T *alpha, const T *values,       \
+      const I *col_index, const I *row_start, const I *row_end, const T *x, T *y);
+/* The fifth and the ninth argument are not read. */
+#define TNK_SP_BSR_GEMV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                           \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, bsr, b, l, gemv, par)(                                         \
+      const I *first, const I *last, const I *m, const I *block_size, const void *unused_fifth,              \
+      const T *values, const I *col_index, const I *row_pointer, const void *unused_ninth, const T *x, T *y);
+/* The eighth argument is not read. */
+#define TNK_SP_CSR_GEMV_PAR(p, I)                                                                            \
+  void p##dcsr1ng__f__gemvout_par(const I *first, const I *last, const I *m, const I *n,                     \
+                                  const double *values, const I *col_index, const I *row_pointer,            \
+                                  const void *unused, const double *x, double *y);
+
+/* ---- The kernels ---------------------------------------------------------------------------------------------- */
+
+#define TNK_SP_DECLARE(t)                                                                                    \
+  TNK_SP_EACH(t, CSR_MV_PAR, TNK_SP_CSR_MV_PAR)                                                              \
+  TNK_SP_EACH(t, CSR_MV_SEQ, TNK_SP_CSR_MV_SEQ)                                                              \
+  TNK_SP_EACH(t, CSR_MM_PAR, TNK_SP_CSR_MM_PAR)                                                              \
+  TNK_SP_EACH(t, CSR_MM_SEQ, TNK_SP_CSR_MM_SEQ)                                                              \
+  TNK_SP_EACH(t, COO_MV_PAR, TNK_SP_COO_MV_PAR)                                                              \
+  TNK_SP_EACH(t, COO_MV_SEQ, TNK_SP_COO_MV_SEQ)                                                              \
+  TNK_SP_EACH(t, COO_MM_PAR, TNK_SP_COO_MM_PAR)                                                              \
+  TNK_SP_EACH_1F(t, DIA_MV_PAR, TNK_SP_DIA_MV_PAR)                                                           \
+  TNK_SP_EACH_1F(t, DIA_MM_PAR, TNK_SP_DIA_MM_PAR)                                                           \
+  TNK_SP_EACH(t, BSR_MV_PAR, TNK_SP_BSR_MV_PAR)                                                              \
+  TNK_SP_EACH_1F(t, BSR_GEMV_PAR, TNK_SP_BSR_GEMV_PAR)
+
+TNK_BEGIN_DECLS
+
+TNK_SP_DECLARE(s)
+TNK_SP_DECLARE(d)
+TNK_SP_DECLARE(c)
+TNK_SP_DECLARE(z)
+TNK_SP_CSR_GEMV_PAR(tnk_spblas_, tnk_int)
+TNK_SP_CSR_GEMV_PAR(tnk_spblas_lp64_, int32_t)
+
+TNK_END_DECLS
+
+#endif
