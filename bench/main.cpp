@@ -29,15 +29,17 @@ struct Options {
   std::string rows, group, core;
   std::vector<tnk_int> sizes = {100, 1000, 10000, 1000000, 10000000};
   int rounds = 15;
-  bool list = false, tsv = false;
+  bool list = false, tsv = false, small = false;
 };
 
 // A round of a large size takes long, so fewer must do.
-constexpr tnk_int large = 10000000;
+constexpr double large = 1e7, huge = 1e9;
 
-int rounds_at(tnk_int n, int rounds) {
-  return n < large ? rounds : std::max(3, rounds * 3 / 5);
+int rounds_at(double units, int rounds) {
+  return units < large ? rounds : std::max(3, units < huge ? rounds * 3 / 5 : rounds / 5);
 }
+
+constexpr tnk_int small_order = 256;
 
 void run_row(benchmark::State &state, const Row &row, tnk_int n) {
   Measuring measuring(row, n);
@@ -130,11 +132,13 @@ int run(const Options &options, std::vector<char *> &rest) {
   std::vector<Row> rows;
   add_blas_level1(rows);
   add_sparse_vectors(rows);
+  add_products(rows);
 
   const std::regex wanted(options.rows);
   for (const Row &row : rows) {
     if (!options.group.empty() && row.group != options.group) continue;
-    for (const tnk_int n : options.sizes) {
+    for (const tnk_int n : row.matrices.orders.empty() ? options.sizes : row.matrices.orders) {
+      if (!row.matrices.orders.empty() && options.small && n > small_order) continue;
       const std::string name = row.name + "/" + std::to_string(n);
       if (!std::regex_search(name, wanted)) continue;
       if (options.list) {
@@ -143,7 +147,7 @@ int run(const Options &options, std::vector<char *> &rest) {
       }
       benchmark::RegisterBenchmark(name.c_str(),
                                    [&row, n](benchmark::State &state) { run_row(state, row, n); })
-          ->Iterations(rounds_at(n, options.rounds))
+          ->Iterations(rounds_at(row.units(n), options.rounds))
           ->UseManualTime();
     }
   }
@@ -175,6 +179,7 @@ int main(int argc, char **argv) {
   app.add_option("--sizes", options.sizes, "lengths of the vectors")
       ->delimiter(',')
       ->check(CLI::PositiveNumber);
+  app.add_flag("--small", options.small, "matrices of small order only");
   app.add_option("--rounds", options.rounds, "interleaved rounds a row")->check(CLI::Range(1, 1000));
   app.add_option("--core", options.core, "core that OpenBLAS shall run, or best for its own choice");
   app.add_flag("--list", options.list, "write names and groups of the rows and stop");

@@ -109,7 +109,7 @@ Measuring::Measuring(const Row &measured, tnk_int n)
       stream_loop(stream_probe(row.cost.mix, is_single(row.element) ? 4 : 8, row.cost.vector_bytes)),
       flop_loop(
           flop_probe(is_single(row.element) && !row.cost.double_arithmetic ? 4 : 8, row.cost.vector_bytes)),
-      vector_bytes_total(static_cast<std::size_t>(n) * element_bytes(row.element)) {
+      vector_bytes_total(row.elements(n) * element_bytes(row.element)) {
   operands.n = n;
   const std::size_t count = static_cast<std::size_t>(n);
   operands.indx = reinterpret_cast<tnk_int *>(indx_store.at_least(count * sizeof(tnk_int)));
@@ -121,7 +121,7 @@ Measuring::Measuring(const Row &measured, tnk_int n)
 }
 
 std::string Measuring::check() {
-  const std::size_t n = static_cast<std::size_t>(operands.n), numbers = n * parts(row.element);
+  const std::size_t n = row.elements(operands.n), numbers = n * parts(row.element);
   const auto prepare = [&](bool units) {
     operands.x_data = x_store.at_least(vector_bytes_total);
     operands.y_data = y_store.at_least(vector_bytes_total + y_offset) + y_offset;
@@ -220,8 +220,8 @@ double Measuring::round() {
 
 Measurement Measuring::result() const {
   Measurement m;
-  const double bytes = row.cost.bytes * static_cast<double>(operands.n);
-  const double work = row.cost.flops * static_cast<double>(operands.n);
+  const double bytes = row.cost.bytes * row.units(operands.n);
+  const double work = row.cost.flops * row.units(operands.n);
   const std::size_t width = static_cast<std::size_t>(row.cost.vector_bytes);
   const double stream_bytes = stream_loop.moved * static_cast<double>(vector_bytes_total / width * width);
   m.ours = median(times[ours]);

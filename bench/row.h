@@ -11,7 +11,8 @@
 
 namespace tnk::bench {
 
-// The arrays of one measurement, the same for every contender. All start on a cache line; x and y are finite,
+// The arrays of one measurement, the same for every contender. n is the length of x and y, or the order of the
+// matrices that lie in them. All start on a cache line; x and y are finite,
 // of magnitude at most 1.5, with few bits, so that products with them and sums of these products are mostly
 // exact.
 struct Operands {
@@ -35,7 +36,7 @@ enum class Law {
   sum    // of magnitudes: exact but for two roundings on elements -1, 0 and 1, which the check then uses
 };
 
-// Costs of one element.
+// Costs of one element, or of one step of a product.
 struct Cost {
   double bytes; // read and written, each counted once
   double flops;
@@ -45,6 +46,13 @@ struct Cost {
   bool double_arithmetic = false;
 };
 
+// What rows over matrices do not take from the length of a vector.
+struct Matrices {
+  std::vector<tnk_int> orders;                  // that are measured, whatever lengths were asked for
+  std::function<std::size_t(tnk_int n)> stored; // elements that x and y each must hold
+  std::function<double(tnk_int n)> costs;       // how often Cost arises
+};
+
 struct Row {
   std::string name;  // "daxpy"; with the size "daxpy/1000"
   std::string group; // "axpy": measured by one process
@@ -52,6 +60,12 @@ struct Row {
   Cost cost;
   Call ours, peer;
   Call judge = {}; // a plain loop, asked when the two differ; empty: ours is then wrong
+  Matrices matrices = {};
+
+  std::size_t elements(tnk_int n) const {
+    return matrices.stored ? matrices.stored(n) : static_cast<std::size_t>(n);
+  }
+  double units(tnk_int n) const { return matrices.costs ? matrices.costs(n) : static_cast<double>(n); }
 };
 
 std::size_t element_bytes(char element);
@@ -69,5 +83,6 @@ template <class Int, class Function, class Body> Call repeated(Function *f, Body
 // The families. Each appends its rows.
 void add_blas_level1(std::vector<Row> &rows);
 void add_sparse_vectors(std::vector<Row> &rows);
+void add_products(std::vector<Row> &rows);
 
 } // namespace tnk::bench

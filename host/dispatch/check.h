@@ -61,6 +61,21 @@ public:
     return __builtin_expect(*value >= least, 1) || refuse_below(position, name, *value, least);
   }
 
+  // A matrix of T stored by columns at `position`, and its leading dimension at the next one. An array that
+  // the routine does not touch may have any address.
+  template <class T>
+  bool matrix(int position, const char *name, const T *first, bool touched, const char *ld_name,
+              const tnk_int *ld, tnk_int rows, tnk_int columns) const {
+    if ((touched && !address(position, name, first)) || !leading_dimension(position + 1, ld_name, ld, rows))
+      return false;
+    if (rows == 0 || columns <= 1) return true;
+    // (columns - 1) ld + rows elements lie between the matrix's ends, both included.
+    const tnk_int limit = (elements_in_memory<T> - rows) / (columns - 1);
+    if (__builtin_expect(*ld <= limit, 1)) return true;
+    return limit >= rows ? refuse_range(position + 1, ld_name, *ld, rows, limit)
+                         : refuse_number(position + 1, ld_name, *ld, "a matrix that fits into memory");
+  }
+
 private:
   // As many as pointer arithmetic can span.
   template <class T>

@@ -68,8 +68,7 @@ std::int32_t to_int32(std::int64_t size) {
 
 int32_t tnk_serv_get_cache_size(int32_t level) {
   using tnk::host::caches, tnk::host::to_int32;
-  constexpr int32_t usual_level_2 = 262144; // a zero would leave the blocks of a matrix product without rows
-  if (level == 0) return caches().level[2] > 0 ? to_int32(caches().level[2]) : usual_level_2;
+  if (level == 0) return to_int32(tnk::host::packing_cache(caches()));
   return level >= 1 && level <= 3 ? to_int32(caches().level[level]) : 0;
 }
 

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <tnk/services.h>
 
 #include "host/service/errors.h"
@@ -59,17 +60,62 @@ void release(Family family, const char *routine, void *block) {
   std::free(block);
 }
 
+#ifdef TNK_CHECK_BLOCKS
+constexpr bool keeps_blocks = false; // each block is to be seen coming and going
+#else
+constexpr bool keeps_blocks = true;
+#endif
+
+// A thread keeps one block of scratch memory between calls: a small matrix product takes no longer than the general
+// allocator would need for its buffers. The block belongs to whoever holds it, so any thread may release it.
+constexpr std::int64_t kept_size = 131072;
+constexpr std::int32_t kept_alignment = 128;
+
+thread_local bool thread_ends = false; // trivial: may still be read when the slot is gone
+struct Slot {
+  void *block = nullptr;
+  ~Slot() {
+    thread_ends = true;
+    std::free(block);
+  }
+};
+thread_local Slot slot;
+
+bool can_be_kept(void *block) {
+  const std::size_t size = malloc_usable_size(block);
+  return size >= kept_size && size < kept_size + 4096 &&
+         reinterpret_cast<std::uintptr_t>(block) % kept_alignment == 0;
+}
+
+void *allocate_scratch(const char *routine, std::int64_t size, std::int32_t alignment) {
+  const bool small =
+      size >= 0 && size <= kept_size && alignment <= kept_alignment && is_power_of_two(alignment);
+  if (!keeps_blocks || !small || thread_ends) return allocate(Family::scratch, routine, 2, size, alignment);
+  if (void *const block = slot.block) {
+    slot.block = nullptr;
+    return block;
+  }
+  return allocate(Family::scratch, routine, 2, kept_size, kept_alignment);
+}
+
+void release_scratch(const char *routine, void *block) {
+  if (keeps_blocks && block && !thread_ends && !slot.block && can_be_kept(block))
+    slot.block = block;
+  else
+    release(Family::scratch, routine, block);
+}
+
 } // namespace
 } // namespace tnk::host
 
 using tnk::host::Family;
 
 void *tnk_serv_allocate(int64_t size, int32_t alignment) {
-  return tnk::host::allocate(Family::scratch, "tnk_serv_allocate", 2, size, alignment);
+  return tnk::host::allocate_scratch("tnk_serv_allocate", size, alignment);
 }
 
 void tnk_serv_deallocate(void *block) {
-  tnk::host::release(Family::scratch, "tnk_serv_deallocate", block);
+  tnk::host::release_scratch("tnk_serv_deallocate", block);
 }
 
 void *tnk_serv_tnk_malloc(int64_t size, int32_t alignment) {

@@ -46,6 +46,36 @@ double tnk_blas_ddot(const tnk_int *n, const double *x, const tnk_int *incx, con
 void tnk_blas_cdotc(tnk_complex8 *result, const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx,
                     const tnk_complex8 *y, const tnk_int *incy);
 
+/* ---- Matrix products -----------------------------------------------------------------------------------------
+
+   C := alpha op(A) op(B) + beta C with op(A) m by k, op(B) k by n and C m by n. transa and transb, read from their
+   first character in either case: "N" op(X) = X, "T" its transpose, "C" its conjugate transpose (in the real types
+   the same as "T"). Matrices are column-major: element (i, j), from 0, stands at i + j * ld. Semantics follow
+   Dongarra, Du Croz, Hammarling and Duff, "A Set of Level 3 Basic Linear Algebra Subprograms", ACM TOMS 16 (1990).
+
+   Bad arguments, reported as above with nothing touched: a letter other than these; a dimension that is negative or
+   beyond memory; a leading dimension below the rows of its matrix as stored (or below 1), or with which the matrix
+   could not lie in memory; a null address of a scalar, or of an array that the call would touch. Nothing is done when
+   m or n is 0. beta = 0 stores without reading C; alpha = 0 or k = 0 leaves A and B unread, and their addresses may
+   then be null. C must not overlap A or B.
+
+   When memory for packed blocks cannot be had, that is reported as TNK_ERROR_MEMORY (by each thread that met it) and
+   the result is right all the same, only slower and perhaps rounded otherwise. Threads: see tnk/host.h. */
+void tnk_blas_sgemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
+                    const tnk_int *k, const float *alpha, const float *a, const tnk_int *lda, const float *b,
+                    const tnk_int *ldb, const float *beta, float *c, const tnk_int *ldc);
+void tnk_blas_dgemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
+                    const tnk_int *k, const double *alpha, const double *a, const tnk_int *lda,
+                    const double *b, const tnk_int *ldb, const double *beta, double *c, const tnk_int *ldc);
+void tnk_blas_cgemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
+                    const tnk_int *k, const tnk_complex8 *alpha, const tnk_complex8 *a, const tnk_int *lda,
+                    const tnk_complex8 *b, const tnk_int *ldb, const tnk_complex8 *beta, tnk_complex8 *c,
+                    const tnk_int *ldc);
+void tnk_blas_zgemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
+                    const tnk_int *k, const tnk_complex16 *alpha, const tnk_complex16 *a, const tnk_int *lda,
+                    const tnk_complex16 *b, const tnk_int *ldb, const tnk_complex16 *beta, tnk_complex16 *c,
+                    const tnk_int *ldc);
+
 TNK_END_DECLS
 
 #endif

@@ -58,6 +58,30 @@ const char *tnk_kernel_message(void);
    after a report, no library. The entries trust their caller: they check no argument. */
 void *tnk_kernel_entry(const char *name);
 
+/* ---- Threads ------------------------------------------------------------------------------------------------ */
+
+/* Matrix products of some size are spread over several threads, by OpenMP. How many threads, the first line that
+   applies:
+
+     called inside an active OpenMP parallel region        1
+     tnk_set_num_threads(n) with n > 0                     n, for all threads of the process
+     omp_set_num_threads by the calling thread             its number
+     the environment variable OMP_NUM_THREADS              its number
+     otherwise                                             the processors that the process may run on
+
+   These are upper bounds: small products run on the calling thread, and OpenMP may grant fewer threads
+   (OMP_THREAD_LIMIT, OMP_DYNAMIC). The result has the same bits for every number of threads.
+
+   A child of fork starts as if it had called tnk_set_num_threads(1), since OpenMP's threads stay with the parent; it
+   may ask for more when its parent had no OpenMP threads. A program that calls from several threads of its own
+   should set 1, or each of them gets a team. */
+
+/* Sets the number for the process; 0 restores the default. A negative number is reported and changes nothing. */
+void tnk_set_num_threads(int threads);
+
+/* The number of threads that a call from this thread, outside of parallel regions, uses at most. */
+int tnk_get_max_threads(void);
+
 TNK_END_DECLS
 
 /* The entry with the type of its declaration, for example TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). */

@@ -39,8 +39,9 @@ extern void (*i_free)(void *block);
    registers, TNK_CLASS_NONE otherwise. A processor with later extensions also counts as TNK_CLASS_AVX. */
 int32_t tnk_serv_cpu_detect(void);
 
-/* Size in bytes of the cache in which a packed block of a matrix product is to live (level 0), or of the data cache
-   of level 1, 2 or 3; 0 when there is none or it is not known, and for any other level. */
+/* Level 0: the size in bytes by which the blocks of a matrix product are cut, a packed block of A being a sixth of it;
+   never so small that a block has no rows. Level 1, 2 or 3: the size of that data cache; 0 when there is none or it is
+   not known, and for any other level. */
 int32_t tnk_serv_get_cache_size(int32_t level);
 
 /* info[0]: 1 when the sizes are known, else 0. info[1]: the size in bytes of the largest cache, else 0. */

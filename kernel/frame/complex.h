@@ -60,4 +60,19 @@ template <class T> inline bool is_zero(T a) {
     return a == 0;
 }
 
+// One, and whether a is it: with an imaginary part of zero. False for a NaN.
+template <class T>
+constexpr T one = [] {
+  if constexpr (is_complex<T>)
+    return T{1, 0};
+  else
+    return T(1);
+}();
+template <class T> inline bool is_one(T a) {
+  if constexpr (is_complex<T>)
+    return a.re == 1 && a.im == 0;
+  else
+    return a == 1;
+}
+
 } // namespace tnk

@@ -45,6 +45,22 @@ template <class V, class T> inline V loadu(const T *p) {
 template <class V, class T> inline void storeu(T *p, V v) {
   std::memcpy(p, &v, sizeof v);
 }
+// The first lanes of a vector, others 0: memory behind the other lanes is not touched and need not exist.
+struct lane_mask {
+  __m256i bits;
+};
+// The lanes of the first `count` elements of T, at most 32 bytes of them.
+template <class T> inline lane_mask first_lanes(std::int64_t count) {
+  static constexpr std::int32_t bits[16] = {-1, -1, -1, -1, -1, -1, -1, -1};
+  const auto words = static_cast<std::int64_t>(sizeof(T) / sizeof *bits) * count;
+  return {_mm256_loadu_si256(reinterpret_cast<const __m256i_u *>(bits + 8 - words))};
+}
+inline f64x4 loadu_masked(const double *p, lane_mask mask) {
+  return _mm256_maskload_pd(p, mask.bits);
+}
+inline f32x8 loadu_masked(const float *p, lane_mask mask) {
+  return _mm256_maskload_ps(p, mask.bits);
+}
 // One element at an address that need not be a multiple of its size.
 template <class T> inline T get(const T *p) {
   T x;
@@ -64,6 +80,13 @@ template <class V, class T> inline V splat(T x) {
 template <class V> inline V in_register(V v) {
   asm("" : "+x"(v));
   return v;
+}
+
+// Ends a step of a loop that is unrolled over several accumulators: all of them are up to date here. Otherwise the
+// compiler finishes one after the other, over all unrolled steps, and spills the operands that the next ones need.
+template <class... V> inline void end_step(V &...accumulators) {
+  const auto up_to_date = [](auto &v) { asm volatile("" : "+x"(v)); };
+  (up_to_date(accumulators), ...);
 }
 
 // ---- Lanes ----------------------------------------------------------------------------------------------------

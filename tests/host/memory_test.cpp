@@ -85,6 +85,27 @@ TEST(Memory, NullAndBlocksOfOtherThreadsMayBeReleased) {
   std::thread([&] { tnk_serv_deallocate(block); }).join();
 }
 
+// Small scratch blocks may be the one that a thread keeps; no two callers may ever hold the same one.
+TEST(Memory, ScratchBlocksInUseAreDistinct) {
+  const auto use = [] {
+    for (int round = 0; round < 100; ++round) {
+      unsigned char *blocks[3];
+      for (int i = 0; i < 3; ++i) {
+        blocks[i] = static_cast<unsigned char *>(tnk_serv_allocate(i == 2 ? 200000 : 131072, 128));
+        ASSERT_EQ(reinterpret_cast<std::uintptr_t>(blocks[i]) % 128, 0u);
+        std::memset(blocks[i], i + 1, 131072);
+      }
+      for (int i = 0; i < 3; ++i) ASSERT_TRUE(blocks[i][0] == i + 1 && blocks[i][131071] == i + 1);
+      std::thread([&] { tnk_serv_deallocate(blocks[round % 3]); }).join();
+      for (int i = 0; i < 3; ++i)
+        if (i != round % 3) tnk_serv_deallocate(blocks[i]);
+    }
+  };
+  std::thread other(use);
+  use();
+  other.join();
+}
+
 TEST(Memory, CheckPtrReportsNullOnly) {
   ErrorRecorder errors;
   int something = 0;

@@ -43,7 +43,7 @@ std::filesystem::path bench_program() {
 std::vector<std::string> selection(const Options &options) {
   std::vector<std::string> arguments = {"--rounds=" + std::to_string(options.rounds)};
   if (!options.filter.empty()) arguments.push_back("--rows=" + options.filter);
-  if (options.quick) arguments.push_back("--sizes=1000,10000,1000000");
+  if (options.quick) arguments.insert(arguments.end(), {"--sizes=1000,10000,1000000", "--small"});
   return arguments;
 }
 
@@ -148,12 +148,23 @@ private:
     const std::filesystem::path folder = options_.out;
     write_file(folder / "bench.csv", csv_file(rows_, remarks));
     std::printf("wrote %s\n", (folder / "bench.csv").c_str());
+    // Orders of matrices are no lengths of vectors, so each has a picture.
+    draw(folder / "bench.svg", ", one thread", false);
+    draw(folder / "bench_products.svg", ", one thread; _2t: two threads beside one", true);
+  }
+
+  void draw(const std::filesystem::path &path, const std::string &remark, bool products) const {
+    std::vector<BenchRow> drawn;
     bool drawable = false; // without the peer only plain loops were compared with
-    for (const BenchRow &row : rows_) drawable = drawable || (!cores_.fair.empty() && row.fair.ratio);
+    for (const BenchRow &row : rows_) {
+      if ((row.group.rfind("gemm", 0) == 0) != products) continue;
+      drawn.push_back(row);
+      drawable = drawable || (!cores_.fair.empty() && row.fair.ratio);
+    }
     if (!drawable) return;
-    write_file(folder / "bench.svg",
-               ratio_chart(rows_, cores_, remarks_["processor"] + ", " + remarks_["peer"] + ", one thread"));
-    std::printf("wrote %s\n", (folder / "bench.svg").c_str());
+    write_file(path,
+               ratio_chart(drawn, cores_, remarks_.at("processor") + ", " + remarks_.at("peer") + remark));
+    std::printf("wrote %s\n", path.c_str());
   }
 
   const Options &options_;
@@ -194,13 +205,16 @@ Command bench_command(CLI::App &program) {
   app->add_option("--rounds", options->rounds, "Interleaved rounds for each row; more are steadier")
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
-  app->add_option("--out", options->out, "Write bench.csv and bench.svg to this folder")->type_name("DIR");
-  app->add_flag("--quick", options->quick, "Fewer lengths, none beyond 1000000");
+  app->add_option("--out", options->out, "Write bench.csv and pictures of the ratios to this folder")
+      ->type_name("DIR");
+  app->add_flag("--quick", options->quick,
+                "Fewer lengths, none beyond 1000000; matrices of order 256 at most");
   app->add_flag("--no-best", options->no_best,
                 "Compare with the peer's core of the same instruction set only, not with its best");
   app->add_flag("--list", options->list, "Write the names of the rows and stop");
   app->footer(
-      "A row says: the length n; the rate; how near this is to the limit, and whether bytes or flops set "
+      "A row says: the length or order n; the rate; how near this is to the limit, and whether bytes or "
+      "flops set "
       "it;\n"
       "and how many times as fast as the peer's core ours is (above 1: faster). Medians of the rounds.\n\n"
       "Exit code: 0 when every row was measured and agrees with the peer, 1 otherwise, 2 for bad usage.");

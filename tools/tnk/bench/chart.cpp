@@ -14,7 +14,8 @@ constexpr double label_width = 90, panel_width = 400, panel_gap = 40, row_height
 constexpr double lowest = 0.25, highest = 8;
 
 // From light to dark with the length; told apart also without colour.
-constexpr const char *shades[] = {"#f0b429", "#e4714a", "#b83a6a", "#67308f", "#1b1d6d"};
+constexpr const char *shades[] = {"#f0b429", "#e4714a", "#b83a6a", "#67308f",
+                                  "#1b1d6d", "#0f766e", "#111827"};
 constexpr std::size_t shade_count = sizeof shades / sizeof *shades;
 
 std::string escaped(const std::string &text) {

@@ -39,7 +39,35 @@ std::string number(double value, int decimals) {
   return (value < 0 && !zero ? "\u2212" : "") + digits;
 }
 
+Rgb shade(const Scale &scale, double value) {
+  const double last = static_cast<double>(scale.shades.size() - 1);
+  const double place = std::clamp((value - scale.low) / (scale.high - scale.low), 0.0, 1.0) * last;
+  const auto below = static_cast<std::size_t>(std::min(std::floor(place), last - 1));
+  const Rgb &a = scale.shades[below], &b = scale.shades[below + 1];
+  const double share = place - static_cast<double>(below);
+  const auto blend = [share](std::uint8_t from, std::uint8_t to) {
+    return static_cast<std::uint8_t>(std::lround(from + share * (to - from)));
+  };
+  return {blend(a.red, b.red), blend(a.green, b.green), blend(a.blue, b.blue)};
+}
+
+// A picture stretched over a box.
+std::string image(const Box &box, std::size_t width, const std::vector<Rgb> &pixels) {
+  return format("<image x=\"%.2f\" y=\"%.2f\" width=\"%.2f\" height=\"%.2f\" preserveAspectRatio=\"none\" "
+                "href=\"data:image/png;base64,",
+                box.left, box.top, box.width, box.height) +
+         base64(png(width, pixels)) + "\"/>\n";
+}
+
 } // namespace
+
+// Anchors of the map "viridis" (van der Walt and Smith, 2015, given to the public domain).
+const Shades colour::heights = {{0x44, 0x01, 0x54}, {0x47, 0x2d, 0x7b}, {0x3b, 0x52, 0x8b},
+                                {0x2c, 0x72, 0x8e}, {0x21, 0x91, 0x8c}, {0x28, 0xae, 0x80},
+                                {0x5e, 0xc9, 0x62}, {0xad, 0xdc, 0x30}, {0xfd, 0xe7, 0x25}};
+const Shades colour::deviations = {{0x00, 0x48, 0x80}, {0x00, 0x72, 0xb2}, {0x8f, 0xc4, 0xe4},
+                                   {0xff, 0xff, 0xff}, {0xf4, 0xb5, 0x85}, {0xd5, 0x5e, 0x00},
+                                   {0x94, 0x3c, 0x00}};
 
 Ticks ticks(double low, double high, int wanted) {
   const double raw = (high - low) / std::max(wanted, 1);
@@ -67,6 +95,25 @@ std::string Figure::svg() const {
                 "<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
                 width_, height_, width_, height_, ink, escaped(title_).c_str()) +
          body_ + "</svg>\n";
+}
+
+void Figure::legend(const Box &box, const Scale &scale, const std::string &label) {
+  constexpr std::size_t steps = 256;
+  std::vector<Rgb> pixels;
+  for (std::size_t i = 0; i < steps; ++i)
+    pixels.push_back(shade({scale.shades, 0, 1}, 1 - (static_cast<double>(i) + 0.5) / steps));
+  body_ += image(box, 1, pixels);
+  body_ +=
+      format("<rect x=\"%.2f\" y=\"%.2f\" width=\"%.2f\" height=\"%.2f\" fill=\"none\" stroke=\"%s\"/>\n",
+             box.left, box.top, box.width, box.height, frame);
+  const double right = box.left + box.width;
+  const Ticks marks = ticks(scale.low, scale.high, static_cast<int>(box.height / 40));
+  for (const double value : marks.values) {
+    const double y = box.top + (scale.high - value) / (scale.high - scale.low) * box.height;
+    body_ += segment(right, y, right + 4, y, format("stroke=\"%s\"", frame).c_str());
+    body_ += text(right + 8, y + 4, "", number(value, marks.decimals));
+  }
+  body_ += text(box.left, box.top - 10, "", label);
 }
 
 Panel::Panel(Figure &figure, const Box &box, const std::string &title, const Axis &x, const Axis &y)
@@ -135,6 +182,20 @@ void Panel::area(const std::vector<Point> &points, double base, const char *colo
   outline.push_back({points.back().x, base});
   figure_.body_ += format("<path %s d=\"%sZ\" fill=\"%s\" fill-opacity=\"%.2f\"/>\n", clip_.c_str(),
                           path(outline).c_str(), colour, opacity);
+}
+
+void Panel::map(std::size_t across, const std::vector<double> &values, const Scale &scale) {
+  // Viewers smooth a picture that they enlarge. A cell of some pixels stays a cell.
+  constexpr std::size_t cell = 8;
+  const std::size_t up = values.size() / across;
+  std::vector<Rgb> pixels(across * up * cell * cell);
+  for (std::size_t y = 0; y < up * cell; ++y)
+    for (std::size_t x = 0; x < across * cell; ++x)
+      pixels[y * across * cell + x] = shade(scale, values[(up - 1 - y / cell) * across + x / cell]);
+  figure_.body_ += image(box_, across * cell, pixels);
+  figure_.body_ += format("<rect x=\"%.2f\" y=\"%.2f\" width=\"%.2f\" height=\"%.2f\" fill=\"none\" "
+                          "stroke=\"%s\"/>\n",
+                          box_.left, box_.top, box_.width, box_.height, frame);
 }
 
 void Panel::horizontal(double y, const char *colour) {

@@ -1,6 +1,7 @@
-// Pictures of curves as SVG 1.1: a figure with a title, and panels with axes in it.
+// Pictures of curves and maps as SVG 1.1: a figure with a title, and panels with axes in it.
 #pragma once
 
+#include "tools/tnk/plot/png.h"
 #include <string>
 #include <vector>
 
@@ -26,10 +27,25 @@ namespace colour {
 constexpr const char *blue = "#0072b2", *vermilion = "#d55e00", *green = "#009e73", *grey = "#6b7280";
 } // namespace colour
 
+// Colours for the values of a map, evenly spaced from its low end to its high one and blended between.
+using Shades = std::vector<Rgb>;
+namespace colour {
+extern const Shades heights;    // from dark to bright, so that it also reads in grey
+extern const Shades deviations; // blue below, white at the middle, vermilion above
+} // namespace colour
+
+// A map's colours, and the values at the ends of them.
+struct Scale {
+  const Shades &shades;
+  double low, high;
+};
+
 class Figure {
 public:
   Figure(double width, double height, const std::string &title, const std::string &subtitle);
   std::string svg() const; // the whole document
+  // The legend of a map: an upright bar with labels to its right, and what it shows above.
+  void legend(const Box &box, const Scale &scale, const std::string &label);
 
 private:
   friend class Panel;
@@ -48,6 +64,8 @@ public:
 
   void line(const std::vector<Point> &points, const char *colour, double width);
   void area(const std::vector<Point> &points, double base, const char *colour, double opacity);
+  // Fills the panel with across * up cells, given from left to right and then upwards.
+  void map(std::size_t across, const std::vector<double> &values, const Scale &scale);
   void horizontal(double y, const char *colour); // a thin line over the whole width
   void vertical(double x, const char *colour);
   void marker(const Point &point, const char *colour);

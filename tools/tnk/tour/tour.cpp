@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr Scene scenes[] = {
     {"vectors", "statistics of the monthly sunspot numbers, by vector kernels", vectors_scene},
+    {"product", "principal components of the heights of a volcano, by matrix products", product_scene},
 };
 
 struct Options {

@@ -1,0 +1,206 @@
+/* Level 3 BLAS kernels, as the kernel library exports them: the matrix product and the stages that it is made of.
+   Applications use the checked routines of tnk/blas.h.
+
+   Matrices are column-major: element (i, j), from 0, stands at i + j * ld. Option letters are read from the first
+   character, in either case; "N" is no transposition, any other byte the transposed matrix, and in the complex types
+   "T" transposes and any third byte transposes and conjugates. Nothing is checked. Letters: s float, d double, c and
+   z complex of these.
+
+   Method: K. Goto and R. van de Geijn, "Anatomy of High-Performance Matrix Multiplication", ACM TOMS 34 (2008). */
+#ifndef TNK_BLAS_LEVEL3_H
+#define TNK_BLAS_LEVEL3_H
+
+#include <tnk/types.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Records ------------------------------------------------------------------------------------------------ */
+
+/* A packed operand. */
+typedef struct tnk_gemm_panels {
+  void *data;     /* aligned to 1 << shift bytes */
+  tnk_int stride; /* from panel to panel, in elements */
+  tnk_int size;   /* in bytes, with what lies beyond the panels */
+  tnk_int shift;
+} tnk_gemm_panels;
+
+typedef struct tnk_gemm_work {
+  void *data;
+  tnk_int size;
+  tnk_int shift;
+} tnk_gemm_work;
+
+typedef struct tnk_gemm_descriptor tnk_gemm_descriptor;
+
+/* Stages have one shape for the four types: elements travel as void. */
+typedef void tnk_gemm_get_blks_size(const tnk_int *m, const tnk_int *n, const tnk_int *k,
+                                    tnk_gemm_descriptor *);
+typedef int32_t tnk_gemm_get_bufs_size(int32_t buffer_mode, int32_t size_mode, const tnk_int *m,
+                                       const tnk_int *n, const tnk_int *k, tnk_gemm_descriptor *);
+typedef int32_t tnk_gemm_get_bufs(int32_t buffer_mode, void **raw, tnk_gemm_descriptor *);
+
+/* A: count of rows, then of steps. B: count of steps, then of columns; alpha is not read. */
+typedef void tnk_gemm_copy(const tnk_int *count1, const tnk_int *count2, const void *source,
+                           const tnk_int *ld, void *buffer, const tnk_gemm_panels *, const void *alpha);
+/* The same with the option letter of the operand first. */
+typedef void tnk_gemm_copy_ext(const char *trans, const tnk_int *count1, const tnk_int *count2,
+                               const void *source, const tnk_int *ld, void *buffer, const tnk_gemm_panels *,
+                               const void *alpha);
+
+typedef void tnk_gemm_kernel(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
+                             const tnk_int *k, const void *alpha, const void *a,
+                             const tnk_gemm_panels *a_panels, const void *b, const tnk_gemm_panels *b_panels,
+                             const void *beta, void *c, const tnk_int *ldc, void *work, int32_t mode);
+
+/* A row of a kernel table: twenty columns of eight bytes. */
+typedef struct tnk_gemm_row {
+  tnk_int mr, nr, kr;      /* unrolls of m, n and k: the register tile has mr rows and nr columns */
+  tnk_int work_factor;     /* panels in the work buffer */
+  tnk_int tm, tn, tk;      /* least dimensions of the packed path of x?gemm_par */
+  tnk_int buffer_selector; /* 106 */
+  tnk_gemm_get_blks_size *get_blks_size;
+  tnk_gemm_get_bufs_size *get_bufs_size;
+  tnk_gemm_get_bufs *get_bufs;
+  tnk_gemm_copy *copya[3]; /* for N, T, C */
+  tnk_gemm_copy *copyb[3];
+  tnk_gemm_kernel *ker0;
+  tnk_gemm_copy_ext *copya_ext, *copyb_ext; /* null in the complex types */
+} tnk_gemm_row;
+
+/* The tables, one row each, and the numbers of the rows to use, all 0. */
+extern const tnk_gemm_row avx_s_all_gemm_ker[1], avx_d_all_gemm_ker[1], avx_c_all_gemm_ker[1],
+    avx_z_all_gemm_ker[1];
+extern const int32_t avx_s_opt_gemm_ker, avx_d_opt_gemm_ker, avx_c_opt_gemm_ker, avx_z_opt_gemm_ker;
+
+/* The record of one product. zero_desc clears it, get_optimal_kernel or get_kernel load a row of the table, the
+   stages fill the rest. */
+struct tnk_gemm_descriptor {
+  int32_t reserved;        /* cleared, not read */
+  int32_t kernel_index;    /* the row loaded */
+  int32_t buffer_selector; /* of the row */
+  int32_t kernel_version;  /* for the triangular routines */
+  tnk_int mb, nb, kb;      /* block sizes in rows of C, columns of C and along k; 0: to be chosen */
+  tnk_int mr, nr, kr;
+  tnk_int tm, tn, tk;
+  tnk_gemm_panels a, b;
+  tnk_gemm_get_blks_size *get_blks_size;
+  tnk_gemm_get_bufs_size *get_bufs_size;
+  tnk_gemm_get_bufs *get_bufs;
+  tnk_gemm_copy *copya[3], *copyb[3];
+  tnk_gemm_copy_ext *copya_ext, *copyb_ext;
+  int32_t work_factor;
+  tnk_gemm_kernel *ker0;
+  tnk_gemm_work work;
+};
+
+/* ---- The product and its stages, in each type ------------------------------------------------------------------
+
+   x?gemm                  C := alpha op(A) op(B) + beta C, op(A) m by k, op(B) k by n, C m by n. No-op when m < 1 or
+                           n < 1. beta = 0 stores without reading C. A and B are not read when alpha is zero or
+                           k < 1. When no memory can be had the result is right, only slower.
+   x?gemm_par              the same with a kernel version and a descriptor whose row is loaded; blocks that are 0 are
+                           chosen, other ones below 1 count as a tile, and the descriptor then holds those used. 0:
+                           done. 1: unknown version, with nothing done, or no memory for one that has no plain path;
+                           C is then scaled by beta and otherwise as it was.
+                             version        2            4         8          16         32         64
+                             packs whole    blocks of    A         B          nothing    A          nothing
+                                            A and B
+                             loops          n, k, m      n, k, m   n          n          m          none
+                             no memory      plain path   same      returns 1  returns 1  returns 1  returns 1
+                           What is not packed as a whole goes through the work buffer. Version 64 does not scale: a
+                           beta of zero stores over C, any other acts as 1, and a zero alpha multiplies like any other.
+   ?gemm_zero_desc         clears every field.
+   ?gemm_get_optimal_kernel  loads the row that avx_?_opt_gemm_ker names.
+   ?gemm_get_kernel        loads a row; 1, with nothing loaded, when the number is above 0. A negative number is not
+                           guarded.
+   ?gemm_num_kernels       writes the number of rows, 1.
+   ?gemm_get_kernel_version  2.     ?gemm_api_support  1.
+   ?gemm_get_blks_size     fills kb and mb where they are 0, and nb always; m is not read. mb stays 0 when the cache
+                           that the host reports cannot hold a tile.
+   ?gemm_set_blks_size     stores the three.
+   ?gemm_get_bufs_size     sizes the records that buffer mode 100 ... 106 names. Size mode 107 clamps each block to its
+                           dimension, 108 takes the blocks as they are. 1 on another mode of either kind.
+   ?gemm_get_bufs          one allocation for the buffers of the mode, laid out in the records; null in *raw when it
+                           failed. 1 on a mode that it does not take (103 among them).
+   ?gemm_free_bufs         releases what get_bufs allocated.
+   ?gemm_mscale            C := beta C; beta = 0 stores zeros without reading.
+   ?gemm_pst               the plain path: no packing, no memory; C := beta C + alpha (sum). beta = 0 does not read
+                           C; A and B are not read when k < 1, but when alpha is zero they are.
+   ?gemm_copya*, copyb*    pack a block of A times alpha, or of B, into panels; n as it is, t transposed, c (complex)
+                           conjugate-transposed. No-op when a count is below 1. The layouts stand in
+                           kernel/blas/level3/tile.h.
+   ?gemm_ker0              C := C + A B on packed operands (beta exactly 0: C := A B, C is not read). k is the padded count of
+                           steps; transa, transb and alpha are not used.
+   ?gemm_kernel_0, _b0     its whole tiles: m a multiple of mr. beta is not read; _b0 stores without reading C.
+   ?gemm_ker0_pst          its edge: m from 1 to mr - 1. */
+
+#define TNK_GEMM_FAMILY(t, T)                                                                                \
+  void tnk_blas_x##t##gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,       \
+                           const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,     \
+                           const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc);                     \
+  int32_t tnk_blas_x##t##gemm_par(const char *transa, const char *transb, const tnk_int *m,                  \
+                                  const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,            \
+                                  const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,   \
+                                  const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *descriptor);     \
+  void tnk_blas_##t##gemm_zero_desc(tnk_gemm_descriptor *descriptor);                                        \
+  void tnk_blas_##t##gemm_get_optimal_kernel(tnk_gemm_descriptor *descriptor);                               \
+  int32_t tnk_blas_##t##gemm_get_kernel(int32_t row, tnk_gemm_descriptor *descriptor);                       \
+  void tnk_blas_##t##gemm_num_kernels(int32_t *count);                                                       \
+  int32_t tnk_blas_##t##gemm_get_kernel_version(void);                                                       \
+  int32_t tnk_blas_##t##gemm_api_support(void);                                                              \
+  tnk_gemm_get_blks_size tnk_blas_##t##gemm_get_blks_size;                                                   \
+  void tnk_blas_##t##gemm_set_blks_size(tnk_int mb, tnk_int nb, tnk_int kb,                                  \
+                                        tnk_gemm_descriptor *descriptor);                                    \
+  tnk_gemm_get_bufs_size tnk_blas_##t##gemm_get_bufs_size;                                                   \
+  tnk_gemm_get_bufs tnk_blas_##t##gemm_get_bufs;                                                             \
+  void tnk_blas_##t##gemm_free_bufs(void *raw);                                                              \
+  void tnk_blas_##t##gemm_mscale(const tnk_int *m, const tnk_int *n, const T *beta, T *c,                    \
+                                 const tnk_int *ldc);                                                        \
+  void tnk_blas_##t##gemm_pst(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,    \
+                              const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,  \
+                              const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc);                  \
+  tnk_gemm_copy tnk_blas_##t##gemm_copyan, tnk_blas_##t##gemm_copyat, tnk_blas_##t##gemm_copybn,             \
+      tnk_blas_##t##gemm_copybt;                                                                             \
+  tnk_gemm_kernel tnk_blas_##t##gemm_ker0, tnk_blas_##t##gemm_kernel_0, tnk_blas_##t##gemm_kernel_0_b0,      \
+      tnk_blas_##t##gemm_ker0_pst;
+
+TNK_GEMM_FAMILY(s, float)
+TNK_GEMM_FAMILY(d, double)
+TNK_GEMM_FAMILY(c, tnk_complex8)
+TNK_GEMM_FAMILY(z, tnk_complex16)
+#undef TNK_GEMM_FAMILY
+
+tnk_gemm_copy_ext tnk_blas_sgemm_copya_ext, tnk_blas_sgemm_copyb_ext, tnk_blas_dgemm_copya_ext,
+    tnk_blas_dgemm_copyb_ext;
+tnk_gemm_copy tnk_blas_cgemm_copyac, tnk_blas_cgemm_copybc, tnk_blas_zgemm_copyac, tnk_blas_zgemm_copybc;
+
+/* Names that other processor classes fill; here a call returns at once with no effect, whatever its arguments. */
+void tnk_blas_xdgemm_1(void);
+void tnk_blas_xdgemm0_1_brc(void);
+void tnk_blas_xdgemm0_brc(void);
+void tnk_blas_xdgemm1_1_brc(void);
+void tnk_blas_xsgemm0_brc(void);
+void tnk_blas_dgemm_blk_info_0_brc(void);
+void tnk_blas_dgemm_blk_info_1_brc(void);
+void tnk_blas_dgemm_mscale_brc(void);
+#define TNK_GEMM_EMPTY(t)                                                                                    \
+  void tnk_blas_##t##gemm_copyan_htn(void);                                                                  \
+  void tnk_blas_##t##gemm_copyat_htn(void);                                                                  \
+  void tnk_blas_##t##gemm_copybn_htn(void);                                                                  \
+  void tnk_blas_##t##gemm_copybt_htn(void);
+#define TNK_GEMM_EMPTY_COMPLEX(t)                                                                            \
+  TNK_GEMM_EMPTY(t)                                                                                          \
+  void tnk_blas_##t##gemm_copyac_htn(void);                                                                  \
+  void tnk_blas_##t##gemm_copybc_htn(void);                                                                  \
+  void tnk_blas_##t##gemm_getbufs(void);                                                                     \
+  void tnk_blas_##t##gemm_freebufs(void);
+TNK_GEMM_EMPTY(s)
+TNK_GEMM_EMPTY(d)
+TNK_GEMM_EMPTY_COMPLEX(c)
+TNK_GEMM_EMPTY_COMPLEX(z)
+#undef TNK_GEMM_EMPTY
+#undef TNK_GEMM_EMPTY_COMPLEX
+
+TNK_END_DECLS
+
+#endif

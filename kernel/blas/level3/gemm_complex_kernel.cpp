@@ -1,0 +1,325 @@
+// Block kernels of the complex matrix product on packed panels (tile.h has their layout).
+//
+// A product of two complex numbers is four real ones. A tile keeps the sums of re*re, re*im, im*re and im*im apart, each
+// over the steps of k from the first to the last, and combines them once at its end: real part (re*re) - (im*im),
+// imaginary part (re*im) + (im*re), then C plus that. Whole tiles, column remainders and the edge kernel all form an
+// element in this way, so its bits do not depend on where the tiles are cut.
+//
+// A is broadcast from memory, B is loaded whole: a step is 8 multiplications, 8 additions and 6 loads. (In single complex
+// the first tile on a panel of B shuffles in place of the sixth load.) With two loads a cycle this is bound by the
+// arithmetic alone. Permuting whole vectors instead costs 2 or 3 shuffles a step: 0.6 to 0.7 cycles of 4.6 where shuffles
+// share their ports with the arithmetic. Processors with one port for each operation need 8 cycles for either form, and
+// these loads fill half of their load ports.
+#include "kernel/blas/level3/ker0.h"
+
+namespace tnk {
+namespace {
+
+#define TNK_INLINE inline __attribute__((always_inline))
+
+// ---- Vectors --------------------------------------------------------------------------------------------------
+
+// Two neighbours, over and over.
+TNK_INLINE void splat_pair(const float *p, f32x8 &v) {
+  v = _mm256_castpd_ps(_mm256_set1_pd(get(reinterpret_cast<const double *>(p))));
+}
+TNK_INLINE void splat_pair(const float *p, f32x4 &v) {
+  v = _mm_castpd_ps(_mm_set1_pd(get(reinterpret_cast<const double *>(p))));
+}
+
+// a0 a2 b1 b3, and a2 a0 b3 b1, in each half.
+TNK_INLINE f32x8 evens_odds(f32x8 a, f32x8 b) {
+  return _mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 2, 0));
+}
+TNK_INLINE f32x4 evens_odds(f32x4 a, f32x4 b) {
+  return _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 2, 0));
+}
+TNK_INLINE f32x8 evens_odds_back(f32x8 a, f32x8 b) {
+  return _mm256_shuffle_ps(a, b, _MM_SHUFFLE(1, 3, 0, 2));
+}
+TNK_INLINE f32x4 evens_odds_back(f32x4 a, f32x4 b) {
+  return _mm_shuffle_ps(a, b, _MM_SHUFFLE(1, 3, 0, 2));
+}
+
+TNK_INLINE f32x8 join_low(f32x8 a, f32x8 b) {
+  return _mm256_permute2f128_ps(a, b, 0x20);
+}
+TNK_INLINE f64x4 join_low(f64x4 a, f64x4 b) {
+  return _mm256_permute2f128_pd(a, b, 0x20);
+}
+TNK_INLINE f32x8 join_high(f32x8 a, f32x8 b) {
+  return _mm256_permute2f128_ps(a, b, 0x31);
+}
+TNK_INLINE f64x4 join_high(f64x4 a, f64x4 b) {
+  return _mm256_permute2f128_pd(a, b, 0x31);
+}
+
+// ---- A tile -----------------------------------------------------------------------------------------------------
+
+// The sums of one group of rows: its real and its imaginary parts times two vectors of B. A group is two rows in single
+// complex and one in double.
+template <class V> struct sums { V re0{}, re1{}, im0{}, im1{}; };
+
+// A sum passes through a register each time: left to itself, the compiler collects the products of many steps before it adds
+// them, in more vectors than there are registers.
+template <class V> TNK_INLINE void add_products(sums<V> &s, V re, V im, V b0, V b1) {
+  s.re0 = in_register(s.re0 + re * b0);
+  s.re1 = in_register(s.re1 + re * b1);
+  s.im0 = in_register(s.im0 + im * b0);
+  s.im1 = in_register(s.im1 + im * b1);
+}
+
+template <class V> TNK_INLINE void put_sum(void *c, V sum, bool add) {
+  storeu(c, add ? loadu<V>(c) + sum : sum);
+}
+
+// Where single complex has its second vector of B from: a shuffle, a shuffle whose result is kept for the next tiles on
+// the same panel, or what was kept. A shuffle takes a slot of the arithmetic, a load does not.
+enum class second { shuffled, shuffled_and_kept, loaded };
+
+// The form of a tile in each type: step() takes one step of k, finish() adds the sums to columns of C. Rows below the
+// tile's own are those of an edge, Columns below it those of a remainder.
+template <class T, int Rows, int Columns> struct tile;
+
+// Single complex. One vector of B has the four columns, a second the same with the columns of each pair exchanged;
+// two rows of A are broadcast at once. Sums at hand in a half, rows 0 and 1, columns 0 and 1:
+//   re0:  re0*re0 re1*re1 re0*im0 re1*im1     re1:  re0*re1 re1*re0 re0*im1 re1*im0     (im0, im1 alike)
+template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
+  using vector = std::conditional_t<(Columns > 2), f32x8, f32x4>;
+  static constexpr int a_step = 8, b_step = 8;
+  sums<vector> upper, lower;
+
+  static TNK_INLINE void add_pair(sums<vector> &s, const float *a, vector b0, vector b1) {
+    vector re, im;
+    splat_pair(a, re);
+    splat_pair(a + 2, im);
+    add_products(s, re, im, b0, b1);
+  }
+  // The lane of the second row holds no row and is not read. What its products with b1 would be stands in those with b0.
+  static TNK_INLINE void add_single(sums<vector> &s, const float *a, vector b0) {
+    s.re0 = in_register(s.re0 + splat<vector>(a[0]) * b0);
+    s.im0 = in_register(s.im0 + splat<vector>(a[2]) * b0);
+  }
+
+  template <second How> TNK_INLINE void step(const float *a, const float *b, float *kept) {
+    const vector b0 = loadu<vector>(b);
+    const vector b1 = How == second::loaded ? loadu<vector>(kept) : swap_neighbours(b0);
+    if constexpr (How == second::shuffled_and_kept) storeu(kept, b1);
+    if constexpr (Rows >= 2)
+      add_pair(upper, a, b0, b1);
+    else
+      add_single(upper, a, b0);
+    if constexpr (Rows == 4)
+      add_pair(lower, a + 4, b0, b1);
+    else if constexpr (Rows == 3)
+      add_single(lower, a + 4, b0);
+  }
+
+  // Columns 0 and 2, or 1 and 3, of a group: re im of its first row, re im of its second.
+  static TNK_INLINE vector even_columns(const sums<vector> &s) {
+    return addsub(evens_odds(s.re0, s.re1), evens_odds_back(s.im0, s.im1));
+  }
+  static TNK_INLINE vector odd_columns(const sums<vector> &s) {
+    return addsub(evens_odds(s.re1, s.re0), evens_odds_back(s.im1, s.im0));
+  }
+
+  static TNK_INLINE void put_single(tnk_complex8 *c, f32x4 sum, bool add) {
+    const f32x4 old =
+        add ? f32x4(_mm_castpd_ps(_mm_set_sd(get(reinterpret_cast<const double *>(c))))) : f32x4{};
+    sum = add ? old + sum : sum;
+    put(reinterpret_cast<double *>(c), _mm_castps_pd(sum)[0]);
+  }
+  static TNK_INLINE void put_column(tnk_complex8 *c, f32x4 rows01, f32x4 rows23, bool add) {
+    if constexpr (Rows >= 2)
+      put_sum(c, rows01, add);
+    else
+      put_single(c, rows01, add);
+    if constexpr (Rows == 4)
+      put_sum(c + 2, rows23, add);
+    else if constexpr (Rows == 3)
+      put_single(c + 2, rows23, add);
+  }
+
+  TNK_INLINE void finish(tnk_complex8 *c, tnk_int ldc, bool add) {
+    if constexpr (Rows == 1) {
+      upper.re1 = swap_neighbours(upper.re0);
+      upper.im1 = swap_neighbours(upper.im0);
+    }
+    if constexpr (Rows == 3) {
+      lower.re1 = swap_neighbours(lower.re0);
+      lower.im1 = swap_neighbours(lower.im0);
+    }
+    const vector up02 = even_columns(upper), up13 = odd_columns(upper);
+    const vector low02 = even_columns(lower), low13 = odd_columns(lower);
+    if constexpr (Columns <= 2) {
+      put_column(c, up02, low02, add);
+      if constexpr (Columns == 2) put_column(c + ldc, up13, low13, add);
+    } else if constexpr (Rows == 4) {
+      put_sum(c, join_low(up02, low02), add);
+      put_sum(c + ldc, join_low(up13, low13), add);
+      put_sum(c + 2 * ldc, join_high(up02, low02), add);
+      if constexpr (Columns == 4) put_sum(c + 3 * ldc, join_high(up13, low13), add);
+    } else {
+      put_column(c, low_half(up02), low_half(low02), add);
+      put_column(c + ldc, low_half(up13), low_half(low13), add);
+      put_column(c + 2 * ldc, high_half(up02), high_half(low02), add);
+      if constexpr (Columns == 4) put_column(c + 3 * ldc, high_half(up13), high_half(low13), add);
+    }
+  }
+};
+
+// Double complex. Two vectors of B have two columns each, re re im im; one part of one row of A is broadcast.
+template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
+  static constexpr int a_step = 4, b_step = 8;
+  sums<f64x4> upper, lower;
+
+  static TNK_INLINE void add_row(sums<f64x4> &s, const double *a, f64x4 b0, f64x4 b1) {
+    const f64x4 re = splat<f64x4>(a[0]), im = splat<f64x4>(a[2]);
+    if constexpr (Columns > 2) {
+      add_products(s, re, im, b0, b1);
+    } else {
+      s.re0 = in_register(s.re0 + re * b0);
+      s.im0 = in_register(s.im0 + im * b0);
+    }
+  }
+  template <second> TNK_INLINE void step(const double *a, const double *b, double *) {
+    const f64x4 b0 = loadu<f64x4>(b), b1 = Columns > 2 ? loadu<f64x4>(b + 4) : f64x4{};
+    add_row(upper, a, b0, b1);
+    if constexpr (Rows == 2) add_row(lower, a + 1, b0, b1);
+  }
+
+  // Two columns: from the products with a pair of B.
+  static TNK_INLINE void put_columns(tnk_complex16 *c, tnk_int ldc, bool two, f64x4 up_re, f64x4 up_im,
+                                     f64x4 low_re, f64x4 low_im, bool add) {
+    if constexpr (Rows == 2) {
+      const f64x4 re = join_low(up_re, low_re) - join_high(up_im, low_im);
+      const f64x4 im = join_high(up_re, low_re) + join_low(up_im, low_im);
+      put_sum(c, f64x4(_mm256_unpacklo_pd(re, im)), add);
+      if (two) put_sum(c + ldc, f64x4(_mm256_unpackhi_pd(re, im)), add);
+    } else {
+      const f64x2 re = low_half(up_re) - high_half(up_im), im = high_half(up_re) + low_half(up_im);
+      put_sum(c, f64x2(_mm_unpacklo_pd(re, im)), add);
+      if (two) put_sum(c + ldc, f64x2(_mm_unpackhi_pd(re, im)), add);
+    }
+  }
+  TNK_INLINE void finish(tnk_complex16 *c, tnk_int ldc, bool add) {
+    put_columns(c, ldc, Columns > 1, upper.re0, upper.im0, lower.re0, lower.im0, add);
+    if constexpr (Columns > 2)
+      put_columns(c + 2 * ldc, ldc, Columns > 3, upper.re1, upper.im1, lower.re1, lower.im1, add);
+  }
+};
+
+// ---- A block ------------------------------------------------------------------------------------------------------
+
+// Ahead of the read pointers, in bytes: A comes from the second level, B stays in the first.
+constexpr int a_ahead = 1536, b_ahead = 128;
+
+TNK_INLINE void prefetch(const void *p) {
+  _mm_prefetch(static_cast<const char *>(p), _MM_HINT_T0);
+}
+
+template <class T, int Rows, int Columns, second How = second::shuffled>
+TNK_INLINE void one_tile(tnk_int k, const T *panel_a, const T *panel_b, T *c, tnk_int ldc, bool add,
+                         real_of<T> *kept = nullptr) {
+  using form = tile<T, Rows, Columns>;
+  using real = real_of<T>;
+  const real *a = reinterpret_cast<const real *>(panel_a), *b = reinterpret_cast<const real *>(panel_b);
+  for (int j = 0; j < Columns; ++j) prefetch(reinterpret_cast<const char *>(c + j * ldc) + 32);
+  form t;
+  const auto at = [&](int s) { return How == second::shuffled ? nullptr : kept + s * form::b_step; };
+  const char *ahead = reinterpret_cast<const char *>(a) + a_ahead;
+  for (tnk_int passes = k / 8; passes > 0; --passes) {
+#pragma GCC unroll 8
+    for (int s = 0; s < 8; ++s) {
+      if (s * form::a_step * sizeof(real) % 64 == 0) prefetch(ahead + s * form::a_step * sizeof(real));
+      if (s * form::b_step * sizeof(real) % 64 == 0)
+        prefetch(reinterpret_cast<const char *>(b + s * form::b_step) + b_ahead);
+      t.template step<How>(a + s * form::a_step, b + s * form::b_step, at(s));
+    }
+    a += 8 * form::a_step;
+    ahead += 8 * form::a_step * sizeof(real);
+    asm("" : "+r"(ahead)); // a pointer of its own: loads by this one would all need long displacements
+    b += 8 * form::b_step;
+    if constexpr (How != second::shuffled) kept += 8 * form::b_step;
+  }
+  if (k & 4) {
+#pragma GCC unroll 4
+    for (int s = 0; s < 4; ++s) t.template step<How>(a + s * form::a_step, b + s * form::b_step, at(s));
+  }
+  t.finish(c, ldc, add);
+}
+
+// The shape of a block: sizes in elements of T.
+struct block_shape {
+  tnk_int m, n, k, a_stride, b_stride, ldc;
+};
+
+// One panel of B with all of A.
+template <class T, int Rows, int Columns>
+void panel(const block_shape &s, const T *a, const T *b, T *c, bool add) {
+  const tnk_int k = s.k, a_stride = s.a_stride, ldc = s.ldc;
+  tnk_int i = 0;
+  if constexpr (Rows == 4 && Columns == 4) {
+    constexpr int most = 256; // steps: the longest block that a driver chooses
+    alignas(64) float kept[most * tile<T, Rows, Columns>::b_step];
+    if (k <= most && s.m >= 2 * Rows) {
+      one_tile<T, Rows, Columns, second::shuffled_and_kept>(k, a, b, c, ldc, add, kept);
+      for (i += Rows, a += a_stride; i < s.m; i += Rows, a += a_stride)
+        one_tile<T, Rows, Columns, second::loaded>(k, a, b, c + i, ldc, add, kept);
+    }
+  }
+  for (; i < s.m; i += Rows, a += a_stride) one_tile<T, Rows, Columns>(k, a, b, c + i, ldc, add);
+}
+
+template <class T, int Rows> void block(const block_shape &s, const T *a, const T *b, T *c, bool add) {
+  static_assert(gemm_tile<T>::nr == 4, "column remainders are 1 to 3");
+  for (tnk_int j = 0; j + 4 <= s.n; j += 4, b += s.b_stride) panel<T, Rows, 4>(s, a, b, c + j * s.ldc, add);
+  c += s.n / 4 * 4 * s.ldc;
+  switch (s.n % 4) {
+  case 3:
+    return panel<T, Rows, 3>(s, a, b, c, add);
+  case 2:
+    return panel<T, Rows, 2>(s, a, b, c, add);
+  case 1:
+    return panel<T, Rows, 1>(s, a, b, c, add);
+  }
+}
+
+// The rows of an edge, 1 to mr - 1.
+template <class T> void edge(const block_shape &s, const T *a, const T *b, T *c, bool add) {
+  if (s.m == 1) return block<T, 1>(s, a, b, c, add);
+  if constexpr (gemm_tile<T>::mr == 4) {
+    if (s.m == 2) return block<T, 2>(s, a, b, c, add);
+    if (s.m == 3) return block<T, 3>(s, a, b, c, add);
+  }
+}
+
+} // namespace
+} // namespace tnk
+
+// transa, transb, alpha, work and mode are nothing to these kernels: both operands are packed.
+#define TNK_GEMM_KERNEL(name, T, function, add)                                                              \
+  extern "C" void name(const char *, const char *, const tnk_int *m, const tnk_int *n, const tnk_int *k,     \
+                       const void *, const void *a, const tnk_gemm_panels *a_panels, const void *b,          \
+                       const tnk_gemm_panels *b_panels, [[maybe_unused]] const void *beta, void *c,          \
+                       const tnk_int *ldc, void *, int32_t) {                                                \
+    using namespace tnk;                                                                                     \
+    function({*m, *n, *k, a_panels->stride, b_panels->stride, *ldc}, static_cast<const T *>(a),              \
+             static_cast<const T *>(b), static_cast<T *>(c), add);                                           \
+  }
+#define TNK_GEMM_KERNELS(t, T)                                                                               \
+  TNK_GEMM_KERNEL(tnk_blas_##t##gemm_kernel_0, T, (block<T, gemm_tile<T>::mr>), true)                        \
+  TNK_GEMM_KERNEL(tnk_blas_##t##gemm_kernel_0_b0, T, (block<T, gemm_tile<T>::mr>), false)                    \
+  TNK_GEMM_KERNEL(tnk_blas_##t##gemm_ker0_pst, T, edge<T>, !is_zero(get(static_cast<const T *>(beta))))      \
+  extern "C" void tnk_blas_##t##gemm_ker0(const char *transa, const char *transb, const tnk_int *m,          \
+                                          const tnk_int *n, const tnk_int *k, const void *alpha,             \
+                                          const void *a, const tnk_gemm_panels *a_panels, const void *b,     \
+                                          const tnk_gemm_panels *b_panels, const void *beta, void *c,        \
+                                          const tnk_int *ldc, void *work, int32_t mode) {                    \
+    tnk::gemm_ker0<T>(tnk_blas_##t##gemm_kernel_0, tnk_blas_##t##gemm_kernel_0_b0,                           \
+                      tnk_blas_##t##gemm_ker0_pst, transa, transb, m, n, k, alpha, a, a_panels, b, b_panels, \
+                      beta, c, ldc, work, mode);                                                             \
+  }
+
+TNK_GEMM_KERNELS(c, tnk_complex8)
+TNK_GEMM_KERNELS(z, tnk_complex16)

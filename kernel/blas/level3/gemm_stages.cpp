@@ -1,0 +1,176 @@
+// The stages of the matrix product around its loops: the descriptor, the sizes of blocks, the buffers.
+#include "kernel/blas/level3/gemm.h"
+#include "kernel/frame/simd.h"
+#include <algorithm>
+#include <cstdint>
+#include <tnk/services.h>
+
+namespace tnk {
+namespace {
+
+// By vectors: for a record of this size the compiler would choose a string instruction, whose start alone takes as
+// long as packing a small matrix.
+void clear(tnk_gemm_descriptor *d) {
+  using V = f64x4;
+  constexpr std::size_t size = sizeof *d, step = sizeof(V);
+  static_assert(size >= step);
+  const V zero = in_register(V{});
+  auto *bytes = reinterpret_cast<char *>(d);
+  for (std::size_t i = 0; i + step <= size; i += step) storeu(bytes + i, zero);
+  storeu(bytes + size - step, zero);
+}
+
+int32_t load_row(const tnk_gemm_row *table, int32_t number, tnk_gemm_descriptor *d) {
+  if (number > 0) return 1;
+  const tnk_gemm_row &row = table[number];
+  d->kernel_index = number;
+  d->buffer_selector = static_cast<int32_t>(row.buffer_selector);
+  d->mr = row.mr, d->nr = row.nr, d->kr = row.kr;
+  d->tm = row.tm, d->tn = row.tn, d->tk = row.tk;
+  d->get_blks_size = row.get_blks_size;
+  d->get_bufs_size = row.get_bufs_size;
+  d->get_bufs = row.get_bufs;
+  for (int op = 0; op < 3; ++op) d->copya[op] = row.copya[op], d->copyb[op] = row.copyb[op];
+  d->copya_ext = row.copya_ext, d->copyb_ext = row.copyb_ext;
+  d->work_factor = static_cast<int32_t>(row.work_factor);
+  d->ker0 = row.ker0;
+  return 0;
+}
+
+// kb: 256 steps, but two equal blocks rather than a whole and a small one. mb: a packed block of A fills a sixth of the
+// cache. nb holds B's block far down the hierarchy and is chosen anew for every product; mb and kb may be preset.
+template <class T> void get_blks_size(tnk_int n, tnk_int k, tnk_gemm_descriptor *d) {
+  constexpr tnk_int steps = 256, least_steps = 128, most_columns = 5000;
+  if (d->kb == 0) {
+    if (k < steps)
+      d->kb = std::max(rounded_up(k, d->kr), least_steps);
+    else if (k > steps && k < 2 * steps)
+      d->kb = rounded_up(k / 2, d->kr);
+    else
+      d->kb = steps;
+  }
+  if (d->mb == 0) {
+    const tnk_int rows = tnk_serv_get_cache_size(0) / 6 / static_cast<tnk_int>(sizeof(T)) / steps;
+    d->mb = rounded_down(rows, d->mr);
+  }
+  d->nb = rounded_up(std::min(std::max(n, d->nr), most_columns), d->nr);
+}
+
+// Which buffers a mode has, in the order in which they are laid out.
+enum buffer { no_buffer, a_buffer, b_buffer, work_buffer };
+struct buffer_mode {
+  buffer order[3];
+  bool allocated;
+};
+constexpr int32_t first_mode = 100, last_mode = 106;
+constexpr buffer_mode modes[] = {{{a_buffer, work_buffer, b_buffer}, true},
+                                 {{a_buffer}, true},
+                                 {{b_buffer}, true},
+                                 {{a_buffer, b_buffer}, false},
+                                 {{work_buffer, b_buffer}, true},
+                                 {{a_buffer, work_buffer}, true},
+                                 {{work_buffer}, true}};
+constexpr int32_t clamped_sizes = 107, whole_sizes = 108;
+
+// A buffer holds its panels and this much more, in bytes.
+constexpr tnk_int beyond = 512;
+
+template <class T>
+int32_t get_bufs_size(int32_t mode, int32_t size_mode, tnk_int m, tnk_int n, tnk_int k,
+                      tnk_gemm_descriptor *d) {
+  if (mode < first_mode || mode > last_mode) return 1;
+  if (size_mode != clamped_sizes && size_mode != whole_sizes) return 1;
+  const auto block = [=](tnk_int size, tnk_int dimension, tnk_int unroll) {
+    return rounded_up(size_mode == clamped_sizes ? std::min(size, dimension) : size, unroll);
+  };
+  const tnk_int mb = block(d->mb, m, d->mr), nb = block(d->nb, n, d->nr), kb = block(d->kb, k, d->kr);
+  constexpr tnk_int element = sizeof(T), page = 12, cache_lines = 7;
+  for (const buffer which : modes[mode - first_mode].order) {
+    if (which == a_buffer)
+      d->a.stride = d->mr * kb, d->a.size = element * mb * kb + beyond, d->a.shift = page;
+    if (which == b_buffer)
+      d->b.stride = d->nr * kb, d->b.size = element * nb * kb + beyond, d->b.shift = page;
+    if (which == work_buffer)
+      d->work.size = element * kb * d->nr * d->work_factor + beyond, d->work.shift = cache_lines;
+  }
+  return 0;
+}
+
+// Addresses are numbers here: there may be no block to point into.
+int32_t get_bufs(int32_t mode, void **raw, tnk_gemm_descriptor *d) {
+  *raw = nullptr;
+  if (mode < first_mode || mode > last_mode || !modes[mode - first_mode].allocated) return 1;
+  struct place {
+    void **data;
+    tnk_int size, shift;
+  };
+  const auto place_of = [d](buffer which) -> place {
+    if (which == a_buffer) return {&d->a.data, d->a.size, d->a.shift};
+    if (which == b_buffer) return {&d->b.data, d->b.size, d->b.shift};
+    return {&d->work.data, d->work.size, d->work.shift};
+  };
+  const buffer_mode &buffers = modes[mode - first_mode];
+
+  tnk_int total = 0;
+  for (const buffer which : buffers.order)
+    if (which != no_buffer) total += place_of(which).size + (tnk_int{2} << place_of(which).shift);
+  *raw = tnk_serv_allocate(total, 128);
+
+  auto end = reinterpret_cast<std::uintptr_t>(*raw);
+  for (const buffer which : buffers.order) {
+    if (which == no_buffer) break;
+    const place next = place_of(which);
+    const std::uintptr_t unit = std::uintptr_t{1} << next.shift;
+    end = (end + unit - 1) & ~(unit - 1);
+    *next.data = reinterpret_cast<void *>(end);
+    end += static_cast<std::uintptr_t>(next.size);
+  }
+  return 0;
+}
+
+} // namespace
+} // namespace tnk
+
+using namespace tnk;
+
+#define STAGES(t, T)                                                                                         \
+  void tnk_blas_##t##gemm_zero_desc(tnk_gemm_descriptor *d) {                                                \
+    clear(d);                                                                                                \
+  }                                                                                                          \
+  void tnk_blas_##t##gemm_get_optimal_kernel(tnk_gemm_descriptor *d) {                                       \
+    load_row(avx_##t##_all_gemm_ker, avx_##t##_opt_gemm_ker, d);                                             \
+  }                                                                                                          \
+  int32_t tnk_blas_##t##gemm_get_kernel(int32_t row, tnk_gemm_descriptor *d) {                               \
+    return load_row(avx_##t##_all_gemm_ker, row, d);                                                         \
+  }                                                                                                          \
+  void tnk_blas_##t##gemm_num_kernels(int32_t *count) {                                                      \
+    *count = 1;                                                                                              \
+  }                                                                                                          \
+  int32_t tnk_blas_##t##gemm_get_kernel_version() {                                                          \
+    return 2;                                                                                                \
+  }                                                                                                          \
+  int32_t tnk_blas_##t##gemm_api_support() {                                                                 \
+    return 1;                                                                                                \
+  }                                                                                                          \
+  void tnk_blas_##t##gemm_get_blks_size(const tnk_int *, const tnk_int *n, const tnk_int *k,                 \
+                                        tnk_gemm_descriptor *d) {                                            \
+    get_blks_size<T>(*n, *k, d);                                                                             \
+  }                                                                                                          \
+  void tnk_blas_##t##gemm_set_blks_size(tnk_int mb, tnk_int nb, tnk_int kb, tnk_gemm_descriptor *d) {        \
+    d->mb = mb, d->nb = nb, d->kb = kb;                                                                      \
+  }                                                                                                          \
+  int32_t tnk_blas_##t##gemm_get_bufs_size(int32_t mode, int32_t size_mode, const tnk_int *m,                \
+                                           const tnk_int *n, const tnk_int *k, tnk_gemm_descriptor *d) {     \
+    return get_bufs_size<T>(mode, size_mode, *m, *n, *k, d);                                                 \
+  }                                                                                                          \
+  int32_t tnk_blas_##t##gemm_get_bufs(int32_t mode, void **raw, tnk_gemm_descriptor *d) {                    \
+    return get_bufs(mode, raw, d);                                                                           \
+  }                                                                                                          \
+  void tnk_blas_##t##gemm_free_bufs(void *raw) {                                                             \
+    tnk_serv_deallocate(raw);                                                                                \
+  }
+
+STAGES(s, float)
+STAGES(d, double)
+STAGES(c, tnk_complex8)
+STAGES(z, tnk_complex16)

@@ -1,0 +1,34 @@
+// The packed layouts of the matrix product, and the register tile that they serve.
+//
+// A block of mc rows by kc steps of A becomes panels of mr rows, a block of kc steps by nc columns of B
+// panels of nr columns. Panels stand at the stride of their record. Inside a panel, one step of k after the
+// other:
+//
+//   real A, mr = 4           step 0          step 1
+//                        | 0  1  2  3 |  4  5  6  7 | ...        cell: row of the panel, mr * step + row
+//
+//   real B, nr = 8       | 0  1  2  3  4  5  6  7 |  8 ...       cell: column of the panel, nr * step + column
+//
+//   complex, A and B     | re0 re1 im0 im1  re2 re3 im2 im3 | ...   pairs of rows (columns) by part
+//
+// Steps from kc up to the next multiple of 4 are zeros, in every panel and lane. The last panel of A, when mc
+// is no multiple of mr, holds only the rows that exist; the lanes above them are left as they were. What is
+// left of B after the full panels is, from 4 columns on, a group 4 wide in the same layout; 1 to 3 columns
+// after that are a group 4 wide with zeros above the real columns, which begins where the steps of the group
+// before it end. (With nr = 4 only the latter occurs.)
+//
+// Packing multiplies A by alpha and stores conjugates as 0 - im, so that kernels know neither.
+#pragma once
+
+#include <tnk/types.h>
+
+namespace tnk {
+
+// The tile of C that a micro-kernel holds in registers. kr: k is padded to a multiple of it.
+template <class T> struct gemm_tile;
+template <> struct gemm_tile<float> { static constexpr int mr = 8, nr = 8, kr = 4; };
+template <> struct gemm_tile<double> { static constexpr int mr = 4, nr = 8, kr = 4; };
+template <> struct gemm_tile<tnk_complex8> { static constexpr int mr = 4, nr = 4, kr = 4; };
+template <> struct gemm_tile<tnk_complex16> { static constexpr int mr = 2, nr = 4, kr = 4; };
+
+} // namespace tnk
