@@ -74,6 +74,7 @@ constexpr std::int32_t kept_alignment = 128;
 thread_local bool thread_ends = false; // trivial: may still be read when the slot is gone
 struct Slot {
   void *block = nullptr;
+  bool lent = false; // handed out and not come back to this thread: until then it asks for no other one
   ~Slot() {
     thread_ends = true;
     std::free(block);
@@ -91,18 +92,21 @@ void *allocate_scratch(const char *routine, std::int64_t size, std::int32_t alig
   const bool small =
       size >= 0 && size <= kept_size && alignment <= kept_alignment && is_power_of_two(alignment);
   if (!keeps_blocks || !small || thread_ends) return allocate(Family::scratch, routine, 2, size, alignment);
-  if (void *const block = slot.block) {
-    slot.block = nullptr;
-    return block;
-  }
-  return allocate(Family::scratch, routine, 2, kept_size, kept_alignment);
+  if (slot.lent) return allocate(Family::scratch, routine, 2, size, alignment);
+  void *block = slot.block;
+  slot.block = nullptr;
+  if (!block) block = allocate(Family::scratch, routine, 2, kept_size, kept_alignment);
+  slot.lent = block != nullptr;
+  return block;
 }
 
 void release_scratch(const char *routine, void *block) {
-  if (keeps_blocks && block && !thread_ends && !slot.block && can_be_kept(block))
+  if (keeps_blocks && block && !thread_ends && !slot.block && can_be_kept(block)) {
     slot.block = block;
-  else
+    slot.lent = false;
+  } else {
     release(Family::scratch, routine, block);
+  }
 }
 
 } // namespace

@@ -99,9 +99,10 @@ struct tnk_gemm_descriptor {
                            n < 1. beta = 0 stores without reading C. A and B are not read when alpha is zero or
                            k < 1. When no memory can be had the result is right, only slower.
    x?gemm_par              the same with a kernel version and a descriptor whose row is loaded; blocks that are 0 are
-                           chosen, other ones below 1 count as a tile, and the descriptor then holds those used. 0:
-                           done. 1: unknown version, with nothing done, or no memory for one that has no plain path;
-                           C is then scaled by beta and otherwise as it was.
+                           chosen, other ones below 1 count as a tile, and the descriptor then holds those chosen.
+                           Its buffer records are not touched. 0: done. 1: unknown version, with nothing done, or no
+                           memory for one that has no plain path; C is then scaled by beta (version 64: not) and
+                           otherwise as it was.
                              version        2            4         8          16         32         64
                              packs whole    blocks of    A         B          nothing    A          nothing
                                             A and B
@@ -129,8 +130,8 @@ struct tnk_gemm_descriptor {
    ?gemm_copya*, copyb*    pack a block of A times alpha, or of B, into panels; n as it is, t transposed, c (complex)
                            conjugate-transposed. No-op when a count is below 1. The layouts stand in
                            kernel/blas/level3/tile.h.
-   ?gemm_ker0              C := C + A B on packed operands (beta exactly 0: C := A B, C is not read). k is the padded count of
-                           steps; transa, transb and alpha are not used.
+   ?gemm_ker0              C := C + A B on packed operands (beta exactly 0: C := A B, C is not read). k is the padded
+                           count of steps; transa, transb and alpha are not used.
    ?gemm_kernel_0, _b0     its whole tiles: m a multiple of mr. beta is not read; _b0 stores without reading C.
    ?gemm_ker0_pst          its edge: m from 1 to mr - 1. */
 

@@ -15,7 +15,7 @@ TNK_BEGIN_DECLS
    TNK_CHECK_BLOCKS reports and stops the program when a block comes back through the wrong partner, comes back twice
    or never came from here, and fills new blocks with NaN. */
 
-/* Scratch memory for the length of one call. */
+/* Scratch memory for the length of one call. A thread keeps one block of 128 KB for its next call, until it ends. */
 void *tnk_serv_allocate(int64_t size, int32_t alignment);
 void tnk_serv_deallocate(void *block);
 

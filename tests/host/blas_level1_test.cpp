@@ -6,6 +6,7 @@
 #include <tnk/blas.h>
 #include <tnk/blas_level1.h>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/support/call.h"
@@ -116,13 +117,17 @@ TEST(PublicLevel1, GoodCallsReachTheirKernels) {
   EXPECT_EQ(errors.last().count, 0);
 }
 
-// The largest increments that pass are those that a single element, or no second step, makes harmless.
-TEST(PublicLevel1, AnyIncrementWillDoForOneElement) {
+// The largest that pass. An alpha of 0 keeps the kernel from walking them; one element takes no step.
+TEST(PublicLevel1, LimitsThemselvesAreNoErrors) {
   ErrorRecorder errors;
+  const double zero = 0, x = 5;
+  double y = 0;
+  const tnk_int most = INT64_MAX / 8, span = (most - 1) / 2;
+  for (const auto &[n, inc] : {std::pair{most, tnk_int{1}}, {3, span}, {3, -span}})
+    tnk_blas_daxpy(&n, &zero, &x, &inc, &y, &inc);
   for (const tnk_int inc : {INT64_MIN, INT64_MAX, tnk_int{0}, tnk_int{-1}}) {
     const tnk_int n = 1;
-    const double x = 5;
-    double y = 0;
+    y = 0;
     tnk_blas_dcopy(&n, &x, &inc, &y, &inc);
     EXPECT_EQ(y, 5) << inc;
   }

@@ -8,21 +8,20 @@ namespace {
 // beta is spent first, so every later stage adds to C.
 template <class T>
 void gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n, const tnk_int *k,
-          const T *alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,
+          T alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, T beta, T *c,
           const tnk_int *ldc) {
   using stage = gemm_entries<T>;
-  if (*m <= 0 || *n <= 0) return;
   tnk_gemm_descriptor descriptor;
   stage::zero_desc(&descriptor);
   stage::get_optimal_kernel(&descriptor);
-  if (!is_one(get(beta))) stage::mscale(m, n, beta, c, ldc);
-  if (is_zero(get(alpha))) return;
+  if (!is_one(beta)) stage::mscale(m, n, &beta, c, ldc);
+  if (is_zero(alpha)) return;
   if (*m < descriptor.mr || *n < descriptor.nr || *k < descriptor.kr) {
-    stage::pst(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one<T>, c, ldc);
+    stage::pst(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc);
     return;
   }
   descriptor.get_blks_size(m, n, k, &descriptor);
-  stage::par(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one<T>, c, ldc, stage::get_kernel_version(),
+  stage::par(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc, stage::get_kernel_version(),
              &descriptor);
 }
 
@@ -33,7 +32,8 @@ void gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_in
   void tnk_blas_x##t##gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,       \
                            const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,     \
                            const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {                    \
-    tnk::gemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                 \
+    if (*m <= 0 || *n <= 0) return;                                                                          \
+    tnk::gemm(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c, ldc);             \
   }
 ENTRY(s, float)
 ENTRY(d, double)

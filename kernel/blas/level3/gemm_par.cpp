@@ -140,8 +140,8 @@ void raise_to_tile(tnk_gemm_descriptor *d) {
 
 template <class T>
 int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n, const tnk_int *k,
-            const T *alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta,
-            T *c, const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *d) {
+            T alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, T beta, T *c,
+            const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *d) {
   using stage = gemm_entries<T>;
   constexpr int32_t done = 0, failed = 1;
   int32_t buffers;
@@ -166,29 +166,31 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
 
   const bool spends_beta = version != 64;
   if (spends_beta) {
-    if (!is_one(get(beta))) stage::mscale(m, n, beta, c, ldc);
-    if (is_zero(get(alpha))) return done;
-  } else if (*k < 1 && is_zero(get(beta))) {
-    stage::mscale(m, n, beta, c, ldc); // the sum of no products, stored
+    if (!is_one(beta)) stage::mscale(m, n, &beta, c, ldc);
+    if (is_zero(alpha)) return done;
+  } else if (*k < 1 && is_zero(beta)) {
+    stage::mscale(m, n, &beta, c, ldc); // the sum of no products, stored
   }
   if (*m < 1 || *n < 1 || *k < 1) return done;
 
   if (d->mb == 0 || d->nb == 0 || d->kb == 0) d->get_blks_size(m, n, k, d);
   raise_to_tile(d);
   const auto plainly = [&] {
-    stage::pst(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one<T>, c, ldc);
+    stage::pst(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc);
     return done;
   };
   if (version == 2 && (*m < d->tm || *n < d->tn || *k < d->tk)) return plainly();
 
+  // The caller's descriptor may hold buffers of its own: this product's go into a copy.
+  tnk_gemm_descriptor own = *d;
   const bool one_k_block = version != 2 && version != 4;
-  if (one_k_block) d->kb = rounded_up(*k, d->kr);
+  if (one_k_block) own.kb = rounded_up(*k, own.kr);
   void *raw;
-  if (d->get_bufs_size(buffers, clamped_sizes, m, n, k, d) != 0 || d->get_bufs(buffers, &raw, d) != 0)
+  if (own.get_bufs_size(buffers, clamped_sizes, m, n, k, &own) != 0 || own.get_bufs(buffers, &raw, &own) != 0)
     return failed;
   if (tnk_serv_check_ptr(raw, "xgemm") != 0) return one_k_block ? failed : plainly();
 
-  const product<T> p{transa, transb, *m, *n, *k, alpha, a, *lda, b, *ldb, c, ldc, d};
+  const product<T> p{transa, transb, *m, *n, *k, &alpha, a, *lda, b, *ldb, c, ldc, &own};
   switch (version) {
   case 2:
     with_both_packed(p);
@@ -200,14 +202,14 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
     with_b_packed(p);
     break;
   case 16:
-    in_blocks(*n, d->nb,
+    in_blocks(*n, own.nb,
               [&](tnk_int j, tnk_int columns) { with_none_packed(p, j, columns, other_mode, &one<T>); });
     break;
   case 32:
     with_rows_of_a_packed(p);
     break;
   case 64:
-    with_none_packed(p, 0, *n, plain_mode, beta);
+    with_none_packed(p, 0, *n, plain_mode, &beta);
     break;
   }
   stage::free_bufs(raw);
@@ -222,7 +224,8 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
                                   const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,            \
                                   const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,   \
                                   const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *d) {             \
-    return tnk::par(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, version, d);               \
+    return tnk::par(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c, ldc,        \
+                    version, d);                                                                             \
   }
 ENTRY(s, float)
 ENTRY(d, double)

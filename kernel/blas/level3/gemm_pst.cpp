@@ -61,9 +61,9 @@ template <class T> struct outer_operands {
   tnk_int k;
 };
 
-// A tile of Vectors vectors by Columns columns; a single vector has the rows of a mask. Steps are taken in fours, each four summed on its own: the chain of
-// sums that a narrow tile waits for is a quarter as long. Complex sums are held as two vectors: x times the real
-// parts of y and x times the imaginary parts. conj(x) y is had as conj(x conj(y)).
+// A tile of Vectors vectors by Columns columns; a single vector has the rows of a mask. Steps are taken in fours, each
+// four summed on its own: the chain of sums that a narrow tile waits for is a quarter as long. Complex sums are held as
+// two vectors: x times the real parts of y and x times the imaginary parts. conj(x) y is had as conj(x conj(y)).
 template <int Vectors, int Columns, bool ConjX, bool ConjY, class T>
 void outer_tile(const outer_operands<T> &p, tnk_int row, tnk_int column, tnk_int rows, const update<T> &to) {
   using V = vec<real_of<T>>;

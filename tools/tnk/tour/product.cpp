@@ -22,7 +22,7 @@ constexpr tnk_int one = 1;
 constexpr double roundoff = std::numeric_limits<double>::epsilon() / 2;
 constexpr std::size_t kept = 3; // components that rebuild the mountain
 constexpr std::size_t tracked =
-    8; // that the iteration carries: more than are kept, so that these settle soon
+    8; // those that the iteration carries: with more than are kept, these settle soon
 constexpr std::size_t large = 800; // order of the product that is timed
 constexpr double spacing = 10;     // metres from one grid point to the next
 
