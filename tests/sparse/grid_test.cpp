@@ -139,6 +139,15 @@ public:
   Operand(tnk_int size, tnk_int sides, bool by_rows, tnk_int spare, std::size_t shift)
       : size_(size), sides_(sides), by_rows_(by_rows), ld_((by_rows ? sides : size) + spare),
         memory_(by_rows ? size * ld_ : sides * ld_, shift) {}
+  Operand(const Operand &other)
+      : size_(other.size_), sides_(other.sides_), by_rows_(other.by_rows_), ld_(other.ld_),
+        memory_(other.memory_.size()) {
+    *this = other;
+  }
+  Operand &operator=(const Operand &other) {
+    std::memcpy(data(), other.data(), memory_.size() * sizeof(T));
+    return *this;
+  }
 
   tnk_int ld() const { return ld_; }
   T *data() { return memory_.data(); }
