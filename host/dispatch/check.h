@@ -54,6 +54,23 @@ public:
     return refuse_letter(position, name, *value, letters);
   }
 
+  // A number that `good` speaks for.
+  bool number(int position, const char *name, tnk_int value, bool good, const char *expected) const {
+    return __builtin_expect(good, 1) || refuse_number(position, name, value, expected);
+  }
+  bool range(int position, const char *name, tnk_int value, tnk_int low, tnk_int high) const {
+    return __builtin_expect(value >= low && value <= high, 1) ||
+           refuse_range(position, name, value, low, high);
+  }
+  // Element `index` of an array.
+  bool element(int position, const char *array, tnk_int index, tnk_int value, tnk_int low,
+               tnk_int high) const {
+    if (__builtin_expect(value >= low && value <= high, 1)) return true;
+    Text name;
+    TextWriter(name, sizeof name).add(array).add("[").add(index).add("]");
+    return refuse_range(position, name, value, low, high);
+  }
+
   // The leading dimension of a matrix stored by columns of `rows` elements.
   bool leading_dimension(int position, const char *name, const tnk_int *value, tnk_int rows) const {
     if (!address(position, name, value)) return false;

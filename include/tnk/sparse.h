@@ -1,0 +1,110 @@
+/* Products with sparse matrices: checked, cut into pieces for several threads, then run by the kernels of
+   tnk/spblas_grid.h. Link with -ltnk_host.
+
+     tnk_sparse_?mv    y := alpha op(A) x + beta y
+     tnk_sparse_?mm    C := alpha op(A) B + beta C, with nrhs columns in B and C
+
+   in the types s float, d double, c and z complex of these. op, in either case: 'N' A, 'T' its transpose, 'C' its
+   conjugate transpose, in the real types the same as 'T'. Every kind of matrix takes each op, in both storages. */
+#ifndef TNK_SPARSE_H
+#define TNK_SPARSE_H
+
+#include <tnk/types.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Matrices ------------------------------------------------------------------------------------------------- */
+
+enum tnk_sparse_storage {
+  TNK_SPARSE_CSR, /* compressed rows */
+  TNK_SPARSE_COO  /* coordinate triples, in any order */
+};
+
+/* Entries as they are stored; what they mean is the descriptor's. Entries of a row need no order, and those of one
+   place add up. Row i (from 0) of a CSR matrix has the entries row_start[i] - row_start[0] and up to, not including,
+   row_end[i] - row_start[0] of values and col_index, whatever row_start[0] is; with rows one after another row_end is
+   row_start + 1. */
+typedef struct tnk_sparse_matrix {
+  enum tnk_sparse_storage storage;
+  tnk_int m, n;             /* rows and columns */
+  tnk_int nnz;              /* elements of values and of the index arrays */
+  const void *values;       /* of the element type of the routine */
+  const tnk_int *col_index; /* from the descriptor's base */
+  const tnk_int *row_index; /* COO, from the base */
+  const tnk_int *row_start; /* CSR, m elements */
+  const tnk_int *row_end;   /* CSR, m elements */
+} tnk_sparse_matrix;
+
+/* All kinds but the general one are square. Those with a triangle take their entries from it alone, the other
+   triangle following from it or being zero: entries stored there do not count, except that in triangular and skew
+   matrices and those with a unit diagonal a non-finite one may bring NaN into the row. */
+enum tnk_sparse_kind {
+  TNK_SPARSE_GENERAL,
+  TNK_SPARSE_SYMMETRIC,
+  TNK_SPARSE_HERMITIAN, /* complex types only; the diagonal is taken as stored, its imaginary parts too */
+  TNK_SPARSE_TRIANGULAR,
+  TNK_SPARSE_DIAGONAL, /* only the diagonal counts */
+  TNK_SPARSE_SKEW      /* minus its transpose; a stored diagonal does not count */
+};
+enum tnk_sparse_triangle { TNK_SPARSE_LOWER, TNK_SPARSE_UPPER };
+enum tnk_sparse_diagonal {
+  TNK_SPARSE_NONUNIT,
+  TNK_SPARSE_UNIT /* ones, whatever is stored */
+};
+
+/* All zero: a general matrix with numbers from 0 and dense operands by rows, not checked. */
+typedef struct tnk_sparse_descriptor {
+  enum tnk_sparse_kind kind;
+  enum tnk_sparse_triangle triangle; /* not looked at in general and diagonal matrices */
+  enum tnk_sparse_diagonal diagonal; /* not looked at in general and skew matrices */
+  /* Of row and column numbers: 0, with B and C by rows (element (i, j), from 0, at i * ld + j), or 1, with B and C by
+     columns (at i + j * ld). */
+  int32_t base;
+  int32_t check; /* not 0: each product runs tnk_sparse_check first */
+} tnk_sparse_descriptor;
+
+/* ---- Products -------------------------------------------------------------------------------------------------
+   A zero beta stores over what y or C holds, NaN included; a zero alpha leaves A, x and B unread. x or B must not
+   overlap y or C.
+
+   Bad arguments are reported through the error handler (tnk/host.h), the first of the list only, and nothing is
+   touched: null addresses of arrays that have elements, negative sizes, letters and enumerators that are none, a
+   matrix that is not square but of a kind that is, the Hermitian kind in a real type, leading dimensions that are too
+   small. Indices are trusted unless the descriptor's `check` is set; one that is out of range then counts among these.
+
+   Threads, as many as tnk/host.h says: mm gives each a range of right-hand sides; mv one of rows with about as many
+   entries each, or of stored entries in COO matrices. Where a row also adds to other elements than its own
+   (transposed general, symmetric, Hermitian and skew matrices, and COO), all threads but one add into a vector of
+   their own, and these are added up afterwards. So there the order of sums, and with it the last bits of y, depend on
+   the number of threads; everywhere else the result has the same bits for every number. Not spread: small jobs; mv of
+   diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal.
+   When there is no memory for the vectors of their own, one thread does all. */
+
+enum tnk_sparse_status {
+  TNK_SPARSE_OK = 0,
+  TNK_SPARSE_BAD_ARGUMENT = 1, /* reported; nothing was touched */
+  TNK_SPARSE_NO_KERNEL = 2     /* no kernel library, or it lacks an entry; reported, nothing was touched */
+};
+
+#define TNK_SPARSE_PRODUCTS(t, T)                                                                            \
+  enum tnk_sparse_status tnk_sparse_##t##mv(char op, const T *alpha, const tnk_sparse_matrix *matrix,        \
+                                            const tnk_sparse_descriptor *descriptor, const T *x,             \
+                                            const T *beta, T *y);                                            \
+  enum tnk_sparse_status tnk_sparse_##t##mm(char op, const T *alpha, const tnk_sparse_matrix *matrix,        \
+                                            const tnk_sparse_descriptor *descriptor, tnk_int nrhs,           \
+                                            const T *b, tnk_int ldb, const T *beta, T *c, tnk_int ldc);
+
+TNK_SPARSE_PRODUCTS(s, float)
+TNK_SPARSE_PRODUCTS(d, double)
+TNK_SPARSE_PRODUCTS(c, tnk_complex8)
+TNK_SPARSE_PRODUCTS(z, tnk_complex16)
+#undef TNK_SPARSE_PRODUCTS
+
+/* Looks at every index: row pointers inside of the nnz entries and not decreasing within a row, row and column
+   numbers inside of the matrix. Reports the first that is not, with its place in the array counted from 0. */
+enum tnk_sparse_status tnk_sparse_check(const tnk_sparse_matrix *matrix,
+                                        const tnk_sparse_descriptor *descriptor);
+
+TNK_END_DECLS
+
+#endif
