@@ -133,6 +133,7 @@ int run(const Options &options, std::vector<char *> &rest) {
   add_blas_level1(rows);
   add_sparse_vectors(rows);
   add_products(rows);
+  add_sparse_matrices(rows);
 
   const std::regex wanted(options.rows);
   for (const Row &row : rows) {

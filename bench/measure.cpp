@@ -1,8 +1,7 @@
 #include "bench/measure.h"
 
 #include "bench/median.h"
-
-#include <sys/mman.h>
+#include "bench/store.h"
 
 #include <algorithm>
 #include <chrono>
@@ -10,7 +9,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <new>
 
 namespace tnk::bench {
 namespace {
@@ -21,25 +19,6 @@ constexpr double reading_seconds = 200e-6;
 // x and y start on the same residue modulo 32, and so far apart modulo a page that a store to one is not
 // taken for a load from the other.
 constexpr std::size_t y_offset = 2048 + 64;
-
-// Memory that grows on demand and stays, so that only the first row of a process pays for its pages.
-class Store {
-public:
-  unsigned char *at_least(std::size_t bytes) {
-    if (bytes <= size) return data;
-    if (data) munmap(data, size);
-    size = (bytes + huge_page - 1) / huge_page * huge_page;
-    void *fresh = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (fresh == MAP_FAILED) throw std::bad_alloc();
-    madvise(fresh, size, MADV_HUGEPAGE);
-    return data = static_cast<unsigned char *>(fresh);
-  }
-
-private:
-  static constexpr std::size_t huge_page = std::size_t(1) << 21;
-  unsigned char *data = nullptr;
-  std::size_t size = 0;
-};
 
 Store x_store, y_store, indx_store, x_kept, y_kept;
 

@@ -84,5 +84,6 @@ template <class Int, class Function, class Body> Call repeated(Function *f, Body
 void add_blas_level1(std::vector<Row> &rows);
 void add_sparse_vectors(std::vector<Row> &rows);
 void add_products(std::vector<Row> &rows);
+void add_sparse_matrices(std::vector<Row> &rows);
 
 } // namespace tnk::bench
