@@ -82,6 +82,7 @@ inline void add_symmetric_block(const BlockJob<T, I> &job, const T *block, Ends<
     }
   } else {
     const auto x = load_piece<T, Size>(along.x);
+    fetch_ahead<Size * Size>(block);
     Piece<T, Size> sum[2] = {}; // two, so that a line need not wait for the one before
 #pragma GCC unroll 6
     for (int l = 0; l < Size; ++l) {
@@ -139,6 +140,36 @@ template <class Name, int Size, class T, class I>
 
 // ---- The plain product ----------------------------------------------------------------------------------------------
 
+// y += the sum of x[l] times line l over a block of any size, four lines at a time: y is loaded and stored once for them.
+template <class T, class I>
+inline void add_block(const Run<T, I> &run, I size, const T *block, const T *x, T *y) {
+  using V = side_by_side<T>;
+  I l = 0;
+  for (; size - l >= 4; l += 4) {
+    const T *line[4];
+    V t[4];
+    for (int k = 0; k < 4; ++k) {
+      line[k] = block + wrapped_product<I>(l + k, size);
+      t[k] = in_every_element<T>(fetch(x + l + k));
+    }
+    for (I e = 0; e < run.whole; e += per_group<T>) {
+      V products[4];
+      for (int k = 0; k < 4; ++k) products[k] = times<T>(t[k], loadu<V>(line[k] + e));
+      storeu(y + e, loadu<V>(y + e) + ((products[0] + products[1]) + (products[2] + products[3])));
+    }
+    if (run.rest != 0) {
+      V products[4];
+      for (int k = 0; k < 4; ++k) products[k] = times<T>(t[k], load_first<V>(line[k] + run.whole, run.mask));
+      T *const tail = y + run.whole;
+      store_first(tail,
+                  load_first<V>(tail, run.mask) + ((products[0] + products[1]) + (products[2] + products[3])),
+                  run.rest);
+    }
+  }
+  for (; l < size; ++l)
+    add_multiple(run, in_every_element<T>(fetch(x + l)), block + wrapped_product(l, size), y);
+}
+
 template <int Size, class T, class I> [[gnu::noinline]] void set_block_rows(const BlockJob<T, I> &given) {
   const BlockJob<T, I> job = given;
   for (I i = job.first; i < job.last; ++i) {
@@ -152,10 +183,9 @@ template <int Size, class T, class I> [[gnu::noinline]] void set_block_rows(cons
       const T *const block = block_at(job.matrix.values, p, job.size);
       const T *const x = job.x + wrapped_product(get(job.matrix.col_index + p), job.size);
       if constexpr (Size == 0) {
-        const auto run = run_of<T>(job.size);
-        for (I l = 0; l < job.size; ++l)
-          add_multiple(run, in_every_element<T>(fetch(x + l)), block + wrapped_product(l, job.size), y);
+        add_block(run_of<T>(job.size), job.size, block, x, y);
       } else {
+        fetch_ahead<Size * Size>(block);
 #pragma GCC unroll 6
         for (int l = 0; l < Size; ++l)
           add_multiple(sum[l % 2], in_every_element<T>(fetch(x + l)), load_piece<T, Size>(block + l * Size));

@@ -87,8 +87,14 @@ template <class Name, bool AlphaToX, class T, class I, class Target>
 [[gnu::noinline]] void add_entries(const TripleJob<T, I> &given_job, const Target &given_target) {
   const TripleJob<T, I> job = given_job; // copies of their own, which no store to y can change
   const Target target = given_target;
+  I p = job.first;
+  for (; job.last - p >= 8; p += 8) {
+    fetch_ahead<8>(job.matrix.values + p, job.matrix.col_index + p);
+    fetch_ahead<8>(job.matrix.row_index + p);
 #pragma GCC unroll 2
-  for (I p = job.first; p < job.last; ++p) add_entry<Name, AlphaToX>(job, p, target);
+    for (int k = 0; k < 8; ++k) add_entry<Name, AlphaToX>(job, p + k, target);
+  }
+  for (; p < job.last; ++p) add_entry<Name, AlphaToX>(job, p, target);
 }
 
 // ---- Kernels --------------------------------------------------------------------------------------------------------
