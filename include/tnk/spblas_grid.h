@@ -27,6 +27,18 @@
    the whole vector all the same: the kernels of unit diagonal and of kind a multiply whole rows and may read elements
    before `first`. Those of the lower triangle take whole vectors and touch y up to element `last`.
 
+   Coordinate kernels add the entries in their order. Those of unit diagonal add alpha x to all m rows, in each call,
+   whatever its piece.
+
+   Stored diagonals: `values` holds diag_count diagonals, diag_stride elements apart; that of distance
+   k = diag_distance[d - 1], column minus row, has its element for row i at i - 1. What lies outside the matrix is not
+   read. Kind g is m by n; other kinds are square of order m, and n is not read. The k of the mm kernels, the number of
+   right-hand sides, is not read either: last tells it. The transpose of a skew matrix is formed as such, its negative.
+
+   Blocks: `values` holds block_size^2 elements a block, by columns with base 1 and by rows with base 0; row pointers and
+   column numbers count blocks. Where a triangle is meant, it is that of the elements: of a block on the diagonal too the
+   other triangle has no effect. x and y are whole vectors; a lower triangle touches y up to the end of block row `last`.
+
    Method: the compressed and coordinate forms as in Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed.
    (2003), section 3.4; the interface after I. Duff, M. Heroux, R. Pozo, ACM TOMS 28 (2002). */
 #ifndef TNK_SPBLAS_GRID_H

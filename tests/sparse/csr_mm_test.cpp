@@ -10,7 +10,8 @@
 
 namespace {
 
-using tnk::test::PageEdge;
+using tnk::test::Guarded;
+using tnk::test::page_end;
 using tnk::test::Random;
 using Vector = std::vector<double>;
 
@@ -71,20 +72,21 @@ TEST(CsrMm, RowLayoutSumsInFours) {
     for (tnk_int count = 0; count <= 11; ++count) {
       Vector a;
       std::vector<tnk_int> columns;
-      PageEdge<double> b(static_cast<std::size_t>(11 * sides)), c(static_cast<std::size_t>(sides));
-      for (tnk_int p = 0; p < 11 * sides; ++p) b[p] = random.real<double>();
+      Guarded<double> b(static_cast<std::size_t>(11 * sides), page_end),
+          c(static_cast<std::size_t>(sides), page_end);
+      for (tnk_int p = 0; p < 11 * sides; ++p) b.put(p, random.real<double>());
       for (tnk_int p = 0; p < 11; ++p) a.push_back(random.real<double>()), columns.push_back(10 - p);
-      for (tnk_int side = 0; side < sides; ++side) c[side] = 0;
+      for (tnk_int side = 0; side < sides; ++side) c.put(side, 0);
       const tnk_int one = 1, start = 0;
       const double alpha = 0.7;
       tnk_spblas_dcsr0ng__c__mmout_par(&one, &sides, &one, &sides, &alpha, a.data(), columns.data(), &start,
                                        &count, b.data(), &sides, c.data(), &sides);
       for (tnk_int side = 0; side < sides; ++side) {
         double s[4] = {};
-        for (tnk_int p = 0; p < count / 4 * 4; ++p) s[p % 4] += a[p] * b[columns[p] * sides + side];
+        for (tnk_int p = 0; p < count / 4 * 4; ++p) s[p % 4] += a[p] * b.get(columns[p] * sides + side);
         double sum = ((s[0] + s[1]) + s[2]) + s[3];
-        for (tnk_int p = count / 4 * 4; p < count; ++p) sum += a[p] * b[columns[p] * sides + side];
-        EXPECT_EQ(c[side], alpha * sum) << sides << " sides, entries " << count;
+        for (tnk_int p = count / 4 * 4; p < count; ++p) sum += a[p] * b.get(columns[p] * sides + side);
+        EXPECT_EQ(c.get(side), alpha * sum) << sides << " sides, entries " << count;
       }
     }
 }

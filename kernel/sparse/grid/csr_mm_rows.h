@@ -4,22 +4,9 @@
 #pragma once
 
 #include "kernel/sparse/grid/mm_job.h"
+#include "kernel/sparse/grid/runs.h"
 
 namespace tnk {
-
-template <class T> using side_by_side = vec<real_of<T>>;
-template <class T> constexpr int per_group = 32 / static_cast<int>(sizeof(T));
-
-template <class T> inline side_by_side<T> in_every_element(in_lanes<T> v) {
-  if constexpr (std::is_same_v<T, tnk_complex8>) {
-    const double pair = reinterpret_cast<f64x2>(v)[0];
-    return reinterpret_cast<f32x8>(f64x4{pair, pair, pair, pair});
-  } else if constexpr (is_complex<T>) {
-    return f64x4{v[0], v[1], v[0], v[1]};
-  } else {
-    return splat<side_by_side<T>>(v);
-  }
-}
 
 // Some right-hand sides: a vector of them, or fewer at the end.
 template <class T, class I, bool Whole> struct Group {
