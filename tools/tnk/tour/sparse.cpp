@@ -255,7 +255,8 @@ std::string draw(const Model &model, const Iteration &it) {
   for (double &value : map) value = value == nothing ? low - step : std::max(value, low);
   const auto order = static_cast<double>(model.order);
   const Box spy{76, 110, 490, 490};
-  Panel(figure, spy, "Entries by magnitude", {0, order, "column"}, {order, 0, "row"})
+  Panel(figure, spy, format("Entries by magnitude, the lightest of 10^%g and less", low),
+        {0, order, "column"}, {order, 0, "row"})
       .map(cells, map, {with_white, low - step, high});
   figure.legend({588, 110, 14, 490}, {magnitudes, low, high}, "log\u2081\u2080");
 
@@ -272,9 +273,9 @@ std::string draw(const Model &model, const Iteration &it) {
   curve.line(distance, colour::vermilion, 1.8);
   curve.line(residual, colour::blue, 1.8);
   curve.marker(residual.back(), colour::blue);
-  const Point &middle = residual[residual.size() / 2], &lower = distance[distance.size() * 2 / 5];
+  const Point &middle = residual[residual.size() / 2], &lower = distance[distance.size() * 11 / 20];
   curve.note(middle, 6, 10, Panel::Side::right, colour::blue, "residual |Ax \u2212 \u03bbx|");
-  curve.note(lower, -8, -20, Panel::Side::left, colour::vermilion, "distance of \u03bb from its last value");
+  curve.note(lower, -8, -14, Panel::Side::left, colour::vermilion, "distance of \u03bb from its last value");
   return figure.svg();
 }
 
