@@ -1,0 +1,68 @@
+// The functions beside the sparse grid, called by their names in each of their eight forms.
+#pragma once
+
+#include "support/random.h"
+#include <complex>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <tnk/spblas_aux.h>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace tnk::test {
+
+using Z = std::complex<double>;
+constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
+
+template <class T> Z wide(T v) {
+  if constexpr (std::is_floating_point_v<T>)
+    return v;
+  else
+    return {v.re, v.im};
+}
+template <class T> T narrow(Z v) {
+  if constexpr (std::is_floating_point_v<T>)
+    return static_cast<T>(v.real());
+  else
+    return {static_cast<decltype(T::re)>(v.real()), static_cast<decltype(T::re)>(v.imag())};
+}
+
+// The fixture of a family over element types and integer widths; its tests name the two T and I.
+template <class Form> struct InEachForm : testing::Test {
+  using Number = typename Form::first_type;
+  using Index = typename Form::second_type;
+  static constexpr bool real = std::is_floating_point_v<Number>, single = sizeof(Number) == (real ? 4 : 8);
+  static constexpr double eps = single ? 0x1p-24 : 0x1p-53;
+  Random random;
+
+  // Calls a function by its name, in which ? stands for the type.
+  template <class... A> static void call(std::string name, A... arguments) {
+    name.replace(name.find('?'), 1, 1, real ? (single ? 's' : 'd') : (single ? 'c' : 'z'));
+    name = (sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name;
+    void *const entry = dlsym(RTLD_DEFAULT, name.c_str());
+    ASSERT_NE(entry, nullptr) << name;
+    reinterpret_cast<void (*)(A...)>(entry)(arguments...);
+  }
+  Z small() {
+    const auto re = static_cast<double>(random.integer(-3, 3)),
+               im = static_cast<double>(random.integer(-3, 3));
+    return real ? re : Z{re, im};
+  }
+  std::vector<Number> smalls(Index n) {
+    std::vector<Number> v(static_cast<std::size_t>(n));
+    for (Number &x : v) x = narrow<Number>(small());
+    return v;
+  }
+};
+template <class T> using Wide = std::pair<T, tnk_int>;
+template <class T> using Narrow = std::pair<T, std::int32_t>;
+using Forms = testing::Types<Wide<float>, Wide<double>, Wide<tnk_complex8>, Wide<tnk_complex16>,
+                             Narrow<float>, Narrow<double>, Narrow<tnk_complex8>, Narrow<tnk_complex16>>;
+#define USE_FORM                                                                                             \
+  using T [[maybe_unused]] = typename TypeParam::first_type;                                                 \
+  using I = typename TypeParam::second_type
+
+} // namespace tnk::test
