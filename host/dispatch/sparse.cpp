@@ -1,8 +1,10 @@
 // Products with sparse matrices: check, choose the kernel by the letters of its name, scale by beta, cut into pieces.
 #include <algorithm>
 #include <atomic>
+#include <tnk/blas_level1.h>
 #include <tnk/services.h>
 #include <tnk/sparse.h>
+#include <tnk/spblas_aux.h>
 #include <type_traits>
 
 #include "host/dispatch/check.h"
@@ -99,33 +101,27 @@ template <class T> struct Coo {
                      const T *b, Int ldb, T *c, Int ldc);
 };
 
-// The small functions that the grid's callers use.
-template <class T> struct Helpers {
-  KernelEntry<void(const T *v, tnk_int *flag)> zerocheck;
-  KernelEntry<void(T *v, Int count)> zeros;
-  KernelEntry<void(T *v)> neones;
-  KernelEntry<void(Int n, const T *alpha, T *x, Int incx)> scal;
-  KernelEntry<void(Int first, Int last, Int parts, Int stride, const T *partial, T *y)> split;
-  KernelEntry<void(Int end, Int count, Int start, Int unused, const T *const *partial, T *y)> split_lower;
-  KernelEntry<void(Int count, Int step, Int parts, Int unused, const T *const *partial, T *y)> split_upper;
-  std::atomic<void *> grid[768]; // kernels that have been used
-};
+// The kernels of the grid that have been used, and the small functions beside them.
+constexpr unsigned grid_places = 6 * 4 * 2 * 2 * 2 * 2 * 2;
+template <class T> struct Helpers;
 template <class T> Helpers<T> &helpers();
 template <class T> constexpr char letter_of();
 #define TNK_HELPERS(t, T)                                                                                    \
   template <> constexpr char letter_of<T>() {                                                                \
     return #t[0];                                                                                            \
   }                                                                                                          \
+  template <> struct Helpers<T> {                                                                            \
+    KernelEntry<decltype(tnk_spblas_##t##zerocheck)> zerocheck{"tnk_spblas_" #t "zerocheck"};                \
+    KernelEntry<decltype(tnk_spblas_##t##zeros)> zeros{"tnk_spblas_" #t "zeros"};                            \
+    KernelEntry<decltype(tnk_spblas_##t##neones)> neones{"tnk_spblas_" #t "neones"};                         \
+    KernelEntry<decltype(tnk_blas_##t##scal)> scal{"tnk_blas_" #t "scal"};                                   \
+    KernelEntry<decltype(tnk_spblas_##t##split_par)> split{"tnk_spblas_" #t "split_par"};                    \
+    KernelEntry<decltype(tnk_spblas_##t##split_syml_par)> split_lower{"tnk_spblas_" #t "split_syml_par"};    \
+    KernelEntry<decltype(tnk_spblas_##t##split_symu_par)> split_upper{"tnk_spblas_" #t "split_symu_par"};    \
+    std::atomic<void *> grid[grid_places]{};                                                                 \
+  };                                                                                                         \
   template <> Helpers<T> &helpers<T>() {                                                                     \
-    using H = Helpers<T>;                                                                                    \
-    static H all{decltype(H::zerocheck)("tnk_spblas_" #t "zerocheck"),                                       \
-                 decltype(H::zeros)("tnk_spblas_" #t "zeros"),                                               \
-                 decltype(H::neones)("tnk_spblas_" #t "neones"),                                             \
-                 decltype(H::scal)("tnk_blas_" #t "scal"),                                                   \
-                 decltype(H::split)("tnk_spblas_" #t "split_par"),                                           \
-                 decltype(H::split_lower)("tnk_spblas_" #t "split_syml_par"),                                \
-                 decltype(H::split_upper)("tnk_spblas_" #t "split_symu_par"),                                \
-                 {}};                                                                                        \
+    static Helpers<T> all;                                                                                   \
     return all;                                                                                              \
   }
 TNK_HELPERS(s, float)
@@ -345,12 +341,12 @@ template <class T> struct MvJob {
       } else if (reach == Reach::before) { // pieces from i on, the last of all being in y
         for (int t = i; t < in_place; ++t) reaching[t - i] = own(t) + begin;
         const tnk_int end = in_place - i + 1;
-        split_lower(&end, &size, &one, &none, reaching, y + begin);
+        split_lower(&end, &size, &one, nullptr, reaching, y + begin);
       } else { // pieces up to i, the first being in y
         reaching[0] = nullptr;
         for (int t = 1; t <= i; ++t) reaching[t] = own(t) + (begin - p.begin[t]);
         const tnk_int others = i;
-        split_upper(&size, &none, &others, &none, reaching, y + begin);
+        split_upper(&size, &none, &others, nullptr, reaching, y + begin);
       }
     });
     return true;

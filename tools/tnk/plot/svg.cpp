@@ -133,13 +133,15 @@ void Panel::draw_axes(const std::string &title) {
   const std::string thin = format("stroke=\"%s\"", grid), tick = format("stroke=\"%s\"", frame);
 
   // A label needs some 80 pixels across and 45 down to stand free of the next.
-  const Ticks across = ticks(x_.low, x_.high, static_cast<int>(box_.width / 80));
+  const Ticks across =
+      ticks(std::min(x_.low, x_.high), std::max(x_.low, x_.high), static_cast<int>(box_.width / 80));
   for (const double value : across.values) {
     out += segment(px(value), box_.top, px(value), bottom, thin.c_str());
     out += segment(px(value), bottom, px(value), bottom + 5, tick.c_str());
     out += text(px(value), bottom + 19, "text-anchor=\"middle\"", number(value, across.decimals));
   }
-  const Ticks down = ticks(y_.low, y_.high, static_cast<int>(box_.height / 45));
+  const Ticks down =
+      ticks(std::min(y_.low, y_.high), std::max(y_.low, y_.high), static_cast<int>(box_.height / 45));
   for (const double value : down.values) {
     out += segment(box_.left, py(value), right, py(value), thin.c_str());
     out += segment(box_.left - 5, py(value), box_.left, py(value), tick.c_str());

@@ -12,7 +12,7 @@ struct Point {
 };
 
 struct Axis {
-  double low, high; // the values at its two ends; low < high
+  double low, high; // the values at its left or lower end and at the other one, in either order
   std::string label;
 };
 

@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 constexpr Scene scenes[] = {
     {"vectors", "statistics of the monthly sunspot numbers, by vector kernels", vectors_scene},
     {"product", "principal components of the heights of a volcano, by matrix products", product_scene},
+    {"sparse", "the stiffest mode of a structure, by products with a sparse matrix", sparse_scene},
 };
 
 struct Options {

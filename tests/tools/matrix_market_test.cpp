@@ -1,0 +1,68 @@
+#include "tools/tnk/data/matrix_market.h"
+#include "tools/tnk/support/failure.h"
+#include <gtest/gtest.h>
+
+namespace {
+
+using tnk::tool::MatrixMarket;
+using tnk::tool::parse_matrix_market;
+
+std::string refusal(const std::string &text) {
+  try {
+    parse_matrix_market(text, "x.mtx");
+  } catch (const tnk::tool::Failure &failure) {
+    return failure.what();
+  }
+  return "accepted";
+}
+
+TEST(MatrixMarket, ReadsWhatProgramsWrite) {
+  const MatrixMarket a =
+      parse_matrix_market("%%MatrixMarket MATRIX Coordinate REAL general\r\n% by hand\r\n\r\n"
+                          "2 3 3\r\n 1\t3  -1.5e2\r\n2 1 +.25\r\n\r\n1 3 1e-400",
+                          "x.mtx");
+  EXPECT_EQ(a.rows, 2);
+  EXPECT_EQ(a.columns, 3);
+  EXPECT_FALSE(a.symmetric);
+  ASSERT_EQ(a.entries.size(), 3u);
+  EXPECT_EQ(a.entries[0].column, 3);
+  EXPECT_EQ(a.entries[0].value, -150);
+  EXPECT_EQ(a.entries[1].value, 0.25);
+  EXPECT_EQ(a.entries[2].value, 0);
+  const MatrixMarket b =
+      parse_matrix_market("%%MatrixMarket matrix coordinate pattern symmetric\n2 2 1\n2 1\n", "y");
+  EXPECT_TRUE(b.symmetric);
+  EXPECT_EQ(b.entries.at(0).value, 1);
+}
+
+TEST(MatrixMarket, NamesFileLineAndFault) {
+  const std::string general = "%%MatrixMarket matrix coordinate real general\n",
+                    symmetric = "%%MatrixMarket matrix coordinate real symmetric\n%\n";
+  const struct {
+    std::string text, message;
+  } cases[] = {
+      {"", "x.mtx: the file is empty"},
+      {"1 1 1\n", "x.mtx, line 1: expected \"%%MatrixMarket matrix\" and three words more"},
+      {"%%MatrixMarket matrix array real general\n",
+       "x.mtx, line 1: the form \"array\" cannot be read, only: coordinate"},
+      {"%%MatrixMarket matrix coordinate complex general\n",
+       "x.mtx, line 1: the form \"complex\" cannot be read, only: real, integer, pattern"},
+      {general, "x.mtx: no line of sizes"},
+      {general + "2 2\n", "x.mtx, line 2: expected three sizes: rows, columns, entries"},
+      {general + "-2 2 1\n",
+       "x.mtx, line 2: the number of rows is \"-2\", expected an integer from 0 to 2147483648"},
+      {symmetric + "2 3 0\n", "x.mtx, line 3: a symmetric matrix must be square"},
+      {symmetric + "2 2 1\n1 2 5\n",
+       "x.mtx, line 4: an entry of the upper triangle in a symmetric matrix, which lists the lower one"},
+      {general + "2 2 1\n3 1 5\n", "x.mtx, line 3: the row is \"3\", expected an integer from 1 to 2"},
+      {general + "2 2 1\n1 0 5\n", "x.mtx, line 3: the column is \"0\", expected an integer from 1 to 2"},
+      {general + "2 2 1\n1 1\n", "x.mtx, line 3: expected a row, a column and a value"},
+      {general + "2 2 1\n1 1 nan\n", "x.mtx, line 3: the value is \"nan\", expected a finite number"},
+      {general + "2 2 1\n1 1 1e999\n", "x.mtx, line 3: the value is \"1e999\", expected a finite number"},
+      {general + "2 2 1\n1 1 5\n\n1 2 5\n", "x.mtx, line 5: more entries than the 1 announced"},
+      {general + "2 2 9\n1 1 5\n", "x.mtx: ends after 1 entries of the 9 announced"},
+  };
+  for (const auto &c : cases) EXPECT_EQ(refusal(c.text), c.message) << c.text;
+}
+
+} // namespace
