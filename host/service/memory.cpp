@@ -23,6 +23,45 @@ bool is_power_of_two(std::int32_t value) {
   return value > 0 && (value & (value - 1)) == 0;
 }
 
+#ifdef TNK_CHECK_BLOCKS
+// By the C library, so that a block ends where its size says: what lies beyond is watched.
+void *aligned_block(std::size_t size, std::size_t alignment) {
+  void *block = nullptr;
+  return posix_memalign(&block, alignment, size) == 0 ? block : nullptr;
+}
+void free_block(void *block) {
+  std::free(block);
+}
+std::size_t usable_size(void *block) {
+  return malloc_usable_size(block);
+}
+#else
+// Aligned here, in a plain block whose address stands in front of the aligned one. The C library cuts an aligned block
+// out of a larger one and keeps the chips for small requests. They keep the block from growing together again when it
+// is released, so the next request of the same size takes fresh memory, and page faults may cost as much as what is
+// computed there.
+void *&plain_block(void *block) {
+  return static_cast<void **>(block)[-1];
+}
+void *aligned_block(std::size_t size, std::size_t alignment) {
+  void *const plain = std::malloc(size + sizeof plain + alignment - 1);
+  if (!plain) return nullptr;
+  const std::size_t misaligned = (reinterpret_cast<std::uintptr_t>(plain) + sizeof plain) % alignment;
+  void *const block =
+      static_cast<char *>(plain) + sizeof plain + (misaligned == 0 ? 0 : alignment - misaligned);
+  plain_block(block) = plain;
+  return block;
+}
+void free_block(void *block) {
+  std::free(plain_block(block));
+}
+std::size_t usable_size(void *block) {
+  void *const plain = plain_block(block);
+  return malloc_usable_size(plain) -
+         static_cast<std::size_t>(static_cast<char *>(block) - static_cast<char *>(plain));
+}
+#endif
+
 // `position` is that of the alignment in the argument list of `routine`.
 void *allocate(Family family, const char *routine, int position, std::int64_t size, std::int32_t alignment) {
   if (!is_power_of_two(alignment)) {
@@ -33,13 +72,12 @@ void *allocate(Family family, const char *routine, int position, std::int64_t si
   }
   if (size < 0) return nullptr;
   const std::size_t boundary = static_cast<std::size_t>(alignment);
-  void *block = nullptr;
-  if (posix_memalign(&block, boundary < sizeof(void *) ? sizeof(void *) : boundary,
-                     size == 0 ? 1 : static_cast<std::size_t>(size)) != 0)
-    return nullptr;
+  void *const block = aligned_block(size == 0 ? 1 : static_cast<std::size_t>(size),
+                                    boundary < sizeof(void *) ? sizeof(void *) : boundary);
+  if (!block) return nullptr;
 #ifdef TNK_CHECK_BLOCKS
   if (!enter_block(block, family == Family::scratch ? "tnk_serv_allocate" : "tnk_serv_tnk_malloc")) {
-    std::free(block);
+    free_block(block);
     return nullptr;
   }
   std::memset(block, 0xFF, static_cast<std::size_t>(size)); // NaN: a value read before it is written shows
@@ -57,7 +95,7 @@ void release(Family family, const char *routine, void *block) {
   static_cast<void>(family);
   static_cast<void>(routine);
 #endif
-  std::free(block);
+  free_block(block);
 }
 
 #ifdef TNK_CHECK_BLOCKS
@@ -77,13 +115,13 @@ struct Slot {
   bool lent = false; // handed out and not come back to this thread: until then it asks for no other one
   ~Slot() {
     thread_ends = true;
-    std::free(block);
+    if (block) free_block(block);
   }
 };
 thread_local Slot slot;
 
 bool can_be_kept(void *block) {
-  const std::size_t size = malloc_usable_size(block);
+  const std::size_t size = usable_size(block);
   return size >= kept_size && size < kept_size + 4096 &&
          reinterpret_cast<std::uintptr_t>(block) % kept_alignment == 0;
 }

@@ -4,18 +4,11 @@
 // over the steps of k from the first to the last, and combines them once at its end: real part (re*re) - (im*im),
 // imaginary part (re*im) + (im*re), then C plus that. Whole tiles, column remainders and the edge kernel all form an
 // element in this way, so its bits do not depend on where the tiles are cut.
-//
-// A is broadcast from memory, B is loaded whole: a step is 8 multiplications, 8 additions and 6 loads. (In single complex
-// the first tile on a panel of B shuffles in place of the sixth load.) With two loads a cycle this is bound by the
-// arithmetic alone. Permuting whole vectors instead costs 2 or 3 shuffles a step: 0.6 to 0.7 cycles of 4.6 where shuffles
-// share their ports with the arithmetic. Processors with one port for each operation need 8 cycles for either form, and
-// these loads fill half of their load ports.
 #include "kernel/blas/level3/ker0.h"
+#include "kernel/blas/level3/passes.h"
 
 namespace tnk {
 namespace {
-
-#define TNK_INLINE inline __attribute__((always_inline))
 
 // ---- Vectors --------------------------------------------------------------------------------------------------
 
@@ -73,11 +66,8 @@ template <class V> TNK_INLINE void put_sum(void *c, V sum, bool add) {
   storeu(c, add ? loadu<V>(c) + sum : sum);
 }
 
-// Where single complex has its second vector of B from: a shuffle, a shuffle whose result is kept for the next tiles on
-// the same panel, or what was kept. A shuffle takes a slot of the arithmetic, a load does not.
-enum class second { shuffled, shuffled_and_kept, loaded };
-
-// The form of a tile in each type: step() takes one step of k, finish() adds the sums to columns of C. Rows below the
+// The form of a tile in each type: step() takes one step of k, set() what all of them come to in a whole tile (passes.h),
+// finish() adds the sums to columns of C. Rows below the
 // tile's own are those of an edge, Columns below it those of a remainder.
 template <class T, int Rows, int Columns> struct tile;
 
@@ -101,10 +91,12 @@ template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
     s.im0 = in_register(s.im0 + splat<vector>(a[2]) * b0);
   }
 
-  template <second How> TNK_INLINE void step(const float *a, const float *b, float *kept) {
-    const vector b0 = loadu<vector>(b);
-    const vector b1 = How == second::loaded ? loadu<vector>(kept) : swap_neighbours(b0);
-    if constexpr (How == second::shuffled_and_kept) storeu(kept, b1);
+  TNK_INLINE void set(const unit_sums<float> &s) {
+    upper = {s.x[0], s.y[0], s.x[1], s.y[1]};
+    lower = {s.x[2], s.y[2], s.x[3], s.y[3]};
+  }
+  TNK_INLINE void step(const float *a, const float *b) {
+    const vector b0 = loadu<vector>(b), b1 = swap_neighbours(b0);
     if constexpr (Rows >= 2)
       add_pair(upper, a, b0, b1);
     else
@@ -182,7 +174,11 @@ template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
       s.im0 = in_register(s.im0 + im * b0);
     }
   }
-  template <second> TNK_INLINE void step(const double *a, const double *b, double *) {
+  TNK_INLINE void set(const unit_sums<double> &s) {
+    upper = {s.x[0], s.y[0], s.x[2], s.y[2]};
+    lower = {s.x[1], s.y[1], s.x[3], s.y[3]};
+  }
+  TNK_INLINE void step(const double *a, const double *b) {
     const f64x4 b0 = loadu<f64x4>(b), b1 = Columns > 2 ? loadu<f64x4>(b + 4) : f64x4{};
     add_row(upper, a, b0, b1);
     if constexpr (Rows == 2) add_row(lower, a + 1, b0, b1);
@@ -214,37 +210,24 @@ template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
 // Ahead of the read pointers, in bytes: A comes from the second level, B stays in the first.
 constexpr int a_ahead = 1536, b_ahead = 128;
 
-TNK_INLINE void prefetch(const void *p) {
-  _mm_prefetch(static_cast<const char *>(p), _MM_HINT_T0);
+template <int Columns, class T> TNK_INLINE void prefetch_tile(const T *c, tnk_int ldc) {
+  for (int j = 0; j < Columns; ++j) __builtin_prefetch(reinterpret_cast<const char *>(c + j * ldc) + 32);
 }
 
-template <class T, int Rows, int Columns, second How = second::shuffled>
-TNK_INLINE void one_tile(tnk_int k, const T *panel_a, const T *panel_b, T *c, tnk_int ldc, bool add,
-                         real_of<T> *kept = nullptr) {
+// Rows of an edge or columns of a remainder.
+template <class T, int Rows, int Columns>
+TNK_INLINE void narrow_tile(tnk_int k, const real_of<T> *a, const real_of<T> *b, T *c, tnk_int ldc,
+                            bool add) {
   using form = tile<T, Rows, Columns>;
-  using real = real_of<T>;
-  const real *a = reinterpret_cast<const real *>(panel_a), *b = reinterpret_cast<const real *>(panel_b);
-  for (int j = 0; j < Columns; ++j) prefetch(reinterpret_cast<const char *>(c + j * ldc) + 32);
+  prefetch_tile<Columns>(c, ldc);
   form t;
-  const auto at = [&](int s) { return How == second::shuffled ? nullptr : kept + s * form::b_step; };
-  const char *ahead = reinterpret_cast<const char *>(a) + a_ahead;
-  for (tnk_int passes = k / 8; passes > 0; --passes) {
-#pragma GCC unroll 8
-    for (int s = 0; s < 8; ++s) {
-      if (s * form::a_step * sizeof(real) % 64 == 0) prefetch(ahead + s * form::a_step * sizeof(real));
-      if (s * form::b_step * sizeof(real) % 64 == 0)
-        prefetch(reinterpret_cast<const char *>(b + s * form::b_step) + b_ahead);
-      t.template step<How>(a + s * form::a_step, b + s * form::b_step, at(s));
-    }
-    a += 8 * form::a_step;
-    ahead += 8 * form::a_step * sizeof(real);
-    asm("" : "+r"(ahead)); // a pointer of its own: loads by this one would all need long displacements
-    b += 8 * form::b_step;
-    if constexpr (How != second::shuffled) kept += 8 * form::b_step;
-  }
-  if (k & 4) {
+  for (; k >= 4; k -= 4) {
 #pragma GCC unroll 4
-    for (int s = 0; s < 4; ++s) t.template step<How>(a + s * form::a_step, b + s * form::b_step, at(s));
+    for (int s = 0; s < 4; ++s, a += form::a_step, b += form::b_step) {
+      if (s * form::a_step * sizeof *a % 64 == 0) __builtin_prefetch(a + a_ahead / sizeof *a);
+      if (s * form::b_step * sizeof *b % 64 == 0) __builtin_prefetch(b + b_ahead / sizeof *b);
+      t.step(a, b);
+    }
   }
   t.finish(c, ldc, add);
 }
@@ -256,19 +239,21 @@ struct block_shape {
 
 // One panel of B with all of A.
 template <class T, int Rows, int Columns>
-void panel(const block_shape &s, const T *a, const T *b, T *c, bool add) {
-  const tnk_int k = s.k, a_stride = s.a_stride, ldc = s.ldc;
-  tnk_int i = 0;
-  if constexpr (Rows == 4 && Columns == 4) {
-    constexpr int most = 256; // steps: the longest block that a driver chooses
-    alignas(64) float kept[most * tile<T, Rows, Columns>::b_step];
-    if (k <= most && s.m >= 2 * Rows) {
-      one_tile<T, Rows, Columns, second::shuffled_and_kept>(k, a, b, c, ldc, add, kept);
-      for (i += Rows, a += a_stride; i < s.m; i += Rows, a += a_stride)
-        one_tile<T, Rows, Columns, second::loaded>(k, a, b, c + i, ldc, add, kept);
-    }
+void panel(const block_shape &s, const T *a_panels, const T *b_panel, T *c, bool add) {
+  using real = real_of<T>;
+  const auto *a = reinterpret_cast<const real *>(a_panels), *b = reinterpret_cast<const real *>(b_panel);
+  const tnk_int a_stride = 2 * s.a_stride, ldc = s.ldc, k = s.k;
+  if constexpr (Rows == gemm_tile<T>::mr && Columns > 2) {
+    tiles_of_panel<Rows>(s.m, k, b, [&](auto how, const real *second_at, tnk_int i) TNK_INLINE_LAMBDA {
+      prefetch_tile<Columns>(c + i, ldc);
+      tile<T, Rows, Columns> t;
+      t.set(unit_passes<how(), a_ahead, b_ahead>(k, a + i / Rows * a_stride, b, second_at));
+      t.finish(c + i, ldc, add);
+    });
+  } else {
+    for (tnk_int i = 0; i < s.m; i += Rows, a += a_stride)
+      narrow_tile<T, Rows, Columns>(k, a, b, c + i, ldc, add);
   }
-  for (; i < s.m; i += Rows, a += a_stride) one_tile<T, Rows, Columns>(k, a, b, c + i, ldc, add);
 }
 
 template <class T, int Rows> void block(const block_shape &s, const T *a, const T *b, T *c, bool add) {

@@ -43,12 +43,17 @@ void pack_edge(tnk_int lanes_used, tnk_int steps, const T *source, tnk_int lane_
   zero_steps<W>(steps, panel);
 }
 
-// P panels of W lanes side by side, the source running across them: whole lines of it are read.
+// P panels of W lanes side by side, the source running across them: whole lines of it are read. Each step's are in
+// another page, too few for the processor to read on by itself: what the next P panels need is brought into the second
+// level meanwhile.
 template <int W, int P, class T, class F>
 void pack_across(tnk_int steps, const T *source, tnk_int ld, T *panel, tnk_int stride, F f) {
   using V = std::conditional_t<W * sizeof(T) == 16, half<T>, vec<T>>;
   constexpr int width = sizeof(V) / sizeof(T);
+  constexpr int line = 64 / sizeof(T);
   for (tnk_int l = 0; l < steps; ++l, source += ld) {
+    if (P > 1)
+      for (int i = P * W; i < 2 * P * W; i += line) __builtin_prefetch(source + i, 0, 2);
     for (int p = 0; p < P; ++p)
       for (int h = 0; h < W; h += width)
         storeu(panel + p * stride + W * l + h, f(loadu<V>(source + p * W + h)));
@@ -100,9 +105,14 @@ template <int W, class T, class F>
 tnk_int full_panels_across(tnk_int count, tnk_int steps, const T *source, tnk_int ld, T *buffer,
                            tnk_int stride, F f) {
   tnk_int i = 0;
-  for (; i + 4 * W <= count; i += 4 * W)
-    pack_across<W, 4>(steps, source + i, ld, buffer + i / W * stride, stride, f);
-  for (; i + W <= count; i += W) pack_across<W, 1>(steps, source + i, ld, buffer + i / W * stride, stride, f);
+  const auto panels = [&](auto side_by_side) {
+    constexpr int P = side_by_side();
+    for (; i + P * W <= count; i += P * W)
+      pack_across<W, P>(steps, source + i, ld, buffer + i / W * stride, stride, f);
+  };
+  panels(std::integral_constant<int, 8>{});
+  panels(std::integral_constant<int, 4>{});
+  panels(std::integral_constant<int, 1>{});
   return i;
 }
 template <int W, class T, class F>
