@@ -39,13 +39,9 @@ struct GemmCall {
     ErrorRecorder errors;
     routine.call(at);
     const auto seen = errors.take();
-    EXPECT_EQ(seen.count, 1);
-    EXPECT_EQ(seen.kind, TNK_ERROR_ARGUMENT);
-    EXPECT_EQ(seen.routine, routine.name);
+    EXPECT_TRUE(seen.count == 1 && seen.kind == TNK_ERROR_ARGUMENT && seen.routine == routine.name);
     EXPECT_EQ(seen.position, std::find(names.begin(), names.end(), name) - names.begin() + 1);
-    EXPECT_EQ(seen.argument, name);
-    EXPECT_EQ(seen.value, value);
-    EXPECT_EQ(seen.expected, expected);
+    EXPECT_EQ(seen.argument + seen.value + ", not " + seen.expected, name + value + ", not " + expected);
     EXPECT_EQ(std::count(c, c + sizeof arrays[0], 0x3F), static_cast<long>(sizeof arrays[0]));
   }
 
@@ -81,28 +77,26 @@ TEST(PublicGemm, EveryBadArgumentIsReported) {
       tnk_int value;
       std::string expected;
       const char *emptied = ""; // a dimension that is 0: leading dimensions count all the same
-    } bads[] = {
-        {"NN", "m", -1, "0 or more"},
-        {"NN", "n", INT64_MIN, "0 or more"},
-        {"NN", "k", -7, "0 or more"},
-        {"NN", "m", huge, to(0, most)},
-        {"NN", "n", huge, to(0, most), "m"},
-        {"NN", "k", INT64_MAX, to(0, most)},
-        {"NN", "lda", 2, "3 or more"},
-        {"TN", "lda", 4, "5 or more"},
-        {"cN", "lda", 4, "5 or more", "n"},
-        {"NN", "ldb", 4, "5 or more"},
-        {"Nt", "ldb", 3, "4 or more"},
-        {"NC", "ldb", 3, "4 or more", "m"},
-        {"NN", "ldc", 2, "3 or more"},
-        {"NN", "ldc", 0, "1 or more", "m"},
-        {"NN", "lda", INT64_MIN, "3 or more"},
-        {"NN", "lda", huge, to(3, (most - 3) / 4)},
-        {"TN", "lda", huge, to(5, (most - 5) / 2)},
-        {"NN", "ldb", huge, to(5, (most - 5) / 3)},
-        {"NT", "ldb", huge, to(4, (most - 4) / 4)},
-        {"NN", "ldc", huge, to(3, (most - 3) / 3)},
-    };
+    } bads[] = {{"NN", "m", -1, "0 or more"},
+                {"NN", "n", INT64_MIN, "0 or more"},
+                {"NN", "k", -7, "0 or more"},
+                {"NN", "m", huge, to(0, most)},
+                {"NN", "n", huge, to(0, most), "m"},
+                {"NN", "k", INT64_MAX, to(0, most)},
+                {"NN", "lda", 2, "3 or more"},
+                {"TN", "lda", 4, "5 or more"},
+                {"cN", "lda", 4, "5 or more", "n"},
+                {"NN", "ldb", 4, "5 or more"},
+                {"Nt", "ldb", 3, "4 or more"},
+                {"NC", "ldb", 3, "4 or more", "m"},
+                {"NN", "ldc", 2, "3 or more"},
+                {"NN", "ldc", 0, "1 or more", "m"},
+                {"NN", "lda", INT64_MIN, "3 or more"},
+                {"NN", "lda", huge, to(3, (most - 3) / 4)},
+                {"TN", "lda", huge, to(5, (most - 5) / 2)},
+                {"NN", "ldb", huge, to(5, (most - 5) / 3)},
+                {"NT", "ldb", huge, to(4, (most - 4) / 4)},
+                {"NN", "ldc", huge, to(3, (most - 3) / 3)}};
     for (const auto &bad : bads) {
       GemmCall call(routine, bad.letters[0], bad.letters[1]);
       if (*bad.emptied) call.integer(bad.emptied) = 0;

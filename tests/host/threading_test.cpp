@@ -47,22 +47,17 @@ TEST(Cut, CoversTheProductWithWholeTilesForEveryNumberOfThreads) {
             const double work =
                 2.0 * static_cast<double>(m) * static_cast<double>(n) * static_cast<double>(k);
             SCOPED_TRACE(testing::Message() << m << ' ' << n << ' ' << k << ' ' << threads);
-            ASSERT_EQ(extent, std::max(m, n));
-            ASSERT_LE(cut.slices, threads);
+            ASSERT_TRUE(extent == std::max(m, n) && cut.slices <= threads);
             // Each slice is worth its thread.
-            if (cut.slices > 1) {
-              ASSERT_GE(work, cut.slices * tnk::host::least_operations);
-            }
+            ASSERT_TRUE(cut.slices == 1 || work >= cut.slices * tnk::host::least_operations);
             // What is big enough is cut, unless it takes the plain path or has one tile.
             const bool packed = m >= kernel->mr && n >= kernel->nr && k >= kernel->kr;
             ASSERT_EQ(cut.slices > 1,
                       packed && threads > 1 && extent / tile > 1 && work >= 2 * tnk::host::least_operations);
-            ASSERT_EQ(cut.begin(0), 0);
-            ASSERT_EQ(cut.begin(cut.slices), extent);
+            ASSERT_TRUE(cut.begin(0) == 0 && cut.begin(cut.slices) == extent);
             for (int i = 0; i < cut.slices && cut.slices > 1; ++i) {
-              ASSERT_EQ(cut.begin(i) % tile, 0);
               const tnk_int size = cut.begin(i + 1) - cut.begin(i);
-              ASSERT_GE(size, tile);
+              ASSERT_TRUE(cut.begin(i) % tile == 0 && size >= tile);
               // No slice has two tiles more than another.
               ASSERT_LE(size, (extent / tile / cut.slices + 2) * tile);
             }

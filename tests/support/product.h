@@ -5,6 +5,7 @@
 #include "support/guarded.h"
 #include "support/random.h"
 #include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -61,9 +62,10 @@ template <class T> struct Product {
     return copy;
   }
   std::string name() const {
-    return std::string{a.letter, b.letter} + " m " + std::to_string(m) + " n " + std::to_string(n) + " k " +
-           std::to_string(k) + " alpha " + std::to_string(reference::re(alpha)) + " beta " +
-           std::to_string(reference::re(beta));
+    std::ostringstream text;
+    text << a.letter << b.letter << " m " << m << " n " << n << " k " << k << " alpha "
+         << reference::re(alpha) << " beta " << reference::re(beta);
+    return text.str();
   }
 
   // What is wrong with C, if anything. Its gaps must have the bits they had.

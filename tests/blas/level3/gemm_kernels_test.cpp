@@ -186,15 +186,5 @@ TYPED_TEST(GemmKernels, ProductsOfPanels) {
       }
 }
 
-TYPED_TEST(GemmKernels, ConjugatesOfBothGiveTheConjugate) {
-  using T = TypeParam;
-  const Product<T> both("CC", 7, 11, 13, scalar<T>(1.5), T{}), plain("TT", 7, 11, 13, scalar<T>(1.5), T{});
-  const std::vector<T> c = both.result(Entries<T>::gemm), d = plain.result(Entries<T>::gemm);
-  for (tnk_int j = 0; j < both.n; ++j)
-    for (tnk_int i = 0; i < both.m; ++i)
-      ASSERT_TRUE(reference::same(c[i + j * both.c.ld], reference::conj(d[i + j * both.c.ld])))
-          << i << ' ' << j;
-}
-
 } // namespace
 } // namespace tnk::test
