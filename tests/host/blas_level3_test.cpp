@@ -69,39 +69,39 @@ TEST(PublicGemm, EveryBadArgumentIsReported) {
       GemmCall(routine, 'N', letter).expect_report("transb", shown, "one of N, T, C");
     }
     const tnk_int most = INT64_MAX / routine.element;
-    const auto to = [](int least, tnk_int limit) {
-      return std::to_string(least) + " to " + std::to_string(limit);
-    };
     const struct {
       const char *letters, *name;
-      tnk_int value;
-      std::string expected;
-      const char *emptied = ""; // a dimension that is 0: leading dimensions count all the same
-    } bads[] = {{"NN", "m", -1, "0 or more"},
-                {"NN", "n", INT64_MIN, "0 or more"},
-                {"NN", "k", -7, "0 or more"},
-                {"NN", "m", huge, to(0, most)},
-                {"NN", "n", huge, to(0, most), "m"},
-                {"NN", "k", INT64_MAX, to(0, most)},
-                {"NN", "lda", 2, "3 or more"},
-                {"TN", "lda", 4, "5 or more"},
-                {"cN", "lda", 4, "5 or more", "n"},
-                {"NN", "ldb", 4, "5 or more"},
-                {"Nt", "ldb", 3, "4 or more"},
-                {"NC", "ldb", 3, "4 or more", "m"},
-                {"NN", "ldc", 2, "3 or more"},
-                {"NN", "ldc", 0, "1 or more", "m"},
-                {"NN", "lda", INT64_MIN, "3 or more"},
-                {"NN", "lda", huge, to(3, (most - 3) / 4)},
-                {"TN", "lda", huge, to(5, (most - 5) / 2)},
-                {"NN", "ldb", huge, to(5, (most - 5) / 3)},
-                {"NT", "ldb", huge, to(4, (most - 4) / 4)},
-                {"NN", "ldc", huge, to(3, (most - 3) / 3)}};
+      tnk_int value, least, limit; // limit 0: none
+      const char *emptied = "";    // a dimension that is 0: leading dimensions count all the same
+    } bads[] = {
+        {"NN", "m", -1, 0, 0},
+        {"NN", "n", INT64_MIN, 0, 0},
+        {"NN", "k", -7, 0, 0},
+        {"NN", "m", huge, 0, most},
+        {"NN", "n", huge, 0, most, "m"},
+        {"NN", "k", INT64_MAX, 0, most},
+        {"NN", "lda", 2, 3, 0},
+        {"TN", "lda", 4, 5, 0},
+        {"cN", "lda", 4, 5, 0, "n"},
+        {"NN", "ldb", 4, 5, 0},
+        {"Nt", "ldb", 3, 4, 0},
+        {"NC", "ldb", 3, 4, 0, "m"},
+        {"NN", "ldc", 2, 3, 0},
+        {"NN", "ldc", 0, 1, 0, "m"},
+        {"NN", "lda", INT64_MIN, 3, 0},
+        {"NN", "lda", huge, 3, (most - 3) / 4},
+        {"TN", "lda", huge, 5, (most - 5) / 2},
+        {"NN", "ldb", huge, 5, (most - 5) / 3},
+        {"NT", "ldb", huge, 4, (most - 4) / 4},
+        {"NN", "ldc", huge, 3, (most - 3) / 3},
+    };
     for (const auto &bad : bads) {
       GemmCall call(routine, bad.letters[0], bad.letters[1]);
       if (*bad.emptied) call.integer(bad.emptied) = 0;
       call.integer(bad.name) = bad.value;
-      call.expect_report(bad.name, std::to_string(bad.value), bad.expected);
+      call.expect_report(bad.name, std::to_string(bad.value),
+                         std::to_string(bad.least) +
+                             (bad.limit ? " to " + std::to_string(bad.limit) : " or more"));
     }
     // A dimension that fits alone and makes a matrix that does not, whatever the leading dimension.
     GemmCall call(routine);

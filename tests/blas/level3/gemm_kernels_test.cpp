@@ -1,6 +1,7 @@
 // Packing and block kernels of the matrix product: panels element for element, products from packed panels.
 #include "family.h"
 #include "reference/gemm_panels.h"
+#include <functional>
 
 namespace tnk::test {
 namespace {
@@ -15,23 +16,16 @@ TYPED_TEST_SUITE(GemmKernels, Types, );
 
 // One option of an operand: its copy, and how the source is read.
 struct Copy {
-  tnk_gemm_copy *copy;
+  std::function<tnk_gemm_copy> copy;
   char letter;
 };
-template <class T, char trans, bool of_a> tnk_gemm_copy *extended() {
-  return [](const tnk_int *p, const tnk_int *q, const void *source, const tnk_int *ld, void *buffer,
-            const tnk_gemm_panels *panels, const void *alpha) {
-    const tnk_gemm_row &row = Entries<T>::row;
-    const char letter = trans;
-    (of_a ? row.copya_ext : row.copyb_ext)(&letter, p, q, source, ld, buffer, panels, alpha);
-  };
-}
-template <class T, bool of_a> std::vector<Copy> copies() {
-  const auto &columns = of_a ? Entries<T>::row.copya : Entries<T>::row.copyb;
+template <class T> std::vector<Copy> copies(bool of_a) {
+  const tnk_gemm_row &row = Entries<T>::row;
+  const auto &columns = of_a ? row.copya : row.copyb;
   std::vector<Copy> all = {{columns[0], 'N'}, {columns[1], 'T'}, {columns[2], 'C'}};
-  if (!is_complex<T>)
-    for (const Copy &more : {Copy{extended<T, 'n', of_a>(), 'N'}, Copy{extended<T, 'C', of_a>(), 'C'}})
-      all.push_back(more);
+  const auto extended = of_a ? row.copya_ext : row.copyb_ext;
+  for (const char letter : std::string(extended ? "nNtC" : ""))
+    all.push_back({[=](auto... arguments) { extended(&letter, arguments...); }, letter});
   return all;
 }
 
@@ -43,8 +37,8 @@ template <class T> T not_a_number() {
 
 // Packs lanes by steps of a random source, into panels that stand further apart than they need to, and
 // compares all of the buffer: what no layout names keeps the pattern of guarded memory.
-template <class T, bool of_a>
-void check_copy(const Copy &option, tnk_int lanes, tnk_int steps, std::size_t shift) {
+template <class T>
+void check_copy(const Copy &option, bool of_a, tnk_int lanes, tnk_int steps, std::size_t shift) {
   SCOPED_TRACE(testing::Message() << (of_a ? "A " : "B ") << option.letter << " lanes " << lanes << " steps "
                                   << steps);
   using R = real_of<T>;
@@ -80,16 +74,14 @@ void check_copy(const Copy &option, tnk_int lanes, tnk_int steps, std::size_t sh
     ASSERT_TRUE(same_bits(&x, &expected[i])) << "at " << i << ": " << x << ", not " << expected[i];
   }
 }
-template <class T, bool of_a> void check_copies() {
-  for (const Copy &option : copies<T, of_a>())
-    for (const std::size_t shift : {std::size_t{0}, sizeof(real_of<T>), std::size_t{1}})
-      for (tnk_int lanes = 0; lanes <= 37; lanes += lanes < 20 ? 1 : 3)
-        for (const tnk_int steps : {0, 1, 2, 3, 4, 5, 7, 8, 9, 14, 20})
-          ASSERT_NO_FATAL_FAILURE((check_copy<T, of_a>(option, lanes, steps, shift)));
-}
 TYPED_TEST(GemmKernels, CopiesFillPanels) {
-  check_copies<TypeParam, true>();
-  check_copies<TypeParam, false>();
+  using T = TypeParam;
+  for (const bool of_a : {true, false})
+    for (const Copy &option : copies<T>(of_a))
+      for (const std::size_t shift : {std::size_t{0}, sizeof(real_of<T>), std::size_t{1}})
+        for (tnk_int lanes = 0; lanes <= 37; lanes += lanes < 20 ? 1 : 3)
+          for (const tnk_int steps : {0, 1, 2, 3, 4, 5, 7, 8, 9, 14, 20})
+            ASSERT_NO_FATAL_FAILURE(check_copy<T>(option, of_a, lanes, steps, shift));
 }
 
 // What an element of A B is to the bit, wherever it stands in a tile: a sum with the steps in order, in complex one
