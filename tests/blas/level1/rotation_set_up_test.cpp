@@ -13,23 +13,21 @@ namespace {
 using wide = long double;
 
 template <class R> struct Kernels;
-template <> struct Kernels<float> {
-  using Complex = tnk_complex8;
-  static constexpr auto rotg = tnk_blas_srotg;
-  static constexpr auto complex_rotg = tnk_blas_crotg;
-  static constexpr auto rotmg = tnk_blas_srotmg;
-};
-template <> struct Kernels<double> {
-  using Complex = tnk_complex16;
-  static constexpr auto rotg = tnk_blas_drotg;
-  static constexpr auto complex_rotg = tnk_blas_zrotg;
-  static constexpr auto rotmg = tnk_blas_drotmg;
-};
+#define KERNELS(R, C, r, c)                                                                                  \
+  template <> struct Kernels<R> {                                                                            \
+    using Complex = C;                                                                                       \
+    static constexpr auto rotg = tnk_blas_##r##rotg;                                                         \
+    static constexpr auto complex_rotg = tnk_blas_##c##rotg;                                                 \
+    static constexpr auto rotmg = tnk_blas_##r##rotmg;                                                       \
+  };
+KERNELS(float, tnk_complex8, s, c)
+KERNELS(double, tnk_complex16, d, z)
 
-template <class R> bool within(R value, wide exact, int eps) {
-  const wide bound = eps * static_cast<wide>(std::numeric_limits<R>::epsilon()) * std::fabs(exact) +
-                     std::numeric_limits<R>::min();
-  return std::fabs(value - exact) <= bound;
+template <class R> constexpr wide eps = std::numeric_limits<R>::epsilon();
+// Within so many rounding errors of a value, or of the size that its bound is measured by.
+template <class R> bool within(R value, wide exact, int roundings, wide size = 0) {
+  const wide bound = roundings * eps<R> * std::fmax(std::fabs(exact), size);
+  return std::fabs(value - exact) <= bound + std::numeric_limits<R>::min();
 }
 
 // Numbers of R over most of its range.
@@ -50,9 +48,8 @@ TYPED_TEST(RotationSetUp, MatchesExactValues) {
   using R = TypeParam;
   Random random;
   for (int round = 0; round < 20000; ++round) {
-    const R a = round == 0 ? 0 : any_size<R>(random), b = round == 1       ? 0
-                                                          : round % 8 == 2 ? -a
-                                                                           : beside(a, random);
+    const R a = round == 0 ? 0 : any_size<R>(random);
+    const R b = round == 1 ? 0 : round % 8 == 2 ? -a : beside(a, random);
     if (a == 0 && b == 0) continue;
     R r = a, z = b, c, s;
     Kernels<R>::rotg(&r, &z, &c, &s);
@@ -76,28 +73,24 @@ TYPED_TEST(RotationSetUp, ComplexMatchesExactValues) {
   using C = typename Kernels<R>::Complex;
   Random random;
   for (int round = 0; round < 20000; ++round) {
-    C a{any_size<R>(random), 0}, b{0, 0}, s;
-    a.im = beside(a.re, random);
-    b = {beside(a.re, random), beside(a.im, random)};
-    const C a_in = a, b_in = b;
+    const R re = any_size<R>(random), im = beside(re, random);
+    const C b_in{beside(re, random), beside(im, random)};
+    C a{re, im}, b = b_in, s;
     R c;
     Kernels<R>::complex_rotg(&a, &b, &c, &s);
-    const wide re = a_in.re, im = a_in.im, size = std::hypot(re, im);
-    const wide norm = std::hypot(size, std::hypot(wide{b.re}, wide{b.im}));
-    const wide s_re = (re * b.re + im * b.im) / size / norm, s_im = (im * b.re - re * b.im) / size / norm;
+    const wide size = std::hypot(wide{re}, wide{im}), rest = std::hypot(wide{b.re}, wide{b.im});
+    const wide norm = std::hypot(size, rest), u = re / size, v = im / size; // the direction of a
     SCOPED_TRACE(testing::Message() << "a " << re << ' ' << im << " b " << b.re << ' ' << b.im);
     ASSERT_TRUE(reference::same(b, b_in));
-    // Parts of s may cancel: they are held to the size of s, as |s| <= 1.
-    const wide eps = std::numeric_limits<R>::epsilon(),
-               bound = 10 * eps * std::hypot(s_re, s_im) + std::numeric_limits<R>::min();
     ASSERT_TRUE(within(c, size / norm, 8)) << c;
-    ASSERT_TRUE(std::fabs(s.re - s_re) <= bound && std::fabs(s.im - s_im) <= bound) << s.re << ' ' << s.im;
-    // The direction of a loses digits where a part of it falls below the normal range, the result likewise.
+    // Parts of s may cancel: they are held to the size of s.
+    ASSERT_TRUE(within(s.re, (u * b.re + v * b.im) / norm, 10, rest / norm) &&
+                within(s.im, (v * b.re - u * b.im) / norm, 10, rest / norm))
+        << s.re << ' ' << s.im;
+    // The direction loses digits where a part of it falls below the normal range, the result likewise.
     const wide lost = (norm + 1) * std::numeric_limits<R>::denorm_min();
-    for (const auto &[part, in] : {std::pair{a.re, re}, std::pair{a.im, im}}) {
-      const wide exact = in / size * norm, off = std::fabs(part - exact);
-      ASSERT_TRUE(off <= 10 * eps * std::fabs(exact) + lost) << part;
-    }
+    ASSERT_TRUE(std::fabs(a.re - u * norm) <= 10 * eps<R> * std::fabs(u * norm) + lost) << a.re;
+    ASSERT_TRUE(std::fabs(a.im - v * norm) <= 10 * eps<R> * std::fabs(v * norm) + lost) << a.im;
   }
   for (const C b : {C{3, -4}, C{0, 0}}) {
     C a{0, 0}, s{7, 7};
@@ -112,14 +105,13 @@ TYPED_TEST(RotationSetUp, TakesMisalignedScalars) {
   alignas(16) unsigned char memory[1 + 9 * sizeof(TypeParam)] = {};
   auto *const real = reinterpret_cast<TypeParam *>(memory + 1);
   auto *const pair = reinterpret_cast<C *>(memory + 1);
+  const auto is = [&](int i, TypeParam x) { return std::memcmp(real + i, &x, sizeof x) == 0; };
   Kernels<TypeParam>::rotmg(real, real + 1, real + 2, real + 3, real + 4);
-  TypeParam flag, one = 1;
-  std::memcpy(&flag, real + 4, sizeof flag);
-  EXPECT_EQ(flag, -2);
+  EXPECT_TRUE(is(4, -2));
   Kernels<TypeParam>::complex_rotg(pair, pair + 1, real + 6, pair + 2);
-  EXPECT_EQ(std::memcmp(pair + 2, &one, sizeof one), 0);
+  EXPECT_TRUE(is(4, 1));
   Kernels<TypeParam>::rotg(real, real + 1, real + 2, real + 3);
-  EXPECT_EQ(std::memcmp(real + 2, &one, sizeof one), 0);
+  EXPECT_TRUE(is(2, 1));
 }
 
 // crotg rounds the two magnitudes to single, and works all that follows in double before it rounds once.
@@ -150,9 +142,9 @@ template <class R> struct Modified {
 template <class R> bool keeps_its_law(const Modified<R> &in) {
   Modified<R> out = in;
   out.run();
-  SCOPED_TRACE(testing::Message() << in.d1 << ' ' << in.d2 << ' ' << in.x1 << ' ' << in.y1 << " flag "
-                                  << out.param[0]);
   const R flag = out.param[0];
+  SCOPED_TRACE(testing::Message() << in.d1 << ' ' << in.d2 << ' ' << in.x1 << ' ' << in.y1 << " flag "
+                                  << flag);
   EXPECT_TRUE(flag == -1 || flag == 0 || flag == 1);
   for (const int i : {1, 4}) EXPECT_EQ(out.param[i] == 99, flag == 0);
   for (const int i : {2, 3}) EXPECT_EQ(out.param[i] == 99, flag == 1);
@@ -163,7 +155,7 @@ template <class R> bool keeps_its_law(const Modified<R> &in) {
     EXPECT_TRUE(d == 0 || (std::fabs(d) > R(0x1p-24) * (1 - R(1e-6)) && std::fabs(d) < 0x1p24));
   // The factor of a step down is a relative 1.05e-14 off 2^-24 in double; a weight takes up to one step per 2^24.
   const int steps = static_cast<int>(std::log2(std::max({in.d1, std::fabs(in.d2), R(1)})) / 24) + 2;
-  const wide law = 24 * std::numeric_limits<R>::epsilon() + (sizeof(R) == 8 ? steps * 1.06e-14L : 0);
+  const wide law = 24 * eps<R> + (sizeof(R) == 8 ? steps * 1.06e-14L : 0);
   const auto adds_up = [&](wide a, wide b, wide expected) {
     return std::fabs(a + b - expected) <= law * (std::fabs(a) + std::fabs(b) + std::fabs(expected));
   };

@@ -1,0 +1,41 @@
+// The matrix products of the four types and their stages, by the same names.
+#pragma once
+
+#include "support/product.h"
+#include <gtest/gtest.h>
+#include <tnk/blas_level3.h>
+
+namespace tnk::test {
+
+template <class T> struct Entries;
+#define ENTRY(t, name) static constexpr auto name = tnk_blas_##t##gemm_##name;
+#define ENTRIES(T, t)                                                                                        \
+  template <> struct Entries<T> {                                                                            \
+    static constexpr const tnk_gemm_row &row = *avx_##t##_all_gemm_ker;                                      \
+    static constexpr const int32_t &chosen = avx_##t##_opt_gemm_ker;                                         \
+    static constexpr auto gemm = tnk_blas_x##t##gemm;                                                        \
+    static constexpr auto par = tnk_blas_x##t##gemm_par;                                                     \
+    ENTRY(t, pst)                                                                                            \
+    ENTRY(t, mscale)                                                                                         \
+    ENTRY(t, zero_desc)                                                                                      \
+    ENTRY(t, get_optimal_kernel)                                                                             \
+    ENTRY(t, get_kernel)                                                                                     \
+    ENTRY(t, num_kernels)                                                                                    \
+    ENTRY(t, get_kernel_version)                                                                             \
+    ENTRY(t, api_support)                                                                                    \
+    ENTRY(t, get_blks_size)                                                                                  \
+    ENTRY(t, set_blks_size)                                                                                  \
+    ENTRY(t, free_bufs)                                                                                      \
+    ENTRY(t, kernel_0)                                                                                       \
+    ENTRY(t, kernel_0_b0)                                                                                    \
+    ENTRY(t, ker0_pst)                                                                                       \
+  };
+ENTRIES(float, s)
+ENTRIES(double, d)
+ENTRIES(tnk_complex8, c)
+ENTRIES(tnk_complex16, z)
+#undef ENTRIES
+#undef ENTRY
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+
+} // namespace tnk::test
