@@ -121,6 +121,7 @@ template <class Name, class T, class I> inline void mirrored_row(const RowJob<T,
   V acc[2] = {};
   I p = 0;
   for (; row.count - p >= 4; p += 4) {
+    fetch_ahead<4>(row.values + p, row.columns + p);
     if (lane_bits(beyond<!Name::lower>(row.columns + p, row.key)) == 15) {
       for (int k = 0; k < 4 / per_half<T>; ++k)
         acc[k % 2] += times<T, own>(loadu<V>(row.values + p + k * per_half<T>),
