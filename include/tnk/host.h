@@ -70,7 +70,8 @@ void *tnk_kernel_entry(const char *name);
      otherwise                                             the processors that the process may run on
 
    These are upper bounds: small products run on the calling thread, and OpenMP may grant fewer threads
-   (OMP_THREAD_LIMIT, OMP_DYNAMIC). The result has the same bits for every number of threads.
+   (OMP_THREAD_LIMIT, OMP_DYNAMIC). The result has the same bits for every number of threads, but for the sparse
+   products that tnk/sparse.h names.
 
    A child of fork starts as if it had called tnk_set_num_threads(1), since OpenMP's threads stay with the parent; it
    may ask for more when its parent had no OpenMP threads. A program that calls from several threads of its own

@@ -36,8 +36,11 @@ typedef struct tnk_sparse_matrix {
 } tnk_sparse_matrix;
 
 /* All kinds but the general one are square. Those with a triangle take their entries from it alone, the other
-   triangle following from it or being zero: entries stored there do not count, except that in triangular and skew
-   matrices and those with a unit diagonal a non-finite one may bring NaN into the row. */
+   triangle following from it or being zero: entries stored there do not count, nor do those on a diagonal of ones or
+   of a skew matrix. In CSR storage some products add such entries and take them away again, and where what one of
+   them adds is not finite, NaN may stay behind: in the result's row of the entry's row number, with transposed
+   triangular matrices of its column number. These are mv with triangular and skew matrices and with symmetric and
+   Hermitian ones of unit diagonal, and mm with all matrices that have a triangle. */
 enum tnk_sparse_kind {
   TNK_SPARSE_GENERAL,
   TNK_SPARSE_SYMMETRIC,
@@ -77,8 +80,9 @@ typedef struct tnk_sparse_descriptor {
    (transposed general, symmetric, Hermitian and skew matrices, and COO), all threads but one add into a vector of
    their own, and these are added up afterwards. So there the order of sums, and with it the last bits of y, depend on
    the number of threads; everywhere else the result has the same bits for every number. Not spread: small jobs; mv of
-   diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal.
-   When there is no memory for the vectors of their own, one thread does all. */
+   diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal;
+   mm of diagonal CSR matrices, and mm with dense operands by rows and fewer than 16 right-hand sides. When there is
+   no memory for the vectors of their own, one thread does all. */
 
 enum tnk_sparse_status {
   TNK_SPARSE_OK = 0,

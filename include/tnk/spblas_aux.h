@@ -13,8 +13,9 @@
 
    Rows
      sortrow    (first, last, row_pointer, col_index, values)
-                Sorts the entries of rows first ... last by column, equal columns staying in their order. Row i is the
-                positions row_pointer[i-1] ... row_pointer[i]-1. Insertion: made for rows that are short or nearly sorted.
+                Sorts the entries of rows first ... last by column, equal columns staying in their order. Row i is
+                the positions row_pointer[i-1] ... row_pointer[i]-1. Insertion: made for rows that are short or
+                nearly sorted.
 
    Private outputs, added to y in the order of the parts
      split_par       (first, last, parts, stride, partial_y, y)
@@ -31,9 +32,9 @@
    Stored diagonals; without a type letter
      find_diag_par_ln, _lu, _un, _uu
                 (diag_distance, diag_count, band_first, band_last, span_first, span_last, status)
-                The diagonals that belong to a lower or upper triangle, read with its diagonal (n) or with a unit one (u).
-                With p the position of the first distance that is not negative, or diag_count + 1, and v the distance
-                there (one behind the array in the latter case: that element must be readable):
+                The diagonals that belong to a lower or upper triangle, read with its diagonal (n) or with a unit one
+                (u). With p the position of the first distance that is not negative, or diag_count + 1, and v the
+                distance there (one behind the array in the latter case: that element must be readable):
                       band_first               band_last               span_first  span_last   status
                   ln  1                        p-1                     1           p           0 if v is 0, else -1
                   lu  1                        p-1 if v is 0, else p   1           p           0
@@ -67,8 +68,8 @@
                 becomes (rhs_i - sum of a_ij x_j, j != i) / a_ii. Forwards this is (L + D) x_new = rhs - U x_old.
      bsc_gauss, bsc_cspblas_gauss
                 (flag, m, block_size, values, row_index, col_start, col_end, residual, x)
-                The same sweep over a matrix of m compressed block columns. It keeps residual = rhs - A x, which the caller
-                has formed (rhs itself for x of zeros) and may go on with: t = residual_j / a_jj, x_j += t,
+                The same sweep over a matrix of m compressed block columns. It keeps residual = rhs - A x, which the
+                caller has formed (rhs itself for x of zeros) and may go on with: t = residual_j / a_jj, x_j += t,
                 residual -= t * (column j).
      Repeated entries all count, on the diagonal of a sweep too; in the division the first block stands for all.
 
@@ -84,12 +85,12 @@
 
      skymmgk, skymmkk, skymmsk
                 (flag, unused, m, nrhs, flag2, diag_flag, alpha, values, pointer, b, ldb, c, ldc)
-                C += alpha op(A) B with dense operands by columns. The triangle is upper when flag2 is not 0; `unused` is
-                not read. kk: A is the triangle, transposed when flag is not 0, and its diagonal is ones when diag_flag
-                is not 0. sk: A is symmetric, the other triangle mirrored; flag is not read. gk: the triangle as a part of
-                a general matrix, which is two calls, one a triangle: as kk, but with a diag_flag that is not 0 there is
-                no diagonal, for the triangle that leaves it to the other.
-                Real runs go to tnk_blas_?dot and all to tnk_blas_?axpy, a call a run and right-hand side.
+                C += alpha op(A) B with dense operands by columns. The triangle is upper when flag2 is not 0;
+                `unused` is not read. kk: A is the triangle, transposed when flag is not 0, and its diagonal is ones
+                when diag_flag is not 0. sk: A is symmetric, the other triangle mirrored; flag is not read. gk: the
+                triangle as a part of a general matrix, which is two calls, one a triangle: as kk, but with a
+                diag_flag that is not 0 there is no diagonal, for the triangle that leaves it to the other. Real runs
+                go to tnk_blas_?dot and all to tnk_blas_?axpy, a call a run and right-hand side.
 
    Method: Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed. (2003), sections 3.4 and 4.1. */
 #ifndef TNK_SPBLAS_AUX_H

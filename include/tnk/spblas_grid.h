@@ -16,16 +16,22 @@
    With lp64 every index and size is a 32-bit integer and so is all arithmetic on them. All arguments travel by
    address, alpha too. Nothing is checked, nothing allocated. What a piece is depends on the operation:
 
-     csr mv, bsr mv, gemv   (block) rows; those that scatter (tg, s, h, a) need a private y each, added up afterwards by
-                            split_par, split_syml_par or split_symu_par
+     csr mv, bsr mv, gemv   (block) rows; those that scatter (tg, cg, s, h, a) need a private y each, added up
+                            afterwards by split_par, split_syml_par or split_symu_par
      coo mv of g, s, h, a   stored entries, with a private y each
      coo mv of t, dia mv    nothing: first and last are not read, the whole matrix is run
      mm                     right-hand sides
 
-   The csr mv kernels that mirror an upper triangle (kinds s, h and a, in every op) take x and y from element `first` on,
-   not from element one, so that a private y ends at the end of the vector and begins with the piece. x must be part of
-   the whole vector all the same: the kernels of unit diagonal and of kind a multiply whole rows and may read elements
-   before `first`. Those of the lower triangle take whole vectors and touch y up to element `last`.
+   The csr mv kernels that mirror an upper triangle (kinds s, h and a, in every op) take x and y from element `first`
+   on, not from element one, so that a private y ends at the end of the vector and begins with the piece. x must be
+   part of the whole vector all the same: the kernels of unit diagonal and of kind a multiply whole rows and may read
+   elements before `first`. Those of the lower triangle take whole vectors and touch y up to element `last`.
+
+   m is the number of rows of A; csr mv kernels with first and last do not read it. The n of csr mm is the number of
+   right-hand sides of the whole job, as announced: which of them are computed is told by first and last. It decides,
+   with m and the average length of a row, whether kernels of kind g and op n or s by columns take the rows in parts
+   that stay in the cache; the sums are the same either way, and other kernels do not read it. The n of coo is the
+   number of columns of A and is not read.
 
    Coordinate kernels add the entries in their order. Those of unit diagonal add alpha x to all m rows, in each call,
    whatever its piece.
@@ -35,12 +41,13 @@
    read. Kind g is m by n; other kinds are square of order m, and n is not read. The k of the mm kernels, the number of
    right-hand sides, is not read either: last tells it. The transpose of a skew matrix is formed as such, its negative.
 
-   Blocks: `values` holds block_size^2 elements a block, by columns with base 1 and by rows with base 0; row pointers and
-   column numbers count blocks. Where a triangle is meant, it is that of the elements: of a block on the diagonal too the
-   other triangle has no effect. x and y are whole vectors; a lower triangle touches y up to the end of block row `last`.
+   Blocks: `values` holds block_size^2 elements a block, by columns with base 1 and by rows with base 0; row pointers
+   and column numbers count blocks. Where a triangle is meant, it is that of the elements: of a block on the diagonal
+   too the other triangle has no effect. x and y are whole vectors; a lower triangle touches y up to the end of block
+   row `last`.
 
    Method: the compressed and coordinate forms as in Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed.
-   (2003), section 3.4; the interface after I. Duff, M. Heroux, R. Pozo, ACM TOMS 28 (2002). */
+   (2003), section 3.4. mv and mm add what USMV and USMM do in I. Duff, M. Heroux, R. Pozo, ACM TOMS 28 (2002). */
 #ifndef TNK_SPBLAS_GRID_H
 #define TNK_SPBLAS_GRID_H
 

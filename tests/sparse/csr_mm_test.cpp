@@ -91,9 +91,9 @@ TEST(CsrMm, RowLayoutSumsInFours) {
     }
 }
 
-// However the rows are parted, each is summed once and in the order of the product with a vector. The argument n and the
-// average that follows from the pointer base decide on the parts: in double precision none, none and some on both sides
-// of the limit, three and two rows with some left for the last part, less than a row, and a divisor of 0.
+// However the rows are parted, each is summed once and in the order of the product with a vector. The argument n and
+// the average that follows from the pointer base decide on the parts: in double precision none, none and some on
+// both sides of the limit, three and two rows with some left for the last part, less than a row, and a divisor of 0.
 template <class T, class I, class Many, class One> void parts_make_no_difference(Many many, One one_side) {
   constexpr I m = 23, sides = 3, entries = 314;
   const I one = 1;

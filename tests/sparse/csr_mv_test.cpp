@@ -88,16 +88,17 @@ TEST(CsrMv, UpperMirrorsTakeVectorsFromTheirFirstRow) {
   EXPECT_EQ(piece.times(tnk_spblas_dcsr1nslnf__mvout_par), (Vector{100, 200, 300}));
 }
 
-// The order of a row's sum: up to three entries in front of a 32-byte boundary, rounds of 16 in four accumulators of two
-// lanes, what is left. Written out once more here, number by number.
-double sum_in_order(const double *a, const double *x, tnk_int n, tnk_int peel) {
+// The order of a row's sum: up to three entries in front of a 32-byte boundary, rounds of 16 in four accumulators of
+// two lanes, what is left. Written out once more here, number by number. Entries beyond a triangle are summed alike,
+// in rounds of 4 that fill only half of the accumulators.
+double sum_in_order(const double *a, const double *x, tnk_int n, tnk_int peel, tnk_int round = 16) {
   double sum = 0;
   tnk_int p = 0;
-  if (n - peel >= 16) {
+  if (n - peel >= round) {
     for (; p < peel; ++p) sum += a[p] * x[p];
     double acc[8] = {};
-    for (; n - p >= 16; p += 16)
-      for (int k = 0; k < 16; ++k) acc[k % 8] += a[p + k] * x[p + k];
+    for (; n - p >= round; p += round)
+      for (int k = 0; k < round; ++k) acc[k % 8] += a[p + k] * x[p + k];
     double lane[2];
     for (int k = 0; k < 2; ++k) lane[k] = (acc[k] + acc[2 + k]) + (acc[4 + k] + acc[6 + k]);
     sum += lane[0] + lane[1];
@@ -123,7 +124,22 @@ TEST(CsrMv, RowsAreSummedInTheirOrder) {
       tnk_spblas_lp64_dcsr0ng__c__mvout_par(&one, &one, &one, &alpha, values.data(), columns.data(), &start,
                                             &end, x.data(), &y);
       const tnk_int peel = shift % 8 ? 70 : static_cast<tnk_int>((32 - shift) % 32 / 8);
-      EXPECT_EQ(y, sum_in_order(a.data(), x.data(), n, peel)) << n << " at " << shift;
+      const double whole = sum_in_order(a.data(), x.data(), n, peel);
+      EXPECT_EQ(y, whole) << n << " at " << shift;
+
+      // The same entries as the row of a triangle that ends in their midst.
+      constexpr std::int32_t row = 30;
+      const std::vector<std::int32_t> starts(row, start), ends(row, end);
+      for (const bool lower : {true, false}) {
+        Vector outside = a, out(row);
+        for (std::int32_t j = 0; j < n; ++j)
+          if (lower ? j < row : j >= row - 1) outside[j] = 0;
+        (lower ? tnk_spblas_lp64_dcsr0ntlnc__mvout_par : tnk_spblas_lp64_dcsr0ntunc__mvout_par)(
+            &row, &row, &row, &alpha, values.data(), columns.data(), starts.data(), ends.data(), x.data(),
+            out.data());
+        EXPECT_EQ(out[row - 1], whole - sum_in_order(outside.data(), x.data(), n, peel, 4))
+            << (lower ? "lower, " : "upper, ") << n << " at " << shift;
+      }
     }
 }
 

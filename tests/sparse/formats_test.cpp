@@ -1,5 +1,5 @@
-// What coordinate, diagonal and block products fix beyond the meaning of their letters: order and folding of alpha, large
-// matrices taken in parts, what is not read.
+// What coordinate, diagonal and block products fix beyond the meaning of their letters: order and folding of alpha,
+// large matrices taken in parts, what is not read.
 #include "support/random.h"
 #include <gtest/gtest.h>
 #include <limits>

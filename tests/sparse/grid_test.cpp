@@ -145,7 +145,7 @@ public:
     *this = other;
   }
   Operand &operator=(const Operand &other) {
-    std::memcpy(data(), other.data(), memory_.size() * sizeof(T));
+    if (memory_.size() != 0) std::memcpy(data(), other.data(), memory_.size() * sizeof(T));
     return *this;
   }
 
@@ -153,7 +153,7 @@ public:
   T *data() { return memory_.data(); }
   const T *data() const { return memory_.data(); }
   bool same_as(const Operand &other) const {
-    return std::memcmp(data(), other.data(), memory_.size() * sizeof(T)) == 0;
+    return memory_.size() == 0 || std::memcmp(data(), other.data(), memory_.size() * sizeof(T)) == 0;
   }
   template <class F> void fill(F number) {
     for (tnk_int side = 0; side < sides_; ++side)
@@ -168,7 +168,8 @@ public:
   bool intact() {
     fill(junk<T>);
     const std::vector<unsigned char> untouched(memory_.size() * sizeof(T), 0xFF);
-    return memory_.intact() && std::memcmp(memory_.data(), untouched.data(), untouched.size()) == 0;
+    return memory_.intact() &&
+           (untouched.empty() || std::memcmp(memory_.data(), untouched.data(), untouched.size()) == 0);
   }
 
 private:

@@ -3,6 +3,7 @@
 
 #include "kernel/frame/complex.h"
 #include "kernel/frame/simd.h"
+#include "kernel/sparse/grid/wrapped.h"
 #include <tnk/spblas_aux.h>
 
 namespace tnk {
@@ -30,12 +31,13 @@ template <class Side, class T, class I> struct Blocks {
   // Positions of a row's blocks.
   Range row(I i) const {
     const I base = get(start);
-    return {get(start + i) - base, get(end + i) - base};
+    return {wrapped_difference(get(start + i), base), wrapped_difference(get(end + i), base)};
   }
   I number(I position) const { return get(index + position) - Side::base; }
-  const T *block(I position) const { return values + position * size * size; }
+  const T *block(I position) const { return values + wrapped_product(position, wrapped_product(size, size)); }
   T at(I position, I r, I s) const {
-    return get(block(position) + (Side::by_rows ? r * size + s : s * size + r));
+    return get(block(position) +
+               (Side::by_rows ? wrapped_product(r, size) + s : wrapped_product(s, size) + r));
   }
 };
 

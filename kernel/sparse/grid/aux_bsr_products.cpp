@@ -51,17 +51,24 @@ template <class Side, class T, class I> struct Product {
   T *c;
   I ldc;
 
-  const T *b_of(I block) const { return b + block * a.size * (Side::by_rows ? ldb : 1); }
-  T *c_of(I block) const { return c + block * a.size * (Side::by_rows ? ldc : 1); }
+  const T *b_of(I block) const {
+    return b + wrapped_product<I>(wrapped_product(block, a.size), Side::by_rows ? ldb : 1);
+  }
+  T *c_of(I block) const {
+    return c + wrapped_product<I>(wrapped_product(block, a.size), Side::by_rows ? ldc : 1);
+  }
 };
 
-// Block row `to` of C += alpha * (part of a block) * (block row `from` of B); transposed when Transposed, the part being
-// that of the transposed block. The innermost loop runs along the dense operands. Size 0 takes the size from the data.
+// Block row `to` of C += alpha * (part of a block) * (block row `from` of B); transposed when Transposed, the part
+// being that of the transposed block. The innermost loop runs along the dense operands. Size 0 takes the size from
+// the data.
 template <bool Transposed, int Size = 0, class Side, class T, class I>
 void add_block(const Product<Side, T, I> &job, T alpha, I to, I from, const T *block, Part part) {
   const I size = Size ? Size : job.a.size;
   constexpr bool rows_adjacent = Side::by_rows == Transposed;
-  const auto at = [=](I r, I s) { return get(block + (rows_adjacent ? s * size + r : r * size + s)); };
+  const auto at = [=](I r, I s) {
+    return get(block + (rows_adjacent ? wrapped_product(s, size) + r : wrapped_product(r, size) + s));
+  };
   const T *const b = job.b_of(from);
   T *const c = job.c_of(to);
   if constexpr (Side::by_rows) {
@@ -69,8 +76,8 @@ void add_block(const Product<Side, T, I> &job, T alpha, I to, I from, const T *b
       const Span<I> columns = columns_of(part, r, size);
       for (I s = columns.first; s < columns.end; ++s) {
         const T value = at(r, s);
-        const T *__restrict const b_row = b + s * job.ldb;
-        T *__restrict const c_row = c + r * job.ldc;
+        const T *__restrict const b_row = b + wrapped_product(s, job.ldb);
+        T *__restrict const c_row = c + wrapped_product(r, job.ldc);
         for (I q = 0; q < job.nrhs; ++q) put(c_row + q, get(c_row + q) + value * (alpha * get(b_row + q)));
       }
     }
@@ -78,8 +85,8 @@ void add_block(const Product<Side, T, I> &job, T alpha, I to, I from, const T *b
     for (I q = 0; q < job.nrhs; ++q)
       for (I s = 0; s < size; ++s) {
         const Span<I> rows = columns_of(mirrored(part), s, size);
-        const T t = alpha * get(b + q * job.ldb + s);
-        T *__restrict const c_column = c + q * job.ldc;
+        const T t = alpha * get(b + wrapped_product(q, job.ldb) + s);
+        T *__restrict const c_column = c + wrapped_product(q, job.ldc);
         for (I r = rows.first; r < rows.end; ++r) put(c_column + r, get(c_column + r) + at(r, s) * t);
       }
   }
@@ -95,11 +102,12 @@ void for_each_block(const Product<Side, T, I> &job, Visit visit) {
 }
 
 template <class Side, class T, class I> void add_identity(const Product<Side, T, I> &job) {
-  const I rows = job.m * job.a.size;
+  const I rows = wrapped_product(job.m, job.a.size);
   for (I q = 0; q < job.nrhs; ++q)
     for (I i = 0; i < rows; ++i) {
-      T *const target = job.c + (Side::by_rows ? i * job.ldc + q : q * job.ldc + i);
-      put(target, get(target) + job.alpha * get(job.b + (Side::by_rows ? i * job.ldb + q : q * job.ldb + i)));
+      const I along = Side::by_rows ? i : q, across = Side::by_rows ? q : i;
+      T *const target = job.c + wrapped_product(along, job.ldc) + across;
+      put(target, get(target) + job.alpha * get(job.b + wrapped_product(along, job.ldb) + across));
     }
 }
 

@@ -13,7 +13,7 @@ template <class Side, class T, class I> void divide_by_diagonal(I m, I flag, Blo
     I p = row.first;
     while (p < row.end - 1 && a.number(p) != i) ++p;
     for (I j = 0; j < a.size; ++j) {
-      T *const target = work + i * a.size + j;
+      T *const target = work + wrapped_product(i, a.size) + j;
       put(target, quotient(get(target), a.at(p, j, j)));
     }
   }
@@ -21,8 +21,9 @@ template <class Side, class T, class I> void divide_by_diagonal(I m, I flag, Blo
 
 // update(block, element) for all elements of a vector of m blocks, from the first to the last, or backwards.
 template <class I, class Update> void sweep(bool backwards, I m, I size, Update update) {
-  for (I step = 0; step < m * size; ++step) {
-    const I k = backwards ? m * size - 1 - step : step;
+  const I count = wrapped_product(m, size);
+  for (I step = 0; step < count; ++step) {
+    const I k = backwards ? count - 1 - step : step;
     update(k / size, k % size);
   }
 }
@@ -38,9 +39,10 @@ void sweep_rows(I flag, I m, Blocks<Side, T, I> a, const T *rhs, T *x) {
         if (i == j && r == s)
           diagonal += a.at(p, r, s);
         else
-          sum += a.at(p, r, s) * get(x + j * a.size + s);
+          sum += a.at(p, r, s) * get(x + wrapped_product(j, a.size) + s);
     }
-    put(x + i * a.size + r, quotient(get(rhs + i * a.size + r) - sum, diagonal));
+    const I at = wrapped_product(i, a.size) + r;
+    put(x + at, quotient(get(rhs + at) - sum, diagonal));
   });
 }
 
@@ -51,11 +53,12 @@ void sweep_columns(I flag, I m, Blocks<Side, T, I> a, T *residual, T *x) {
     T diagonal{};
     for (I p = column.first; p < column.end; ++p)
       if (a.number(p) == j) diagonal += a.at(p, s, s);
-    T *const target = x + j * a.size + s;
-    const T t = quotient(get(residual + j * a.size + s), diagonal);
+    const I at = wrapped_product(j, a.size) + s;
+    T *const target = x + at;
+    const T t = quotient(get(residual + at), diagonal);
     put(target, get(target) + t);
     for (I p = column.first; p < column.end; ++p) {
-      T *const block = residual + a.number(p) * a.size;
+      T *const block = residual + wrapped_product(a.number(p), a.size);
       for (I r = 0; r < a.size; ++r) put(block + r, get(block + r) - a.at(p, r, s) * t);
     }
   });

@@ -1,6 +1,7 @@
 // Private outputs added up. Each element gets the parts in their order, however many elements are taken at a time.
 #include "kernel/frame/complex.h"
 #include "kernel/frame/simd.h"
+#include "kernel/sparse/grid/wrapped.h"
 #include <tnk/spblas_aux.h>
 
 namespace tnk {
@@ -8,7 +9,8 @@ namespace {
 
 template <class T, class I> void split(I first, I last, I parts, I stride, const T *partial_y, T *y) {
   for (I p = 0; p <= parts - 2; ++p)
-    for (I i = first; i <= last; ++i) put(y + i - 1, get(y + i - 1) + get(partial_y + p * stride + i - 1));
+    for (I i = first; i <= last; ++i)
+      put(y + i - 1, get(y + i - 1) + get(partial_y + wrapped_product(p, stride) + i - 1));
 }
 
 // y[i] ... y[i + Width - 1] in registers while all parts are added. part(t) is the address of what goes to y[0].
@@ -32,7 +34,7 @@ constexpr int long_output = 100;
 
 template <class T, class I> void split_syml(I end, I count, I start, const T *const *partial_y, T *y) {
   if (start > end - 1) return;
-  const auto part = [=](I t) { return get(partial_y + t - 1) + (start - 1) * count; };
+  const auto part = [=](I t) { return get(partial_y + t - 1) + wrapped_product<I>(start - 1, count); };
   if (count >= long_output)
     add_parts<4>(count, start, end - 1, part, y);
   else
@@ -41,7 +43,7 @@ template <class T, class I> void split_syml(I end, I count, I start, const T *co
 
 template <class T, class I> void split_symu(I count, I step, I parts, const T *const *partial_y, T *y) {
   if (parts < 1) return;
-  const auto part = [=](I t) { return get(partial_y + t + 1) + step * (parts - 1 - t); };
+  const auto part = [=](I t) { return get(partial_y + t + 1) + wrapped_product<I>(step, parts - 1 - t); };
   if (count >= long_output)
     add_parts<4>(count, I(0), parts - 1, part, y);
   else

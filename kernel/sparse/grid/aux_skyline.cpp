@@ -1,6 +1,7 @@
 // Skyline products: dense runs that end at the diagonal, handed to the dense routines.
 #include "kernel/frame/complex.h"
 #include "kernel/frame/simd.h"
+#include "kernel/sparse/grid/wrapped.h"
 #include <tnk/blas.h>
 #include <tnk/spblas_aux.h>
 
@@ -54,15 +55,16 @@ template <class T> void add(T *target, T term) {
 template <class T, class I, class Visit> void for_each_run(const Skyline<T, I> &job, Visit visit) {
   for (I q = 0; q < job.nrhs; ++q)
     for (I i = 0; i < job.m; ++i) {
-      const I start = get(job.pointer + i), length = get(job.pointer + i + 1) - start;
-      const I first = i + 1 - length;
+      const I start = get(job.pointer + i), length = wrapped_difference(get(job.pointer + i + 1), start);
+      const I first = wrapped_difference<I>(i + 1, length);
       if (length > 0)
-        visit(job.values + (start - get(job.pointer)), length, job.b + q * job.ldb + first,
-              job.c + q * job.ldc + first);
+        visit(job.values + wrapped_difference(start, get(job.pointer)), length,
+              job.b + wrapped_product(q, job.ldb) + first, job.c + wrapped_product(q, job.ldc) + first);
     }
 }
 template <class T, class I> void add_identity(const Skyline<T, I> &job) {
-  for (I q = 0; q < job.nrhs; ++q) axpy(job.m, job.alpha, job.b + q * job.ldb, job.c + q * job.ldc);
+  for (I q = 0; q < job.nrhs; ++q)
+    axpy(job.m, job.alpha, job.b + wrapped_product(q, job.ldb), job.c + wrapped_product(q, job.ldc));
 }
 
 // Runs are rows of the operand: sums. Without their diagonal when `strict`.

@@ -6,8 +6,8 @@
 namespace tnk {
 namespace {
 
-// Rows of a block are summed first and mirrored in a second pass: sums without stores between them, and entries that are
-// still in a cache when they are mirrored.
+// Rows of a block are summed first and mirrored in a second pass: sums without stores between them, and entries that
+// are still in a cache when they are mirrored.
 constexpr int rows_of_a_block = 30000;
 
 template <bool Upper, class I>

@@ -1,9 +1,9 @@
 // Compressed rows of square blocks times a vector: the symmetric product, and the plain one that overwrites.
 //
-// A block is stored in lines, columns with base 1 and rows with base 0. A line meets the vectors that run along it in
-// one step; the one element across from it stands for the whole line. So a symmetric block works alike in both forms:
-// it adds to one of its two outputs along the lines and to the other across them, and the forms differ in which is which.
-// Blocks of 2 to 6 are worked on in registers.
+// A block is stored in lines, columns with base 1 and rows with base 0. A line meets the vectors that run along it
+// in one step; the one element across from it stands for the whole line. So a symmetric block works alike in both
+// forms: it adds to one of its two outputs along the lines and to the other across them, and the forms differ in
+// which is which. Blocks of 2 to 6 are worked on in registers.
 #pragma once
 
 #include "kernel/sparse/grid/mm_job.h"
@@ -98,8 +98,8 @@ inline void add_symmetric_block(const BlockJob<T, I> &job, const T *block, Ends<
   }
 }
 
-// Of a block on the diagonal too only the triangle counts: in each line what stands behind its diagonal element, or what
-// stands before.
+// Of a block on the diagonal too only the triangle counts: in each line what stands behind its diagonal element, or
+// what stands before.
 template <bool Behind, class T, class I>
 inline void add_diagonal_block(const BlockJob<T, I> &job, const T *block, Ends<T> at) {
   for (I l = 0; l < job.size; ++l) {
@@ -140,7 +140,8 @@ template <class Name, int Size, class T, class I>
 
 // ---- The plain product ----------------------------------------------------------------------------------------------
 
-// y += the sum of x[l] times line l over a block of any size, four lines at a time: y is loaded and stored once for them.
+// y += the sum of x[l] times line l over a block of any size, four lines at a time: y is loaded and stored once for
+// them.
 template <class T, class I>
 inline void add_block(const Run<T, I> &run, I size, const T *block, const T *x, T *y) {
   using V = side_by_side<T>;

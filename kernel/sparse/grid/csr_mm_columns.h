@@ -24,9 +24,9 @@ template <int R, class T, class I> inline Columns<T, R> columns_of(const MmJob<T
   return at;
 }
 
-// The sums of a * b over the row, as row_sum adds them. With Folded they are of (alpha * a) * b and the rounds are twice
-// as long: a row must have so many entries for its sum to be taken in rounds, and so many are left to be added one by
-// one.
+// The sums of a * b over the row, as row_sum adds them. With Folded they are of (alpha * a) * b and the rounds are
+// twice as long: a row must have so many entries for its sum to be taken in rounds, and so many are left to be added
+// one by one.
 template <bool Conj, bool Folded, class T, class I, int R>
 inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, const Columns<T, R> &at) {
   using V = half_of<T>;
@@ -49,7 +49,7 @@ inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, co
   };
   if (row.count >= round) {
     const bool aligned = is_aligned_to(row.values, sizeof(T));
-    const I peel = aligned ? static_cast<I>((0 - address(row.values)) % 32 / sizeof(T)) : 0;
+    const I peel = boundary_peel<T, I>(row.values);
     if (row.count - peel >= round && (aligned || is_complex<T>)) {
       one_by_one(peel);
       const V alphas = every_lane<T>(alpha);

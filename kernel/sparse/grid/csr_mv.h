@@ -7,6 +7,7 @@
 
 #include "kernel/sparse/grid/name.h"
 #include "kernel/sparse/grid/row.h"
+#include "kernel/sparse/grid/wrapped.h"
 #include <tnk/blas.h>
 
 namespace tnk {
@@ -32,12 +33,6 @@ template <class T, class I> struct Row {
   I count; // zero or less in an empty row
   I key;
 };
-
-// a - b as the integers of this width wrap.
-template <class I> inline I wrapped_difference(I a, I b) {
-  using U = std::make_unsigned_t<I>;
-  return static_cast<I>(static_cast<U>(a) - static_cast<U>(b));
-}
 
 template <class T, class I>
 inline Row<T, I> row_at(const CompressedRows<T, I> &matrix, I pointer_base, I i, I key) {

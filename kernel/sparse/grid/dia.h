@@ -1,7 +1,8 @@
 // Stored diagonals times a vector or several columns: y += alpha op(A) x.
 //
-// The element of a diagonal for row i stands at i - 1, so a diagonal meets x and y in runs. Rows are taken in parts whose
-// vectors stay in the cache while one diagonal after another adds to them. Only elements inside the matrix are read.
+// The element of a diagonal for row i stands at i - 1, so a diagonal meets x and y in runs. Rows are taken in parts
+// whose vectors stay in the cache while one diagonal after another adds to them. Only elements inside the matrix are
+// read.
 #pragma once
 
 #include "kernel/sparse/grid/mm_job.h"

@@ -34,12 +34,6 @@ struct RowLayout {
   static constexpr int base = 0;
 };
 
-// a * b as the integers of this width wrap.
-template <class I> inline I wrapped_product(I a, I b) {
-  using U = std::make_unsigned_t<I>;
-  return static_cast<I>(static_cast<U>(a) * static_cast<U>(b));
-}
-
 template <class Layout, class T, class I> inline Row<T, I> row_of(const MmJob<T, I> &job, I i) {
   return row_at(job.matrix, job.pointer_base, i, i + Layout::base);
 }

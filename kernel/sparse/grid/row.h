@@ -128,6 +128,11 @@ template <int Count, class T, class I> inline void fetch_ahead(const T *values, 
 
 // ---- Sums -------------------------------------------------------------------------------------------------------
 
+// Elements in front of the first 32-byte boundary; none where no element lies on one.
+template <class T, class I> inline I boundary_peel(const T *values) {
+  return is_aligned_to(values, sizeof(T)) ? static_cast<I>((0 - address(values)) % 32 / sizeof(T)) : 0;
+}
+
 // The sum of a * x over a row; with Conj of conjugate(a) * x. A long row is summed in rounds from a 32-byte boundary of
 // the values on: 16 numbers or 8 pairs a round, in four accumulators of 128 bits that are combined as
 // (acc0 + acc1) + (acc2 + acc3) and then across their lanes. What stands before and behind the rounds is added one by
@@ -145,7 +150,7 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
   };
   if (count >= round) {
     const bool aligned = is_aligned_to(values, sizeof(T));
-    const I peel = aligned ? static_cast<I>((0 - address(values)) % 32 / sizeof(T)) : 0;
+    const I peel = boundary_peel<T, I>(values);
     if (count - peel >= round && (aligned || is_complex<T>)) {
       one_by_one(peel);
       V acc[4] = {};
@@ -163,25 +168,35 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
   return sum;
 }
 
-// The sum of a * x over the entries of a row whose columns lie beyond `limit`, four entries a round in two accumulators
-// of 128 bits. Products of the other entries are masked out, whatever they are.
+// The sum of a * x over the entries of a row whose columns lie beyond `limit`, from the same 32-byte boundary on as the
+// sum of the row: four entries a round, in two accumulators of 128 bits. What stands before and behind the rounds is
+// added one by one. Products of the other entries are masked out, whatever they are.
 template <class T, bool Above, bool Conj = false, class I>
 inline in_lanes<T> sum_beyond(const T *values, const I *columns, I count, I limit, const T *x) {
   using V = half_of<T>;
-  V acc[2] = {};
+  in_lanes<T> sum{};
   I p = 0;
-  for (; count - p >= 4; p += 4) {
-    const i32x4 mask = beyond<Above>(columns + p, limit);
-    if (lane_bits(mask) == 0) continue;
-    for (int k = 0; k < 4 / per_half<T>; ++k)
-      acc[k % 2] += masked_part<T>(
-          times<T, Conj>(loadu<V>(values + p + k * per_half<T>), gather(x, columns + p + k * per_half<T>)),
-          mask, k);
+  const auto one_by_one = [&](I end) {
+    for (; p < end; ++p)
+      if (is_beyond<Above>(get(columns + p), limit))
+        sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
+  };
+  const bool aligned = is_aligned_to(values, sizeof(T));
+  const I peel = boundary_peel<T, I>(values);
+  if (count - peel >= 4 && (aligned || is_complex<T>)) {
+    one_by_one(peel);
+    V acc[2] = {};
+    for (; count - p >= 4; p += 4) {
+      const i32x4 mask = beyond<Above>(columns + p, limit);
+      if (lane_bits(mask) == 0) continue;
+      for (int k = 0; k < 4 / per_half<T>; ++k)
+        acc[k % 2] += masked_part<T>(
+            times<T, Conj>(loadu<V>(values + p + k * per_half<T>), gather(x, columns + p + k * per_half<T>)),
+            mask, k);
+    }
+    sum += sum_of<T>(acc[0] + acc[1]);
   }
-  in_lanes<T> sum = sum_of<T>(acc[0] + acc[1]);
-  for (; p < count; ++p)
-    if (is_beyond<Above>(get(columns + p), limit))
-      sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
+  one_by_one(count);
   return sum;
 }
 
