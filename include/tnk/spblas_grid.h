@@ -77,10 +77,8 @@
   X(n, d, _, n, __VA_ARGS__) X(n, d, _, u, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
 #define TNK_SP_CSR_MV_SEQ_C(X, ...) X(c, d, _, n, __VA_ARGS__) TNK_SP_FOUR(X, c, t, __VA_ARGS__)
 
-#define TNK_SP_CSR_MM_PAR_R(X, ...)                                                                          \
-  TNK_SP_CSR_MV_PAR_R(X, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
-#define TNK_SP_CSR_MM_PAR_C(X, ...)                                                                          \
-  TNK_SP_CSR_MV_PAR_C(X, __VA_ARGS__) TNK_SP_FOUR(X, c, t, __VA_ARGS__)
+#define TNK_SP_CSR_MM_PAR_R(X, ...) TNK_SP_CSR_MV_PAR_R(X, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
+#define TNK_SP_CSR_MM_PAR_C(X, ...) TNK_SP_CSR_MV_PAR_C(X, __VA_ARGS__) TNK_SP_FOUR(X, c, t, __VA_ARGS__)
 
 #define TNK_SP_CSR_MM_SEQ_R(X, ...) X(n, d, _, n, __VA_ARGS__) X(n, d, _, u, __VA_ARGS__)
 #define TNK_SP_CSR_MM_SEQ_C(X, ...) X(c, d, _, n, __VA_ARGS__)
@@ -130,19 +128,19 @@
   TNK_SP_##cell##_R(X, prefix, d, double, I, base, layout)
 #define TNK_SP_CELL_c(cell, X, prefix, I, base, layout)                                                      \
   TNK_SP_##cell##_R(X, prefix, c, tnk_complex8, I, base, layout)                                             \
-  TNK_SP_##cell##_C(X, prefix, c, tnk_complex8, I, base, layout)
+      TNK_SP_##cell##_C(X, prefix, c, tnk_complex8, I, base, layout)
 #define TNK_SP_CELL_z(cell, X, prefix, I, base, layout)                                                      \
   TNK_SP_##cell##_R(X, prefix, z, tnk_complex16, I, base, layout)                                            \
-  TNK_SP_##cell##_C(X, prefix, z, tnk_complex16, I, base, layout)
+      TNK_SP_##cell##_C(X, prefix, z, tnk_complex16, I, base, layout)
 
 /* The same in both integer widths, for base 1 and layout f, and for both pairs of base and layout. */
 #define TNK_SP_EACH_1F(t, cell, X)                                                                           \
   TNK_SP_CELL_##t(cell, X, tnk_spblas_, tnk_int, 1, f)                                                       \
-  TNK_SP_CELL_##t(cell, X, tnk_spblas_lp64_, int32_t, 1, f)
+      TNK_SP_CELL_##t(cell, X, tnk_spblas_lp64_, int32_t, 1, f)
 #define TNK_SP_EACH(t, cell, X)                                                                              \
   TNK_SP_EACH_1F(t, cell, X)                                                                                 \
   TNK_SP_CELL_##t(cell, X, tnk_spblas_, tnk_int, 0, c)                                                       \
-  TNK_SP_CELL_##t(cell, X, tnk_spblas_lp64_, int32_t, 0, c)
+      TNK_SP_CELL_##t(cell, X, tnk_spblas_lp64_, int32_t, 0, c)
 
 /* The identifier of a kernel, from what X is given. */
 #define TNK_SP_NAME(op, kind, triangle, diagonal, prefix, t, storage, base, layout, operation, mode)         \
@@ -151,30 +149,30 @@
 /* ---- The argument lists ----------------------------------------------------------------------------------------- */
 
 #define TNK_SP_CSR_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, mv, par)(                                           \
-      const I *first, const I *last, const I *m, const T *alpha, const T *values, const I *col_index,        \
-      const I *row_start, const I *row_end, const T *x, T *y);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, mv,                                                 \
+                   par)(const I *first, const I *last, const I *m, const T *alpha, const T *values,          \
+                        const I *col_index, const I *row_start, const I *row_end, const T *x, T *y);
 #define TNK_SP_CSR_MV_SEQ(op, kind, tri, diag, p, t, T, I, b, l)                                             \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, mv, seq)(                                           \
-      const I *m, const T *alpha, const T *values, const I *col_index, const I *row_start, const I *row_end, \
-      const T *x, T *y);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, mv,                                                 \
+                   seq)(const I *m, const T *alpha, const T *values, const I *col_index, const I *row_start, \
+                        const I *row_end, const T *x, T *y);
 #define TNK_SP_CSR_MM_PAR(op, kind, tri, diag, p, t, T, I, base, l)                                          \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, mm, par)(                                        \
-      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
-      const I *col_index, const I *row_start, const I *row_end, const T *b, const I *ldb, T *c,              \
-      const I *ldc);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, mm,                                              \
+                   par)(const I *first, const I *last, const I *m, const I *n, const T *alpha,               \
+                        const T *values, const I *col_index, const I *row_start, const I *row_end,           \
+                        const T *b, const I *ldb, T *c, const I *ldc);
 #define TNK_SP_CSR_MM_SEQ(op, kind, tri, diag, p, t, T, I, base, l)                                          \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, mm, seq)(                                        \
-      const I *m, const I *nrhs, const T *alpha, const T *values, const I *col_index, const I *row_start,    \
-      const I *row_end, const T *b, const I *ldb, T *c, const I *ldc);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, mm,                                              \
+                   seq)(const I *m, const I *nrhs, const T *alpha, const T *values, const I *col_index,      \
+                        const I *row_start, const I *row_end, const T *b, const I *ldb, T *c, const I *ldc);
 #define TNK_SP_COO_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
   void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, mv, par)(                                           \
       const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
       const I *row_index, const I *col_index, const I *nnz, const T *x, T *y);
 #define TNK_SP_COO_MV_SEQ(op, kind, tri, diag, p, t, T, I, b, l)                                             \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, mv, seq)(                                           \
-      const I *m, const I *n, const T *alpha, const T *values, const I *row_index, const I *col_index,       \
-      const I *nnz, const T *x, T *y);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, mv,                                                 \
+                   seq)(const I *m, const I *n, const T *alpha, const T *values, const I *row_index,         \
+                        const I *col_index, const I *nnz, const T *x, T *y);
 #define TNK_SP_COO_MM_PAR(op, kind, tri, diag, p, t, T, I, base, l)                                          \
   void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, base, l, mm, par)(                                        \
       const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
@@ -184,19 +182,20 @@
       const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
       const I *diag_stride, const I *diag_distance, const I *diag_count, const T *x, T *y);
 #define TNK_SP_DIA_MM_PAR(op, kind, tri, diag, p, t, T, I, base, l)                                          \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, dia, base, l, mm, par)(                                        \
-      const I *first, const I *last, const I *m, const I *n, const I *k, const T *alpha, const T *values,    \
-      const I *diag_stride, const I *diag_distance, const I *diag_count, const T *b, const I *ldb, T *c,     \
-      const I *ldc);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, dia, base, l, mm,                                              \
+                   par)(const I *first, const I *last, const I *m, const I *n, const I *k, const T *alpha,   \
+                        const T *values, const I *diag_stride, const I *diag_distance, const I *diag_count,  \
+                        const T *b, const I *ldb, T *c, const I *ldc);
 #define TNK_SP_BSR_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
   void TNK_SP_NAME(op, kind, tri, diag, p, t, bsr, b, l, mv, par)(                                           \
       const I *first, const I *last, const I *m, const I *block_size, const T *alpha, const T *values,       \
       const I *col_index, const I *row_start, const I *row_end, const T *x, T *y);
 /* The fifth and the ninth argument are not read. */
 #define TNK_SP_BSR_GEMV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                           \
-  void TNK_SP_NAME(op, kind, tri, diag, p, t, bsr, b, l, gemv, par)(                                         \
-      const I *first, const I *last, const I *m, const I *block_size, const void *unused_fifth,              \
-      const T *values, const I *col_index, const I *row_pointer, const void *unused_ninth, const T *x, T *y);
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, bsr, b, l, gemv,                                               \
+                   par)(const I *first, const I *last, const I *m, const I *block_size,                      \
+                        const void *unused_fifth, const T *values, const I *col_index, const I *row_pointer, \
+                        const void *unused_ninth, const T *x, T *y);
 /* The eighth argument is not read. */
 #define TNK_SP_CSR_GEMV_PAR(p, I)                                                                            \
   void p##dcsr1ng__f__gemvout_par(const I *first, const I *last, const I *m, const I *n,                     \
