@@ -1,6 +1,7 @@
 // Products with sparse matrices: check, choose the kernel by the letters of its name, scale by beta, cut into pieces.
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <tnk/blas_level1.h>
 #include <tnk/services.h>
 #include <tnk/sparse.h>
@@ -19,10 +20,17 @@ namespace {
 
 constexpr int matrix_position = 3, descriptor_position = 4; // in the products
 
+// An enumerator as a number: what a caller stored there may be none of its enumeration's.
+template <class Enumeration> tnk_int number_of(const Enumeration &field) {
+  std::underlying_type_t<Enumeration> number;
+  std::memcpy(&number, &field, sizeof number);
+  return static_cast<tnk_int>(number);
+}
+
 bool sound(const Check &check, int at, const tnk_sparse_matrix *a, int descriptor_at,
            const tnk_sparse_descriptor *d) {
   if (!check.address(at, "matrix", a) ||
-      !check.range(at, "matrix->storage", a->storage, TNK_SPARSE_CSR, TNK_SPARSE_COO) ||
+      !check.range(at, "matrix->storage", number_of(a->storage), TNK_SPARSE_CSR, TNK_SPARSE_COO) ||
       !check.length<double>(at, "matrix->m", &a->m) || !check.length<double>(at, "matrix->n", &a->n) ||
       !check.length<double>(at, "matrix->nnz", &a->nnz))
     return false;
@@ -37,9 +45,11 @@ bool sound(const Check &check, int at, const tnk_sparse_matrix *a, int descripto
     return false;
   const int dat = descriptor_at;
   return check.address(dat, "descriptor", d) &&
-         check.range(dat, "descriptor->kind", d->kind, TNK_SPARSE_GENERAL, TNK_SPARSE_SKEW) &&
-         check.range(dat, "descriptor->triangle", d->triangle, TNK_SPARSE_LOWER, TNK_SPARSE_UPPER) &&
-         check.range(dat, "descriptor->diagonal", d->diagonal, TNK_SPARSE_NONUNIT, TNK_SPARSE_UNIT) &&
+         check.range(dat, "descriptor->kind", number_of(d->kind), TNK_SPARSE_GENERAL, TNK_SPARSE_SKEW) &&
+         check.range(dat, "descriptor->triangle", number_of(d->triangle), TNK_SPARSE_LOWER,
+                     TNK_SPARSE_UPPER) &&
+         check.range(dat, "descriptor->diagonal", number_of(d->diagonal), TNK_SPARSE_NONUNIT,
+                     TNK_SPARSE_UNIT) &&
          check.range(dat, "descriptor->base", d->base, 0, 1) &&
          check.number(at, "matrix->n", a->n, d->kind == TNK_SPARSE_GENERAL || a->n == a->m,
                       "as many columns as rows in this kind of matrix");

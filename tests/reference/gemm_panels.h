@@ -28,7 +28,7 @@ template <class T> Place place_in_b(tnk_int column, tnk_int columns, tnk_int ste
   return {(panel * stride + in_panel / 4 * 4 * padded(steps)) * parts<T>, 4, static_cast<int>(in_panel % 4)};
 }
 
-// Where part 0 (real) or 1 (imaginary) of a step stands, in real numbers.
+// Where the real part (0) or the imaginary one (1) of a step stands, in real numbers.
 template <class T> tnk_int cell(Place place, tnk_int step, int part = 0) {
   if (!is_pair<T>) return place.first + place.lanes * step + place.lane;
   return place.first + 2 * place.lanes * step + 4 * (place.lane / 2) + 2 * part + place.lane % 2;
