@@ -101,33 +101,42 @@ template <class Name> constexpr bool own_conjugated = Name::kind == 'h' ? Name::
 template <class Name>
 constexpr bool mirror_conjugated = Name::kind == 'h' ? !Name::transposed : Name::conjugated;
 
-// Row and mirror in one pass. The other triangle is passed over by test.
+// Row and mirror in one pass. The other triangle is passed over by test. Short rows go entry by entry: their groups of
+// four would cost another mispredicted branch a row.
 template <class Name, class T, class I> inline void mirrored_row(const RowJob<T, I> &job, Row<T, I> row) {
-  using V = half_of<T>;
   constexpr bool own = own_conjugated<Name>, mirror = mirror_conjugated<Name>;
+  constexpr int long_row = 24, first_lines = 16;
   const auto t = times<T>(job.alpha, fetch(job.x + row.key));
   in_lanes<T> sum{};
   const auto one = [&](I p) {
     const I column = get(row.columns + p);
-    const bool inside = is_beyond<!Name::lower>(column, row.key);
-    if (inside || column == row.key) sum += times<T, own>(fetch(row.values + p), fetch(job.x + column));
-    if (inside) scatter_one<T, Sign::plus, mirror>(row.values + p, row.columns + p, t, job.y);
-  };
-  V acc[2] = {};
-  I p = 0;
-  for (; row.count - p >= 4; p += 4) {
-    fetch_ahead<4>(row.values + p, row.columns + p);
-    if (lane_bits(beyond<!Name::lower>(row.columns + p, row.key)) == 15) {
-      for (int k = 0; k < 4 / per_half<T>; ++k)
-        acc[k % 2] += times<T, own>(loadu<V>(row.values + p + k * per_half<T>),
-                                    gather(job.x, row.columns + p + k * per_half<T>));
-      scatter_four<T, Sign::plus, mirror>(15, row.values + p, row.columns + p, t, job.y);
-    } else {
-      for (int k = 0; k < 4; ++k) one(p + k);
+    const auto a = fetch(row.values + p);
+    if (is_beyond<!Name::lower>(column, row.key)) {
+      sum += times<T, own>(a, fetch(job.x + column));
+      add_to(job.y + column, times<T, mirror>(a, t));
+    } else if (column == row.key) {
+      sum += times<T, own>(a, fetch(job.x + column));
     }
+  };
+  fetch_ahead<first_lines>(row.values, row.columns);
+  // An upper triangle reaches elements that no row before had for its own.
+  if constexpr (!Name::lower) fetch_ahead<1, 8192>(job.x + row.key), fetch_ahead<1, 8192>(job.y + row.key);
+  I p = 0;
+  if (row.count >= long_row) {
+    half_of<T> acc[2] = {};
+    for (; row.count - p >= 4; p += 4) {
+      fetch_ahead<4>(row.values + p, row.columns + p);
+      if (lane_bits(beyond<!Name::lower>(row.columns + p, row.key)) == 15) {
+        each_product_of_four<T, own>(row.values + p, row.columns + p, job.x,
+                                     [&](auto product, int k) { acc[k % 2] += product; });
+        scatter_four<T, Sign::plus, mirror>(15, row.values + p, row.columns + p, t, job.y);
+      } else {
+        for (int k = 0; k < 4; ++k) one(p + k);
+      }
+    }
+    sum += sum_of<T>(acc[0] + acc[1]);
   }
   for (; p < row.count; ++p) one(p);
-  sum += sum_of<T>(acc[0] + acc[1]);
   add_to(job.y + row.key, times<T>(job.alpha, sum));
 }
 

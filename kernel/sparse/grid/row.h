@@ -75,6 +75,17 @@ template <class T, class I> inline half_of<T> gather(const T *x, const I *column
         f64x2{loadu<double>(x + get(columns)), loadu<double>(x + get(columns + 1))});
 }
 
+// The elements of a half vector added to a sum, one after the other.
+template <class T> inline void add_in_order(in_lanes<T> &sum, half_of<T> v) {
+  if constexpr (std::is_same_v<T, tnk_complex8>) {
+    sum += v;
+    sum += shifted_down<2>(v, v);
+  } else if constexpr (is_complex<T>) {
+    sum += v;
+  } else {
+    for (int k = 0; k < per_half<T>; ++k) sum += v[k];
+  }
+}
 // The sum of the elements of a half vector.
 template <class T> inline in_lanes<T> sum_of(half_of<T> v) {
   if constexpr (std::is_same_v<T, tnk_complex8>)
@@ -100,6 +111,11 @@ template <bool Above, class I> inline i32x4 beyond(const I *columns, I limit) {
     return Above ? narrow_masks(low > limit, high > limit) : narrow_masks(low < limit, high < limit);
   }
 }
+// The last ones of four, as many as `count` says, 0 to 4.
+template <class I> inline i32x4 last_of_four(I count) {
+  static constexpr std::int32_t bits[8] = {0, 0, 0, 0, -1, -1, -1, -1};
+  return loadu<i32x4>(bits + count);
+}
 // The k-th half vector of four elements, where the mask of the four has it.
 template <class T> inline half_of<T> masked_part(half_of<T> v, i32x4 mask, int k) {
   if constexpr (sizeof(T) == 4)
@@ -112,14 +128,14 @@ template <class T> inline half_of<T> masked_part(half_of<T> v, i32x4 mask, int k
 
 // ---- Fetching ahead ---------------------------------------------------------------------------------------------
 
-// Asks for Count entries that come 4096 bytes after these, into the outer caches. Out of cache the hardware's own
-// fetching does not keep up with rows, whose ends cost mispredicted branches: this gives a fifth of the speed and more.
-// Always the same lines, asked for without a test of the row's length, which would be one more such branch. An address
-// that is nobody's does no harm.
-template <int Count, class T> inline void fetch_ahead(const T *p) {
-  constexpr std::uintptr_t distance = 4096, line = 64;
+// Asks for Count entries that come Distance bytes after these. Out of cache the hardware's own fetching does not keep up
+// with rows, whose ends cost mispredicted branches: this gives a fifth of the speed and more. Always the same lines,
+// asked for without a test of the row's length, which would be one more such branch. An address that is nobody's does
+// no harm.
+template <int Count, int Distance = 4096, class T> inline void fetch_ahead(const T *p) {
+  constexpr std::uintptr_t line = 64;
   for (std::uintptr_t at = 0; at < Count * sizeof(T); at += line)
-    __builtin_prefetch(reinterpret_cast<const void *>(address(p) + distance + at), 0, 2);
+    __builtin_prefetch(reinterpret_cast<const void *>(address(p) + Distance + at));
 }
 template <int Count, class T, class I> inline void fetch_ahead(const T *values, const I *columns) {
   fetch_ahead<Count>(values);
@@ -133,6 +149,38 @@ template <class T, class I> inline I boundary_peel(const T *values) {
   return is_aligned_to(values, sizeof(T)) ? static_cast<I>((0 - address(values)) % 32 / sizeof(T)) : 0;
 }
 
+// take(products a * x, k) for the k-th half vector of four entries; with Conj conjugate(a) * x.
+template <class T, bool Conj, class I, class Take>
+inline void each_product_of_four(const T *values, const I *columns, const T *x, Take take) {
+  for (int k = 0; k < 4 / per_half<T>; ++k)
+    take(times<T, Conj>(loadu<half_of<T>>(values + k * per_half<T>), gather(x, columns + k * per_half<T>)),
+         k);
+}
+
+// Entries p ... count - 1 of a row added to its sum, in order. Products are taken four at a time, at last the last four
+// of the row, those that are in the sum already masked out: adding +0 changes no sum that began with +0. So a row has
+// one branch that follows its length, the number of fours. A loop over the single entries that are left would be
+// mispredicted about once a row where lengths vary.
+template <class T, bool Conj, class I>
+inline void add_rest(in_lanes<T> &sum, const T *values, const I *columns, I p, I count, const T *x) {
+  if constexpr (!std::is_same_v<T, tnk_complex16>) { // of which a half vector holds one
+    const auto add = [&](auto product, int) { add_in_order<T>(sum, product); };
+    if (count >= 6) {
+      for (; count - p > 4; p += 4) each_product_of_four<T, Conj>(values + p, columns + p, x, add);
+      const i32x4 mask = last_of_four(count - p);
+      each_product_of_four<T, Conj>(values + count - 4, columns + count - 4, x, [&](auto product, int k) {
+        add_in_order<T>(sum, masked_part<T>(product, mask, k));
+      });
+      return;
+    }
+    if (count >= 4) {
+      each_product_of_four<T, Conj>(values, columns, x, add);
+      p = 4;
+    }
+  }
+  for (; p < count; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
+}
+
 // The sum of a * x over a row; with Conj of conjugate(a) * x. A long row is summed in rounds from a 32-byte boundary of
 // the values on: 16 numbers or 8 pairs a round, in four accumulators of 128 bits that are combined as
 // (acc0 + acc1) + (acc2 + acc3) and then across their lanes. What stands before and behind the rounds is added one by
@@ -142,29 +190,27 @@ template <class T, bool Conj = false, class I>
 inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *x) {
   using V = half_of<T>;
   constexpr int round = is_complex<T> ? 8 : 16;
-  constexpr int halves = round / per_half<T>;
+  constexpr int fours = round / 4;
   in_lanes<T> sum{};
   I p = 0;
-  const auto one_by_one = [&](I end) {
-    for (; p < end; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
-  };
   if (count >= round) {
     const bool aligned = is_aligned_to(values, sizeof(T));
     const I peel = boundary_peel<T, I>(values);
     if (count - peel >= round && (aligned || is_complex<T>)) {
-      one_by_one(peel);
+      for (; p < peel; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
       V acc[4] = {};
       for (; count - p >= round; p += round) {
         fetch_ahead<round>(values + p, columns + p);
-        for (int k = 0; k < halves; ++k)
-          acc[k % 4] += times<T, Conj>(loadu<V>(values + p + k * per_half<T>),
-                                       gather(x, columns + p + k * per_half<T>));
+        for (int four = 0; four < fours; ++four)
+          each_product_of_four<T, Conj>(
+              values + p + 4 * four, columns + p + 4 * four, x,
+              [&](V product, int k) { acc[(four * (4 / per_half<T>)+k) % 4] += product; });
       }
       sum += sum_of<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
     }
   }
   fetch_ahead<round>(values + p, columns + p);
-  one_by_one(count);
+  add_rest<T, Conj>(sum, values, columns, p, count, x);
   return sum;
 }
 
@@ -189,10 +235,9 @@ inline in_lanes<T> sum_beyond(const T *values, const I *columns, I count, I limi
     for (; count - p >= 4; p += 4) {
       const i32x4 mask = beyond<Above>(columns + p, limit);
       if (lane_bits(mask) == 0) continue;
-      for (int k = 0; k < 4 / per_half<T>; ++k)
-        acc[k % 2] += masked_part<T>(
-            times<T, Conj>(loadu<V>(values + p + k * per_half<T>), gather(x, columns + p + k * per_half<T>)),
-            mask, k);
+      each_product_of_four<T, Conj>(values + p, columns + p, x, [&](auto product, int k) {
+        acc[k % 2] += masked_part<T>(product, mask, k);
+      });
     }
     sum += sum_of<T>(acc[0] + acc[1]);
   }
