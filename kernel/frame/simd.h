@@ -126,6 +126,13 @@ inline f32x4 high_half(f32x8 v) {
   return _mm256_extractf128_ps(v, 1);
 }
 
+inline f64x4 joined(f64x2 low, f64x2 high) {
+  return _mm256_set_m128d(high, low);
+}
+inline f32x8 joined(f32x4 low, f32x4 high) {
+  return _mm256_set_m128(high, low);
+}
+
 // Lanes K ... K+3 of the eight lanes low, high.
 template <int K> inline f32x4 shifted_down(f32x4 low, f32x4 high) {
   return _mm_castsi128_ps(_mm_alignr_epi8(_mm_castps_si128(high), _mm_castps_si128(low), 4 * K));
@@ -263,7 +270,7 @@ inline void store_pair(float *p, f32x4 v) {
 }
 // The pair at p, and above it the one at q.
 inline f64x4 load_pairs(const double *p, const double *q) {
-  return _mm256_set_m128d(loadu<f64x2>(q), loadu<f64x2>(p));
+  return joined(loadu<f64x2>(p), loadu<f64x2>(q));
 }
 inline f32x4 load_pairs(const float *p, const float *q) {
   return _mm_castpd_ps(

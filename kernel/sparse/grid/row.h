@@ -75,6 +75,17 @@ template <class T, class I> inline half_of<T> gather(const T *x, const I *column
         f64x2{loadu<double>(x + get(columns)), loadu<double>(x + get(columns + 1))});
 }
 
+// ---- 256 bits of elements ---------------------------------------------------------------------------------------
+
+template <class T> using side_by_side = vec<real_of<T>>;
+template <class T> constexpr int per_group = 2 * per_half<T>;
+
+template <class T, class I> inline side_by_side<T> gather_group(const T *x, const I *columns) {
+  return joined(gather(x, columns), gather(x, columns + per_half<T>));
+}
+
+// ---- Sums of elements -------------------------------------------------------------------------------------------
+
 // The elements of a half vector added to a sum, one after the other.
 template <class T> inline void add_in_order(in_lanes<T> &sum, half_of<T> v) {
   if constexpr (std::is_same_v<T, tnk_complex8>) {
@@ -182,15 +193,14 @@ inline void add_rest(in_lanes<T> &sum, const T *values, const I *columns, I p, I
 }
 
 // The sum of a * x over a row; with Conj of conjugate(a) * x. A long row is summed in rounds from a 32-byte boundary of
-// the values on: 16 numbers or 8 pairs a round, in four accumulators of 128 bits that are combined as
-// (acc0 + acc1) + (acc2 + acc3) and then across their lanes. What stands before and behind the rounds is added one by
+// the values on: 16 numbers or 8 pairs a round, in four accumulators of 128 bits, held two to a vector, that are
+// combined as (acc0 + acc1) + (acc2 + acc3) and then across their lanes. What stands before and behind the rounds is added one by
 // one, in order, and so is a short row and one of numbers that are not aligned to their size. Pairs that no peel brings
 // to a boundary are summed in rounds from the first one.
 template <class T, bool Conj = false, class I>
 inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *x) {
-  using V = half_of<T>;
+  using V = side_by_side<T>;
   constexpr int round = is_complex<T> ? 8 : 16;
-  constexpr int fours = round / 4;
   in_lanes<T> sum{};
   I p = 0;
   if (count >= round) {
@@ -198,15 +208,14 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
     const I peel = boundary_peel<T, I>(values);
     if (count - peel >= round && (aligned || is_complex<T>)) {
       for (; p < peel; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
-      V acc[4] = {};
+      V acc[2] = {};
       for (; count - p >= round; p += round) {
         fetch_ahead<round>(values + p, columns + p);
-        for (int four = 0; four < fours; ++four)
-          each_product_of_four<T, Conj>(
-              values + p + 4 * four, columns + p + 4 * four, x,
-              [&](V product, int k) { acc[(four * (4 / per_half<T>)+k) % 4] += product; });
+        for (int k = 0; k < round; k += per_group<T>)
+          acc[k / per_group<T> % 2] +=
+              times<T, Conj>(loadu<V>(values + p + k), gather_group(x, columns + p + k));
       }
-      sum += sum_of<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
+      sum += sum_of<T>((low_half(acc[0]) + high_half(acc[0])) + (low_half(acc[1]) + high_half(acc[1])));
     }
   }
   fetch_ahead<round>(values + p, columns + p);

@@ -5,9 +5,6 @@
 
 namespace tnk {
 
-template <class T> using side_by_side = vec<real_of<T>>;
-template <class T> constexpr int per_group = 32 / static_cast<int>(sizeof(T));
-
 template <class T> inline side_by_side<T> in_every_element(in_lanes<T> v) {
   if constexpr (std::is_same_v<T, tnk_complex8>) {
     const double pair = reinterpret_cast<f64x2>(v)[0];
