@@ -277,20 +277,6 @@ inline f32x4 load_pairs(const float *p, const float *q) {
       f64x2{get(reinterpret_cast<const double *>(p)), get(reinterpret_cast<const double *>(q))});
 }
 
-// Each real part, or each imaginary part, in both lanes of its pair.
-inline f64x4 real_parts(f64x4 v) {
-  return _mm256_movedup_pd(v);
-}
-inline f32x4 real_parts(f32x4 v) {
-  return _mm_moveldup_ps(v);
-}
-inline f64x4 imaginary_parts(f64x4 v) {
-  return _mm256_permute_pd(v, 15);
-}
-inline f32x4 imaginary_parts(f32x4 v) {
-  return _mm_movehdup_ps(v);
-}
-
 // a - b in even lanes, a + b in odd ones.
 inline f64x4 addsub(f64x4 a, f64x4 b) {
   return _mm256_addsub_pd(a, b);

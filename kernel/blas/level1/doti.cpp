@@ -30,8 +30,8 @@ C sparse_dot_complex(tnk_int nz, const C *x, const tnk_int *indx, const C *y) {
   tnk_int i = 0;
   for (; i + 2 <= nz; i += 2) {
     const V a = loadu<V>(x + i), b = load_pairs(at(y, get(indx + i) - 1), at(y, get(indx + i + 1) - 1));
-    const V im = conj == Conjugate::yes ? 0 - imaginary_parts(a) : imaginary_parts(a);
-    sum += complex_product(real_parts(a), im, b);
+    const V im = conj == Conjugate::yes ? 0 - odd_lanes_twice(a) : odd_lanes_twice(a);
+    sum += complex_product(even_lanes_twice(a), im, b);
   }
   C even{sum[0], sum[1]}, odd{sum[2], sum[3]};
   if (i < nz) {

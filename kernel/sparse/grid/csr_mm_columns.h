@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kernel/sparse/grid/mm_job.h"
+#include "kernel/sparse/grid/runs.h"
 
 namespace tnk {
 
@@ -105,14 +106,6 @@ inline Sums<T, R> own_terms(const MmJob<T, I> &job, Row<T, I> row, const Columns
 
 // ---- Loops ----------------------------------------------------------------------------------------------------------
 
-// body(number of columns as a constant, first of them)
-template <class T, class I, class Body>
-[[gnu::always_inline]] inline void each_pair(const MmJob<T, I> &job, Body body) {
-  I column = job.first;
-  for (; job.last - column >= 2; column += 2) body(std::integral_constant<int, 2>(), column);
-  if (column < job.last) body(std::integral_constant<int, 1>(), column);
-}
-
 // Where rows lie in parts, each part meets all right-hand sides before the next is begun: what has been read of the
 // matrix is read again from the cache. Sums do not depend on it.
 template <bool Conj, class T, class I>
@@ -120,7 +113,7 @@ template <bool Conj, class T, class I>
   const MmJob<T, I> job = given; // a copy of its own, which no store to c can change
   for (I part = 0; part < parts; ++part) {
     const I begin = part * part_rows, end = part == parts - 1 ? job.rows : begin + part_rows;
-    each_pair(job, [&](auto count, I column) {
+    each_pair(job.first, job.last, [&](auto count, I column) {
       const auto at = columns_of<count()>(job, column);
       for (I i = begin; i < end; ++i) {
         const auto row = row_of<ColumnLayout>(job, i);
@@ -134,7 +127,7 @@ template <bool Conj, class T, class I>
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general_transposed(ColumnLayout, const MmJob<T, I> &given) {
   const MmJob<T, I> job = given;
-  each_pair(job, [&](auto count, I column) {
+  each_pair(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
@@ -146,7 +139,7 @@ template <bool Conj, class T, class I>
 template <bool Conj, bool Lower, class T, class I>
 [[gnu::noinline]] void multiply_triangular_transposed(ColumnLayout, const MmJob<T, I> &given) {
   const MmJob<T, I> job = given;
-  each_pair(job, [&](auto count, I column) {
+  each_pair(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
@@ -165,7 +158,7 @@ template <bool Conj, class T, class I>
   const MmJob<T, I> job = given;
   for (I i = 0; i < job.rows; ++i) {
     const auto row = row_of<ColumnLayout>(job, i);
-    each_pair(job, [&](auto count, I column) {
+    each_pair(job.first, job.last, [&](auto count, I column) {
       const auto at = columns_of<count()>(job, column);
       const auto sums = row_sums<Conj, true>(row, job.alpha, at);
       for (int r = 0; r < count(); ++r) add_to(at.c[r] + row.key, sums.of[r]);
@@ -180,7 +173,7 @@ template <bool Mirrored, bool Conj, bool MirrorConj, bool Lower, class T, class 
   using V = half_of<T>;
   const MmJob<T, I> job = given;
   const V alphas = every_lane<T>(job.alpha);
-  each_pair(job, [&](auto count, I column) {
+  each_pair(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
