@@ -269,9 +269,13 @@ inline void scatter_one(const T *value, const I *column, in_lanes<T> t, T *y) {
 // The same for all entries of a row, four a round.
 template <class T, bool Conj = false, class I>
 inline void scatter(const T *values, const I *columns, I count, in_lanes<T> t, T *y) {
+  constexpr int at_once = 16;
+  fetch_ahead<at_once>(values, columns);
   I p = 0;
-  for (; count - p >= 4; p += 4)
+  for (; count - p >= 4; p += 4) {
+    if (p % at_once == at_once - 4) fetch_ahead<at_once>(values + p + 4, columns + p + 4);
     for (int k = 0; k < 4; ++k) scatter_one<T, Sign::plus, Conj>(values + p + k, columns + p + k, t, y);
+  }
   for (; p < count; ++p) scatter_one<T, Sign::plus, Conj>(values + p, columns + p, t, y);
 }
 
