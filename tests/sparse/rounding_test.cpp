@@ -2,6 +2,7 @@
 // of the product with several right-hand sides.
 #include "reference/arithmetic.h"
 #include "reference/sparse_grid.h"
+#include "support/error_recorder.h"
 #include "support/guarded.h"
 #include "support/random.h"
 #include <algorithm>
@@ -146,8 +147,8 @@ template <class T> T sum_in_rounds(const std::vector<T> &terms, std::size_t peel
   return sum;
 }
 
-// A full last row of a lower triangle, so that nothing is taken away: rounds of 16 numbers or 8 pairs in the product with
-// a vector, and of twice as many in that with several.
+// A full last row of a lower triangle, so that nothing is taken away: rounds of 16 numbers or 8 pairs in the product
+// with a vector, and of twice as many in that with several.
 template <class T> void sums_in_rounds(const char *type) {
   constexpr std::size_t round = is_pair<T> ? 8 : 16, most = 70;
   Random random;
@@ -183,8 +184,8 @@ TEST(CsrRounding, RowsAreSummedInRounds) {
   sums_in_rounds<tnk_complex16>("z");
 }
 
-// c is b, two columns further on, and row i reads element i + 1, the last row the first element. Columns go in pairs: so
-// columns 3 and 4 take up what 1 and 2 have got, but for the last row of a part, which reads ahead of it. `rows` are
+// c is b, two columns further on, and row i reads element i + 1, the last row the first element. Columns go in pairs:
+// so columns 3 and 4 take up what 1 and 2 have got, but for the last row of a part, which reads ahead of it. `rows` are
 // those of a part at the smallest n that makes parts of the job.
 template <class T> void parts_are(const char *kernel, tnk_int n, tnk_int rows) {
   const tnk_int m = 100, average = 1000, base = m * average + 1 - m, one = 1, sides = 4;
@@ -227,6 +228,27 @@ TEST(CsrRounding, RowPointersWrap) {
        c.data(), &ld);
   EXPECT_EQ(y, (Vector{2, 43}));
   EXPECT_EQ(c, (Vector{32, 43}));
+}
+
+// A diagonal of ones is left to the dense routine: at an alpha of 0 no NaN of x arrives, and what that would report of
+// a negative size is no error here.
+TEST(CsrRounding, DiagonalsOfOnesAreDenseSums) {
+  const double none = 0, x[] = {std::numeric_limits<double>::quiet_NaN()};
+  const tnk_int one = 1, negative = -1, zero = 0;
+  tnk::test::ErrorRecorder errors;
+  double y[] = {7};
+  const double *const a = nullptr;
+  const tnk_int *const i = nullptr;
+  for (const tnk_int *m : {&one, &negative}) {
+    call("dcsr1nd_uf__mvout_seq", m, &none, a, i, i, i, x, y);
+    call("dcsr0nd_uc__mmout_seq", m, &one, &none, a, i, i, i, x, &one, y, &one);
+    call("dcoo0nd_uc__mvout_seq", m, m, &none, a, i, i, &zero, x, y);
+    call("dcoo1nd_uf__mmout_par", &one, &one, m, m, &none, a, i, i, &zero, x, &one, y, &one);
+    for (const char *skyline : {"dskymmkk", "dskymmsk"})
+      if (m == &negative) call(skyline, &zero, i, m, &one, &zero, &one, &none, a, i, x, &one, y, &one);
+    EXPECT_EQ(y[0], 7);
+  }
+  EXPECT_EQ(errors.take().count, 0);
 }
 
 } // namespace
