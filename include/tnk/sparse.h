@@ -44,7 +44,8 @@ typedef struct tnk_sparse_matrix {
 enum tnk_sparse_kind {
   TNK_SPARSE_GENERAL,
   TNK_SPARSE_SYMMETRIC,
-  TNK_SPARSE_HERMITIAN, /* complex types only; the diagonal is taken as stored, its imaginary parts too */
+  TNK_SPARSE_HERMITIAN, /* complex types only; the diagonal is taken as stored, its imaginary parts too, for every op,
+                           but with 'T' in CSR storage as its conjugate */
   TNK_SPARSE_TRIANGULAR,
   TNK_SPARSE_DIAGONAL, /* only the diagonal counts */
   TNK_SPARSE_SKEW      /* minus its transpose; a stored diagonal does not count */

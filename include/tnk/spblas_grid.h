@@ -22,10 +22,14 @@
      coo mv of t, dia mv    nothing: first and last are not read, the whole matrix is run
      mm                     right-hand sides
 
+   Where pieces are read, one with last < first is empty, and the call returns at once. So do seq kernels with m < 1.
+
    The csr mv kernels that mirror an upper triangle (kinds s, h and a, in every op) take x and y from element `first`
    on, not from element one, so that a private y ends at the end of the vector and begins with the piece. x must be
    part of the whole vector all the same: the kernels of unit diagonal and of kind a multiply whole rows and may read
    elements before `first`. Those of the lower triangle take whole vectors and touch y up to element `last`.
+
+   In gemv row_pointer holds one element more than there are rows: a row ends where the next one begins.
 
    m is the number of rows of A; csr mv kernels with first and last do not read it. The n of csr mm is the number of
    right-hand sides of the whole job, as announced: which of them are computed is told by first and last. It decides,
@@ -33,8 +37,8 @@
    that stay in the cache; the sums are the same either way, and other kernels do not read it. The n of coo is the
    number of columns of A and is not read.
 
-   Coordinate kernels add the entries in their order. Those of unit diagonal add alpha x to all m rows, in each call,
-   whatever its piece.
+   Coordinate kernels add the entries in their order. Those of unit diagonal add alpha x to all m rows, in each call
+   whose piece is not empty.
 
    Stored diagonals: `values` holds diag_count diagonals, diag_stride elements apart; that of distance
    k = diag_distance[d - 1], column minus row, has its element for row i at i - 1. What lies outside the matrix is not

@@ -63,7 +63,8 @@ template <class T, class I, class Visit> void for_each_run(const Skyline<T, I> &
     }
 }
 template <class T, class I> void add_identity(const Skyline<T, I> &job) {
-  for (I q = 0; q < job.nrhs; ++q)
+  // A negative number of rows is none here; the public routine would report it.
+  for (I q = 0; job.m > 0 && q < job.nrhs; ++q)
     axpy(job.m, job.alpha, job.b + wrapped_product(q, job.ldb), job.c + wrapped_product(q, job.ldc));
 }
 

@@ -142,7 +142,8 @@ inline void coo_mm_par(const I *first, const I *last, const I *m, const T *alpha
   if constexpr (diagonal_of_ones) {
     constexpr bool columns = Name::base == 1;
     const tnk_int n = rows, incb = columns ? 1 : *ldb, incc = columns ? 1 : *ldc;
-    for (I side = begin; side < *last; ++side)
+    // A negative number of rows is none here; the public routine would report it.
+    for (I side = begin; rows > 0 && side < *last; ++side)
       blas_axpy(&n, alpha, b + (columns ? wrapped_product(side, *ldb) : side), &incb,
                 c + (columns ? wrapped_product(side, *ldc) : side), &incc);
   } else if constexpr (Name::base == 1) {
