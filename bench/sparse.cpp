@@ -110,7 +110,8 @@ void add_general(std::vector<Row> &rows, const std::string &name, int base, CsrM
                     calls.kernel(kernel, base),
                     calls.eigen(),
                     {},
-                    costs.matrices(orders(pattern))});
+                    costs.matrices(orders(pattern)),
+                    "Eigen"});
   }
 }
 
@@ -128,7 +129,8 @@ void add_long_rows(std::vector<Row> &rows, CsrMv<tnk_int> *kernel) {
                                   o.y<double>());
                   }),
                   {},
-                  costs.matrices({20})});
+                  costs.matrices({20}),
+                  "plain loop"});
 }
 
 // A triangle beside the general kernel on the whole matrix.
@@ -144,7 +146,8 @@ void add_symmetric(std::vector<Row> &rows, const std::string &name, Stored store
                     Calls<tnk_int>{pattern, stored}.kernel(kernel, 1),
                     Calls<tnk_int>{pattern}.kernel(general, 1),
                     {},
-                    costs.matrices(orders(pattern))});
+                    costs.matrices(orders(pattern)),
+                    "dcsr1ng, all entries"});
   }
 }
 
@@ -169,7 +172,8 @@ void add_several(std::vector<Row> &rows, decltype(tnk_spblas_dcsr1ng__f__mmout_p
                   ours,
                   calls.kernel(single, 1, right_sides),
                   {},
-                  costs.matrices(orders(pattern))});
+                  costs.matrices(orders(pattern)),
+                  "8 products with 1 vector"});
 }
 
 void add_coordinates(std::vector<Row> &rows, decltype(tnk_spblas_dcoo1ng__f__mvout_par) *kernel) {
@@ -195,7 +199,8 @@ void add_coordinates(std::vector<Row> &rows, decltype(tnk_spblas_dcoo1ng__f__mvo
                                   o.y<double>());
                   }),
                   {},
-                  costs.matrices(orders(pattern))});
+                  costs.matrices(orders(pattern)),
+                  "plain loop"});
 }
 
 } // namespace
