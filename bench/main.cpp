@@ -41,6 +41,17 @@ int rounds_at(double units, int rounds) {
 
 constexpr tnk_int small_order = 256;
 
+// A label is "bytes", then "beside Eigen" for a row with a peer of its own, then a note, if any.
+const std::string separator = "; ", beside = "beside ";
+
+// Removes the first part of a label and returns it.
+std::string cut_part(std::string &label) {
+  const auto end = std::min(label.find(separator), label.size());
+  const std::string part = label.substr(0, end);
+  label.erase(0, end + separator.size());
+  return part;
+}
+
 void run_row(benchmark::State &state, const Row &row, tnk_int n) {
   Measuring measuring(row, n);
   const std::string wrong = measuring.check();
@@ -60,7 +71,8 @@ void run_row(benchmark::State &state, const Row &row, tnk_int n) {
     state.counters["ratio"] = m.ratio;
   }
   state.SetLabel(std::string(m.limited_by_flops ? "flops" : "bytes") +
-                 (measuring.peer_is_wrong() ? "; the peer is wrong" : ""));
+                 (row.compared_with.empty() ? "" : separator + beside + row.compared_with) +
+                 (measuring.peer_is_wrong() ? separator + "the peer is wrong" : ""));
 }
 
 std::string processor() {
@@ -83,7 +95,7 @@ public:
     if (peer_is_absent()) std::printf("# note: %s\n", peer_message().c_str());
     std::string names = "row";
     for (const char *column : columns) names += std::string("\t") + column;
-    std::printf("%s\tlimited_by\tnote\terror\n", names.c_str());
+    std::printf("%s\tlimited_by\tcompared_with\tnote\terror\n", names.c_str());
     std::fflush(stdout);
     return true;
   }
@@ -97,10 +109,11 @@ public:
         if (found != run.counters.end()) std::snprintf(number, sizeof number, "%.6g", found->second.value);
         line += std::string("\t") + number;
       }
-      const auto end = std::min(run.report_label.find("; "), run.report_label.size());
-      std::printf("%s\t%s\t%s\t%s\n", line.c_str(), run.report_label.substr(0, end).c_str(),
-                  end < run.report_label.size() ? run.report_label.substr(end + 2).c_str() : "",
-                  run.error_message.c_str());
+      std::string label = run.report_label, compared_with;
+      const std::string limited_by = cut_part(label);
+      if (label.rfind(beside, 0) == 0) compared_with = cut_part(label).substr(beside.size());
+      std::printf("%s\t%s\t%s\t%s\t%s\n", line.c_str(), limited_by.c_str(), compared_with.c_str(),
+                  label.c_str(), run.error_message.c_str());
       failed = failed || run.error_occurred;
     }
     std::fflush(stdout);
@@ -143,7 +156,7 @@ int run(const Options &options, std::vector<char *> &rest) {
       const std::string name = row.name + "/" + std::to_string(n);
       if (!std::regex_search(name, wanted)) continue;
       if (options.list) {
-        std::printf("%s\t%s\n", name.c_str(), row.group.c_str());
+        std::printf("%s\t%s\t%s\n", name.c_str(), row.group.c_str(), row.compared_with.c_str());
         continue;
       }
       benchmark::RegisterBenchmark(name.c_str(),
@@ -172,7 +185,8 @@ int run(const Options &options, std::vector<char *> &rest) {
 
 int main(int argc, char **argv) {
   Options options;
-  CLI::App app{"Rates of the kernels beside OpenBLAS. Options of Google Benchmark are taken too."};
+  CLI::App app{"Rates of the kernels beside OpenBLAS or a peer that a row names. Options of Google Benchmark "
+               "are taken too."};
   app.allow_extras();
   app.add_option("--rows", options.rows,
                  "only rows whose name matches this regular expression: ^daxpy/1000$");
@@ -183,7 +197,7 @@ int main(int argc, char **argv) {
   app.add_flag("--small", options.small, "matrices of small order only");
   app.add_option("--rounds", options.rounds, "interleaved rounds a row")->check(CLI::Range(1, 1000));
   app.add_option("--core", options.core, "core that OpenBLAS shall run, or best for its own choice");
-  app.add_flag("--list", options.list, "write names and groups of the rows and stop");
+  app.add_flag("--list", options.list, "write the name, group and own peer, if any, of each row and stop");
   app.add_flag("--tsv", options.tsv, "write a line a row, with tabs between the fields");
   try {
     app.parse(argc, argv);

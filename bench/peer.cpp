@@ -35,8 +35,9 @@ bool peer_load(const std::string &core) {
   p.library = dlopen("libopenblas.so.0", RTLD_NOW | RTLD_LOCAL);
   if (!p.library) {
     p.absent = true;
-    p.message = "OpenBLAS is not installed, so rows have no ratio and results are not compared; "
-                "install it with scripts/bootstrap.sh --peers";
+    p.message =
+        "OpenBLAS is not installed, so rows beside it have no ratio and their results are not compared; "
+        "install it with scripts/bootstrap.sh --peers";
     return false;
   }
   using Text = char *();

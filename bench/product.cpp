@@ -89,7 +89,8 @@ template <class T> void add_threaded(std::vector<Row> &rows, char letter, Gemm<t
                   product<tnk_int, T>(routine, square, 2),
                   product<tnk_int, T>(routine, square, 1),
                   {},
-                  matrices(square, {2000})});
+                  matrices(square, {2000}),
+                  "1 thread"});
 }
 
 } // namespace

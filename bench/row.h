@@ -61,6 +61,7 @@ struct Row {
   Call ours, peer;
   Call judge = {}; // a plain loop, asked when the two differ; empty: ours is then wrong
   Matrices matrices = {};
+  std::string compared_with = {}; // what the peer is, as in "1 thread"; empty: the BLAS library
 
   std::size_t elements(tnk_int n) const {
     return matrices.stored ? matrices.stored(n) : static_cast<std::size_t>(n);

@@ -1,4 +1,5 @@
-// Sparse matrices: the compressed-row and coordinate kernels beside Eigen, a plain loop, or another kernel of the grid.
+// Sparse matrices: the compressed-row and coordinate kernels beside Eigen, a plain loop, or another kernel of the grid,
+// and the public products on two threads beside one.
 
 #include "bench/eigen_sparse.h"
 #include "bench/plain_sparse_matrix.h"
@@ -6,9 +7,11 @@
 #include "bench/sparse_matrix.h"
 
 #include <tnk/host.h>
+#include <tnk/sparse.h>
 #include <tnk/spblas_grid.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace tnk::bench {
 namespace {
@@ -84,9 +87,14 @@ private:
   int numbers;
 };
 
-// Orders of which one fits a cache and the other has 6 million entries, more than any cache holds.
+// The order at which a matrix has 6 million entries, more than any cache holds.
+tnk_int large_order(const Pattern &pattern) {
+  return 2 * 6000000 / (pattern.min + pattern.max);
+}
+
+// One order fits a cache, the other does not.
 std::vector<tnk_int> orders(const Pattern &pattern) {
-  return {200, 2 * 6000000 / (pattern.min + pattern.max)};
+  return {200, large_order(pattern)};
 }
 
 constexpr Pattern of_length(tnk_int entries) {
@@ -99,8 +107,8 @@ std::string length_name(const Pattern &pattern) {
 
 template <class I>
 void add_general(std::vector<Row> &rows, const std::string &name, int base, CsrMv<I> *kernel) {
-  for (const Pattern &pattern :
-       {of_length(5), Pattern{5, 15, 0, false}, of_length(12), of_length(30), of_length(60)}) {
+  for (const Pattern &pattern : {of_length(5), Pattern{5, 15, 0, false}, of_length(12), of_length(30),
+                                 of_length(60), Pattern{5, 60, 0, false}}) {
     const Calls<I> calls{pattern};
     const Costs<I> costs(pattern);
     rows.push_back({name + length_name(pattern),
@@ -110,7 +118,8 @@ void add_general(std::vector<Row> &rows, const std::string &name, int base, CsrM
                     calls.kernel(kernel, base),
                     calls.eigen(),
                     {},
-                    costs.matrices(orders(pattern))});
+                    costs.matrices(orders(pattern)),
+                    "Eigen"});
   }
 }
 
@@ -128,7 +137,8 @@ void add_long_rows(std::vector<Row> &rows, CsrMv<tnk_int> *kernel) {
                                   o.y<double>());
                   }),
                   {},
-                  costs.matrices({20})});
+                  costs.matrices({20}),
+                  "plain loop"});
 }
 
 // A triangle beside the general kernel on the whole matrix.
@@ -144,7 +154,8 @@ void add_symmetric(std::vector<Row> &rows, const std::string &name, Stored store
                     Calls<tnk_int>{pattern, stored}.kernel(kernel, 1),
                     Calls<tnk_int>{pattern}.kernel(general, 1),
                     {},
-                    costs.matrices(orders(pattern))});
+                    costs.matrices(orders(pattern)),
+                    "dcsr1ng, all entries"});
   }
 }
 
@@ -169,7 +180,8 @@ void add_several(std::vector<Row> &rows, decltype(tnk_spblas_dcsr1ng__f__mmout_p
                   ours,
                   calls.kernel(single, 1, right_sides),
                   {},
-                  costs.matrices(orders(pattern))});
+                  costs.matrices(orders(pattern)),
+                  "8 products with 1 vector"});
 }
 
 void add_coordinates(std::vector<Row> &rows, decltype(tnk_spblas_dcoo1ng__f__mvout_par) *kernel) {
@@ -195,7 +207,62 @@ void add_coordinates(std::vector<Row> &rows, decltype(tnk_spblas_dcoo1ng__f__mvo
                                   o.y<double>());
                   }),
                   {},
-                  costs.matrices(orders(pattern))});
+                  costs.matrices(orders(pattern)),
+                  "plain loop"});
+}
+
+// A public product on so many threads. Numbers count from 1, so several right-hand sides lie by columns.
+Call public_product(const Pattern &pattern, Stored stored, char op, tnk_int vectors, int threads) {
+  return [=](Operands &o, long count) {
+    const SparseRows<tnk_int> a = sparse_matrix<tnk_int>(pattern, o.n, stored);
+    const tnk_int *const start = a.row_start[1];
+    const tnk_sparse_matrix matrix = {
+        TNK_SPARSE_CSR, o.n, o.n, start[o.n] - start[0], a.values, a.columns[1], nullptr, start, start + 1};
+    tnk_sparse_descriptor descriptor = {};
+    descriptor.base = 1;
+    if (pattern.symmetric) descriptor.kind = TNK_SPARSE_SYMMETRIC;
+    if (stored == Stored::upper) descriptor.triangle = TNK_SPARSE_UPPER;
+    const double beta = 1;
+    const double *const x = o.x<double>();
+    double *const y = o.y<double>();
+    tnk_set_num_threads(threads);
+    for (; count > 0; --count) {
+      const tnk_sparse_status status =
+          vectors == 1 ? tnk_sparse_dmv(op, &alpha, &matrix, &descriptor, x, &beta, y)
+                       : tnk_sparse_dmm(op, &alpha, &matrix, &descriptor, vectors, x, o.n, &beta, y, o.n);
+      // Two calls that are both refused would agree.
+      if (status != TNK_SPARSE_OK) throw std::runtime_error("a sparse product was refused");
+    }
+    tnk_set_num_threads(0);
+  };
+}
+
+// Two threads beside one, 12 entries a row: the ratio is what the second one brings. The limit is that of one.
+void add_threaded(std::vector<Row> &rows) {
+  const struct {
+    const char *name;
+    Stored stored;
+    bool symmetric;
+    char op;
+    tnk_int vectors;
+  } products[] = {{"dmv", Stored::all, false, 'N', 1},
+                  {"dmv_lower", Stored::lower, true, 'N', 1},
+                  {"dmv_upper", Stored::upper, true, 'N', 1},
+                  {"dmv_trans", Stored::all, false, 'T', 1},
+                  {"dmm8", Stored::all, false, 'N', right_sides}};
+  for (const auto &p : products) {
+    const Pattern pattern = {12, 12, 0, p.symmetric};
+    const Costs<tnk_int> costs(pattern, p.stored, p.vectors);
+    rows.push_back({std::string("sparse_") + p.name + "_2t",
+                    "sparse_threads",
+                    'd',
+                    costs.cost(),
+                    public_product(pattern, p.stored, p.op, p.vectors, 2),
+                    public_product(pattern, p.stored, p.op, p.vectors, 1),
+                    {},
+                    costs.matrices({large_order(pattern)}),
+                    "1 thread"});
+  }
 }
 
 } // namespace
@@ -213,6 +280,7 @@ void add_sparse_matrices(std::vector<Row> &rows) {
   add_symmetric(rows, "dcsr1nsun", Stored::upper, ENTRY(dcsr1nsunf__mvout_par), general);
   add_several(rows, ENTRY(dcsr1ng__f__mmout_par), general);
   add_coordinates(rows, ENTRY(dcoo1ng__f__mvout_par));
+  add_threaded(rows);
 }
 
 } // namespace tnk::bench

@@ -90,10 +90,18 @@ private:
 
   template <class Ours, class Body, class Plain>
   void add(const char *operation, const Cost &cost, Ours *ours, Body body, Plain loop) {
-    rows.push_back({element + std::string(operation), "sparse vectors", element, cost,
-                    repeated<tnk_int>(ours, body), [loop](Operands &o, long count) {
-                      for (; count > 0; --count) loop(o);
-                    }});
+    const auto repeated_loop = [loop](Operands &o, long count) {
+      for (; count > 0; --count) loop(o);
+    };
+    rows.push_back({element + std::string(operation),
+                    "sparse vectors",
+                    element,
+                    cost,
+                    repeated<tnk_int>(ours, body),
+                    repeated_loop,
+                    {},
+                    {},
+                    "plain loop"});
   }
 
   std::vector<Row> &rows;

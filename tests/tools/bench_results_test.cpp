@@ -9,8 +9,6 @@ namespace {
 
 using namespace tnk::tool;
 
-const CoreNames cores{"SANDYBRIDGE", "Zen"};
-
 ReadingsParser parsed(const std::vector<std::string> &lines) {
   ReadingsParser parser;
   for (const std::string &line : lines) parser.take(line);
@@ -34,6 +32,7 @@ TEST(BenchResults, FindsValuesByTheNameOfTheirColumnAndRefusesBrokenLines) {
 
   EXPECT_THROW(parsed({"row\tseconds\terror", "daxpy/100\t1"}), Failure);
   EXPECT_THROW(parsed({"# no key"}), Failure);
+  EXPECT_THROW(listed_row("daxpy/100\taxpy"), Failure);
   // A row that says neither how long it took nor why not is not taken for a good one.
   EXPECT_NE(parsed({"row\tseconds\terror", "daxpy/100\tabc\t"}).rows.at("daxpy/100").error, "");
 }
@@ -41,12 +40,14 @@ TEST(BenchResults, FindsValuesByTheNameOfTheirColumnAndRefusesBrokenLines) {
 TEST(BenchResults, JoinsTheTwoProcessesByNameAndMissesNone) {
   const auto fair = parsed({"row\tseconds\tratio\terror", "daxpy/100\t1\t1.5\t", "ddot/100\t1\t2\t"}).rows;
   const auto best = parsed({"row\tseconds\tratio\terror", "daxpy/100\t1\t0.5\t"}).rows;
-  const BenchRow both = join("daxpy/100", "axpy", fair, &best);
+  const BenchRow both = join(listed_row("daxpy/100\taxpy\t"), fair, &best);
   EXPECT_TRUE(both.kernel == "daxpy" && both.n == 100 && both.error().empty());
   EXPECT_TRUE(both.fair.ratio == 1.5 && both.best->ratio == 0.5);
-  EXPECT_NE(join("ddot/100", "dot", fair, &best).error(), "");
-  EXPECT_NE(join("dscal/100", "scal", fair, nullptr).error(), "");
-  EXPECT_EQ(join("ddot/100", "dot", fair, nullptr).error(), "");
+  EXPECT_NE(join({"ddot/100", "dot", ""}, fair, &best).error(), "");
+  EXPECT_EQ(join({"ddot/100", "dot", ""}, fair, nullptr).error(), "");
+  const BenchRow missing = join(listed_row("dgthr/100\tsparse vectors\tplain loop"), fair, nullptr);
+  EXPECT_NE(missing.error(), "");
+  EXPECT_EQ(missing.compared_with, "plain loop");
 }
 
 TEST(BenchResults, TableHasAColumnForEachCoreAndTheRateOfTheLimit) {
@@ -56,14 +57,31 @@ TEST(BenchResults, TableHasAColumnForEachCoreAndTheRateOfTheLimit) {
   row.fair.limit = 0.5, row.fair.ratio = 1.5;
   row.best = row.fair;
   row.best->ratio = 0.75;
-  const std::string with = table_line(row, cores), without = table_line(row, {"SANDYBRIDGE", ""});
+  Table table(24), fair_only(24);
+  table.cores = {"SANDYBRIDGE", "Zen"}, fair_only.cores = {"SANDYBRIDGE", ""};
+  const std::string with = table.line(row), without = fair_only.line(row);
   EXPECT_NE(with.find("12.3 Gflop/s  50% flops"), std::string::npos) << with;
   EXPECT_EQ(with.find("99"), std::string::npos);
   EXPECT_NE(with.find("0.75"), std::string::npos);
   EXPECT_EQ(without.find("0.75"), std::string::npos);
-  EXPECT_EQ(table_head(cores).size(), with.size());
+  EXPECT_EQ(table.head(false).size(), with.size());
+  row.kernel = "a_name_of_24_characters_";
+  EXPECT_EQ(table.line(row).size(), with.size());
   row.best->error = "fell";
-  EXPECT_NE(table_line(row, cores).find("error: fell"), std::string::npos);
+  EXPECT_NE(table.line(row).find("error: fell"), std::string::npos);
+}
+
+TEST(BenchResults, TableShowsTheOneRatioOfARowWithAPeerOfItsOwnBeforeThePeersName) {
+  BenchRow row;
+  row.kernel = "dcsr1ng_5", row.n = 200, row.compared_with = "Eigen", row.fair.ratio = 1.25;
+  Table table(9);
+  table.cores = {"SANDYBRIDGE", "Zen"};
+  const std::string head = table.head(true), line = table.line(row);
+  EXPECT_EQ(head.find("SANDYBRIDGE"), head.npos) << head;
+  EXPECT_EQ(line.find("Eigen"), head.find("compared with")) << head << line;
+  EXPECT_EQ(line.find("1.25") + 4, head.find("ratio") + 5) << head << line;
+  table.cores = {}; // without the library
+  EXPECT_EQ(table.line(row), line);
 }
 
 TEST(BenchResults, CsvQuotesWhatWouldBreakALine) {
@@ -76,6 +94,8 @@ TEST(BenchResults, CsvQuotesWhatWouldBreakALine) {
   ASSERT_TRUE(file.rfind("# peer: none\ngroup,", 0) == 0 && line != file.npos) << file;
   // The quoted comma is one of the line's own.
   EXPECT_EQ(count(file.substr(0, line), ",") + 1, count(file.substr(line), ","));
+  row.compared_with = "Eigen", row.fair.ratio = 1.25;
+  EXPECT_NE(csv_file({row}, {}).find(",Eigen,1.25,,,,"), std::string::npos) << csv_file({row}, {});
 }
 
 TEST(BenchChart, PutsRatiosBeyondTheScaleAtItsEnds) {
@@ -86,6 +106,20 @@ TEST(BenchChart, PutsRatiosBeyondTheScaleAtItsEnds) {
   EXPECT_EQ(count(svg, "<path"), 2);
   EXPECT_EQ(count(svg, "<circle"), 2) << "the one within, and the legend's";
   EXPECT_TRUE(count(svg, "a&lt;b") == 1 && count(svg, "a &amp; b") == 1) << "one line for the kernel";
+}
+
+TEST(BenchChart, NamesPeersOfTheirOwnAndGathersLengthsThatHaveNoShadeLeft) {
+  std::vector<BenchRow> rows;
+  for (const long long n : {20, 100, 200, 1000, 20000, 300000, 400000, 5000000, 60000000}) {
+    rows.emplace_back();
+    rows.back().kernel = "dcsr1ng", rows.back().n = n, rows.back().compared_with = "Eigen",
+    rows.back().fair.ratio = 1;
+  }
+  const std::string svg = ratio_chart(rows, {}, "");
+  EXPECT_TRUE(count(svg, ">Eigen<") == 1 && count(svg, "against the core") == 0);
+  EXPECT_EQ(count(svg, ">n = "), 7);
+  EXPECT_TRUE(count(svg, ">n = 100 to 200<") == 1 && count(svg, ">n = 300 000 to 400 000<") == 1);
+  EXPECT_EQ(count(svg, "<circle"), 7 + 9);
 }
 
 TEST(Child, GivesLinesAndTheExitCode) {

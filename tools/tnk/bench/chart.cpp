@@ -8,8 +8,9 @@ namespace tnk::tool {
 namespace {
 
 // In pixels. Dots of one kernel stand a little apart, the shortest vectors on top, so that equal ratios show.
-constexpr double label_width = 90, panel_width = 400, panel_gap = 40, row_height = 18, group_gap = 10,
-                 dot_step = 2.6, dot_radius = 3.1, head_height = 124, foot_height = 40, margin = 28;
+constexpr double label_gap = 12, panel_width = 400, panel_gap = 40, row_height = 18, group_gap = 10,
+                 dot_step = 2.6, dot_radius = 3.1, legend_top = 76, legend_height = 18, panel_head = 48,
+                 foot_height = 40, margin = 28;
 
 constexpr double lowest = 0.25, highest = 8;
 
@@ -35,6 +36,45 @@ std::string length_text(long long n) {
   return digits;
 }
 
+// Room for a text, whatever the font turns out to be.
+double text_width(const std::string &text) {
+  return 7.0 * static_cast<double>(text.size());
+}
+
+// Which shade a length has. Where there are more lengths than shades, those of one power of ten share a shade.
+class Shades {
+public:
+  explicit Shades(const std::vector<BenchRow> &rows) {
+    std::set<long long> lengths;
+    for (const BenchRow &row : rows) lengths.insert(row.n);
+    for (const long long n : lengths) {
+      if (classes_.empty() || lengths.size() <= shade_count || digits(n) != digits(classes_.back().last))
+        classes_.push_back({n, n});
+      classes_.back().last = n;
+    }
+  }
+
+  std::size_t size() const { return classes_.size(); }
+  std::size_t of(long long n) const {
+    std::size_t i = 0;
+    while (classes_[i].last < n) ++i;
+    return i;
+  }
+  static const char *colour(std::size_t i) { return shades[i % shade_count]; }
+  std::string name(std::size_t i) const {
+    const auto &[first, last] = classes_[i];
+    return "n = " + length_text(first) + (last == first ? "" : " to " + length_text(last));
+  }
+
+private:
+  struct Class {
+    long long first, last;
+  };
+  static std::size_t digits(long long n) { return std::to_string(n).size(); }
+
+  std::vector<Class> classes_;
+};
+
 double across(double left, double ratio) {
   return left + panel_width * std::log2(ratio / lowest) / std::log2(highest / lowest);
 }
@@ -54,60 +94,70 @@ std::string mark(double left, double y, double ratio, const char *shade) {
 
 std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &cores,
                         const std::string &subtitle) {
-  std::set<long long> lengths;
-  for (const BenchRow &row : rows) lengths.insert(row.n);
-  const auto shade = [&](long long n) {
-    return shades[static_cast<std::size_t>(std::distance(lengths.begin(), lengths.find(n))) % shade_count];
-  };
-  const auto nudge = [&](long long n) {
+  const bool own_peers = cores.fair.empty();
+  const Shades lengths(rows);
+  const auto dot = [&](double left, double y, const BenchRow &row, double ratio) {
+    const std::size_t shade = lengths.of(row.n);
     const double middle = (static_cast<double>(lengths.size()) - 1) / 2;
-    return dot_step * (static_cast<double>(std::distance(lengths.begin(), lengths.find(n))) - middle);
+    return mark(left, y + dot_step * (static_cast<double>(shade) - middle), ratio, Shades::colour(shade));
   };
 
-  std::vector<std::string> panels = {cores.fair};
-  if (!cores.best.empty()) panels.push_back(cores.best);
-  const auto left_of = [](std::size_t panel) {
+  std::vector<std::string> panels = {own_peers ? "against what stands on the right"
+                                               : "against the core " + cores.fair};
+  if (!cores.best.empty()) panels.push_back("against the core " + cores.best);
+  double label_width = 0, peer_width = 0;
+  for (const BenchRow &row : rows) {
+    label_width = std::max(label_width, text_width(row.kernel) + label_gap);
+    if (own_peers) peer_width = std::max(peer_width, text_width(row.compared_with) + label_gap);
+  }
+  const auto left_of = [&](std::size_t panel) {
     return margin + label_width + static_cast<double>(panel) * (panel_width + panel_gap);
   };
+  const double width = left_of(panels.size() - 1) + panel_width + peer_width + margin;
 
+  std::string frame;
+  double x = margin, y = legend_top;
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    const double entry = 36 + text_width(lengths.name(i));
+    if (x > margin && x + entry > width) x = margin, y += legend_height;
+    frame +=
+        format("<circle cx=\"%.1f\" cy=\"%.1f\" r=\"4\" fill=\"%s\"/>\n", x + 4, y - 4, Shades::colour(i));
+    frame += text(x + 12, y, "", lengths.name(i));
+    x += entry;
+  }
+
+  const double top = y + panel_head;
   std::string labels, dots;
-  double y = head_height;
+  y = top;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const BenchRow &row = rows[i];
     if (i == 0 || row.kernel != rows[i - 1].kernel) {
       y += i > 0 && row.group != rows[i - 1].group ? row_height + group_gap : row_height;
-      labels += text(margin + label_width - 12, y + 4, "text-anchor=\"end\"", row.kernel);
+      labels += text(margin + label_width - label_gap, y + 4, "text-anchor=\"end\"", row.kernel);
+      if (own_peers) labels += text(left_of(0) + panel_width + label_gap, y + 4, "", row.compared_with);
       for (std::size_t p = 0; p < panels.size(); ++p)
         labels += format("<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"#eef0f3\"/>\n",
                          left_of(p), y, left_of(p) + panel_width, y);
     }
-    if (row.fair.ratio) dots += mark(left_of(0), y + nudge(row.n), *row.fair.ratio, shade(row.n));
-    if (row.best && row.best->ratio && panels.size() > 1)
-      dots += mark(left_of(1), y + nudge(row.n), *row.best->ratio, shade(row.n));
+    if (row.fair.ratio) dots += dot(left_of(0), y, row, *row.fair.ratio);
+    if (row.best && row.best->ratio && panels.size() > 1) dots += dot(left_of(1), y, row, *row.best->ratio);
   }
   const double bottom = y + row_height;
 
-  std::string frame;
   for (std::size_t p = 0; p < panels.size(); ++p) {
-    frame += text(left_of(p), head_height - 22, "font-weight=\"600\"", "against the core " + panels[p]);
+    frame += text(left_of(p), top - 22, "font-weight=\"600\"", panels[p]);
     for (double tick = lowest; tick <= highest; tick *= 2) {
       const bool even = tick == 1;
-      const double x = across(left_of(p), tick);
+      const double at = across(left_of(p), tick);
       frame += format(
-          "<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"%s\" stroke-width=\"%s\"/>\n", x,
-          head_height, x, bottom, even ? "#1f2937" : "#d1d5db", even ? "1.5" : "1");
-      for (const double at : {head_height - 6, bottom + 16})
-        frame += text(x, at, "text-anchor=\"middle\" fill=\"#4b5563\"", format("%g", tick));
+          "<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"%s\" stroke-width=\"%s\"/>\n", at,
+          top, at, bottom, even ? "#1f2937" : "#d1d5db", even ? "1.5" : "1");
+      for (const double below : {top - 6, bottom + 16})
+        frame += text(at, below, "text-anchor=\"middle\" fill=\"#4b5563\"", format("%g", tick));
     }
   }
-  double x = left_of(0);
-  for (const long long n : lengths) {
-    frame += format("<circle cx=\"%.1f\" cy=\"72\" r=\"4\" fill=\"%s\"/>\n", x + 4, shade(n));
-    frame += text(x + 12, 76, "", "n = " + length_text(n));
-    x += 112;
-  }
 
-  const double width = left_of(panels.size() - 1) + panel_width + margin, height = bottom + foot_height;
+  const double height = bottom + foot_height;
   return format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
                 "width=\"%.0f\" height=\"%.0f\" viewBox=\"0 0 %.0f %.0f\" font-family=\"Helvetica, Arial, "
                 "'Liberation Sans', 'DejaVu Sans', sans-serif\" font-size=\"12\" fill=\"#1f2937\" "
@@ -115,7 +165,8 @@ std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &core
                 "<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
                 width, height, width, height) +
          text(margin, 30, "font-size=\"18\" font-weight=\"600\"",
-              "Speed of the kernels beside OpenBLAS, and of sparse vectors beside a plain loop") +
+              own_peers ? "Speed of the kernels beside other peers"
+                        : "Speed of the kernels beside OpenBLAS") +
          text(margin, 50, "fill=\"#4b5563\"", subtitle + ". To the right of 1, ours is faster.") + labels +
          frame + dots + "</svg>\n";
 }

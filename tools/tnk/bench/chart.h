@@ -7,8 +7,9 @@
 
 namespace tnk::tool {
 
-// A line a kernel, a dot a length, on a logarithmic scale of ours to the peer; a panel a core. Ratios beyond
-// the scale stand at its ends as triangles. SVG 1.1.
+// A line a kernel, a dot a length, on a logarithmic scale of ours to the peer; a panel a core. Without cores there is one
+// panel, and what each kernel is compared with stands at the right of its line. Ratios beyond the scale stand at its
+// ends as triangles. SVG 1.1.
 std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &cores,
                         const std::string &subtitle);
 

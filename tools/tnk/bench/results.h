@@ -29,9 +29,19 @@ private:
   std::vector<std::string> columns_;
 };
 
-// A row of both processes: against the peer's core of the kernels' own instruction set, and against its best.
+// A row before it is measured.
+struct ListedRow {
+  std::string name, group;
+  std::string compared_with; // as in "plain loop"; empty: the BLAS library
+};
+
+// From a line of the bench program's list. Throws Failure on any other line.
+ListedRow listed_row(const std::string &line);
+
+// A row of both processes: against the library's core of the kernels' own instruction set, and against its best. A row
+// with a peer of its own has that one's ratio in `fair` and no second process.
 struct BenchRow {
-  std::string kernel, group;
+  std::string kernel, group, compared_with;
   long long n = 0;
   Reading fair;
   std::optional<Reading> best;
@@ -41,17 +51,31 @@ struct BenchRow {
 };
 
 // Names without their readings are rows in error. With best null there was no second process.
-BenchRow join(const std::string &name, const std::string &group, const std::map<std::string, Reading> &fair,
+BenchRow join(const ListedRow &listed, const std::map<std::string, Reading> &fair,
               const std::map<std::string, Reading> *best);
 
-// The text table: its head, and a line a row. A column without a name is left out.
+// Cores of the library; empty where nothing was compared with them.
 struct CoreNames {
   std::string fair, best;
 };
-std::string table_head(const CoreNames &cores);
-std::string table_line(const BenchRow &row, const CoreNames &cores);
 
-// A comma-separated file (RFC 4180) with the remarks as comment lines before it.
+// The text table: a head before rows of its kind, and a line a row. The ratios of rows beside the library stand under
+// the names of its cores, those of rows with peers of their own before the peers' names.
+class Table {
+public:
+  explicit Table(std::size_t longest_kernel_name) : kernel_width(static_cast<int>(longest_kernel_name)) {}
+
+  CoreNames cores; // a column without a name is left out
+
+  std::string head(bool own_peers) const;
+  std::string line(const BenchRow &row) const;
+
+private:
+  int kernel_width;
+};
+
+// A comma-separated file (RFC 4180) with the remarks as comment lines before it. `ratio` is to what `compared_with`
+// names, `ratio_best` to the library's best core.
 std::string csv_field(const std::string &text);
 std::string csv_file(const std::vector<BenchRow> &rows, const std::vector<std::string> &remarks);
 
