@@ -123,6 +123,7 @@ template <class T> constexpr char letter_of();
   template <> struct Helpers<T> {                                                                            \
     KernelEntry<decltype(tnk_spblas_##t##zerocheck)> zerocheck{"tnk_spblas_" #t "zerocheck"};                \
     KernelEntry<decltype(tnk_spblas_##t##zeros)> zeros{"tnk_spblas_" #t "zeros"};                            \
+    KernelEntry<decltype(tnk_spblas_##t##ones)> ones{"tnk_spblas_" #t "ones"};                               \
     KernelEntry<decltype(tnk_spblas_##t##neones)> neones{"tnk_spblas_" #t "neones"};                         \
     KernelEntry<decltype(tnk_blas_##t##scal)> scal{"tnk_blas_" #t "scal"};                                   \
     KernelEntry<decltype(tnk_spblas_##t##split_par)> split{"tnk_spblas_" #t "split_par"};                    \
@@ -172,32 +173,35 @@ template <class T> void *grid_kernel(const char *routine, const SparsePlan &plan
 template <class T> struct Tools {
   decltype(Helpers<T>::zerocheck.get("")) zerocheck;
   decltype(Helpers<T>::zeros.get("")) zeros;
+  decltype(Helpers<T>::ones.get("")) ones;
   decltype(Helpers<T>::neones.get("")) neones;
   decltype(Helpers<T>::scal.get("")) scal;
 
   bool find(const char *routine) {
     Helpers<T> &all = helpers<T>();
     return (zerocheck = all.zerocheck.get(routine)) && (zeros = all.zeros.get(routine)) &&
-           (neones = all.neones.get(routine)) && (scal = all.scal.get(routine));
+           (ones = all.ones.get(routine)) && (neones = all.neones.get(routine)) &&
+           (scal = all.scal.get(routine));
   }
   bool is_zero(const T &value) const {
     tnk_int flag = 1;
     zerocheck(&value, &flag);
     return flag == 0;
   }
+  bool is_one(const T &value) const {
+    T one;
+    ones(&one);
+    if constexpr (is_complex<T>)
+      return value.re == one.re && value.im == one.im;
+    else
+      return value == one;
+  }
 };
-
-template <class T> bool is_one(const T &value) {
-  if constexpr (is_complex<T>)
-    return value.re == 1 && value.im == 0;
-  else
-    return value == 1;
-}
 
 // y := beta y, for parts of y.
 template <class T> struct Scaling {
   Scaling(const Tools<T> &given, const T &factor)
-      : tools(given), beta(factor), clears(given.is_zero(factor)), keeps(is_one(factor)) {}
+      : tools(given), beta(factor), clears(given.is_zero(factor)), keeps(given.is_one(factor)) {}
   void operator()(T *y, tnk_int count) const {
     constexpr tnk_int one = 1;
     if (clears)
