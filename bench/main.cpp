@@ -83,6 +83,14 @@ std::string processor() {
   return "unknown";
 }
 
+// What went wrong, or nothing. Google Benchmark renamed the member in 1.8.
+template <class Run> auto error_of(const Run &run) -> decltype(run.error_message) {
+  return run.error_message;
+}
+template <class Run> auto error_of(const Run &run) -> decltype(run.skip_message) {
+  return run.skip_message;
+}
+
 // Lines of the form "# key: value", then a line of column names, then a line a row.
 class TsvReporter : public benchmark::BenchmarkReporter {
 public:
@@ -113,8 +121,8 @@ public:
       const std::string limited_by = cut_part(label);
       if (label.rfind(beside, 0) == 0) compared_with = cut_part(label).substr(beside.size());
       std::printf("%s\t%s\t%s\t%s\t%s\n", line.c_str(), limited_by.c_str(), compared_with.c_str(),
-                  label.c_str(), run.error_message.c_str());
-      failed = failed || run.error_occurred;
+                  label.c_str(), error_of(run).c_str());
+      failed = failed || !error_of(run).empty();
     }
     std::fflush(stdout);
   }
@@ -129,7 +137,7 @@ private:
 class ConsoleReporter : public benchmark::ConsoleReporter {
 public:
   void ReportRuns(const std::vector<Run> &runs) override {
-    for (const Run &run : runs) failed = failed || run.error_occurred;
+    for (const Run &run : runs) failed = failed || !error_of(run).empty();
     benchmark::ConsoleReporter::ReportRuns(runs);
   }
   bool failed = false;

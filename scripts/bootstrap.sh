@@ -89,28 +89,33 @@ if [ $list_only = yes ]; then
   exit 0
 fi
 
-fail() {
-  printf 'bootstrap: %s\nThese packages (Debian names) are needed and missing:%s\n' "$1" "$missing" >&2
+fail() { # why and what to do, the packages or the command that installs them
+  printf 'bootstrap: %s\n  %s\n' "$1" "$2" >&2
   exit 1
 }
-command -v apt-get >/dev/null 2>&1 || fail 'there is no apt-get here; install them by your own package manager.'
+by_hand="apt-get install --no-install-recommends$missing"
+command -v apt-get >/dev/null 2>&1 ||
+  fail 'there is no apt-get here; install by your own package manager (the names are those of Debian):' "${missing# }"
 as_root=
 if [ "$(id -u)" -ne 0 ]; then
-  command -v sudo >/dev/null 2>&1 || fail 'installing needs root and there is no sudo; run this script as root.'
+  command -v sudo >/dev/null 2>&1 || fail 'installing needs root, and there is no sudo; let root do:' "$by_hand"
   as_root=sudo
 fi
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 apt() {
+  # Waits for another installation, such as a new machine's first upgrade, to finish.
   # shellcheck disable=SC2086  # as_root is empty or one word
-  $as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" >>"$log" 2>&1
+  $as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 "$@" >>"$log" 2>&1
 }
 echo "bootstrap: installing$missing"
+# Asked here, where its question and its refusal are seen.
+[ -z "$as_root" ] || sudo true || fail 'installing needs root, and sudo refuses; let root do:' "$by_hand"
 # A failed update is no reason to stop: the lists may be good enough, and the install tells.
 apt update || true
 # shellcheck disable=SC2086  # a list of package names
 if ! apt install -y --no-install-recommends $missing; then
   cat "$log" >&2
-  fail 'apt-get failed; its words are above.'
+  fail 'apt-get failed, its words are above; what it was to do:' "$by_hand"
 fi
