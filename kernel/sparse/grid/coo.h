@@ -147,7 +147,7 @@ inline void coo_mm_par(const I *first, const I *last, const I *m, const T *alpha
       blas_axpy(&n, alpha, b + (columns ? wrapped_product(side, *ldb) : side), &incb,
                 c + (columns ? wrapped_product(side, *ldc) : side), &incc);
   } else if constexpr (Name::base == 1) {
-    each_pair(begin, *last, [&](auto count, I column) {
+    each_group_of<2>(begin, *last, [&](auto count, I column) {
       Vectors<T, count()> at, shifted;
       for (int k = 0; k < count(); ++k) {
         at.x[k] = b + wrapped_product<I>(column + k, *ldb),

@@ -1,5 +1,5 @@
-// Compressed rows times several right-hand sides that are columns, two columns at a time where there are two: the row
-// is read once for both, and a sum that waits for its last addition leaves room for the other.
+// Compressed rows times several right-hand sides that are columns, some columns at a time: the row is read once for all
+// of them, and a sum that waits for its last addition leaves room for the others. Sums take eight, scatters two.
 #pragma once
 
 #include "kernel/sparse/grid/mm_job.h"
@@ -30,8 +30,8 @@ template <int R, class T, class I> inline Columns<T, R> columns_of(const MmJob<T
 // one by one.
 template <bool Conj, bool Folded, class T, class I, int R>
 inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, const Columns<T, R> &at) {
-  using V = half_of<T>;
-  constexpr int round = (is_complex<T> ? 8 : 16) * (Folded ? 2 : 1);
+  using V = side_by_side<T>;
+  constexpr int round = (is_complex<T> ? 8 : 16) * (Folded ? 2 : 1), at_once = 2 * per_group<T>;
   const auto value = [&](auto a, [[maybe_unused]] auto alphas) {
     if constexpr (Folded)
       return times<T, Conj>(a, alphas);
@@ -53,17 +53,22 @@ inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, co
     const I peel = boundary_peel<T, I>(row.values);
     if (row.count - peel >= round && (aligned || is_complex<T>)) {
       one_by_one(peel);
-      const V alphas = every_lane<T>(alpha);
-      V acc[R][4] = {};
-      for (const I end = p + (row.count - p) / round * round; p < end; p += 4 * per_half<T>)
-        for (int k = 0; k < 4; ++k) {
-          const V a = value(loadu<V>(row.values + p + k * per_half<T>), alphas);
+      const V alphas = in_every_element<T>(alpha);
+      V acc[R][2] = {};
+      for (const I end = p + (row.count - p) / round * round; p < end; p += at_once) {
+        fetch_ahead<at_once>(row.values + p, row.columns + p);
+        for (int k = 0; k < 2; ++k) {
+          const V a = value(loadu<V>(row.values + p + k * per_group<T>), alphas);
           for (int r = 0; r < R; ++r)
-            acc[r][k] += times<T, conj>(a, gather(at.b[r], row.columns + p + k * per_half<T>));
+            acc[r][k] += times<T, conj>(a, gather_group(at.b[r], row.columns + p + k * per_group<T>));
         }
-      for (int r = 0; r < R; ++r) sums.of[r] += sum_of<T>((acc[r][0] + acc[r][1]) + (acc[r][2] + acc[r][3]));
+      }
+      for (int r = 0; r < R; ++r)
+        sums.of[r] += sum_of<T>((low_half(acc[r][0]) + high_half(acc[r][0])) +
+                                (low_half(acc[r][1]) + high_half(acc[r][1])));
     }
   }
+  fetch_ahead<16>(row.values + p, row.columns + p);
   one_by_one(row.count);
   return sums;
 }
@@ -113,7 +118,7 @@ template <bool Conj, class T, class I>
   const MmJob<T, I> job = given; // a copy of its own, which no store to c can change
   for (I part = 0; part < parts; ++part) {
     const I begin = part * part_rows, end = part == parts - 1 ? job.rows : begin + part_rows;
-    each_pair(job.first, job.last, [&](auto count, I column) {
+    each_group_of<8>(job.first, job.last, [&](auto count, I column) {
       const auto at = columns_of<count()>(job, column);
       for (I i = begin; i < end; ++i) {
         const auto row = row_of<ColumnLayout>(job, i);
@@ -127,7 +132,7 @@ template <bool Conj, class T, class I>
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general_transposed(ColumnLayout, const MmJob<T, I> &given) {
   const MmJob<T, I> job = given;
-  each_pair(job.first, job.last, [&](auto count, I column) {
+  each_group_of<2>(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
@@ -139,7 +144,7 @@ template <bool Conj, class T, class I>
 template <bool Conj, bool Lower, class T, class I>
 [[gnu::noinline]] void multiply_triangular_transposed(ColumnLayout, const MmJob<T, I> &given) {
   const MmJob<T, I> job = given;
-  each_pair(job.first, job.last, [&](auto count, I column) {
+  each_group_of<2>(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
@@ -158,7 +163,7 @@ template <bool Conj, class T, class I>
   const MmJob<T, I> job = given;
   for (I i = 0; i < job.rows; ++i) {
     const auto row = row_of<ColumnLayout>(job, i);
-    each_pair(job.first, job.last, [&](auto count, I column) {
+    each_group_of<8>(job.first, job.last, [&](auto count, I column) {
       const auto at = columns_of<count()>(job, column);
       const auto sums = row_sums<Conj, true>(row, job.alpha, at);
       for (int r = 0; r < count(); ++r) add_to(at.c[r] + row.key, sums.of[r]);
@@ -173,7 +178,7 @@ template <bool Mirrored, bool Conj, bool MirrorConj, bool Lower, class T, class 
   using V = half_of<T>;
   const MmJob<T, I> job = given;
   const V alphas = every_lane<T>(job.alpha);
-  each_pair(job.first, job.last, [&](auto count, I column) {
+  each_group_of<2>(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);

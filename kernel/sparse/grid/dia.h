@@ -126,7 +126,7 @@ inline void dia_mm_par(const I *first, const I *last, const I *m, const I *n, co
   const DiagonalJob<T, I> job = {
       {values, *stride, distance, *count}, *m, Name::kind == 'g' ? *n : *m, fetch(alpha)};
   each_part<T>(job.rows, [&](I begin, I end) {
-    each_pair<I>(*first - 1, *last, [&](auto sides, I column) {
+    each_group_of<2, I>(*first - 1, *last, [&](auto sides, I column) {
       Vectors<T, sides()> at;
       for (int k = 0; k < sides(); ++k)
         at.x[k] = b + wrapped_product<I>(column + k, *ldb),

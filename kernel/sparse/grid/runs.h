@@ -62,11 +62,13 @@ template <class T, int R> struct Vectors {
   T *y[R];
 };
 
-// body(number of columns as a constant, first of them), for columns first ... last - 1.
-template <class I, class Body> [[gnu::always_inline]] inline void each_pair(I first, I last, Body body) {
+// body(number of columns as a constant, first of them), for columns first ... last - 1: Most at a time, a power of 2, and
+// what is left in halves of that.
+template <int Most, class I, class Body>
+[[gnu::always_inline]] inline void each_group_of(I first, I last, Body body) {
   I column = first;
-  for (; last - column >= 2; column += 2) body(std::integral_constant<int, 2>(), column);
-  if (column < last) body(std::integral_constant<int, 1>(), column);
+  for (; last - column >= Most; column += Most) body(std::integral_constant<int, Most>(), column);
+  if constexpr (Most > 1) each_group_of<Most / 2>(column, last, body);
 }
 
 } // namespace tnk
