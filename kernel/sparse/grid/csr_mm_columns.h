@@ -85,6 +85,7 @@ inline void scatter_one(const T *value, const I *column, const Sums<T, R> &t, co
 }
 template <bool Conj, class T, class I, int R>
 inline void scatter(Row<T, I> row, const Sums<T, R> &t, const Columns<T, R> &at) {
+  fetch_ahead<16>(row.values, row.columns);
   I p = 0;
   for (; row.count - p >= 4; p += 4)
     scatter_four<Sign::plus, Conj>(15, row.values + p, row.columns + p, t, at);
@@ -132,7 +133,7 @@ template <bool Conj, class T, class I>
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general_transposed(ColumnLayout, const MmJob<T, I> &given) {
   const MmJob<T, I> job = given;
-  each_group_of<2>(job.first, job.last, [&](auto count, I column) {
+  each_group_of<4>(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
@@ -188,6 +189,7 @@ template <bool Mirrored, bool Conj, bool MirrorConj, bool Lower, class T, class 
       if (Mirrored && job.negative)
         for (auto &element : t.of) element = -element;
       V acc[count()][2] = {};
+      fetch_ahead<16>(row.values, row.columns);
       I p = 0;
       for (; row.count - p >= 4; p += 4) {
         const i32x4 outside = beyond<Lower>(row.columns + p, limit);
