@@ -1,5 +1,5 @@
 // Compressed rows times several right-hand sides that are columns, some columns at a time: the row is read once for all
-// of them, and a sum that waits for its last addition leaves room for the others. Sums take eight, scatters two.
+// of them, and a sum that waits for its last addition leaves room for the others. Eight where no entry is tested, else two.
 #pragma once
 
 #include "kernel/sparse/grid/mm_job.h"
@@ -133,7 +133,7 @@ template <bool Conj, class T, class I>
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general_transposed(ColumnLayout, const MmJob<T, I> &given) {
   const MmJob<T, I> job = given;
-  each_group_of<4>(job.first, job.last, [&](auto count, I column) {
+  each_group_of<8>(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
     for (I i = 0; i < job.rows; ++i) {
       const auto row = row_of<ColumnLayout>(job, i);
