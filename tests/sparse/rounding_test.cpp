@@ -184,11 +184,11 @@ TEST(CsrRounding, RowsAreSummedInRounds) {
   sums_in_rounds<tnk_complex16>("z");
 }
 
-// c is b, two columns further on, and row i reads element i + 1, the last row the first element. Columns go in pairs:
-// so columns 3 and 4 take up what 1 and 2 have got, but for the last row of a part, which reads ahead of it. `rows` are
-// those of a part at the smallest n that makes parts of the job.
+// c is b, eight columns further on, and row i reads element i + 1, the last row the first element. Columns go in eights:
+// so the second eight take up what the first have got, but for the last row of a part, which reads ahead of it. `rows`
+// are those of a part at the smallest n that makes parts of the job.
 template <class T> void parts_are(const char *kernel, tnk_int n, tnk_int rows) {
-  const tnk_int m = 100, average = 1000, base = m * average + 1 - m, one = 1, sides = 4;
+  const tnk_int m = 100, average = 1000, base = m * average + 1 - m, one = 1, group = 8, sides = 2 * group;
   const T unit = number<T>(1);
   Integers<tnk_int> columns, start, end;
   for (tnk_int i = 0; i < m; ++i)
@@ -196,13 +196,13 @@ template <class T> void parts_are(const char *kernel, tnk_int n, tnk_int rows) {
   for (const tnk_int part : {m, rows}) {
     const tnk_int announced = part == m ? n - 1 : n, parts = m / part;
     const std::vector<T> values(m, unit);
-    std::vector<T> memory(6 * m);
-    std::fill_n(memory.begin(), 2 * m, unit);
+    std::vector<T> memory((group + sides) * m);
+    std::fill_n(memory.begin(), group * m, unit);
     call(kernel, &one, &sides, &m, &announced, &unit, values.data(), columns.data(), start.data(), end.data(),
-         memory.data(), &m, memory.data() + 2 * m, &m);
+         memory.data(), &m, memory.data() + group * m, &m);
     for (tnk_int i = 0; i < m; ++i) {
       const bool ahead = (i + 1) % part == 0 && (i + 1) / part < parts;
-      EXPECT_TRUE(same(memory[4 * m + i], ahead ? T{} : unit))
+      EXPECT_TRUE(same(memory[2 * group * m + i], ahead ? T{} : unit))
           << kernel << ", n " << announced << ", row " << i;
     }
   }
