@@ -51,6 +51,27 @@ template <class T, int Bytes, Mix M> void stream(void *x_data, void *y_data, std
   sink = sum[0];
 }
 
+template <class T, int Bytes> void stream_ahead(void *x_data, void *, std::size_t bytes, long count) {
+  using V = typename Vector<T, Bytes>::type;
+  constexpr std::size_t line = 64 / Bytes, ahead = 3072 / Bytes, lines_at_once = 2;
+  const V *const x = static_cast<const V *>(x_data);
+  const std::size_t half = bytes / Bytes / 2;
+  V sums[2][lines_at_once * line] = {};
+  for (; count > 0; --count) {
+    for (std::size_t i = 0; i + lines_at_once * line <= half; i += lines_at_once * line)
+      for (std::size_t s = 0; s < 2; ++s) {
+        const V *const at = x + s * half + i;
+        for (std::size_t k = 0; k < lines_at_once * line; k += line) __builtin_prefetch(at + ahead + k);
+        for (std::size_t k = 0; k < lines_at_once * line; ++k) sums[s][k] += at[k];
+      }
+    asm volatile("" ::: "memory");
+  }
+  V sum = splat<V>(static_cast<T>(known_zero));
+  for (const auto &stream : sums)
+    for (const V &s : stream) sum += s;
+  sink = sum[0];
+}
+
 // Six chains each fill two multipliers and two adders of latency three, and one of each of latency five.
 template <class T, int Bytes> void flops(long count) {
   using V = typename Vector<T, Bytes>::type;
@@ -72,6 +93,8 @@ template <class T, int Bytes> StreamProbe stream_of(Mix mix) {
   switch (mix) {
   case Mix::read:
     return {stream<T, Bytes, Mix::read>, 1};
+  case Mix::read_ahead:
+    return {stream_ahead<T, Bytes>, 1};
   case Mix::read_both:
     return {stream<T, Bytes, Mix::read_both>, 2};
   case Mix::update:

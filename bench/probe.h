@@ -8,6 +8,7 @@ namespace tnk::bench {
 // How a kernel walks through its vectors.
 enum class Mix {
   read,        // x
+  read_ahead,  // both halves of x at once, as values and indices, each line asked for before it is read
   read_both,   // x and y
   update,      // x, in place
   copy,        // x to y

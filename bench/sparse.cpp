@@ -71,7 +71,7 @@ public:
   }
 
   // The unit is a byte. The vectors hold more than they need to: the probe walks through as much as the matrix has.
-  Cost cost() const { return {1, 0, Mix::read, Law::exact, 32}; }
+  Cost cost() const { return {1, 0, Mix::read_ahead, Law::exact, 32}; }
   Matrices matrices(std::vector<tnk_int> orders) const {
     const auto stored_elements = [*this](tnk_int n) {
       return static_cast<std::size_t>(std::max(

@@ -143,7 +143,8 @@ template <class T> inline half_of<T> masked_part(half_of<T> v, i32x4 mask, int k
 // with rows, whose ends cost mispredicted branches: this gives a fifth of the speed and more. Always the same lines,
 // asked for without a test of the row's length, which would be one more such branch. An address that is nobody's does
 // no harm.
-template <int Count, int Distance = 4096, class T> inline void fetch_ahead(const T *p) {
+template <int Count, int Distance = 3072, class T>
+[[gnu::always_inline]] inline void fetch_ahead(const T *p) {
   constexpr std::uintptr_t line = 64;
   for (std::uintptr_t at = 0; at < Count * sizeof(T); at += line)
     __builtin_prefetch(reinterpret_cast<const void *>(address(p) + Distance + at));
