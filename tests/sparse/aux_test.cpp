@@ -1,4 +1,5 @@
 // What prepares operands and brings results together beside the grid.
+#include "reference/arithmetic.h"
 #include "sparse/aux_form.h"
 #include <algorithm>
 #include <cmath>
@@ -19,12 +20,12 @@ TYPED_TEST(SparseAux, ScalarsAndClearing) {
     this->call("?zerocheck", &v, &got);
     EXPECT_EQ(got, flag) << value;
     this->call("?neones", &v);
-    EXPECT_TRUE(std::isnan(value) ? std::isnan(wide(v).real()) : wide(v) == Z(-value));
-    EXPECT_TRUE(value != 0 || (!std::signbit(wide(v).real()) && !std::signbit(wide(v).imag())));
+    EXPECT_TRUE(std::isnan(value) ? std::isnan(widened(v).real()) : widened(v) == wide(-value));
+    EXPECT_TRUE(value != 0 || (!std::signbit(widened(v).real()) && !std::signbit(widened(v).imag())));
     this->call("?ones", &v);
-    EXPECT_EQ(wide(v), Z(1));
+    EXPECT_EQ(widened(v), wide(1));
   }
-  std::vector<T> v(5, narrow<T>(Z(-1, 1))), expected(5, T{});
+  std::vector<T> v(5, narrow<T>(this->pair(-1, 1))), expected(5, T{});
   expected[4] = v[4];
   for (I count : {I(-1), I(0), I(4)}) this->call("?zeros", v.data(), &count);
   EXPECT_EQ(std::memcmp(v.data(), expected.data(), sizeof(T) * v.size()), 0);
@@ -44,19 +45,14 @@ TYPED_TEST(SparseAux, SortsRowsKeepingEqualColumns) {
                    [&](I a, I b) { return original[a] < original[b]; });
   for (std::size_t k = 0; k < 15; ++k) {
     EXPECT_EQ(columns[k], original[order[k]]);
-    EXPECT_EQ(wide(values[k]), Z(static_cast<double>(order[k])));
+    EXPECT_EQ(widened(values[k]), wide(order[k]));
   }
 }
 
 // Sums of numbers that round, so that their order shows.
 TYPED_TEST(SparseAux, AddsPrivateOutputsInTheirOrder) {
   USE_FORM;
-  const auto plus = [&](T a, T b) { // rounded once, parts apart
-    if constexpr (TestFixture::real)
-      return T(a + b);
-    else
-      return T{a.re + b.re, a.im + b.im};
-  };
+  using tnk::reference::operator+; // rounds once, parts apart
   for (I count : {0, 1, 2, 3, 7, 99, 100, 103})
     for (I parts : {0, 1, 2, 4}) {
       const I step = 3, stride = count + 2, room = (count + 3 * step + 9) * 6;
@@ -72,11 +68,11 @@ TYPED_TEST(SparseAux, AddsPrivateOutputsInTheirOrder) {
       this->call("?split_symu_par", &count, &step, &parts, nullptr, addresses, y[2].data());
       for (I i = 0; i < count; ++i) {
         for (I p = 0; i > 0 && p + 1 < parts; ++p)
-          expected[0][i] = plus(expected[0][i], memory[0][p * stride + i]);
+          expected[0][i] = expected[0][i] + memory[0][p * stride + i];
         for (I t = start; t < end; ++t)
-          expected[1][i] = plus(expected[1][i], memory[t - 1][(start - 1) * count + i]);
+          expected[1][i] = expected[1][i] + memory[t - 1][(start - 1) * count + i];
         for (I t = 0; t < parts; ++t)
-          expected[2][i] = plus(expected[2][i], memory[t + 1][i + step * (parts - 1 - t)]);
+          expected[2][i] = expected[2][i] + memory[t + 1][i + step * (parts - 1 - t)];
       }
       for (int k = 0; k < 3; ++k)
         EXPECT_EQ(std::memcmp(y[k].data(), expected[k].data(), sizeof(T) * y[k].size()), 0)
@@ -84,38 +80,26 @@ TYPED_TEST(SparseAux, AddsPrivateOutputsInTheirOrder) {
     }
 }
 
-template <class I> void finds_diagonals() {
-  struct Row {
+// Of the first and last diagonal of a band and of what it spans, and whether the main one is there.
+TYPED_TEST(SparseAux, FindsTheDiagonalsOfATriangle) {
+  USE_FORM;
+  const struct {
     std::vector<I> distance; // the last one behind the array
     const char *form;
     std::vector<I> results;
-  };
-  for (const Row &row : std::vector<Row>{{{-2, 0, 1, 9}, "ln", {1, 1, 1, 2, 0}},
-                                         {{-2, 0, 1, 9}, "lu", {1, 1, 1, 2, 0}},
-                                         {{-2, 0, 1, 9}, "un", {3, 3, 2, 3, 0}},
-                                         {{-2, 0, 1, 9}, "uu", {3, 3, 2, 3, 0}},
-                                         {{-2, 1, 9}, "ln", {1, 1, 1, 2, -1}},
-                                         {{-2, 1, 9}, "lu", {1, 2, 1, 2, 0}},
-                                         {{-2, 1, 9}, "un", {2, 2, 2, 2, -1}},
-                                         {{-2, 0, 9}, "un", {2, 2, 2, 2, 0}},
-                                         {{-2, 0, 9}, "uu", {3, 2, 2, 2, 0}},
-                                         {{-2, -1, 9}, "ln", {1, 2, 1, 3, -1}},
-                                         {{-2, -1, 9}, "un", {2, 2, 3, 2, -1}}}) {
-    const auto name =
-        std::string("tnk_spblas_") + (sizeof(I) == 4 ? "lp64_" : "") + "find_diag_par_" + row.form;
-    using Find = decltype(&tnk_spblas_find_diag_par_ln);
-    using Find32 = decltype(&tnk_spblas_lp64_find_diag_par_ln);
-    const auto find =
-        reinterpret_cast<std::conditional_t<sizeof(I) == 8, Find, Find32>>(dlsym(RTLD_DEFAULT, name.c_str()));
+  } rows[] = {{{-2, 0, 1, 9}, "ln", {1, 1, 1, 2, 0}}, {{-2, 0, 1, 9}, "lu", {1, 1, 1, 2, 0}},
+              {{-2, 0, 1, 9}, "un", {3, 3, 2, 3, 0}}, {{-2, 0, 1, 9}, "uu", {3, 3, 2, 3, 0}},
+              {{-2, 1, 9}, "ln", {1, 1, 1, 2, -1}},   {{-2, 1, 9}, "lu", {1, 2, 1, 2, 0}},
+              {{-2, 1, 9}, "un", {2, 2, 2, 2, -1}},   {{-2, 0, 9}, "un", {2, 2, 2, 2, 0}},
+              {{-2, 0, 9}, "uu", {3, 2, 2, 2, 0}},    {{-2, -1, 9}, "ln", {1, 2, 1, 3, -1}},
+              {{-2, -1, 9}, "un", {2, 2, 3, 2, -1}}};
+  for (const auto &row : rows) {
     const I count = static_cast<I>(row.distance.size()) - 1;
     std::vector<I> r(5, 77);
-    find(row.distance.data(), &count, &r[0], &r[1], &r[2], &r[3], &r[4]);
-    EXPECT_EQ(r, row.results) << name << ' ' << row.distance[1];
+    this->call(std::string("find_diag_par_") + row.form, row.distance.data(), &count, &r[0], &r[1], &r[2],
+               &r[3], &r[4]);
+    EXPECT_EQ(r, row.results) << row.form << ' ' << row.distance[1];
   }
-}
-TEST(SparseDiagonals, OfATriangle) {
-  finds_diagonals<tnk_int>();
-  finds_diagonals<std::int32_t>();
 }
 
 } // namespace

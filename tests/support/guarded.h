@@ -7,6 +7,7 @@
 #include <sanitizer/asan_interface.h>
 #include <sys/mman.h>
 #include <tnk/types.h>
+#include <vector>
 
 namespace tnk::test {
 
@@ -39,6 +40,11 @@ public:
     if (end_ > begin_) std::memset(begin_, pattern, static_cast<std::size_t>(end_ - begin_));
     ASAN_POISON_MEMORY_REGION(begin_, static_cast<std::size_t>(first_ - begin_));
     ASAN_POISON_MEMORY_REGION(last(), static_cast<std::size_t>(end_ - last()));
+  }
+  // These elements, the last one at the end of a page.
+  explicit Guarded(const std::vector<T> &elements, std::size_t shift = page_end)
+      : Guarded(elements.size(), shift) {
+    for (std::size_t i = 0; i < count_; ++i) put(i, elements[i]);
   }
   Guarded(const Guarded &) = delete;
   Guarded &operator=(const Guarded &) = delete;
