@@ -32,17 +32,14 @@ struct GemmCall {
   tnk_int &integer(const std::string &name) {
     return *static_cast<tnk_int *>(at[std::find(names.begin(), names.end(), name) - names.begin()]);
   }
-  // The last report must be of that argument, and of nothing done.
+  // The report must be of that argument, and nothing done.
   void expect_report(const std::string &name, const std::string &value, const std::string &expected) {
-    SCOPED_TRACE(testing::Message() << routine.name << ' ' << letters[0] << letters[1] << ' ' << name << " = "
-                                    << value);
     ErrorRecorder errors;
     routine.call(at);
-    const auto seen = errors.take();
-    EXPECT_TRUE(seen.count == 1 && seen.kind == TNK_ERROR_ARGUMENT && seen.routine == routine.name);
-    EXPECT_EQ(seen.position, std::find(names.begin(), names.end(), name) - names.begin() + 1);
-    EXPECT_EQ(seen.argument + seen.value + ", not " + seen.expected, name + value + ", not " + expected);
-    EXPECT_EQ(std::count(c, c + sizeof arrays[0], 0x3F), static_cast<long>(sizeof arrays[0]));
+    const auto position = std::find(names.begin(), names.end(), name) - names.begin() + 1;
+    EXPECT_EQ(errors.bad_argument(), std::string(routine.name) + ": argument " + std::to_string(position) +
+                                         " (" + name + ") is " + value + ", expected " + expected);
+    EXPECT_EQ(std::count(c, c + sizeof arrays[0], 0x3F), static_cast<long>(sizeof arrays[0])) << name;
   }
 
   const Routine &routine;

@@ -89,8 +89,8 @@ private:
 template <class T> class Strided {
 public:
   Strided(tnk_int n, tnk_int inc, std::size_t shift = 0)
-      : n_(n < 0 ? 0 : n), inc_(inc),
-        memory_(n_ == 0 ? 0 : static_cast<std::size_t>((n_ - 1) * (inc < 0 ? -inc : inc) + 1), shift) {}
+      : n_(n), inc_(inc),
+        memory_(n_ < 1 ? 0 : static_cast<std::size_t>((n_ - 1) * (inc < 0 ? -inc : inc) + 1), shift) {}
 
   tnk_int n() const { return n_; }
   const tnk_int &inc() const { return inc_; }

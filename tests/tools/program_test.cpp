@@ -56,7 +56,7 @@ TEST(Program, ExitCodesAndMessages) {
       {"", "info", 0, "tnk_blas_", ""},
       {"TNK_KERNEL_PATH=/nowhere/k.so", "info", 1, "processor", "/nowhere/k.so"},
       {"TNK_KERNEL_PATH=" TNK_TEST_HOST, "info", 1, "refused", TNK_TEST_HOST},
-      {"TNK_KERNEL_PATH=" TNK_TEST_OTHER_CLASS, "info", 1, "tnk_blas_", "class"},
+      {"TNK_KERNEL_PATH=" TNK_TEST_OTHER_CLASS, "info", 1, "dll_cpu_version", "class"},
       {"TNK_KERNEL_PATH=" TNK_TEST_WRONG_NORM, "tour --out /nowhere", 1, "dnrm2", "Euclidean norm"},
       {"TNK_KERNEL_PATH=/nowhere/k.so", "tour", 1, "", "/nowhere/k.so"},
       {"", "tour --data /nowhere/data", 1, "", "/nowhere/data"},

@@ -8,14 +8,14 @@ namespace {
 
 using reference::Real;
 
-// nz values and their positions in y, which holds twice as many elements. `x` and `target` are what the memory of x
-// and those elements of y is to come to.
+// nz values and their positions in y, which holds twice as many elements; with `repeats` every third position is that
+// of the value before. `x` and `target` are what the memory of x and those elements of y is to come to.
 template <class T> struct Problem {
   Guarded<T> x_memory, y_memory;
   Guarded<tnk_int> indx;
   std::vector<T> x, y;
 
-  Problem(std::size_t nz, std::size_t shift_x, std::size_t shift_other)
+  Problem(std::size_t nz, bool repeats, std::size_t shift_x, std::size_t shift_other)
       : x_memory(nz, shift_x), y_memory(2 * nz + 1, shift_other), indx(nz, shift_other) {
     Random random(static_cast<unsigned>(nz + 1));
     std::vector<tnk_int> positions(2 * nz + 1);
@@ -24,7 +24,7 @@ template <class T> struct Problem {
       std::swap(positions[i - 1],
                 positions[static_cast<std::size_t>(random.integer(0, static_cast<tnk_int>(i) - 1))]);
     for (std::size_t i = 0; i < nz; ++i) {
-      indx.put(i, positions[i]);
+      indx.put(i, positions[repeats ? i * 2 / 3 : i]);
       x.push_back(i % 4 ? random.number<T>() : T{});
       x_memory.put(i, x[i]);
     }
@@ -44,14 +44,15 @@ template <class T> struct Problem {
 };
 
 // Every remainder of the loops, every address that matters.
-template <class T, class Check> void for_each_problem(Check check) {
+template <class T, class Check> void for_each_problem(bool repeats, Check check) {
   for (std::size_t nz = 0; nz <= 70; ++nz)
     for (const std::size_t shift_x : shifts<T>())
       for (const std::size_t shift_other :
            {std::size_t{0}, std::size_t{1}, std::size_t{4}, page_end, page_start}) {
         if (testing::Test::HasFailure()) return;
-        SCOPED_TRACE(testing::Message() << "nz " << nz << " shifts " << shift_x << ' ' << shift_other);
-        Problem<T> p(nz, shift_x, shift_other);
+        SCOPED_TRACE(testing::Message() << "nz " << nz << (repeats ? " repeated" : "") << " shifts "
+                                        << shift_x << ' ' << shift_other);
+        Problem<T> p(nz, repeats, shift_x, shift_other);
         check(p, static_cast<tnk_int>(nz));
         p.expect_results();
       }
@@ -69,14 +70,25 @@ TYPED_TEST(SparseVectors, EqualTheirDefinitions) {
   const T unknown = reference::number<T>(std::numeric_limits<Real<T>>::quiet_NaN());
   const Askew askew(alpha);
   const Askew askew_c(c), askew_s(s);
-  std::vector<std::pair<Run, Step<T>>> list = {
-      {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, askew.at(), x, indx, y); }, add_scaled(alpha)},
-      {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, &unknown, x, indx, y); }, add_scaled(unknown)},
-      {[&](auto nz, auto, auto indx, auto y) { K::axpyi(&nz, &zero, nullptr, indx, y); }, nothing<T>()},
-      {[](auto nz, auto x, auto indx, auto y) { K::gather(&nz, y, x, indx); }, [](T &x, T &y) { x = y; }},
+  // Whether a repeated position is taken by one value after the other; elsewhere nothing is promised.
+  enum : bool { once, repeats };
+  struct Operation {
+    Run run;
+    Step<T> step;
+    bool repeats;
+  };
+  std::vector<Operation> list = {
+      {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, askew.at(), x, indx, y); }, add_scaled(alpha),
+       once},
+      {[&](auto nz, auto x, auto indx, auto y) { K::axpyi(&nz, &unknown, x, indx, y); }, add_scaled(unknown),
+       once},
+      {[&](auto nz, auto, auto indx, auto y) { K::axpyi(&nz, &zero, nullptr, indx, y); }, nothing<T>(), once},
+      {[](auto nz, auto x, auto indx, auto y) { K::gather(&nz, y, x, indx); }, [](T &x, T &y) { x = y; },
+       once},
       {[](auto nz, auto x, auto indx, auto y) { K::gather_zero(&nz, y, x, indx); },
-       [](T &x, T &y) { x = y, y = T{}; }},
-      {[](auto nz, auto x, auto indx, auto y) { K::scatter(&nz, x, indx, y); }, [](T &x, T &y) { y = x; }},
+       [](T &x, T &y) { x = y, y = T{}; }, repeats},
+      {[](auto nz, auto x, auto indx, auto y) { K::scatter(&nz, x, indx, y); }, [](T &x, T &y) { y = x; },
+       once},
   };
   if constexpr (!reference::is_pair<T>) {
     // Not a negation, which would leave a zero the other sign.
@@ -86,33 +98,25 @@ TYPED_TEST(SparseVectors, EqualTheirDefinitions) {
     };
     list.push_back(
         {[&](auto nz, auto x, auto indx, auto y) { K::roti(&nz, x, indx, y, askew_c.at(), askew_s.at()); },
-         from_zero(c, s)});
+         from_zero(c, s), repeats});
     list.push_back({[&](auto nz, auto x, auto indx, auto y) { K::roti(&nz, x, indx, y, &one, &unknown); },
-                    from_zero(one, unknown)});
+                    from_zero(one, unknown), repeats});
     list.push_back({[&](auto nz, auto, auto indx, auto y) { K::roti(&nz, nullptr, indx, y, &one, &none); },
-                    nothing<T>()});
+                    nothing<T>(), once});
   }
-  for (const auto &[run, step] : list) {
-    for_each_problem<T>([&, &run = run, &step = step](Problem<T> &p, tnk_int nz) {
-      run(nz, p.x_memory.data(), p.indx.data(), p.y_memory.data());
-      for (std::size_t i = 0; i < p.x.size(); ++i) step(p.x[i], p.target(i));
-    });
-    run(-3, nullptr, nullptr, nullptr); // touches nothing
+  for (const Operation &operation : list) {
+    for (const bool repeated : {false, true})
+      if (operation.repeats || !repeated)
+        for_each_problem<T>(repeated, [&](Problem<T> &p, tnk_int nz) {
+          operation.run(nz, p.x_memory.data(), p.indx.data(), p.y_memory.data());
+          for (std::size_t i = 0; i < p.x.size(); ++i) operation.step(p.x[i], p.target(i));
+        });
+    operation.run(-3, nullptr, nullptr, nullptr); // touches nothing
   }
-}
-
-// A repeated position gives its value once, then zeros.
-TYPED_TEST(SparseVectors, GatherAndZeroTakesOneElementAfterTheOther) {
-  Problem<TypeParam> p(9, 0, 0);
-  const tnk_int nz = 9;
-  for (const std::size_t i : {1, 2, 5}) p.indx.put(i, p.indx.get(0));
-  Kernels<TypeParam>::gather_zero(&nz, p.y_memory.data(), p.x_memory.data(), p.indx.data());
-  for (std::size_t i = 0; i < p.x.size(); ++i) p.x[i] = p.target(i), p.target(i) = TypeParam{};
-  p.expect_results();
 }
 
 template <class T, class Dot> void check_dot(Dot dot, bool conjugate) {
-  for_each_problem<T>([&](Problem<T> &p, tnk_int nz) {
+  for_each_problem<T>(false, [&](Problem<T> &p, tnk_int nz) {
     reference::Sum exact;
     for (std::size_t i = 0; i < p.x.size(); ++i)
       reference::add_product(exact, p.x[i], p.target(i), conjugate);

@@ -160,14 +160,6 @@ TYPED_TEST(Sums, NanAndInfinityShowFromEveryPosition) {
       }
 }
 
-TYPED_TEST(Sums, OfNothingAreZeroAndReadNothing) {
-  for (const auto &routine : routines<TypeParam>)
-    for (const tnk_int n : {0, -1}) {
-      const Sum sum = routine.run(n, nullptr, 1, nullptr, 1);
-      EXPECT_TRUE(sum.re == 0 && sum.im == 0) << routine.name;
-    }
-}
-
 // Few distinct magnitudes, so ties abound; pairs of equal |re| + |im| and different moduli among them.
 TYPED_TEST(Sums, ExtremesKeepTheFirstOfEqualsAndYieldToNan) {
   using T = TypeParam;
