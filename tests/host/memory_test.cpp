@@ -58,12 +58,10 @@ TEST(Memory, AnAlignmentThatIsNoPowerOfTwoIsReported) {
   ErrorRecorder errors;
   for (const Partners &family : families)
     for (const int32_t alignment : {0, 3, 96, -8, INT32_MIN}) {
-      EXPECT_EQ(family.allocate(64, alignment), nullptr) << family.name << ' ' << alignment;
-      const auto seen = errors.take();
-      EXPECT_EQ(seen.count, 1);
-      EXPECT_EQ(seen.routine, family.name);
-      EXPECT_EQ(seen.position, family.alignment_position);
-      EXPECT_EQ(seen.value, std::to_string(alignment));
+      EXPECT_EQ(family.allocate(64, alignment), nullptr);
+      EXPECT_EQ(errors.bad_argument(), std::string(family.name) + ": argument " +
+                                           std::to_string(family.alignment_position) + " (alignment) is " +
+                                           std::to_string(alignment) + ", expected a power of two");
     }
 }
 
@@ -112,10 +110,9 @@ TEST(Memory, CheckPtrReportsNullOnly) {
   EXPECT_EQ(tnk_serv_check_ptr(&something, "xgemm"), 0);
   EXPECT_EQ(errors.last().count, 0);
   EXPECT_NE(tnk_serv_check_ptr(nullptr, "xgemm"), 0);
-  EXPECT_EQ(errors.last().count, 1);
-  EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY);
-  EXPECT_EQ(errors.last().routine, "xgemm");
-  EXPECT_EQ(errors.last().position, 0);
+  const auto seen = errors.take();
+  EXPECT_TRUE(seen.count == 1 && seen.kind == TNK_ERROR_MEMORY && seen.routine == "xgemm" &&
+              seen.position == 0);
 }
 
 TEST(Memory, TheRuntimesAllocatorIsReachedThroughVariables) {

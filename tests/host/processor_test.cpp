@@ -44,39 +44,22 @@ TEST(Processor, DetectionAgreesWithTheOperatingSystem) {
   EXPECT_EQ(tnk_serv_cpu_detect(), listed ? TNK_CLASS_AVX : TNK_CLASS_NONE);
 }
 
-// The cache subleaves of three processors as they describe themselves.
+// Instructions, before the data or behind, must not stand for level 1. Two partitions a line; a level 4 cache, and words
+// after the end of the list, are passed over; the largest counts need 64 bits.
 TEST(Caches, AreReadFromTheProcessorsWords) {
-  struct Words {
-    std::uint32_t eax, ebx, ecx;
-  };
-  struct {
-    std::vector<Words> leaf;
-    std::int64_t level[4];
-  } const cases[] = {
-      // 32 K data, 32 K instructions, 256 K, 8 M
-      {{{0x1C004121, 0x01C0003F, 0x3F},
-        {0x1C004122, 0x01C0003F, 0x3F},
-        {0x1C004143, 0x01C0003F, 0x1FF},
-        {0x1C03C163, 0x03C0003F, 0x1FFF},
-        {0, 0, 0}},
-       {0, 32 << 10, 256 << 10, 8 << 20}},
-      // instructions first: they must not stand for level 1; two partitions a line
-      {{{0x122, 0x01C0003F, 0x3F}, {0x121, 0x00C0103F, 0x3F}, {0, 0, 0}}, {0, 32 << 10, 0, 0}},
-      // a level 4 cache, and words after the end of the list, are passed over; the largest counts need 64
-      // bits
-      {{{0x143, 0x01C0003F, 0x3FF},
-        {0x183, 0x03C0003F, 0x1FFFF},
-        {0x163, 0xFFFFFFFF, 0xFFFFF},
-        {0, 0, 0},
-        {0x121, 0x01C0003F, 0x3F}},
-       {0, 0, 512 << 10, std::int64_t{1} << 52}},
-  };
-  for (const auto &c : cases) {
-    CacheSizes sizes{};
-    for (const Words &words : c.leaf)
-      if (!take_cache(sizes, words.eax, words.ebx, words.ecx)) break;
-    for (int level = 0; level < 4; ++level) EXPECT_EQ(sizes.level[level], c.level[level]) << level;
-  }
+  const std::uint32_t instructions = 0x1C004122, words[][3] = {{instructions, 0x01C0003F, 0x7F},
+                                                               {0x1C004121, 0x00C0103F, 0x3F},
+                                                               {instructions, 0x01C0003F, 0x7F},
+                                                               {0x1C004143, 0x01C0003F, 0x3FF},
+                                                               {0x183, 0x03C0003F, 0x1FFFF},
+                                                               {0x1C03C163, 0xFFFFFFFF, 0xFFFFF},
+                                                               {0, 0, 0},
+                                                               {0x121, 0x01C0003F, 0xFF}};
+  CacheSizes sizes{};
+  for (const auto &[eax, ebx, ecx] : words)
+    if (!take_cache(sizes, eax, ebx, ecx)) break;
+  const std::int64_t expected[] = {0, 32 << 10, 512 << 10, std::int64_t{1} << 52};
+  for (int level = 0; level < 4; ++level) EXPECT_EQ(sizes.level[level], expected[level]) << level;
 }
 
 // Blocks of a matrix product are cut by this one: half of level 2 for a sixth of it, and rows for every element type

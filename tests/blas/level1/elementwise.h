@@ -2,42 +2,12 @@
 #pragma once
 
 #include "blas/level1/shapes.h"
+#include "support/named.h"
 #include <functional>
 #include <limits>
-#include <tnk/blas_level1.h>
 #include <tuple>
 
 namespace tnk::test {
-
-template <class T> struct Kernels;
-#define KERNELS(T, t, rt, ...)                                                                               \
-  template <> struct Kernels<T> {                                                                            \
-    static constexpr auto axpy = tnk_blas_x##t##axpy;                                                        \
-    static constexpr auto axpby = tnk_blas_##t##axpby;                                                       \
-    static constexpr auto copy = tnk_blas_x##t##copy;                                                        \
-    static constexpr auto swap = tnk_blas_x##t##swap;                                                        \
-    static constexpr auto scale = tnk_blas_##t##scal;                                                        \
-    static constexpr auto rotate = tnk_blas_x##rt##rot;                                                      \
-    static constexpr auto axpyi = tnk_blas_##t##axpyi;                                                       \
-    static constexpr auto gather = tnk_blas_##t##gthr;                                                       \
-    static constexpr auto gather_zero = tnk_blas_##t##gthrz;                                                 \
-    static constexpr auto scatter = tnk_blas_##t##sctr;                                                      \
-    __VA_ARGS__                                                                                              \
-  };
-#define REAL(t)                                                                                              \
-  static constexpr auto modified = tnk_blas_##t##rotm;                                                       \
-  static constexpr auto roti = tnk_blas_##t##roti;
-#define COMPLEX(t, rt)                                                                                       \
-  static constexpr auto axpy_always = tnk_blas_x##t##axpy_a;                                                 \
-  static constexpr auto scale_by_real = tnk_blas_##rt##scal;                                                 \
-  static constexpr auto rotate_complex = tnk_blas_x##t##rot;
-KERNELS(float, s, s, REAL(s))
-KERNELS(double, d, d, REAL(d))
-KERNELS(tnk_complex8, c, cs, COMPLEX(c, cs))
-KERNELS(tnk_complex16, z, zd, COMPLEX(z, zd))
-#undef KERNELS
-#undef REAL
-#undef COMPLEX
 
 template <class T> using Step = std::function<void(T &x, T &y)>;
 
@@ -56,5 +26,24 @@ template <class T, class A> Step<T> multiply(A alpha) {
   using reference::operator*;
   return [=](T &x, T &) { x = alpha * x; };
 }
+
+// One vector: its guarded memory and what its elements should be. With an increment of 0 they are all the same one,
+// which each pair finds as the pair before it left it.
+template <class T> struct Operand {
+  Strided<T> memory;
+  std::vector<T> expected;
+
+  Operand(tnk_int n, tnk_int inc, std::size_t shift, T (*number)(Random &), Random &random)
+      : memory(n, inc, shift) {
+    for (tnk_int i = 0; i < n; ++i) memory.put(i, number(random));
+    for (tnk_int i = 0; i < n; ++i) expected.push_back(memory.get(i));
+  }
+  T &at(tnk_int i) { return expected[memory.inc() == 0 ? 0 : static_cast<std::size_t>(i)]; }
+  bool as_expected() {
+    for (tnk_int i = 0; i < memory.n(); ++i)
+      if (!reference::same(memory.get(i), at(i))) return false;
+    return memory.intact();
+  }
+};
 
 } // namespace tnk::test

@@ -2,6 +2,7 @@
 // depends on the place, the length or the increments, and none on the path that a kernel takes.
 #include "blas/level1/elementwise.h"
 #include "reference/sums.h"
+#include <tnk/blas_level1.h>
 
 namespace tnk::test {
 namespace {
@@ -14,35 +15,33 @@ template <class T> struct Operation {
   Step<T> step;
 };
 
-#define RUN(call)                                                                                            \
-  [=](tnk_int n, T *x, tnk_int incx, [[maybe_unused]] T *y, [[maybe_unused]] tnk_int incy) { call; }
+// The call of an entry by its name, which is that of the operation as well.
+#define RUN(name, ...)                                                                                       \
+  name, [=, kernel = Named<T>("tnk_blas_" name)](tnk_int n, T *x, tnk_int incx, [[maybe_unused]] T *y,       \
+                                                 [[maybe_unused]] tnk_int incy) { kernel(&n, __VA_ARGS__); }
 template <class T> std::vector<Operation<T>> operations(T a, T b, Real<T> p, Real<T> q) {
   using reference::operator+, reference::operator*;
-  using K = Kernels<T>;
   const T zero{};
   const Real<T> none = 0;
   const Askew alpha(a), beta(b), nil(zero);
   const Askew no(none), c(p), s(q);
   const bool is_zero = reference::magnitude(a) == 0;
   std::vector<Operation<T>> list = {
-      {"axpy", RUN(K::axpy(&n, alpha.at(), x, &incx, y, &incy)), is_zero ? nothing<T>() : add_scaled(a)},
-      {"axpy, alpha 0", RUN(K::axpy(&n, nil.at(), x, &incx, y, &incy)), nothing<T>()},
-      {"axpby", RUN(K::axpby(&n, alpha.at(), x, &incx, beta.at(), y, &incy)),
-       [=](T &x, T &y) { y = a * x + b * y; }},
-      {"copy", RUN(K::copy(&n, x, &incx, y, &incy)), [](T &x, T &y) { y = x; }},
-      {"swap", RUN(K::swap(&n, x, &incx, y, &incy)), [](T &x, T &y) { std::swap(x, y); }},
-      {"scale", RUN(K::scale(&n, alpha.at(), x, &incx)), multiply<T>(a)},
-      {"scale, alpha 0", RUN(K::scale(&n, nil.at(), x, &incx)), multiply<T>(zero)},
-      {"rotation", RUN(K::rotate(&n, x, &incx, y, &incy, c.at(), s.at())), rotation<T>(p, q)},
+      {RUN("x?axpy", alpha.at(), x, &incx, y, &incy), is_zero ? nothing<T>() : add_scaled(a)},
+      {RUN("x?axpy", nil.at(), x, &incx, y, &incy), nothing<T>()},
+      {RUN("?axpby", alpha.at(), x, &incx, beta.at(), y, &incy), [=](T &x, T &y) { y = a * x + b * y; }},
+      {RUN("x?copy", x, &incx, y, &incy), [](T &x, T &y) { y = x; }},
+      {RUN("x?swap", x, &incx, y, &incy), [](T &x, T &y) { std::swap(x, y); }},
+      {RUN("?scal", alpha.at(), x, &incx), multiply<T>(a)},
+      {RUN("?scal", nil.at(), x, &incx), multiply<T>(zero)},
+      {RUN("x#rot", x, &incx, y, &incy, c.at(), s.at()), rotation<T>(p, q)},
   };
   if constexpr (reference::is_pair<T>) {
-    list.push_back({"axpy_a", RUN(K::axpy_always(&n, alpha.at(), x, &incx, y, &incy)), add_scaled(a)});
-    list.push_back(
-        {"axpy_a, alpha 0", RUN(K::axpy_always(&n, nil.at(), x, &incx, y, &incy)), add_scaled(zero)});
-    list.push_back({"scale by real", RUN(K::scale_by_real(&n, c.at(), x, &incx)), multiply<T>(p)});
-    list.push_back({"scale by real 0", RUN(K::scale_by_real(&n, no.at(), x, &incx)), multiply<T>(none)});
-    list.push_back({"complex rotation", RUN(K::rotate_complex(&n, x, &incx, y, &incy, c.at(), beta.at())),
-                    rotation<T>(p, b)});
+    list.push_back({RUN("x?axpy_a", alpha.at(), x, &incx, y, &incy), add_scaled(a)});
+    list.push_back({RUN("x?axpy_a", nil.at(), x, &incx, y, &incy), add_scaled(zero)});
+    list.push_back({RUN("#scal", c.at(), x, &incx), multiply<T>(p)});
+    list.push_back({RUN("#scal", no.at(), x, &incx), multiply<T>(none)});
+    list.push_back({RUN("x?rot", x, &incx, y, &incy, c.at(), beta.at()), rotation<T>(p, b)});
   } else {
     // The elements that a flag implies stand there as NaN: they must not be used.
     const T nan = std::numeric_limits<T>::quiet_NaN();
@@ -55,8 +54,7 @@ template <class T> std::vector<Operation<T>> operations(T a, T b, Real<T> p, Rea
         {{0, nan, b, p, nan}, [=](T &x, T &y) { std::tie(x, y) = std::pair(x + y * p, x * b + y); }},
         {{1, a, nan, nan, q}, [=](T &x, T &y) { std::tie(x, y) = std::pair(x * a + y, y * q - x); }},
     };
-    for (const auto &form : forms)
-      list.push_back({"rotm", RUN(K::modified(&n, x, &incx, y, &incy, form.h)), form.step});
+    for (const auto &form : forms) list.push_back({RUN("?rotm", x, &incx, y, &incy, form.h), form.step});
   }
   return list;
 }
@@ -70,25 +68,6 @@ template <class T> T extreme(Random &random) {
   const Real<T> re = part();
   return reference::number<T>(re, part());
 }
-
-// One vector: its guarded memory and what its elements should be. With an increment of 0 they are all the same one,
-// which each pair finds as the pair before it left it.
-template <class T> struct Operand {
-  Strided<T> memory;
-  std::vector<T> expected;
-
-  Operand(tnk_int n, tnk_int inc, std::size_t shift, T (*number)(Random &), Random &random)
-      : memory(n, inc, shift) {
-    for (tnk_int i = 0; i < n; ++i) memory.put(i, number(random));
-    for (tnk_int i = 0; i < n; ++i) expected.push_back(memory.get(i));
-  }
-  T &at(tnk_int i) { return expected[memory.inc() == 0 ? 0 : static_cast<std::size_t>(i)]; }
-  bool as_expected() {
-    for (tnk_int i = 0; i < memory.n(); ++i)
-      if (!reference::same(memory.get(i), at(i))) return false;
-    return memory.intact();
-  }
-};
 
 template <class T>
 void check(const Operation<T> &operation, const Shape &s, T (*number)(Random &), Random &random) {
