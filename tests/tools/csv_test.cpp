@@ -1,21 +1,13 @@
 #include "tools/tnk/data/csv.h"
-#include "tools/tnk/support/failure.h"
+#include "tools/tools_support.h"
 #include <gtest/gtest.h>
 
 namespace {
 
+using tnk::test::failure_of;
 using tnk::tool::CsvTable;
 using tnk::tool::Failure;
 using tnk::tool::parse_csv;
-
-std::string refusal(const std::string &text) {
-  try {
-    parse_csv(text, "x.csv");
-  } catch (const Failure &failure) {
-    return failure.what();
-  }
-  return "accepted";
-}
 
 TEST(Csv, ReadsWhatProgramsWrite) {
   const CsvTable table = parse_csv("\xEF\xBB\xBF\"year\", \"a, \"\"b\"\"\" ,c\r\n"
@@ -50,18 +42,14 @@ TEST(Csv, NamesFileLineAndFault) {
       {"a\n\"1\"\"\n", "x.csv, line 2: a quoted field does not end on its line"},
       {"a\n\"1\"2\n", "x.csv, line 2: text follows a quoted field"},
   };
-  for (const auto &c : cases) EXPECT_EQ(refusal(c.text), c.message) << c.text;
+  for (const auto &c : cases) EXPECT_EQ(failure_of([&] { parse_csv(c.text, "x.csv"); }), c.message) << c.text;
 }
 
 TEST(Csv, MissingFileAndColumn) {
   EXPECT_THROW(tnk::tool::read_csv("/nowhere/at/all.csv"), Failure);
   EXPECT_THROW(tnk::tool::read_csv("/"), Failure);
-  try {
-    parse_csv("a,b\n1,2\n", "x.csv").column("c");
-    FAIL();
-  } catch (const Failure &failure) {
-    EXPECT_STREQ(failure.what(), "x.csv: no column \"c\"; it has: a, b");
-  }
+  const CsvTable table = parse_csv("a,b\n1,2\n", "x.csv");
+  EXPECT_EQ(failure_of([&] { table.column("c"); }), "x.csv: no column \"c\"; it has: a, b");
 }
 
 } // namespace

@@ -25,13 +25,11 @@ TEST(Png, HoldsThePixelsRowByRow) {
   png_image image{};
   image.version = PNG_IMAGE_VERSION;
   ASSERT_TRUE(png_image_begin_read_from_memory(&image, file.data(), file.size()));
-  EXPECT_EQ(image.width, 2u);
-  EXPECT_EQ(image.height, 3u);
+  EXPECT_TRUE(image.width == 2 && image.height == 3);
   image.format = PNG_FORMAT_RGB;
-  std::uint8_t bytes[18];
-  ASSERT_TRUE(png_image_finish_read(&image, nullptr, bytes, 0, nullptr));
-  const std::uint8_t expected[18] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 255, 0, 128, 0, 0, 0};
-  for (int i = 0; i < 18; ++i) EXPECT_EQ(bytes[i], expected[i]) << i;
+  std::vector<std::uint8_t> bytes(18);
+  ASSERT_TRUE(png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr));
+  EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 255, 0, 128, 0, 0, 0}));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 namespace {
 
+using tnk::test::holds;
 using tnk::test::TemporaryFolder;
 using tnk::tool::read_file;
 using tnk::tool::write_file;
@@ -24,10 +25,6 @@ Outcome run(const std::string &arguments, const std::string &settings = "", cons
                               " >'" + out.string() + "' 2>'" + err.string() + "' </dev/null " + tail;
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
-}
-
-bool holds(const std::string &text, const std::string &part) {
-  return text.find(part) != std::string::npos;
 }
 
 std::string quoted(const std::filesystem::path &path) {

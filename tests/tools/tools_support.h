@@ -7,7 +7,23 @@
 #include <string>
 #include <vector>
 
+#include "tools/tnk/support/failure.h"
+
 namespace tnk::test {
+
+inline bool holds(const std::string &text, const std::string &part) {
+  return text.find(part) != std::string::npos;
+}
+
+// What is said when this fails.
+template <class F> std::string failure_of(F f) {
+  try {
+    f();
+  } catch (const tool::Failure &failure) {
+    return failure.what();
+  }
+  return "no failure";
+}
 
 // A folder of its own that goes with the object.
 class TemporaryFolder {
