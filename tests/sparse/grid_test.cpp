@@ -179,24 +179,12 @@ private:
 
   void call(tnk_int first, tnk_int last, const I *m, const T *x, T *y) const {
     const I from = first, to = last;
-    GridArguments<T, I>{&from,
-                        &to,
-                        m,
-                        &n_,
-                        &sides_,
-                        &block_,
-                        &count_,
-                        &stride_,
-                        &alpha_,
-                        values_.data(),
-                        rows_.data(),
-                        row_end_.data(),
-                        columns_.data(),
-                        x,
-                        &ldx_,
-                        y,
-                        &ldy_}
-        .call(kernel_, name_);
+    GridArguments<T, I> a;
+    a.first = &from, a.last = &to, a.m = m, a.n = &n_, a.sides = &sides_, a.block = &block_;
+    a.count = &count_, a.stride = &stride_, a.alpha = &alpha_, a.values = values_.data();
+    a.rows = rows_.data(), a.row_end = row_end_.data(), a.columns = columns_.data();
+    a.x = x, a.ldx = &ldx_, a.y = y, a.ldy = &ldy_;
+    a.call(kernel_, name_);
   }
 
   // An empty piece, or a whole job without rows. Several right-hand sides that are none: nothing else is read.
