@@ -46,6 +46,13 @@ struct GridName {
   bool conjugated() const { return op == 'c' || op == 's' || (op == 't' && kind == 'h'); }
 };
 
+// What names a matrix. Triangle and diagonal are left out where the kind has none.
+inline GridName matrix_named(char op, char kind, char triangle, char diagonal) {
+  if (kind == 'g' || kind == 'd') triangle = '_';
+  if (kind == 'g' || kind == 'a') diagonal = '_';
+  return {false, 'd', "", '0', op, kind, triangle, diagonal, 'c', "", ""};
+}
+
 // Nothing when a letter is none of the grammar's.
 inline std::optional<GridName> decoded(const std::string &name) {
   static const std::regex grammar(

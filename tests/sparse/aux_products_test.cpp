@@ -12,19 +12,8 @@ using reference::GridMatrix, reference::GridName, reference::SparseEntry;
 constexpr int transposed = TNK_SPBLAS_TRANSPOSED, upper = TNK_SPBLAS_UPPER, unit = TNK_SPBLAS_UNIT;
 
 GridName matrix(char kind, int flags = 0) {
-  const bool has_triangle = kind != 'g' && kind != 'd', has_diagonal = kind != 'g' && kind != 'a';
-  const char triangle = flags & upper ? 'u' : 'l', diagonal = flags & unit ? 'u' : 'n';
-  return {false,
-          'd',
-          "",
-          '0',
-          flags & transposed ? 't' : 'n',
-          kind,
-          has_triangle ? triangle : '_',
-          has_diagonal ? diagonal : '_',
-          'c',
-          "",
-          ""};
+  return reference::matrix_named(flags & transposed ? 't' : 'n', kind, flags & upper ? 'u' : 'l',
+                                 flags & unit ? 'u' : 'n');
 }
 
 template <class Form> struct SparseAuxProducts : InEachForm<Form> {
