@@ -1,7 +1,9 @@
 // Calls of routines that take all their arguments by address.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <sstream>
 #include <string>
 #include <tnk/types.h>
@@ -28,38 +30,47 @@ template <auto routine> double by_addresses(void *const *a) {
   return by_addresses<routine>(routine, a, std::make_index_sequence<count_of(routine)>());
 }
 
-// The argument lists of the vector routines.
+// The argument lists of the public routines.
 constexpr char axpy_arguments[] = "n alpha x incx y incy", copy_arguments[] = "n x incx y incy",
-               dotc_arguments[] = "result n x incx y incy", scal_arguments[] = "n alpha x incx";
+               dotc_arguments[] = "result n x incx y incy", scal_arguments[] = "n alpha x incx",
+               gemm_arguments[] = "transa transb m n k alpha a lda b ldb beta c ldc";
 
-// A good call of a vector routine with these arguments: 3 elements that are numbers in every type, apart in memory.
+// A good call of a routine with these arguments, whatever the letters. What is no letter and no integer is an array:
+// of bytes that make numbers in every type, and that no routine would write by accident.
 struct Call {
   explicit Call(const char *arguments) {
-    unsigned char next = 0;
-    for (auto *array : {x, y, scalar})
-      for (std::size_t i = 0; i < (array == scalar ? sizeof scalar : sizeof x); ++i)
-        array[i] = 0x38 + next++ % 9;
+    for (auto &array : arrays)
+      for (std::size_t i = 0; i < sizeof array; ++i) array[i] = static_cast<unsigned char>(0x38 + i % 9);
     std::istringstream words(arguments);
+    std::size_t used = 0;
     for (std::string word; words >> word;) {
+      const auto letter = letters.find(word);
+      const auto integer = integers.find(word);
       names.push_back(word);
-      addresses.push_back(word == "n"      ? &n
-                          : word == "incx" ? &incx
-                          : word == "incy" ? &incy
-                          : word == "x"    ? x
-                          : word == "y"    ? y
-                                           : static_cast<void *>(scalar));
+      addresses.push_back(letter != letters.end()     ? &letter->second
+                          : integer != integers.end() ? &integer->second
+                                                      : static_cast<void *>(arrays[used++]));
     }
   }
-  tnk_int &integer(const std::string &name) { return name == "n" ? n : name == "incx" ? incx : incy; }
+  Call(const Call &) = delete;
+  Call &operator=(const Call &) = delete;
+  bool has(const std::string &name) const { return std::count(names.begin(), names.end(), name) != 0; }
+  std::size_t position(const std::string &name) const {
+    return static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
+  }
+  unsigned char *array(const std::string &name) {
+    return static_cast<unsigned char *>(addresses[position(name)]);
+  }
   bool memory_equals(const Call &other) const {
-    return std::memcmp(x, other.x, sizeof x) == 0 && std::memcmp(y, other.y, sizeof y) == 0 &&
-           std::memcmp(scalar, other.scalar, sizeof scalar) == 0;
+    return std::memcmp(arrays, other.arrays, sizeof arrays) == 0;
   }
 
   std::vector<std::string> names;
   std::vector<void *> addresses;
-  tnk_int n = 3, incx = 1, incy = -2;
-  alignas(16) unsigned char x[80], y[80], scalar[16];
+  std::map<std::string, char> letters{{"transa", 'N'}, {"transb", 'N'}};
+  std::map<std::string, tnk_int> integers{{"m", 3},     {"n", 4},   {"k", 5},   {"incx", 1},
+                                          {"incy", -2}, {"lda", 5}, {"ldb", 5}, {"ldc", 3}};
+  alignas(32) unsigned char arrays[5][512];
 };
 
 } // namespace tnk::test
