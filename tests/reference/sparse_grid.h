@@ -20,10 +20,6 @@ struct GridName {
   char base, op, kind, triangle, diagonal, layout;
   std::string operation, mode;
 
-  std::string spelled() const {
-    return std::string("tnk_spblas_") + (lp64 ? "lp64_" : "") + type + storage + base + op + kind + triangle +
-           diagonal + layout + "__" + operation + "out_" + mode;
-  }
   // Whether that place, from 0, is strictly within the triangle.
   bool inside(tnk_int row, tnk_int column) const {
     return triangle == 'l' ? row > column : triangle == 'u' && row < column;

@@ -34,7 +34,6 @@ TEST(SparseGridNames, AreThoseOfTheGrammar) {
   for (const std::string &text : exported_names()) {
     const auto name = decoded(text);
     ASSERT_TRUE(name) << text;
-    EXPECT_EQ(name->spelled(), text);
     EXPECT_TRUE(seen.insert(text).second) << text << " twice";
     EXPECT_EQ(name->base == '0', name->layout == 'c') << text;
     ++found[(name->lp64 ? "lp64_" : "") + (name->type + cell_of(*name)) + "_" + name->mode];
@@ -268,18 +267,15 @@ private:
   const T alpha_;
 };
 
-class SparseGrid : public testing::TestWithParam<const char *> {};
-
 template <class T> std::string trial_of(void *kernel, const GridName &name, int number, Random &random) {
   return name.lp64 ? Trial<T, std::int32_t>(kernel, name, number, random).run()
                    : Trial<T, tnk_int>(kernel, name, number, random).run();
 }
 
-TEST_P(SparseGrid, DoesWhatItsLettersSay) {
+TEST(SparseGrid, DoesWhatItsLettersSay) {
   Random random;
   for (const std::string &text : exported_names()) {
     const GridName name = decoded(text).value();
-    if (cell_of(name) != GetParam()) continue;
     void *const kernel = dlsym(RTLD_DEFAULT, text.c_str());
     std::string wrong = kernel ? "" : "missing";
     EXPECT_EQ(wrong, "") << text;
@@ -292,10 +288,5 @@ TEST_P(SparseGrid, DoesWhatItsLettersSay) {
     }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cells, SparseGrid,
-                         testing::Values("csr_mv", "csr_mm", "csr_gemv", "coo_mv", "coo_mm", "dia_mv",
-                                         "dia_mm", "bsr_mv", "bsr_gemv"),
-                         [](const auto &cell) { return cell.param; });
 
 } // namespace
