@@ -2,9 +2,8 @@
 #pragma once
 
 #include "reference/sparse_grid.h"
+#include "support/named.h"
 #include "support/random.h"
-#include <algorithm>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <tnk/spblas_aux.h>
@@ -31,13 +30,8 @@ template <class Form> struct InEachForm : testing::Test {
   Random random;
 
   // Calls a function by its name, in which ? stands for the type.
-  template <class... A> static void call(std::string name, A... arguments) {
-    const char type = real ? (single ? 's' : 'd') : (single ? 'c' : 'z');
-    std::replace(name.begin(), name.end(), '?', type);
-    name = (sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name;
-    void *const entry = dlsym(RTLD_DEFAULT, name.c_str());
-    ASSERT_NE(entry, nullptr) << name;
-    reinterpret_cast<void (*)(A...)>(entry)(arguments...);
+  template <class... A> static void call(const std::string &name, A... arguments) {
+    Named<Number>{(sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name}(arguments...);
   }
   // An integer, or a pair of them where numbers are pairs.
   static wide pair(long double re, long double im) { return real ? re : wide{re, im}; }
