@@ -126,19 +126,11 @@ TEST(MemoryDeathTest, AWrongReleaseStopsTheProgram) {
       "tnk: tnk_serv_tnk_free: argument 1 \\(block\\) is a block of tnk_serv_allocate, expected a live "
       "block of tnk_serv_tnk_malloc");
   EXPECT_DEATH(tnk_serv_deallocate(tnk_serv_tnk_calloc(8, 8, 16)), "is a block of tnk_serv_tnk_malloc");
-  EXPECT_DEATH(
-      {
-        void *block = tnk_serv_allocate(64, 128);
-        tnk_serv_deallocate(block);
-        tnk_serv_deallocate(block);
-      },
-      "no live block");
-  EXPECT_DEATH(
-      {
-        int foreign = 0;
-        tnk_serv_deallocate(&foreign);
-      },
-      "no live block");
+  void *const block = tnk_serv_allocate(64, 128);
+  EXPECT_DEATH((tnk_serv_deallocate(block), tnk_serv_deallocate(block)), "no live block");
+  int foreign = 0;
+  EXPECT_DEATH(tnk_serv_deallocate(&foreign), "no live block");
+  tnk_serv_deallocate(block);
 }
 #endif
 

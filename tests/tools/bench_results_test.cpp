@@ -8,18 +8,12 @@
 namespace {
 
 using namespace tnk::tool;
-using tnk::test::holds;
+using tnk::test::count, tnk::test::holds;
 
 ReadingsParser parsed(const std::vector<std::string> &lines) {
   ReadingsParser parser;
   for (const std::string &line : lines) parser.take(line);
   return parser;
-}
-
-int count(const std::string &text, const std::string &what) {
-  int found = 0;
-  for (auto at = text.find(what); at != text.npos; at = text.find(what, at + 1)) ++found;
-  return found;
 }
 
 TEST(BenchResults, FindsValuesByTheNameOfTheirColumnAndRefusesBrokenLines) {

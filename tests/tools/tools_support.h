@@ -11,6 +11,11 @@
 
 namespace tnk::test {
 
+inline int count(const std::string &text, const std::string &what) {
+  int found = 0;
+  for (auto at = text.find(what); at != text.npos; at = text.find(what, at + 1)) ++found;
+  return found;
+}
 inline bool holds(const std::string &text, const std::string &part) {
   return text.find(part) != std::string::npos;
 }

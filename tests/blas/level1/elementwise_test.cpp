@@ -143,21 +143,6 @@ TYPED_TEST(Streams, NansInfinitiesAndZerosGoThrough) {
   }
 }
 
-// No address is formed from an increment that would overflow it.
-TYPED_TEST(Streams, LeastIntegers) {
-  using T = TypeParam;
-  Random random;
-  constexpr tnk_int least = std::numeric_limits<tnk_int>::min();
-  for (const auto &operation :
-       operations<T>(random.number<T>(), random.number<T>(), Real<T>(0.375), Real<T>(-0.7))) {
-    T x = random.number<T>(), y = random.number<T>(), u = x, v = y;
-    operation.step(u, v);
-    operation.run(1, &x, least, &y, least);
-    operation.run(least, &x, -1, &y, -2);
-    EXPECT_TRUE(reference::same(x, u) && reference::same(y, v)) << operation.name;
-  }
-}
-
 // A signalling NaN shows whether a number went through a multiplication, which makes it quiet. zdscal is dscal at unit
 // stride only; its own loop multiplies, and so does zscal.
 TEST(Scale, AlphaOfOneLeavesDoublesUntouched) {

@@ -1,9 +1,9 @@
 // rotg and rotmg.
 #include "blas/level1/shapes.h"
+#include "support/named.h"
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <tnk/blas_level1.h>
 #include <tuple>
 
 namespace tnk::test {
@@ -11,24 +11,15 @@ namespace {
 
 using wide = long double;
 
-template <class R> struct Kernels;
-#define KERNELS(R, C, r, c)                                                                                  \
-  template <> struct Kernels<R> {                                                                            \
-    using Complex = C;                                                                                       \
-    static constexpr auto rotg = tnk_blas_##r##rotg;                                                         \
-    static constexpr auto complex_rotg = tnk_blas_##c##rotg;                                                 \
-    static constexpr auto rotmg = tnk_blas_##r##rotmg;                                                       \
-  };
-KERNELS(float, tnk_complex8, s, c)
-KERNELS(double, tnk_complex16, d, z)
+template <class R> using Pair = std::conditional_t<sizeof(R) == 4, tnk_complex8, tnk_complex16>;
 
-// Calls a set-up with its scalars at addresses that their types do not like.
-template <class... T, class... U> void call(void (*set_up)(T *...), U &...scalars) {
+// Calls a set-up of T with its scalars at addresses that their types do not like.
+template <class T, class... U> void call(const char *name, U &...scalars) {
   std::tuple<Askew<U>...> memory(scalars...);
   std::apply(
       [&](auto &...m) {
-        set_up(reinterpret_cast<T *>(m.bytes + 1)...);
-        (std::memcpy(&scalars, m.bytes + 1, sizeof scalars), ...);
+        Named<T>{name}(m.at()...);
+        (std::memcpy(&scalars, m.at(), sizeof scalars), ...);
       },
       memory);
 }
@@ -62,7 +53,7 @@ TYPED_TEST(RotationSetUp, MatchesExactValues) {
     const R b = round == 1 ? 0 : round % 8 == 2 ? -a : beside(a, random);
     if (a == 0 && b == 0) continue;
     R r = a, z = b, c = 0, s = 0;
-    call(Kernels<R>::rotg, r, z, c, s);
+    call<R>("tnk_blas_?rotg", r, z, c, s);
     SCOPED_TRACE(testing::Message() << "a " << a << " b " << b);
     const bool a_leads = std::fabs(a) > std::fabs(b);
     const wide exact = std::copysign(std::hypot(wide{a}, wide{b}), a_leads ? a : b);
@@ -71,23 +62,23 @@ TYPED_TEST(RotationSetUp, MatchesExactValues) {
     ASSERT_EQ(z, a_leads ? s : c != 0 ? 1 / c : 1);
   }
   R a = R(-0.0), b = 0, c = 7, s = 7;
-  call(Kernels<R>::rotg, a, b, c, s);
+  call<R>("tnk_blas_?rotg", a, b, c, s);
   EXPECT_TRUE(a == 0 && b == 0 && c == 1 && s == 0);
   a = std::numeric_limits<R>::quiet_NaN(), b = 1;
-  call(Kernels<R>::rotg, a, b, c, s);
+  call<R>("tnk_blas_?rotg", a, b, c, s);
   EXPECT_TRUE(std::isnan(a) && std::isnan(b) && std::isnan(c) && std::isnan(s));
 }
 
 TYPED_TEST(RotationSetUp, ComplexMatchesExactValues) {
   using R = TypeParam;
-  using C = typename Kernels<R>::Complex;
+  using C = Pair<R>;
   Random random;
   for (int round = 0; round < 20000; ++round) {
     const R re = any_size<R>(random), im = beside(re, random);
     const C b_in{beside(re, random), beside(im, random)};
     C a{re, im}, b = b_in, s{};
     R c = 0;
-    call(Kernels<R>::complex_rotg, a, b, c, s);
+    call<C>("tnk_blas_?rotg", a, b, c, s);
     // Both magnitudes are rounded to R. What follows is worked in double, so that single precision rounds but once more.
     const wide size = static_cast<R>(std::hypot(wide{re}, wide{im}));
     const wide rest = static_cast<R>(std::hypot(wide{b.re}, wide{b.im}));
@@ -108,7 +99,7 @@ TYPED_TEST(RotationSetUp, ComplexMatchesExactValues) {
   for (C b : {C{3, -4}, C{0, 0}}) {
     C a{0, 0}, s{7, 7};
     R c = 7;
-    call(Kernels<R>::complex_rotg, a, b, c, s);
+    call<C>("tnk_blas_?rotg", a, b, c, s);
     EXPECT_TRUE(c == 0 && s.re == 1 && s.im == 0 && a.re == b.re && a.im == b.im);
   }
 }
@@ -116,7 +107,7 @@ TYPED_TEST(RotationSetUp, ComplexMatchesExactValues) {
 template <class R> struct Modified {
   R d1, d2, x1, y1;
   std::array<R, 5> param = {99, 99, 99, 99, 99}; // 99: not written
-  void run() { call(Kernels<R>::rotmg, d1, d2, x1, y1, param); }
+  void run() { call<R>("tnk_blas_?rotmg", d1, d2, x1, y1, param); }
 };
 
 // H keeps the form d1 x^2 + d2 y^2, takes (x1, y1) to (new x1, 0), and leaves new d1 and d2 in range. Gives whether

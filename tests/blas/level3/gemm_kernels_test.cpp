@@ -1,15 +1,12 @@
 // Packing and block kernels of the matrix product: panels element for element, products from packed panels.
 #include "family.h"
-#include "reference/gemm_panels.h"
+#include "kernel/blas/level3/tile.h"
 #include <functional>
 
 namespace tnk::test {
 namespace {
 
-using reference::cell;
-using reference::padded;
-using reference::parts;
-using reference::Place;
+template <class T> constexpr int parts = is_complex<T> ? 2 : 1;
 
 template <class T> class GemmKernels : public testing::Test {};
 TYPED_TEST_SUITE(GemmKernels, Types, );
@@ -48,22 +45,27 @@ void check_copy(const Copy &option, bool of_a, tnk_int lanes, tnk_int steps, std
   source.fill(random, source.ld - 3);
   if (source.memory.size() > 0) source.memory.put(0, scalar<T>(0.5)); // whose conjugate has +0 as well
   const T alpha = random.number<T>();
-  const tnk_int stride = width * (padded(steps) + 8);
+  const tnk_int padded = (steps + 3) / 4 * 4, stride = width * (padded + 8);
   Guarded<R> buffer(static_cast<std::size_t>((lanes / width + 1) * stride * parts<T>));
   std::vector<R> expected(buffer.size(), not_a_number<R>());
-  const auto put = [&](Place place, tnk_int step, T x) {
+  // Panels of `width` lanes, behind which the columns of B that fill none stand in groups of 4. The parts of pairs are
+  // pairs of lanes.
+  const auto put = [&](tnk_int lane, tnk_int step, T x) {
+    const tnk_int panel = lane / width, in_panel = lane % width;
+    const bool grouped = !of_a && panel == lanes / width;
+    const tnk_int together = grouped ? 4 : width, at = in_panel % together;
+    const tnk_int first = panel * stride + (grouped ? in_panel / 4 * 4 * padded : 0) + together * step;
     R values[2] = {};
     std::memcpy(values, &x, sizeof x);
-    for (int part = 0; part < parts<T>; ++part) expected[cell<T>(place, step, part)] = values[part];
+    const tnk_int cell = is_complex<T> ? 2 * first + at / 2 * 4 + at % 2 : first + at;
+    for (int part = 0; part < parts<T>; ++part) expected[cell + 2 * part] = values[part];
   };
-  for (tnk_int r = 0; r < lanes && steps > 0; ++r) {
-    Place place =
-        of_a ? reference::place_in_a<T>(r, stride) : reference::place_in_b<T>(r, lanes, steps, stride);
-    for (tnk_int l = 0; l < padded(steps); ++l)
-      put(place, l, l >= steps ? T{} : of_a ? alpha * source.get(r, l) : source.get(l, r));
+  for (tnk_int l = 0; l < padded && steps > 0; ++l) {
+    for (tnk_int r = 0; r < lanes; ++r)
+      put(r, l, l >= steps ? T{} : of_a ? alpha * source.get(r, l) : source.get(l, r));
     // Zeros: all steps of B's lanes without a column, the pad steps of every lane of A.
-    for (++place.lane; r == lanes - 1 && place.lane < place.lanes; ++place.lane)
-      for (tnk_int l = of_a ? steps : 0; l < padded(steps); ++l) put(place, l, T{});
+    const tnk_int unit = of_a || lanes % width == 0 ? width : 4;
+    for (tnk_int r = lanes; r % unit != 0 && (!of_a || l >= steps); ++r) put(r, l, T{});
   }
   const tnk_gemm_panels panels = {buffer.data(), stride, 0, 12};
   option.copy(of_a ? &lanes : &steps, of_a ? &steps : &lanes, source.memory.data(), &source.ld, buffer.data(),
