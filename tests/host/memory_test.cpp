@@ -83,13 +83,16 @@ TEST(Memory, ScratchBlocksInUseAreDistinct) {
   tnk_serv_tnk_free(nullptr);
   const auto use = [] {
     for (int round = 0; round < 100; ++round) {
+      constexpr std::size_t sizes[] = {131072, 64, 200000};
       unsigned char *blocks[3];
       for (int i = 0; i < 3; ++i) {
-        blocks[i] = static_cast<unsigned char *>(tnk_serv_allocate(i == 2 ? 200000 : 131072, 128));
+        blocks[i] = static_cast<unsigned char *>(
+            tnk_serv_allocate(static_cast<int64_t>(sizes[(i + round) % 3]), 128));
         ASSERT_EQ(reinterpret_cast<std::uintptr_t>(blocks[i]) % 128, 0u);
-        std::memset(blocks[i], i + 1, 131072);
+        std::memset(blocks[i], i + 1, sizes[(i + round) % 3]);
       }
-      for (int i = 0; i < 3; ++i) ASSERT_TRUE(blocks[i][0] == i + 1 && blocks[i][131071] == i + 1);
+      for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(blocks[i][0] == i + 1 && blocks[i][sizes[(i + round) % 3] - 1] == i + 1);
       std::thread([&] { tnk_serv_deallocate(blocks[round % 3]); }).join();
       for (int i = 0; i < 3; ++i)
         if (i != round % 3) tnk_serv_deallocate(blocks[i]);

@@ -16,16 +16,16 @@ using namespace tnk::test::reference;
 
 // Entries in no order with places that come twice, some rows empty, as triples and as compressed rows.
 template <class T> struct Stored {
-  Stored(tnk_int m, tnk_int n, tnk_int per_row, tnk_int base, Random &random) : rows(m), columns(n) {
+  Stored(tnk_int m, tnk_int n, bool hermitian, tnk_int per_row, tnk_int base, Random &random)
+      : rows(m), columns(n) {
     for (tnk_int i = 0; i < m; ++i) {
       start.push_back(7 + static_cast<tnk_int>(values.size()));
       const tnk_int count = i % 5 == 3 ? 0 : random.integer(per_row / 2, per_row);
       for (tnk_int p = 0; p < count; ++p) {
         const tnk_int j = p == 0 && m == n ? i : random.integer(0, n - 1);
         values.push_back(random.number<T>());
-        // Real, as in Hermitian matrices.
         if constexpr (!std::is_floating_point_v<T>)
-          if (i == j) values.back().im = 0;
+          if (i == j && hermitian) values.back().im = 0;
         row.push_back(i + base), column.push_back(j + base);
         entries.push_back({i, j, values.back()});
       }
@@ -53,11 +53,11 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
   Random random;
   const T alpha = random.number<T>(), some = random.number<T>(), zero{};
   const Named<T, tnk_sparse_status> mv("tnk_sparse_?mv"), mm("tnk_sparse_?mm");
-  // General and square, of either base, for one right-hand side and for many: each with the entries that three threads
-  // take as their due.
+  // General, square and Hermitian, of either base, for one right-hand side and for many: each with the entries that three
+  // threads take as their due.
   std::vector<Stored<T>> matrices;
-  for (int k = 0; k < 8; ++k)
-    matrices.emplace_back(900, k % 2 ? 900 : 700, k < 4 ? 370 : 14, k / 2 % 2, random);
+  for (int k = 0; k < 12; ++k)
+    matrices.emplace_back(900, k % 3 ? 900 : 700, k % 3 == 2, k < 6 ? 370 : 14, k / 3 % 2, random);
   for (int variant = 0; variant < 6 * 2 * 2 * 2 * 2 * 3; ++variant) {
     const auto kind = static_cast<tnk_sparse_kind>(variant / 48);
     const tnk_sparse_descriptor d{kind, static_cast<tnk_sparse_triangle>(variant / 24 % 2),
@@ -74,7 +74,8 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
                                     << threads);
     for (const tnk_int nrhs : {1, 27}) {
       const bool vector = nrhs == 1;
-      const Stored<T> &a = matrices[(vector ? 0 : 4) + 2 * d.base + (kind != TNK_SPARSE_GENERAL)];
+      const Stored<T> &a = matrices[(vector ? 0 : 6) + 3 * d.base +
+                                    (kind == TNK_SPARSE_HERMITIAN ? 2 : kind != TNK_SPARSE_GENERAL)];
       // A Hermitian matrix is its own conjugate transpose, the transpose of a skew one its negative.
       GridName name = matrix_named(op == 'T'                                   ? 't'
                                    : op == 'N' || kind == TNK_SPARSE_HERMITIAN ? 'n'
