@@ -44,6 +44,11 @@ template <class Form> struct InEachForm : testing::Test {
     for (Number &x : v) x = narrow<Number>(small());
     return v;
   }
+  std::vector<Number> numbers(Index n) {
+    std::vector<Number> v(static_cast<std::size_t>(n));
+    for (Number &x : v) x = random.template number<Number>();
+    return v;
+  }
 };
 template <class T> using Wide = std::pair<T, tnk_int>;
 template <class T> using Narrow = std::pair<T, std::int32_t>;

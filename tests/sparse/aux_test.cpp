@@ -20,7 +20,7 @@ GridName matrix(char kind, int flags = 0) {
                                  flags & unit ? 'u' : 'n');
 }
 
-template <class Form> struct SparseAuxProducts : InEachForm<Form> {
+template <class Form> struct SparseAux : InEachForm<Form> {
   using Number = typename Form::first_type;
   using Index = typename Form::second_type;
   using Entries = std::vector<SparseEntry<Number>>;
@@ -73,9 +73,9 @@ template <class Form> struct SparseAuxProducts : InEachForm<Form> {
     return a;
   }
 };
-TYPED_TEST_SUITE(SparseAuxProducts, Forms);
+TYPED_TEST_SUITE(SparseAux, Forms);
 
-TYPED_TEST(SparseAuxProducts, OfBlockRows) {
+TYPED_TEST(SparseAux, OfBlockRows) {
   USE_FORM;
   const struct {
     char kind;
@@ -106,7 +106,7 @@ TYPED_TEST(SparseAuxProducts, OfBlockRows) {
 }
 
 // A whole product put together from those of single blocks.
-TYPED_TEST(SparseAuxProducts, OfOneBlock) {
+TYPED_TEST(SparseAux, OfOneBlock) {
   USE_FORM;
   for (bool by_rows : {false, true})
     for (I size : {0, 1, 2, 3, 4, 7}) {
@@ -125,7 +125,7 @@ TYPED_TEST(SparseAuxProducts, OfOneBlock) {
 }
 
 // Diagonal blocks second, absent (the last one serves) and twice (the first one serves); an empty row.
-TYPED_TEST(SparseAuxProducts, DivideByDiagonals) {
+TYPED_TEST(SparseAux, DivideByDiagonals) {
   USE_FORM;
   for (I base : {0, 1}) {
     const I m = 4, size = 2, start[] = {7, 9, 11, 11}, end[] = {9, 11, 11, 14};
@@ -147,7 +147,7 @@ TYPED_TEST(SparseAuxProducts, DivideByDiagonals) {
 
 // (D + L) x_new + U x_old = rhs, within the rounding of a row's sum; or backwards. Forms by columns are given the
 // residual of x_old and leave that of x_new.
-TYPED_TEST(SparseAuxProducts, SweepsAreThoseOfTheElements) {
+TYPED_TEST(SparseAux, SweepsAreThoseOfTheElements) {
   USE_FORM;
   for (const std::string form : {"bsr_", "bsc_", "bsr_cspblas_", "bsc_cspblas_"})
     for (I flag : {0, 1}) {
@@ -182,7 +182,7 @@ TYPED_TEST(SparseAuxProducts, SweepsAreThoseOfTheElements) {
     }
 }
 
-TYPED_TEST(SparseAuxProducts, OfSkylines) {
+TYPED_TEST(SparseAux, OfSkylines) {
   USE_FORM;
   for (const auto &[kind, name] : {std::pair{'g', "gk"}, {'t', "kk"}, {'s', "sk"}})
     for (int flags = 0; flags < 16; ++flags) {
@@ -212,7 +212,7 @@ TYPED_TEST(SparseAuxProducts, OfSkylines) {
 }
 
 // Rows beyond a block of them, mirrored into rows of the block before. Of double precision alone.
-TYPED_TEST(SparseAuxProducts, OfSymmetricRows) {
+TYPED_TEST(SparseAux, OfSymmetricRows) {
   USE_FORM;
   const auto small = [&] { return static_cast<double>(this->random.integer(-3, 3)); };
   const I m = 30004;
@@ -236,9 +236,6 @@ TYPED_TEST(SparseAuxProducts, OfSymmetricRows) {
     for (I i = 0; i < m; ++i) ASSERT_EQ(wide(y[i]), 1.0L + sums[i].value) << flag << ' ' << i;
   }
 }
-
-template <class Form> struct SparseAux : InEachForm<Form> {};
-TYPED_TEST_SUITE(SparseAux, Forms);
 
 TYPED_TEST(SparseAux, ScalarsAndClearing) {
   USE_FORM;
@@ -284,9 +281,8 @@ TYPED_TEST(SparseAux, AddsPrivateOutputsInTheirOrder) {
   for (I count : {0, 1, 2, 3, 7, 99, 100, 103})
     for (I parts : {0, 1, 2, 4}) {
       const I step = 3, stride = count + 2, room = (count + 3 * step + 9) * 6;
-      std::vector<std::vector<T>> memory(6, std::vector<T>(static_cast<std::size_t>(room)));
-      for (auto &part : memory)
-        for (T &v : part) v = this->random.template number<T>();
+      std::vector<std::vector<T>> memory;
+      for (int part = 0; part < 6; ++part) memory.push_back(this->numbers(room));
       std::vector<T> y[3] = {memory[5], memory[5], memory[5]}, expected[3] = {y[0], y[1], y[2]};
       const T *const addresses[5] = {memory[0].data(), memory[1].data(), memory[2].data(), memory[3].data(),
                                      memory[4].data()};
