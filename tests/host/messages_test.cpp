@@ -1,9 +1,13 @@
+// What the host says: the texts of its catalog, and reports of errors.
 #include "host/service/messages.h"
 
+#include <cerrno>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <tnk/blas.h>
+#include <tnk/host.h>
 #include <tnk/services.h>
 #include <vector>
 
@@ -62,14 +66,9 @@ TEST(GetMsg, FillsTheCatalogTextUpTo511Characters) {
   EXPECT_EQ(tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, longer.c_str()), std::string(511, 'x'));
 }
 
-TEST(GetMsg, EachThreadHasItsText) {
-  const char *mine = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "first");
-  std::thread([] { tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "second"); }).join();
-  EXPECT_STREQ(mine, "first: no memory for a work array");
-}
-
 TEST(Print, WritesALineAndLeavesFetchedTextAlone) {
   const char *fetched = tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "fetched");
+  std::thread([] { tnk_serv_tnk_get_msg(tnk::host::message_no_memory, 1, "by another thread"); }).join();
   testing::internal::CaptureStdout();
   tnk_serv_tnk_print(1, tnk::host::message_no_memory, 1, "printed %s%n");
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "printed %s%n: no memory for a work array\n");
@@ -90,6 +89,39 @@ TEST(Version, IsCutToTheBuffer) {
       EXPECT_EQ(std::string(buffer.c_str()), version.substr(0, size - 1));
     }
   }
+}
+
+void first(const tnk_error *) {}
+void second(const tnk_error *) {}
+
+TEST(Errors, SettingAHandlerGivesTheOneBefore) {
+  const tnk_error_handler original = tnk_set_error_handler(first);
+  EXPECT_NE(original, nullptr);
+  EXPECT_EQ(tnk_set_error_handler(second), first);
+  EXPECT_EQ(tnk_set_error_handler(nullptr), second);
+  EXPECT_EQ(tnk_set_error_handler(original), original) << "null sets the default";
+}
+
+TEST(Errors, TheDefaultHandlerWritesOneLineAndKeepsErrno) {
+  const tnk_int n = -2, inc = 1;
+  double x = 0, y = 0;
+  testing::internal::CaptureStderr();
+  errno = 77;
+  tnk_blas_dcopy(&n, &x, &inc, &y, &inc);
+  EXPECT_EQ(errno, 77);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "tnk: tnk_blas_dcopy: argument 1 (n) is -2, expected 0 or more\n");
+}
+
+TEST(Errors, AHandlerMayCallTheLibrary) {
+  static int calls;
+  calls = 0;
+  const tnk_error_handler before = tnk_set_error_handler([](const tnk_error *) {
+    if (++calls == 1) tnk_blas_dcopy(nullptr, nullptr, nullptr, nullptr, nullptr);
+  });
+  tnk_blas_dcopy(nullptr, nullptr, nullptr, nullptr, nullptr);
+  tnk_set_error_handler(before);
+  EXPECT_EQ(calls, 2);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// The names of the sparse kernel grid, letter by letter, and what a kernel of each name is to compute: op(A) as a dense
-// matrix in long double, made from the stored entries one by one.
+// The names of the sparse kernel grid, letter by letter, and what a kernel of each name is to compute: op(A) x in
+// long double, from the stored entries one by one.
 #pragma once
 
 #include <cmath>
@@ -20,12 +20,20 @@ struct GridName {
   char base, op, kind, triangle, diagonal, layout;
   std::string operation, mode;
 
-  std::string spelled() const {
-    return std::string("tnk_spblas_") + (lp64 ? "lp64_" : "") + type + storage + base + op + kind + triangle +
-           diagonal + layout + "__" + operation + "out_" + mode;
+  // Whether that place, from 0, is strictly within the triangle.
+  bool inside(tnk_int row, tnk_int column) const {
+    return triangle == 'l' ? row > column : triangle == 'u' && row < column;
   }
-  // Whether an entry of the triangle also counts at its mirror position.
+  // Whether an entry stored there is an element of A. One of the triangle may also count at its mirror position.
+  bool counts(tnk_int row, tnk_int column) const {
+    return kind == 'g' || inside(row, column) || (row == column && diagonal == 'n');
+  }
   bool mirrors() const { return kind == 's' || kind == 'h' || kind == 'a'; }
+  // Whether kernels add the whole row first and take away afterwards what does not count.
+  bool adds_whole_rows() const {
+    const bool in_one_pass = operation == "mv" && (kind == 's' || kind == 'h') && diagonal == 'n';
+    return storage == "csr" && kind != 'g' && kind != 'd' && !in_one_pass;
+  }
   // Whether rows of op(A) are columns of what is stored. The transpose of a Hermitian matrix is formed as its
   // conjugate, and op c of compressed skew rows is the conjugate alone.
   bool transposed() const {
@@ -33,6 +41,13 @@ struct GridName {
   }
   bool conjugated() const { return op == 'c' || op == 's' || (op == 't' && kind == 'h'); }
 };
+
+// What names a matrix. Triangle and diagonal are left out where the kind has none.
+inline GridName matrix_named(char op, char kind, char triangle, char diagonal) {
+  if (kind == 'g' || kind == 'd') triangle = '_';
+  if (kind == 'g' || kind == 'a') diagonal = '_';
+  return {false, 'd', "", '0', op, kind, triangle, diagonal, 'c', "", ""};
+}
 
 // Nothing when a letter is none of the grammar's.
 inline std::optional<GridName> decoded(const std::string &name) {
@@ -69,72 +84,50 @@ inline wide product(wide a, wide b) {
   return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
 }
 
-// op(A). Beside each element stands the sum of the magnitudes that go into it, and for each row how many terms a kernel
-// sums there: rounding errors are proportional to both.
-class GridMatrix {
-public:
-  // From the entries of an m by n matrix.
-  template <class T>
-  GridMatrix(const GridName &name, tnk_int m, tnk_int n, const std::vector<SparseEntry<T>> &entries)
-      : rows(name.transposed() ? n : m), columns(name.transposed() ? m : n), name_(name),
-        value_(rows * columns), size_(rows * columns), terms_(rows) {
-    for (const auto &e : entries) {
-      const wide a = widened(e.value);
-      const bool in_triangle =
-          name.triangle == 'l' ? e.row > e.column : name.triangle == 'u' && e.row < e.column;
-      if (name.kind == 'g' || in_triangle || (e.row == e.column && name.diagonal == 'n'))
-        add(e.row, e.column, a);
-      if (name.mirrors() && in_triangle)
-        add(e.column, e.row, name.kind == 'h' ? std::conj(a) : name.kind == 'a' ? -a : a);
-      // Most kernels on compressed rows add whole rows, and then subtract what is not meant.
-      if (name.storage == "csr" && name.kind != 'g' && name.kind != 'd') {
-        count(e.row, e.column, a);
-        count(e.row, e.column, a);
-      }
-    }
-    if (name.diagonal == 'u')
-      for (tnk_int i = 0; i < rows; ++i) add(i, i, 1);
+// An element of op(A) x. The sum of the magnitudes that go into it and their number bound its rounding error.
+struct GridSum {
+  wide value;
+  long double size;
+  tnk_int terms;
+
+  void add(wide a, long double a_size, wide x) {
+    value += product(a, x);
+    size += a_size * size_of(x);
+    ++terms;
   }
+};
 
-  struct Sum {
-    wide value;
-    long double size;
-    tnk_int terms;
+// op(A), from the entries of an m by n matrix, which must live on.
+template <class T> class GridMatrix {
+public:
+  GridMatrix(const GridName &name, tnk_int m, tnk_int n, const std::vector<SparseEntry<T>> &entries)
+      : rows(name.transposed() ? n : m), columns(name.transposed() ? m : n), name_(name), entries_(entries) {}
 
-    void add(wide a, wide x) {
-      value += product(a, x);
-      size += size_of(a) * size_of(x);
-      ++terms;
+  std::vector<GridSum> times(const std::vector<wide> &x) const {
+    std::vector<GridSum> sums(rows);
+    const bool transposed = name_.transposed(), conjugated = name_.conjugated();
+    const int surplus = name_.adds_whole_rows() ? 2 : 0;
+    const auto add = [&](tnk_int i, tnk_int j, wide a, long double size) {
+      if (transposed) std::swap(i, j);
+      sums[i].add(conjugated ? std::conj(a) : a, size, x[j]);
+    };
+    for (const auto &e : entries_) {
+      const wide a = widened(e.value);
+      const long double size = size_of(a);
+      if (name_.counts(e.row, e.column)) add(e.row, e.column, a, size);
+      if (name_.mirrors() && name_.inside(e.row, e.column))
+        add(e.column, e.row, name_.kind == 'h' ? std::conj(a) : name_.kind == 'a' ? -a : a, size);
+      for (int k = 0; k < surplus; ++k) add(e.row, e.column, 0, size);
     }
-  };
-  // Row i times x.
-  Sum row_times(tnk_int i, const std::vector<wide> &x) const {
-    Sum sum{0, 0, terms_[i]};
-    for (tnk_int j = 0; j < columns; ++j) {
-      sum.value += product(value_[at(i, j)], x[j]);
-      sum.size += size_[at(i, j)] * size_of(x[j]);
-    }
-    return sum;
+    for (tnk_int i = 0; i < rows && name_.diagonal == 'u'; ++i) add(i, i, 1, 1);
+    return sums;
   }
 
   const tnk_int rows, columns;
 
 private:
-  tnk_int at(tnk_int i, tnk_int j) const { return i * columns + j; }
-  void add(tnk_int i, tnk_int j, wide a) {
-    count(i, j, a);
-    value_[name_.transposed() ? at(j, i) : at(i, j)] += name_.conjugated() ? std::conj(a) : a;
-  }
-  void count(tnk_int i, tnk_int j, wide a) {
-    if (name_.transposed()) std::swap(i, j);
-    size_[at(i, j)] += size_of(a);
-    ++terms_[i];
-  }
-
-  GridName name_;
-  std::vector<wide> value_;
-  std::vector<long double> size_;
-  std::vector<tnk_int> terms_;
+  const GridName name_;
+  const std::vector<SparseEntry<T>> &entries_;
 };
 
 } // namespace tnk::test::reference

@@ -1,29 +1,20 @@
 // The functions beside the sparse grid, called by their names in each of their eight forms.
 #pragma once
 
+#include "reference/sparse_grid.h"
+#include "support/named.h"
 #include "support/random.h"
-#include <complex>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <limits>
-#include <string>
 #include <tnk/spblas_aux.h>
-#include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace tnk::test {
 
-using Z = std::complex<double>;
+using reference::wide, reference::widened;
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
-template <class T> Z wide(T v) {
-  if constexpr (std::is_floating_point_v<T>)
-    return v;
-  else
-    return {v.re, v.im};
-}
-template <class T> T narrow(Z v) {
+template <class T> T narrow(wide v) {
   if constexpr (std::is_floating_point_v<T>)
     return static_cast<T>(v.real());
   else
@@ -39,21 +30,23 @@ template <class Form> struct InEachForm : testing::Test {
   Random random;
 
   // Calls a function by its name, in which ? stands for the type.
-  template <class... A> static void call(std::string name, A... arguments) {
-    name.replace(name.find('?'), 1, 1, real ? (single ? 's' : 'd') : (single ? 'c' : 'z'));
-    name = (sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name;
-    void *const entry = dlsym(RTLD_DEFAULT, name.c_str());
-    ASSERT_NE(entry, nullptr) << name;
-    reinterpret_cast<void (*)(A...)>(entry)(arguments...);
+  template <class... A> static void call(const std::string &name, A... arguments) {
+    Named<Number>{(sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name}(arguments...);
   }
-  Z small() {
-    const auto re = static_cast<double>(random.integer(-3, 3)),
-               im = static_cast<double>(random.integer(-3, 3));
-    return real ? re : Z{re, im};
+  // An integer, or a pair of them where numbers are pairs.
+  static wide pair(long double re, long double im) { return real ? re : wide{re, im}; }
+  wide small() {
+    const tnk_int re = random.integer(-3, 3), im = random.integer(-3, 3);
+    return pair(re, im);
   }
   std::vector<Number> smalls(Index n) {
     std::vector<Number> v(static_cast<std::size_t>(n));
     for (Number &x : v) x = narrow<Number>(small());
+    return v;
+  }
+  std::vector<Number> numbers(Index n) {
+    std::vector<Number> v(static_cast<std::size_t>(n));
+    for (Number &x : v) x = random.template number<Number>();
     return v;
   }
 };

@@ -26,6 +26,15 @@ public:
     seen() = {};
     return taken;
   }
+  // The message of the one bad argument reported since the last call, if it is made of the report's parts; else what
+  // came instead.
+  std::string bad_argument() {
+    const Seen s = take();
+    const std::string parts = s.routine + ": argument " + std::to_string(s.position) + " (" + s.argument +
+                              ") is " + s.value + ", expected " + s.expected;
+    const bool right = s.count == 1 && s.kind == TNK_ERROR_ARGUMENT && s.message == parts;
+    return right ? parts : std::to_string(s.count) + " reports, not of " + parts + ": " + s.message;
+  }
 
 private:
   static Seen &seen() {

@@ -7,6 +7,7 @@
 #include <sanitizer/asan_interface.h>
 #include <sys/mman.h>
 #include <tnk/types.h>
+#include <vector>
 
 namespace tnk::test {
 
@@ -39,6 +40,11 @@ public:
     if (end_ > begin_) std::memset(begin_, pattern, static_cast<std::size_t>(end_ - begin_));
     ASAN_POISON_MEMORY_REGION(begin_, static_cast<std::size_t>(first_ - begin_));
     ASAN_POISON_MEMORY_REGION(last(), static_cast<std::size_t>(end_ - last()));
+  }
+  // These elements, the last one at the end of a page.
+  explicit Guarded(const std::vector<T> &elements, std::size_t shift = page_end)
+      : Guarded(elements.size(), shift) {
+    for (std::size_t i = 0; i < count_; ++i) put(i, elements[i]);
   }
   Guarded(const Guarded &) = delete;
   Guarded &operator=(const Guarded &) = delete;
@@ -83,8 +89,11 @@ private:
 template <class T> class Strided {
 public:
   Strided(tnk_int n, tnk_int inc, std::size_t shift = 0)
-      : n_(n < 0 ? 0 : n), inc_(inc),
-        memory_(n_ == 0 ? 0 : static_cast<std::size_t>((n_ - 1) * (inc < 0 ? -inc : inc) + 1), shift) {}
+      : n_(n), inc_(inc), step_(n < 2 || inc == 0 ? 1 : static_cast<std::size_t>(inc < 0 ? -inc : inc)),
+        memory_(n < 1      ? 0
+                : inc == 0 ? 1
+                           : static_cast<std::size_t>(n - 1) * step_ + 1,
+                shift) {}
 
   tnk_int n() const { return n_; }
   const tnk_int &inc() const { return inc_; }
@@ -95,10 +104,9 @@ public:
 
   // Whether nothing but the n elements has changed.
   bool intact() const {
-    const std::size_t step = inc_ == 0 ? 1 : static_cast<std::size_t>(inc_ < 0 ? -inc_ : inc_);
     const auto *const bytes = reinterpret_cast<const unsigned char *>(memory_.data());
     for (std::size_t i = 0; i < memory_.size() * sizeof(T); ++i)
-      if (i / sizeof(T) % step != 0 && bytes[i] != 0xFF) return false;
+      if (i / sizeof(T) % step_ != 0 && bytes[i] != 0xFF) return false;
     return memory_.intact();
   }
 
@@ -107,6 +115,7 @@ private:
     return static_cast<std::size_t>(inc_ < 0 ? (i + 1 - n_) * inc_ : i * inc_);
   }
   tnk_int n_, inc_;
+  std::size_t step_;
   Guarded<T> memory_;
 };
 

@@ -1,7 +1,7 @@
 // A matrix product with its operands, for routines that take all their arguments by address.
 #pragma once
 
-#include "reference/gemm.h"
+#include "reference/sums.h"
 #include "support/guarded.h"
 #include "support/random.h"
 #include <algorithm>

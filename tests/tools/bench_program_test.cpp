@@ -5,7 +5,7 @@
 
 namespace {
 
-using tnk::test::TemporaryFolder;
+using tnk::test::count, tnk::test::TemporaryFolder;
 using tnk::tool::read_file;
 using tnk::tool::write_file;
 
@@ -31,12 +31,6 @@ case "$*" in *--core=best*) ratio=0.5 ;; esac
 case "$row" in second | last) test -e "$here/no_library" && ratio= ;; esac
 printf '%s/10\t1\tbytes\t%s\t\n' $row $ratio
 )";
-
-int count(const std::string &text, const std::string &what) {
-  int found = 0;
-  for (auto at = text.find(what); at != text.npos; at = text.find(what, at + 1)) ++found;
-  return found;
-}
 
 class BenchProgram : public testing::Test {
 protected:

@@ -2,23 +2,18 @@
 #include "tools/tnk/bench/chart.h"
 #include "tools/tnk/bench/child.h"
 #include "tools/tnk/bench/results.h"
-#include "tools/tnk/support/failure.h"
+#include "tools/tools_support.h"
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace tnk::tool;
+using tnk::test::count, tnk::test::holds;
 
 ReadingsParser parsed(const std::vector<std::string> &lines) {
   ReadingsParser parser;
   for (const std::string &line : lines) parser.take(line);
   return parser;
-}
-
-int count(const std::string &text, const std::string &what) {
-  int found = 0;
-  for (auto at = text.find(what); at != text.npos; at = text.find(what, at + 1)) ++found;
-  return found;
 }
 
 TEST(BenchResults, FindsValuesByTheNameOfTheirColumnAndRefusesBrokenLines) {
@@ -60,15 +55,13 @@ TEST(BenchResults, TableHasAColumnForEachCoreAndTheRateOfTheLimit) {
   Table table(24), fair_only(24);
   table.cores = {"SANDYBRIDGE", "Zen"}, fair_only.cores = {"SANDYBRIDGE", ""};
   const std::string with = table.line(row), without = fair_only.line(row);
-  EXPECT_NE(with.find("12.3 Gflop/s  50% flops"), std::string::npos) << with;
-  EXPECT_EQ(with.find("99"), std::string::npos);
-  EXPECT_NE(with.find("0.75"), std::string::npos);
-  EXPECT_EQ(without.find("0.75"), std::string::npos);
+  EXPECT_TRUE(holds(with, "12.3 Gflop/s  50% flops") && !holds(with, "99")) << with;
+  EXPECT_TRUE(holds(with, "0.75") && !holds(without, "0.75"));
   EXPECT_EQ(table.head(false).size(), with.size());
   row.kernel = "a_name_of_24_characters_";
   EXPECT_EQ(table.line(row).size(), with.size());
   row.best->error = "fell";
-  EXPECT_NE(table.line(row).find("error: fell"), std::string::npos);
+  EXPECT_TRUE(holds(table.line(row), "error: fell"));
 }
 
 TEST(BenchResults, TableShowsTheOneRatioOfARowWithAPeerOfItsOwnBeforeThePeersName) {

@@ -1,7 +1,7 @@
 #include "tools/tnk/families.h"
+#include "tools/tnk/plot/png.h"
 #include "tools/tnk/plot/svg.h"
 #include "tools/tnk/support/elf_symbols.h"
-#include "tools/tnk/support/failure.h"
 #include "tools/tnk/support/files.h"
 #include "tools/tools_support.h"
 #include <algorithm>
@@ -9,11 +9,12 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <png.h>
 
 namespace {
 
 using namespace tnk::tool;
-using tnk::test::TemporaryFolder;
+using namespace tnk::test;
 
 TEST(Files, ReplacedWholeOrNotAtAll) {
   const TemporaryFolder folder;
@@ -24,19 +25,12 @@ TEST(Files, ReplacedWholeOrNotAtAll) {
 
   // A folder stands where the file should go, and a file where a folder should.
   std::filesystem::create_directories(folder.path() / "taken" / "inside");
-  for (const auto &bad : {folder.path() / "taken", file / "c.txt"}) {
-    try {
-      write_file(bad, "text");
-      ADD_FAILURE() << bad;
-    } catch (const Failure &failure) {
-      EXPECT_NE(std::string(failure.what()).find(bad.parent_path().string()), std::string::npos)
-          << failure.what();
-    }
-  }
+  for (const auto &bad : {folder.path() / "taken", file / "c.txt"})
+    EXPECT_TRUE(holds(failure_of([&] { write_file(bad, "text"); }), bad.parent_path().string())) << bad;
   std::size_t entries = 0;
   for (const auto &entry : std::filesystem::recursive_directory_iterator(folder.path())) {
     ++entries;
-    EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();
+    EXPECT_FALSE(holds(entry.path().string(), ".part")) << entry.path();
   }
   EXPECT_EQ(entries, 4u); // a, b.txt, taken, inside
 }
@@ -46,13 +40,9 @@ TEST(ElfSymbols, NamesAreThoseThatTheDynamicLinkerFinds) {
   void *library = dlopen(TNK_TEST_KERNEL, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(library, nullptr) << dlerror();
   for (const std::string &name : names) EXPECT_NE(dlsym(library, name.c_str()), nullptr) << name;
-  const auto has = [&](const char *name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
-  };
-  EXPECT_TRUE(has("dll_cpu_version"));
-  EXPECT_TRUE(has("tnk_blas_dnrm2"));
-  EXPECT_FALSE(has("tnk_serv_lsame")) << "an import is no export";
-  EXPECT_FALSE(has("memcpy"));
+  const auto has = [&](const char *name) { return std::count(names.begin(), names.end(), name) == 1; };
+  EXPECT_TRUE(has("dll_cpu_version") && has("tnk_blas_dnrm2"));
+  EXPECT_FALSE(has("tnk_serv_lsame") || has("memcpy")) << "an import is no export";
   dlclose(library);
 }
 
@@ -108,10 +98,35 @@ TEST(Svg, TextIsEscapedAndGapsBreakCurves) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   panel.line({{0, 0}, {1, 1}, {1.5, nan}, {2, 1}, {3, 0}}, colour::blue, 1);
   const std::string svg = figure.svg();
-  EXPECT_NE(svg.find("a &lt; b &amp; &quot;c&quot;"), std::string::npos);
-  EXPECT_NE(svg.find("M50.00 250.00L150.00 50.00M250.00 50.00L350.00 250.00"), std::string::npos);
-  EXPECT_EQ(svg.find("nan"), std::string::npos);
+  EXPECT_TRUE(holds(svg, "a &lt; b &amp; &quot;c&quot;")) << svg;
+  EXPECT_TRUE(holds(svg, "M50.00 250.00L150.00 50.00M250.00 50.00L350.00 250.00") && !holds(svg, "nan"))
+      << svg;
   EXPECT_EQ(tnk::test::xml_fault(svg), "");
+}
+
+// The examples of RFC 4648.
+TEST(Base64, FillsUpTheLastGroup) {
+  const char *const pairs[][2] = {{"", ""},
+                                  {"f", "Zg=="},
+                                  {"fo", "Zm8="},
+                                  {"foo", "Zm9v"},
+                                  {"foob", "Zm9vYg=="},
+                                  {"fooba", "Zm9vYmE="},
+                                  {"foobar", "Zm9vYmFy"}};
+  for (const auto &pair : pairs) EXPECT_EQ(base64(pair[0]), pair[1]);
+  EXPECT_EQ(base64("\xFB\xEF\xBE"), "++++");
+}
+
+TEST(Png, HoldsThePixelsRowByRow) {
+  const std::string file = png(2, {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, 12}, {255, 0, 128}, {0, 0, 0}});
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  ASSERT_TRUE(png_image_begin_read_from_memory(&image, file.data(), file.size()));
+  EXPECT_TRUE(image.width == 2 && image.height == 3);
+  image.format = PNG_FORMAT_RGB;
+  std::vector<std::uint8_t> bytes(18);
+  ASSERT_TRUE(png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr));
+  EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 255, 0, 128, 0, 0, 0}));
 }
 
 } // namespace

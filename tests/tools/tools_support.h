@@ -7,7 +7,28 @@
 #include <string>
 #include <vector>
 
+#include "tools/tnk/support/failure.h"
+
 namespace tnk::test {
+
+inline int count(const std::string &text, const std::string &what) {
+  int found = 0;
+  for (auto at = text.find(what); at != text.npos; at = text.find(what, at + 1)) ++found;
+  return found;
+}
+inline bool holds(const std::string &text, const std::string &part) {
+  return text.find(part) != std::string::npos;
+}
+
+// What is said when this fails.
+template <class F> std::string failure_of(F f) {
+  try {
+    f();
+  } catch (const tool::Failure &failure) {
+    return failure.what();
+  }
+  return "no failure";
+}
 
 // A folder of its own that goes with the object.
 class TemporaryFolder {

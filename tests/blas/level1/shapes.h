@@ -5,6 +5,7 @@
 #include "support/guarded.h"
 #include "support/random.h"
 #include <gtest/gtest.h>
+#include <limits>
 #include <vector>
 
 namespace tnk::test {
@@ -42,6 +43,9 @@ template <class T, class Check> void for_each_shape(Check check_one) {
       if (x < 32 && y % 16 == 0)
         for (const tnk_int n : {2043, 2047, 2048, 2049, 2054}) check(Shape{n, 1, 1, x, y});
     }
+  // No address is formed from an increment that would overflow it.
+  constexpr tnk_int least = std::numeric_limits<tnk_int>::min();
+  check(Shape{1, least, least, 0, 0}), check(Shape{least, -1, -2, 0, 0});
   for (const tnk_int incx : {-3, -1, 0, 1, 2})
     for (const tnk_int incy : {-3, -1, 0, 1, 2})
       for (const std::size_t shift : {std::size_t{0}, std::size_t{1}, std::size_t{8}, page_end})

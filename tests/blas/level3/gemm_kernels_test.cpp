@@ -1,15 +1,12 @@
 // Packing and block kernels of the matrix product: panels element for element, products from packed panels.
 #include "family.h"
-#include "reference/gemm_panels.h"
+#include "kernel/blas/level3/tile.h"
 #include <functional>
 
 namespace tnk::test {
 namespace {
 
-using reference::cell;
-using reference::padded;
-using reference::parts;
-using reference::Place;
+template <class T> constexpr int parts = is_complex<T> ? 2 : 1;
 
 template <class T> class GemmKernels : public testing::Test {};
 TYPED_TEST_SUITE(GemmKernels, Types, );
@@ -48,22 +45,27 @@ void check_copy(const Copy &option, bool of_a, tnk_int lanes, tnk_int steps, std
   source.fill(random, source.ld - 3);
   if (source.memory.size() > 0) source.memory.put(0, scalar<T>(0.5)); // whose conjugate has +0 as well
   const T alpha = random.number<T>();
-  const tnk_int stride = width * (padded(steps) + 8);
+  const tnk_int padded = (steps + 3) / 4 * 4, stride = width * (padded + 8);
   Guarded<R> buffer(static_cast<std::size_t>((lanes / width + 1) * stride * parts<T>));
   std::vector<R> expected(buffer.size(), not_a_number<R>());
-  const auto put = [&](Place place, tnk_int step, T x) {
+  // Panels of `width` lanes, behind which the columns of B that fill none stand in groups of 4. The parts of pairs are
+  // pairs of lanes.
+  const auto put = [&](tnk_int lane, tnk_int step, T x) {
+    const tnk_int panel = lane / width, in_panel = lane % width;
+    const bool grouped = !of_a && panel == lanes / width;
+    const tnk_int together = grouped ? 4 : width, at = in_panel % together;
+    const tnk_int first = panel * stride + (grouped ? in_panel / 4 * 4 * padded : 0) + together * step;
     R values[2] = {};
     std::memcpy(values, &x, sizeof x);
-    for (int part = 0; part < parts<T>; ++part) expected[cell<T>(place, step, part)] = values[part];
+    const tnk_int cell = is_complex<T> ? 2 * first + at / 2 * 4 + at % 2 : first + at;
+    for (int part = 0; part < parts<T>; ++part) expected[cell + 2 * part] = values[part];
   };
-  for (tnk_int r = 0; r < lanes && steps > 0; ++r) {
-    Place place =
-        of_a ? reference::place_in_a<T>(r, stride) : reference::place_in_b<T>(r, lanes, steps, stride);
-    for (tnk_int l = 0; l < padded(steps); ++l)
-      put(place, l, l >= steps ? T{} : of_a ? alpha * source.get(r, l) : source.get(l, r));
+  for (tnk_int l = 0; l < padded && steps > 0; ++l) {
+    for (tnk_int r = 0; r < lanes; ++r)
+      put(r, l, l >= steps ? T{} : of_a ? alpha * source.get(r, l) : source.get(l, r));
     // Zeros: all steps of B's lanes without a column, the pad steps of every lane of A.
-    for (++place.lane; r == lanes - 1 && place.lane < place.lanes; ++place.lane)
-      for (tnk_int l = of_a ? steps : 0; l < padded(steps); ++l) put(place, l, T{});
+    const tnk_int unit = of_a || lanes % width == 0 ? width : 4;
+    for (tnk_int r = lanes; r % unit != 0 && (!of_a || l >= steps); ++r) put(r, l, T{});
   }
   const tnk_gemm_panels panels = {buffer.data(), stride, 0, 12};
   option.copy(of_a ? &lanes : &steps, of_a ? &steps : &lanes, source.memory.data(), &source.ld, buffer.data(),
@@ -84,65 +86,42 @@ TYPED_TEST(GemmKernels, CopiesFillPanels) {
             ASSERT_NO_FATAL_FAILURE(check_copy<T>(option, of_a, lanes, steps, shift));
 }
 
-// What an element of A B is to the bit, wherever it stands in a tile: a sum with the steps in order, in complex one
-// of each product of parts.
-template <class T> class InOrder {
-public:
-  void add(const real_of<T> *x, const real_of<T> *y) {
-    for (int i = 0; i < parts<T>; ++i)
-      for (int j = 0; j < parts<T>; ++j) sums[i][j] += x[i] * y[j];
-  }
-  T sum() const {
-    return reference::number<T>(is_complex<T> ? sums[0][0] - sums[1][1] : sums[0][0],
-                                sums[0][1] + sums[1][0]);
-  }
-
-private:
-  real_of<T> sums[2][2] = {};
-};
-
-// C := C + A B from random panels, by one of the kernels.
+// C := C + A B by one of the kernels, from panels that stand further apart than they need to. Each element is to the
+// bit, wherever it stands in a tile, a sum with the steps in order, in complex one of each product of parts. Lanes
+// above the last row of A hold NaN.
 template <class T>
 void check_kernel(tnk_gemm_kernel *kernel, tnk_int m, tnk_int n, tnk_int k, const T *beta, bool adds) {
   SCOPED_TRACE(testing::Message() << "m " << m << " n " << n << " k " << k << " adds " << adds);
   using R = real_of<T>;
   constexpr int mr = gemm_tile<T>::mr, nr = gemm_tile<T>::nr;
   Random random(static_cast<unsigned>(m * 1024 + n * 32 + k));
-  const tnk_int a_stride = mr * (k + 4), b_stride = nr * (k + 8);
-  // Everything that is no element of A is NaN, the lanes above the last row among it; B's idle lanes are zero.
-  Guarded<R> a(static_cast<std::size_t>((m / mr + 1) * a_stride * parts<T>)),
-      b(static_cast<std::size_t>((n / nr + 1) * b_stride * parts<T>));
-  for (std::size_t i = 0; i < b.size(); ++i) b.put(i, 0);
-  const auto place = [&](bool of_a, tnk_int lane) {
-    return of_a ? reference::place_in_a<T>(lane, a_stride) : reference::place_in_b<T>(lane, n, k, b_stride);
-  };
-  for (const bool of_a : {true, false})
-    for (tnk_int lane = 0; lane < (of_a ? m : n); ++lane)
-      for (tnk_int l = 0; l < k; ++l)
-        for (int part = 0; part < parts<T>; ++part)
-          (of_a ? a : b).put(cell<T>(place(of_a, lane), l, part), random.number<R>());
-  Operand<T> c('N', m, n, 3, sizeof(R)), before('N', m, n, 3, 0);
-  before.fill(random, adds ? m : 0);
+  Operand<T> a('N', m, k, 0, 0), b('N', k, n, 0, 0), c('N', m, n, 3, sizeof(R)), before('N', m, n, 3, 0);
+  a.fill(random, m), b.fill(random, k), before.fill(random, adds ? m : 0);
   std::memcpy(c.memory.data(), before.memory.data(), c.memory.size() * sizeof(T));
+  const tnk_int a_stride = mr * (k + 4), b_stride = nr * (k + 8);
+  Guarded<R> a_panels(static_cast<std::size_t>((m / mr + 1) * a_stride * parts<T>)),
+      b_panels(static_cast<std::size_t>((n / nr + 1) * b_stride * parts<T>));
+  const tnk_gemm_panels of_a = {a_panels.data(), a_stride, 0, 12}, of_b = {b_panels.data(), b_stride, 0, 12};
+  Entries<T>::row.copya[0](&m, &k, a.memory.data(), &a.ld, a_panels.data(), &of_a, &one<T>);
+  Entries<T>::row.copyb[0](&k, &n, b.memory.data(), &b.ld, b_panels.data(), &of_b, nullptr);
 
-  const tnk_gemm_panels a_panels = {a.data(), a_stride, 0, 12}, b_panels = {b.data(), b_stride, 0, 12};
-  kernel(nullptr, nullptr, &m, &n, &k, nullptr, a.data(), &a_panels, b.data(), &b_panels, beta,
+  kernel(nullptr, nullptr, &m, &n, &k, nullptr, a_panels.data(), &of_a, b_panels.data(), &of_b, beta,
          c.memory.data(), &c.ld, nullptr, 2 + static_cast<int32_t>(n % 2));
 
   EXPECT_TRUE(c.memory.intact());
   for (tnk_int j = 0; j < n; ++j)
     for (tnk_int i = 0; i < c.ld; ++i) {
-      const T got = c.get(i, j), old = before.get(i, j);
-      InOrder<T> sum;
+      R sums[2][2] = {};
       for (tnk_int l = 0; l < k && i < m; ++l) {
-        R x[2], y[2];
-        for (int part = 0; part < parts<T>; ++part) {
-          x[part] = a.get(cell<T>(place(true, i), l, part));
-          y[part] = b.get(cell<T>(place(false, j), l, part));
-        }
-        sum.add(x, y);
+        const T x = a.get(i, l), y = b.get(l, j);
+        R of_x[2] = {}, of_y[2] = {};
+        std::memcpy(of_x, &x, sizeof x), std::memcpy(of_y, &y, sizeof y);
+        for (int p = 0; p < parts<T>; ++p)
+          for (int q = 0; q < parts<T>; ++q) sums[p][q] += of_x[p] * of_y[q];
       }
-      const T expected = adds ? old + sum.sum() : sum.sum();
+      const T sum =
+          reference::number<T>(is_complex<T> ? sums[0][0] - sums[1][1] : sums[0][0], sums[0][1] + sums[1][0]);
+      const T got = c.get(i, j), old = before.get(i, j), expected = adds ? old + sum : sum;
       ASSERT_TRUE(i < m ? reference::re(got) == reference::re(expected) &&
                               reference::im(got) == reference::im(expected)
                         : same_bits(&got, &old))

@@ -1,0 +1,35 @@
+// Entries of the libraries by their names, the same for every type.
+#pragma once
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <tnk/types.h>
+#include <type_traits>
+
+namespace tnk::test {
+
+// In a name ? stands for the letter of T: s, d, c or z; # for s, d, cs or zd, of a complex T and real scalars; % for s,
+// d, sc or dz, of results that are real. Arguments must have the very types of the entry's.
+template <class T, class Result = void> class Named {
+public:
+  explicit Named(std::string name) {
+    constexpr int type = std::is_same_v<T, float>    ? 0
+                         : std::is_same_v<T, double> ? 1
+                         : sizeof(T) == 8            ? 2
+                                                     : 3;
+    const char *const letters[][4] = {{"s", "d", "c", "z"}, {"s", "d", "cs", "zd"}, {"s", "d", "sc", "dz"}};
+    const std::size_t at = name.find_first_of("?#%");
+    if (at != name.npos) name.replace(at, 1, letters[std::string("?#%").find(name[at])][type]);
+    address_ = dlsym(RTLD_DEFAULT, name.c_str());
+    EXPECT_NE(address_, nullptr) << name;
+  }
+  template <class... A> Result operator()(A... arguments) const {
+    return reinterpret_cast<Result (*)(A...)>(address_)(arguments...);
+  }
+
+private:
+  void *address_;
+};
+
+} // namespace tnk::test
