@@ -32,7 +32,7 @@ template <class T, class I> struct Stored {
     entries.push_back({row, column, values.back()});
   }
 
-  // Rows of so many entries, the first on the diagonal if there is one. Unless contiguous, the rows behind the first
+  // Rows of so many entries, the first on the diagonal if there must be one. Unless contiguous, the rows behind the first
   // one stand in any order, with junk in between, and the arrays end with one of them.
   void compress(tnk_int pointer_base, bool contiguous, tnk_int least, tnk_int most) {
     const bool down_first = name.layout == 'f'; // in a block
@@ -48,7 +48,7 @@ template <class T, class I> struct Stored {
       }
       rows[row] = columns.size() + pointer_base;
       for (tnk_int k = 0; k < length; ++k) {
-        const tnk_int column = k == 0 && row < n ? row : some_column(row);
+        const tnk_int column = k == 0 && least > 0 && row < n ? row : some_column(row);
         columns.push_back(column + (name.base - '0'));
         for (tnk_int e = 0; e < block * block; ++e) {
           const tnk_int down = down_first ? e % block : e / block, right = e / block + e % block - down;
