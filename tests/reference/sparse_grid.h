@@ -90,10 +90,10 @@ struct GridSum {
   long double size;
   tnk_int terms;
 
-  void add(wide a, long double a_size, wide x) {
+  void add(wide a, long double a_size, wide x, tnk_int more_terms = 1) {
     value += product(a, x);
     size += a_size * size_of(x);
-    ++terms;
+    terms += more_terms;
   }
 };
 
@@ -106,10 +106,10 @@ public:
   std::vector<GridSum> times(const std::vector<wide> &x) const {
     std::vector<GridSum> sums(rows);
     const bool transposed = name_.transposed(), conjugated = name_.conjugated();
-    const int surplus = name_.adds_whole_rows() ? 2 : 0;
-    const auto add = [&](tnk_int i, tnk_int j, wide a, long double size) {
+    const bool whole_rows = name_.adds_whole_rows();
+    const auto add = [&](tnk_int i, tnk_int j, wide a, long double size, tnk_int terms = 1) {
       if (transposed) std::swap(i, j);
-      sums[i].add(conjugated ? std::conj(a) : a, size, x[j]);
+      sums[i].add(conjugated ? std::conj(a) : a, size, x[j], terms);
     };
     for (const auto &e : entries_) {
       const wide a = widened(e.value);
@@ -117,7 +117,11 @@ public:
       if (name_.counts(e.row, e.column)) add(e.row, e.column, a, size);
       if (name_.mirrors() && name_.inside(e.row, e.column))
         add(e.column, e.row, name_.kind == 'h' ? std::conj(a) : name_.kind == 'a' ? -a : a, size);
-      for (int k = 0; k < surplus; ++k) add(e.row, e.column, 0, size);
+      // Kinds that mirror go by rows whatever the op.
+      if (whole_rows && name_.mirrors())
+        sums[e.row].add(0, 2 * size, x[e.column], 2);
+      else if (whole_rows)
+        add(e.row, e.column, 0, 2 * size, 2);
     }
     for (tnk_int i = 0; i < rows && name_.diagonal == 'u'; ++i) add(i, i, 1, 1);
     return sums;

@@ -2,7 +2,7 @@
 // that products are exact; what prepares operands and brings results together.
 #include "reference/arithmetic.h"
 #include "sparse/aux_form.h"
-#include "support/sides.h"
+#include "sparse/stored.h"
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -42,34 +42,16 @@ template <class Form> struct SparseAux : InEachForm<Form> {
     EXPECT_TRUE(got.intact());
   }
 
-  // A matrix of m by m blocks, a third of them absent, some twice, the second row perhaps without any. What does not
-  // count is NaN.
-  struct Blocks {
-    std::vector<Number> values;
-    std::vector<Index> columns, start, end;
-    Entries entries;
-  };
-  Blocks blocks(const GridName &name, Index m, Index size, bool by_rows, bool by_block_columns,
-                bool empty_row, Index on_diagonal = 0) {
-    Blocks a;
-    const Index pointer_base = static_cast<Index>(this->random.integer(0, 1));
-    for (Index i = 0; i < m; ++i) {
-      a.start.push_back(pointer_base + static_cast<Index>(a.columns.size()));
-      for (Index k = 2 * m; k-- > 0 && !(empty_row && i == 1);) {
-        const Index j = k % m;
-        if (this->random.integer(0, 2) == 0 && (i != j || k >= m)) continue;
-        a.columns.push_back(j + (by_rows ? 0 : 1));
-        for (Index e = 0; e < size * size; ++e) {
-          const Index down = by_rows ? e / size : e % size, right = e / size + e % size - down;
-          const Index row = (by_block_columns ? j : i) * size + down,
-                      column = (by_block_columns ? i : j) * size + right;
-          const wide value = this->small() + static_cast<long double>(row == column ? on_diagonal : 0);
-          a.values.push_back(narrow<Number>(name.counts(row, column) ? value : not_a_number));
-          a.entries.push_back({row, column, a.values.back()});
-        }
-      }
-      a.end.push_back(pointer_base + static_cast<Index>(a.columns.size()));
-    }
+  // Rows of m by m blocks.
+  using Blocks = Stored<Number, Index>;
+  Blocks blocks(GridName name, Index m, Index size, bool by_rows, Index least = 0,
+                long double on_diagonal = 0) {
+    if (!by_rows) name.base = '1', name.layout = 'f';
+    const auto number = [=](bool is_diagonal) {
+      return narrow<Number>(this->small() + (is_diagonal ? on_diagonal : 0));
+    };
+    Blocks a{name, this->random, number, m, m, size};
+    a.compress(this->random.integer(0, 1), false, least, 6);
     return a;
   }
 };
@@ -92,14 +74,14 @@ TYPED_TEST(SparseAux, OfBlockRows) {
         for (I flag = 0; flag < 8; ++flag) {
           const GridName meant = matrix(kind, static_cast<int>(flag) & heeds);
           const I m = 4, n = m * size, nrhs = 3;
-          const auto a = this->blocks(meant, m, size, by_rows, false, true);
+          const auto a = this->blocks(meant, m, size, by_rows);
           const auto b = this->sides(by_rows, n, nrhs, 1), c = this->sides(by_rows, n, nrhs, 2);
           auto got = c;
           const I ldb = b.ld(), ldc = c.ld();
           const T alpha = narrow<T>(this->pair(2, 1));
           SCOPED_TRACE(name + (by_rows ? " by rows " : " by columns ") + std::to_string(flag));
           this->call((by_rows ? "cspblas_?bsrmm" : "?bsrmm") + name, &flag, &m, &nrhs, &size, &alpha,
-                     a.values.data(), a.columns.data(), a.start.data(), a.end.data(), b.data(), &ldb,
+                     a.values.data(), a.columns.data(), a.rows.data(), a.row_end.data(), b.data(), &ldb,
                      got.data(), &ldc);
           this->expect_product(GridMatrix(meant, n, n, a.entries), alpha, b, c, got);
         }
@@ -111,11 +93,11 @@ TYPED_TEST(SparseAux, OfOneBlock) {
   for (bool by_rows : {false, true})
     for (I size : {0, 1, 2, 3, 4, 7}) {
       const I m = 3, n = m * size;
-      const auto a = this->blocks(matrix('g'), m, size, by_rows, false, true);
+      const auto a = this->blocks(matrix('g'), m, size, by_rows);
       const auto b = this->sides(false, n, 1, 0), c = this->sides(false, n, 1, 0);
       auto got = c;
       for (I i = 0; i < m; ++i)
-        for (I p = a.start[i] - a.start[0]; p < a.end[i] - a.start[0]; ++p) {
+        for (I p = a.rows[i] - a.rows[0]; p < a.row_end[i] - a.rows[0]; ++p) {
           const I offset_a = p * size * size, offset_x = (a.columns[p] - !by_rows) * size;
           this->call(by_rows ? "cspblas_?bsrbv" : "?bsrbv", &size, &offset_a, &offset_x, a.values.data(),
                      b.data(), got.data() + i * size);
@@ -153,7 +135,12 @@ TYPED_TEST(SparseAux, SweepsAreThoseOfTheElements) {
     for (I flag : {0, 1}) {
       const bool by_rows = form.size() > 4, by_columns = form[2] == 'c';
       const I m = 4, size = 3, n = m * size;
-      const auto stored = this->blocks(matrix('g'), m, size, by_rows, by_columns, false, 20);
+      auto stored = this->blocks(matrix('g'), m, size, by_rows, 1, 20);
+      if (by_columns) // block rows are columns then
+        for (auto &e : stored.entries) {
+          const tnk_int down = e.row % size, right = e.column % size;
+          std::swap(e.row -= down, e.column -= right), e.row += down, e.column += right;
+        }
       GridName others = matrix('t', flag ? 0 : upper);
       others.diagonal = '_';
       const GridMatrix a(matrix('g'), n, n, stored.entries),
@@ -168,7 +155,7 @@ TYPED_TEST(SparseAux, SweepsAreThoseOfTheElements) {
       const auto of_old = of(a), left_of_old = of(left);
       for (I i = 0; by_columns && i < n; ++i) right[i] = narrow<T>(widened(rhs[i]) - of_old[i].value);
       this->call("?" + form + "gauss", &flag, &m, &size, stored.values.data(), stored.columns.data(),
-                 stored.start.data(), stored.end.data(), right.data(), x.data());
+                 stored.rows.data(), stored.row_end.data(), right.data(), x.data());
       const auto of_new = of(a), swept_of_new = of(swept);
       for (I i = 0; i < n; ++i) {
         const wide wanted = widened(rhs[i]);
@@ -214,25 +201,16 @@ TYPED_TEST(SparseAux, OfSkylines) {
 // Rows beyond a block of them, mirrored into rows of the block before. Of double precision alone.
 TYPED_TEST(SparseAux, OfSymmetricRows) {
   USE_FORM;
-  const auto small = [&] { return static_cast<double>(this->random.integer(-3, 3)); };
+  const auto small = [&](bool = false) { return static_cast<double>(this->random.integer(-3, 3)); };
   const I m = 30004;
   for (I flag : {0, upper, unit, upper | unit}) {
-    const GridName meant = matrix('s', static_cast<int>(flag));
-    std::vector<double> values, x, y(m, 1);
-    std::vector<I> columns, pointer{0};
-    std::vector<SparseEntry<double>> entries;
-    for (I i = 0; i < m; ++i) {
-      x.push_back(small());
-      for (I k = 0; k < (i + 1) % 7; ++k) {
-        const tnk_int j = k == 3 ? i : std::clamp<tnk_int>(i + this->random.integer(-9, 9), 0, m - 1);
-        columns.push_back(static_cast<I>(j + 1));
-        values.push_back(meant.counts(i, j) ? small() : not_a_number);
-        entries.push_back({i, j, values.back()});
-      }
-      pointer.push_back(static_cast<I>(columns.size()));
-    }
-    this->call("dcsrsymmvs", &flag, &m, values.data(), columns.data(), pointer.data(), x.data(), y.data());
-    const auto sums = GridMatrix(meant, m, m, entries).times({x.begin(), x.end()});
+    Stored<double, I> a{matrix('s', static_cast<int>(flag)), this->random, small, m, m, 1};
+    a.name.base = '1';
+    a.compress(0, true, 0, 6);
+    std::vector<double> x, y(m, 1);
+    for (I i = 0; i < m; ++i) x.push_back(small());
+    this->call("dcsrsymmvs", &flag, &m, a.values.data(), a.columns.data(), a.rows.data(), x.data(), y.data());
+    const auto sums = GridMatrix(a.name, m, m, a.entries).times({x.begin(), x.end()});
     for (I i = 0; i < m; ++i) ASSERT_EQ(wide(y[i]), 1.0L + sums[i].value) << flag << ' ' << i;
   }
 }

@@ -1,13 +1,11 @@
 // The sparse grid by its grammar: each kernel of the export list is found by its name and held against what its letters
 // mean.
 #include "sparse/grid_call.h"
-#include "support/random.h"
-#include "support/sides.h"
+#include "sparse/stored.h"
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
-#include <numeric>
 #include <set>
 
 namespace {
@@ -40,86 +38,6 @@ TEST(SparseGridNames, AreThoseOfTheGrammar) {
   }
   EXPECT_EQ(found, expected);
 }
-
-// A matrix as it is stored, and which entries that is. `rows` has row numbers, row pointers or distances of diagonals.
-template <class T, class I> struct Stored {
-  const GridName &name;
-  Random &random;
-  tnk_int m, n, block; // m by n blocks
-  tnk_int count = 0, stride = 0;
-  std::vector<SparseEntry<T>> entries = {};
-  std::vector<T> values = {};
-  std::vector<I> rows = {}, columns = {}, row_end = {};
-
-  // In any order, some on the diagonal, some more than once.
-  tnk_int some_column(tnk_int row) const {
-    return row < n && random.integer(0, 15) == 0 ? row : random.integer(0, n - 1);
-  }
-  // What is no element of the matrix is junk as well, but where kernels add it first.
-  void store(tnk_int row, tnk_int column) {
-    const bool is_number = name.counts(row, column) || name.adds_whole_rows();
-    values.push_back(is_number ? random.number<T>() : junk<T>());
-    entries.push_back({row, column, values.back()});
-  }
-
-  // Rows of 0 to 70 entries. Unless contiguous, the rows behind the first one stand in any order, with junk in between,
-  // and the arrays end with one of them.
-  void compress(tnk_int pointer_base, bool contiguous) {
-    const bool down_first = name.layout == 'f'; // in a block
-    const auto mixed = [&](tnk_int size, tnk_int from) {
-      std::vector<tnk_int> list(size);
-      std::iota(list.begin(), list.end(), 0);
-      for (tnk_int k = from; k < size; ++k) std::swap(list[k], list[random.integer(from, size - 1)]);
-      return list;
-    };
-    const auto lengths = mixed(71, 0);
-    rows.resize(m + contiguous), row_end.resize(m);
-    for (const tnk_int row : mixed(m, contiguous ? m : 1)) {
-      for (tnk_int gap = contiguous || row == 0 || lengths[row] == 0 ? 0 : random.integer(0, 2); gap > 0;
-           --gap) {
-        columns.push_back(junk<I>());
-        values.insert(values.end(), block * block, junk<T>());
-      }
-      rows[row] = columns.size() + pointer_base;
-      for (tnk_int k = 0; k < lengths[row]; ++k) {
-        const tnk_int column = some_column(row);
-        columns.push_back(column + (name.base - '0'));
-        for (tnk_int e = 0; e < block * block; ++e) {
-          const tnk_int down = down_first ? e % block : e / block, right = e / block + e % block - down;
-          store(row * block + down, column * block + right);
-        }
-      }
-      row_end[row] = columns.size() + pointer_base;
-    }
-    if (contiguous) rows.back() = row_end.back();
-  }
-
-  void list_triples() {
-    count = 1 + random.integer(10, 20) * m;
-    for (tnk_int k = 0; k < count; ++k) {
-      const tnk_int row = random.integer(0, m - 1), column = some_column(row);
-      store(row, column);
-      rows.push_back(row + (name.base - '0'));
-      columns.push_back(column + (name.base - '0'));
-    }
-  }
-
-  // About half of the diagonals, of a large matrix less, and some that lie outside altogether; ascending. What a
-  // diagonal has outside is junk.
-  void store_diagonals() {
-    stride = m + 3;
-    for (tnk_int distance = -m - 1; distance <= n + 1; ++distance) {
-      if (random.integer(0, distance == 0 || m < 100 ? 1 : m / 8) != 0) continue;
-      rows.push_back(distance);
-      ++count;
-      for (tnk_int i = 0; i < stride; ++i)
-        if (i < m && i + distance >= 0 && i + distance < n)
-          store(i, i + distance);
-        else
-          values.push_back(junk<T>());
-    }
-  }
-};
 
 // A kernel on one matrix, whole and in pieces. The number decides what is stored where.
 template <class T, class I> class Trial {
@@ -163,14 +81,18 @@ private:
     const bool blocks = name_.storage == "bsr", diagonals = name_.storage == "dia";
     // So many rows that diagonals are taken in parts.
     const tnk_int m = blocks ? (sizes[number_] + 5) / 6 : diagonals && number_ == 1 ? 2100 : sizes[number_];
-    Stored<T, I> a{name_, random_, m, name_.kind == 'g' ? random_.integer(1, m + 19) : m,
+    Stored<T, I> a{name_,
+                   random_,
+                   [this](bool) { return random_.number<T>(); },
+                   m,
+                   name_.kind == 'g' ? random_.integer(1, m + 19) : m,
                    blocks ? 1 + number_ : 1};
     if (name_.storage == "coo")
-      a.list_triples();
+      a.list_triples(10, 20);
     else if (diagonals)
       a.store_diagonals();
     else
-      a.compress(pointer_bases[number_ % 3], overwrites_);
+      a.compress(pointer_bases[number_ % 3], overwrites_, 0, 70);
     return a;
   }
   // At the end of a page, or of any alignment, that of elements or less.

@@ -1,10 +1,9 @@
 // The public sparse products against the definition, for each kind of matrix with each triangle, diagonal, op, storage,
 // base and type; 1, 2 and 3 threads, a beta of zero and another, and memory that is refused take turns.
-#include "reference/arithmetic.h"
+#include "reference/sums.h"
+#include "sparse/stored.h"
 #include "support/fault_allocator.h"
 #include "support/named.h"
-#include "support/random.h"
-#include "support/sides.h"
 #include <limits>
 #include <tnk/host.h>
 #include <tnk/sparse.h>
@@ -13,35 +12,6 @@ namespace {
 
 using namespace tnk::test;
 using namespace tnk::test::reference;
-
-// Entries in no order with places that come twice, some rows empty, as triples and as compressed rows.
-template <class T> struct Stored {
-  Stored(tnk_int m, tnk_int n, bool hermitian, tnk_int per_row, tnk_int base, Random &random)
-      : rows(m), columns(n) {
-    for (tnk_int i = 0; i < m; ++i) {
-      start.push_back(7 + static_cast<tnk_int>(values.size()));
-      const tnk_int count = i % 5 == 3 ? 0 : random.integer(per_row / 2, per_row);
-      for (tnk_int p = 0; p < count; ++p) {
-        const tnk_int j = p == 0 && m == n ? i : random.integer(0, n - 1);
-        values.push_back(random.number<T>());
-        if constexpr (!std::is_floating_point_v<T>)
-          if (i == j && hermitian) values.back().im = 0;
-        row.push_back(i + base), column.push_back(j + base);
-        entries.push_back({i, j, values.back()});
-      }
-      end.push_back(7 + static_cast<tnk_int>(values.size()));
-    }
-  }
-  tnk_sparse_matrix view(tnk_sparse_storage storage) const {
-    return {storage,       rows,          columns,    static_cast<tnk_int>(values.size()),
-            values.data(), column.data(), row.data(), start.data(),
-            end.data()};
-  }
-  tnk_int rows, columns;
-  std::vector<T> values;
-  std::vector<tnk_int> row, column, start, end;
-  std::vector<SparseEntry<T>> entries;
-};
 
 template <class T> class SparseProducts : public testing::Test {};
 using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
@@ -53,11 +23,7 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
   Random random;
   const T alpha = random.number<T>(), some = random.number<T>(), zero{};
   const Named<T, tnk_sparse_status> mv("tnk_sparse_?mv"), mm("tnk_sparse_?mm");
-  // General, square and Hermitian, of either base, for one right-hand side and for many: each with the entries that three
-  // threads take as their due.
-  std::vector<Stored<T>> matrices;
-  for (int k = 0; k < 12; ++k)
-    matrices.emplace_back(900, k % 3 ? 900 : 700, k % 3 == 2, k < 6 ? 370 : 14, k / 3 % 2, random);
+  std::vector<Stored<T, tnk_int>> stored; // for one right-hand side, and for many
   for (int variant = 0; variant < 6 * 2 * 2 * 2 * 2 * 3; ++variant) {
     const auto kind = static_cast<tnk_sparse_kind>(variant / 48);
     const tnk_sparse_descriptor d{kind, static_cast<tnk_sparse_triangle>(variant / 24 % 2),
@@ -74,22 +40,44 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
                                     << threads);
     for (const tnk_int nrhs : {1, 27}) {
       const bool vector = nrhs == 1;
-      const Stored<T> &a = matrices[(vector ? 0 : 6) + 3 * d.base +
-                                    (kind == TNK_SPARSE_HERMITIAN ? 2 : kind != TNK_SPARSE_GENERAL)];
       // A Hermitian matrix is its own conjugate transpose, the transpose of a skew one its negative.
-      GridName name = matrix_named(op == 'T'                                   ? 't'
-                                   : op == 'N' || kind == TNK_SPARSE_HERMITIAN ? 'n'
-                                                                               : 'c',
+      const bool hermitian = kind == TNK_SPARSE_HERMITIAN, general = kind == TNK_SPARSE_GENERAL;
+      GridName name = matrix_named(op == 'T'                ? 't'
+                                   : op == 'N' || hermitian ? 'n'
+                                                            : 'c',
                                    "gshtda"[kind], "lu"[d.triangle], "nu"[d.diagonal]);
-      name.storage = "csr", name.operation = vector ? "mv" : "mm";
-      const GridMatrix meant(name, a.rows, a.columns, a.entries);
-      const wide factor = kind == TNK_SPARSE_SKEW && op != 'N' ? -widened(alpha) : widened(alpha);
+      name.storage = storage ? "coo" : "csr", name.operation = vector ? "mv" : "mm",
+      name.base = columns ? '1' : '0';
+      const wide factor = kind == TNK_SPARSE_SKEW && !storage && op != 'N' ? -widened(alpha) : widened(alpha);
+      if (op == 'N') { // with the entries that three threads take as their due
+        const auto number = [&random, hermitian](bool on_diagonal) {
+          const T v = random.number<T>();
+          return tnk::reference::number<T>(tnk::reference::re(v),
+                                           on_diagonal && hermitian ? 0 : tnk::reference::im(v));
+        };
+        if (vector) stored.clear();
+        stored.push_back({name, random, number, 900, general ? 700 : 900, 1});
+        if (storage)
+          stored.back().list_triples(vector ? 220 : 9, vector ? 370 : 14);
+        else
+          stored.back().compress(7, true, vector ? 180 : 0, vector ? 370 : 20);
+      }
+      const Stored<T, tnk_int> &a = stored[!vector];
+      const tnk_sparse_matrix matrix = {storage,
+                                        a.m,
+                                        a.n,
+                                        static_cast<tnk_int>(a.values.size()),
+                                        a.values.data(),
+                                        a.columns.data(),
+                                        a.rows.data(),
+                                        a.rows.data(),
+                                        a.row_end.data()};
+      const GridMatrix meant(name, a.m, a.n, a.entries);
       Sides<T> b(meant.columns, nrhs, !vector && !columns, vector ? 0 : 2);
       Sides<T> c(meant.rows, nrhs, !vector && !columns, vector ? 0 : 3);
       b.fill([&] { return random.number<T>(); });
       c.fill([&] { return overwrites ? junk<T>() : random.number<T>(); });
       const Sides<T> before = c;
-      const tnk_sparse_matrix matrix = a.view(storage);
       const auto run = [&](Sides<T> &out, int on) {
         tnk_set_num_threads(on);
         const auto status =
@@ -98,8 +86,8 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
         EXPECT_EQ(status, TNK_SPARSE_OK);
       };
       // Pieces of kernels that scatter take one block for vectors of their own, and do without if there is none.
-      const bool scatters = storage ? kind == TNK_SPARSE_GENERAL || (name.mirrors() && name.diagonal != 'u')
-                                    : name.mirrors() || (kind == TNK_SPARSE_GENERAL && op != 'N');
+      const bool scatters = storage ? general || (name.mirrors() && name.diagonal != 'u')
+                                    : name.mirrors() || (general && op != 'N');
       const bool refused = variant % 5 == 0;
       allocations.reset();
       allocations.refuse = refused;
@@ -117,8 +105,7 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
         }
       }
       // Where each element is made by one thread, their number moves no bit.
-      if (!vector ||
-          (!storage && (kind == TNK_SPARSE_TRIANGULAR || (kind == TNK_SPARSE_GENERAL && op == 'N')))) {
+      if (!vector || (!storage && (kind == TNK_SPARSE_TRIANGULAR || (general && op == 'N')))) {
         Sides<T> alone = before;
         run(alone, 1);
         EXPECT_TRUE(alone.same_as(c));

@@ -3,8 +3,8 @@
 #include "reference/arithmetic.h"
 #include "sparse/aux_form.h"
 #include "sparse/grid_call.h"
+#include "sparse/stored.h"
 #include "support/error_recorder.h"
-#include "support/guarded.h"
 #include <cmath>
 #include <sstream>
 #include <tnk/spblas_grid.h>
@@ -13,7 +13,7 @@ namespace {
 
 using namespace tnk::test;
 using namespace tnk::reference;
-using tnk::test::reference::GridName, tnk::test::reference::decoded;
+using tnk::test::reference::GridName, tnk::test::reference::SparseEntry, tnk::test::reference::decoded;
 using Vector = std::vector<double>;
 template <class I> using Integers = std::vector<I>;
 
@@ -73,83 +73,59 @@ Vector by_expressions(const GridName &name, const std::vector<Row> &rows, double
   return y;
 }
 
-TEST(CsrRounding, AlphaIsWhereTheKindHasIt) {
+// In coordinates alpha goes to the value, but in symmetric products with one vector to the element of x. The ones of a
+// diagonal come last.
+Vector by_triples(const GridName &name, const std::vector<SparseEntry<double>> &entries, double alpha,
+                  const Vector &x, Vector y) {
+  const auto add = [&](tnk_int i, tnk_int j, double a) {
+    y[i] += name.kind == 's' && name.operation == "mv" ? (alpha * x[j]) * a : (alpha * a) * x[j];
+  };
+  for (const auto &[i, j, a] : entries) {
+    if (name.counts(i, j)) add(i, j, a);
+    if (name.mirrors() && name.inside(i, j)) add(j, i, name.kind == 'a' ? -a : a);
+  }
+  for (tnk_int i = 0; i < tnk_int(y.size()) && name.diagonal == 'u'; ++i) add(i, i, 1);
+  return y;
+}
+
+TEST(SparseRounding, AlphaIsInItsPlaceAndEntriesInTheirOrder) {
   Random random;
   const tnk_int m = 30, one = 1;
   const double alpha = 1.0 / 3;
-  std::vector<Row> rows(m);
-  Vector values, x;
-  Integers<tnk_int> start, columns[2];
-  for (tnk_int i = 0; i < m; ++i) {
-    start.push_back(static_cast<tnk_int>(values.size()));
-    for (tnk_int k = random.integer(0, 2); k > 0; --k) {
-      const tnk_int j = random.integer(0, 3) ? random.integer(0, m - 1) : i;
-      values.push_back(random.real<double>());
-      rows[i].push_back({j, values.back()});
-      columns[0].push_back(j), columns[1].push_back(j + 1);
-    }
-    x.push_back(random.real<double>());
-  }
-  start.push_back(static_cast<tnk_int>(values.size()));
   int tested = 0;
   for (const std::string &text : exported_names()) {
     const auto name = decoded(text).value();
-    if (name.storage != "csr" || name.type != 'd' || name.lp64 || name.operation == "gemv") continue;
-    const Vector before(x.size(), 0.1);
-    Vector y = before;
-    const tnk_int ld = name.layout == 'c' ? 1 : m;
+    const bool rows = name.storage == "csr", mm = name.operation == "mm";
+    if ((!rows && name.storage != "coo") || name.type != 'd' || name.lp64 || name.operation == "gemv")
+      continue;
+    Stored<double, tnk_int> stored{name, random, [&](bool) { return random.real<double>(); }, m, m, 1};
+    if (rows)
+      stored.compress(0, false, 0, 2);
+    else
+      stored.list_triples(20, 20);
+    Vector x, before(m, 0.1), y = before;
+    for (tnk_int i = 0; i < m; ++i) x.push_back(random.real<double>());
+    const bool whole = mm || name.kind == 't' || name.mode == "seq";
+    const tnk_int ld = name.layout == 'c' ? 1 : m, first = rows || mm ? 1 : 7,
+                  last = mm     ? 1
+                         : rows ? m
+                                : stored.count - 20;
     GridArguments<double, tnk_int> a;
-    a.first = &one, a.last = name.operation == "mm" ? &one : &m, a.m = &m, a.n = a.sides = &one;
-    a.alpha = &alpha, a.values = values.data(), a.columns = columns[name.base - '0'].data();
-    a.rows = start.data(), a.row_end = start.data() + 1;
+    a.first = &first, a.last = &last, a.m = &m, a.n = a.sides = &one, a.count = &stored.count;
+    a.alpha = &alpha, a.values = stored.values.data(), a.columns = stored.columns.data();
+    a.rows = stored.rows.data(), a.row_end = stored.row_end.data();
     a.x = x.data(), a.ldx = &ld, a.y = y.data(), a.ldy = &ld;
     a.call(dlsym(RTLD_DEFAULT, text.c_str()), name);
-    EXPECT_EQ(y, by_expressions(name, rows, alpha, x, before)) << text;
+    std::vector<Row> by_rows(m);
+    for (const auto &e : stored.entries) by_rows[e.row].push_back({e.column, e.value});
+    const auto begin = stored.entries.begin();
+    EXPECT_EQ(y, rows    ? by_expressions(name, by_rows, alpha, x, before)
+                 : whole ? by_triples(name, stored.entries, alpha, x, before)
+                         : by_triples(name, {begin + first - 1, begin + last}, alpha, x, before))
+        << text;
     ++tested;
   }
-  EXPECT_EQ(tested, 72);
-}
-
-// alpha goes to the value, but in symmetric products with one vector to the element of x. The ones of a diagonal come
-// last.
-TEST(Coo, EntriesAreAddedInTheirOrderWithAlphaInItsPlace) {
-  Random random;
-  const tnk_int m = 20, count = 400, first = 7, last = 380, one = 1;
-  const double alpha = 1.0 / 3;
-  std::vector<double> values, x;
-  std::vector<tnk_int> row, column;
-  for (tnk_int k = 0; k < count; ++k) {
-    values.push_back(random.real<double>());
-    row.push_back(random.integer(0, m - 1)), column.push_back(random.integer(0, m - 1));
-  }
-  for (tnk_int i = 0; i < m; ++i) x.push_back(random.real<double>());
-  for (const std::string &text : exported_names()) {
-    const auto name = decoded(text).value();
-    if (name.storage != "coo" || name.type != 'd' || name.lp64 || name.mode != "par") continue;
-    const bool mm = name.operation == "mm", whole = mm || name.kind == 't',
-               alpha_to_x = name.kind == 's' && !mm;
-    std::vector<double> y(m, 0.1), expected = y;
-    const auto add = [&](tnk_int i, tnk_int j, double a) {
-      expected[i] += alpha_to_x ? (alpha * x[j]) * a : (alpha * a) * x[j];
-    };
-    for (tnk_int k = whole ? 0 : first - 1; k < (whole ? count : last); ++k) {
-      const double a = values[k];
-      if (name.counts(row[k], column[k])) add(row[k], column[k], a);
-      if (name.mirrors() && name.inside(row[k], column[k])) add(column[k], row[k], name.kind == 'a' ? -a : a);
-    }
-    for (tnk_int i = 0; i < m && name.diagonal == 'u'; ++i) add(i, i, 1);
-
-    std::vector<tnk_int> rows = row, columns = column;
-    for (tnk_int k = 0; k < count && name.base == '1'; ++k) ++rows[k], ++columns[k];
-    const tnk_int ld = name.layout == 'c' ? 1 : m;
-    GridArguments<double, tnk_int> a;
-    a.first = mm ? &one : &first, a.last = mm ? &one : &last, a.m = &m, a.n = &m, a.count = &count,
-    a.alpha = &alpha;
-    a.values = values.data(), a.rows = rows.data(), a.columns = columns.data();
-    a.x = x.data(), a.ldx = &ld, a.y = y.data(), a.ldy = &ld;
-    a.call(dlsym(RTLD_DEFAULT, text.c_str()), name);
-    EXPECT_EQ(y, expected) << text;
-  }
+  EXPECT_EQ(tested, 72 + 52);
 }
 
 // Rounds in accumulators of 128 bits each, from `peel` on; before and behind them one by one.
