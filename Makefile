@@ -44,8 +44,11 @@ asan:
 bench: all
 	@$(BUILD)/bin/tnk bench --out "$(OUT)"
 
+# The list of installed files may be root's, from another time. Root also lets the dynamic linker know of new libraries.
 install: build
+	@rm -f "$(BUILD)/install_manifest.txt"
 	@cmake --install "$(BUILD)" --prefix "$(PREFIX)"
+	@if [ "$$(id -u)" -eq 0 ] && [ -z "$(DESTDIR)" ]; then PATH="$$PATH:/sbin" ldconfig; fi
 
 format:
 	@git ls-files '*.h' '*.cpp' '*.c' | xargs clang-format -i

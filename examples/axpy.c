@@ -1,6 +1,6 @@
 /* y := alpha x + y and a dot product, from C.
 
-   cc axpy.c $(pkg-config --cflags --libs tnk) -o axpy */
+   cc axpy.c $(pkg-config --cflags --libs tnk) -Wl,-rpath,$(pkg-config --variable=libdir tnk) -o axpy */
 #include <stdio.h>
 #include <tnk/blas.h>
 #include <tnk/host.h>

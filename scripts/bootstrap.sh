@@ -119,3 +119,5 @@ if ! apt install -y --no-install-recommends $missing; then
   cat "$log" >&2
   fail 'apt-get failed, its words are above; what it was to do:' "$by_hand"
 fi
+# A build that was configured before looks again at what there is.
+touch -c "$(dirname "$0")/../CMakeLists.txt"

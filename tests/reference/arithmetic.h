@@ -35,9 +35,10 @@ template <class C, class = decltype(C::re)> C operator*(C a, C b) {
 template <class C> C operator*(decltype(C::re) a, C b) {
   return {a * b.re, a * b.im};
 }
+// The conjugate of a number with the imaginary part +0 is that number.
 template <class T> T conj(T a) {
   if constexpr (is_pair<T>)
-    return {a.re, -a.im};
+    return {a.re, 0 - a.im};
   else
     return a;
 }

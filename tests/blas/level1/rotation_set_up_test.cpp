@@ -26,7 +26,7 @@ template <class T, class... U> void call(const char *name, U &...scalars) {
 
 template <class R> constexpr wide eps = std::numeric_limits<R>::epsilon();
 // Within so many rounding errors of a value, or of the size that its bound is measured by.
-template <class R> bool within(R value, wide exact, int roundings, wide size = 0) {
+template <class R> bool within(R value, wide exact, wide roundings, wide size = 0) {
   const wide bound = roundings * eps<R> * std::fmax(std::fabs(exact), size);
   return std::fabs(value - exact) <= bound + std::numeric_limits<R>::min();
 }
@@ -57,7 +57,9 @@ TYPED_TEST(RotationSetUp, MatchesExactValues) {
     SCOPED_TRACE(testing::Message() << "a " << a << " b " << b);
     const bool a_leads = std::fabs(a) > std::fabs(b);
     const wide exact = std::copysign(std::hypot(wide{a}, wide{b}), a_leads ? a : b);
-    ASSERT_TRUE(within(r, exact, 5) && within(c, a / exact, 6) && within(s, b / exact, 6))
+    // Below the normal numbers r has fewer digits, and c and s are quotients by it.
+    const wide few = 6 * std::fmax(wide{1}, std::numeric_limits<R>::min() / std::fabs(exact));
+    ASSERT_TRUE(within(r, exact, 5) && within(c, a / exact, few) && within(s, b / exact, few))
         << r << ' ' << c << ' ' << s;
     ASSERT_EQ(z, a_leads ? s : c != 0 ? 1 / c : 1);
   }

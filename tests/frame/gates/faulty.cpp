@@ -5,7 +5,7 @@
 
 extern "C" {
 
-int faulty_started = std::atoi("4"); // runs at load, and imports what is not allowed
+int faulty_started = std::rand(); // runs at load, and imports what is not allowed
 
 __m256i faulty_integer_add(__m256i a, __m256i b) {
   return _mm256_add_epi32(a, b);
