@@ -1,17 +1,15 @@
 // Public matrix products: check, cut over the threads, then run the kernel on each slice.
 #include <tnk/blas.h>
 #include <tnk/blas_level3.h>
-#include <type_traits>
 
 #include "host/dispatch/check.h"
 #include "host/dispatch/kernel_loader.h"
+#include "host/routines/element.h"
 #include "host/threading/cut.h"
 #include "host/threading/team.h"
 
 namespace tnk::host {
 namespace {
-
-template <class T> constexpr bool is_complex = std::is_class_v<T>;
 
 template <class T> bool is_zero(const T &a) {
   if constexpr (is_complex<T>)

@@ -4,9 +4,12 @@
 #include <cstring>
 #include <tnk/sparse.h>
 
-namespace tnk::host {
+namespace tnk::host::sparse {
 
-struct SparsePlan {
+// One right-hand side, or several.
+enum class Operation { mv, mm };
+
+struct Plan {
   // Letters of the kernel's name.
   char storage[4] = "csr", base, op = 'n', kind, triangle = '_', diagonal = '_';
   bool swapped = false; // row and column numbers change places
@@ -14,9 +17,9 @@ struct SparsePlan {
 };
 
 // `op` is N, T or C. The arguments are good ones.
-inline SparsePlan plan_sparse(const tnk_sparse_matrix &matrix, const tnk_sparse_descriptor &descriptor,
-                              char op, bool complex) {
-  SparsePlan plan;
+inline Plan plan_product(const tnk_sparse_matrix &matrix, const tnk_sparse_descriptor &descriptor, char op,
+                         bool complex) {
+  Plan plan;
   const bool coordinate = matrix.storage == TNK_SPARSE_COO;
   const bool transposes = op != 'N', conjugates = op == 'C' && complex;
   if (coordinate) std::memcpy(plan.storage, "coo", 4);
@@ -64,7 +67,7 @@ enum class Reach {
   all
 };
 
-inline Reach reach_of(const SparsePlan &plan) {
+inline Reach reach_of(const Plan &plan) {
   const bool mirrored = plan.kind == 's' || plan.kind == 'h' || plan.kind == 'a';
   if (plan.kind == 'd') return Reach::no_parts;
   if (plan.storage[1] == 'o') // each call of a kernel with a unit diagonal adds all of the identity
@@ -76,10 +79,11 @@ inline Reach reach_of(const SparsePlan &plan) {
 }
 
 // Whether the kernel runs the whole job, and takes no range.
-inline bool is_sequential(const SparsePlan &plan, bool vector) {
+inline bool is_sequential(const Plan &plan, Operation operation) {
+  const bool vector = operation == Operation::mv;
   const bool transposed = plan.op == 't' || plan.op == 'c', rows = plan.storage[1] == 's';
   if (plan.kind == 'd') return rows || vector;
   return rows && vector && plan.kind == 't' && transposed;
 }
 
-} // namespace tnk::host
+} // namespace tnk::host::sparse
