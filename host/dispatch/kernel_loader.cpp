@@ -2,6 +2,7 @@
 #include "host/dispatch/kernel_loader.h"
 
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
@@ -22,13 +23,6 @@ constexpr std::size_t message_room = 2 * PATH_MAX; // a path and what is wrong w
 struct Path {
   char text[PATH_MAX];
   bool from_environment;
-};
-
-// What loading came to. Texts in place: nothing to allocate, nothing to destroy at exit.
-struct Outcome {
-  tnk_status status = TNK_OK;
-  void *library = nullptr;
-  char message[message_room] = "";
 };
 
 Path find_path() {
@@ -62,16 +56,40 @@ const Path &kernel_path() {
   return path;
 }
 
-// dlsym also finds what the library's dependencies export (malloc, say); this only what it defines itself.
-void *own_symbol(void *library, const char *name) {
-  void *const address = dlsym(library, name);
-  if (!address) return nullptr;
-  Dl_info info;
-  link_map *owner = nullptr, *asked = nullptr;
-  if (!dladdr1(address, &info, reinterpret_cast<void **>(&owner), RTLD_DL_LINKMAP)) return nullptr;
-  if (dlinfo(library, RTLD_DI_LINKMAP, &asked) != 0) return nullptr;
-  return owner == asked ? address : nullptr;
+// A loaded kernel library, and the addresses that are its own.
+struct Library {
+  void *handle = nullptr;
+  std::uintptr_t begin = 0, end = 0;
+};
+
+Library loaded(void *handle) {
+  link_map *map = nullptr;
+  Dl_info place;
+  if (dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0 || !dladdr(map->l_ld, &place)) return {};
+  Library library{handle, reinterpret_cast<std::uintptr_t>(place.dli_fbase), 0};
+  const auto *const header = static_cast<const Elf64_Ehdr *>(place.dli_fbase);
+  const auto *const segments = reinterpret_cast<const Elf64_Phdr *>(library.begin + header->e_phoff);
+  for (const Elf64_Phdr *segment = segments; segment != segments + header->e_phnum; ++segment)
+    if (segment->p_type == PT_LOAD)
+      library.end = map->l_addr + segment->p_vaddr + segment->p_memsz; // ascending
+  return library;
 }
+
+// dlsym also finds what the library's dependencies export (malloc, say); this only what it defines itself. Thousands of
+// names are looked up in a row, so the owner is told by the address: dladdr would search all symbols.
+void *own_symbol(const Library &library, const char *name) {
+  if (!library.handle) return nullptr;
+  void *const address = dlsym(library.handle, name);
+  const auto place = reinterpret_cast<std::uintptr_t>(address);
+  return place >= library.begin && place < library.end ? address : nullptr;
+}
+
+// What loading came to. Texts in place: nothing to allocate, nothing to destroy at exit.
+struct Outcome {
+  tnk_status status = TNK_OK;
+  Library library;
+  char message[message_room] = "";
+};
 
 const char *class_name(std::int32_t processor_class) {
   switch (processor_class) {
@@ -103,13 +121,14 @@ Outcome load() {
     return outcome;
   }
   const bool cut_short = is_cut_short(path.text);
-  void *const library = cut_short ? nullptr : dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
-  if (!library) {
+  void *const handle = cut_short ? nullptr : dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
+  if (!handle) {
     const char *const reason = cut_short ? "the file is cut short" : dlerror();
     outcome.status = TNK_KERNEL_MISSING;
     write_message(outcome.message, message_file_unloadable, path.text, reason);
     return outcome;
   }
+  const Library library = loaded(handle);
   const auto ask_class = reinterpret_cast<decltype(&dll_cpu_version)>(own_symbol(library, "dll_cpu_version"));
   if (!ask_class) {
     outcome.status = TNK_KERNEL_FOREIGN;
@@ -121,7 +140,7 @@ Outcome load() {
   } else {
     outcome.library = library;
   }
-  if (outcome.status != TNK_OK) dlclose(library);
+  if (outcome.status != TNK_OK) dlclose(handle);
   return outcome;
 }
 
@@ -174,5 +193,9 @@ const char *tnk_kernel_message(void) {
 
 void *tnk_kernel_entry(const char *name) {
   const tnk::host::Outcome &outcome = tnk::host::kernel_or_report("tnk_kernel_entry");
-  return outcome.status == TNK_OK ? tnk::host::own_symbol(outcome.library, name) : nullptr;
+  return tnk::host::own_symbol(outcome.library, name);
+}
+
+void *tnk_kernel_require(const char *name) {
+  return tnk::host::require_kernel_entry(name, name);
 }

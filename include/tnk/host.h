@@ -58,6 +58,9 @@ const char *tnk_kernel_message(void);
    after a report, no library. The entries trust their caller: they check no argument. */
 void *tnk_kernel_entry(const char *name);
 
+/* The same for one who is about to call it: what is missing, library or entry, is reported in the entry's name. */
+void *tnk_kernel_require(const char *name);
+
 /* ---- Threads ------------------------------------------------------------------------------------------------ */
 
 /* Matrix products of some size are spread over several threads, by OpenMP. How many threads, the first line that

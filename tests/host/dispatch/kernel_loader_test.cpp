@@ -103,6 +103,11 @@ TEST(KernelLoader, OnlyTheLibrarysOwnNamesAreEntries) {
   for (const char *name : {"tnk_no_such_entry", "malloc", "tnk_serv_allocate"})
     EXPECT_EQ(tnk_kernel_entry(name), nullptr) << name;
   EXPECT_EQ(errors.last().count, 0);
+  EXPECT_EQ(tnk_kernel_require("malloc"), nullptr);
+  EXPECT_EQ(errors.last().count, 1);
+  EXPECT_EQ(errors.last().message,
+            std::string("malloc: the kernel library ") + tnk_kernel_path() + " has no entry malloc");
+  EXPECT_EQ(tnk_kernel_require("dll_cpu_version"), tnk_kernel_entry("dll_cpu_version"));
 }
 
 } // namespace
