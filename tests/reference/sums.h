@@ -2,7 +2,7 @@
 // have get(i), their logical element i, and n().
 #pragma once
 
-#include "kernel/frame/complex.h"
+#include "kernel/frame/element.h"
 #include "reference/arithmetic.h"
 #include <limits>
 

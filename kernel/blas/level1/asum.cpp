@@ -1,5 +1,5 @@
 // sasum, dasum, scasum, dzasum: sums of |x[i]|, of |re| + |im| for complex numbers.
-#include "kernel/blas/level1/vector.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {
@@ -15,7 +15,7 @@ template <class T> real_of<T> asum_strided(tnk_int n, const T *x, tnk_int incx) 
 // vector are walked side by side: from memory two streams come faster than one.
 template <class R> R asum_contiguous(tnk_int n, const R *x) {
   using V = vec<R>;
-  constexpr tnk_int w = lanes<R>;
+  constexpr tnk_int w = per_vector<R>;
   const tnk_int head = elements_to_boundary<32>(x, n);
   const R sum = asum_strided(head, x, 1);
   x += head;

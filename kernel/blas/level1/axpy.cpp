@@ -71,8 +71,8 @@ void axpy(tnk_int n, float alpha, const float *x, tnk_int incx, float *y, tnk_in
 // Complex: Count vectors of pairs at once. All products come before the first sum, so that a pass has enough
 // independent work in view to keep both multipliers and both adders busy.
 template <int Count, class C> inline void add_scaled_pairs(C alpha, const C *x, C *y) {
-  using V = vec<real_of<C>>;
-  constexpr int pairs = elements_per_vector<C>;
+  using V = vec_of<C>;
+  constexpr int pairs = per_vector<C>;
   V sum[Count];
   for (int k = 0; k < Count; ++k) sum[k] = in_register(loadu<V>(x + k * pairs));
   for (int k = 0; k < Count; ++k) sum[k] = scaled(alpha, sum[k]);
@@ -85,7 +85,7 @@ template <int Count, class C> inline void add_scaled_pairs(C alpha, const C *x, 
 template <class C> void axpy(tnk_int n, C alpha, const C *x, tnk_int incx, C *y, tnk_int incy) {
   static_assert(is_complex<C>);
   if (incx != 1 || incy != 1) return axpy_strided(n, alpha, x, incx, y, incy);
-  constexpr int pairs = elements_per_vector<C>;
+  constexpr int pairs = per_vector<C>;
   in_passes<8, pairs>(
       n, elements_to_boundary<32>(y, n), 0, add_scaled(alpha, x, y),
       [=](tnk_int i) { add_scaled_pairs<1>(alpha, x + i, y + i); },

@@ -1,6 +1,5 @@
 // Sparse axpy: y[indx[i] - 1] += alpha x[i].
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {

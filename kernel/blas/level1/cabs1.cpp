@@ -1,6 +1,5 @@
 // scabs1, dcabs1: |re| + |im|.
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
 float tnk_blas_scabs1(const tnk_complex8 *x) {

@@ -18,20 +18,20 @@ template <class R> void copy_contiguous(tnk_int n, const R *x, R *y) {
   const auto one = [&](tnk_int i) { put(y + i, get(x + i)); };
   tnk_int peel = elements_to_boundary<16>(y, n);
   for (tnk_int i = 0; i < peel; ++i) one(i);
-  if (peel + half_lanes<R> <= n && !is_aligned_to(y + peel, 32)) {
+  if (peel + per_half<R> <= n && !is_aligned_to(y + peel, 32)) {
     store(y + peel, loadu<half<R>>(x + peel));
-    peel += half_lanes<R>;
+    peel += per_half<R>;
   }
   x += peel;
   y += peel;
   if (n * 2 * static_cast<tnk_int>(sizeof *x) <= cache_bytes)
-    in_passes<32 / lanes<R>, lanes<R>>(n - peel, 0, 0, one,
-                                       [=](tnk_int i) { store(y + i, loadu<vec<R>>(x + i)); });
+    in_passes<32 / per_vector<R>, per_vector<R>>(n - peel, 0, 0, one,
+                                                 [=](tnk_int i) { store(y + i, loadu<vec<R>>(x + i)); });
   else
-    in_passes<32 / lanes<R>, lanes<R>>(n - peel, 0, 0, one, [=](tnk_int i) {
+    in_passes<32 / per_vector<R>, per_vector<R>>(n - peel, 0, 0, one, [=](tnk_int i) {
       const vec<R> v = in_register(loadu<vec<R>>(x + i));
       store(y + i, low_half(v));
-      store(y + i + half_lanes<R>, high_half(v));
+      store(y + i + per_half<R>, high_half(v));
     });
 }
 

@@ -1,5 +1,5 @@
 // xsdot, xddot, cdotu, zdotu, xcdotc, zdotc: inner products.
-#include "kernel/blas/level1/vector.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {
@@ -124,7 +124,7 @@ inline tnk_complex8 sum_of_pairs(f32x8 v) {
 template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, const C *x, const C *y) {
   using R = real_of<C>;
   using V = vec<R>;
-  constexpr tnk_int w = lanes<R> / 2;
+  constexpr tnk_int w = per_vector<R> / 2;
   const tnk_int head = elements_to_boundary<32>(y, n);
   C sum = dot_scalar<First>(C{}, head, x, y);
   V straight[3] = {}, crossed[3] = {};

@@ -1,6 +1,5 @@
 // Sparse dot product: the sum of x[i] y[indx[i] - 1], the even and the odd terms summed apart and then added.
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {
@@ -30,8 +29,7 @@ C sparse_dot_complex(tnk_int nz, const C *x, const tnk_int *indx, const C *y) {
   tnk_int i = 0;
   for (; i + 2 <= nz; i += 2) {
     const V a = loadu<V>(x + i), b = load_pairs(at(y, get(indx + i) - 1), at(y, get(indx + i + 1) - 1));
-    const V im = conj == Conjugate::yes ? 0 - odd_lanes_twice(a) : odd_lanes_twice(a);
-    sum += complex_product(even_lanes_twice(a), im, b);
+    sum += times<C, conj == Conjugate::yes>(a, b);
   }
   C even{sum[0], sum[1]}, odd{sum[2], sum[3]};
   if (i < nz) {

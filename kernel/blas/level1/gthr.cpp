@@ -1,6 +1,6 @@
 // Gather: x[i] := y[indx[i] - 1], in the z forms with y[indx[i] - 1] := 0 right after it, so that a repeated
 // position gives its value once and then zeros.
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {
@@ -18,7 +18,7 @@ template <class T> void gather(tnk_int nz, const T *y, T *x, const tnk_int *indx
 // Whole aligned vectors take a quarter of the stores.
 void gather(tnk_int nz, const double *y, double *x, const tnk_int *indx) {
   if (is_aligned_to(x, sizeof(double))) {
-    const tnk_int peel = static_cast<tnk_int>(-address(x) % sizeof(f64x4) / sizeof(double));
+    const tnk_int peel = elements_to_boundary<32>(x);
     if (nz >= peel + 8) {
       gather_some(peel, y, x, indx);
       x += peel, indx += peel, nz -= peel;

@@ -1,5 +1,5 @@
 // isamax ... izamax, isamin ... izamin: the first element of extreme magnitude.
-#include "kernel/blas/level1/vector.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {

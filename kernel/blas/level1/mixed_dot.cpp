@@ -1,6 +1,6 @@
 // dsdot, sdsdot: inner products of single vectors in double precision. Each product is exact: 24 by 24 bits
 // fit in 53.
-#include "kernel/blas/level1/vector.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {

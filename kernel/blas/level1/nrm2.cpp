@@ -1,7 +1,7 @@
 // snrm2, dnrm2, scnrm2, dznrm2: the Euclidean norm by the scaled sum of squares.
 //
 // A division for each element and no vectors: the price of a sum safe from overflow and underflow.
-#include "kernel/blas/level1/vector.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {

@@ -3,8 +3,7 @@
 // Each pair depends on itself alone, so how many go at once does not change a result.
 #pragma once
 
-#include "kernel/blas/level1/vector.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 
 namespace tnk {
 

@@ -1,9 +1,7 @@
 // How the streaming kernels walk their vectors: a schedule of steps; a kernel says what one step does.
 #pragma once
 
-#include "kernel/blas/level1/vector.h"
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <algorithm>
 
 namespace tnk {
@@ -44,16 +42,5 @@ template <int Unroll, class One> inline void one_by_one(tnk_int n, One one) {
     for (int j = 0; j < Unroll; ++j) one(i + j);
   for (; i < n; ++i) one(i);
 }
-
-// alpha times a scalar or, lane by lane or pair by pair, a vector.
-template <class T, class X> inline X scaled(T alpha, X x) {
-  if constexpr (is_complex<T> && std::is_same_v<X, vec<real_of<T>>>)
-    return complex_product(splat<X>(alpha.re), splat<X>(alpha.im), in_register(x));
-  else
-    return alpha * x;
-}
-
-// Elements of T in a 256-bit vector: a complex one counts once.
-template <class T> constexpr int elements_per_vector = 32 / static_cast<int>(sizeof(T));
 
 } // namespace tnk

@@ -1,6 +1,6 @@
 // Plane rotation: (x, y) := (c x + s y, c y - conj(s) x). Each product is rounded before the sum.
 #include "kernel/blas/level1/pairs.h"
-#include "kernel/frame/complex.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {
@@ -21,7 +21,7 @@ void rotate(tnk_int n, T *x, tnk_int incx, T *y, tnk_int incy, real_of<T> c, rea
 }
 
 template <class C> void rotate_complex(tnk_int n, C *x, tnk_int incx, C *y, tnk_int incy, real_of<C> c, C s) {
-  using V = vec<real_of<C>>;
+  using V = vec_of<C>;
   const C sc = conjugate(s);
   const V s_re = splat<V>(s.re), s_im = splat<V>(s.im), sc_im = splat<V>(sc.im);
   const auto step = [=](auto &u, auto &v) {

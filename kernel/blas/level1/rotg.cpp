@@ -1,6 +1,5 @@
 // Set-up of a plane rotation: c, s and r with (c s; -conj(s) c) (a, b) = (r, 0).
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <cmath>
 #include <tnk/blas_level1.h>
 

@@ -1,5 +1,5 @@
 // Sparse plane rotation: x[i] := c x[i] + s y, y := (0 - s x[i]) + c y, with y for y[indx[i] - 1].
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {

@@ -1,6 +1,6 @@
 // Set-up of a modified plane rotation: H that zeroes the second component of (sqrt(d1) x1, sqrt(d2) y1)
 // without a square root. The new d1, d2 and x1 go with H.
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <cmath>
 #include <tnk/blas_level1.h>
 

@@ -12,8 +12,8 @@ template <int Unroll, class A, class T> void scale_strided(tnk_int n, A alpha, T
 }
 
 template <class T> void scale_contiguous(tnk_int n, T alpha, T *x) {
-  using V = vec<real_of<T>>;
-  in_passes<8, elements_per_vector<T>>(
+  using V = vec_of<T>;
+  in_passes<8, per_vector<T>>(
       n, elements_to_boundary<32>(x, n), 0, [=](tnk_int i) { put(x + i, alpha * get(x + i)); },
       [=](tnk_int i) { storeu(x + i, scaled(alpha, loadu<V>(x + i))); });
 }

@@ -1,5 +1,5 @@
 // Scatter: y[indx[i] - 1] := x[i].
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk {

@@ -18,7 +18,7 @@ template <class T> void swap_strided(tnk_int n, T *x, tnk_int incx, T *y, tnk_in
 template <class R> void swap(tnk_int n, R *x, tnk_int incx, R *y, tnk_int incy) {
   if (!is_contiguous(incx, incy) || !is_element_aligned(x) || !is_element_aligned(y))
     return swap_strided(n, x, incx, y, incy);
-  in_passes<8, lanes<R>>(
+  in_passes<8, per_vector<R>>(
       n, elements_to_boundary<32>(y, n), 0,
       [=](tnk_int i) {
         const R t = x[i];

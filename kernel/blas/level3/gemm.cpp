@@ -1,6 +1,6 @@
 // C := alpha op(A) op(B) + beta C: the choice between the plain and the packed path.
 #include "kernel/blas/level3/gemm.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 
 namespace tnk {
 namespace {

@@ -1,7 +1,7 @@
 // What the stages of the matrix product share: the entries of a type by one name, and the reading of options.
 #pragma once
 
-#include "kernel/frame/complex.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level3.h>
 
 namespace tnk {

@@ -1,8 +1,7 @@
 // Packing of the complex matrix product: blocks of A, times alpha, and of B into panels (tile.h has their layout). A panel
 // has its lanes (rows of A, columns of B) in pairs by part; conjugates are stored as 0 - im.
 #include "kernel/blas/level3/tile.h"
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/transpose.h"
 #include <tnk/blas_level3.h>
 
 namespace tnk {
@@ -15,15 +14,15 @@ namespace {
 
 // (0 - im) in place of im.
 TNK_INLINE f32x8 conjugate_pairs(f32x8 v) {
-  return _mm256_blend_ps(v, f32x8{} - v, 0xCC);
+  return blended<0xCC>(v, f32x8{} - v);
 }
 TNK_INLINE f64x4 conjugate_pairs(f64x4 v) {
-  return _mm256_blend_pd(v, f64x4{} - v, 0xC);
+  return blended<0xC>(v, f64x4{} - v);
 }
 
 // im im re re.
 TNK_INLINE f32x8 exchange_parts(f32x8 v) {
-  return _mm256_permute_ps(v, _MM_SHUFFLE(1, 0, 3, 2));
+  return swap_pairs(v);
 }
 TNK_INLINE f64x4 exchange_parts(f64x4 v) {
   return swap_halves(v);
@@ -40,17 +39,17 @@ TNK_INLINE f64x4 by_part(double a, double b) {
 // ---- What happens to an element on its way ----------------------------------------------------------------------
 
 template <class T, bool Conjugate> struct as_it_is {
-  using vector = vec<real_of<T>>;
+  using vector = vec_of<T>;
   TNK_INLINE T operator()(T x) const { return Conjugate ? conjugate(x) : x; }
   TNK_INLINE vector operator()(vector v) const { return Conjugate ? conjugate_pairs(v) : v; }
 };
 
 // alpha times the element, or times its conjugate. Adding -im * x.im is subtracting im * x.im, to the bit.
-template <class T, bool Conjugate> struct times {
-  using vector = vec<real_of<T>>;
+template <class T, bool Conjugate> struct times_alpha {
+  using vector = vec_of<T>;
   T alpha;
   vector re, im;
-  explicit TNK_INLINE times(T factor)
+  explicit TNK_INLINE times_alpha(T factor)
       : alpha(factor), re(by_part(factor.re, factor.re)), im(by_part(-factor.im, factor.im)) {}
   TNK_INLINE T operator()(T x) const { return alpha * (Conjugate ? conjugate(x) : x); }
   TNK_INLINE vector operator()(vector v) const {
@@ -61,34 +60,23 @@ template <class T, bool Conjugate> struct times {
 
 // ---- Two pairs or one --------------------------------------------------------------------------------------------
 
-// Four lanes at one step, neighbours in memory.
-TNK_INLINE f32x8 lanes_of_step(const tnk_complex8 *x) {
-  return _mm256_permute_ps(loadu<f32x8>(x), _MM_SHUFFLE(3, 1, 2, 0));
-}
-// Two lanes.
-TNK_INLINE f64x4 lanes_of_step(const tnk_complex16 *x) {
-  const f64x2 *const pairs = reinterpret_cast<const f64x2 *>(x);
-  return _mm256_shuffle_pd(_mm256_broadcast_pd(pairs), _mm256_broadcast_pd(pairs + 1), 0xC);
-}
-
 // Four steps of four lanes, each lane's steps neighbours in memory.
 template <class F> TNK_INLINE void transpose(const tnk_complex8 *x, tnk_int ld, float *to, F f) {
-  const f32x8 x0 = loadu<f32x8>(x), x1 = loadu<f32x8>(x + ld);
-  const f32x8 x2 = loadu<f32x8>(x + 2 * ld), x3 = loadu<f32x8>(x + 3 * ld);
-  const f32x8 first02 = f(f32x8(_mm256_unpacklo_ps(x0, x1))), first13 = f(f32x8(_mm256_unpackhi_ps(x0, x1)));
-  const f32x8 last02 = f(f32x8(_mm256_unpacklo_ps(x2, x3))), last13 = f(f32x8(_mm256_unpackhi_ps(x2, x3)));
-  storeu(to, f32x8(_mm256_permute2f128_ps(first02, last02, 0x20)));
-  storeu(to + 8, f32x8(_mm256_permute2f128_ps(first13, last13, 0x20)));
-  storeu(to + 16, f32x8(_mm256_permute2f128_ps(first02, last02, 0x31)));
-  storeu(to + 24, f32x8(_mm256_permute2f128_ps(first13, last13, 0x31)));
+  f32x8 x0 = loadu<f32x8>(x), x1 = loadu<f32x8>(x + ld);
+  f32x8 x2 = loadu<f32x8>(x + 2 * ld), x3 = loadu<f32x8>(x + 3 * ld);
+  transpose_by_part(x0, x1, x2, x3);
+  storeu(to, f(x0));
+  storeu(to + 8, f(x1));
+  storeu(to + 16, f(x2));
+  storeu(to + 24, f(x3));
 }
 // Two steps of two lanes; steps of the panel stand `step` doubles apart.
 template <class F>
 TNK_INLINE void transpose(const tnk_complex16 *x, tnk_int ld, double *to, tnk_int step, F f) {
-  const f64x4 x0 = loadu<f64x4>(x), x1 = loadu<f64x4>(x + ld);
-  const f64x4 re = _mm256_unpacklo_pd(x0, x1), im = _mm256_unpackhi_pd(x0, x1);
-  storeu(to, f(f64x4(_mm256_permute2f128_pd(re, im, 0x20))));
-  storeu(to + step, f(f64x4(_mm256_permute2f128_pd(re, im, 0x31))));
+  f64x4 x0 = loadu<f64x4>(x), x1 = loadu<f64x4>(x + ld);
+  transpose_by_part(x0, x1);
+  storeu(to, f(x0));
+  storeu(to + step, f(x1));
 }
 
 // ---- Panels ---------------------------------------------------------------------------------------------------------
@@ -100,7 +88,7 @@ template <class T> TNK_INLINE void put_lane(real_of<T> *step, tnk_int lane, T x)
 }
 
 // Vectors that a step of W lanes takes.
-template <class T, int W> constexpr int vectors = 2 * W / lanes<real_of<T>>;
+template <class T, int W> constexpr int vectors = 2 * W / per_vector<real_of<T>>;
 
 // Steps from `steps` to the next multiple of 4: zeros in all lanes.
 template <class T, int W> void pad(tnk_int steps, T *panel) {
@@ -133,8 +121,8 @@ void pack_lanes(tnk_int count, tnk_int steps, const T *x, tnk_int ld, T *panels,
       real *to = reinterpret_cast<real *>(panels + p * stride + l0 * W);
       const T *from = x + p * W + l0 * ld;
       for (tnk_int l = l0; l < end; ++l, from += ld)
-        for (int v = 0; v < vectors<T, W>; ++v, to += lanes<real>)
-          storeu(to, f(lanes_of_step(from + v * lanes<real> / 2)));
+        for (int v = 0; v < vectors<T, W>; ++v, to += per_vector<real>)
+          storeu(to, f(load_by_part(reinterpret_cast<const real *>(from) + v * per_vector<real>)));
     }
   }
   for (tnk_int p = 0; p < whole; ++p) pad<T, W>(steps, panels + p * stride);
@@ -146,7 +134,7 @@ void pack_lanes(tnk_int count, tnk_int steps, const T *x, tnk_int ld, T *panels,
 template <class T, int W, bool Zero, class F>
 void pack_steps(tnk_int count, tnk_int steps, const T *x, tnk_int ld, T *panels, tnk_int stride, F f) {
   using real = real_of<T>;
-  constexpr int at_once = lanes<real> / 2; // steps of a vector
+  constexpr int at_once = per_vector<real> / 2; // steps of a vector
   const tnk_int whole = count / W;
   for (tnk_int p = 0; p < whole; ++p, x += W * ld, panels += stride) {
     real *to = reinterpret_cast<real *>(panels);
@@ -168,7 +156,7 @@ template <class T, bool Transposed, bool Conjugate>
 void pack_a(tnk_int rows, tnk_int steps, const T *a, tnk_int lda, T *panels, tnk_int stride, const T *alpha) {
   constexpr int mr = gemm_tile<T>::mr;
   if (rows < 1 || steps < 1) return;
-  const times<T, Conjugate> f(get(alpha));
+  const times_alpha<T, Conjugate> f(get(alpha));
   if constexpr (Transposed)
     pack_steps<T, mr, false>(rows, steps, a, lda, panels, stride, f);
   else

@@ -34,19 +34,6 @@ TNK_INLINE f32x4 evens_odds_back(f32x4 a, f32x4 b) {
   return _mm_shuffle_ps(a, b, _MM_SHUFFLE(1, 3, 0, 2));
 }
 
-TNK_INLINE f32x8 join_low(f32x8 a, f32x8 b) {
-  return _mm256_permute2f128_ps(a, b, 0x20);
-}
-TNK_INLINE f64x4 join_low(f64x4 a, f64x4 b) {
-  return _mm256_permute2f128_pd(a, b, 0x20);
-}
-TNK_INLINE f32x8 join_high(f32x8 a, f32x8 b) {
-  return _mm256_permute2f128_ps(a, b, 0x31);
-}
-TNK_INLINE f64x4 join_high(f64x4 a, f64x4 b) {
-  return _mm256_permute2f128_pd(a, b, 0x31);
-}
-
 // ---- A tile -----------------------------------------------------------------------------------------------------
 
 // The sums of one group of rows: its real and its imaginary parts times two vectors of B. A group is two rows in single
@@ -147,10 +134,10 @@ template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
       put_column(c, up02, low02, add);
       if constexpr (Columns == 2) put_column(c + ldc, up13, low13, add);
     } else if constexpr (Rows == 4) {
-      put_sum(c, join_low(up02, low02), add);
-      put_sum(c + ldc, join_low(up13, low13), add);
-      put_sum(c + 2 * ldc, join_high(up02, low02), add);
-      if constexpr (Columns == 4) put_sum(c + 3 * ldc, join_high(up13, low13), add);
+      put_sum(c, low_halves(up02, low02), add);
+      put_sum(c + ldc, low_halves(up13, low13), add);
+      put_sum(c + 2 * ldc, high_halves(up02, low02), add);
+      if constexpr (Columns == 4) put_sum(c + 3 * ldc, high_halves(up13, low13), add);
     } else {
       put_column(c, low_half(up02), low_half(low02), add);
       put_column(c + ldc, low_half(up13), low_half(low13), add);
@@ -188,8 +175,8 @@ template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
   static TNK_INLINE void put_columns(tnk_complex16 *c, tnk_int ldc, bool two, f64x4 up_re, f64x4 up_im,
                                      f64x4 low_re, f64x4 low_im, bool add) {
     if constexpr (Rows == 2) {
-      const f64x4 re = join_low(up_re, low_re) - join_high(up_im, low_im);
-      const f64x4 im = join_high(up_re, low_re) + join_low(up_im, low_im);
+      const f64x4 re = low_halves(up_re, low_re) - high_halves(up_im, low_im);
+      const f64x4 im = high_halves(up_re, low_re) + low_halves(up_im, low_im);
       put_sum(c, f64x4(_mm256_unpacklo_pd(re, im)), add);
       if (two) put_sum(c + ldc, f64x4(_mm256_unpackhi_pd(re, im)), add);
     } else {

@@ -5,7 +5,7 @@
 // does not depend on how the caller slices the product.
 #include "kernel/blas/level3/passes.h"
 #include "kernel/blas/level3/tile.h"
-#include "kernel/blas/level3/transpose.h"
+#include "kernel/frame/transpose.h"
 #include <tnk/blas_level3.h>
 #include <utility>
 
@@ -172,7 +172,7 @@ template <int M, class T>
 void edge(bool add, tnk_int n, tnk_int k, const T *a, const T *b, tnk_int b_stride, T *c, tnk_int ldc) {
   tnk_int j = 0;
   for (; j + nr<T> <= n; j += nr<T>, b += b_stride)
-    edge_tile<vec<T>, M, nr<T> / lanes<T>>(add, nr<T>, k, a, b, c + j * ldc, ldc);
+    edge_tile<vec<T>, M, nr<T> / per_vector<T>>(add, nr<T>, k, a, b, c + j * ldc, ldc);
   for (; j < n; j += group, b += group * k)
     edge_tile<quad<T>, M, 1>(add, n - j < group ? n - j : group, k, a, b, c + j * ldc, ldc);
 }

@@ -1,6 +1,6 @@
 // C := beta C.
 #include "kernel/blas/level3/gemm.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 
 namespace tnk {
 namespace {
@@ -9,7 +9,7 @@ namespace {
 // one the scalar steps up to there would cost more than the boundary saves.
 template <class T, class Scalar, class Vector>
 inline void over_column(tnk_int m, T *c, Scalar scalar, Vector vector) {
-  constexpr tnk_int block = 16, step = 32 / static_cast<tnk_int>(sizeof(T));
+  constexpr tnk_int block = 16, step = per_vector<T>;
   tnk_int i = 0;
   if (m >= 8 * block && is_aligned_to(c, sizeof(T)))
     for (; !is_aligned_to(c + i, 32); ++i) scalar(c + i);
@@ -20,21 +20,16 @@ inline void over_column(tnk_int m, T *c, Scalar scalar, Vector vector) {
 }
 
 template <class T> void mscale(tnk_int m, tnk_int n, T beta, T *c, tnk_int ldc) {
-  using R = real_of<T>;
-  using V = vec<R>;
+  using V = vec_of<T>;
   if (m < 1 || n < 1) return;
   if (ldc == m) m *= n, n = 1; // no gaps: one column
   for (tnk_int j = 0; j < n; ++j, c += ldc) {
     if (is_zero(beta)) {
       over_column(
           m, c, [](T *x) { put(x, T{}); }, [](T *x) { storeu(x, V{}); });
-    } else if constexpr (is_complex<T>) {
-      over_column(
-          m, c, [=](T *x) { put(x, beta * get(x)); },
-          [=](T *x) { storeu(x, complex_product(splat<V>(beta.re), splat<V>(beta.im), loadu<V>(x))); });
     } else {
       over_column(
-          m, c, [=](T *x) { put(x, beta * get(x)); }, [=](T *x) { storeu(x, beta * loadu<V>(x)); });
+          m, c, [=](T *x) { put(x, beta * get(x)); }, [=](T *x) { storeu(x, scaled(beta, loadu<V>(x))); });
     }
   }
 }

@@ -4,7 +4,7 @@
 // or along it (the values of one row or column are: A transposed, B as it is). Both are read in the order of
 // memory.
 #include "kernel/blas/level3/tile.h"
-#include "kernel/blas/level3/transpose.h"
+#include "kernel/frame/transpose.h"
 #include <tnk/blas_level3.h>
 #include <type_traits>
 
@@ -63,7 +63,7 @@ void pack_across(tnk_int steps, const T *source, tnk_int ld, T *panel, tnk_int s
 
 // Four floats each in the two halves of a vector.
 inline f32x8 load_halves(const float *low, const float *high) {
-  return _mm256_insertf128_ps(_mm256_castps128_ps256(loadu<f32x4>(low)), loadu<f32x4>(high), 1);
+  return joined(loadu<f32x4>(low), loadu<f32x4>(high));
 }
 
 // Four steps of a panel of a source that runs along it.

@@ -2,7 +2,7 @@
 // operands packed; versions differ in what they pack as a whole and what they pass through the work buffer, a few
 // panels at a time.
 #include "kernel/blas/level3/gemm.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <algorithm>
 #include <tnk/services.h>
 

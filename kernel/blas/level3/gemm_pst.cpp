@@ -5,7 +5,7 @@
 // there C' is computed with the operands exchanged) or, where only k lies together in both, along k (TN). Ends are
 // masked vectors, so an element has the same sum wherever it stands.
 #include "kernel/blas/level3/gemm.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/mask.h"
 
 namespace tnk {
 namespace {
@@ -21,31 +21,22 @@ template <class T> struct update {
     else
       put(c, (is_one(beta) ? get(c) : beta * get(c)) + product);
   }
-  static vec<real_of<T>> times(T x, vec<real_of<T>> v) {
-    using V = vec<real_of<T>>;
-    if constexpr (is_complex<T>)
-      return complex_product(splat<V>(x.re), splat<V>(x.im), v);
-    else
-      return x * v;
-  }
-  void vector(T *c, vec<real_of<T>> sum) const {
-    using V = vec<real_of<T>>;
-    const V product = times(alpha, sum);
+  void vector(T *c, vec_of<T> sum) const {
+    using V = vec_of<T>;
+    const V product = scaled(alpha, sum);
     if (is_zero(beta))
       storeu(c, product);
     else
-      storeu(c, (is_one(beta) ? loadu<V>(c) : times(beta, loadu<V>(c))) + product);
+      storeu(c, (is_one(beta) ? loadu<V>(c) : scaled(beta, loadu<V>(c))) + product);
   }
 };
 
-template <class T> constexpr int elements = 32 / static_cast<int>(sizeof(T));
-
-// `elements` of them, or those of the mask.
-template <class T, bool Masked> inline vec<real_of<T>> load_some(const T *p, lane_mask mask) {
+// A vector of them, or its start.
+template <class T, bool Masked> inline vec_of<T> load_some(const T *p, const vector_start &start) {
   if constexpr (Masked)
-    return loadu_masked(reinterpret_cast<const real_of<T> *>(p), mask);
+    return load_first<vec_of<T>>(p, start);
   else
-    return loadu<vec<real_of<T>>>(p);
+    return loadu<vec_of<T>>(p);
 }
 
 // ---- Sums with vectors across k: X (vectors by k) Y (k by columns) ------------------------------------------------
@@ -66,10 +57,10 @@ template <class T> struct outer_operands {
 // two vectors: x times the real parts of y and x times the imaginary parts. conj(x) y is had as conj(x conj(y)).
 template <int Vectors, int Columns, bool ConjX, bool ConjY, class T>
 void outer_tile(const outer_operands<T> &p, tnk_int row, tnk_int column, tnk_int rows, const update<T> &to) {
-  using V = vec<real_of<T>>;
+  using V = vec_of<T>;
   constexpr int parts = is_complex<T> ? 2 : 1;
   constexpr bool masked = Vectors == 1;
-  const lane_mask mask = first_lanes<T>(masked ? rows : elements<T>);
+  const vector_start start = start_of<T>(masked ? rows : per_vector<T>);
   const T *x = p.x + row, *y = p.y + column * p.y_column;
   V sum[Columns][Vectors][parts] = {};
 
@@ -77,7 +68,7 @@ void outer_tile(const outer_operands<T> &p, tnk_int row, tnk_int column, tnk_int
     struct {
       V part[parts];
     } t;
-    const V a = load_some<T, masked>(x + l * p.ldx + v * elements<T>, mask);
+    const V a = load_some<T, masked>(x + l * p.ldx + v * per_vector<T>, start);
     const T b = get(y + l * p.y_step + j * p.y_column);
     if constexpr (is_complex<T>) {
       t.part[0] = a * splat<V>(b.re);
@@ -105,13 +96,13 @@ void outer_tile(const outer_operands<T> &p, tnk_int row, tnk_int column, tnk_int
     for (int v = 0; v < Vectors; ++v) {
       V s = sum[j][v][0];
       if constexpr (is_complex<T>) s = addsub(s, swap_neighbours(sum[j][v][1]));
-      T *c = p.c + (row + v * elements<T>)*p.c_row + (column + j) * p.c_column;
-      if (!ConjX && p.c_row == 1 && (!masked || rows == elements<T>)) {
+      T *c = p.c + (row + v * per_vector<T>)*p.c_row + (column + j) * p.c_column;
+      if (!ConjX && p.c_row == 1 && (!masked || rows == per_vector<T>)) {
         to.vector(c, s);
       } else {
-        T lane[elements<T>];
+        T lane[per_vector<T>];
         storeu(lane, s);
-        for (tnk_int r = 0; r < (masked ? rows : elements<T>); ++r)
+        for (tnk_int r = 0; r < (masked ? rows : per_vector<T>); ++r)
           to.element(c + r * p.c_row, ConjX ? conjugate(lane[r]) : lane[r]);
       }
     }
@@ -120,7 +111,7 @@ void outer_tile(const outer_operands<T> &p, tnk_int row, tnk_int column, tnk_int
 // Blocks of rows outside: what a block reads of X stays in the cache while the columns pass.
 template <bool ConjX, bool ConjY, class T>
 void outer(const outer_operands<T> &p, tnk_int rows, tnk_int columns, const update<T> &to) {
-  constexpr int vectors = is_complex<T> ? 2 : 4, e = elements<T>;
+  constexpr int vectors = is_complex<T> ? 2 : 4, e = per_vector<T>;
   const auto over_columns = [&](auto two, auto one_column) {
     tnk_int j = 0;
     for (; j + 2 <= columns; j += 2) two(j);
@@ -148,11 +139,11 @@ void inner_tile(tnk_int k, const T *a, tnk_int lda, const T *b, tnk_int ldb, T *
   using V = vec<R>;
   constexpr int parts = is_complex<T> ? 2 : 1;
   V sum[Rows][Columns][parts] = {};
-  const auto step = [&](tnk_int l, auto masked, lane_mask mask) {
+  const auto step = [&](tnk_int l, auto masked, const vector_start &start) {
     V x[Rows];
-    for (int i = 0; i < Rows; ++i) x[i] = load_some<T, masked>(a + l + i * lda, mask);
+    for (int i = 0; i < Rows; ++i) x[i] = load_some<T, masked>(a + l + i * lda, start);
     for (int j = 0; j < Columns; ++j) {
-      const V y = load_some<T, masked>(b + l + j * ldb, mask);
+      const V y = load_some<T, masked>(b + l + j * ldb, start);
       for (int i = 0; i < Rows; ++i) {
         sum[i][j][0] += x[i] * y;
         if constexpr (is_complex<T>) sum[i][j][1] += x[i] * swap_neighbours(y);
@@ -160,17 +151,17 @@ void inner_tile(tnk_int k, const T *a, tnk_int lda, const T *b, tnk_int ldb, T *
     }
   };
   tnk_int l = 0;
-  for (; l + elements<T> <= k; l += elements<T>) step(l, std::false_type{}, lane_mask{});
-  if (l < k) step(l, std::true_type{}, first_lanes<T>(k - l));
+  for (; l + per_vector<T> <= k; l += per_vector<T>) step(l, std::false_type{}, vector_start{});
+  if (l < k) step(l, std::true_type{}, start_of<T>(k - l));
 
   for (int j = 0; j < Columns; ++j)
     for (int i = 0; i < Rows; ++i) {
       T s;
       if constexpr (is_complex<T>) {
-        R lane[2][lanes<R>], same = 0, mixed = 0;
+        R lane[2][per_vector<R>], same = 0, mixed = 0;
         storeu(lane[0], sum[i][j][0]);
         storeu(lane[1], sum[i][j][1]);
-        for (int e = 0; e < lanes<R>; e += 2) {
+        for (int e = 0; e < per_vector<R>; e += 2) {
           same += ConjA == ConjB ? lane[0][e] - lane[0][e + 1] : lane[0][e] + lane[0][e + 1];
           mixed += (ConjB ? -lane[1][e] : lane[1][e]) + (ConjA ? -lane[1][e + 1] : lane[1][e + 1]);
         }

@@ -1,6 +1,6 @@
 // The stages of the matrix product around its loops: the descriptor, the sizes of blocks, the buffers.
 #include "kernel/blas/level3/gemm.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <algorithm>
 #include <cstdint>
 #include <tnk/services.h>

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "kernel/blas/level3/tile.h"
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <tnk/blas_level3.h>
 
 namespace tnk {

@@ -18,7 +18,7 @@
 // them back take a twentieth of the time.
 #pragma once
 
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 #include <tnk/types.h>
 #include <type_traits>
 

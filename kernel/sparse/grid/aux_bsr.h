@@ -1,8 +1,7 @@
 // Square blocks in compressed rows or columns, and the quotient that sweeps and divisions by diagonals share.
 #pragma once
 
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include "kernel/sparse/grid/wrapped.h"
 #include <tnk/spblas_aux.h>
 

@@ -1,5 +1,5 @@
 // The stored diagonals of a triangle.
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <algorithm>
 #include <tnk/spblas_aux.h>
 

@@ -1,6 +1,5 @@
 // Private outputs added up. Each element gets the parts in their order, however many elements are taken at a time.
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include "kernel/sparse/grid/wrapped.h"
 #include <tnk/spblas_aux.h>
 

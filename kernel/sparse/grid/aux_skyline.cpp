@@ -1,39 +1,21 @@
 // Skyline products: dense runs that end at the diagonal, handed to the dense routines.
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
+#include "kernel/frame/host_blas.h"
 #include "kernel/sparse/grid/wrapped.h"
-#include <tnk/blas.h>
 #include <tnk/spblas_aux.h>
 
 namespace tnk {
 namespace {
 
-constexpr tnk_int adjacent = 1;
-
-float dot(tnk_int n, const float *x, const float *y) {
-  return tnk_blas_sdot(&n, x, &adjacent, y, &adjacent);
-}
-double dot(tnk_int n, const double *x, const double *y) {
-  return tnk_blas_ddot(&n, x, &adjacent, y, &adjacent);
-}
 // The host has no complex dot product without conjugation for kernels to call.
-template <class C> if_complex<C> dot(tnk_int n, const C *x, const C *y) {
-  C sum{};
-  for (tnk_int i = 0; i < n; ++i) sum += get(x + i) * get(y + i);
-  return sum;
-}
-
-void axpy(tnk_int n, float a, const float *x, float *y) {
-  tnk_blas_saxpy(&n, &a, x, &adjacent, y, &adjacent);
-}
-void axpy(tnk_int n, double a, const double *x, double *y) {
-  tnk_blas_daxpy(&n, &a, x, &adjacent, y, &adjacent);
-}
-void axpy(tnk_int n, tnk_complex8 a, const tnk_complex8 *x, tnk_complex8 *y) {
-  tnk_blas_caxpy(&n, &a, x, &adjacent, y, &adjacent);
-}
-void axpy(tnk_int n, tnk_complex16 a, const tnk_complex16 *x, tnk_complex16 *y) {
-  tnk_blas_zaxpy(&n, &a, x, &adjacent, y, &adjacent);
+template <class T> T dot(tnk_int n, const T *x, const T *y) {
+  if constexpr (is_complex<T>) {
+    T sum{};
+    for (tnk_int i = 0; i < n; ++i) sum += get(x + i) * get(y + i);
+    return sum;
+  } else {
+    return host_dot(n, x, y);
+  }
 }
 
 template <class T, class I> struct Skyline {
@@ -65,7 +47,7 @@ template <class T, class I, class Visit> void for_each_run(const Skyline<T, I> &
 template <class T, class I> void add_identity(const Skyline<T, I> &job) {
   // A negative number of rows is none here; the public routine would report it.
   for (I q = 0; job.m > 0 && q < job.nrhs; ++q)
-    axpy(job.m, job.alpha, job.b + wrapped_product(q, job.ldb), job.c + wrapped_product(q, job.ldc));
+    host_axpy(job.m, job.alpha, job.b + wrapped_product(q, job.ldb), job.c + wrapped_product(q, job.ldc));
 }
 
 // Runs are rows of the operand: sums. Without their diagonal when `strict`.
@@ -77,7 +59,7 @@ template <class T, class I> void add_rows(const Skyline<T, I> &job, bool strict)
 // Runs are columns of the operand: multiples of them.
 template <class T, class I> void add_columns(const Skyline<T, I> &job, bool strict) {
   for_each_run(job, [=](const T *run, I length, const T *b, T *c) {
-    axpy(length - strict, job.alpha * get(b + length - 1), run, c);
+    host_axpy(length - strict, job.alpha * get(b + length - 1), run, c);
   });
 }
 

@@ -1,5 +1,5 @@
 // Rows sorted by column, values in step.
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <tnk/spblas_aux.h>
 
 namespace tnk {

@@ -1,6 +1,5 @@
 // Vectors and scalars as the outer routine prepares them: cleared, one, negated, tested for zero.
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/element.h"
 #include <tnk/spblas_aux.h>
 
 namespace tnk {

@@ -27,26 +27,27 @@ template <class T, class I> inline const T *block_at(const T *values, I position
 // ---- Vectors of a fixed number of elements ------------------------------------------------------------------------
 
 template <class T, int Size> struct Piece {
-  static constexpr int whole = Size / per_group<T>, rest = Size % per_group<T> * static_cast<int>(sizeof(T));
-  side_by_side<T> part[whole + (rest != 0)];
+  static constexpr int whole = Size / per_vector<T>, rest = Size % per_vector<T>;
+  vec_of<T> part[whole + (rest != 0)];
 };
 template <class T, int Size> inline Piece<T, Size> load_piece(const T *p) {
   using P = Piece<T, Size>;
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   P piece;
-  for (int k = 0; k < P::whole; ++k) piece.part[k] = loadu<V>(p + k * per_group<T>);
+  for (int k = 0; k < P::whole; ++k) piece.part[k] = loadu<V>(p + k * per_vector<T>);
   if constexpr (P::rest != 0)
-    piece.part[P::whole] = load_first<V>(p + P::whole * per_group<T>, first_bytes(P::rest));
+    piece.part[P::whole] = load_first<V>(p + P::whole * per_vector<T>, start_of<T>(P::rest));
   return piece;
 }
 template <class T, int Size> inline void store_piece(T *p, const Piece<T, Size> &piece) {
   using P = Piece<T, Size>;
-  for (int k = 0; k < P::whole; ++k) storeu(p + k * per_group<T>, piece.part[k]);
-  if constexpr (P::rest != 0) store_first(p + P::whole * per_group<T>, piece.part[P::whole], P::rest);
+  for (int k = 0; k < P::whole; ++k) storeu(p + k * per_vector<T>, piece.part[k]);
+  if constexpr (P::rest != 0)
+    store_first(p + P::whole * per_vector<T>, piece.part[P::whole], start_of<T>(P::rest));
 }
 // target += a * x, the one a for all.
 template <class T, int Size>
-inline void add_multiple(Piece<T, Size> &target, side_by_side<T> a, const Piece<T, Size> &x) {
+inline void add_multiple(Piece<T, Size> &target, vec_of<T> a, const Piece<T, Size> &x) {
   int k = 0;
   for (auto &part : target.part) part += times<T>(a, x.part[k++]);
 }
@@ -56,7 +57,7 @@ template <class T, int Size> inline void add(Piece<T, Size> &target, const Piece
 }
 template <class T, int Size>
 inline in_lanes<T> sum_of_products(const Piece<T, Size> &a, const Piece<T, Size> &x) {
-  side_by_side<T> sum = times<T>(a.part[0], x.part[0]);
+  vec_of<T> sum = times<T>(a.part[0], x.part[0]);
   for (int k = 1; k < Piece<T, Size>::whole + (Piece<T, Size>::rest != 0); ++k)
     sum += times<T>(a.part[k], x.part[k]);
   return sum_of_group<T>(sum);
@@ -144,7 +145,7 @@ template <class Name, int Size, class T, class I>
 // them.
 template <class T, class I>
 inline void add_block(const Run<T, I> &run, I size, const T *block, const T *x, T *y) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   I l = 0;
   for (; size - l >= 4; l += 4) {
     const T *line[4];
@@ -153,17 +154,17 @@ inline void add_block(const Run<T, I> &run, I size, const T *block, const T *x, 
       line[k] = block + wrapped_product<I>(l + k, size);
       t[k] = in_every_element<T>(fetch(x + l + k));
     }
-    for (I e = 0; e < run.whole; e += per_group<T>) {
+    for (I e = 0; e < run.whole; e += per_vector<T>) {
       V products[4];
       for (int k = 0; k < 4; ++k) products[k] = times<T>(t[k], loadu<V>(line[k] + e));
       storeu(y + e, loadu<V>(y + e) + ((products[0] + products[1]) + (products[2] + products[3])));
     }
-    if (run.rest != 0) {
+    if (run.rest.bytes != 0) {
       V products[4];
-      for (int k = 0; k < 4; ++k) products[k] = times<T>(t[k], load_first<V>(line[k] + run.whole, run.mask));
+      for (int k = 0; k < 4; ++k) products[k] = times<T>(t[k], load_first<V>(line[k] + run.whole, run.rest));
       T *const tail = y + run.whole;
       store_first(tail,
-                  load_first<V>(tail, run.mask) + ((products[0] + products[1]) + (products[2] + products[3])),
+                  load_first<V>(tail, run.rest) + ((products[0] + products[1]) + (products[2] + products[3])),
                   run.rest);
     }
   }

@@ -121,8 +121,7 @@ template <class Name, class T, class I>
 inline void coo_mv_seq(I m, const T *alpha, const Triples<T, I> &matrix, I nnz, const T *x, T *y) {
   if (m <= 0) return;
   if constexpr (Name::unit) {
-    const tnk_int n = m, one = 1;
-    blas_axpy(&n, alpha, x, &one, y, &one);
+    host_axpy(m, get(alpha), x, y);
   } else {
     const I all = 1;
     coo_mv_par<Name>(&all, &nnz, m, alpha, matrix, nnz, x, y);
@@ -144,8 +143,8 @@ inline void coo_mm_par(const I *first, const I *last, const I *m, const T *alpha
     const tnk_int n = rows, incb = columns ? 1 : *ldb, incc = columns ? 1 : *ldc;
     // A negative number of rows is none here; the public routine would report it.
     for (I side = begin; rows > 0 && side < *last; ++side)
-      blas_axpy(&n, alpha, b + (columns ? wrapped_product(side, *ldb) : side), &incb,
-                c + (columns ? wrapped_product(side, *ldc) : side), &incc);
+      host_blas<T>::axpy(&n, alpha, b + (columns ? wrapped_product(side, *ldb) : side), &incb,
+                         c + (columns ? wrapped_product(side, *ldc) : side), &incc);
   } else if constexpr (Name::base == 1) {
     each_group_of<2>(begin, *last, [&](auto count, I column) {
       Vectors<T, count()> at, shifted;

@@ -112,8 +112,8 @@ inline void csr_mm_seq(const I *m, const I *nrhs, const T *alpha, const Compress
   if constexpr (Name::unit) {
     const tnk_int count = *m, incb = b_row, incc = c_row;
     for (I side = 0; side < *nrhs; ++side)
-      blas_axpy(&count, alpha, b + wrapped_product(side, b_side), &incb, c + wrapped_product(side, c_side),
-                &incc);
+      host_blas<T>::axpy(&count, alpha, b + wrapped_product(side, b_side), &incb,
+                         c + wrapped_product(side, c_side), &incc);
   } else {
     multiply_diagonal<Name::conjugated, T, I>(
         {matrix, get(matrix.row_start), 0, *m, Name::base, fetch(alpha), b, c}, *nrhs, b_row, b_side, c_row,

@@ -30,8 +30,8 @@ template <int R, class T, class I> inline Columns<T, R> columns_of(const MmJob<T
 // one by one.
 template <bool Conj, bool Folded, class T, class I, int R>
 inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, const Columns<T, R> &at) {
-  using V = side_by_side<T>;
-  constexpr int round = (is_complex<T> ? 8 : 16) * (Folded ? 2 : 1), at_once = 2 * per_group<T>;
+  using V = vec_of<T>;
+  constexpr int round = (is_complex<T> ? 8 : 16) * (Folded ? 2 : 1), at_once = 2 * per_vector<T>;
   const auto value = [&](auto a, [[maybe_unused]] auto alphas) {
     if constexpr (Folded)
       return times<T, Conj>(a, alphas);
@@ -50,7 +50,7 @@ inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, co
   };
   if (row.count >= round) {
     const bool aligned = is_aligned_to(row.values, sizeof(T));
-    const I peel = boundary_peel<T, I>(row.values);
+    const auto peel = static_cast<I>(elements_to_boundary<32>(row.values));
     if (row.count - peel >= round && (aligned || is_complex<T>)) {
       one_by_one(peel);
       const V alphas = in_every_element<T>(alpha);
@@ -58,9 +58,9 @@ inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, co
       for (const I end = p + (row.count - p) / round * round; p < end; p += at_once) {
         fetch_ahead<at_once>(row.values + p, row.columns + p);
         for (int k = 0; k < 2; ++k) {
-          const V a = value(loadu<V>(row.values + p + k * per_group<T>), alphas);
+          const V a = value(loadu<V>(row.values + p + k * per_vector<T>), alphas);
           for (int r = 0; r < R; ++r)
-            acc[r][k] += times<T, conj>(a, gather_group(at.b[r], row.columns + p + k * per_group<T>));
+            acc[r][k] += times<T, conj>(a, gather_group(at.b[r], row.columns + p + k * per_vector<T>));
         }
       }
       for (int r = 0; r < R; ++r)

@@ -14,46 +14,44 @@ template <class T, class I, bool Whole> struct Group {
   I ldb;
   T *c;
   I ldc;
-  int bytes;
-  i32x8 mask;
+  vector_start start;
 };
 
-template <class T, class I, bool Whole>
-inline side_by_side<T> load(const Group<T, I, Whole> &group, const T *p) {
+template <class T, class I, bool Whole> inline vec_of<T> load(const Group<T, I, Whole> &group, const T *p) {
   if constexpr (Whole)
-    return loadu<side_by_side<T>>(p);
+    return loadu<vec_of<T>>(p);
   else
-    return load_first<side_by_side<T>>(p, group.mask);
+    return load_first<vec_of<T>>(p, group.start);
 }
-template <class T, class I, bool Whole> inline side_by_side<T> b_row(const Group<T, I, Whole> &group, I j) {
+template <class T, class I, bool Whole> inline vec_of<T> b_row(const Group<T, I, Whole> &group, I j) {
   return load(group, group.b + wrapped_product(j, group.ldb));
 }
 template <class T, class I, bool Whole>
-inline void add_to_c_row(const Group<T, I, Whole> &group, I j, side_by_side<T> v) {
+inline void add_to_c_row(const Group<T, I, Whole> &group, I j, vec_of<T> v) {
   T *const p = group.c + wrapped_product(j, group.ldc);
-  const side_by_side<T> sum = load(group, p) + v;
+  const vec_of<T> sum = load(group, p) + v;
   if constexpr (Whole)
     storeu(p, sum);
   else
-    store_first(p, sum, group.bytes);
+    store_first(p, sum, group.start);
 }
 
 // body(group)
 template <class T, class I, class Body>
 [[gnu::always_inline]] inline void each_group(const MmJob<T, I> &job, Body body) {
   I column = job.first;
-  for (; job.last - column >= per_group<T>; column += per_group<T>)
-    body(Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, 32, {}});
+  for (; job.last - column >= per_vector<T>; column += per_vector<T>)
+    body(Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, {}});
   if (column < job.last) {
-    const int bytes = static_cast<int>(job.last - column) * static_cast<int>(sizeof(T));
-    body(Group<T, I, false>{job.b + column, job.ldb, job.c + column, job.ldc, bytes, first_bytes(bytes)});
+    body(
+        Group<T, I, false>{job.b + column, job.ldb, job.c + column, job.ldc, start_of<T>(job.last - column)});
   }
 }
 
 // Four sums, combined one after another; then the entries that are left, one by one.
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general(RowLayout, const MmJob<T, I> &given) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   const MmJob<T, I> job = given; // a copy of its own, which no store to c can change
   const V alpha = in_every_element<T>(job.alpha);
   each_group(job, [&](auto group) {
@@ -75,7 +73,7 @@ template <bool Conj, class T, class I>
 
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general_transposed(RowLayout, const MmJob<T, I> &given) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
   each_group(job, [&](auto group) {
@@ -93,7 +91,7 @@ template <bool Conj, class T, class I>
 
 template <bool Conj, bool Lower, class T, class I>
 [[gnu::noinline]] void multiply_triangular_transposed(RowLayout, const MmJob<T, I> &given) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
   each_group(job, [&](auto group) {
@@ -114,7 +112,7 @@ template <bool Conj, bool Lower, class T, class I>
 // The first sweep.
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void add_whole_rows(RowLayout, const MmJob<T, I> &given) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
   for (I i = 0; i < job.rows; ++i) {
@@ -138,7 +136,7 @@ template <bool Conj, class T, class I>
 // have their inside scattered besides.
 template <bool Mirrored, bool Conj, bool MirrorConj, bool Lower, class T, class I>
 [[gnu::noinline]] void mend_rows(RowLayout, const MmJob<T, I> &given) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
   for (I i = 0; i < job.rows; ++i) {

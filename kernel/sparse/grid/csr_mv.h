@@ -5,10 +5,10 @@
 // their index base, and both bases share one.
 #pragma once
 
+#include "kernel/frame/host_blas.h"
 #include "kernel/sparse/grid/name.h"
 #include "kernel/sparse/grid/row.h"
 #include "kernel/sparse/grid/wrapped.h"
-#include <tnk/blas.h>
 
 namespace tnk {
 
@@ -212,23 +212,6 @@ template <class Name, class T, class I> [[gnu::noinline]] void multiply_rows(con
   }
 }
 
-inline void blas_axpy(const tnk_int *n, const float *alpha, const float *x, const tnk_int *incx, float *y,
-                      const tnk_int *incy) {
-  tnk_blas_saxpy(n, alpha, x, incx, y, incy);
-}
-inline void blas_axpy(const tnk_int *n, const double *alpha, const double *x, const tnk_int *incx, double *y,
-                      const tnk_int *incy) {
-  tnk_blas_daxpy(n, alpha, x, incx, y, incy);
-}
-inline void blas_axpy(const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *incx,
-                      tnk_complex8 *y, const tnk_int *incy) {
-  tnk_blas_caxpy(n, alpha, x, incx, y, incy);
-}
-inline void blas_axpy(const tnk_int *n, const tnk_complex16 *alpha, const tnk_complex16 *x,
-                      const tnk_int *incx, tnk_complex16 *y, const tnk_int *incy) {
-  tnk_blas_zaxpy(n, alpha, x, incx, y, incy);
-}
-
 // Rows first ... last, from one. The kernels that mirror an upper triangle are given x and y from element `first` on:
 // what a piece adds to begins with its own first row, so that a private y need not have more. x is a part of the whole
 // vector all the same: the forms in two passes multiply the whole row and reach elements before it.
@@ -246,12 +229,10 @@ inline void csr_mv_par(I base, I first, I last, T alpha, const CompressedRows<T,
 template <class Name, class T, class I>
 inline void csr_mv_seq(I base, I m, T alpha, const CompressedRows<T, I> &matrix, const T *x, T *y) {
   if (m <= 0) return;
-  if constexpr (Name::kind == 'd' && Name::unit) {
-    const tnk_int n = m, one = 1;
-    blas_axpy(&n, &alpha, x, &one, y, &one);
-  } else {
+  if constexpr (Name::kind == 'd' && Name::unit)
+    host_axpy(m, alpha, x, y);
+  else
     csr_mv_par<Name, T, I>(base, 1, m, alpha, matrix, x, y);
-  }
 }
 
 // The entries of one element type: a source file each. The base is a number to the common body, not a part of it.

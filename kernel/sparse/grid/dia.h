@@ -31,8 +31,8 @@ constexpr std::uintptr_t part_bytes = 8192;
 // y[k] += (alpha * a[k]) * x[k]. Asks for what the diagonal has for the next part: in one part it is too short for the
 // hardware to fetch ahead, which costs half of the speed once the matrix does not fit the caches.
 template <bool Conj, class T, class I, int R>
-inline void add_products(I count, side_by_side<T> alpha, const T *a, const Vectors<T, R> &at, I x, I y) {
-  using V = side_by_side<T>;
+inline void add_products(I count, vec_of<T> alpha, const T *a, const Vectors<T, R> &at, I x, I y) {
+  using V = vec_of<T>;
   const Run<T, I> run = run_of<T>(count);
   const auto step = [&](I k) {
     const V v = times<T, Conj>(loadu<V>(a + k), alpha);
@@ -42,18 +42,18 @@ inline void add_products(I count, side_by_side<T> alpha, const T *a, const Vecto
     }
   };
   I k = 0;
-  for (; run.whole - k >= 2 * per_group<T>; k += 2 * per_group<T>) {
+  for (; run.whole - k >= 2 * per_vector<T>; k += 2 * per_vector<T>) {
     __builtin_prefetch(reinterpret_cast<const void *>(address(a + k) + part_bytes), 0, 2);
     step(k);
-    step(k + per_group<T>);
+    step(k + per_vector<T>);
   }
   if (k < run.whole) step(k);
-  if (run.rest != 0) {
-    const V v = times<T, Conj>(load_first<V>(a + run.whole, run.mask), alpha);
+  if (run.rest.bytes != 0) {
+    const V v = times<T, Conj>(load_first<V>(a + run.whole, run.rest), alpha);
     for (int r = 0; r < R; ++r) {
       T *const target = at.y[r] + y + run.whole;
-      const V element = load_first<V>(at.x[r] + x + run.whole, run.mask);
-      store_first(target, load_first<V>(target, run.mask) + times<T>(v, element), run.rest);
+      const V element = load_first<V>(at.x[r] + x + run.whole, run.rest);
+      store_first(target, load_first<V>(target, run.rest) + times<T>(v, element), run.rest);
     }
   }
 }
@@ -73,7 +73,7 @@ template <class Name, class I> inline bool counts(I distance) {
 // Rows begin ... end - 1 of the stored matrix.
 template <class Name, class T, class I, int R>
 [[gnu::noinline]] void add_diagonals(const DiagonalJob<T, I> &job, I begin, I end, const Vectors<T, R> &at) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   constexpr bool mirrors = Name::kind == 's' || Name::kind == 'h' || Name::kind == 'a';
   // A skew matrix has its sign in the mirror, its transpose in the entry itself.
   constexpr bool skew = Name::kind == 'a';

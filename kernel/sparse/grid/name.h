@@ -1,7 +1,7 @@
 // The letters of a grid name at compile time, and what they mean to a kernel.
 #pragma once
 
-#include "kernel/frame/complex.h"
+#include "kernel/frame/element.h"
 #include <tnk/spblas_grid.h>
 
 namespace tnk {

@@ -4,8 +4,7 @@
 // and what a column is compared with is on the same scale; so one body serves both index bases.
 #pragma once
 
-#include "kernel/frame/complex.h"
-#include "kernel/frame/simd.h"
+#include "kernel/frame/mask.h"
 
 namespace tnk {
 
@@ -31,25 +30,12 @@ template <class T> inline void deposit(T *p, in_lanes<T> v) {
     storeu(p, v);
 }
 
-// a times b, or conjugate(a) times b; for complex types of each pair of lanes.
-template <class T, bool Conj = false, class V> inline V times(V a, V b) {
-  if constexpr (is_complex<T>) {
-    const V im = odd_lanes_twice(a);
-    return complex_product(even_lanes_twice(a), Conj ? V{} - im : im, b);
-  } else {
-    return a * b;
-  }
-}
-
 // The elements of v counted from element `origin`, which may lie outside of it.
 template <class T, class I> inline T *counted_from(T *v, I origin) {
   return reinterpret_cast<T *>(address(v) - sizeof(T) * static_cast<std::uintptr_t>(origin));
 }
 
 // ---- 128 bits of elements ---------------------------------------------------------------------------------------
-
-template <class T> constexpr int per_half = 16 / static_cast<int>(sizeof(T));
-template <class T> using half_of = half<real_of<T>>;
 
 template <class T> inline half_of<T> every_lane(in_lanes<T> v) {
   if constexpr (std::is_same_v<T, tnk_complex8>) {
@@ -80,7 +66,7 @@ template <class T, class I> inline half_of<T> gather(const T *x, const I *column
 template <class T> using side_by_side = vec<real_of<T>>;
 template <class T> constexpr int per_group = 2 * per_half<T>;
 
-template <class T, class I> inline side_by_side<T> gather_group(const T *x, const I *columns) {
+template <class T, class I> inline vec_of<T> gather_group(const T *x, const I *columns) {
   return joined(gather(x, columns), gather(x, columns + per_half<T>));
 }
 
@@ -156,11 +142,6 @@ template <int Count, class T, class I> inline void fetch_ahead(const T *values, 
 
 // ---- Sums -------------------------------------------------------------------------------------------------------
 
-// Elements in front of the first 32-byte boundary; none where no element lies on one.
-template <class T, class I> inline I boundary_peel(const T *values) {
-  return is_aligned_to(values, sizeof(T)) ? static_cast<I>((0 - address(values)) % 32 / sizeof(T)) : 0;
-}
-
 // take(products a * x, k) for the k-th half vector of four entries; with Conj conjugate(a) * x.
 template <class T, bool Conj, class I, class Take>
 inline void each_product_of_four(const T *values, const I *columns, const T *x, Take take) {
@@ -200,20 +181,20 @@ inline void add_rest(in_lanes<T> &sum, const T *values, const I *columns, I p, I
 // to a boundary are summed in rounds from the first one.
 template <class T, bool Conj = false, class I>
 inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *x) {
-  using V = side_by_side<T>;
+  using V = vec_of<T>;
   constexpr int round = is_complex<T> ? 8 : 16;
   in_lanes<T> sum{};
   I p = 0;
   if (count >= round) {
     const bool aligned = is_aligned_to(values, sizeof(T));
-    const I peel = boundary_peel<T, I>(values);
+    const auto peel = static_cast<I>(elements_to_boundary<32>(values));
     if (count - peel >= round && (aligned || is_complex<T>)) {
       for (; p < peel; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
       V acc[2] = {};
       for (; count - p >= round; p += round) {
         fetch_ahead<round>(values + p, columns + p);
-        for (int k = 0; k < round; k += per_group<T>)
-          acc[k / per_group<T> % 2] +=
+        for (int k = 0; k < round; k += per_vector<T>)
+          acc[k / per_vector<T> % 2] +=
               times<T, Conj>(loadu<V>(values + p + k), gather_group(x, columns + p + k));
       }
       sum += sum_of<T>((low_half(acc[0]) + high_half(acc[0])) + (low_half(acc[1]) + high_half(acc[1])));
@@ -238,7 +219,7 @@ inline in_lanes<T> sum_beyond(const T *values, const I *columns, I count, I limi
         sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
   };
   const bool aligned = is_aligned_to(values, sizeof(T));
-  const I peel = boundary_peel<T, I>(values);
+  const auto peel = static_cast<I>(elements_to_boundary<32>(values));
   if (count - peel >= 4 && (aligned || is_complex<T>)) {
     one_by_one(peel);
     V acc[2] = {};

@@ -1,12 +1,14 @@
-// Vector types of the AVX class, and the few operations that the compiler's vector extension lacks. Arithmetic on
-// them is written with + - * /. Besides this header, raw intrinsics stand in micro-kernels only.
+// Vectors of the AVX class: their types, loads and stores, lanes, and the few operations that the compiler's vector
+// extension lacks. Arithmetic on them is written with + - * /. Raw intrinsics stand in the headers of this folder and in
+// micro-kernels only.
 #pragma once
 
-#include <cstdint>
-#include <cstring>
+#include "kernel/frame/element.h"
 #include <immintrin.h>
 
 namespace tnk {
+
+// ---- Types ------------------------------------------------------------------------------------------------------
 
 template <class T, int Bytes> struct vector_type { typedef T type __attribute__((vector_size(Bytes))); };
 template <class T> using vec = typename vector_type<T, 32>::type;  // 8 floats or 4 doubles
@@ -16,17 +18,14 @@ using f64x4 = vec<double>;
 using f32x4 = half<float>;
 using f64x2 = half<double>;
 
-template <class T> constexpr int lanes = 32 / static_cast<int>(sizeof(T));
-template <class T> constexpr int half_lanes = 16 / static_cast<int>(sizeof(T));
+template <class T> using quad = typename vector_type<T, 4 * sizeof(T)>::type; // four values
 
-// ---- Addresses ----------------------------------------------------------------------------------------------
-
-inline std::uintptr_t address(const void *p) {
-  return reinterpret_cast<std::uintptr_t>(p);
-}
-template <class T> inline bool is_aligned_to(const T *p, std::uintptr_t bytes) {
-  return address(p) % bytes == 0;
-}
+// A vector of elements; a complex one takes two lanes, its real part and its imaginary part. per_vector and per_half:
+// how many elements it holds, a complex one counted once.
+template <class T> using vec_of = vec<real_of<T>>;
+template <class T> using half_of = half<real_of<T>>;
+template <class T> constexpr int per_vector = 32 / static_cast<int>(sizeof(T));
+template <class T> constexpr int per_half = 16 / static_cast<int>(sizeof(T));
 
 // ---- Loads and stores -----------------------------------------------------------------------------------------
 // load and store need V's own alignment, loadu and storeu none at all.
@@ -45,32 +44,6 @@ template <class V, class T> inline V loadu(const T *p) {
 template <class V, class T> inline void storeu(T *p, V v) {
   std::memcpy(p, &v, sizeof v);
 }
-// The first lanes of a vector, others 0: memory behind the other lanes is not touched and need not exist.
-struct lane_mask {
-  __m256i bits;
-};
-// The lanes of the first `count` elements of T, at most 32 bytes of them.
-template <class T> inline lane_mask first_lanes(std::int64_t count) {
-  static constexpr std::int32_t bits[16] = {-1, -1, -1, -1, -1, -1, -1, -1};
-  const auto words = static_cast<std::int64_t>(sizeof(T) / sizeof *bits) * count;
-  return {_mm256_loadu_si256(reinterpret_cast<const __m256i_u *>(bits + 8 - words))};
-}
-inline f64x4 loadu_masked(const double *p, lane_mask mask) {
-  return _mm256_maskload_pd(p, mask.bits);
-}
-inline f32x8 loadu_masked(const float *p, lane_mask mask) {
-  return _mm256_maskload_ps(p, mask.bits);
-}
-// One element at an address that need not be a multiple of its size.
-template <class T> inline T get(const T *p) {
-  T x;
-  std::memcpy(&x, p, sizeof x);
-  return x;
-}
-template <class T> inline void put(T *p, T x) {
-  std::memcpy(p, &x, sizeof x);
-}
-
 template <class V, class T> inline V splat(T x) {
   return x - V{}; // x - 0, not 0 + x: keeps the sign of a zero
 }
@@ -105,6 +78,11 @@ inline f32x4 swap_neighbours(f32x4 v) {
   return _mm_shuffle_ps(v, v, 0xB1);
 }
 
+// a2 a3 a0 a1 in each half.
+inline f32x8 swap_pairs(f32x8 v) {
+  return _mm256_permute_ps(v, _MM_SHUFFLE(1, 0, 3, 2));
+}
+
 // The two 128-bit halves exchanged.
 inline f64x4 swap_halves(f64x4 v) {
   return _mm256_permute2f128_pd(v, v, 1);
@@ -136,6 +114,28 @@ inline f32x8 joined(f32x4 low, f32x4 high) {
 // Lanes K ... K+3 of the eight lanes low, high.
 template <int K> inline f32x4 shifted_down(f32x4 low, f32x4 high) {
   return _mm_castsi128_ps(_mm_alignr_epi8(_mm_castps_si128(high), _mm_castps_si128(low), 4 * K));
+}
+
+// The low or the high halves of both, a's below b's.
+inline f64x4 low_halves(f64x4 a, f64x4 b) {
+  return _mm256_permute2f128_pd(a, b, 0x20);
+}
+inline f32x8 low_halves(f32x8 a, f32x8 b) {
+  return _mm256_permute2f128_ps(a, b, 0x20);
+}
+inline f64x4 high_halves(f64x4 a, f64x4 b) {
+  return _mm256_permute2f128_pd(a, b, 0x31);
+}
+inline f32x8 high_halves(f32x8 a, f32x8 b) {
+  return _mm256_permute2f128_ps(a, b, 0x31);
+}
+
+// Lane k of b where bit k of Bits is set, of a elsewhere.
+template <int Bits> inline f64x4 blended(f64x4 a, f64x4 b) {
+  return _mm256_blend_pd(a, b, Bits);
+}
+template <int Bits> inline f32x8 blended(f32x8 a, f32x8 b) {
+  return _mm256_blend_ps(a, b, Bits);
 }
 
 // Four floats as doubles.
@@ -191,67 +191,6 @@ inline f32x8 magnitude(f32x8 v) {
   return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
 }
 
-// ---- Masks from integers --------------------------------------------------------------------------------------
-// The class compares integers in 128 bits only. A mask has all bits of a lane set or none.
-
-using i64x2 = half<std::int64_t>;
-using i32x4 = half<std::int32_t>;
-
-// The masks of four 64-bit lanes as those of four 32-bit lanes.
-inline i32x4 narrow_masks(i64x2 low, i64x2 high) {
-  return reinterpret_cast<i32x4>(
-      _mm_shuffle_ps(reinterpret_cast<__m128>(low), reinterpret_cast<__m128>(high), _MM_SHUFFLE(2, 0, 2, 0)));
-}
-// The first or the last two of four 32-bit masks as masks of 64-bit lanes.
-inline i64x2 widen_low_masks(i32x4 mask) {
-  return reinterpret_cast<i64x2>(
-      _mm_unpacklo_epi32(reinterpret_cast<__m128i>(mask), reinterpret_cast<__m128i>(mask)));
-}
-inline i64x2 widen_high_masks(i32x4 mask) {
-  return reinterpret_cast<i64x2>(
-      _mm_unpackhi_epi32(reinterpret_cast<__m128i>(mask), reinterpret_cast<__m128i>(mask)));
-}
-// Bit k is set where lane k of the mask is.
-inline unsigned lane_bits(i32x4 mask) {
-  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(mask)));
-}
-// v where the mask is set, +0 elsewhere, whatever v has there.
-template <class V, class M> inline V masked(V v, M mask) {
-  return reinterpret_cast<V>(reinterpret_cast<i64x2>(v) & reinterpret_cast<i64x2>(mask));
-}
-
-// ---- The start of a vector --------------------------------------------------------------------------------------
-// For what is left of a row at its end: the first bytes of a vector, a multiple of 4 below 32. What stands behind them
-// is neither read nor written.
-
-using i32x8 = vec<std::int32_t>;
-
-inline i32x8 first_bytes(int bytes) {
-  return f32x8{0, 1, 2, 3, 4, 5, 6, 7} < static_cast<float>(bytes / 4);
-}
-// +0 in the lanes outside the mask.
-template <class V> inline V load_first(const void *p, i32x8 mask) {
-  return reinterpret_cast<V>(
-      _mm256_maskload_ps(static_cast<const float *>(p), reinterpret_cast<__m256i>(mask)));
-}
-// In pieces: a masked store is slow on some processors of the class, whatever its mask.
-template <class V> inline void store_first(void *p, V v, int bytes) {
-  char *to = static_cast<char *>(p);
-  const auto wide = reinterpret_cast<f64x4>(v);
-  f64x2 part = low_half(wide);
-  if (bytes & 16) {
-    storeu(to, part);
-    to += 16;
-    part = high_half(wide);
-  }
-  if (bytes & 8) {
-    storeu(to, part[0]);
-    to += 8;
-    part = swap_neighbours(part);
-  }
-  if (bytes & 4) storeu(to, reinterpret_cast<f32x4>(part)[0]);
-}
-
 // ---- Complex --------------------------------------------------------------------------------------------------
 
 // One pair of parts at any address, in a 128-bit vector; a pair of floats fills the lower half, with zeros above.
@@ -277,6 +216,15 @@ inline f32x4 load_pairs(const float *p, const float *q) {
       f64x2{get(reinterpret_cast<const double *>(p)), get(reinterpret_cast<const double *>(q))});
 }
 
+// Neighbouring pairs of parts from p on, each two of them by part: re re im im.
+inline f64x4 load_by_part(const double *p) {
+  const f64x2 *const pairs = reinterpret_cast<const f64x2 *>(p);
+  return _mm256_shuffle_pd(_mm256_broadcast_pd(pairs), _mm256_broadcast_pd(pairs + 1), 0xC);
+}
+inline f32x8 load_by_part(const float *p) {
+  return _mm256_permute_ps(loadu<f32x8>(p), _MM_SHUFFLE(3, 1, 2, 0));
+}
+
 // a - b in even lanes, a + b in odd ones.
 inline f64x4 addsub(f64x4 a, f64x4 b) {
   return _mm256_addsub_pd(a, b);
@@ -291,10 +239,30 @@ inline f32x4 addsub(f32x4 a, f32x4 b) {
   return _mm_addsub_ps(a, b);
 }
 
-// (re + i im) times each pair of x; re and im fill their vectors. The order of terms is that of complex.h: real part
+// (re + i im) times each pair of x; re and im fill their vectors. The order of terms is that of element.h: real part
 // re*x.re - im*x.im, imaginary part re*x.im + im*x.re.
 template <class V> inline V complex_product(V re, V im, V x) {
   return addsub(re * x, im * swap_neighbours(x));
+}
+
+// ---- Products of elements -----------------------------------------------------------------------------------------
+
+// alpha times x: an element, or each element of a vector.
+template <class T, class X> inline X scaled(T alpha, X x) {
+  if constexpr (is_complex<T> && !std::is_same_v<X, T>)
+    return complex_product(splat<X>(alpha.re), splat<X>(alpha.im), in_register(x));
+  else
+    return alpha * x;
+}
+
+// Vectors of elements of T: a times b, or conjugate(a) times b, element by element.
+template <class T, bool Conj = false, class V> inline V times(V a, V b) {
+  if constexpr (is_complex<T>) {
+    const V im = odd_lanes_twice(a);
+    return complex_product(even_lanes_twice(a), Conj ? V{} - im : im, b);
+  } else {
+    return a * b;
+  }
 }
 
 } // namespace tnk

@@ -1,11 +1,9 @@
 // Transposes of small blocks in registers: row r of the block becomes column r.
 #pragma once
 
-#include "kernel/frame/simd.h"
+#include "kernel/frame/vector.h"
 
 namespace tnk {
-
-template <class T> using quad = typename vector_type<T, 4 * sizeof(T)>::type; // four values
 
 inline void transpose(f64x4 &r0, f64x4 &r1, f64x4 &r2, f64x4 &r3) {
   const f64x4 a = _mm256_unpacklo_pd(r0, r1), b = _mm256_unpackhi_pd(r0, r1);
@@ -28,6 +26,21 @@ inline void transpose_halves(f32x8 &r0, f32x8 &r1, f32x8 &r2, f32x8 &r3) {
 
 inline void transpose(f32x4 &r0, f32x4 &r1, f32x4 &r2, f32x4 &r3) {
   _MM_TRANSPOSE4_PS(r0, r1, r2, r3);
+}
+
+// Pairs of parts, columns by part: the first two rows' elements as re re im im, then those of the next two.
+inline void transpose_by_part(f32x8 &r0, f32x8 &r1, f32x8 &r2, f32x8 &r3) {
+  const f32x8 a02 = _mm256_unpacklo_ps(r0, r1), a13 = _mm256_unpackhi_ps(r0, r1);
+  const f32x8 b02 = _mm256_unpacklo_ps(r2, r3), b13 = _mm256_unpackhi_ps(r2, r3);
+  r0 = low_halves(a02, b02);
+  r1 = low_halves(a13, b13);
+  r2 = high_halves(a02, b02);
+  r3 = high_halves(a13, b13);
+}
+inline void transpose_by_part(f64x4 &r0, f64x4 &r1) {
+  const f64x4 re = _mm256_unpacklo_pd(r0, r1), im = _mm256_unpackhi_pd(r0, r1);
+  r0 = low_halves(re, im);
+  r1 = high_halves(re, im);
 }
 
 } // namespace tnk
