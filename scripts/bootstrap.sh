@@ -26,7 +26,6 @@ pkg-config           command pkg-config
 binutils             command objdump
 qemu-user            command qemu-x86_64
 libgtest-dev         header  gtest/gtest.h
-libbenchmark-dev     header  benchmark/benchmark.h
 libcli11-dev         header  CLI/CLI.hpp
 libpng-dev           header  png.h
 '

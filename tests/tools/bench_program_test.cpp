@@ -2,6 +2,7 @@
 #include "tools/tnk/support/files.h"
 #include "tools/tools_support.h"
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -9,28 +10,40 @@ using tnk::test::count, tnk::test::TemporaryFolder;
 using tnk::tool::read_file;
 using tnk::tool::write_file;
 
-// Four groups, two beside peers of their own. Ratios tell the processes apart.
-constexpr const char *fake_bench = R"(#!/bin/sh
+// Four groups; the rows of the second and the last have a library as their peer, with others among them. Ratios tell
+// the processes apart.
+constexpr const char *fake_bench = R"sh(#!/bin/sh
 here=$(dirname "$0")
+row() { # group, name, size, picture, peer, cores
+  printf '%s/%s/%s\t%s\t%s\t%s\t%s\t%s\t%s\n' "$1" "$2" "$3" "$1" "$2" "$3" "$4" "$5" "$6"
+}
 case "$*" in
 *--list*)
-  printf 'first/10\tplain\tplain loop\nsecond/10\tlibrary\t\nlonger_name_2t/10\tthreads\t1 thread\nlast/10\tmore\t\n'
+  printf 'row\tgroup\tname\tsize\tpicture\tpeer\tcores\n'
+  row a/plain first 10 own 'plain loop' ''
+  row a/library second 10 library L same,best
+  row a/library kernel 10 own 'public routine' ''
+  row b/threads longer_name_2t 10 own '1 thread' ''
+  row b/more last 10 library L same,best
   exit ;;
 esac
 echo "$*" >>"$here/calls"
-printf '# processor: P\n'
-test -e "$here/no_library" && printf '# note: not installed\n' || printf '# peer: L\n# core: Zen\n'
-printf 'row\tseconds\tlimited_by\tratio\terror\n'
+core=Sandy ratio=2.5
+case "$*" in *--core=best*) core=Zen ratio=0.5 ;; esac
+absent=
+if test -e "$here/no_library"; then absent='L is not installed' core= ratio=; fi
+test -e "$here/breaks" && exit 3
+printf '# processor: P\nrow\tseconds\trate\tunit\tratio\tpeer\tcore\tabsent\terror\n'
+line() { printf '%s/10\t1\t2e9\tflop\t%s\t%s\t%s\t%s\t%s\n' "$@"; }
 case "$*" in
-*--group=plain*) row=first ratio=1.5 ;;
-*--group=threads*) row=longer_name_2t ratio=1.75 ;;
-*--group=library*) row=second ratio=2.5 ;;
-*) row=last ratio=3.5 ;;
+*--group=a/plain*) line a/plain/first 1.5 'plain loop' '' '' '' ;;
+*--group=b/threads*) line b/threads/longer_name_2t 1.75 '1 thread' '' '' '' ;;
+*--group=a/library*)
+  line a/library/second "$ratio" 'L 1' "$core" "$absent" ''
+  test "$core" = Zen || line a/library/kernel 1.25 'public routine' '' '' '' ;;
+*) line b/more/last "$ratio" 'L 1' "$core" "$absent" "$(cat "$here/wrong" 2>/dev/null)" ;;
 esac
-case "$*" in *--core=best*) ratio=0.5 ;; esac
-case "$row" in second | last) test -e "$here/no_library" && ratio= ;; esac
-printf '%s/10\t1\tbytes\t%s\t\n' $row $ratio
-)";
+)sh";
 
 class BenchProgram : public testing::Test {
 protected:
@@ -40,13 +53,14 @@ protected:
     std::filesystem::permissions(folder.path() / "tnk_bench", std::filesystem::perms::owner_all);
   }
 
-  std::string run() {
+  // Returns the exit code.
+  int run(const std::string &arguments = "--out out") {
     const std::string libraries = std::filesystem::path(TNK_TEST_HOST).parent_path().string();
     const std::string command = "cd '" + folder.path().string() +
                                 "' && env -u TNK_KERNEL_PATH LD_LIBRARY_PATH='" + libraries +
-                                "' ./tnk bench --out out >table 2>messages";
-    EXPECT_EQ(std::system(command.c_str()), 0) << file("messages");
-    return file("table");
+                                "' ./tnk bench " + arguments + " >table 2>messages";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
   std::string file(const std::string &name) const { return read_file(folder.path() / name); }
@@ -55,28 +69,61 @@ protected:
   const TemporaryFolder folder;
 };
 
-TEST_F(BenchProgram, RunsTheSecondProcessForRowsBesideTheLibraryAlone) {
-  const std::string table = run(), calls = file("calls");
-  EXPECT_EQ(count(calls, "--group"), 6) << calls;
-  EXPECT_TRUE(count(calls, "--core=SANDYBRIDGE") == 2 && count(calls, "--core=best") == 2) << calls;
-  EXPECT_TRUE(count(table, "vs SANDYBRIDGE  vs Zen\n") == 2 && count(table, "compared with\n") == 2) << table;
-  EXPECT_TRUE(count(table, "1.50  plain loop\n") == 1 && count(table, "1.75  1 thread\n") == 1) << table;
-  EXPECT_TRUE(count(table, " 2.50    0.50\n") == 1 && count(table, " 3.50    0.50\n") == 1) << table;
-  EXPECT_EQ(count(file("out/bench.csv"), ",plain loop,1.5,,,,"), 1);
-  EXPECT_EQ(count(file("out/bench.csv"), ",OpenBLAS,2.5,,0.5,,"), 1);
-  const std::string library = file("out/bench.svg"), own = file("out/bench_own_peers.svg");
-  EXPECT_TRUE(count(library, ">second<") && !count(library, ">first<"));
-  EXPECT_TRUE(count(own, ">first<") && count(own, ">longer_name_2t<") && !count(own, ">second<"));
-  EXPECT_FALSE(count(own, "SANDYBRIDGE") || count(own, "OpenBLAS") || exists("out/bench_products.svg"));
+TEST_F(BenchProgram, RunsTheSecondProcessForRowsWhosePeerHasCores) {
+  ASSERT_EQ(run(), 0) << file("messages");
+  const std::string table = file("table"), calls = file("calls");
+  EXPECT_TRUE(count(calls, "--core=same") == 4 && count(calls, "--core=best") == 2) << calls;
+  EXPECT_EQ(count(table, "L 1: ratio is to its core Sandy, best to its core Zen\n"), 1) << table;
+  EXPECT_EQ(count(table, " 2.50    0.50  L\n"), 2) << table;
+  EXPECT_TRUE(count(table, "1.50          plain loop\n") == 1 &&
+              count(table, "1.75          1 thread\n") == 1)
+      << table;
+  EXPECT_EQ(count(table, "2.0 Gflop/s"), 5) << table;
+  EXPECT_EQ(count(file("out/bench.csv"), ",plain loop,,1.5,"), 1);
+  EXPECT_EQ(count(file("out/bench.csv"), ",L 1,Sandy,2.5,,Zen,0.5,"), 2);
+  const std::string library = file("out/bench_library.svg"), own = file("out/bench_own.svg");
+  EXPECT_TRUE(count(library, ">second<") && count(library, ">last<") && !count(library, ">first<"));
+  EXPECT_TRUE(count(own, ">first<") && count(own, ">kernel<") && !count(own, ">second<"));
 }
 
-TEST_F(BenchProgram, WithoutTheLibraryKeepsTheRatiosToOtherPeers) {
+TEST_F(BenchProgram, WithoutTheLibrarySaysSoOnceAndKeepsOtherRatios) {
   write_file(folder.path() / "no_library", "");
-  const std::string table = run();
-  EXPECT_EQ(count(file("calls"), "--group"), 4) << file("calls");
+  ASSERT_EQ(run(), 0) << file("messages");
   EXPECT_EQ(count(file("messages"), "not installed"), 1);
-  EXPECT_TRUE(count(table, "1.50  plain loop\n") == 1 && count(table, "vs ") == 0) << table;
-  EXPECT_TRUE(exists("out/bench_own_peers.svg") && !exists("out/bench.svg"));
+  EXPECT_EQ(count(file("table"), "1.50          plain loop\n"), 1) << file("table");
+  EXPECT_TRUE(exists("out/bench_own.svg") && !exists("out/bench_library.svg"));
+}
+
+TEST_F(BenchProgram, HandsOnWhatIsToBeMeasured) {
+  ASSERT_EQ(run("--filter 'a/library|first' --sizes 3,4 --rounds 7 --quick --no-best"), 0);
+  const std::string calls = file("calls"), table = file("table");
+  EXPECT_TRUE(count(calls, "--filter=a/library|first --sizes=3,4 --quick") == 4 &&
+              count(calls, "--rounds=7") == 4);
+  EXPECT_TRUE(count(calls, "best") == 0 && count(table, "best") == 0) << table;
+}
+
+TEST_F(BenchProgram, AWrongRowOrAFallenProcessIsAFailure) {
+  write_file(folder.path() / "wrong", "the result differs");
+  EXPECT_EQ(run(), 1);
+  EXPECT_EQ(count(file("table"), "error: the result differs\n"), 1) << file("table");
+  EXPECT_EQ(count(file("messages"), "1 of 5 rows are in error"), 1) << file("messages");
+  write_file(folder.path() / "breaks", "");
+  EXPECT_EQ(run(), 1);
+  EXPECT_EQ(count(file("messages"), "exit code 3"), 1) << file("messages");
+}
+
+TEST_F(BenchProgram, NothingIsMeasuredThatCouldNotBeKept) {
+  write_file(folder.path() / "taken", "");
+  EXPECT_EQ(run("--out taken/out"), 1);
+  EXPECT_TRUE(count(file("messages"), "taken/out") == 1 && !exists("calls")) << file("messages");
+}
+
+TEST_F(BenchProgram, WithoutTheProgramThatMeasuresSaysWhatToDo) {
+  std::filesystem::remove(folder.path() / "tnk_bench");
+  for (const char *arguments : {"", "--list"}) {
+    EXPECT_EQ(run(arguments), 1);
+    EXPECT_EQ(count(file("messages"), "run make bench in the source tree"), 1) << file("messages");
+  }
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <png.h>
+#include <unistd.h>
 
 namespace {
 
@@ -33,6 +34,31 @@ TEST(Files, ReplacedWholeOrNotAtAll) {
     EXPECT_FALSE(holds(entry.path().string(), ".part")) << entry.path();
   }
   EXPECT_EQ(entries, 4u); // a, b.txt, taken, inside
+}
+
+// In a folder that others may write to, a link may have been laid where the text is to go.
+TEST(Files, NeverWrittenThroughWhatIsThereAlready) {
+  const TemporaryFolder folder;
+  const std::string stem = (folder.path() / "new.txt").string() + ".part" + std::to_string(getpid()) + ".";
+  write_file(folder.path() / "victim", "untouched");
+  for (int i = 0; i < 2; ++i) std::filesystem::create_symlink("victim", stem + std::to_string(i));
+  write_file(folder.path() / "new.txt", "text");
+  EXPECT_EQ(read_file(folder.path() / "new.txt"), "text");
+  EXPECT_EQ(read_file(folder.path() / "victim"), "untouched");
+  for (int i = 2; i < 100; ++i) std::filesystem::create_symlink("victim", stem + std::to_string(i));
+  EXPECT_TRUE(
+      holds(failure_of([&] { write_file(folder.path() / "new.txt", "more"); }), "new.txt: File exists"));
+  EXPECT_EQ(read_file(folder.path() / "new.txt"), "text");
+}
+
+TEST(Files, FoldersAreMadeAndTriedBeforeTheWork) {
+  const TemporaryFolder folder;
+  make_folder(folder.path() / "a" / "b");
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "a" / "b"));
+  write_file(folder.path() / "file", "");
+  EXPECT_TRUE(holds(failure_of([&] { make_folder(folder.path() / "file" / "c"); }), "file/c"));
+  EXPECT_TRUE(holds(failure_of([] { make_folder("/proc/self"); }), "/proc/self:"))
+      << "nobody makes files there";
 }
 
 TEST(ElfSymbols, NamesAreThoseThatTheDynamicLinkerFinds) {

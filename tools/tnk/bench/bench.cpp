@@ -1,7 +1,6 @@
-// tnk bench: drives the bench program, which measures, and joins what it reports. The BLAS library chooses its
-// kernels once, when it is loaded, so each group of rows beside it is run by two processes: one bound to the library's
-// core of the kernels' own instruction set, one free to take its best. Groups whose rows all have peers of their own,
-// such as a plain loop, are run by one.
+// tnk bench: drives the bench program, which measures, and joins what it reports. A library with several cores chooses
+// one when it is loaded, so rows beside such a peer are measured by two processes: one has it on the core of the
+// kernels' own instruction set, one on its best.
 #include "tools/tnk/bench/chart.h"
 #include "tools/tnk/bench/child.h"
 #include "tools/tnk/bench/results.h"
@@ -14,18 +13,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
-#include <iterator>
 #include <memory>
 #include <regex>
+#include <set>
 #include <tnk/host.h>
 
 namespace tnk::tool {
 namespace {
 
-constexpr const char *fair_core = "SANDYBRIDGE";
-
 struct Options {
-  std::string filter, out;
+  std::string filter, sizes, out;
   int rounds = 15;
   bool quick = false, list = false, no_best = false;
 };
@@ -34,24 +31,33 @@ struct Group {
   std::string name;
   std::vector<ListedRow> rows;
 
-  bool beside_library() const {
-    return std::any_of(rows.begin(), rows.end(),
-                       [](const ListedRow &row) { return row.compared_with.empty(); });
+  std::size_t with_cores() const {
+    return static_cast<std::size_t>(
+        std::count_if(rows.begin(), rows.end(), [](const ListedRow &row) { return row.cores; }));
   }
+};
+
+// What one process found.
+struct Found {
+  Readings rows;
+  std::map<std::string, std::string> remarks;
 };
 
 std::filesystem::path bench_program() {
   const auto path = program_folder() / "tnk_bench";
   if (!std::filesystem::exists(path))
-    throw Failure("the bench program is not beside this one: build it, with `make bench`, and run tnk there");
+    throw Failure(
+        "the program that measures, tnk_bench, is not installed with this one; run make bench in the "
+        "source tree, which builds it and runs it");
   return path;
 }
 
 // What every process is told.
 std::vector<std::string> selection(const Options &options) {
   std::vector<std::string> arguments = {"--rounds=" + std::to_string(options.rounds)};
-  if (!options.filter.empty()) arguments.push_back("--rows=" + options.filter);
-  if (options.quick) arguments.insert(arguments.end(), {"--sizes=1000,10000,1000000", "--small"});
+  if (!options.filter.empty()) arguments.push_back("--filter=" + options.filter);
+  if (!options.sizes.empty()) arguments.push_back("--sizes=" + options.sizes);
+  if (options.quick) arguments.push_back("--quick");
   return arguments;
 }
 
@@ -59,42 +65,58 @@ std::vector<Group> groups(const Options &options) {
   std::vector<Group> found;
   auto arguments = selection(options);
   arguments.push_back("--list");
+  TabbedLines lines;
   const int code = run_child(bench_program(), arguments, [&](const std::string &line) {
-    const ListedRow row = listed_row(line);
-    if (found.empty() || found.back().name != row.group) found.push_back({row.group, {}});
-    found.back().rows.push_back(row);
+    const auto *fields = lines.take(line);
+    if (!fields) return;
+    const ListedRow row = listed_row(*fields);
+    const auto same = [&](const Group &group) { return group.name == row.group; };
+    auto group = std::find_if(found.begin(), found.end(), same);
+    if (group == found.end()) group = found.insert(group, {row.group, {}});
+    group->rows.push_back(row);
   });
   if (code != 0) throw Failure(format("the bench program ended with exit code %d", code));
   return found;
 }
 
-// Runs one group against one core, or with the core "" against the rows' own peers. Rows that the process did not come to, also because it fell, are rows in
-// error later on, except that a peer running another core than asked leaves nothing to report.
-ReadingsParser measure(const Group &group, const std::string &core, const Options &options,
-                       const std::function<void()> &row_done) {
+// Runs one group with its peers on one core. Rows that the process did not come to, also because it fell, are in error
+// later on.
+Found measure(const Group &group, const char *core, const Options &options,
+              const std::function<void()> &row_done) {
   auto arguments = selection(options);
-  arguments.insert(arguments.end(), {"--group=" + group.name, "--tsv"});
-  if (!core.empty()) arguments.push_back("--core=" + core);
-  ReadingsParser parser;
+  arguments.insert(arguments.end(), {"--group=" + group.name, std::string("--core=") + core});
+  Found found;
+  TabbedLines lines;
   const int code = run_child(bench_program(), arguments, [&](const std::string &line) {
-    if (parser.take(line)) row_done();
+    if (const auto *fields = lines.take(line)) {
+      found.rows[fields->at("row")] = reading(*fields);
+      row_done();
+    }
   });
-  if (code != 0 && parser.remarks.empty())
+  found.remarks = lines.remarks;
+  if (code != 0 && found.remarks.empty())
     throw Failure(format("the bench program ended with exit code %d", code));
-  return parser;
+  return found;
 }
 
 class Run {
 public:
-  explicit Run(const Options &options) : options_(options) {}
+  explicit Run(const Options &options) : options_(options), table_(0, false) {}
 
   int operator()() {
     const auto all = groups(options_);
     if (all.empty()) {
-      std::fprintf(stderr, "tnk: no row matches %s; see tnk bench --list\n", options_.filter.c_str());
+      std::fprintf(stderr, "tnk: no row matches; see tnk bench --list\n");
       return exit_usage;
     }
-    table_ = Table(longest_name(all));
+    std::size_t longest = std::string("routine").size();
+    bool any_cores = false;
+    for (const Group &group : all) {
+      any_cores = any_cores || group.with_cores() > 0;
+      for (const ListedRow &row : group.rows) longest = std::max(longest, row.name.size());
+    }
+    table_ = Table(longest, any_cores && !options_.no_best);
+    std::fputs(table_.head().c_str(), stdout);
     for (std::size_t i = 0; i < all.size(); ++i) measure_group(all[i], i, all.size());
     if (!options_.out.empty()) write_files();
     std::size_t wrong = 0;
@@ -105,58 +127,39 @@ public:
 
 private:
   void measure_group(const Group &group, std::size_t index, std::size_t count) {
-    ReadingsParser fair, best;
-    const bool beside_library = group.beside_library(), first_beside = beside_library && !library_asked_for_;
-    bool two = beside_library && !options_.no_best && (first_beside || !table_.cores.fair.empty());
+    Found same, best;
+    const std::size_t again = options_.no_best ? 0 : group.with_cores();
+    bool two = again > 0;
     {
       Progress progress(format("%s (%zu of %zu)", group.name.c_str(), index + 1, count));
       std::size_t done = 0;
       const auto row_done = [&] {
-        progress.update(static_cast<double>(++done) / static_cast<double>(group.rows.size() * (two ? 2 : 1)));
+        progress.update(static_cast<double>(++done) / static_cast<double>(group.rows.size() + again));
       };
-      const auto run = [&](bool is_best) {
-        (is_best ? best : fair) = measure(group,
-                                          !beside_library ? ""
-                                          : is_best       ? "best"
-                                                          : fair_core,
-                                          options_, row_done);
-      };
-      // The first such group shows whether there is a library at all. After that the two take turns in going first.
-      const bool best_first = two && !first_beside && index % 2 == 1;
-      if (best_first) run(true);
-      run(false);
-      if (fair.remarks.count("peer") == 0) two = false;
-      if (two && !best_first) run(true);
+      // The two take turns in going first.
+      const bool best_first = two && index % 2 == 1;
+      if (best_first) best = measure(group, "best", options_, row_done);
+      same = measure(group, "same", options_, row_done);
+      two = two && !all_absent(group, same);
+      if (two && !best_first) best = measure(group, "best", options_, row_done);
     }
-    remarks_.insert(fair.remarks.begin(), fair.remarks.end());
-    if (first_beside) name_cores(fair, two ? &best : nullptr);
+    remarks_.insert(same.remarks.begin(), same.remarks.end());
     for (const ListedRow &listed : group.rows) {
-      const BenchRow row = join(listed, fair.rows, two ? &best.rows : nullptr);
-      const bool own_peer = !row.compared_with.empty();
-      if (rows_.empty() || own_peer == rows_.back().compared_with.empty())
-        std::printf("%s%s", rows_.empty() ? "" : "\n", table_.head(own_peer).c_str());
-      std::fputs(table_.line(row).c_str(), stdout);
+      const BenchRow row = join(listed, same.rows, two && listed.cores ? &best.rows : nullptr);
+      if (!row.same.absent.empty() && absent_.insert(row.same.absent).second)
+        std::fprintf(stderr, "tnk: %s\n", row.same.absent.c_str());
+      std::fputs((table_.cores(row) + table_.line(row)).c_str(), stdout);
       rows_.push_back(row);
     }
     std::fflush(stdout);
   }
 
-  void name_cores(const ReadingsParser &fair, const ReadingsParser *best) {
-    library_asked_for_ = true;
-    const auto note = fair.remarks.find("note");
-    if (note != fair.remarks.end()) std::fprintf(stderr, "tnk: %s\n", note->second.c_str());
-    if (fair.remarks.count("peer")) table_.cores.fair = fair_core;
-    if (best) {
-      const auto core = best->remarks.find("core");
-      table_.cores.best = core == best->remarks.end() ? "best core" : core->second;
-    }
-  }
-
-  static std::size_t longest_name(const std::vector<Group> &groups) {
-    std::size_t longest = std::string("kernel").size();
-    for (const Group &group : groups)
-      for (const ListedRow &row : group.rows) longest = std::max(longest, row.name.find('/'));
-    return longest;
+  // Whether none of the peers that have cores is installed.
+  static bool all_absent(const Group &group, const Found &found) {
+    return std::all_of(group.rows.begin(), group.rows.end(), [&](const ListedRow &row) {
+      const auto at = found.rows.find(row.full_name);
+      return !row.cores || (at != found.rows.end() && !at->second.absent.empty());
+    });
   }
 
   void write_files() {
@@ -167,41 +170,23 @@ private:
                                         format("rounds: %d", options_.rounds)};
     for (const char *key : {"processor", "compiler", "flags"})
       if (remarks_.count(key)) remarks.push_back(std::string(key) + ": " + remarks_[key]);
-    const CoreNames &cores = table_.cores;
-    if (!cores.fair.empty()) {
-      remarks.push_back("library: " + remarks_["peer"]);
-      remarks.push_back("core of the library for ratio: " + cores.fair);
-    }
-    if (!cores.best.empty()) remarks.push_back("core of the library for ratio_best: " + cores.best);
     const std::filesystem::path folder = options_.out;
     write_file(folder / "bench.csv", csv_file(rows_, remarks));
     std::printf("wrote %s\n", (folder / "bench.csv").c_str());
-    // Orders of matrices are no lengths of vectors, and other peers are not the library, so each has a picture.
-    const auto own_peer = [](const BenchRow &row) { return !row.compared_with.empty(); };
-    const auto product = [](const BenchRow &row) { return row.group == "gemm"; };
-    draw(folder / "bench.svg", [&](const BenchRow &row) { return !own_peer(row) && !product(row); });
-    draw(folder / "bench_products.svg", [&](const BenchRow &row) { return !own_peer(row) && product(row); });
-    draw(folder / "bench_own_peers.svg", own_peer);
-  }
-
-  // The rows of a picture all have peers of their own, or none has.
-  void draw(const std::filesystem::path &path, const std::function<bool(const BenchRow &)> &wanted) const {
-    std::vector<BenchRow> drawn;
-    std::copy_if(rows_.begin(), rows_.end(), std::back_inserter(drawn), wanted);
-    if (std::none_of(drawn.begin(), drawn.end(),
-                     [](const BenchRow &row) { return row.fair.ratio.has_value(); }))
-      return;
-    const bool own_peers = !drawn.front().compared_with.empty();
-    std::string subtitle = remarks_.at("processor");
-    if (!own_peers) subtitle += ", " + remarks_.at("peer") + ", one thread";
-    write_file(path, ratio_chart(drawn, own_peers ? CoreNames() : table_.cores, subtitle));
-    std::printf("wrote %s\n", path.c_str());
+    std::map<std::string, std::vector<BenchRow>> pictures;
+    for (const BenchRow &row : rows_)
+      if (row.same.ratio) pictures[row.listed.picture].push_back(row);
+    for (const auto &[name, rows] : pictures) {
+      const auto path = folder / ("bench_" + name + ".svg");
+      write_file(path, ratio_chart(rows, name, remarks_["processor"]));
+      std::printf("wrote %s\n", path.c_str());
+    }
   }
 
   const Options &options_;
-  Table table_ = Table(0);
-  bool library_asked_for_ = false;
+  Table table_;
   std::map<std::string, std::string> remarks_; // the first process to make one is believed
+  std::set<std::string> absent_;
   std::vector<BenchRow> rows_;
 };
 
@@ -217,10 +202,11 @@ std::string regex_error(const std::string &text) {
 int run(const Options &options) {
   if (options.list) {
     for (const Group &group : groups(options))
-      for (const ListedRow &row : group.rows) std::printf("%s\n", row.name.c_str());
+      for (const ListedRow &row : group.rows) std::printf("%s\n", row.full_name.c_str());
     return exit_ok;
   }
   if (tnk_kernel_load() != TNK_OK) throw Failure(tnk_kernel_message());
+  if (!options.out.empty()) make_folder(options.out);
   return Run(options)();
 }
 
@@ -228,34 +214,37 @@ int run(const Options &options) {
 
 Command bench_command(CLI::App &program) {
   CLI::App *app = program.add_subcommand(
-      "bench",
-      "Measure the kernels beside OpenBLAS, where that is installed, or another peer, and beside what the "
-      "machine allows");
+      "bench", "Measure routines beside other libraries or another peer, and beside what the machine allows");
   const auto options = std::make_shared<Options>();
-  app->add_option("--filter", options->filter, "Only rows matching this regular expression, as ^daxpy/1000$")
+  app->add_option("--filter", options->filter,
+                  "Only rows whose full name, as level1/axpy/daxpy/1000, matches this regular expression: "
+                  "'^level3', 'dgemm/(8|16)$'")
       ->type_name("REGEX")
       ->check(regex_error);
-  app->add_option("--rounds", options->rounds, "Interleaved rounds for each row; more are steadier")
+  app->add_option("--sizes", options->sizes, "These sizes in place of the rows' own, as 8,12,16")
+      ->type_name("LIST");
+  app->add_option("--rounds", options->rounds, "Interleaved rounds for each row, at most; more are steadier")
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();
   app->add_option("--out", options->out, "Write bench.csv and pictures of the ratios to this folder")
       ->type_name("DIR");
-  app->add_flag("--quick", options->quick,
-                "Fewer lengths, none beyond 1000000; matrices of order 256 at most");
+  app->add_flag("--quick", options->quick, "No large sizes");
   app->add_flag("--no-best", options->no_best,
-                "Compare with OpenBLAS' core of the same instruction set only, not with its best");
-  app->add_flag("--list", options->list, "Write the names of the rows and stop");
-  app->footer(
-      "A row says: the length or order n; the rate; how near this is to the limit, and whether bytes or "
-      "flops set it;\n"
-      "and how many times as fast as its peer ours is (above 1: faster). Columns headed \"vs\" have the "
-      "ratios to\n"
-      "the cores of OpenBLAS that they name. A row with another peer has one ratio, to what stands after "
-      "it:\n"
-      "Eigen, a plain loop, another way to the same result, or the same routine on one thread. Medians of "
-      "the\n"
-      "rounds.\n\n"
-      "Exit code: 0 when every row was measured and agrees with the peer, 1 otherwise, 2 for bad usage.");
+                "Compare with a library's core of the same instruction set only, not with its best");
+  app->add_flag("--list", options->list, "Write the full names of the rows and stop");
+  app->footer("A row says: the routine and its size, the length or order; the rate; how near this is to the "
+              "limit, and "
+              "what\n"
+              "sets it; and how many times as fast as its peer ours is (above 1: faster). Where the peer is "
+              "a library "
+              "that\n"
+              "has several cores, \"ratio\" is to the one of the same instruction set as ours, \"best\" to "
+              "the one that "
+              "it\n"
+              "would choose here. Other peers are a plain loop, another way to the same result, the same "
+              "routine on one\n"
+              "thread, or, for a kernel, the public routine that runs it. Medians of the rounds.\n\n"
+              "Exit code: 0 when every row was measured and is right, 1 otherwise, 2 for bad usage.");
   return {app, [options] { return run(*options); }};
 }
 

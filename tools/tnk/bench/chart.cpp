@@ -7,7 +7,7 @@
 namespace tnk::tool {
 namespace {
 
-// In pixels. Dots of one kernel stand a little apart, the shortest vectors on top, so that equal ratios show.
+// In pixels. Dots of one routine stand a little apart, the smallest size on top, so that equal ratios show.
 constexpr double label_gap = 12, panel_width = 400, panel_gap = 40, row_height = 18, group_gap = 10,
                  dot_step = 2.6, dot_radius = 3.1, legend_top = 76, legend_height = 18, panel_head = 48,
                  foot_height = 40, margin = 28;
@@ -46,7 +46,7 @@ class Shades {
 public:
   explicit Shades(const std::vector<BenchRow> &rows) {
     std::set<long long> lengths;
-    for (const BenchRow &row : rows) lengths.insert(row.n);
+    for (const BenchRow &row : rows) lengths.insert(row.listed.size);
     for (const long long n : lengths) {
       if (classes_.empty() || lengths.size() <= shade_count || digits(n) != digits(classes_.back().last))
         classes_.push_back({n, n});
@@ -75,6 +75,10 @@ private:
   std::vector<Class> classes_;
 };
 
+std::string peer_text(const Reading &reading) {
+  return reading.peer + (reading.core.empty() ? "" : ", core " + reading.core);
+}
+
 double across(double left, double ratio) {
   return left + panel_width * std::log2(ratio / lowest) / std::log2(highest / lowest);
 }
@@ -92,23 +96,29 @@ std::string mark(double left, double y, double ratio, const char *shade) {
 
 } // namespace
 
-std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &cores,
+std::string ratio_chart(const std::vector<BenchRow> &rows, const std::string &name,
                         const std::string &subtitle) {
-  const bool own_peers = cores.fair.empty();
   const Shades lengths(rows);
   const auto dot = [&](double left, double y, const BenchRow &row, double ratio) {
-    const std::size_t shade = lengths.of(row.n);
+    const std::size_t shade = lengths.of(row.listed.size);
     const double middle = (static_cast<double>(lengths.size()) - 1) / 2;
     return mark(left, y + dot_step * (static_cast<double>(shade) - middle), ratio, Shades::colour(shade));
   };
 
-  std::vector<std::string> panels = {own_peers ? "against what stands on the right"
-                                               : "against the core " + cores.fair};
-  if (!cores.best.empty()) panels.push_back("against the core " + cores.best);
+  std::set<std::string> peers, best_peers;
+  for (const BenchRow &row : rows) {
+    peers.insert(peer_text(row.same));
+    if (row.best && row.best->ratio) best_peers.insert(peer_text(*row.best));
+  }
+  const bool several = peers.size() > 1;
+  std::vector<std::string> panels = {several ? "against what stands on the right"
+                                             : "against " + *peers.begin()};
+  if (!best_peers.empty())
+    panels.push_back(best_peers.size() > 1 ? "against its best core" : "against " + *best_peers.begin());
   double label_width = 0, peer_width = 0;
   for (const BenchRow &row : rows) {
-    label_width = std::max(label_width, text_width(row.kernel) + label_gap);
-    if (own_peers) peer_width = std::max(peer_width, text_width(row.compared_with) + label_gap);
+    label_width = std::max(label_width, text_width(row.listed.name) + label_gap);
+    if (several) peer_width = std::max(peer_width, text_width(peer_text(row.same)) + label_gap);
   }
   const auto left_of = [&](std::size_t panel) {
     return margin + label_width + static_cast<double>(panel) * (panel_width + panel_gap);
@@ -131,15 +141,17 @@ std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &core
   y = top;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const BenchRow &row = rows[i];
-    if (i == 0 || row.kernel != rows[i - 1].kernel) {
-      y += i > 0 && row.group != rows[i - 1].group ? row_height + group_gap : row_height;
-      labels += text(margin + label_width - label_gap, y + 4, "text-anchor=\"end\"", row.kernel);
-      if (own_peers) labels += text(left_of(0) + panel_width + label_gap, y + 4, "", row.compared_with);
+    const bool new_group = i == 0 || row.listed.group != rows[i - 1].listed.group;
+    if (new_group || row.listed.name != rows[i - 1].listed.name) {
+      y += i > 0 && new_group ? row_height + group_gap : row_height;
+      labels += text(margin + label_width - label_gap, y + 4, "text-anchor=\"end\"", row.listed.name);
+      if (several)
+        labels += text(left_of(panels.size() - 1) + panel_width + label_gap, y + 4, "", peer_text(row.same));
       for (std::size_t p = 0; p < panels.size(); ++p)
         labels += format("<line x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"#eef0f3\"/>\n",
                          left_of(p), y, left_of(p) + panel_width, y);
     }
-    if (row.fair.ratio) dots += dot(left_of(0), y, row, *row.fair.ratio);
+    if (row.same.ratio) dots += dot(left_of(0), y, row, *row.same.ratio);
     if (row.best && row.best->ratio && panels.size() > 1) dots += dot(left_of(1), y, row, *row.best->ratio);
   }
   const double bottom = y + row_height;
@@ -157,16 +169,16 @@ std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &core
     }
   }
 
+  std::string title = name;
+  std::replace(title.begin(), title.end(), '_', ' ');
   const double height = bottom + foot_height;
   return format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
                 "width=\"%.0f\" height=\"%.0f\" viewBox=\"0 0 %.0f %.0f\" font-family=\"Helvetica, Arial, "
                 "'Liberation Sans', 'DejaVu Sans', sans-serif\" font-size=\"12\" fill=\"#1f2937\" "
-                "role=\"img\">\n<title>Speed of the kernels beside a peer</title>\n"
+                "role=\"img\">\n<title>Speed beside others</title>\n"
                 "<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
                 width, height, width, height) +
-         text(margin, 30, "font-size=\"18\" font-weight=\"600\"",
-              own_peers ? "Speed of the kernels beside other peers"
-                        : "Speed of the kernels beside OpenBLAS") +
+         text(margin, 30, "font-size=\"18\" font-weight=\"600\"", "Speed beside others: " + title) +
          text(margin, 50, "fill=\"#4b5563\"", subtitle + ". To the right of 1, ours is faster.") + labels +
          frame + dots + "</svg>\n";
 }

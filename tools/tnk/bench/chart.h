@@ -7,10 +7,10 @@
 
 namespace tnk::tool {
 
-// A line a kernel, a dot a length, on a logarithmic scale of ours to the peer; a panel a core. Without cores there is one
-// panel, and what each kernel is compared with stands at the right of its line. Ratios beyond the scale stand at its
-// ends as triangles. SVG 1.1.
-std::string ratio_chart(const std::vector<BenchRow> &rows, const CoreNames &cores,
+// A line a routine, a dot a size, on a logarithmic scale of ours to the peer, and a second panel for the best cores of
+// peers that have any. Where the rows have several peers, each stands at the right of its line. Ratios beyond the scale
+// stand at its ends as triangles. Rows without a ratio are left out. SVG 1.1.
+std::string ratio_chart(const std::vector<BenchRow> &rows, const std::string &name,
                         const std::string &subtitle);
 
 } // namespace tnk::tool

@@ -15,6 +15,12 @@ std::vector<std::string> split(const std::string &line, char separator) {
   return fields;
 }
 
+// "" when there is no such column.
+std::string field(const TabbedLines::Fields &fields, const char *column) {
+  const auto found = fields.find(column);
+  return found == fields.end() ? "" : found->second;
+}
+
 std::optional<double> number(const std::string &text) {
   char *end = nullptr;
   const double value = std::strtod(text.c_str(), &end);
@@ -30,107 +36,99 @@ std::string csv_number(const std::optional<double> &value) {
   return value ? format("%.6g", *value) : "";
 }
 
-std::string core_head(const std::string &core) {
-  return "vs " + core;
-}
-
-int core_width(const std::string &core) {
-  return static_cast<int>(core_head(core).size()) + 1;
-}
-
 } // namespace
 
-bool ReadingsParser::take(const std::string &line) {
+const TabbedLines::Fields *TabbedLines::take(const std::string &line) {
   if (line.rfind("# ", 0) == 0) {
     const auto colon = line.find(": ");
     if (colon == std::string::npos) throw Failure("the bench program wrote a remark without a key: " + line);
     remarks[line.substr(2, colon - 2)] = line.substr(colon + 2);
-    return false;
+    return nullptr;
   }
-  const auto fields = split(line, '\t');
+  const auto values = split(line, '\t');
   if (columns_.empty()) {
-    columns_ = fields;
-    return false;
+    columns_ = values;
+    return nullptr;
   }
-  if (fields.size() != columns_.size()) throw Failure("the bench program wrote a broken line: " + line);
-  Reading reading;
-  std::string name;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    const std::string &column = columns_[i], &field = fields[i];
-    if (column == "row") name = field;
-    if (column == "seconds") reading.seconds = number(field);
-    if (column == "GB/s") reading.gigabytes = number(field);
-    if (column == "Gflop/s") reading.gigaflops = number(field);
-    if (column == "limit") reading.limit = number(field);
-    if (column == "peer_seconds") reading.peer_seconds = number(field);
-    if (column == "ratio") reading.ratio = number(field);
-    if (column == "limited_by") reading.limited_by = field;
-    if (column == "note") reading.note = field;
-    if (column == "error") reading.error = field;
-  }
-  if (reading.error.empty() && !reading.seconds) reading.error = "no time was reported";
-  rows[name] = reading;
-  return true;
+  if (values.size() != columns_.size()) throw Failure("the bench program wrote a broken line: " + line);
+  fields_.clear();
+  for (std::size_t i = 0; i < values.size(); ++i) fields_[columns_[i]] = values[i];
+  return &fields_;
+}
+
+ListedRow listed_row(const TabbedLines::Fields &fields) {
+  return {field(fields, "row"),           field(fields, "group"),
+          field(fields, "name"),          std::atoll(field(fields, "size").c_str()),
+          field(fields, "picture"),       field(fields, "peer"),
+          !field(fields, "cores").empty()};
+}
+
+Reading reading(const TabbedLines::Fields &fields) {
+  const auto value = [&](const char *column) { return number(field(fields, column)); };
+  Reading found;
+  found.seconds = value("seconds"), found.rate = value("rate"), found.limit = value("limit");
+  found.peer_seconds = value("peer_seconds"), found.ratio = value("ratio");
+  found.unit = field(fields, "unit"), found.limited_by = field(fields, "limited_by");
+  found.peer = field(fields, "peer"), found.core = field(fields, "core");
+  found.absent = field(fields, "absent"), found.note = field(fields, "note");
+  found.error = field(fields, "error");
+  if (found.error.empty() && !found.seconds) found.error = "no time was reported";
+  return found;
 }
 
 std::string BenchRow::error() const {
-  if (!fair.error.empty()) return fair.error;
+  if (!same.error.empty()) return same.error;
   return best ? best->error : "";
 }
 
-ListedRow listed_row(const std::string &line) {
-  const auto fields = split(line, '\t');
-  if (fields.size() != 3) throw Failure("the bench program wrote a broken line: " + line);
-  return {fields[0], fields[1], fields[2]};
-}
-
-BenchRow join(const ListedRow &listed, const std::map<std::string, Reading> &fair,
-              const std::map<std::string, Reading> *best) {
-  const auto reading = [&](const std::map<std::string, Reading> &readings) {
-    const auto found = readings.find(listed.name);
+BenchRow join(const ListedRow &listed, const Readings &same, const Readings *best) {
+  const auto find = [&](const Readings &readings) {
+    const auto found = readings.find(listed.full_name);
     if (found != readings.end()) return found->second;
     Reading missing;
     missing.error = "the bench program ended before it";
     return missing;
   };
-  const auto slash = listed.name.find('/');
-  BenchRow row;
-  row.kernel = listed.name.substr(0, slash);
-  row.group = listed.group;
-  row.compared_with = listed.compared_with;
-  row.n = slash == std::string::npos ? 0 : std::atoll(listed.name.c_str() + slash + 1);
-  row.fair = reading(fair);
-  if (best) row.best = reading(*best);
+  BenchRow row{listed, find(same), {}};
+  if (best) row.best = find(*best);
   return row;
 }
 
-std::string Table::head(bool own_peers) const {
-  const std::string start = format("%-*s %9s %16s %10s", kernel_width, "kernel", "n", "ours", "limit");
-  if (own_peers) return start + "   ratio  compared with\n";
-  std::string head = start;
-  for (const std::string &core : {cores.fair, cores.best})
-    if (!core.empty()) head += format(" %*s", core_width(core), core_head(core).c_str());
-  return head + "\n";
+std::string Table::head() const {
+  return format("%-*s %9s %15s %11s %7s %s %s\n", name_width_, "routine", "size", "ours", "limit", "ratio",
+                with_best_ ? "   best " : "", "compared with");
 }
 
 std::string Table::line(const BenchRow &row) const {
-  const std::string start = format("%-*s %9lld", kernel_width, row.kernel.c_str(), row.n);
+  const std::string start = format("%-*s %9lld", name_width_, row.listed.name.c_str(), row.listed.size);
   if (const std::string error = row.error(); !error.empty()) return start + "  error: " + error + "\n";
-  const bool flops = row.fair.limited_by == "flops";
-  const double rate = (flops ? row.fair.gigaflops : row.fair.gigabytes).value_or(0);
-  std::string line = start + format(" %8.1f %7s %3.0f%% %5s", rate, flops ? "Gflop/s" : "GB/s",
-                                    100 * row.fair.limit.value_or(0), row.fair.limited_by.c_str());
-  if (!row.compared_with.empty()) {
-    line += format(" %7s  ", ratio_text(row.fair.ratio).c_str()) + row.compared_with;
-  } else {
-    if (!cores.fair.empty())
-      line += format(" %*s", core_width(cores.fair), ratio_text(row.fair.ratio).c_str());
-    if (!cores.best.empty() && row.best)
-      line += format(" %*s", core_width(cores.best), ratio_text(row.best->ratio).c_str());
-  }
-  for (const std::string &note : {row.fair.note, row.best ? row.best->note : ""})
-    if (!note.empty()) return line + "  " + note + "\n";
+  const Reading &same = row.same;
+  const std::string limit =
+      same.limit ? format("%.0f%% %s", 100 * *same.limit, same.limited_by.c_str()) : std::string("-");
+  std::string line = start + format(" %15s %11s %7s ", rate_text(same.rate.value_or(0), same.unit).c_str(),
+                                    limit.c_str(), ratio_text(same.ratio).c_str());
+  if (with_best_) line += format("%7s ", row.best ? ratio_text(row.best->ratio).c_str() : "");
+  line += " " + row.listed.peer;
+  for (const std::string &note : {same.note, row.best ? row.best->note : ""})
+    if (!note.empty()) return line + "; " + note + "\n";
   return line + "\n";
+}
+
+std::string Table::cores(const BenchRow &row) {
+  if (row.same.core.empty()) return "";
+  std::string text = row.same.peer + ": ratio is to its core " + row.same.core;
+  if (row.best) text += ", best to its core " + row.best->core;
+  if (text == cores_) return "";
+  cores_ = text;
+  return text + "\n";
+}
+
+std::string rate_text(double rate, const std::string &unit) {
+  static const char *const prefixes[] = {"", "k", "M", "G", "T"};
+  std::size_t prefix = 0;
+  // What would be rounded to 1000.0 takes the next prefix.
+  for (; rate >= 999.95 && prefix + 1 < std::size(prefixes); ++prefix) rate /= 1000;
+  return format("%.1f %s%s/s", rate, prefixes[prefix], unit.c_str());
 }
 
 std::string csv_field(const std::string &text) {
@@ -143,18 +141,30 @@ std::string csv_field(const std::string &text) {
 std::string csv_file(const std::vector<BenchRow> &rows, const std::vector<std::string> &remarks) {
   std::string file;
   for (const std::string &remark : remarks) file += "# " + remark + "\n";
-  file += "group,kernel,n,seconds,GB/s,Gflop/s,limited_by,fraction_of_limit,compared_with,ratio,peer_seconds,"
-          "ratio_best,peer_seconds_best,note,note_best,error\n";
+  file += "group,routine,size,seconds,rate,unit,limited_by,fraction_of_limit,compared_with,core,ratio,"
+          "peer_seconds,core_best,ratio_best,peer_seconds_best,note,note_best,error\n";
   for (const BenchRow &row : rows) {
-    const Reading best = row.best.value_or(Reading());
-    file += csv_field(row.group) + "," + csv_field(row.kernel) + "," + format("%lld", row.n);
-    for (const auto &value : {row.fair.seconds, row.fair.gigabytes, row.fair.gigaflops})
-      file += "," + csv_number(value);
-    file += "," + csv_field(row.fair.limited_by) + "," + csv_number(row.fair.limit) + "," +
-            csv_field(row.compared_with.empty() ? "OpenBLAS" : row.compared_with);
-    for (const auto &value : {row.fair.ratio, row.fair.peer_seconds, best.ratio, best.peer_seconds})
-      file += "," + csv_number(value);
-    for (const std::string &text : {row.fair.note, best.note, row.error()}) file += "," + csv_field(text);
+    const Reading &same = row.same, best = row.best.value_or(Reading());
+    const std::string peer = same.peer.empty() ? row.listed.peer : same.peer;
+    const std::string fields[] = {row.listed.group,
+                                  row.listed.name,
+                                  std::to_string(row.listed.size),
+                                  csv_number(same.seconds),
+                                  csv_number(same.rate),
+                                  same.unit,
+                                  same.limited_by,
+                                  csv_number(same.limit),
+                                  peer,
+                                  same.core,
+                                  csv_number(same.ratio),
+                                  csv_number(same.peer_seconds),
+                                  best.core,
+                                  csv_number(best.ratio),
+                                  csv_number(best.peer_seconds),
+                                  same.note,
+                                  best.note,
+                                  row.error()};
+    for (const std::string &text : fields) file += (&text == fields ? "" : ",") + csv_field(text);
     file += "\n";
   }
   return file;

@@ -8,74 +8,79 @@
 
 namespace tnk::tool {
 
-// A row as one process measured it. A value that it did not have is empty.
-struct Reading {
-  std::optional<double> seconds, gigabytes, gigaflops, limit, peer_seconds, ratio;
-  std::string limited_by; // "bytes" or "flops"
-  std::string note;       // what else is to be said, as that the peer is wrong and left out
-  std::string error;      // why there are no values; else ""
-};
-
-// The output of one process, a line at a time: remarks "# key: value", the names of the columns, the rows.
-class ReadingsParser {
+// The output of one process, a line at a time: remarks "# key: value", the names of the columns, and a line a row.
+class TabbedLines {
 public:
-  // True when the line was a row. Throws Failure on a line that is none of the three.
-  bool take(const std::string &line);
+  using Fields = std::map<std::string, std::string>; // by column
 
-  std::map<std::string, Reading> rows; // by name: "daxpy/1000"
+  // The fields of a row, null when the line was none. Throws Failure on a line that is none of the three.
+  const Fields *take(const std::string &line);
+
   std::map<std::string, std::string> remarks;
 
 private:
   std::vector<std::string> columns_;
+  Fields fields_;
 };
 
 // A row before it is measured.
 struct ListedRow {
-  std::string name, group;
-  std::string compared_with; // as in "plain loop"; empty: the BLAS library
+  std::string full_name, group, name; // "level1/axpy/daxpy/1000", "level1/axpy", "daxpy"
+  long long size = 0;
+  std::string picture, peer; // "vectors", "OpenBLAS"
+  bool cores = false;        // whether the peer has cores of its own to choose from
 };
 
-// From a line of the bench program's list. Throws Failure on any other line.
-ListedRow listed_row(const std::string &line);
+ListedRow listed_row(const TabbedLines::Fields &fields);
 
-// A row of both processes: against the library's core of the kernels' own instruction set, and against its best. A row
-// with a peer of its own has that one's ratio in `fair` and no second process.
+// A row as one process measured it. A value that it did not have is empty.
+struct Reading {
+  std::optional<double> seconds, rate, limit, peer_seconds, ratio;
+  std::string unit, limited_by;
+  std::string peer, core; // "OpenBLAS 0.3.21", "Sandybridge"
+  std::string absent;     // how to get a peer that is not installed
+  std::string note;       // what else is to be said, as that the peer is wrong and left out
+  std::string error;      // why there are no values; else ""
+};
+
+Reading reading(const TabbedLines::Fields &fields);
+using Readings = std::map<std::string, Reading>; // by the row's full name
+
+// A row of both processes: with the peer on its core of the kernels' own instruction set, and on its best. A row whose
+// peer has no cores has no second process.
 struct BenchRow {
-  std::string kernel, group, compared_with;
-  long long n = 0;
-  Reading fair;
+  ListedRow listed;
+  Reading same;
   std::optional<Reading> best;
 
   // The first that is wrong with it; "" when all is well.
   std::string error() const;
 };
 
-// Names without their readings are rows in error. With best null there was no second process.
-BenchRow join(const ListedRow &listed, const std::map<std::string, Reading> &fair,
-              const std::map<std::string, Reading> *best);
+// Rows without their readings are in error. With best null there was no second process.
+BenchRow join(const ListedRow &listed, const Readings &same, const Readings *best);
 
-// Cores of the library; empty where nothing was compared with them.
-struct CoreNames {
-  std::string fair, best;
-};
-
-// The text table: a head before rows of its kind, and a line a row. The ratios of rows beside the library stand under
-// the names of its cores, those of rows with peers of their own before the peers' names.
+// The text table: a head and a line a row.
 class Table {
 public:
-  explicit Table(std::size_t longest_kernel_name) : kernel_width(static_cast<int>(longest_kernel_name)) {}
+  Table(std::size_t longest_name, bool with_best)
+      : name_width_(static_cast<int>(longest_name)), with_best_(with_best) {}
 
-  CoreNames cores; // a column without a name is left out
-
-  std::string head(bool own_peers) const;
+  std::string head() const;
   std::string line(const BenchRow &row) const;
+  // Which cores the ratios of a row are to, when that was not said before; else "".
+  std::string cores(const BenchRow &row);
 
 private:
-  int kernel_width;
+  int name_width_;
+  bool with_best_;
+  std::string cores_;
 };
 
-// A comma-separated file (RFC 4180) with the remarks as comment lines before it. `ratio` is to what `compared_with`
-// names, `ratio_best` to the library's best core.
+// A rate with a prefix: "12.3 Gflop/s".
+std::string rate_text(double rate, const std::string &unit);
+
+// A comma-separated file (RFC 4180) with the remarks as comment lines before it.
 std::string csv_field(const std::string &text);
 std::string csv_file(const std::vector<BenchRow> &rows, const std::vector<std::string> &remarks);
 

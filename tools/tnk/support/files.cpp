@@ -27,6 +27,30 @@ int write_all(int file, std::string_view contents) {
   return ::fsync(file) != 0 && errno != EINVAL ? errno : 0;
 }
 
+void create_folder(const std::filesystem::path &folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) fail("make the folder", folder, error.value());
+}
+
+// A new file beside another one. Nobody else's is opened: not one that is there already, be it a link that was laid
+// for us in a folder that all may write to, or what another process left behind.
+struct Temporary {
+  // `meant` is what a failure names.
+  Temporary(const std::filesystem::path &beside, const std::filesystem::path &meant) {
+    const std::string stem = beside.string() + ".part" + std::to_string(::getpid());
+    for (int i = 0; i < 100; ++i) {
+      name = stem + "." + std::to_string(i);
+      file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+      if (file >= 0 || errno != EEXIST) break;
+    }
+    if (file < 0) fail("write", meant, errno);
+  }
+
+  std::string name;
+  int file = -1;
+};
+
 } // namespace
 
 std::string read_file(const std::filesystem::path &path) {
@@ -41,20 +65,21 @@ std::string read_file(const std::filesystem::path &path) {
 }
 
 void write_file(const std::filesystem::path &path, std::string_view contents) {
-  if (path.has_parent_path()) {
-    std::error_code error;
-    std::filesystem::create_directories(path.parent_path(), error);
-    if (error) fail("make the folder", path.parent_path(), error.value());
-  }
-  const std::string temporary = path.string() + ".part" + std::to_string(::getpid());
-  const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file < 0) fail("write", path, errno);
-  int reason = write_all(file, contents);
-  if (::close(file) != 0 && reason == 0) reason = errno;
-  if (reason == 0 && ::rename(temporary.c_str(), path.c_str()) != 0) reason = errno;
+  if (path.has_parent_path()) create_folder(path.parent_path());
+  const Temporary temporary(path, path);
+  int reason = write_all(temporary.file, contents);
+  if (::close(temporary.file) != 0 && reason == 0) reason = errno;
+  if (reason == 0 && ::rename(temporary.name.c_str(), path.c_str()) != 0) reason = errno;
   if (reason == 0) return;
-  ::unlink(temporary.c_str());
+  ::unlink(temporary.name.c_str());
   fail("write", path, reason);
+}
+
+void make_folder(const std::filesystem::path &folder) {
+  create_folder(folder);
+  const Temporary temporary(folder / "tnk", folder);
+  ::close(temporary.file);
+  ::unlink(temporary.name.c_str());
 }
 
 std::filesystem::path program_folder() {

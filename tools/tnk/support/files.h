@@ -15,6 +15,10 @@ std::string read_file(const std::filesystem::path &path);
 // nothing behind.
 void write_file(const std::filesystem::path &path, std::string_view contents);
 
+// Makes a folder unless it is there, and tries whether files can be made in it: to be called before the work whose
+// results are to go there. Throws Failure.
+void make_folder(const std::filesystem::path &folder);
+
 // The folder that the running program stands in.
 std::filesystem::path program_folder();
 

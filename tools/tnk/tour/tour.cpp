@@ -53,7 +53,9 @@ int run_tour(const Options &options) {
   }
   if (load_kernel() != TNK_OK) throw Failure(tnk_kernel_message());
 
-  Stage stage(find_data(options.data), options.out);
+  const fs::path data = find_data(options.data);
+  make_folder(options.out);
+  Stage stage(data, options.out);
   for (const Scene &scene : scenes) {
     if (!options.scenes.empty() &&
         std::find(options.scenes.begin(), options.scenes.end(), scene.name) == options.scenes.end())

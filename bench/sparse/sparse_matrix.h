@@ -1,7 +1,7 @@
 // The matrices that the sparse kernels are measured on.
 #pragma once
 
-#include "bench/store.h"
+#include "bench/frame/store.h"
 
 #include <tnk/types.h>
 

@@ -1,4 +1,4 @@
-#include "bench/eigen_sparse.h"
+#include "bench/sparse/eigen_sparse.h"
 
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-#include "bench/plain_sparse_matrix.h"
+#include "bench/sparse/plain_sparse_matrix.h"
 
 namespace tnk::bench::plain {
 

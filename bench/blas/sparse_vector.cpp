@@ -1,7 +1,8 @@
 // Sparse vectors. The common peers have none, so a plain loop stands in.
 
-#include "bench/plain_sparse_vector.h"
-#include "bench/row.h"
+#include "bench/blas/plain_sparse_vector.h"
+#include "bench/families.h"
+#include "bench/operands.h"
 
 #include <tnk/blas_level1.h>
 #include <tnk/host.h>
@@ -85,23 +86,34 @@ public:
 private:
   static constexpr bool complex = std::is_class_v<P>;
 
+  struct Cost {
+    double bytes, flops; // of one element
+    Mix mix;
+    Law law;
+  };
+
   // So many passes over a vector of values, and one over the positions.
   static double bytes(int passes) { return static_cast<double>(passes * sizeof(P) + sizeof(tnk_int)); }
 
   template <class Ours, class Body, class Plain>
-  void add(const char *operation, const Cost &cost, Ours *ours, Body body, Plain loop) {
-    const auto repeated_loop = [loop](Operands &o, long count) {
+  void add(const char *operation, const Cost &cost, Ours *routine, Body body, Plain loop) {
+    const Call ours = repeated<tnk_int>(routine, body), peer = [loop](Operands &o, long count) {
       for (; count > 0; --count) loop(o);
     };
-    rows.push_back({element + std::string(operation),
-                    "sparse vectors",
-                    element,
-                    cost,
-                    repeated<tnk_int>(ours, body),
-                    repeated_loop,
-                    {},
-                    {},
-                    "plain loop"});
+    Row added;
+    added.group = "level1/sparse";
+    added.name = element + std::string(operation);
+    added.sizes = {100, 1000, 10000, 1000000, 10000000};
+    added.unit = "B";
+    added.picture = "sparse_vectors";
+    added.peer = "plain loop";
+    added.prepare = [=, letter = element](tnk_int n) {
+      const auto elements = static_cast<double>(n);
+      return on_operands({letter, static_cast<std::size_t>(n), cost.bytes * elements, cost.flops * elements,
+                          cost.mix, cost.law},
+                         "B", n, ours, peer);
+    };
+    rows.push_back(std::move(added));
   }
 
   std::vector<Row> &rows;

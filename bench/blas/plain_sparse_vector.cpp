@@ -1,4 +1,4 @@
-#include "bench/plain_sparse_vector.h"
+#include "bench/blas/plain_sparse_vector.h"
 
 namespace tnk::bench::plain {
 namespace {

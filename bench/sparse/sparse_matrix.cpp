@@ -1,4 +1,4 @@
-#include "bench/sparse_matrix.h"
+#include "bench/sparse/sparse_matrix.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,6 +1,8 @@
 // What the machine allows: the plainest loops over the same bytes, and arithmetic without memory.
 #pragma once
 
+#include "bench/frame/row.h"
+
 #include <cstddef>
 
 namespace tnk::bench {
@@ -31,5 +33,9 @@ struct FlopProbe {
 // element_bytes is 4 or 8: float or double arithmetic. vector_bytes is 16 or 32.
 StreamProbe stream_probe(Mix mix, int element_bytes, int vector_bytes);
 FlopProbe flop_probe(int element_bytes, int vector_bytes);
+
+// The same as limits of a call that moves so many bytes, or does so many operations. x and y hold `size` bytes each.
+Limit bytes_limit(const StreamProbe &probe, void *x, void *y, std::size_t size, double bytes);
+Limit flops_limit(const FlopProbe &probe, double flops);
 
 } // namespace tnk::bench

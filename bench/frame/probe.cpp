@@ -1,4 +1,4 @@
-#include "bench/probe.h"
+#include "bench/frame/probe.h"
 
 #include <cstddef>
 
@@ -123,6 +123,17 @@ StreamProbe stream_probe(Mix mix, int element_bytes, int vector_bytes) {
 FlopProbe flop_probe(int element_bytes, int vector_bytes) {
   if (element_bytes == 4) return vector_bytes == 16 ? flops_of<float, 16>() : flops_of<float, 32>();
   return vector_bytes == 16 ? flops_of<double, 16>() : flops_of<double, 32>();
+}
+
+Limit bytes_limit(const StreamProbe &probe, void *x, void *y, std::size_t size, double bytes) {
+  constexpr std::size_t widest = 32; // a probe leaves out what does not fill a vector
+  const std::size_t walked = size / widest * widest;
+  return {"bytes", [=](long count) { probe.run(x, y, walked, count); },
+          walked ? bytes / (probe.moved * static_cast<double>(walked)) : 0};
+}
+
+Limit flops_limit(const FlopProbe &probe, double flops) {
+  return {"flops", probe.run, flops / probe.flops};
 }
 
 } // namespace tnk::bench

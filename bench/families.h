@@ -1,0 +1,19 @@
+// The families, in the order in which they are measured. Each appends its rows.
+#pragma once
+
+#include "bench/frame/row.h"
+
+namespace tnk::bench {
+
+void add_blas_level1(std::vector<Row> &rows);
+void add_sparse_vectors(std::vector<Row> &rows);
+void add_products(std::vector<Row> &rows);
+void add_sparse_matrices(std::vector<Row> &rows);
+
+inline std::vector<Row> all_rows() {
+  std::vector<Row> rows;
+  for (const auto &add : {add_blas_level1, add_sparse_vectors, add_products, add_sparse_matrices}) add(rows);
+  return rows;
+}
+
+} // namespace tnk::bench
