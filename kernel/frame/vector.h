@@ -57,8 +57,10 @@ template <class V> inline V in_register(V v) {
 
 // Ends a step of a loop that is unrolled over several accumulators: all of them are up to date here. Otherwise the
 // compiler finishes one after the other, over all unrolled steps, and spills the operands that the next ones need.
-template <class... V> inline void end_step(V &...accumulators) {
-  const auto up_to_date = [](auto &v) { asm volatile("" : "+x"(v)); };
+template <class... V> inline __attribute__((always_inline)) void end_step(V &...accumulators) {
+  const auto up_to_date = [](auto &v) __attribute__((always_inline)) {
+    asm volatile("" : "+x"(v));
+  };
   (up_to_date(accumulators), ...);
 }
 

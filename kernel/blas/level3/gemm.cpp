@@ -2,7 +2,7 @@
 #include "kernel/blas/level3/gemm.h"
 #include "kernel/frame/element.h"
 
-namespace tnk {
+namespace tnk::level3 {
 namespace {
 
 // beta is spent first, so every later stage adds to C.
@@ -26,14 +26,14 @@ void gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_in
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level3
 
 #define ENTRY(t, T)                                                                                          \
   void tnk_blas_x##t##gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,       \
                            const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,     \
                            const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {                    \
     if (*m <= 0 || *n <= 0) return;                                                                          \
-    tnk::gemm(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c, ldc);             \
+    tnk::level3::gemm(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c, ldc);     \
   }
 ENTRY(s, float)
 ENTRY(d, double)

@@ -1,10 +1,12 @@
-// What the stages of the matrix product share: the entries of a type by one name, and the reading of options.
+// What the stages of the matrix product share: the entries of a type by one name, the reading of options, and the
+// numbers of modes.
 #pragma once
 
+#include "kernel/blas/level3/tile.h"
 #include "kernel/frame/element.h"
 #include <tnk/blas_level3.h>
 
-namespace tnk {
+namespace tnk::level3 {
 
 template <class T> struct gemm_entries;
 #define TNK_GEMM_ENTRIES(T, t)                                                                               \
@@ -23,28 +25,35 @@ TNK_GEMM_ENTRIES(tnk_complex8, c)
 TNK_GEMM_ENTRIES(tnk_complex16, z)
 #undef TNK_GEMM_ENTRIES
 
-// What an option letter asks for; also the place of its copy in a descriptor. Every letter that is not told apart
-// counts as the last: in the real types, where the last two are the same, T does.
-enum gemm_operation { as_it_is = 0, transposed = 1, conjugate_transposed = 2 };
+// What an option letter asks for; also the place of its copy in a descriptor. Real types know no conjugation.
+enum operation { as_it_is = 0, transposed = 1, conjugate_transposed = 2 };
 
-template <class T> inline gemm_operation operation_of(const char *trans) {
+template <class T> inline operation operation_of(const char *trans) {
   if (*trans == 'N' || *trans == 'n') return as_it_is;
-  if (is_complex<T> && (*trans == 'T' || *trans == 't')) return transposed;
+  if (!is_complex<T> || *trans == 'T' || *trans == 't') return transposed;
   return conjugate_transposed;
 }
 
 // The corner of the block at (row, column) of op(X).
 template <class T>
-inline const T *block_of(const T *x, tnk_int ld, gemm_operation op, tnk_int row, tnk_int column) {
+inline const T *block_of(const T *x, tnk_int ld, operation op, tnk_int row, tnk_int column) {
   return op == as_it_is ? x + row + column * ld : x + column + row * ld;
 }
 
-// To a multiple of `unit`, a power of two as all unrolls are: a division takes as long as packing a row.
-inline tnk_int rounded_up(tnk_int x, tnk_int unit) {
-  return (x + unit - 1) & -unit;
-}
-inline tnk_int rounded_down(tnk_int x, tnk_int unit) {
-  return x & -unit;
-}
+// Which operands have a buffer for their packed block; those that have none pass through the work buffer. The modes of
+// one buffer alone have their panels filled by somebody else.
+enum buffer_mode : int32_t {
+  both_packed = 100, // and the work buffer
+  a_alone,
+  b_alone,
+  both_alone,
+  b_packed, // and the work buffer, as below
+  a_packed,
+  none_packed
+};
+enum size_mode : int32_t { clamped_sizes = 107, whole_sizes };
 
-} // namespace tnk
+// What a block kernel is told of its panels. It means nothing to those of this processor class.
+enum kernel_mode : int32_t { plain_panels = 2, panels_in_work };
+
+} // namespace tnk::level3

@@ -2,7 +2,7 @@
 #include "kernel/blas/level3/gemm.h"
 #include "kernel/frame/vector.h"
 
-namespace tnk {
+namespace tnk::level3 {
 namespace {
 
 // One column, in blocks of 16 rows: a long one from a 32-byte boundary on, when its elements can reach one. In a short
@@ -35,12 +35,12 @@ template <class T> void mscale(tnk_int m, tnk_int n, T beta, T *c, tnk_int ldc) 
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level3
 
 #define ENTRY(t, T)                                                                                          \
   void tnk_blas_##t##gemm_mscale(const tnk_int *m, const tnk_int *n, const T *beta, T *c,                    \
                                  const tnk_int *ldc) {                                                       \
-    tnk::mscale(*m, *n, tnk::get(beta), c, *ldc);                                                            \
+    tnk::level3::mscale(*m, *n, tnk::get(beta), c, *ldc);                                                    \
   }
 ENTRY(s, float)
 ENTRY(d, double)

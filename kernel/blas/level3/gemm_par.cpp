@@ -6,12 +6,8 @@
 #include <algorithm>
 #include <tnk/services.h>
 
-namespace tnk {
+namespace tnk::level3 {
 namespace {
-
-// Buffer modes and kernel modes of the versions.
-enum : int32_t { packs_both = 100, packs_b = 104, packs_a = 105, packs_none = 106, clamped_sizes = 107 };
-enum : int32_t { plain_mode = 2, other_mode = 3 };
 
 // One product, and how its blocks are packed and multiplied.
 template <class T> struct product {
@@ -21,10 +17,11 @@ template <class T> struct product {
   tnk_int lda;
   const T *b;
   tnk_int ldb;
+  const T *beta; // for version 64; spent in all others
   T *c;
   const tnk_int *ldc;
   tnk_gemm_descriptor *d;
-  gemm_operation op_a = operation_of<T>(transa), op_b = operation_of<T>(transb);
+  operation op_a = operation_of<T>(transa), op_b = operation_of<T>(transb);
 
   // Rows i ... i+rows of op(A), steps l ... l+steps, times alpha.
   void pack_a(tnk_int i, tnk_int rows, tnk_int l, tnk_int steps, const tnk_gemm_panels &panels) const {
@@ -35,10 +32,10 @@ template <class T> struct product {
   }
   // Adds the product of what is packed to C at (i, j).
   void multiply(tnk_int i, tnk_int rows, tnk_int j, tnk_int columns, tnk_int steps, const tnk_gemm_panels &pa,
-                const tnk_gemm_panels &pb, int32_t mode, const T *beta = &one<T>) const {
+                const tnk_gemm_panels &pb, kernel_mode mode, bool adds = true) const {
     const tnk_int padded = rounded_up(steps, d->kr);
-    d->ker0(transa, transb, &rows, &columns, &padded, nullptr, pa.data, &pa, pb.data, &pb, beta,
-            c + i + j * *ldc, ldc, d->work.data, mode);
+    d->ker0(transa, transb, &rows, &columns, &padded, nullptr, pa.data, &pa, pb.data, &pb,
+            adds ? &one<T> : beta, c + i + j * *ldc, ldc, d->work.data, mode);
   }
   // A record for panels in the work buffer.
   tnk_gemm_panels in_work(tnk_int stride) const {
@@ -61,7 +58,7 @@ template <class T> void with_both_packed(const product<T> &p) {
       p.pack_b(l, steps, j, columns, d.b);
       in_blocks(p.m, d.mb, [&](tnk_int i, tnk_int rows) {
         p.pack_a(i, rows, l, steps, d.a);
-        p.multiply(i, rows, j, columns, steps, d.a, d.b, plain_mode);
+        p.multiply(i, rows, j, columns, steps, d.a, d.b, plain_panels);
       });
     });
   });
@@ -70,7 +67,7 @@ template <class T> void with_both_packed(const product<T> &p) {
 // A block of A, packed, by columns j ... j+columns of op(B).
 template <class T>
 void by_columns(const product<T> &p, tnk_int i, tnk_int rows, tnk_int l, tnk_int steps, tnk_int j,
-                tnk_int columns, int32_t mode) {
+                tnk_int columns, kernel_mode mode) {
   const tnk_gemm_panels pb = p.in_work(p.d->nr * rounded_up(steps, p.d->kr));
   in_blocks(columns, p.columns_in_work(), [&](tnk_int jj, tnk_int some) {
     p.pack_b(l, steps, j + jj, some, pb);
@@ -84,7 +81,7 @@ template <class T> void with_a_packed(const product<T> &p) {
     in_blocks(p.k, d.kb, [&](tnk_int l, tnk_int steps) {
       in_blocks(p.m, d.mb, [&](tnk_int i, tnk_int rows) {
         p.pack_a(i, rows, l, steps, d.a);
-        by_columns(p, i, rows, l, steps, j, columns, other_mode);
+        by_columns(p, i, rows, l, steps, j, columns, panels_in_work);
       });
     });
   });
@@ -93,7 +90,7 @@ template <class T> void with_a_packed(const product<T> &p) {
 template <class T> void with_rows_of_a_packed(const product<T> &p) {
   in_blocks(p.m, p.d->mb, [&](tnk_int i, tnk_int rows) {
     p.pack_a(i, rows, 0, p.k, p.d->a);
-    by_columns(p, i, rows, 0, p.k, 0, p.n, plain_mode);
+    by_columns(p, i, rows, 0, p.k, 0, p.n, plain_panels);
   });
 }
 
@@ -104,16 +101,16 @@ template <class T> void with_b_packed(const product<T> &p) {
     p.pack_b(0, p.k, j, columns, d.b);
     in_blocks(p.m, p.rows_in_work(), [&](tnk_int i, tnk_int rows) {
       p.pack_a(i, rows, 0, p.k, pa);
-      p.multiply(i, rows, j, columns, p.k, pa, d.b, plain_mode);
+      p.multiply(i, rows, j, columns, p.k, pa, d.b, plain_panels);
     });
   });
 }
 
 // Both operands through the work buffer, a panel of each: A's stands behind B's. The steps are cut so that the two fit;
-// with what the buffer holds beyond its panels, kr of them always do. beta is for the first slice of steps, later
-// ones add to it.
+// with what the buffer holds beyond its panels, kr of them always do. The first slice of steps may be for the caller's
+// beta, later ones add to it.
 template <class T>
-void with_none_packed(const product<T> &p, tnk_int j, tnk_int columns, int32_t mode, const T *beta) {
+void through_work(const product<T> &p, tnk_int j, tnk_int columns, kernel_mode mode, bool adds) {
   const tnk_gemm_descriptor &d = *p.d;
   const tnk_int room = d.work.size / static_cast<tnk_int>(sizeof(T)) / (d.mr + d.nr);
   const tnk_int slice = std::min(rounded_down(room, d.kr), rounded_up(p.k, d.kr));
@@ -125,10 +122,42 @@ void with_none_packed(const product<T> &p, tnk_int j, tnk_int columns, int32_t m
       p.pack_b(l, steps, j + jj, some, pb);
       in_blocks(p.m, d.mr, [&](tnk_int i, tnk_int rows) {
         p.pack_a(i, rows, l, steps, pa);
-        p.multiply(i, rows, j + jj, some, steps, pa, pb, mode, l == 0 ? beta : &one<T>);
+        p.multiply(i, rows, j + jj, some, steps, pa, pb, mode, adds || l > 0);
       });
     });
   });
+}
+
+template <class T> void with_none_packed(const product<T> &p) {
+  in_blocks(p.n, p.d->nb,
+            [&](tnk_int j, tnk_int columns) { through_work(p, j, columns, panels_in_work, true); });
+}
+template <class T> void in_one_call(const product<T> &p) {
+  through_work(p, 0, p.n, plain_panels, false);
+}
+
+// What a version is. A product that is summed in one block along k has no plain path to fall back to, which would cut
+// its sums.
+template <class T> struct version {
+  int32_t number;
+  buffer_mode buffers;
+  void (*loops)(const product<T> &);
+  bool one_k_block, spends_beta;
+  bool limited; // by tm, tn and tk, below which it takes the plain path
+};
+template <class T>
+constexpr version<T> versions[] = {
+    {2, both_packed, with_both_packed<T>, false, true, true},
+    {4, a_packed, with_a_packed<T>, false, true, false},
+    {8, b_packed, with_b_packed<T>, true, true, false},
+    {16, none_packed, with_none_packed<T>, true, true, false},
+    {32, a_packed, with_rows_of_a_packed<T>, true, true, false},
+    {64, none_packed, in_one_call<T>, true, false, false},
+};
+template <class T> const version<T> *version_of(int32_t number) {
+  for (const version<T> &v : versions<T>)
+    if (v.number == number) return &v;
+  return nullptr;
 }
 
 // A cache too small to hold a tile asks for blocks of no rows: a block is a tile at least.
@@ -141,36 +170,15 @@ void raise_to_tile(tnk_gemm_descriptor *d) {
 template <class T>
 int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n, const tnk_int *k,
             T alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, T beta, T *c,
-            const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *d) {
+            const tnk_int *ldc, int32_t number, tnk_gemm_descriptor *d) {
   using stage = gemm_entries<T>;
   constexpr int32_t done = 0, failed = 1;
-  int32_t buffers;
-  switch (version) {
-  case 2:
-    buffers = packs_both;
-    break;
-  case 4:
-  case 32:
-    buffers = packs_a;
-    break;
-  case 8:
-    buffers = packs_b;
-    break;
-  case 16:
-  case 64:
-    buffers = packs_none;
-    break;
-  default:
-    return failed;
-  }
+  const version<T> *const v = version_of<T>(number);
+  if (!v) return failed;
 
-  const bool spends_beta = version != 64;
-  if (spends_beta) {
-    if (!is_one(beta)) stage::mscale(m, n, &beta, c, ldc);
-    if (is_zero(alpha)) return done;
-  } else if (*k < 1 && is_zero(beta)) {
-    stage::mscale(m, n, &beta, c, ldc); // the sum of no products, stored
-  }
+  // A sum of no products is stored if beta asks for it, even where beta is not spent.
+  if (v->spends_beta ? !is_one(beta) : *k < 1 && is_zero(beta)) stage::mscale(m, n, &beta, c, ldc);
+  if (v->spends_beta && is_zero(alpha)) return done;
   if (*m < 1 || *n < 1 || *k < 1) return done;
 
   if (d->mb == 0 || d->nb == 0 || d->kb == 0) d->get_blks_size(m, n, k, d);
@@ -179,53 +187,32 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
     stage::pst(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc);
     return done;
   };
-  if (version == 2 && (*m < d->tm || *n < d->tn || *k < d->tk)) return plainly();
+  if (v->limited && (*m < d->tm || *n < d->tn || *k < d->tk)) return plainly();
 
   // The caller's descriptor may hold buffers of its own: this product's go into a copy.
   tnk_gemm_descriptor own = *d;
-  const bool one_k_block = version != 2 && version != 4;
-  if (one_k_block) own.kb = rounded_up(*k, own.kr);
+  if (v->one_k_block) own.kb = rounded_up(*k, own.kr);
   void *raw;
-  if (own.get_bufs_size(buffers, clamped_sizes, m, n, k, &own) != 0 || own.get_bufs(buffers, &raw, &own) != 0)
+  if (own.get_bufs_size(v->buffers, clamped_sizes, m, n, k, &own) != 0 ||
+      own.get_bufs(v->buffers, &raw, &own) != 0)
     return failed;
-  if (tnk_serv_check_ptr(raw, "xgemm") != 0) return one_k_block ? failed : plainly();
+  if (tnk_serv_check_ptr(raw, "xgemm") != 0) return v->one_k_block ? failed : plainly();
 
-  const product<T> p{transa, transb, *m, *n, *k, &alpha, a, *lda, b, *ldb, c, ldc, &own};
-  switch (version) {
-  case 2:
-    with_both_packed(p);
-    break;
-  case 4:
-    with_a_packed(p);
-    break;
-  case 8:
-    with_b_packed(p);
-    break;
-  case 16:
-    in_blocks(*n, own.nb,
-              [&](tnk_int j, tnk_int columns) { with_none_packed(p, j, columns, other_mode, &one<T>); });
-    break;
-  case 32:
-    with_rows_of_a_packed(p);
-    break;
-  case 64:
-    with_none_packed(p, 0, *n, plain_mode, &beta);
-    break;
-  }
+  v->loops({transa, transb, *m, *n, *k, &alpha, a, *lda, b, *ldb, &beta, c, ldc, &own});
   stage::free_bufs(raw);
   return done;
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level3
 
 #define ENTRY(t, T)                                                                                          \
   int32_t tnk_blas_x##t##gemm_par(const char *transa, const char *transb, const tnk_int *m,                  \
                                   const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,            \
                                   const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,   \
                                   const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *d) {             \
-    return tnk::par(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c, ldc,        \
-                    version, d);                                                                             \
+    return tnk::level3::par(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c,     \
+                            ldc, version, d);                                                                \
   }
 ENTRY(s, float)
 ENTRY(d, double)

@@ -7,7 +7,7 @@
 #include "kernel/blas/level3/gemm.h"
 #include "kernel/frame/mask.h"
 
-namespace tnk {
+namespace tnk::level3 {
 namespace {
 
 // C := beta C + alpha sum, element by element. beta = 0 does not read C.
@@ -205,8 +205,8 @@ template <class T, class Body> void with_conjugations(bool of_a, bool of_b, Body
 }
 
 template <class T>
-void pst(gemm_operation op_a, gemm_operation op_b, tnk_int m, tnk_int n, tnk_int k, const T *alpha,
-         const T *a, tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c, const tnk_int ldc) {
+void pst(operation op_a, operation op_b, tnk_int m, tnk_int n, tnk_int k, const T *alpha, const T *a,
+         tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c, const tnk_int ldc) {
   if (m < 1 || n < 1) return;
   if (k < 1) {
     if (!is_one(get(beta))) gemm_entries<T>::mscale(&m, &n, beta, c, &ldc);
@@ -228,14 +228,14 @@ void pst(gemm_operation op_a, gemm_operation op_b, tnk_int m, tnk_int n, tnk_int
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level3
 
 #define ENTRY(t, T)                                                                                          \
   void tnk_blas_##t##gemm_pst(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,    \
                               const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,  \
                               const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {                 \
-    tnk::pst(tnk::operation_of<T>(transa), tnk::operation_of<T>(transb), *m, *n, *k, alpha, a, *lda, b,      \
-             *ldb, beta, c, *ldc);                                                                           \
+    tnk::level3::pst(tnk::level3::operation_of<T>(transa), tnk::level3::operation_of<T>(transb), *m, *n, *k, \
+                     alpha, a, *lda, b, *ldb, beta, c, *ldc);                                                \
   }
 ENTRY(s, float)
 ENTRY(d, double)

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <tnk/services.h>
 
-namespace tnk {
+namespace tnk::level3 {
 namespace {
 
 // By vectors: for a record of this size the compiler would choose a string instruction, whose start alone takes as
@@ -37,10 +37,10 @@ int32_t load_row(const tnk_gemm_row *table, int32_t number, tnk_gemm_descriptor 
   return 0;
 }
 
-// kb: 256 steps, but two equal blocks rather than a whole and a small one. mb: a packed block of A fills a sixth of the
+// kb: longest_block steps, but two equal blocks rather than a whole and a small one. mb: a packed block of A fills a sixth of the
 // cache. nb holds B's block far down the hierarchy and is chosen anew for every product; mb and kb may be preset.
 template <class T> void get_blks_size(tnk_int n, tnk_int k, tnk_gemm_descriptor *d) {
-  constexpr tnk_int steps = 256, least_steps = 128, most_columns = 5000;
+  constexpr tnk_int steps = longest_block, least_steps = 128, most_columns = 5000;
   if (d->kb == 0) {
     if (k < steps)
       d->kb = std::max(rounded_up(k, d->kr), least_steps);
@@ -56,36 +56,37 @@ template <class T> void get_blks_size(tnk_int n, tnk_int k, tnk_gemm_descriptor 
   d->nb = rounded_up(std::min(std::max(n, d->nr), most_columns), d->nr);
 }
 
-// Which buffers a mode has, in the order in which they are laid out.
+// The buffers of a mode, in the order in which they are laid out.
 enum buffer { no_buffer, a_buffer, b_buffer, work_buffer };
-struct buffer_mode {
+struct buffer_list {
   buffer order[3];
   bool allocated;
 };
-constexpr int32_t first_mode = 100, last_mode = 106;
-constexpr buffer_mode modes[] = {{{a_buffer, work_buffer, b_buffer}, true},
-                                 {{a_buffer}, true},
-                                 {{b_buffer}, true},
-                                 {{a_buffer, b_buffer}, false},
-                                 {{work_buffer, b_buffer}, true},
-                                 {{a_buffer, work_buffer}, true},
-                                 {{work_buffer}, true}};
-constexpr int32_t clamped_sizes = 107, whole_sizes = 108;
+constexpr buffer_list buffers_by_mode[] = {{{a_buffer, work_buffer, b_buffer}, true}, // both_packed
+                                           {{a_buffer}, true},
+                                           {{b_buffer}, true},
+                                           {{a_buffer, b_buffer}, false},
+                                           {{work_buffer, b_buffer}, true},
+                                           {{a_buffer, work_buffer}, true},
+                                           {{work_buffer}, true}}; // none_packed
+
+inline const buffer_list *buffers_of(int32_t mode) {
+  return mode < both_packed || mode > none_packed ? nullptr : &buffers_by_mode[mode - both_packed];
+}
 
 // A buffer holds its panels and this much more, in bytes.
 constexpr tnk_int beyond = 512;
 
 template <class T>
-int32_t get_bufs_size(int32_t mode, int32_t size_mode, tnk_int m, tnk_int n, tnk_int k,
-                      tnk_gemm_descriptor *d) {
-  if (mode < first_mode || mode > last_mode) return 1;
-  if (size_mode != clamped_sizes && size_mode != whole_sizes) return 1;
+int32_t get_bufs_size(int32_t mode, int32_t sizes, tnk_int m, tnk_int n, tnk_int k, tnk_gemm_descriptor *d) {
+  const buffer_list *const buffers = buffers_of(mode);
+  if (!buffers || (sizes != clamped_sizes && sizes != whole_sizes)) return 1;
   const auto block = [=](tnk_int size, tnk_int dimension, tnk_int unroll) {
-    return rounded_up(size_mode == clamped_sizes ? std::min(size, dimension) : size, unroll);
+    return rounded_up(sizes == clamped_sizes ? std::min(size, dimension) : size, unroll);
   };
   const tnk_int mb = block(d->mb, m, d->mr), nb = block(d->nb, n, d->nr), kb = block(d->kb, k, d->kr);
   constexpr tnk_int element = sizeof(T), page = 12, cache_lines = 7;
-  for (const buffer which : modes[mode - first_mode].order) {
+  for (const buffer which : buffers->order) {
     if (which == a_buffer)
       d->a.stride = d->mr * kb, d->a.size = element * mb * kb + beyond, d->a.shift = page;
     if (which == b_buffer)
@@ -99,7 +100,8 @@ int32_t get_bufs_size(int32_t mode, int32_t size_mode, tnk_int m, tnk_int n, tnk
 // Addresses are numbers here: there may be no block to point into.
 int32_t get_bufs(int32_t mode, void **raw, tnk_gemm_descriptor *d) {
   *raw = nullptr;
-  if (mode < first_mode || mode > last_mode || !modes[mode - first_mode].allocated) return 1;
+  const buffer_list *const buffers = buffers_of(mode);
+  if (!buffers || !buffers->allocated) return 1;
   struct place {
     void **data;
     tnk_int size, shift;
@@ -109,15 +111,14 @@ int32_t get_bufs(int32_t mode, void **raw, tnk_gemm_descriptor *d) {
     if (which == b_buffer) return {&d->b.data, d->b.size, d->b.shift};
     return {&d->work.data, d->work.size, d->work.shift};
   };
-  const buffer_mode &buffers = modes[mode - first_mode];
 
   tnk_int total = 0;
-  for (const buffer which : buffers.order)
+  for (const buffer which : buffers->order)
     if (which != no_buffer) total += place_of(which).size + (tnk_int{2} << place_of(which).shift);
   *raw = tnk_serv_allocate(total, 128);
 
   auto end = reinterpret_cast<std::uintptr_t>(*raw);
-  for (const buffer which : buffers.order) {
+  for (const buffer which : buffers->order) {
     if (which == no_buffer) break;
     const place next = place_of(which);
     const std::uintptr_t unit = std::uintptr_t{1} << next.shift;
@@ -129,9 +130,9 @@ int32_t get_bufs(int32_t mode, void **raw, tnk_gemm_descriptor *d) {
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level3
 
-using namespace tnk;
+using namespace tnk::level3;
 
 #define STAGES(t, T)                                                                                         \
   void tnk_blas_##t##gemm_zero_desc(tnk_gemm_descriptor *d) {                                                \

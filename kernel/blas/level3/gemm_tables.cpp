@@ -1,8 +1,7 @@
 // The kernel tables of the matrix product, one row a type.
-#include "kernel/blas/level3/tile.h"
-#include <tnk/blas_level3.h>
+#include "kernel/blas/level3/gemm.h"
 
-using tnk::gemm_tile;
+using namespace tnk::level3;
 
 // Work factor; least dimensions of the packed path; the third copy of each operand; the extended copies.
 #define ROW(t, T, factor, tm, tn, tk, third_a, third_b, a_ext, b_ext)                                        \
@@ -10,12 +9,12 @@ using tnk::gemm_tile;
   const tnk_gemm_row avx_##t##_all_gemm_ker[1] = {                                                           \
       {gemm_tile<T>::mr,                                                                                     \
        gemm_tile<T>::nr,                                                                                     \
-       gemm_tile<T>::kr,                                                                                     \
+       kr,                                                                                                   \
        factor,                                                                                               \
        tm,                                                                                                   \
        tn,                                                                                                   \
        tk,                                                                                                   \
-       106,                                                                                                  \
+       none_packed,                                                                                          \
        tnk_blas_##t##gemm_get_blks_size,                                                                     \
        tnk_blas_##t##gemm_get_bufs_size,                                                                     \
        tnk_blas_##t##gemm_get_bufs,                                                                          \

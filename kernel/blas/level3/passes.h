@@ -18,14 +18,13 @@
 // them back take a twentieth of the time.
 #pragma once
 
+#include "kernel/blas/level3/constants.h"
+#include "kernel/blas/level3/tile.h"
 #include "kernel/frame/vector.h"
 #include <tnk/types.h>
 #include <type_traits>
 
-#define TNK_INLINE inline __attribute__((always_inline))
-#define TNK_INLINE_LAMBDA __attribute__((always_inline))
-
-namespace tnk {
+namespace tnk::level3 {
 
 // What a step does to get y: load it from second_at, or swap x, or swap x and keep the result at second_at.
 enum class second { loaded, swapped, swapped_and_kept };
@@ -109,9 +108,8 @@ TNK_INLINE void tiles_of_panel(tnk_int m, tnk_int k, const T *b, Tile tile) {
   if constexpr (sizeof(T) == 8) {
     for (tnk_int i = 0; i + rows <= m; i += rows) tile(get_second<second::loaded>{}, b + step_of_b / 2, i);
   } else {
-    constexpr int most = 256; // steps whose swapped vectors are kept: the longest block that a driver chooses
-    alignas(64) T kept[most * step_of_b];
-    if (k <= most && m >= 2 * rows) {
+    alignas(64) T kept[longest_block * step_of_b]; // a version with one block along k may have a longer one
+    if (k <= longest_block && m >= 2 * rows) {
       tile(get_second<second::swapped_and_kept>{}, kept, tnk_int{0});
       for (tnk_int i = rows; i + rows <= m; i += rows) tile(get_second<second::loaded>{}, kept, i);
     } else {
@@ -134,4 +132,4 @@ TNK_INLINE void tiles_of_panel(tnk_int m, tnk_int k, const T *b, Tile tile) {
 #undef TNK_UNITS
 #undef TNK_UNIT
 
-} // namespace tnk
+} // namespace tnk::level3

@@ -11,7 +11,7 @@
 //
 //   complex, A and B     | re0 re1 im0 im1  re2 re3 im2 im3 | ...   pairs of rows (columns) by part
 //
-// Steps from kc up to the next multiple of 4 are zeros, in every panel and lane. The last panel of A, when mc
+// Steps from kc up to the next multiple of kr are zeros, in every panel and lane. The last panel of A, when mc
 // is no multiple of mr, holds only the rows that exist; the lanes above them are left as they were. What is
 // left of B after the full panels is, from 4 columns on, a group 4 wide in the same layout; 1 to 3 columns
 // after that are a group 4 wide with zeros above the real columns, which begins where the steps of the group
@@ -22,13 +22,30 @@
 
 #include <tnk/types.h>
 
-namespace tnk {
+namespace tnk::level3 {
 
-// The tile of C that a micro-kernel holds in registers. kr: k is padded to a multiple of it.
+// Steps come in multiples of kr, in all types.
+constexpr int kr = 4;
+
+// Columns of a narrow group of B.
+constexpr int group = 4;
+
+// The longest block along k that the stages choose. What kernels keep of such a block has room for so many steps.
+constexpr int longest_block = 256;
+
+// The tile of C that a micro-kernel holds in registers.
 template <class T> struct gemm_tile;
-template <> struct gemm_tile<float> { static constexpr int mr = 8, nr = 8, kr = 4; };
-template <> struct gemm_tile<double> { static constexpr int mr = 4, nr = 8, kr = 4; };
-template <> struct gemm_tile<tnk_complex8> { static constexpr int mr = 4, nr = 4, kr = 4; };
-template <> struct gemm_tile<tnk_complex16> { static constexpr int mr = 2, nr = 4, kr = 4; };
+template <> struct gemm_tile<float> { static constexpr int mr = 8, nr = 8; };
+template <> struct gemm_tile<double> { static constexpr int mr = 4, nr = 8; };
+template <> struct gemm_tile<tnk_complex8> { static constexpr int mr = 4, nr = 4; };
+template <> struct gemm_tile<tnk_complex16> { static constexpr int mr = 2, nr = 4; };
 
-} // namespace tnk
+// To a multiple of `unit`, a power of two as all unrolls are: a division takes as long as packing a row.
+inline tnk_int rounded_up(tnk_int x, tnk_int unit) {
+  return (x + unit - 1) & -unit;
+}
+inline tnk_int rounded_down(tnk_int x, tnk_int unit) {
+  return x & -unit;
+}
+
+} // namespace tnk::level3

@@ -39,7 +39,7 @@ void check_copy(const Copy &option, bool of_a, tnk_int lanes, tnk_int steps, std
   SCOPED_TRACE(testing::Message() << (of_a ? "A " : "B ") << option.letter << " lanes " << lanes << " steps "
                                   << steps);
   using R = real_of<T>;
-  const int width = of_a ? gemm_tile<T>::mr : gemm_tile<T>::nr;
+  const int width = of_a ? level3::gemm_tile<T>::mr : level3::gemm_tile<T>::nr;
   Random random(static_cast<unsigned>(lanes * 64 + steps));
   Operand<T> source(option.letter, of_a ? lanes : steps, of_a ? steps : lanes, 3, shift);
   source.fill(random, source.ld - 3);
@@ -93,7 +93,7 @@ template <class T>
 void check_kernel(tnk_gemm_kernel *kernel, tnk_int m, tnk_int n, tnk_int k, const T *beta, bool adds) {
   SCOPED_TRACE(testing::Message() << "m " << m << " n " << n << " k " << k << " adds " << adds);
   using R = real_of<T>;
-  constexpr int mr = gemm_tile<T>::mr, nr = gemm_tile<T>::nr;
+  constexpr int mr = level3::gemm_tile<T>::mr, nr = level3::gemm_tile<T>::nr;
   Random random(static_cast<unsigned>(m * 1024 + n * 32 + k));
   Operand<T> a('N', m, k, 0, 0), b('N', k, n, 0, 0), c('N', m, n, 3, sizeof(R)), before('N', m, n, 3, 0);
   a.fill(random, m), b.fill(random, k), before.fill(random, adds ? m : 0);
@@ -137,7 +137,7 @@ TYPED_TEST(GemmKernels, ProductsOfPanels) {
   for (const tnk_int k : {4, 8, 12, 16, 256, 268})
     for (tnk_int m = 1; m <= 17; m += k >= 256 ? 4 : 1)
       for (tnk_int n = 1; n <= 21; n += k >= 256 ? 5 : 1) {
-        const bool edge = m < gemm_tile<T>::mr, whole = m % gemm_tile<T>::mr == 0;
+        const bool edge = m < level3::gemm_tile<T>::mr, whole = m % level3::gemm_tile<T>::mr == 0;
         const struct {
           tnk_gemm_kernel *kernel;
           const T *beta;

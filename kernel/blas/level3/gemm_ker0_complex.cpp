@@ -1,13 +1,9 @@
-// Block kernels of the complex matrix product on packed panels (tile.h has their layout).
-//
-// A product of two complex numbers is four real ones. A tile keeps the sums of re*re, re*im, im*re and im*im apart, each
-// over the steps of k from the first to the last, and combines them once at its end: real part (re*re) - (im*im),
-// imaginary part (re*im) + (im*re), then C plus that. Whole tiles, column remainders and the edge kernel all form an
-// element in this way, so its bits do not depend on where the tiles are cut.
-#include "kernel/blas/level3/ker0.h"
+// The block kernels of the complex matrix product: packed panels (tile.h) multiplied into C.
+#include "kernel/blas/level3/constants.h"
+#include "kernel/blas/level3/gemm_ker0.h"
 #include "kernel/blas/level3/passes.h"
 
-namespace tnk {
+namespace tnk::level3 {
 namespace {
 
 // ---- Vectors --------------------------------------------------------------------------------------------------
@@ -219,79 +215,42 @@ TNK_INLINE void narrow_tile(tnk_int k, const real_of<T> *a, const real_of<T> *b,
   t.finish(c, ldc, add);
 }
 
-// The shape of a block: sizes in elements of T.
-struct block_shape {
-  tnk_int m, n, k, a_stride, b_stride, ldc;
-};
-
-// One panel of B with all of A.
-template <class T, int Rows, int Columns>
-void panel(const block_shape &s, const T *a_panels, const T *b_panel, T *c, bool add) {
+// Whole panels of B, or what is left of its columns, by all of A.
+template <int Rows, int Columns, class T> void panel(const packed_product<T> &p, const T *b_panel, T *c) {
   using real = real_of<T>;
-  const auto *a = reinterpret_cast<const real *>(a_panels), *b = reinterpret_cast<const real *>(b_panel);
-  const tnk_int a_stride = 2 * s.a_stride, ldc = s.ldc, k = s.k;
+  const auto *a = reinterpret_cast<const real *>(p.a), *b = reinterpret_cast<const real *>(b_panel);
+  const tnk_int a_stride = 2 * p.a_stride;
   if constexpr (Rows == gemm_tile<T>::mr && Columns > 2) {
-    tiles_of_panel<Rows>(s.m, k, b, [&](auto how, const real *second_at, tnk_int i) TNK_INLINE_LAMBDA {
-      prefetch_tile<Columns>(c + i, ldc);
+    tiles_of_panel<Rows>(p.m, p.k, b, [&](auto how, const real *second_at, tnk_int i) TNK_INLINE_LAMBDA {
+      prefetch_tile<Columns>(c + i, p.ldc);
       tile<T, Rows, Columns> t;
-      t.set(unit_passes<how(), a_ahead, b_ahead>(k, a + i / Rows * a_stride, b, second_at));
-      t.finish(c + i, ldc, add);
+      t.set(unit_passes<how(), a_ahead, b_ahead>(p.k, a + i / Rows * a_stride, b, second_at));
+      t.finish(c + i, p.ldc, p.add);
     });
   } else {
-    for (tnk_int i = 0; i < s.m; i += Rows, a += a_stride)
-      narrow_tile<T, Rows, Columns>(k, a, b, c + i, ldc, add);
+    for (tnk_int i = 0; i < p.m; i += Rows, a += a_stride)
+      narrow_tile<T, Rows, Columns>(p.k, a, b, c + i, p.ldc, p.add);
   }
 }
 
-template <class T, int Rows> void block(const block_shape &s, const T *a, const T *b, T *c, bool add) {
-  static_assert(gemm_tile<T>::nr == 4, "column remainders are 1 to 3");
-  for (tnk_int j = 0; j + 4 <= s.n; j += 4, b += s.b_stride) panel<T, Rows, 4>(s, a, b, c + j * s.ldc, add);
-  c += s.n / 4 * 4 * s.ldc;
-  switch (s.n % 4) {
-  case 3:
-    return panel<T, Rows, 3>(s, a, b, c, add);
-  case 2:
-    return panel<T, Rows, 2>(s, a, b, c, add);
-  case 1:
-    return panel<T, Rows, 1>(s, a, b, c, add);
-  }
+// All of B by panels of so many rows of A.
+template <int Rows, class T> void panels(const packed_product<T> &p) {
+  static_assert(gemm_tile<T>::nr == group, "no narrow groups");
+  const T *b = p.b;
+  tnk_int j = 0;
+  for (; j + group <= p.n; j += group, b += p.b_stride) panel<Rows, group>(p, b, p.c + j * p.ldc);
+  with_constant<group - 1>(p.n - j, [&](auto columns) { panel<Rows, columns>(p, b, p.c + j * p.ldc); });
 }
 
-// The rows of an edge, 1 to mr - 1.
-template <class T> void edge(const block_shape &s, const T *a, const T *b, T *c, bool add) {
-  if (s.m == 1) return block<T, 1>(s, a, b, c, add);
-  if constexpr (gemm_tile<T>::mr == 4) {
-    if (s.m == 2) return block<T, 2>(s, a, b, c, add);
-    if (s.m == 3) return block<T, 3>(s, a, b, c, add);
-  }
+template <class T> void tiles(const packed_product<T> &p) {
+  panels<gemm_tile<T>::mr>(p);
+}
+template <class T> void edge(const packed_product<T> &p) {
+  with_constant<gemm_tile<T>::mr - 1>(p.m, [&](auto rows) { panels<rows>(p); });
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level3
 
-// transa, transb, alpha, work and mode are nothing to these kernels: both operands are packed.
-#define TNK_GEMM_KERNEL(name, T, function, add)                                                              \
-  extern "C" void name(const char *, const char *, const tnk_int *m, const tnk_int *n, const tnk_int *k,     \
-                       const void *, const void *a, const tnk_gemm_panels *a_panels, const void *b,          \
-                       const tnk_gemm_panels *b_panels, [[maybe_unused]] const void *beta, void *c,          \
-                       const tnk_int *ldc, void *, int32_t) {                                                \
-    using namespace tnk;                                                                                     \
-    function({*m, *n, *k, a_panels->stride, b_panels->stride, *ldc}, static_cast<const T *>(a),              \
-             static_cast<const T *>(b), static_cast<T *>(c), add);                                           \
-  }
-#define TNK_GEMM_KERNELS(t, T)                                                                               \
-  TNK_GEMM_KERNEL(tnk_blas_##t##gemm_kernel_0, T, (block<T, gemm_tile<T>::mr>), true)                        \
-  TNK_GEMM_KERNEL(tnk_blas_##t##gemm_kernel_0_b0, T, (block<T, gemm_tile<T>::mr>), false)                    \
-  TNK_GEMM_KERNEL(tnk_blas_##t##gemm_ker0_pst, T, edge<T>, !is_zero(get(static_cast<const T *>(beta))))      \
-  extern "C" void tnk_blas_##t##gemm_ker0(const char *transa, const char *transb, const tnk_int *m,          \
-                                          const tnk_int *n, const tnk_int *k, const void *alpha,             \
-                                          const void *a, const tnk_gemm_panels *a_panels, const void *b,     \
-                                          const tnk_gemm_panels *b_panels, const void *beta, void *c,        \
-                                          const tnk_int *ldc, void *work, int32_t mode) {                    \
-    tnk::gemm_ker0<T>(tnk_blas_##t##gemm_kernel_0, tnk_blas_##t##gemm_kernel_0_b0,                           \
-                      tnk_blas_##t##gemm_ker0_pst, transa, transb, m, n, k, alpha, a, a_panels, b, b_panels, \
-                      beta, c, ldc, work, mode);                                                             \
-  }
-
-TNK_GEMM_KERNELS(c, tnk_complex8)
-TNK_GEMM_KERNELS(z, tnk_complex16)
+TNK_GEMM_KERNELS(tnk_complex8, c)
+TNK_GEMM_KERNELS(tnk_complex16, z)
