@@ -1,10 +1,9 @@
 // The letters of a grid name at compile time, and what they mean to a kernel.
 #pragma once
 
-#include "kernel/frame/element.h"
 #include <tnk/spblas_grid.h>
 
-namespace tnk {
+namespace tnk::sparse {
 
 template <char Base, char Op, char Kind, char Triangle, char Diagonal> struct GridName {
   // Column numbers as stored minus this are positions from 0.
@@ -18,14 +17,13 @@ template <char Base, char Op, char Kind, char Triangle, char Diagonal> struct Gr
 
 // The name that an entry was spelled with: its letters come as macro arguments.
 #define TNK_SP_LETTERS(base, op, kind, triangle, diagonal)                                                   \
-  tnk::GridName<#base[0], #op[0], #kind[0], #triangle[0], #diagonal[0]>
+  tnk::sparse::GridName<#base[0], #op[0], #kind[0], #triangle[0], #diagonal[0]>
 
-// A stored value as the operation sees it.
-template <class Name, class T> inline T stored(T a) {
-  if constexpr (Name::conjugated)
-    return conjugate(a);
-  else
-    return a;
-}
+// An entry of the stored triangle counts twice: in its own row, and mirrored in the row of its column. Which of the two
+// takes the conjugate: a Hermitian matrix has it in the mirror, its transpose in the row; conjugated forms have it in
+// both.
+template <class Name> constexpr bool own_conjugated = Name::kind == 'h' ? Name::transposed : Name::conjugated;
+template <class Name>
+constexpr bool mirror_conjugated = Name::kind == 'h' ? !Name::transposed : Name::conjugated;
 
-} // namespace tnk
+} // namespace tnk::sparse

@@ -1,0 +1,41 @@
+// Stored entries: their columns held against a limit, and those fetched that come later.
+#pragma once
+
+#include "kernel/frame/mask.h"
+
+namespace tnk::sparse {
+
+// ---- Columns beyond a limit ------------------------------------------------------------------------------------
+
+template <bool Above, class I> inline bool is_beyond(I column, I limit) {
+  return Above ? column > limit : column < limit;
+}
+// The same of four columns.
+template <bool Above, class I> inline i32x4 beyond(const I *columns, I limit) {
+  if constexpr (sizeof(I) == 4) {
+    const auto v = loadu<i32x4>(columns);
+    return Above ? v > limit : v < limit;
+  } else {
+    const auto low = loadu<i64x2>(columns), high = loadu<i64x2>(columns + 2);
+    return Above ? narrow_masks(low > limit, high > limit) : narrow_masks(low < limit, high < limit);
+  }
+}
+
+// ---- Fetching ahead --------------------------------------------------------------------------------------------
+
+// Asks for Count entries that come Distance bytes after these. Out of cache the hardware's own fetching does not keep up
+// with rows, whose ends cost mispredicted branches: this gives a fifth of the speed and more. Always the same lines,
+// asked for without a test of the row's length, which would be one more such branch. An address that is nobody's does
+// no harm.
+template <int Count, int Distance = 3072, class T>
+[[gnu::always_inline]] inline void fetch_ahead(const T *p) {
+  constexpr std::uintptr_t line = 64;
+  for (std::uintptr_t at = 0; at < Count * sizeof(T); at += line)
+    __builtin_prefetch(reinterpret_cast<const void *>(address(p) + Distance + at));
+}
+template <int Count, class T, class I> inline void fetch_ahead(const T *values, const I *columns) {
+  fetch_ahead<Count>(values);
+  fetch_ahead<Count>(columns);
+}
+
+} // namespace tnk::sparse

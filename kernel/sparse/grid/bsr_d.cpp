@@ -1,5 +1,0 @@
-// Compressed rows of blocks times a vector, double precision elements.
-#include "kernel/sparse/grid/bsr.h"
-
-TNK_SP_EACH(d, BSR_MV_PAR, TNK_BSR_MV_PAR_ENTRY)
-TNK_SP_EACH_1F(d, BSR_GEMV_PAR, TNK_BSR_GEMV_PAR_ENTRY)

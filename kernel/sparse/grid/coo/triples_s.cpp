@@ -1,0 +1,6 @@
+// Coordinate triples times vectors, single precision elements.
+#include "kernel/sparse/grid/coo/triples.h"
+
+TNK_SP_EACH(s, COO_MV_PAR, TNK_COO_MV_PAR_ENTRY)
+TNK_SP_EACH(s, COO_MV_SEQ, TNK_COO_MV_SEQ_ENTRY)
+TNK_SP_EACH(s, COO_MM_PAR, TNK_COO_MM_PAR_ENTRY)

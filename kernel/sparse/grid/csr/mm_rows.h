@@ -1,0 +1,162 @@
+// Compressed rows times several right-hand sides that lie side by side, a row of them after another: a vector holds the
+// elements of as many right-hand sides, and an entry meets all of them in one step. Each has its own sums, in an order
+// that does not depend on how many are computed together.
+#pragma once
+
+#include "kernel/sparse/entries.h"
+#include "kernel/sparse/grid/csr/mm_job.h"
+
+namespace tnk::sparse {
+
+// Some right-hand sides: a vector of them, or fewer at the end.
+template <class T, class I, bool Whole> struct Group {
+  const T *b;
+  I ldb;
+  T *c;
+  I ldc;
+  vector_start start;
+};
+
+template <class T, class I, bool Whole> inline vec_of<T> load(const Group<T, I, Whole> &group, const T *p) {
+  if constexpr (Whole)
+    return loadu<vec_of<T>>(p);
+  else
+    return load_first<vec_of<T>>(p, group.start);
+}
+template <class T, class I, bool Whole> inline vec_of<T> b_row(const Group<T, I, Whole> &group, I j) {
+  return load(group, group.b + wrapped_product(j, group.ldb));
+}
+template <class T, class I, bool Whole>
+inline void add_to_c_row(const Group<T, I, Whole> &group, I j, vec_of<T> v) {
+  T *const p = group.c + wrapped_product(j, group.ldc);
+  const vec_of<T> sum = load(group, p) + v;
+  if constexpr (Whole)
+    storeu(p, sum);
+  else
+    store_first(p, sum, group.start);
+}
+
+// body(group)
+template <class T, class I, class Body>
+[[gnu::always_inline]] inline void each_group(const MmJob<T, I> &job, Body body) {
+  I column = job.first;
+  for (; job.last - column >= per_vector<T>; column += per_vector<T>)
+    body(Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, {}});
+  if (column < job.last) {
+    body(
+        Group<T, I, false>{job.b + column, job.ldb, job.c + column, job.ldc, start_of<T>(job.last - column)});
+  }
+}
+
+// Four sums, combined one after another; then the entries that are left, one by one.
+template <bool Conj, class T, class I>
+[[gnu::noinline]] void multiply_general(RowLayout, const MmJob<T, I> &given) {
+  using V = vec_of<T>;
+  const MmJob<T, I> job = given; // a copy of its own, which no store to c can change
+  const V alpha = in_every_element<T>(job.alpha);
+  each_group(job, [&](auto group) {
+    for (I i = 0; i < job.rows; ++i) {
+      const auto row = row_of<RowLayout>(job, i);
+      const auto product = [&](I p) {
+        return times<T, Conj>(in_every_element<T>(fetch(row.values + p)), b_row(group, get(row.columns + p)));
+      };
+      V acc[4] = {};
+      I p = 0;
+      for (; row.count - p >= 4; p += 4)
+        for (int k = 0; k < 4; ++k) acc[k] += product(p + k);
+      V sum = ((acc[0] + acc[1]) + acc[2]) + acc[3];
+      for (; p < row.count; ++p) sum += product(p);
+      add_to_c_row(group, i, times<T>(alpha, sum));
+    }
+  });
+}
+
+template <bool Conj, class T, class I>
+[[gnu::noinline]] void multiply_general_transposed(RowLayout, const MmJob<T, I> &given) {
+  using V = vec_of<T>;
+  const MmJob<T, I> job = given;
+  const V alpha = in_every_element<T>(job.alpha);
+  each_group(job, [&](auto group) {
+    for (I i = 0; i < job.rows; ++i) {
+      const auto row = row_of<RowLayout>(job, i);
+      if (row.count <= 0) continue;
+      const V t = times<T>(alpha, b_row(group, i));
+#pragma GCC unroll 4
+      for (I p = 0; p < row.count; ++p)
+        add_to_c_row(group, get(row.columns + p),
+                     times<T, Conj>(in_every_element<T>(fetch(row.values + p)), t));
+    }
+  });
+}
+
+template <bool Conj, bool Lower, class T, class I>
+[[gnu::noinline]] void multiply_triangular_transposed(RowLayout, const MmJob<T, I> &given) {
+  using V = vec_of<T>;
+  const MmJob<T, I> job = given;
+  const V alpha = in_every_element<T>(job.alpha);
+  each_group(job, [&](auto group) {
+    for (I i = 0; i < job.rows; ++i) {
+      const auto row = row_of<RowLayout>(job, i);
+      const V t = times<T>(alpha, b_row(group, i));
+      const auto product = [&](I p) { return times<T, Conj>(in_every_element<T>(fetch(row.values + p)), t); };
+      for (I p = 0; p < row.count; ++p) add_to_c_row(group, get(row.columns + p), product(p));
+      if (job.unit) add_to_c_row(group, i, t);
+      for (I p = 0; p < row.count; ++p) {
+        const I j = get(row.columns + p);
+        if (is_beyond<Lower>(j, row.key + job.outside)) add_to_c_row(group, j, -product(p));
+      }
+    }
+  });
+}
+
+// The first sweep.
+template <bool Conj, class T, class I>
+[[gnu::noinline]] void add_whole_rows(RowLayout, const MmJob<T, I> &given) {
+  using V = vec_of<T>;
+  const MmJob<T, I> job = given;
+  const V alpha = in_every_element<T>(job.alpha);
+  for (I i = 0; i < job.rows; ++i) {
+    const auto row = row_of<RowLayout>(job, i);
+    each_group(job, [&](auto group) {
+      V acc[2] = {};
+      const auto product = [&](I p) {
+        const V a = times<T, Conj>(in_every_element<T>(fetch(row.values + p)), alpha);
+        return times<T>(a, b_row(group, get(row.columns + p)));
+      };
+      I p = 0;
+      for (; row.count - p >= 2; p += 2)
+        for (int k = 0; k < 2; ++k) acc[k] += product(p + k);
+      if (p < row.count) acc[0] += product(p);
+      add_to_c_row(group, i, acc[0] + acc[1]);
+    });
+  }
+}
+
+// The second sweep. The sums of (alpha a) b over what lies outside are taken away in both; triangles that are mirrored
+// have their inside scattered besides.
+template <bool Mirrored, bool Conj, bool MirrorConj, bool Lower, class T, class I>
+[[gnu::noinline]] void mend_rows(RowLayout, const MmJob<T, I> &given) {
+  using V = vec_of<T>;
+  const MmJob<T, I> job = given;
+  const V alpha = in_every_element<T>(job.alpha);
+  for (I i = 0; i < job.rows; ++i) {
+    const auto row = row_of<RowLayout>(job, i);
+    const I limit = row.key + job.outside;
+    each_group(job, [&](auto group) {
+      const V identity = times<T>(alpha, b_row(group, i));
+      [[maybe_unused]] const V t = job.negative ? -identity : identity;
+      V others{};
+      for (I p = 0; p < row.count; ++p) {
+        const I j = get(row.columns + p);
+        const V a = in_every_element<T>(fetch(row.values + p));
+        if (is_beyond<Lower>(j, limit))
+          others += times<T>(times<T, Conj>(a, alpha), b_row(group, j));
+        else if (Mirrored && is_beyond<!Lower>(j, row.key))
+          add_to_c_row(group, j, times<T, MirrorConj>(a, t));
+      }
+      add_to_c_row(group, i, job.unit ? identity - others : -others);
+    });
+  }
+}
+
+} // namespace tnk::sparse

@@ -1,5 +1,0 @@
-// Stored diagonals times vectors, double precision elements.
-#include "kernel/sparse/grid/dia.h"
-
-TNK_SP_EACH_1F(d, DIA_MV_PAR, TNK_DIA_MV_PAR_ENTRY)
-TNK_SP_EACH_1F(d, DIA_MM_PAR, TNK_DIA_MM_PAR_ENTRY)

@@ -1,5 +1,0 @@
-// Stored diagonals times vectors, double precision complex elements.
-#include "kernel/sparse/grid/dia.h"
-
-TNK_SP_EACH_1F(z, DIA_MV_PAR, TNK_DIA_MV_PAR_ENTRY)
-TNK_SP_EACH_1F(z, DIA_MM_PAR, TNK_DIA_MM_PAR_ENTRY)
