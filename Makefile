@@ -27,7 +27,7 @@ $(BUILD)/build.ninja: CMakePresets.json | bootstrap
 	@touch $@
 
 build: bootstrap $(BUILD)/build.ninja
-	@cmake --build --preset $(PRESET) -j $(JOBS) --target tnk_avx tnk_host tnk
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tnk_avx tnk_host tnk_front tnk
 
 all: bootstrap $(BUILD)/build.ninja
 	@cmake --build --preset $(PRESET) -j $(JOBS)

@@ -7,7 +7,7 @@ set(TNK_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tnk)
 set(TNK_DATA_DIR ${CMAKE_INSTALL_DATADIR}/tnk)
 
 # The kernel library is no target for users: the host loads it from beside itself.
-install(TARGETS tnk_host EXPORT tnk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS tnk_front tnk_host EXPORT tnk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS tnk_avx LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET tnk)
   install(TARGETS tnk RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -1,8 +1,9 @@
-/* y := alpha x + y and a dot product, from C.
+/* y := alpha x + y, a dot product and a norm, from C.
 
    cc axpy.c $(pkg-config --cflags --libs tnk) -Wl,-rpath,$(pkg-config --variable=libdir tnk) -o axpy */
 #include <stdio.h>
 #include <tnk/blas.h>
+#include <tnk/blas_level1.h>
 #include <tnk/host.h>
 
 int main(void) {
@@ -18,5 +19,6 @@ int main(void) {
   tnk_blas_daxpy(&n, &alpha, x, &one, y, &one);
   printf("y = %g %g %g %g\n", y[0], y[1], y[2], y[3]);
   printf("dot = %g\n", tnk_blas_ddot(&n, x, &one, y, &one));
+  printf("norm = %g\n", tnk_blas_dnrm2(&n, y, &one));
   return 0;
 }

@@ -1,4 +1,4 @@
-// Mean, spread, extremes and norm of a column of numbers: kernels reached by name through TNK_KERNEL_ENTRY.
+// Mean, spread, extremes and norm of a column of numbers: kernels called by their names.
 //
 //   statistics sunspots.csv        second column of a file of comma-separated values with one header row
 #include <cmath>
@@ -34,25 +34,20 @@ int main(int argc, char **argv) {
   }
   if (tnk_kernel_load() != TNK_OK) return 1;
 
-  // Looked up once, called often.
-  const auto dot = TNK_KERNEL_ENTRY(tnk_blas_xddot);
-  const auto norm = TNK_KERNEL_ENTRY(tnk_blas_dnrm2);
-  const auto largest = TNK_KERNEL_ENTRY(tnk_blas_idamax);
-
   const tnk_int n = static_cast<tnk_int>(x.size()), one = 1, zero = 0;
   const double unit = 1;
   const double mean =
-      dot(&n, x.data(), &one, &unit, &zero) / static_cast<double>(n); // increment 0: 1, 1, 1, ...
+      tnk_blas_xddot(&n, x.data(), &one, &unit, &zero) / static_cast<double>(n); // increment 0: 1, 1, 1, ...
 
   std::vector<double> centred(x);
   for (double &value : centred) value -= mean;
-  const double deviation = norm(&n, centred.data(), &one) / std::sqrt(static_cast<double>(n));
-  const tnk_int peak = largest(&n, x.data(), &one); // counted from one
+  const double deviation = tnk_blas_dnrm2(&n, centred.data(), &one) / std::sqrt(static_cast<double>(n));
+  const tnk_int peak = tnk_blas_idamax(&n, x.data(), &one); // counted from one
 
   std::printf("values    %lld\n", static_cast<long long>(n));
   std::printf("mean      %.4f\n", mean);
   std::printf("deviation %.4f\n", deviation);
   std::printf("peak      %g at %lld\n", x[static_cast<std::size_t>(peak - 1)], static_cast<long long>(peak));
-  std::printf("norm      %.4f\n", norm(&n, x.data(), &one));
+  std::printf("norm      %.4f\n", tnk_blas_dnrm2(&n, x.data(), &one));
   return 0;
 }

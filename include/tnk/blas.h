@@ -1,4 +1,4 @@
-/* Public BLAS routines: checked, then run by the kernel library of this processor. Link with -ltnk_host.
+/* Public BLAS routines: checked, then run by the kernel library of this processor. Link with -ltnk or -ltnk_host.
 
    Arguments travel by address in the Fortran manner. A vector is the address of its first element and an increment in
    elements; with a negative increment logical element i (from 0) of n stands at (i + 1 - n) * inc. Semantics follow

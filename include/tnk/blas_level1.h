@@ -1,5 +1,5 @@
-/* Level 1 BLAS and sparse-vector kernels, as the kernel library exports them. Applications reach them through
-   tnk_kernel_entry (tnk/host.h); public checked forms of some stand in tnk/blas.h.
+/* Level 1 BLAS and sparse-vector kernels, as the kernel library exports them. Link with -ltnk; public
+   checked forms of some stand in tnk/blas.h.
 
    The kernels check nothing: a bad argument gives a bad result or a fault. Arguments travel by address. A vector is
    the address of an element and an increment in elements; unless a routine says otherwise, logical element i (from 0)

@@ -1,4 +1,4 @@
-/* The host: errors, the kernel library that it loads, versions. Link with -ltnk_host. */
+/* The host: errors, the kernel library that it loads, versions. Link with -ltnk or -ltnk_host. */
 #ifndef TNK_HOST_H
 #define TNK_HOST_H
 
@@ -61,6 +61,11 @@ void *tnk_kernel_entry(const char *name);
 /* The same for one who is about to call it: what is missing, library or entry, is reported in the entry's name. */
 void *tnk_kernel_require(const char *name);
 
+/* The front library, libtnk.so, has each function of the kernel library as a symbol. Where there is none, each call is
+   reported in its name and does nothing; it returns NaN as a real or complex number, a null address, and as an integer a
+   number that says so: 1 from functions of tnk_blas_, but 0 from those that return a position (i?amax and kin), and 0 from
+   dll_cpu_version. */
+
 /* ---- Threads ------------------------------------------------------------------------------------------------ */
 
 /* Matrix products of some size are spread over several threads, by OpenMP. How many threads, the first line that
@@ -88,7 +93,8 @@ int tnk_get_max_threads(void);
 
 TNK_END_DECLS
 
-/* The entry with the type of its declaration, for example TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). */
+/* The entry with the type of its declaration, for a program that links with the host alone:
+   TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). */
 #define TNK_KERNEL_ENTRY(name) ((__typeof__(&name))tnk_kernel_entry(#name))
 
 #endif

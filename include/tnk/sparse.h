@@ -1,5 +1,5 @@
 /* Products with sparse matrices: checked, cut into pieces for several threads, then run by the kernels of
-   tnk/spblas_grid.h. Link with -ltnk_host.
+   tnk/spblas_grid.h. Link with -ltnk or -ltnk_host.
 
      tnk_sparse_?mv    y := alpha op(A) x + beta y
      tnk_sparse_?mm    C := alpha op(A) B + beta C, with nrhs columns in B and C

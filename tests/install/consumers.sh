@@ -31,13 +31,30 @@ use() { # a prefix
   quietly "$CC" -std=c11 $strict "$sources/axpy.c" $cflags $libs "$rpath" -o "$work/consumer/axpy"
   # shellcheck disable=SC2086
   quietly "$CXX" -std=c++17 $strict "$sources/statistics.cpp" $cflags $libs "$rpath" -o "$work/consumer/statistics"
-  "$run_examples" "$work/consumer/axpy" "$work/consumer/statistics" "$prefix/share/tnk/data"
+  set -- axpy statistics
+  if [ -n "$FC" ]; then
+    # shellcheck disable=SC2086
+    quietly "$FC" -O2 -Wall -Werror "$sources/product.f90" $libs "$rpath" -o "$work/consumer/product"
+    set -- "$@" product
+  fi
+  # One library to link with, whichever linker it is, also for code that has to stand at a fixed address.
+  for linker in bfd gold lld; do
+    command -v "ld.$linker" >/dev/null || continue
+    quietly "$CC" "-fuse-ld=$linker" -fno-pie -no-pie "$sources/axpy.c" "-I$prefix/include" "-L$prefix/$libdir" -ltnk \
+      "$rpath" -o "$work/consumer/$linker-axpy"
+    set -- "$@" "$linker-axpy"
+  done
+  for program; do
+    set -- "$@" "$work/consumer/$program"
+    shift
+  done
+  if [ -n "$PYTHON" ]; then set -- "$@" "$sources/norm.py"; fi
+  "$run_examples" "$prefix/$libdir/libtnk.so" "$prefix/share/tnk/data" "$@"
 
   # The CMake package.
   quietly "$cmake" -S "$sources" -B "$work/consumer/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release
   quietly "$cmake" --build "$work/consumer/build"
-  "$run_examples" "$work/consumer/build/example_axpy" "$work/consumer/build/example_statistics" \
-    "$prefix/share/tnk/data"
+  "$run_examples" "$prefix/$libdir/libtnk.so" "$prefix/share/tnk/data" "$work/consumer/build"/example_*
 
   # The installed program finds both libraries by itself.
   if [ -e "$prefix/bin/tnk" ]; then quietly "$prefix/bin/tnk" info; fi

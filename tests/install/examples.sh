@@ -1,17 +1,43 @@
 #!/bin/sh
-# Runs the two examples and holds what they print to figures worked out elsewhere.
-# usage: examples.sh AXPY STATISTICS DATA
+# Runs examples and holds what they print to figures worked out elsewhere.
+# usage: examples.sh LIBTNK DATA PROGRAM...
 set -u
+library=$1 data=$2
+shift 2
 status=0
 same() { # what, expected, found
   [ "$2" = "$3" ] || { printf '%s: expected\n%s\nbut found\n%s\n' "$1" "$2" "$3"; status=1; }
 }
 
-same axpy 'y = 8 6 4 2
-dot = 40' "$("$1" 2>&1)"
-same statistics 'values    3177
+for program; do
+  case $program in
+  *axpy)
+    same "$program" 'y = 8 6 4 2
+dot = 40
+norm = 10.9545' "$("$program" 2>&1)"
+    ;;
+  *statistics)
+    same "$program" 'values    3177
 mean      51.9648
 deviation 44.1183
 peak      253.8 at 2506
-norm      3842.2354' "$("$2" "$3/sunspots.csv" 2>&1)"
+norm      3842.2354' "$("$program" "$data/sunspots.csv" 2>&1)"
+    ;;
+  *product)
+    same "$program" '    66.0    78.0    90.0
+    78.0    93.0   108.0
+    90.0   108.0   126.0
+norm = 283.8609' "$("$program" 2>&1)"
+    ;;
+  *norm.py)
+    same "$program" 'dot 201.0
+norm 14.1774
+largest -10.0' "$("$PYTHON" "$program" "$library" 2>&1)"
+    ;;
+  *)
+    echo "nothing known of $program"
+    status=1
+    ;;
+  esac
+done
 exit $status

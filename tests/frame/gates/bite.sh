@@ -1,8 +1,8 @@
 #!/bin/sh
 # Shows that the gates bite: each must refuse the faulty library, and for the right reasons.
-# usage: bite.sh GATES FAULTY_LIBRARY GOOD_LIBRARY ALLOWED LIST...
-gates=$1 faulty=$2 good=$3 allowed=$4
-shift 4
+# usage: bite.sh GATES FAULTY_LIBRARY GOOD_LIBRARY HOST ALLOWED LIST...
+gates=$1 faulty=$2 good=$3 host=$4 allowed=$5
+shift 5
 status=0
 
 expect() { # what the output must contain; then the gate and its arguments
@@ -27,9 +27,16 @@ expect '1 static constructors' "$gates/start.sh" "$faulty"
 for name in integer_add fused broadcast leading_zeros andn half_precision; do
   expect "in faulty_$name" "$gates/isa.sh" "$faulty" generic64+avx
 done
+for fault in 'listed but no entry: tnk_blas_xdaxpy' 'an entry but not listed: faulty_fused' \
+  'a name of the host, not found by link editors: i_malloc' 'neither an entry nor a name of the host: faulty_started' \
+  'needs the library libstdc\+\+.so.6' 'does not need libtnk_host.so' 'is no filter for libtnk_host.so' \
+  'run path is' 'no marks for control-flow enforcement'; do
+  expect "^$fault" "$gates/front.sh" "$faulty" "$host" "$@"
+done
 # A file that is not there passes nothing.
 expect 'no such file' "$gates/exports.sh" /nowhere.so "$@"
 expect 'no such file' "$gates/imports.sh" /nowhere.so "$allowed"
+expect 'no such file' "$gates/front.sh" /nowhere.so "$host" "$@"
 expect 'no shared library' "$gates/start.sh" /nowhere.so
 expect 'no such file' "$gates/isa.sh" /nowhere.so generic64
 # The kernel library itself is too much for a processor without AVX.

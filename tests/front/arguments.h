@@ -1,0 +1,34 @@
+// A kernel library made for the tests of the front. Under names that the front has stand functions of every shape that
+// a call can have, so here the names mean nothing. Each makes its result of all its arguments.
+#pragma once
+
+#include <cstdint>
+#include <immintrin.h>
+#include <tnk/types.h>
+
+#define AVX [[gnu::target("avx")]]
+#define AVX512 [[gnu::target("avx512f")]]
+
+TNK_BEGIN_DECLS
+int32_t dll_cpu_version(void);
+
+// Six integers travel in registers, eight on the stack.
+std::int64_t tnk_blas_xsgemm(std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::int64_t,
+                             std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::int64_t,
+                             std::int64_t, std::int64_t, std::int64_t, std::int64_t);
+double tnk_blas_xdgemm(double, double, double, double, double, double, double, double, double);
+float tnk_blas_sasum(float, std::int64_t, double);
+// Numbers by value: the one fits a register, the other takes two.
+tnk_complex8 tnk_blas_xcgemm(tnk_complex8, std::int64_t, tnk_complex8);
+tnk_complex16 tnk_blas_xzgemm(tnk_complex16, tnk_complex8, std::int64_t, tnk_complex16, tnk_complex16);
+// The calls with variable arguments tell in rax how many vector registers are in use.
+double tnk_blas_dasum(int count, ...);
+AVX __m256d tnk_blas_ddoti(__m256d, __m256d, __m256d, __m256d, __m256d, __m256d, __m256d, __m256d, __m256d);
+AVX512 __m512d tnk_blas_sdoti(__m512d, __m512d, __m512d, __m512d, __m512d, __m512d, __m512d, __m512d);
+// errno, as it is at the call.
+int tnk_blas_idamax(void);
+// Calls back.
+int tnk_blas_isamax(int (*back)(void *), void *data);
+// Missing.
+void tnk_blas_xsaxpy(void);
+TNK_END_DECLS

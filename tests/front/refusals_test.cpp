@@ -1,0 +1,103 @@
+// The front without a kernel library, and with the real one.
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <tnk/blas_level1.h>
+#include <tnk/blas_level3.h>
+#include <tnk/host.h>
+#include <tnk/kernel.h>
+#include <vector>
+
+#include "tests/front/trace.h"
+#include "tests/support/error_recorder.h"
+
+namespace {
+
+using tnk::test::ErrorRecorder;
+using tnk::test::Frame;
+
+// Each call reports under its own name, and returns what no call of its family returns that worked.
+void expect_refusals(tnk_status status) {
+  ErrorRecorder errors;
+  const tnk_int n = 1;
+  double x = 3;
+  const float single = 3;
+  const auto reported = [&](const char *name) {
+    const ErrorRecorder::Seen seen = errors.take();
+    const std::string message = std::string(name) + ": " + tnk_kernel_message();
+    return seen.count == 1 && seen.kind == TNK_ERROR_KERNEL && seen.routine == name &&
+           seen.message == message;
+  };
+  for (int call = 0; call < 2; ++call) {
+    EXPECT_TRUE(std::isnan(tnk_blas_dnrm2(&n, &x, &n)) && reported("tnk_blas_dnrm2"));
+    EXPECT_TRUE(std::isnan(tnk_blas_snrm2(&n, &single, &n)) && reported("tnk_blas_snrm2"));
+    EXPECT_TRUE(tnk_blas_idamax(&n, &x, &n) == 0 && reported("tnk_blas_idamax"));
+    EXPECT_TRUE(tnk_blas_dgemm_get_kernel(0, nullptr) == 1 && reported("tnk_blas_dgemm_get_kernel"));
+    EXPECT_TRUE(dll_cpu_version() == TNK_CLASS_NONE && reported("dll_cpu_version"));
+    tnk_blas_dscal(&n, &x, &x, &n);
+    EXPECT_TRUE(x == 3 && reported("tnk_blas_dscal"));
+  }
+  EXPECT_EQ(tnk_kernel_load(), status);
+}
+
+std::vector<Frame> seen_by_handler;
+
+[[noreturn]] void be_refused() {
+  setenv("TNK_KERNEL_PATH", "/nowhere.so", 1);
+  expect_refusals(TNK_KERNEL_MISSING);
+
+  // From the handler a trace of calls leads through the stub to its caller.
+  tnk_set_error_handler([](const tnk_error *) { seen_by_handler = tnk::test::trace(); });
+  tnk_blas_dasum(nullptr, nullptr, nullptr);
+  const std::vector<Frame> &frames = seen_by_handler;
+  std::size_t stub = 0;
+  while (stub < frames.size() && frames[stub].function != "tnk_blas_dasum") ++stub;
+  EXPECT_LT(stub + 1, frames.size());
+  if (stub + 1 < frames.size()) {
+    EXPECT_EQ(std::filesystem::path(frames[stub].file).filename(), "libtnk.so");
+    EXPECT_EQ(frames[stub + 1].file, frames[0].file);
+  }
+  std::exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+TEST(FrontRefusalsDeathTest, ReportTheCalledNameAndFailAsItsFamilyDoes) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(be_refused(), testing::ExitedWithCode(0), "^$");
+}
+
+// On a processor without AVX, which here is an emulated one.
+TEST(FrontRefusals, WithoutAvx) {
+  if (tnk_serv_cpu_detect() != TNK_CLASS_NONE) GTEST_SKIP() << "this processor has AVX";
+  expect_refusals(TNK_NO_AVX);
+}
+
+// Where a stub jumps to: behind endbr64 stands jmp *distance(%rip), six bytes long.
+const void *entry_behind(const char *stub) {
+  std::int32_t distance;
+  std::memcpy(&distance, stub + 6, sizeof distance);
+  const void *entry;
+  std::memcpy(&entry, stub + 10 + distance, sizeof entry);
+  return entry;
+}
+
+TEST(Front, LeadsEachNameToItsEntry) {
+  ASSERT_EQ(dll_cpu_version(), TNK_CLASS_AVX);
+  int functions = 0;
+  for (const auto &list : std::filesystem::directory_iterator(TNK_TEST_EXPORTS)) {
+    std::ifstream file(list.path());
+    for (std::string name; std::getline(file, name);) {
+      if (name[0] == '#' || name.compare(0, 4, "avx_") == 0) continue;
+      const char *const stub = static_cast<const char *>(dlsym(RTLD_DEFAULT, name.c_str()));
+      ASSERT_NE(stub, nullptr) << name;
+      EXPECT_EQ(entry_behind(stub), tnk_kernel_entry(name.c_str())) << name;
+      ++functions;
+    }
+  }
+  EXPECT_GT(functions, 2600);
+}
+
+} // namespace
