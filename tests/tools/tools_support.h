@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
 #include <vector>
 
 #include "tools/tnk/support/failure.h"
+#include "tools/tnk/support/files.h"
 
 namespace tnk::test {
 
@@ -49,6 +51,26 @@ public:
 private:
   std::filesystem::path path_;
 };
+
+struct Outcome {
+  int code;
+  std::string out, err;
+};
+
+// Runs the program tnk. `settings` go in front of the command, as "NAME=value"; `tail` behind it.
+inline Outcome run(const std::string &arguments, const std::string &settings = "",
+                   const std::string &tail = "") {
+  const TemporaryFolder folder;
+  const auto out = folder.path() / "out", err = folder.path() / "err";
+  const std::string command = "env -u TNK_KERNEL_PATH " + settings + " '" TNK_TEST_PROGRAM "' " + arguments +
+                              " >'" + out.string() + "' 2>'" + err.string() + "' </dev/null " + tail;
+  const int status = std::system(command.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, tool::read_file(out), tool::read_file(err)};
+}
+
+inline std::string quoted(const std::filesystem::path &path) {
+  return "'" + path.string() + "'";
+}
 
 // What keeps a text from being an XML document in which every element ends; "" when nothing does.
 inline std::string xml_fault(const std::string &text) {

@@ -7,6 +7,7 @@
 #include "tools/tnk/support/format.h"
 #include "tools/tnk/support/progress.h"
 #include "tools/tnk/support/timing.h"
+#include "tools/tnk/tour/numbers.h"
 #include "tools/tnk/tour/scene.h"
 #include <algorithm>
 #include <cmath>
@@ -18,8 +19,6 @@
 namespace tnk::tool {
 namespace {
 
-constexpr tnk_int one = 1;
-constexpr double roundoff = std::numeric_limits<double>::epsilon() / 2;
 constexpr std::size_t kept = 3; // components that rebuild the mountain
 constexpr std::size_t tracked =
     8; // those that the iteration carries: with more than are kept, these settle soon
@@ -94,10 +93,10 @@ void orthonormalize(Matrix<double> &v) {
   for (std::size_t j = 0; j < v.columns; ++j) {
     for (int pass = 0; pass < 2; ++pass)
       for (std::size_t i = 0; i < j; ++i) {
-        const double minus = -tnk_blas_ddot(&n, v.column(i), &one, v.column(j), &one);
+        const double minus = -dot(v.rows, v.column(i), v.column(j));
         tnk_blas_daxpy(&n, &minus, v.column(i), &one, v.column(j), &one);
       }
-    const double norm = std::sqrt(tnk_blas_ddot(&n, v.column(j), &one, v.column(j), &one));
+    const double norm = std::sqrt(dot(v.rows, v.column(j), v.column(j)));
     for (std::size_t i = 0; i < v.rows; ++i) v(i, j) /= norm;
   }
 }
@@ -126,8 +125,7 @@ Components iterate(const Matrix<double> &products) {
     multiply('N', products, 'N', c.vectors, stretched);
     double residual = 0;
     for (std::size_t j = 0; j < tracked; ++j) {
-      const auto count = static_cast<tnk_int>(n);
-      c.values[j] = tnk_blas_ddot(&count, c.vectors.column(j), &one, stretched.column(j), &one);
+      c.values[j] = dot(n, c.vectors.column(j), stretched.column(j));
       double squares = 0;
       for (std::size_t i = 0; i < n; ++i) {
         const double rest = stretched(i, j) - c.values[j] * c.vectors(i, j);
@@ -202,9 +200,8 @@ template <class T> Timed time_large(const Terrain &terrain, int threads) {
     a.data[i] = static_cast<T>(source[i * 7 % source.size()]);
     b.data[i] = static_cast<T>(source[(i * 11 + 5) % source.size()]);
   }
-  tnk_set_num_threads(threads);
+  const Threads set(threads);
   const double seconds = seconds_per_call([&] { multiply('N', a, 'N', b, c); });
-  tnk_set_num_threads(0);
 
   const auto apply = [](const Matrix<T> &matrix, const std::vector<long double> &x, bool magnitudes) {
     std::vector<long double> y(matrix.rows);
@@ -220,12 +217,10 @@ template <class T> Timed time_large(const Terrain &terrain, int threads) {
   const auto found = apply(c, x, false), expected = apply(a, apply(b, x, false), false),
              magnitudes = apply(a, apply(b, sizes, true), true);
   const auto order = static_cast<double>(large);
-  Timed timed{2 * order * order * order / seconds, 0, order * std::numeric_limits<T>::epsilon() / 2};
-  for (std::size_t i = 0; i < large; ++i) {
-    const auto error = static_cast<double>(std::fabs(found[i] - expected[i]) / magnitudes[i]);
-    if (!(error <= timed.error)) timed.error = error;
-  }
-  return timed;
+  Worst worst;
+  for (std::size_t i = 0; i < large; ++i)
+    worst.take(static_cast<double>(std::fabs(found[i] - expected[i]) / magnitudes[i]));
+  return {2 * order * order * order / seconds, worst.value(), order * std::numeric_limits<T>::epsilon() / 2};
 }
 
 void show_large(Stage &stage, const char *routine, int threads, const Timed &timed) {
@@ -258,21 +253,20 @@ void show_components(Stage &stage, const Terrain &terrain, const Matrix<double> 
   const long double total = std::accumulate(values.begin(), values.end(), 0.0L);
 
   // Each sum of `rows` products is off by at most rows u of the sum of their magnitudes.
-  double worst = 0;
+  Worst worst;
   for (std::size_t j = 0; j < products.columns; ++j)
     for (std::size_t i = 0; i < products.rows; ++i) {
       long double magnitudes = 0;
       for (std::size_t l = 0; l < terrain.centred.rows; ++l)
         magnitudes += std::fabs(static_cast<long double>(terrain.centred(l, i)) * terrain.centred(l, j));
-      const auto error = static_cast<double>(std::fabs(products(i, j) - exact(i, j)) / magnitudes);
-      if (!(error <= worst)) worst = error;
+      worst.take(static_cast<double>(std::fabs(products(i, j) - exact(i, j)) / magnitudes));
     }
   Matrix<double> again(products.rows, products.columns);
   const double seconds =
       seconds_per_call([&] { multiply('T', terrain.centred, 'N', terrain.centred, again); });
   stage.heading();
-  stage.show({"matrix of products", "dgemm", format("%zu x %zu", products.rows, products.columns), worst,
-              rows * roundoff, gigaflops_per_second(2 * rows * columns * columns, seconds)});
+  stage.show({"matrix of products", "dgemm", format("%zu x %zu", products.rows, products.columns),
+              worst.value(), rows * roundoff, gigaflops_per_second(2 * rows * columns * columns, seconds)});
 
   // Eigenvalues move by no more than the matrix does, rows u of its trace; a quotient of a product with a vector adds
   // sums of as many terms as there are columns.
@@ -286,14 +280,11 @@ void show_components(Stage &stage, const Terrain &terrain, const Matrix<double> 
   }
   Matrix<double> unit(tracked, tracked);
   multiply('T', c.vectors, 'N', c.vectors, unit);
-  worst = 0;
+  Worst skew;
   for (std::size_t i = 0; i < tracked; ++i)
-    for (std::size_t j = 0; j < tracked; ++j) {
-      const double error = std::fabs(unit(i, j) - (i == j ? 1 : 0));
-      if (!(error <= worst)) worst = error;
-    }
-  stage.show({"orthonormal vectors", "ddot, daxpy", format("%zu, after %d steps", tracked, c.steps), worst,
-              4 * columns * roundoff, ""});
+    for (std::size_t j = 0; j < tracked; ++j) skew.take(std::fabs(unit(i, j) - (i == j ? 1 : 0)));
+  stage.show({"orthonormal vectors", "ddot, daxpy", format("%zu, after %d steps", tracked, c.steps),
+              skew.value(), 4 * columns * roundoff, ""});
 
   // What the components leave is what they do not explain. Both sides are shares of all deviation.
   const Residual rest = residual(terrain, rebuilt);

@@ -1,5 +1,6 @@
-// The scenes of the tour. To add one, write its file, declare its function below and give it a line in the
-// table of tour.cpp.
+// The scenes of the tour. To add one, write its file, declare its function below and give it a line in the table of
+// tour.cpp. The tests run every scene there is: as it should be, and with routines that report errors, where it must
+// call stop_on_error before it prints its heading.
 #pragma once
 
 #include <filesystem>

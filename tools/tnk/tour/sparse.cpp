@@ -6,19 +6,15 @@
 #include "tools/tnk/support/format.h"
 #include "tools/tnk/support/progress.h"
 #include "tools/tnk/support/timing.h"
+#include "tools/tnk/tour/numbers.h"
 #include "tools/tnk/tour/scene.h"
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <tnk/blas.h>
-#include <tnk/host.h>
 #include <tnk/sparse.h>
 
 namespace tnk::tool {
 namespace {
 
-constexpr tnk_int one = 1;
-constexpr double roundoff = std::numeric_limits<double>::epsilon() / 2;
 constexpr double settled =
     1e-9; // length of the residual A x - lambda x over lambda, at which the iteration ends
 constexpr std::size_t sides = 8; // right-hand sides of the product with several
@@ -60,11 +56,6 @@ void multiply(const Rows &a, const Vector &x, Vector &y) {
   constexpr double unit = 1, none = 0;
   const tnk_sparse_matrix view = a.view();
   tnk_sparse_dmv('N', &unit, &view, &a.descriptor, x.data(), &none, y.data());
-}
-
-double dot(const Vector &x, const Vector &y) {
-  const auto n = static_cast<tnk_int>(x.size());
-  return tnk_blas_ddot(&n, x.data(), &one, y.data(), &one);
 }
 
 struct Model {
@@ -112,15 +103,12 @@ Definition by_definition(const Model &model, const double *x) {
   return d;
 }
 
-// Largest error of a row, relative to the row's sum of magnitudes.
-double worst_error(const Definition &expected, const double *found) {
-  double worst = 0;
+// The errors of the rows, relative to their sums of magnitudes.
+void take_errors(Worst &worst, const Definition &expected, const double *found) {
   for (std::size_t i = 0; i < expected.y.size(); ++i) {
     const auto off = static_cast<double>(std::fabs(found[i] - expected.y[i]));
-    const double error = off == 0 ? 0 : off / static_cast<double>(expected.magnitudes[i]);
-    if (!(error <= worst)) worst = error;
+    worst.take(off == 0 ? 0 : off / static_cast<double>(expected.magnitudes[i]));
   }
-  return worst;
 }
 
 struct Iteration {
@@ -130,7 +118,7 @@ struct Iteration {
 
 // Each product stretches the direction of the largest eigenvalue most. The quotient x' A x comes to it twice as fast as
 // x does to its eigenvector.
-Iteration iterate(const Model &model) {
+Iteration iterate(const Stage &stage, const Model &model) {
   constexpr std::size_t most_steps = 20000;
   Iteration it{Vector(model.order), {}, {}};
   Vector y(model.order);
@@ -142,6 +130,7 @@ Iteration iterate(const Model &model) {
   Progress progress("sparse: power iteration");
   while (it.values.size() < most_steps) {
     multiply(model.lower, it.x, y);
+    stage.stop_on_error();
     const double lambda = dot(it.x, y);
     double squares = 0;
     for (std::size_t i = 0; i < model.order; ++i) {
@@ -194,12 +183,13 @@ void show_products(Stage &stage, const Model &model, const Vector &x) {
   for (const Rows *rows : {&model.lower, &model.full}) {
     multiply(*rows, x, y);
     stage.stop_on_error();
-    const double error = worst_error(exact, y.data());
+    Worst worst;
+    take_errors(worst, exact, y.data());
     const double seconds = seconds_per_call([&] { multiply(*rows, x, y); });
     stage.show(
         {rows == &model.lower ? "product, one triangle" : "product, both", "dmv",
          format("%zu entries, %s", rows->values.size(), gigabytes_per_second(rows->bytes(), seconds).c_str()),
-         error, allowed, gigaflops_per_second(operations, seconds)});
+         worst.value(), allowed, gigaflops_per_second(operations, seconds)});
   }
 
   Vector b, c(model.order * sides);
@@ -214,12 +204,12 @@ void show_products(Stage &stage, const Model &model, const Vector &x) {
     };
     product();
     stage.stop_on_error();
-    double error = 0;
+    Worst worst;
     for (std::size_t j = 0; j < sides; ++j)
-      error = std::max(error, worst_error(by_definition(model, &b[j * model.order]), &c[j * model.order]));
+      take_errors(worst, by_definition(model, &b[j * model.order]), &c[j * model.order]);
     const double seconds = seconds_per_call(product);
     stage.show({rows == &model.lower ? "several, one triangle" : "several, both", "dmm",
-                format("%zu right-hand sides", sides), error, allowed,
+                format("%zu right-hand sides", sides), worst.value(), allowed,
                 gigaflops_per_second(operations * static_cast<double>(sides), seconds)});
   }
 }
@@ -288,13 +278,12 @@ void sparse_scene(Stage &stage) {
                    model.lower.values.size(), model.source.c_str()));
   stage.say("against references in extended precision; errors are relative to sums of magnitudes");
   // One thread, as in the other rates that are to be compared.
-  tnk_set_num_threads(1);
-  const Iteration it = iterate(model);
+  const Threads alone(1);
+  const Iteration it = iterate(stage, model);
   stage.stop_on_error();
   stage.heading();
   show_eigenvalue(stage, model, it);
   show_products(stage, model, it.x);
-  tnk_set_num_threads(0);
   stage.picture("sparse.svg", draw(model, it));
 }
 

@@ -3,6 +3,7 @@
 #include "tools/tnk/support/format.h"
 #include "tools/tnk/tour/scene.h"
 #include <cstdio>
+#include <mutex>
 #include <utility>
 
 namespace tnk::tool {
@@ -16,11 +17,13 @@ void row(const char *quantity, const char *routine, const char *value, const cha
   std::printf("%s\n", text.c_str());
 }
 
-// The first error that a routine reported; empty before. Handlers get no context, so it cannot stand in the
-// stage.
+// The first error that a routine reported; empty before. Handlers get no context, so it cannot stand in the stage, and
+// any thread of a product may call them.
 std::string first_error;
+std::mutex recording;
 
 void record(const tnk_error *error) {
+  const std::lock_guard<std::mutex> lock(recording);
   if (first_error.empty()) first_error = error->message;
 }
 

@@ -46,6 +46,17 @@ fs::path find_data(const std::string &asked) {
   throw Failure("no data folder found (tried " + tried + "); name one with --data");
 }
 
+// When a routine has reported an error, that is what ends the scene, not what came of it.
+void run_scene(const Scene &scene, Stage &stage) {
+  try {
+    scene.run(stage);
+  } catch (const Failure &) {
+    stage.stop_on_error();
+    throw;
+  }
+  stage.stop_on_error();
+}
+
 int run_tour(const Options &options) {
   if (options.list) {
     for (const Scene &scene : scenes) std::printf("%-12s %s\n", scene.name, scene.title);
@@ -61,8 +72,7 @@ int run_tour(const Options &options) {
         std::find(options.scenes.begin(), options.scenes.end(), scene.name) == options.scenes.end())
       continue;
     std::printf("%s: %s\n", scene.name, scene.title);
-    scene.run(stage);
-    stage.stop_on_error();
+    run_scene(scene, stage);
     std::printf("\n");
     std::fflush(stdout);
   }

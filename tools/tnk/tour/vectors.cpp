@@ -6,18 +6,16 @@
 #include "tools/tnk/support/format.h"
 #include "tools/tnk/support/progress.h"
 #include "tools/tnk/support/timing.h"
+#include "tools/tnk/tour/numbers.h"
 #include "tools/tnk/tour/scene.h"
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <tnk/blas.h>
 #include <tnk/blas_level1.h>
-#include <tnk/host.h>
 
 namespace tnk::tool {
 namespace {
 
-constexpr tnk_int one = 1;
 constexpr std::size_t longest_lag = 400; // months: three cycles
 
 struct Series {
@@ -68,11 +66,6 @@ std::string month_name(double year) {
                                       "July",    "August",   "September", "October", "November", "December"};
   const long long months = std::llround(year * 12);
   return format("%s %lld", names[months % 12], months / 12);
-}
-
-double dot(std::size_t n, const double *x, const double *y) {
-  const auto count = static_cast<tnk_int>(n);
-  return tnk_blas_ddot(&count, x, &one, y, &one);
 }
 
 // y := x - mean
@@ -164,7 +157,7 @@ struct Bounds {
 // for each factor.
 Bounds bounds(const Statistics<long double> &s) {
   const double n = static_cast<double>(s.deviations.size());
-  const double u = std::numeric_limits<double>::epsilon() / 2;
+  constexpr double u = roundoff;
   long double magnitudes = 0, squares = 0;
   for (const long double y : s.deviations) {
     magnitudes += std::fabs(y);
@@ -221,11 +214,9 @@ void show_results(Stage &stage, const Series &series, const Statistics<double> &
   const auto dated = [&](std::size_t i) {
     return format("%.1f, %s", series.spots[i], month_name(series.years[i]).c_str());
   };
-  double worst = 0;
-  for (std::size_t k = 0; k <= longest_lag; ++k) {
-    const double error = std::fabs(static_cast<double>(s.autocorrelation[k] - exact.autocorrelation[k]));
-    if (!(error <= worst)) worst = error;
-  }
+  Worst worst;
+  for (std::size_t k = 0; k <= longest_lag; ++k)
+    worst.take(std::fabs(static_cast<double>(s.autocorrelation[k] - exact.autocorrelation[k])));
   const std::size_t cycle = first_peak(s.autocorrelation);
 
   stage.heading();
@@ -241,8 +232,8 @@ void show_results(Stage &stage, const Series &series, const Statistics<double> &
               rates.largest});
   stage.show({"smallest, first time", "idamin", dated(s.smallest), distance(s.smallest, exact.smallest), 0,
               rates.smallest});
-  stage.show({"autocorrelation", "ddot", format("lags 0 ... %zu months", longest_lag), worst, bound.mean_free,
-              rates.autocorrelation});
+  stage.show({"autocorrelation", "ddot", format("lags 0 ... %zu months", longest_lag), worst.value(),
+              bound.mean_free, rates.autocorrelation});
   stage.show({"its first peak", "", format("%zu months, %.1f years", cycle, static_cast<double>(cycle) / 12),
               distance(cycle, first_peak(exact.autocorrelation)), 0, ""});
 }
