@@ -135,6 +135,22 @@ public:
                            });
   }
 
+  // What the jump through the front costs, on a dot as short as makes sense.
+  void add_front(Dot<tnk_int, double, double> *stub, Dot<tnk_int, double, double> *entry) {
+    const auto call = [](auto *routine) {
+      return repeated<tnk_int>(routine, [](auto *f, auto &n, auto &one, Operands &o) {
+        *o.result<double>() = f(&n, o.x<double>(), &one, o.y<double>(), &one);
+      });
+    };
+    Row added = row<double>("ddot_front", "dot");
+    added.sizes = {8};
+    added.picture = "kernels";
+    added.peer = "entry's address";
+    const Cost cost = {2 * sizeof(double), 2, Mix::read_both, Law::exact};
+    added.prepare = [=](tnk_int n) { return make<double>(cost, n, call(stub), call(entry), {}); };
+    rows.push_back(std::move(added));
+  }
+
   void add_sdsdot(const std::string &name, Sdsdot<tnk_int> *ours) {
     add<float, Sdsdot<int>>(name, "dot", {2 * sizeof(float), 2, Mix::read_both, Law::exact, 16}, ours,
                             nullptr, [](auto *f, auto &n, auto &one, Operands &o) {
@@ -276,6 +292,7 @@ void add_blas_level1(std::vector<Row> &appended) {
 
   rows.add_dot("sdot", tnk_blas_sdot, ENTRY(xsdot), 16);
   rows.add_dot("ddot", tnk_blas_ddot, ENTRY(xddot), 32);
+  rows.add_front(tnk_blas_xddot, ENTRY(xddot));
   rows.add_dot<float, double>("dsdot", ENTRY(dsdot), nullptr, 16);
   rows.add_sdsdot("sdsdot", ENTRY(sdsdot));
   rows.add_complex_dot("cdotu", ENTRY(cdotu));
