@@ -1,12 +1,23 @@
 # The front door. Everything a newcomer needs is `make demo` and `make check`.
 
 PRESET  ?= release
-BUILD    = build/$(PRESET)
+CHECKED  = build/$(PRESET)
 OUT     ?= out
 PREFIX  ?= /usr/local
 JOBS    ?= $(shell nproc)
+MAKEFLAGS += --no-print-directory
 
-.PHONY: help bootstrap build all demo check asan bench install format clean
+# What users need is built by itself, without tests and for any compiler; or in a preset's build, where that is asked
+# for or there already. CMake writes the file named here last.
+STAMP    = cmake_install.cmake
+ifeq ($(filter command line environment,$(origin PRESET))$(wildcard $(CHECKED)/$(STAMP)),)
+BUILD    = build/plain
+else
+BUILD    = $(CHECKED)
+endif
+
+.NOTPARALLEL: # JOBS says how many processes a build has
+.PHONY: help bootstrap bootstrap-program build all demo check asan bench install uninstall format clean
 
 help:
 	@echo 'make demo      install what is missing, build, run the tour; pictures go to $(OUT)/'
@@ -14,41 +25,56 @@ help:
 	@echo 'make build     build the libraries and the program tnk, nothing else'
 	@echo 'make asan      run the tests under the address and undefined-behaviour sanitizers'
 	@echo 'make bench     measure against peer libraries; see scripts/bootstrap.sh --peers'
-	@echo 'make install   install under PREFIX (now $(PREFIX))'
+	@echo 'make install   install under PREFIX (now $(PREFIX)); make uninstall takes it away again'
 	@echo 'make format    format the sources; make clean removes build/ and $(OUT)/'
 
 bootstrap:
 	@scripts/bootstrap.sh
 
-# Configures once; afterwards the build itself notices changed CMake files.
-$(BUILD)/build.ninja: CMakePresets.json | bootstrap
-	@echo 'configuring $(BUILD)'
-	@cmake --preset $(PRESET) --log-level=WARNING >/dev/null
+bootstrap-program:
+	@scripts/bootstrap.sh --build --program
+
+# Configures once; afterwards the build itself notices changed CMake files. A machine without a network is asked once.
+build/plain/$(STAMP):
+	@scripts/bootstrap.sh --build
+	@echo 'configuring build/plain'
+	@cmake -S . -B build/plain $$(command -v ninja >/dev/null && echo -G Ninja) --log-level=NOTICE >/dev/null
 	@touch $@
 
-build: bootstrap $(BUILD)/build.ninja
-	@cmake --build --preset $(PRESET) -j $(JOBS) --target tnk_avx tnk_host tnk_front tnk
+$(CHECKED)/$(STAMP): CMakePresets.json | bootstrap
+	@echo 'configuring $(CHECKED)'
+	@cmake --preset $(PRESET) --log-level=NOTICE >/dev/null
+	@touch $@
 
-all: bootstrap $(BUILD)/build.ninja
-	@cmake --build --preset $(PRESET) -j $(JOBS)
+build: $(BUILD)/$(STAMP)
+	@cmake --build $(BUILD) -j $(JOBS) --target tnk_installed
 
-demo: build
+all: $(CHECKED)/$(STAMP)
+	@cmake --build $(CHECKED) -j $(JOBS)
+
+demo: bootstrap-program build
 	@$(BUILD)/bin/tnk tour --data examples/data --out "$(OUT)"
 
 check: all
 	@ctest --preset $(PRESET) -j $(JOBS)
 
 asan:
-	@$(MAKE) --no-print-directory check PRESET=asan
+	@$(MAKE) check PRESET=asan
 
 bench: all
-	@$(BUILD)/bin/tnk bench --out "$(OUT)"
+	@$(CHECKED)/bin/tnk bench --out "$(OUT)"
 
 # The list of installed files may be root's, from another time. Root also lets the dynamic linker know of new libraries.
+LDCONFIG = if [ "$$(id -u)" -eq 0 ] && [ -z "$(DESTDIR)" ]; then PATH="$$PATH:/sbin" ldconfig; fi
+
 install: build
-	@rm -f "$(BUILD)/install_manifest.txt"
-	@cmake --install "$(BUILD)" --prefix "$(PREFIX)"
-	@if [ "$$(id -u)" -eq 0 ] && [ -z "$(DESTDIR)" ]; then PATH="$$PATH:/sbin" ldconfig; fi
+	@rm -f $(BUILD)/install_manifest.txt
+	@cmake --install $(BUILD) --prefix "$(PREFIX)"
+	@$(LDCONFIG)
+
+uninstall:
+	@cmake -DPREFIX="$(PREFIX)" -P cmake/uninstall.cmake
+	@$(LDCONFIG)
 
 format:
 	@git ls-files '*.h' '*.cpp' '*.c' | xargs clang-format -i

@@ -9,8 +9,10 @@ set(TNK_DATA_DIR ${CMAKE_INSTALL_DATADIR}/tnk)
 # The kernel library is no target for users: the host loads it from beside itself.
 install(TARGETS tnk_front tnk_host EXPORT tnk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS tnk_avx LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+add_custom_target(tnk_installed DEPENDS tnk_front tnk_host tnk_avx) # all that has to be built for it
 if(TARGET tnk)
   install(TARGETS tnk RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  add_dependencies(tnk_installed tnk)
 endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tnk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/data DESTINATION ${TNK_DATA_DIR})
@@ -34,3 +36,7 @@ file(RELATIVE_PATH TNK_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" TNK_PREFIX_FROM_PC ${TNK_PREFIX_FROM_PC})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tnk.pc.in ${PROJECT_BINARY_DIR}/tnk.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tnk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# ---- The way back; last, since it notes what was installed before
+install(CODE "set(TNK_DATA_DIR ${TNK_DATA_DIR})")
+install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/note_installed.cmake)

@@ -4,11 +4,14 @@ set -eu
 
 usage() {
   cat <<'EOF'
-usage: scripts/bootstrap.sh [--peers] [--dev] [--list]
+usage: scripts/bootstrap.sh [--build [--program]] [--peers] [--dev] [--list]
 
 Installs by apt-get (Debian 12 or later and its relatives) the packages that building and testing need and that
 are missing; says nothing when there are none. Uses sudo when not run as root.
 
+  --build  only what the libraries and the program tnk need; the program is left out where its part is not to be had
+  --program
+           insist on the program
   --peers  also the libraries that the benchmarks compare with
   --dev    also what contributors use: the formatter, the shell checker, the debugger
   --list   name the missing packages, one a line, and install nothing
@@ -16,18 +19,23 @@ are missing; says nothing when there are none. Uses sudo when not run as root.
 EOF
 }
 
-# package, how to see that it is there, and what to look for: a command or a header, or a library by its file name.
-needed='
-g++                  command g++
+# package, how to see that it is there, and what to look for: one of some commands, a header, or a library by its file
+# name.
+libraries='
+g++                  command g++ c++ clang++
 make                 command make
 cmake                command cmake
+'
+program='
+libcli11-dev         header  CLI/CLI.hpp
+libpng-dev           header  png.h
+'
+tests='
 ninja-build          command ninja
 pkg-config           command pkg-config
 binutils             command objdump
 qemu-user            command qemu-x86_64
 libgtest-dev         header  gtest/gtest.h
-libcli11-dev         header  CLI/CLI.hpp
-libpng-dev           header  png.h
 '
 peers='
 libopenblas0-pthread library libopenblas.so.0
@@ -39,12 +47,18 @@ shellcheck           command shellcheck
 gdb                  command gdb
 '
 
-wanted=$needed
+more=$program$tests
+insist=yes
 list_only=no
 for option in "$@"; do
   case $option in
-    --peers) wanted="$wanted$peers" ;;
-    --dev) wanted="$wanted$dev" ;;
+    --build)
+      more=$program
+      insist=no
+      ;;
+    --program) insist=yes ;;
+    --peers) more="$more$peers" ;;
+    --dev) more="$more$dev" ;;
     --list) list_only=yes ;;
     -h | --help)
       usage
@@ -62,8 +76,10 @@ done
 is_there() { # kind, what
   case $1 in
     command)
-      command -v "$2" >/dev/null 2>&1
-      return
+      for name in $2; do
+        ! command -v "$name" >/dev/null 2>&1 || return 0
+      done
+      return 1
       ;;
     header) places='/usr/include /usr/local/include' ;;
     library) places='/usr/lib /usr/lib64 /usr/local/lib /usr/lib/*-linux-gnu' ;;
@@ -75,11 +91,16 @@ is_there() { # kind, what
 }
 
 missing=
-while read -r package kind what; do
-  [ -z "$package" ] || is_there "$kind" "$what" || missing="$missing $package"
-done <<EOF
-$wanted
+look_for() { # some of the lists above
+  while read -r package kind what; do
+    [ -z "$package" ] || is_there "$kind" "$what" || missing="$missing $package"
+  done <<EOF
+$1
 EOF
+}
+look_for "$libraries"
+[ -z "$missing" ] || insist=yes
+look_for "$more"
 [ -n "$missing" ] || exit 0
 
 if [ $list_only = yes ]; then
@@ -90,7 +111,9 @@ fi
 
 fail() { # why and what to do, the packages or the command that installs them
   printf 'bootstrap: %s\n  %s\n' "$1" "$2" >&2
-  exit 1
+  [ $insist = no ] || exit 1
+  echo 'bootstrap: going on; without these the program tnk is left out' >&2
+  exit 0
 }
 by_hand="apt-get install --no-install-recommends$missing"
 command -v apt-get >/dev/null 2>&1 ||
@@ -115,8 +138,8 @@ echo "bootstrap: installing$missing"
 apt update || true
 # shellcheck disable=SC2086  # a list of package names
 if ! apt install -y --no-install-recommends $missing; then
-  cat "$log" >&2
-  fail 'apt-get failed, its words are above; what it was to do:' "$by_hand"
+  [ $insist = no ] || cat "$log" >&2
+  fail 'apt-get failed; what it was to do:' "$by_hand"
 fi
 # A build that was configured before looks again at what there is.
 touch -c "$(dirname "$0")/../CMakeLists.txt"

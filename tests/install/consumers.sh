@@ -1,9 +1,11 @@
 #!/bin/sh
 # Installs the build to a fresh prefix, builds the installed examples against it through pkg-config and find_package,
-# runs them; then moves the prefix and does all of it again, so that nothing can point at the old place.
-# usage: consumers.sh CMAKE BUILD EXAMPLES_SCRIPT LIBDIR
+# runs them; then moves the prefix and does all of it again, so that nothing can point at the old place. At last takes
+# the installation away.
+# usage: consumers.sh CMAKE SOURCES BUILD LIBDIR
 set -eu
-cmake=$1 build=$2 run_examples=$3 libdir=$4
+cmake=$1 sources=$2 build=$3 libdir=$4
+run_examples=$sources/tests/install/examples.sh
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -16,7 +18,7 @@ quietly() {
 
 use() { # a prefix
   prefix=$1
-  sources=$prefix/share/tnk/examples
+  examples=$prefix/share/tnk/examples
   rm -rf "$work/consumer"
   mkdir "$work/consumer"
 
@@ -28,19 +30,19 @@ use() { # a prefix
   strict='-O2 -Wall -Wextra -Wpedantic -Werror'
   rpath=-Wl,-rpath,$prefix/$libdir
   # shellcheck disable=SC2086  # flags are lists
-  quietly "$CC" -std=c11 $strict "$sources/axpy.c" $cflags $libs "$rpath" -o "$work/consumer/axpy"
+  quietly "$CC" -std=c11 $strict "$examples/axpy.c" $cflags $libs "$rpath" -o "$work/consumer/axpy"
   # shellcheck disable=SC2086
-  quietly "$CXX" -std=c++17 $strict "$sources/statistics.cpp" $cflags $libs "$rpath" -o "$work/consumer/statistics"
+  quietly "$CXX" -std=c++17 $strict "$examples/statistics.cpp" $cflags $libs "$rpath" -o "$work/consumer/statistics"
   set -- axpy statistics
   if [ -n "$FC" ]; then
     # shellcheck disable=SC2086
-    quietly "$FC" -O2 -Wall -Werror "$sources/product.f90" $libs "$rpath" -o "$work/consumer/product"
+    quietly "$FC" -O2 -Wall -Werror "$examples/product.f90" $libs "$rpath" -o "$work/consumer/product"
     set -- "$@" product
   fi
   # One library to link with, whichever linker it is, also for code that has to stand at a fixed address.
   for linker in bfd gold lld; do
     command -v "ld.$linker" >/dev/null || continue
-    quietly "$CC" "-fuse-ld=$linker" -fno-pie -no-pie "$sources/axpy.c" "-I$prefix/include" "-L$prefix/$libdir" -ltnk \
+    quietly "$CC" "-fuse-ld=$linker" -fno-pie -no-pie "$examples/axpy.c" "-I$prefix/include" "-L$prefix/$libdir" -ltnk \
       "$rpath" -o "$work/consumer/$linker-axpy"
     set -- "$@" "$linker-axpy"
   done
@@ -48,11 +50,11 @@ use() { # a prefix
     set -- "$@" "$work/consumer/$program"
     shift
   done
-  if [ -n "$PYTHON" ]; then set -- "$@" "$sources/norm.py"; fi
+  if [ -n "$PYTHON" ]; then set -- "$@" "$examples/norm.py"; fi
   "$run_examples" "$prefix/$libdir/libtnk.so" "$prefix/share/tnk/data" "$@"
 
   # The CMake package.
-  quietly "$cmake" -S "$sources" -B "$work/consumer/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release
+  quietly "$cmake" -S "$examples" -B "$work/consumer/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release
   quietly "$cmake" --build "$work/consumer/build"
   "$run_examples" "$prefix/$libdir/libtnk.so" "$prefix/share/tnk/data" "$work/consumer/build"/example_*
 
@@ -74,4 +76,12 @@ use "$work/first"
 mkdir "$work/other"
 mv "$work/first" "$work/other/second"
 use "$work/other/second"
-echo "installed, used, moved and used again"
+
+# Two installations into one prefix are one, and a file of somebody else's stays.
+prefix=$work/other/second
+quietly "$cmake" --install "$build" --prefix "$prefix"
+touch "$prefix/include/tnk/mine.h"
+quietly "$cmake" -DPREFIX="$prefix" -P "$sources/cmake/uninstall.cmake"
+left=$(cd "$prefix" && find . ! -type d -o -name tnk | sort | tr '\n' ' ')
+[ "$left" = "./include/tnk ./include/tnk/mine.h " ] || { echo "left behind: $left"; exit 1; }
+echo "installed, used, moved, used again and taken away"

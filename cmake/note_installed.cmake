@@ -1,0 +1,16 @@
+# Runs at the end of an installation: adds the names of the installed files, seen from the prefix, to the list that
+# uninstall.cmake goes by. An older installation's names stay in it.
+set(list_file ${CMAKE_INSTALL_PREFIX}/${TNK_DATA_DIR}/installed.txt)
+list(APPEND CMAKE_INSTALL_MANIFEST_FILES ${list_file})
+set(names "")
+if(EXISTS $ENV{DESTDIR}${list_file})
+  file(STRINGS $ENV{DESTDIR}${list_file} names)
+endif()
+foreach(file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
+  file(RELATIVE_PATH name ${CMAKE_INSTALL_PREFIX} ${file})
+  list(APPEND names ${name})
+endforeach()
+list(REMOVE_DUPLICATES names)
+list(SORT names)
+list(JOIN names "\n" lines)
+file(WRITE $ENV{DESTDIR}${list_file} "${lines}\n")

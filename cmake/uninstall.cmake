@@ -1,0 +1,35 @@
+# Removes what installations into a prefix put there, and the folders that were tnk's own.
+# In: PREFIX; DESTDIR in the environment, as for an installation.
+
+get_filename_component(prefix ${PREFIX} ABSOLUTE)
+set(prefix $ENV{DESTDIR}${prefix})
+set(names "")
+file(GLOB lists ${prefix}/*/tnk/installed.txt)
+foreach(list IN LISTS lists)
+  file(STRINGS ${list} listed)
+  list(APPEND names ${listed})
+endforeach()
+if(NOT names)
+  message(FATAL_ERROR "No tnk is installed under ${prefix}.")
+endif()
+set(folders "")
+foreach(name IN LISTS names)
+  file(REMOVE ${prefix}/${name})
+  # include/tnk/blas.h: include/tnk, and not include.
+  get_filename_component(folder ${name} DIRECTORY)
+  while(folder MATCHES "(^|/)tnk(/|$)")
+    list(APPEND folders ${folder})
+    get_filename_component(folder ${folder} DIRECTORY)
+  endwhile()
+endforeach()
+
+list(REMOVE_DUPLICATES folders)
+list(SORT folders ORDER DESCENDING) # what is inside before what is around it
+foreach(folder IN LISTS folders)
+  file(GLOB kept ${prefix}/${folder}/* ${prefix}/${folder}/.*)
+  if(NOT kept)
+    file(REMOVE_RECURSE ${prefix}/${folder})
+  endif()
+endforeach()
+list(LENGTH names count)
+message(STATUS "removed ${count} files of tnk from ${prefix}")
