@@ -1,9 +1,9 @@
 // How a matrix product is cut for several threads: which way, and where.
 //
-// A cut moves no bit of the result. The packed path adds up every element of C by itself, in the order of k, whatever
-// tile it comes to lie in; only the plain path adds in another order. So a slice must take the packed path whenever
-// the whole does: slices are whole register tiles, the last one with what is left, and a product that takes the plain
-// path as a whole is not cut.
+// A cut moves no bit of the result. Every element of C is added up by itself, in the order of k, whatever tile it comes to
+// lie in; but the packed path multiplies alpha into A, the plain one into the sum. So a slice must take the packed path
+// whenever the whole does: slices are whole register tiles, the last one with what is left, and a product that takes the
+// plain path as a whole is not cut.
 #pragma once
 
 #include <tnk/blas_level3.h>

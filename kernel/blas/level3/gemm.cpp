@@ -11,15 +11,18 @@ void gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_in
           T alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, T beta, T *c,
           const tnk_int *ldc) {
   using stage = gemm_entries<T>;
+  using tile = gemm_tile<T>;
+  if (!is_zero(alpha) && *k > 0 && (*m < tile::mr || *n < tile::nr || *k < kr)) {
+    plain_product<T>({operation_of<T>(transa), operation_of<T>(transb), *m, *n, *k, alpha, a, *lda, b, *ldb,
+                      beta, c, *ldc},
+                     block_along_k(*k, kr));
+    return;
+  }
   tnk_gemm_descriptor descriptor;
   stage::zero_desc(&descriptor);
   stage::get_optimal_kernel(&descriptor);
   if (!is_one(beta)) stage::mscale(m, n, &beta, c, ldc);
-  if (is_zero(alpha)) return;
-  if (*m < descriptor.mr || *n < descriptor.nr || *k < descriptor.kr) {
-    stage::pst(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc);
-    return;
-  }
+  if (is_zero(alpha) || *k <= 0) return;
   descriptor.get_blks_size(m, n, k, &descriptor);
   stage::par(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc, stage::get_kernel_version(),
              &descriptor);

@@ -40,6 +40,23 @@ inline const T *block_of(const T *x, tnk_int ld, operation op, tnk_int row, tnk_
   return op == as_it_is ? x + row + column * ld : x + column + row * ld;
 }
 
+// A product: C := beta C + alpha op(A) op(B).
+template <class T> struct operands {
+  operation op_a, op_b;
+  tnk_int m, n, k;
+  T alpha;
+  const T *a;
+  tnk_int lda;
+  const T *b;
+  tnk_int ldb;
+  T beta;
+  T *c;
+  tnk_int ldc;
+};
+
+// The plain path, its sums cut after each kb steps. Of float, double, tnk_complex8 and tnk_complex16.
+template <class T> void plain_product(const operands<T> &, tnk_int kb);
+
 // Which operands have a buffer for their packed block; those that have none pass through the work buffer. The modes of
 // one buffer alone have their panels filled by somebody else.
 enum buffer_mode : int32_t {

@@ -184,7 +184,9 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
   if (d->mb == 0 || d->nb == 0 || d->kb == 0) d->get_blks_size(m, n, k, d);
   raise_to_tile(d);
   const auto plainly = [&] {
-    stage::pst(transa, transb, m, n, k, &alpha, a, lda, b, ldb, &one<T>, c, ldc);
+    plain_product<T>({operation_of<T>(transa), operation_of<T>(transb), *m, *n, *k, alpha, a, *lda, b, *ldb,
+                      one<T>, c, *ldc},
+                     d->kb);
     return done;
   };
   if (v->limited && (*m < d->tm || *n < d->tn || *k < d->tk)) return plainly();

@@ -1,241 +1,240 @@
 // The plain path: C := beta C + alpha op(A) op(B) with nothing packed and no memory, for shapes below a tile and for
 // when no memory can be had.
 //
-// Vectors run along what lies together in memory: down the columns of A (NN, NT), along the rows of op(B) = B' (TT:
-// there C' is computed with the operands exchanged) or, where only k lies together in both, along k (TN). Ends are
-// masked vectors, so an element has the same sum wherever it stands.
+// Each element is one sum over the steps in ascending order, complex ones by parts as the block kernels form them, and
+// what is longer than a block along k is cut where the packed path cuts it. So both paths give an element the same bits
+// wherever alpha, which one multiplies into the sum and the other into A, is 1 or -1.
+//
+// Vectors run along rows of C: one vector of op(A) at a step times single elements of op(B). Where C has so few rows that
+// most lanes would be idle they run along its columns, which is the same product with the operands exchanged,
+// C' = op(B)' op(A)'. The lanes of a step lie together in memory, or those of four steps are had by a transpose in
+// registers.
+#include "kernel/blas/level3/constants.h"
 #include "kernel/blas/level3/gemm.h"
 #include "kernel/frame/mask.h"
+#include "kernel/frame/transpose.h"
+#include <algorithm>
 
 namespace tnk::level3 {
 namespace {
 
-// C := beta C + alpha sum, element by element. beta = 0 does not read C.
-template <class T> struct update {
-  T alpha, beta;
-
-  void element(T *c, T sum) const {
-    const T product = alpha * sum;
-    if (is_zero(beta))
-      put(c, product);
-    else
-      put(c, (is_one(beta) ? get(c) : beta * get(c)) + product);
-  }
-  void vector(T *c, vec_of<T> sum) const {
-    using V = vec_of<T>;
-    const V product = scaled(alpha, sum);
-    if (is_zero(beta))
-      storeu(c, product);
-    else
-      storeu(c, (is_one(beta) ? loadu<V>(c) : scaled(beta, loadu<V>(c))) + product);
-  }
-};
-
-// A vector of them, or its start.
-template <class T, bool Masked> inline vec_of<T> load_some(const T *p, const vector_start &start) {
-  if constexpr (Masked)
-    return load_first<vec_of<T>>(p, start);
-  else
-    return loadu<vec_of<T>>(p);
-}
-
-// ---- Sums with vectors across k: X (vectors by k) Y (k by columns) ------------------------------------------------
-
-// x: element (r, l) at r + l*ld. y: element (l, j) at l*step + j*column. C: element (r, j) at r*row + j*column.
-template <class T> struct outer_operands {
+// X has lanes by steps, Y steps by columns, C lanes by columns. One stride of X is 1.
+template <class T> struct factors {
+  tnk_int lanes, columns, steps;
   const T *x;
-  tnk_int ldx;
+  tnk_int x_lane, x_step;
   const T *y;
   tnk_int y_step, y_column;
   T *c;
-  tnk_int c_row, c_column;
-  tnk_int k;
+  tnk_int c_lane, c_column;
+  bool x_conjugated, y_conjugated;
 };
 
-// A tile of Vectors vectors by Columns columns; a single vector has the rows of a mask. Steps are taken in fours, each
-// four summed on its own: the chain of sums that a narrow tile waits for is a quarter as long. Complex sums are held as
-// two vectors: x times the real parts of y and x times the imaginary parts. conj(x) y is had as conj(x conj(y)).
-template <int Vectors, int Columns, bool ConjX, bool ConjY, class T>
-void outer_tile(const outer_operands<T> &p, tnk_int row, tnk_int column, tnk_int rows, const update<T> &to) {
-  using V = vec_of<T>;
-  constexpr int parts = is_complex<T> ? 2 : 1;
-  constexpr bool masked = Vectors == 1;
-  const vector_start start = start_of<T>(masked ? rows : per_vector<T>);
-  const T *x = p.x + row, *y = p.y + column * p.y_column;
-  V sum[Columns][Vectors][parts] = {};
-
-  const auto term = [&](tnk_int l, int j, int v) {
-    struct {
-      V part[parts];
-    } t;
-    const V a = load_some<T, masked>(x + l * p.ldx + v * per_vector<T>, start);
-    const T b = get(y + l * p.y_step + j * p.y_column);
-    if constexpr (is_complex<T>) {
-      t.part[0] = a * splat<V>(b.re);
-      t.part[1] = a * splat<V>(ConjX != ConjY ? -b.im : b.im);
-    } else {
-      t.part[0] = a * splat<V>(b);
-    }
-    return t;
-  };
-  tnk_int l = 0;
-  for (; l + 4 <= p.k; l += 4)
-    for (int j = 0; j < Columns; ++j)
-      for (int v = 0; v < Vectors; ++v) {
-        const auto t0 = term(l, j, v), t1 = term(l + 1, j, v), t2 = term(l + 2, j, v), t3 = term(l + 3, j, v);
-        for (int q = 0; q < parts; ++q) sum[j][v][q] += (t0.part[q] + t1.part[q]) + (t2.part[q] + t3.part[q]);
-      }
-  for (; l < p.k; ++l)
-    for (int j = 0; j < Columns; ++j)
-      for (int v = 0; v < Vectors; ++v) {
-        const auto t = term(l, j, v);
-        for (int q = 0; q < parts; ++q) sum[j][v][q] += t.part[q];
-      }
-
-  for (int j = 0; j < Columns; ++j)
-    for (int v = 0; v < Vectors; ++v) {
-      V s = sum[j][v][0];
-      if constexpr (is_complex<T>) s = addsub(s, swap_neighbours(sum[j][v][1]));
-      T *c = p.c + (row + v * per_vector<T>)*p.c_row + (column + j) * p.c_column;
-      if (!ConjX && p.c_row == 1 && (!masked || rows == per_vector<T>)) {
-        to.vector(c, s);
-      } else {
-        T lane[per_vector<T>];
-        storeu(lane, s);
-        for (tnk_int r = 0; r < (masked ? rows : per_vector<T>); ++r)
-          to.element(c + r * p.c_row, ConjX ? conjugate(lane[r]) : lane[r]);
-      }
-    }
-}
-
-// Blocks of rows outside: what a block reads of X stays in the cache while the columns pass.
-template <bool ConjX, bool ConjY, class T>
-void outer(const outer_operands<T> &p, tnk_int rows, tnk_int columns, const update<T> &to) {
-  constexpr int vectors = is_complex<T> ? 2 : 4, e = per_vector<T>;
-  const auto over_columns = [&](auto two, auto one_column) {
-    tnk_int j = 0;
-    for (; j + 2 <= columns; j += 2) two(j);
-    if (j < columns) one_column(j);
-  };
-  tnk_int i = 0;
-  for (; i + vectors * e <= rows; i += vectors * e)
-    over_columns([&](tnk_int j) { outer_tile<vectors, 2, ConjX, ConjY>(p, i, j, 0, to); },
-                 [&](tnk_int j) { outer_tile<vectors, 1, ConjX, ConjY>(p, i, j, 0, to); });
-  for (; i < rows; i += e) {
-    const tnk_int some = rows - i < e ? rows - i : e;
-    over_columns([&](tnk_int j) { outer_tile<1, 2, ConjX, ConjY>(p, i, j, some, to); },
-                 [&](tnk_int j) { outer_tile<1, 1, ConjX, ConjY>(p, i, j, some, to); });
+// Signs of the four sums of parts. Lanes are re re, im re of x and y in the first, re im, im im in the second one; the
+// latter is swapped and then taken away in even lanes, added in odd ones.
+template <class T> struct signs {
+  vec_of<T> first, second;
+  explicit signs(const factors<T> &p) {
+    const real_of<T> x = p.x_conjugated ? -1 : 1, y = p.y_conjugated ? -1 : 1;
+    for (int l = 0; l < per_vector<real_of<T>>; l += 2)
+      first[l] = 1, first[l + 1] = x, second[l] = x * y, second[l + 1] = y;
   }
+};
+
+// C := beta C + alpha sum.
+template <class T> class update {
+public:
+  update(T by, T old) : alpha(by), beta(old), stores(is_zero(old)), scales(!is_zero(old) && !is_one(old)) {}
+
+  // `count` lanes, from c on `stride` apart. The product is never -0, as no sum is in the packed path.
+  TNK_INLINE void operator()(T *c, tnk_int stride, tnk_int count, vec_of<T> sum) const {
+    using V = vec_of<T>;
+    const V product = scaled(alpha, sum) + V{};
+    if (stride != 1) {
+      T lane[per_vector<T>];
+      storeu(lane, product);
+      for (tnk_int r = 0; r < count; ++r, c += stride) put(c, stores ? lane[r] : old(get(c)) + lane[r]);
+    } else if (count == per_vector<T>) {
+      storeu(c, stores ? product : old(loadu<V>(c)) + product);
+    } else {
+      const vector_start some = start_of<T>(count);
+      store_first(c, stores ? product : old(load_first<V>(c, some)) + product, some);
+    }
+  }
+
+private:
+  template <class X> TNK_INLINE X old(X c) const { return scales ? scaled(beta, c) : c; }
+
+  T alpha, beta;
+  bool stores, scales; // C is not read; beta is none of 0 and 1
+};
+
+// ---- Four steps of a vector of lanes, from lanes that have their steps together ------------------------------------
+// load(r, l): of lane r what a vector, of floats half a one, holds from step l on.
+
+template <class T> struct lane_loads { using vector = vec_of<T>; };
+template <> struct lane_loads<float> { using vector = f32x4; };
+
+template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, double) {
+  write_out<4>([&](auto r) TNK_INLINE_LAMBDA { x[r] = load(r, 0); });
+  transpose(x[0], x[1], x[2], x[3]);
+}
+template <class Load> TNK_INLINE void four_steps(f32x8 (&x)[4], Load load, float) {
+  write_out<4>([&](auto r) TNK_INLINE_LAMBDA { x[r] = joined(load(r, 0), load(r + 4, 0)); });
+  transpose_halves(x[0], x[1], x[2], x[3]);
+}
+template <class Load> TNK_INLINE void four_steps(f32x8 (&x)[4], Load load, tnk_complex8) {
+  f64x4 pairs[4];
+  write_out<4>([&](auto r) TNK_INLINE_LAMBDA { pairs[r] = reinterpret_cast<f64x4>(load(r, 0)); });
+  transpose(pairs[0], pairs[1], pairs[2], pairs[3]);
+  write_out<4>([&](auto s) TNK_INLINE_LAMBDA { x[s] = reinterpret_cast<f32x8>(pairs[s]); });
+}
+template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, tnk_complex16) {
+  const f64x4 a0 = load(0, 0), b0 = load(1, 0), a2 = load(0, 2), b2 = load(1, 2);
+  x[0] = low_halves(a0, b0), x[1] = high_halves(a0, b0);
+  x[2] = low_halves(a2, b2), x[3] = high_halves(a2, b2);
 }
 
-// ---- Sums with vectors along k: columns of A by columns of B ------------------------------------------------------
+// ---- A tile ----------------------------------------------------------------------------------------------------------
 
-// A tile of Rows by Columns of C. Complex: the products of a with b, and with b's parts exchanged, are summed lane by
-// lane; even and odd lanes are told apart at the end, where conjugation is a choice of signs.
-template <int Rows, int Columns, bool ConjA, bool ConjB, class T>
-void inner_tile(tnk_int k, const T *a, tnk_int lda, const T *b, tnk_int ldb, T *c, tnk_int ldc,
-                const update<T> &to) {
+// V vectors of lanes by N columns. With one vector some of its lanes may be missing. Complex sums are held as two
+// vectors: x times the real parts of y and x times the imaginary parts.
+template <int V, int N, bool along, class T>
+void tile(const factors<T> &p, const signs<T> &sign, const update<T> &to, tnk_int lane, tnk_int column) {
   using R = real_of<T>;
-  using V = vec<R>;
-  constexpr int parts = is_complex<T> ? 2 : 1;
-  V sum[Rows][Columns][parts] = {};
-  const auto step = [&](tnk_int l, auto masked, const vector_start &start) {
-    V x[Rows];
-    for (int i = 0; i < Rows; ++i) x[i] = load_some<T, masked>(a + l + i * lda, start);
-    for (int j = 0; j < Columns; ++j) {
-      const V y = load_some<T, masked>(b + l + j * ldb, start);
-      for (int i = 0; i < Rows; ++i) {
-        sum[i][j][0] += x[i] * y;
-        if constexpr (is_complex<T>) sum[i][j][1] += x[i] * swap_neighbours(y);
-      }
-    }
+  using vector = vec<R>;
+  constexpr int parts = is_complex<T> ? 2 : 1, width = per_vector<T>;
+  const tnk_int steps = p.steps, count = std::min<tnk_int>(p.lanes - lane, width);
+  const R *y[N];
+  write_out<N>(
+      [&](auto j) TNK_INLINE_LAMBDA { y[j] = reinterpret_cast<const R *>(p.y + (column + j) * p.y_column); });
+  vector sum[V][N][parts] = {};
+
+  const auto add = [&](const vector(&x)[V], tnk_int l) TNK_INLINE_LAMBDA {
+    const tnk_int at = parts * l * p.y_step;
+    write_out<N>([&](auto j) TNK_INLINE_LAMBDA {
+      write_out<parts>([&](auto q) TNK_INLINE_LAMBDA {
+        const vector element = splat<vector>(get(y[j] + at + q));
+        write_out<V>([&](auto v)
+                         TNK_INLINE_LAMBDA { sum[v][j][q] = in_register(sum[v][j][q] + x[v] * element); });
+      });
+    });
   };
-  tnk_int l = 0;
-  for (; l + per_vector<T> <= k; l += per_vector<T>) step(l, std::false_type{}, vector_start{});
-  if (l < k) step(l, std::true_type{}, start_of<T>(k - l));
 
-  for (int j = 0; j < Columns; ++j)
-    for (int i = 0; i < Rows; ++i) {
-      T s;
-      if constexpr (is_complex<T>) {
-        R lane[2][per_vector<R>], same = 0, mixed = 0;
-        storeu(lane[0], sum[i][j][0]);
-        storeu(lane[1], sum[i][j][1]);
-        for (int e = 0; e < per_vector<R>; e += 2) {
-          same += ConjA == ConjB ? lane[0][e] - lane[0][e + 1] : lane[0][e] + lane[0][e + 1];
-          mixed += (ConjB ? -lane[1][e] : lane[1][e]) + (ConjA ? -lane[1][e + 1] : lane[1][e + 1]);
-        }
-        s = {same, mixed};
-      } else {
-        s = hsum(sum[i][j][0]);
-      }
-      to.element(c + i + j * ldc, s);
-    }
-}
-
-template <bool ConjA, bool ConjB, class T>
-void inner(tnk_int m, tnk_int n, tnk_int k, const T *a, tnk_int lda, const T *b, tnk_int ldb, T *c,
-           tnk_int ldc, const update<T> &to) {
-  constexpr int block = is_complex<T> ? 2 : 4;
-  const auto over_rows = [&](tnk_int j, auto columns) {
-    const auto tile = [&](tnk_int i, auto rows) {
-      inner_tile<rows, columns, ConjA, ConjB>(k, a + i * lda, lda, b + j * ldb, ldb, c + i + j * ldc, ldc,
-                                              to);
+  if constexpr (along) {
+    static_assert(V == 1);
+    using piece = typename lane_loads<T>::vector;
+    constexpr int per_piece = sizeof(piece) / sizeof(T);
+    const T *x[width]; // missing lanes repeat the last one
+    write_out<width>(
+        [&](auto r) TNK_INLINE_LAMBDA { x[r] = p.x + (lane + std::min<tnk_int>(r, count - 1)) * p.x_lane; });
+    // Of four steps from l on, those from `first` to `last`.
+    const auto four = [&](tnk_int l, tnk_int first, tnk_int last, auto load) TNK_INLINE_LAMBDA {
+      vector at[4];
+      four_steps(at, load, T{});
+      write_out<4>([&](auto s) TNK_INLINE_LAMBDA {
+        if (s >= first && s < last) add({at[s]}, l + s);
+      });
     };
-    tnk_int i = 0;
-    for (; i + block <= m; i += block) tile(i, std::integral_constant<int, block>{});
-    for (; i < m; ++i) tile(i, std::integral_constant<int, 1>{});
-  };
-  tnk_int j = 0;
-  for (; j + 2 <= n; j += 2) over_rows(j, std::integral_constant<int, 2>{});
-  if (j < n) over_rows(j, std::integral_constant<int, 1>{});
-}
-
-// ---- The nests -------------------------------------------------------------------------------------------------
-
-// Conjugations that are known only now, as template arguments; reals have none.
-template <class T, class Body> void with_conjugations(bool of_a, bool of_b, Body body) {
-  using yes = std::true_type;
-  using no = std::false_type;
-  if constexpr (is_complex<T>) {
-    if (of_a) return of_b ? body(yes{}, yes{}) : body(yes{}, no{});
-    if (of_b) return body(no{}, yes{});
-  }
-  body(no{}, no{});
-}
-
-template <class T>
-void pst(operation op_a, operation op_b, tnk_int m, tnk_int n, tnk_int k, const T *alpha, const T *a,
-         tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c, const tnk_int ldc) {
-  if (m < 1 || n < 1) return;
-  if (k < 1) {
-    if (!is_one(get(beta))) gemm_entries<T>::mscale(&m, &n, beta, c, &ldc);
-    return;
-  }
-  const update<T> to{get(alpha), get(beta)};
-  const bool b_plain = op_b == as_it_is;
-  with_conjugations<T>(op_a == conjugate_transposed, op_b == conjugate_transposed, [&](auto ca, auto cb) {
-    if (op_a == as_it_is) {
-      const outer_operands<T> p{a, lda, b, b_plain ? 1 : ldb, b_plain ? ldb : 1, c, 1, ldc, k};
-      outer<false, cb>(p, m, n, to);
-    } else if (b_plain) {
-      inner<ca, false>(m, n, k, a, lda, b, ldb, c, ldc, to);
-    } else {
-      const outer_operands<T> p{b, ldb, a, 1, lda, c, ldc, 1, k};
-      outer<cb, ca>(p, n, m, to);
+    tnk_int l = 0;
+    const auto whole = [&](int r, int s) TNK_INLINE_LAMBDA { return loadu<piece>(x[r] + l + s); };
+    for (; l + 4 <= steps; l += 4) four(l, 0, 4, whole);
+    if (const tnk_int left = steps - l; left > 0 && l > 0) {
+      l = steps - 4; // some that were added already among them
+      four(l, 4 - left, 4, whole);
+    } else if (left > 0) {
+      four(0, 0, left, [&](int r, int s) TNK_INLINE_LAMBDA {
+        const tnk_int held = std::clamp<tnk_int>(left - s, 0, per_piece);
+        const auto some = load_first<vector>(x[r] + s, start_of<T>(held));
+        if constexpr (sizeof(piece) == 16)
+          return low_half(some);
+        else
+          return some;
+      });
     }
+  } else {
+    const vector_start some = start_of<T>(count);
+    const T *from = p.x + lane;
+    for (tnk_int l = 0; l < steps; ++l, from += p.x_step) {
+      vector x[V];
+      if constexpr (V == 1)
+        x[0] = load_first<vector>(from, some);
+      else
+        write_out<V>([&](auto v) TNK_INLINE_LAMBDA { x[v] = loadu<vector>(from + v * width); });
+      add(x, l);
+    }
+  }
+
+  write_out<N>([&](auto j) TNK_INLINE_LAMBDA {
+    write_out<V>([&](auto v) TNK_INLINE_LAMBDA {
+      vector s = sum[v][j][0];
+      if constexpr (is_complex<T>) s = addsub(s * sign.first, swap_neighbours(sum[v][j][1]) * sign.second);
+      to(p.c + (lane + v * width) * p.c_lane + (column + j) * p.c_column, p.c_lane, V == 1 ? count : width,
+         s);
+    });
   });
 }
 
+// ---- The product ---------------------------------------------------------------------------------------------------
+
+// Blocks of lanes outside: what a block reads of X stays in the cache while the columns pass.
+template <bool along, class T> void tiles(const factors<T> &p, const update<T> &to) {
+  constexpr int width = per_vector<T>,
+                at_once = is_complex<T> ? 2 : 4; // columns: with two vectors, eight sums
+  const signs<T> sign(p);
+  const auto over_columns = [&](tnk_int lane, auto vectors) {
+    for (tnk_int j = 0; j < p.columns; j += at_once)
+      with_constant<at_once>(std::min<tnk_int>(p.columns - j, at_once),
+                             [&](auto columns) { tile<vectors, columns, along>(p, sign, to, lane, j); });
+  };
+  tnk_int i = 0;
+  if constexpr (!along)
+    for (; i + 2 * width <= p.lanes; i += 2 * width) over_columns(i, std::integral_constant<int, 2>{});
+  for (; i < p.lanes; i += width) over_columns(i, std::integral_constant<int, 1>{});
+}
+
 } // namespace
+
+template <class T> void plain_product(const operands<T> &o, tnk_int kb) {
+  if (o.m < 1 || o.n < 1) return;
+  if (o.k < 1) {
+    if (!is_one(o.beta)) gemm_entries<T>::mscale(&o.m, &o.n, &o.beta, o.c, &o.ldc);
+    return;
+  }
+  const bool a_plain = o.op_a == as_it_is, b_plain = o.op_b == as_it_is;
+  const bool a_conjugated = o.op_a == conjugate_transposed, b_conjugated = o.op_b == conjugate_transposed;
+  const tnk_int a_row = a_plain ? 1 : o.lda, a_step = a_plain ? o.lda : 1;
+  const tnk_int b_step = b_plain ? 1 : o.ldb, b_column = b_plain ? o.ldb : 1;
+  const bool rows = 2 * o.m > per_vector<T> || o.n < per_vector<T>;
+  for (tnk_int l = 0; l < o.k; l += kb) {
+    const tnk_int steps = std::min(kb, o.k - l);
+    const T *a = o.a + l * a_step, *b = o.b + l * b_step;
+    const update<T> to(o.alpha, l == 0 ? o.beta : one<T>);
+    const factors<T> p = rows ? factors<T>{o.m,    o.n,      steps, a, a_row, a_step,       b,
+                                           b_step, b_column, o.c,   1, o.ldc, a_conjugated, b_conjugated}
+                              : factors<T>{o.n,    o.m,   steps, b,     b_column, b_step,       a,
+                                           a_step, a_row, o.c,   o.ldc, 1,        b_conjugated, a_conjugated};
+    if (p.x_lane == 1)
+      tiles<false>(p, to);
+    else
+      tiles<true>(p, to);
+  }
+}
+template void plain_product(const operands<float> &, tnk_int);
+template void plain_product(const operands<double> &, tnk_int);
+template void plain_product(const operands<tnk_complex8> &, tnk_int);
+template void plain_product(const operands<tnk_complex16> &, tnk_int);
+
 } // namespace tnk::level3
 
 #define ENTRY(t, T)                                                                                          \
   void tnk_blas_##t##gemm_pst(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,    \
                               const tnk_int *k, const T *alpha, const T *a, const tnk_int *lda, const T *b,  \
                               const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {                 \
-    tnk::level3::pst(tnk::level3::operation_of<T>(transa), tnk::level3::operation_of<T>(transb), *m, *n, *k, \
-                     alpha, a, *lda, b, *ldb, beta, c, *ldc);                                                \
+    using namespace tnk::level3;                                                                             \
+    plain_product<T>({operation_of<T>(transa), operation_of<T>(transb), *m, *n, *k, tnk::get(alpha), a,      \
+                      *lda, b, *ldb, tnk::get(beta), c, *ldc},                                               \
+                     block_along_k(*k, kr));                                                                 \
   }
 ENTRY(s, float)
 ENTRY(d, double)

@@ -37,20 +37,13 @@ int32_t load_row(const tnk_gemm_row *table, int32_t number, tnk_gemm_descriptor 
   return 0;
 }
 
-// kb: longest_block steps, but two equal blocks rather than a whole and a small one. mb: a packed block of A fills a sixth of the
-// cache. nb holds B's block far down the hierarchy and is chosen anew for every product; mb and kb may be preset.
+// mb: a packed block of A fills a sixth of the cache. nb holds B's block far down the hierarchy and is chosen anew for
+// every product; mb and kb may be preset.
 template <class T> void get_blks_size(tnk_int n, tnk_int k, tnk_gemm_descriptor *d) {
-  constexpr tnk_int steps = longest_block, least_steps = 128, most_columns = 5000;
-  if (d->kb == 0) {
-    if (k < steps)
-      d->kb = std::max(rounded_up(k, d->kr), least_steps);
-    else if (k > steps && k < 2 * steps)
-      d->kb = rounded_up(k / 2, d->kr);
-    else
-      d->kb = steps;
-  }
+  constexpr tnk_int most_columns = 5000;
+  if (d->kb == 0) d->kb = block_along_k(k, d->kr);
   if (d->mb == 0) {
-    const tnk_int rows = tnk_serv_get_cache_size(0) / 6 / static_cast<tnk_int>(sizeof(T)) / steps;
+    const tnk_int rows = tnk_serv_get_cache_size(0) / 6 / static_cast<tnk_int>(sizeof(T)) / longest_block;
     d->mb = rounded_down(rows, d->mr);
   }
   d->nb = rounded_up(std::min(std::max(n, d->nr), most_columns), d->nr);

@@ -20,6 +20,7 @@
 // Packing multiplies A by alpha and stores conjugates as 0 - im, so that kernels know neither.
 #pragma once
 
+#include <algorithm>
 #include <tnk/types.h>
 
 namespace tnk::level3 {
@@ -31,7 +32,7 @@ constexpr int kr = 4;
 constexpr int group = 4;
 
 // The longest block along k that the stages choose. What kernels keep of such a block has room for so many steps.
-constexpr int longest_block = 256;
+constexpr tnk_int longest_block = 256;
 
 // The tile of C that a micro-kernel holds in registers.
 template <class T> struct gemm_tile;
@@ -46,6 +47,15 @@ inline tnk_int rounded_up(tnk_int x, tnk_int unit) {
 }
 inline tnk_int rounded_down(tnk_int x, tnk_int unit) {
   return x & -unit;
+}
+
+// The steps of a block along k: longest_block of them, but two equal blocks rather than a whole and a small one. Sums are
+// cut where blocks end, on every path.
+inline tnk_int block_along_k(tnk_int k, tnk_int unroll) {
+  constexpr tnk_int shortest = longest_block / 2;
+  if (k < longest_block) return std::max(rounded_up(k, unroll), shortest);
+  if (k > longest_block && k < 2 * longest_block) return rounded_up(k / 2, unroll);
+  return longest_block;
 }
 
 } // namespace tnk::level3

@@ -38,4 +38,20 @@ ENTRIES(tnk_complex16, z)
 #undef ENTRY
 using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 
+// The sum of x(l) y(l) for l from `first` to `last` in the order that the product promises: one sum from zero, steps
+// ascending, in complex one of each product of parts, combined at the end.
+template <class T, class X, class Y> T sum_in_order(tnk_int first, tnk_int last, X x, Y y) {
+  using R = real_of<T>;
+  constexpr int parts = is_complex<T> ? 2 : 1;
+  R sums[2][2] = {};
+  for (tnk_int l = first; l < last; ++l) {
+    const T x_l = x(l), y_l = y(l);
+    R of_x[2] = {}, of_y[2] = {};
+    std::memcpy(of_x, &x_l, sizeof x_l), std::memcpy(of_y, &y_l, sizeof y_l);
+    for (int p = 0; p < parts; ++p)
+      for (int q = 0; q < parts; ++q) sums[p][q] += of_x[p] * of_y[q];
+  }
+  return reference::number<T>(is_complex<T> ? sums[0][0] - sums[1][1] : sums[0][0], sums[0][1] + sums[1][0]);
+}
+
 } // namespace tnk::test

@@ -111,16 +111,8 @@ void check_kernel(tnk_gemm_kernel *kernel, tnk_int m, tnk_int n, tnk_int k, cons
   EXPECT_TRUE(c.memory.intact());
   for (tnk_int j = 0; j < n; ++j)
     for (tnk_int i = 0; i < c.ld; ++i) {
-      R sums[2][2] = {};
-      for (tnk_int l = 0; l < k && i < m; ++l) {
-        const T x = a.get(i, l), y = b.get(l, j);
-        R of_x[2] = {}, of_y[2] = {};
-        std::memcpy(of_x, &x, sizeof x), std::memcpy(of_y, &y, sizeof y);
-        for (int p = 0; p < parts<T>; ++p)
-          for (int q = 0; q < parts<T>; ++q) sums[p][q] += of_x[p] * of_y[q];
-      }
-      const T sum =
-          reference::number<T>(is_complex<T> ? sums[0][0] - sums[1][1] : sums[0][0], sums[0][1] + sums[1][0]);
+      const T sum = sum_in_order<T>(
+          0, i < m ? k : 0, [&](tnk_int l) { return a.get(i, l); }, [&](tnk_int l) { return b.get(l, j); });
       const T got = c.get(i, j), old = before.get(i, j), expected = adds ? old + sum : sum;
       ASSERT_TRUE(i < m ? reference::re(got) == reference::re(expected) &&
                               reference::im(got) == reference::im(expected)

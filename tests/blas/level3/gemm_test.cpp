@@ -113,6 +113,56 @@ TYPED_TEST(Gemm, EveryVersionWithAnyBlocks) {
   }
 }
 
+// What an element is to the bit when alpha is 1 or -1: each block along k summed in order and added, whatever else the
+// product has and whichever path it takes.
+template <class T> std::string order_fault(const Product<T> &p, tnk_int kb) {
+  for (tnk_int j = 0; j < p.n; ++j)
+    for (tnk_int i = 0; i < p.m; ++i) {
+      T expected = p.before[static_cast<std::size_t>(i + j * p.c.ld)];
+      if (is_zero(p.beta))
+        expected = T{};
+      else if (!is_one(p.beta))
+        expected = p.beta * expected;
+      for (tnk_int l = 0; l < p.k; l += kb)
+        expected += sum_in_order<T>(
+            l, std::min(l + kb, p.k), [&](tnk_int step) { return p.alpha * p.a.get(i, step); },
+            [&](tnk_int step) { return p.b.get(step, j); });
+      if (const T got = p.c.get(i, j); !same_bits(&got, &expected))
+        return "at " + std::to_string(i) + ", " + std::to_string(j);
+    }
+  return "";
+}
+
+TYPED_TEST(Gemm, OneOrderOfSums) {
+  using T = TypeParam;
+  using E = Entries<T>;
+  const tnk_int shapes[][2] = {{1, 1}, {1, 40}, {2, 3},  {3, 17}, {4, 4},  {5, 8},  {7, 7},
+                               {8, 6}, {9, 9},  {12, 1}, {21, 3}, {33, 9}, {40, 2}, {18, 26}};
+  const std::size_t shifts[] = {0, sizeof(real_of<T>), sizeof(T), 1};
+  std::size_t turn = 0;
+  for (const tnk_int k : {1, 2, 3, 4, 5, 6, 7, 8, 21, 254, 257, 259, 301, 513}) {
+    tnk_gemm_descriptor blocks;
+    E::zero_desc(&blocks);
+    E::get_optimal_kernel(&blocks);
+    const tnk_int n = 1;
+    E::get_blks_size(nullptr, &n, &k, &blocks);
+    for (const char *pair : letters<T>)
+      for (const auto &s : shapes)
+        for (const int way : {+entry, +plain, 2}) {
+          const T beta = turn % 3 == 0 ? T{} : turn % 3 == 1 ? one<T> : scalar<T>(0.7, -0.4);
+          Product<T> p(pair, s[0], s[1], k, scalar<T>(turn % 2 ? -1 : 1), beta, shifts[turn % 4]);
+          if (++turn % 5 == 0) // sums of zero, and elements of C that are -0
+            for (std::size_t i = 0; i < p.before.size(); ++i) {
+              p.before[i] = -1 * T{};
+              p.c.memory.put(i, p.before[i]);
+              p.b.memory.put(i % p.b.memory.size(), T{});
+            }
+          ASSERT_EQ(run(p, way), 0);
+          ASSERT_EQ(order_fault(p, blocks.kb), "") << p.name() << " way " << way;
+        }
+  }
+}
+
 TYPED_TEST(Gemm, AroundTheBlocks) {
   using T = TypeParam;
   for (const tnk_int k : {127, 128, 255, 256, 257, 301, 511, 512, 513})
