@@ -7,11 +7,12 @@ namespace {
 
 template <class T> void axpby(tnk_int n, T alpha, const T *x, tnk_int incx, T beta, T *y, tnk_int incy) {
   if (incx == 1 && incy == 1) {
-    using V = vec_of<T>;
     in_passes<8, per_vector<T>>(
         n, elements_to_boundary<32>(y, n), 0,
         [=](tnk_int i) { put(y + i, alpha * get(x + i) + beta * get(y + i)); },
-        [=](tnk_int i) { storeu(y + i, scaled(alpha, loadu<V>(x + i)) + scaled(beta, loadu<V>(y + i))); });
+        [=](tnk_int i) {
+          storeu(y + i, scaled(alpha, load_elements(x + i)) + scaled(beta, load_elements(y + i)));
+        });
   } else {
     x = first_element(x, n, incx);
     y = first_element(y, n, incy);

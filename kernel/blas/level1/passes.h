@@ -43,4 +43,13 @@ template <int Unroll, class One> inline void one_by_one(tnk_int n, One one) {
   for (; i < n; ++i) one(i);
 }
 
+// A vector of elements to be multiplied: complex ones are used twice and loaded once.
+template <class T> inline vec_of<T> load_elements(const T *p) {
+  const auto v = loadu<vec_of<T>>(p);
+  if constexpr (is_complex<T>)
+    return in_register(v);
+  else
+    return v;
+}
+
 } // namespace tnk

@@ -12,10 +12,9 @@ template <int Unroll, class A, class T> void scale_strided(tnk_int n, A alpha, T
 }
 
 template <class T> void scale_contiguous(tnk_int n, T alpha, T *x) {
-  using V = vec_of<T>;
   in_passes<8, per_vector<T>>(
       n, elements_to_boundary<32>(x, n), 0, [=](tnk_int i) { put(x + i, alpha * get(x + i)); },
-      [=](tnk_int i) { storeu(x + i, scaled(alpha, loadu<V>(x + i))); });
+      [=](tnk_int i) { storeu(x + i, scaled(alpha, load_elements(x + i))); });
 }
 
 // An increment of -1 means the same elements as one of 1.
