@@ -2,7 +2,7 @@
 #include "kernel/blas/level1/passes.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void axpby(tnk_int n, T alpha, const T *x, tnk_int incx, T beta, T *y, tnk_int incy) {
@@ -22,14 +22,12 @@ template <class T> void axpby(tnk_int n, T alpha, const T *x, tnk_int incx, T be
 }
 
 } // namespace
-} // namespace tnk
-
-using namespace tnk;
+} // namespace tnk::level1
 
 #define AXPBY(name, T)                                                                                       \
   void name(const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, const T *beta, T *y,          \
             const tnk_int *incy) {                                                                           \
-    if (*n >= 1) axpby(*n, get(alpha), x, *incx, get(beta), y, *incy);                                       \
+    if (*n >= 1) tnk::level1::axpby(*n, tnk::get(alpha), x, *incx, tnk::get(beta), y, *incy);                \
   }
 AXPBY(tnk_blas_saxpby, float)
 AXPBY(tnk_blas_daxpby, double)

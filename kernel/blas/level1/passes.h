@@ -4,7 +4,7 @@
 #include "kernel/frame/vector.h"
 #include <algorithm>
 
-namespace tnk {
+namespace tnk::level1 {
 
 // Bytes of the first-level cache: two vectors that together take less stay in it.
 constexpr tnk_int cache_bytes = 32768;
@@ -52,4 +52,4 @@ template <class T> inline vec_of<T> load_elements(const T *p) {
     return v;
 }
 
-} // namespace tnk
+} // namespace tnk::level1
