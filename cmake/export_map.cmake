@@ -1,9 +1,9 @@
 # Makes the linker's version script from the lists of exported names.
-# In: OUTPUT, the file to write; EXPORT_LISTS, the lists, one name a line.
+# In: OUTPUT, the file to write; EXPORT_LISTS, the lists: one name a line, under headings that begin with #.
 
 set(names "")
 foreach(file IN LISTS EXPORT_LISTS)
-  file(STRINGS ${file} lines)
+  file(STRINGS ${file} lines REGEX "^[^#]")
   list(APPEND names ${lines})
 endforeach()
 list(SORT names)

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <tnk/types.h>
 #include <type_traits>
 
@@ -106,13 +107,12 @@ template <class T> inline void put(T *p, T x) {
   std::memcpy(p, &x, sizeof x);
 }
 
-// Elements from p to the next boundary of that many bytes; 0 where no element stands on one, as with complex numbers
-// that straddle them all. The second form: at most n.
-template <int Bytes, class T> inline tnk_int elements_to_boundary(const T *p) {
-  return is_aligned_to(p, sizeof(T)) ? static_cast<tnk_int>((0 - address(p)) % Bytes / sizeof(T)) : 0;
-}
-template <int Bytes, class T> inline tnk_int elements_to_boundary(const T *p, tnk_int n) {
-  return std::min(elements_to_boundary<Bytes>(p), n);
+// Elements from p to the next boundary of that many bytes, at most n; 0 when no element stands on one, as with complex
+// numbers that straddle them all.
+template <int Bytes, class T>
+inline tnk_int elements_to_boundary(const T *p, tnk_int n = std::numeric_limits<tnk_int>::max()) {
+  if (!is_aligned_to(p, sizeof(T))) return 0;
+  return std::min(static_cast<tnk_int>((0 - address(p)) % Bytes / sizeof(T)), n);
 }
 
 // ---- Strided vectors --------------------------------------------------------------------------------------------

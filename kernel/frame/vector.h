@@ -252,7 +252,7 @@ template <class V> inline V complex_product(V re, V im, V x) {
 // alpha times x: an element, or each element of a vector.
 template <class T, class X> inline X scaled(T alpha, X x) {
   if constexpr (is_complex<T> && !std::is_same_v<X, T>)
-    return complex_product(splat<X>(alpha.re), splat<X>(alpha.im), in_register(x));
+    return complex_product(splat<X>(alpha.re), splat<X>(alpha.im), x);
   else
     return alpha * x;
 }

@@ -2,7 +2,7 @@
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> real_of<T> asum_strided(tnk_int n, const T *x, tnk_int incx) {
@@ -43,17 +43,17 @@ template <class T> real_of<T> asum(tnk_int n, const T *x, tnk_int incx) {
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 float tnk_blas_sasum(const tnk_int *n, const float *x, const tnk_int *incx) {
-  return tnk::asum(*n, x, *incx);
+  return tnk::level1::asum(*n, x, *incx);
 }
 double tnk_blas_dasum(const tnk_int *n, const double *x, const tnk_int *incx) {
-  return tnk::asum(*n, x, *incx);
+  return tnk::level1::asum(*n, x, *incx);
 }
 float tnk_blas_scasum(const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx) {
-  return tnk::asum(*n, x, *incx);
+  return tnk::level1::asum(*n, x, *incx);
 }
 double tnk_blas_dzasum(const tnk_int *n, const tnk_complex16 *x, const tnk_int *incx) {
-  return tnk::asum(*n, x, *incx);
+  return tnk::level1::asum(*n, x, *incx);
 }

@@ -2,7 +2,7 @@
 #include "kernel/blas/level1/passes.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void axpy_strided(tnk_int n, T alpha, const T *x, tnk_int incx, T *y, tnk_int incy) {
@@ -96,14 +96,12 @@ template <class C> void axpy(tnk_int n, C alpha, const C *x, tnk_int incx, C *y,
 }
 
 } // namespace
-} // namespace tnk
-
-using namespace tnk;
+} // namespace tnk::level1
 
 #define AXPY(name, T)                                                                                        \
   void name(const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, T *y, const tnk_int *incy) {  \
-    const T a = get(alpha);                                                                                  \
-    if (*n >= 1 && !is_zero(a)) axpy(*n, a, x, *incx, y, *incy);                                             \
+    const T a = tnk::get(alpha);                                                                             \
+    if (*n >= 1 && !tnk::is_zero(a)) tnk::level1::axpy(*n, a, x, *incx, y, *incy);                           \
   }
 AXPY(tnk_blas_xsaxpy, float)
 AXPY(tnk_blas_xdaxpy, double)
@@ -114,7 +112,7 @@ AXPY(tnk_blas_xzaxpy, tnk_complex16)
 // No test of alpha: a NaN or infinity in x reaches y even through a zero alpha.
 #define AXPY_ALWAYS(name, T)                                                                                 \
   void name(const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, T *y, const tnk_int *incy) {  \
-    if (*n >= 1) axpy(*n, get(alpha), x, *incx, y, *incy);                                                   \
+    if (*n >= 1) tnk::level1::axpy(*n, tnk::get(alpha), x, *incx, y, *incy);                                 \
   }
 AXPY_ALWAYS(tnk_blas_xcaxpy_a, tnk_complex8)
 AXPY_ALWAYS(tnk_blas_xzaxpy_a, tnk_complex16)

@@ -2,7 +2,7 @@
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void sparse_axpy(tnk_int nz, T alpha, const T *x, const tnk_int *indx, T *y) {
@@ -27,20 +27,20 @@ template <class C> void sparse_axpy_complex(tnk_int nz, C alpha, const C *x, con
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_saxpyi(const tnk_int *nz, const float *alpha, const float *x, const tnk_int *indx, float *y) {
-  tnk::sparse_axpy(*nz, tnk::get(alpha), x, indx, y);
+  tnk::level1::sparse_axpy(*nz, tnk::get(alpha), x, indx, y);
 }
 void tnk_blas_daxpyi(const tnk_int *nz, const double *alpha, const double *x, const tnk_int *indx,
                      double *y) {
-  tnk::sparse_axpy(*nz, tnk::get(alpha), x, indx, y);
+  tnk::level1::sparse_axpy(*nz, tnk::get(alpha), x, indx, y);
 }
 void tnk_blas_caxpyi(const tnk_int *nz, const tnk_complex8 *alpha, const tnk_complex8 *x, const tnk_int *indx,
                      tnk_complex8 *y) {
-  tnk::sparse_axpy_complex(*nz, tnk::get(alpha), x, indx, y);
+  tnk::level1::sparse_axpy_complex(*nz, tnk::get(alpha), x, indx, y);
 }
 void tnk_blas_zaxpyi(const tnk_int *nz, const tnk_complex16 *alpha, const tnk_complex16 *x,
                      const tnk_int *indx, tnk_complex16 *y) {
-  tnk::sparse_axpy_complex(*nz, tnk::get(alpha), x, indx, y);
+  tnk::level1::sparse_axpy_complex(*nz, tnk::get(alpha), x, indx, y);
 }

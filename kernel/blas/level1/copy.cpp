@@ -2,7 +2,7 @@
 #include "kernel/blas/level1/passes.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void copy_strided(tnk_int n, const T *x, tnk_int incx, T *y, tnk_int incy) {
@@ -51,21 +51,19 @@ void copy_complex(tnk_int n, const complex<R> *x, tnk_int incx, complex<R> *y, t
 }
 
 } // namespace
-} // namespace tnk
-
-using namespace tnk;
+} // namespace tnk::level1
 
 void tnk_blas_xscopy(const tnk_int *n, const float *x, const tnk_int *incx, float *y, const tnk_int *incy) {
-  if (*n >= 1) copy(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::copy(*n, x, *incx, y, *incy);
 }
 void tnk_blas_xdcopy(const tnk_int *n, const double *x, const tnk_int *incx, double *y, const tnk_int *incy) {
-  if (*n >= 1) copy(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::copy(*n, x, *incx, y, *incy);
 }
 void tnk_blas_xccopy(const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
                      const tnk_int *incy) {
-  if (*n >= 1) copy_complex<float>(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::copy_complex<float>(*n, x, *incx, y, *incy);
 }
 void tnk_blas_xzcopy(const tnk_int *n, const tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
                      const tnk_int *incy) {
-  if (*n >= 1) copy_complex<double>(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::copy_complex<double>(*n, x, *incx, y, *incy);
 }

@@ -1,17 +1,17 @@
 // xsdot, xddot, cdotu, zdotu, xcdotc, zdotc: inner products.
-#include "kernel/frame/vector.h"
+#include "kernel/blas/level1/passes.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
-enum class first_operand { plain, conjugated };
+enum class FirstOperand { plain, conjugated };
 
-template <first_operand First, class T> inline T product(T x, T y) {
-  return First == first_operand::conjugated ? conjugate(x) * y : x * y;
+template <FirstOperand First, class T> inline T product(T x, T y) {
+  return First == FirstOperand::conjugated ? conjugate(x) * y : x * y;
 }
 
-template <first_operand First, class T>
+template <FirstOperand First, class T>
 T dot_strided(tnk_int n, const T *x, tnk_int incx, const T *y, tnk_int incy) {
   x = first_element(x, n, incx);
   y = first_element(y, n, incy);
@@ -25,7 +25,7 @@ T dot_strided(tnk_int n, const T *x, tnk_int incx, const T *y, tnk_int incy) {
   return even + odd;
 }
 
-template <first_operand First = first_operand::plain, class T>
+template <FirstOperand First = FirstOperand::plain, class T>
 inline T dot_scalar(T sum, tnk_int n, const T *x, const T *y) {
   for (tnk_int i = 0; i < n; ++i) sum += product<First>(x[i], y[i]);
   return sum;
@@ -44,8 +44,9 @@ template <bool AlignedX> double ddot_blocks(tnk_int blocks, const double *x, con
 
 double dot_contiguous(tnk_int n, const double *x, const double *y) {
   const tnk_int head = elements_to_boundary<32>(y, n), blocks = (n - head) / 16, body = 16 * blocks;
-  // Below this both vectors fit in a first-level cache of 32 KB, where the kind of access counts.
-  const bool aligned = n * 16 < 32768 && (address(x) - address(y)) % 32 == 0;
+  // While both vectors stay in the first-level cache the kind of access counts.
+  const bool aligned =
+      n * 2 * static_cast<tnk_int>(sizeof *x) < cache_bytes && (address(x) - address(y)) % 32 == 0;
   const double sum = dot_scalar(0.0, head, x, y);
   x += head;
   y += head;
@@ -103,7 +104,7 @@ template <class R> R dot(tnk_int n, const R *x, tnk_int incx, const R *y, tnk_in
   if (n < 1) return 0;
   if (incx == 1 && incy == 1 && is_element_aligned(x) && is_element_aligned(y))
     return dot_contiguous(n, x, y);
-  return dot_strided<first_operand::plain>(n, x, incx, y, incy);
+  return dot_strided<FirstOperand::plain>(n, x, incx, y, incy);
 }
 
 // ---- Complex --------------------------------------------------------------------------------------------
@@ -121,7 +122,7 @@ inline tnk_complex8 sum_of_pairs(f32x8 v) {
 // The straight products re*re, im*im and the crossed ones im*re, re*im are summed lane by lane; their signs,
 // by which alone the two forms differ, wait for the end. Three vectors a pass, six sums: with more, registers
 // run short and operands are loaded twice.
-template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, const C *x, const C *y) {
+template <FirstOperand First, class C> C complex_dot_contiguous(tnk_int n, const C *x, const C *y) {
   using R = real_of<C>;
   using V = vec<R>;
   constexpr tnk_int w = per_vector<R> / 2;
@@ -143,13 +144,13 @@ template <first_operand First, class C> C complex_dot_contiguous(tnk_int n, cons
   sum = dot_scalar<First>(sum, n - i, x + i, y + i);
   const C s = sum_of_pairs(straight[0] + straight[1] + straight[2]);
   const C c = sum_of_pairs(crossed[0] + crossed[1] + crossed[2]);
-  if constexpr (First == first_operand::conjugated)
+  if constexpr (First == FirstOperand::conjugated)
     return sum + C{s.re + s.im, c.im - c.re};
   else
     return sum + C{s.re - s.im, c.re + c.im};
 }
 
-template <first_operand First, class C>
+template <FirstOperand First, class C>
 C complex_dot(tnk_int n, const C *x, tnk_int incx, const C *y, tnk_int incy) {
   if (n < 1) return {};
   if (incx == 1 && incy == 1 && is_element_aligned(x) && is_element_aligned(y))
@@ -158,20 +159,20 @@ C complex_dot(tnk_int n, const C *x, tnk_int incx, const C *y, tnk_int incy) {
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 float tnk_blas_xsdot(const tnk_int *n, const float *x, const tnk_int *incx, const float *y,
                      const tnk_int *incy) {
-  return tnk::dot(*n, x, *incx, y, *incy);
+  return tnk::level1::dot(*n, x, *incx, y, *incy);
 }
 double tnk_blas_xddot(const tnk_int *n, const double *x, const tnk_int *incx, const double *y,
                       const tnk_int *incy) {
-  return tnk::dot(*n, x, *incx, y, *incy);
+  return tnk::level1::dot(*n, x, *incx, y, *incy);
 }
 
 #define TNK_COMPLEX_DOT(name, first, C)                                                                      \
   void name(C *result, const tnk_int *n, const C *x, const tnk_int *incx, const C *y, const tnk_int *incy) { \
-    tnk::put(result, tnk::complex_dot<tnk::first_operand::first>(*n, x, *incx, y, *incy));                   \
+    tnk::put(result, tnk::level1::complex_dot<tnk::level1::FirstOperand::first>(*n, x, *incx, y, *incy));    \
   }
 
 TNK_COMPLEX_DOT(tnk_blas_cdotu, plain, tnk_complex8)

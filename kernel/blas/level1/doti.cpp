@@ -2,7 +2,7 @@
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class R> R sparse_dot(tnk_int nz, const R *x, const tnk_int *indx, const R *y) {
@@ -40,29 +40,29 @@ C sparse_dot_complex(tnk_int nz, const C *x, const tnk_int *indx, const C *y) {
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
-using tnk::Conjugate;
+using tnk::level1::Conjugate;
 
 float tnk_blas_sdoti(const tnk_int *nz, const float *x, const tnk_int *indx, const float *y) {
-  return tnk::sparse_dot(*nz, x, indx, y);
+  return tnk::level1::sparse_dot(*nz, x, indx, y);
 }
 double tnk_blas_ddoti(const tnk_int *nz, const double *x, const tnk_int *indx, const double *y) {
-  return tnk::sparse_dot(*nz, x, indx, y);
+  return tnk::level1::sparse_dot(*nz, x, indx, y);
 }
 void tnk_blas_cdotci(tnk_complex8 *result, const tnk_int *nz, const tnk_complex8 *x, const tnk_int *indx,
                      const tnk_complex8 *y) {
-  tnk::put(result, tnk::sparse_dot_complex<Conjugate::yes>(*nz, x, indx, y));
+  tnk::put(result, tnk::level1::sparse_dot_complex<Conjugate::yes>(*nz, x, indx, y));
 }
 void tnk_blas_cdotui(tnk_complex8 *result, const tnk_int *nz, const tnk_complex8 *x, const tnk_int *indx,
                      const tnk_complex8 *y) {
-  tnk::put(result, tnk::sparse_dot_complex<Conjugate::no>(*nz, x, indx, y));
+  tnk::put(result, tnk::level1::sparse_dot_complex<Conjugate::no>(*nz, x, indx, y));
 }
 void tnk_blas_zdotci(tnk_complex16 *result, const tnk_int *nz, const tnk_complex16 *x, const tnk_int *indx,
                      const tnk_complex16 *y) {
-  tnk::put(result, tnk::sparse_dot_complex<Conjugate::yes>(*nz, x, indx, y));
+  tnk::put(result, tnk::level1::sparse_dot_complex<Conjugate::yes>(*nz, x, indx, y));
 }
 void tnk_blas_zdotui(tnk_complex16 *result, const tnk_int *nz, const tnk_complex16 *x, const tnk_int *indx,
                      const tnk_complex16 *y) {
-  tnk::put(result, tnk::sparse_dot_complex<Conjugate::no>(*nz, x, indx, y));
+  tnk::put(result, tnk::level1::sparse_dot_complex<Conjugate::no>(*nz, x, indx, y));
 }

@@ -3,7 +3,7 @@
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void gather_some(tnk_int nz, const T *y, T *x, const tnk_int *indx) {
@@ -42,29 +42,29 @@ template <class T> void gather_and_zero(tnk_int nz, T *y, T *x, const tnk_int *i
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_sgthr(const tnk_int *nz, const float *y, float *x, const tnk_int *indx) {
-  tnk::gather(*nz, y, x, indx);
+  tnk::level1::gather(*nz, y, x, indx);
 }
 void tnk_blas_dgthr(const tnk_int *nz, const double *y, double *x, const tnk_int *indx) {
-  tnk::gather(*nz, y, x, indx);
+  tnk::level1::gather(*nz, y, x, indx);
 }
 void tnk_blas_cgthr(const tnk_int *nz, const tnk_complex8 *y, tnk_complex8 *x, const tnk_int *indx) {
-  tnk::gather(*nz, y, x, indx);
+  tnk::level1::gather(*nz, y, x, indx);
 }
 void tnk_blas_zgthr(const tnk_int *nz, const tnk_complex16 *y, tnk_complex16 *x, const tnk_int *indx) {
-  tnk::gather(*nz, y, x, indx);
+  tnk::level1::gather(*nz, y, x, indx);
 }
 void tnk_blas_sgthrz(const tnk_int *nz, float *y, float *x, const tnk_int *indx) {
-  tnk::gather_and_zero(*nz, y, x, indx);
+  tnk::level1::gather_and_zero(*nz, y, x, indx);
 }
 void tnk_blas_dgthrz(const tnk_int *nz, double *y, double *x, const tnk_int *indx) {
-  tnk::gather_and_zero(*nz, y, x, indx);
+  tnk::level1::gather_and_zero(*nz, y, x, indx);
 }
 void tnk_blas_cgthrz(const tnk_int *nz, tnk_complex8 *y, tnk_complex8 *x, const tnk_int *indx) {
-  tnk::gather_and_zero(*nz, y, x, indx);
+  tnk::level1::gather_and_zero(*nz, y, x, indx);
 }
 void tnk_blas_zgthrz(const tnk_int *nz, tnk_complex16 *y, tnk_complex16 *x, const tnk_int *indx) {
-  tnk::gather_and_zero(*nz, y, x, indx);
+  tnk::level1::gather_and_zero(*nz, y, x, indx);
 }

@@ -2,33 +2,33 @@
 #include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
-enum class extreme { largest, smallest };
+enum class Extreme { largest, smallest };
 
 // The leader falls when it does not hold against the candidate. Written as a negation, which with numbers
 // keeps the first of equals, and with a NaN on either side lets the candidate win.
-template <extreme Which, class R> inline bool falls(R best, R candidate) {
-  if constexpr (Which == extreme::largest)
+template <Extreme Which, class R> inline bool falls(R best, R candidate) {
+  if constexpr (Which == Extreme::largest)
     return !(best >= candidate);
   else
     return !(best <= candidate);
 }
 
-template <extreme Which, class R> struct leader {
+template <Extreme Which, class R> struct Leader {
   R best;
   tnk_int index;
 };
 
-template <extreme Which, class R> inline void meet(leader<Which, R> &lead, R candidate, tnk_int index) {
+template <Extreme Which, class R> inline void meet(Leader<Which, R> &lead, R candidate, tnk_int index) {
   if (falls<Which>(lead.best, candidate)) lead = {candidate, index};
 }
 
 // Inlined twice, with the step known and unknown.
-template <extreme Which, class T>
+template <Extreme Which, class T>
 [[gnu::always_inline]] inline tnk_int search(tnk_int n, const T *x, tnk_int step) {
-  leader<Which, real_of<T>> lead = {abs1(get(x)), 0};
+  Leader<Which, real_of<T>> lead = {abs1(get(x)), 0};
   tnk_int i = 1;
   for (; i + 1 < n; i += 2) {
     meet(lead, abs1(get(x + i * step)), i);
@@ -38,18 +38,18 @@ template <extreme Which, class T>
   return lead.index + 1;
 }
 
-template <extreme Which, class T> tnk_int position(tnk_int n, const T *x, tnk_int incx) {
+template <Extreme Which, class T> tnk_int position(tnk_int n, const T *x, tnk_int incx) {
   if (n < 1 || incx < 1) return 0;
   if (n == 1) return 1;
   return incx == 1 ? search<Which>(n, x, 1) : search<Which>(n, x, incx);
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 #define TNK_EXTREME(name, which, T)                                                                          \
   tnk_int name(const tnk_int *n, const T *x, const tnk_int *incx) {                                          \
-    return tnk::position<tnk::extreme::which>(*n, x, *incx);                                                 \
+    return tnk::level1::position<tnk::level1::Extreme::which>(*n, x, *incx);                                 \
   }
 
 TNK_EXTREME(tnk_blas_isamax, largest, float)

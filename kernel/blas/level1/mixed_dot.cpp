@@ -3,7 +3,7 @@
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 // Elements 0 to 3 at an increment.
@@ -45,14 +45,15 @@ double mixed_dot(double start, tnk_int n, const float *x, tnk_int incx, const fl
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 double tnk_blas_dsdot(const tnk_int *n, const float *x, const tnk_int *incx, const float *y,
                       const tnk_int *incy) {
-  return tnk::mixed_dot(0, *n, x, *incx, y, *incy);
+  return tnk::level1::mixed_dot(0, *n, x, *incx, y, *incy);
 }
 
 float tnk_blas_sdsdot(const tnk_int *n, const float *sb, const float *x, const tnk_int *incx, const float *y,
                       const tnk_int *incy) {
-  return static_cast<float>(tnk::mixed_dot(static_cast<double>(tnk::get(sb)), *n, x, *incx, y, *incy));
+  return static_cast<float>(
+      tnk::level1::mixed_dot(static_cast<double>(tnk::get(sb)), *n, x, *incx, y, *incy));
 }

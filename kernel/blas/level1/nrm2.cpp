@@ -4,14 +4,14 @@
 #include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 // scale^2 * ssq is the sum of squares so far, and scale the largest magnitude.
-template <class R> struct scaled_squares { R scale = 0, ssq = 1; };
+template <class R> struct ScaledSquares { R scale = 0, ssq = 1; };
 
 // A NaN is not zero and not above the scale, so it goes into ssq and stays there.
-template <class R> inline void add(scaled_squares<R> &sum, R a) {
+template <class R> inline void add(ScaledSquares<R> &sum, R a) {
   if (a == 0) return;
   const R size = std::fabs(a);
   if (size > sum.scale) {
@@ -24,7 +24,7 @@ template <class R> inline void add(scaled_squares<R> &sum, R a) {
   }
 }
 
-template <class R> inline R root(const scaled_squares<R> &sum) {
+template <class R> inline R root(const ScaledSquares<R> &sum) {
   return sum.scale * std::sqrt(sum.ssq);
 }
 
@@ -32,7 +32,7 @@ template <class R> R nrm2(tnk_int n, const R *x, tnk_int incx) {
   if (n < 1) return 0;
   if (n == 1) return std::fabs(get(x));
   const tnk_int step = absolute(incx);
-  scaled_squares<R> sum;
+  ScaledSquares<R> sum;
   for (tnk_int i = 0; i < n; ++i) add(sum, get(x + i * step));
   return root(sum);
 }
@@ -41,7 +41,7 @@ template <class C> real_of<C> complex_nrm2(tnk_int n, const C *x, tnk_int incx) 
   using R = real_of<C>;
   if (n < 1) return 0;
   const tnk_int step = absolute(incx);
-  scaled_squares<R> sum;
+  ScaledSquares<R> sum;
   if (step == 1) {
     const R *parts = reinterpret_cast<const R *>(x);
     for (tnk_int i = 0; i < 2 * n; ++i) add(sum, get(parts + i));
@@ -56,17 +56,17 @@ template <class C> real_of<C> complex_nrm2(tnk_int n, const C *x, tnk_int incx) 
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 float tnk_blas_snrm2(const tnk_int *n, const float *x, const tnk_int *incx) {
-  return tnk::nrm2(*n, x, *incx);
+  return tnk::level1::nrm2(*n, x, *incx);
 }
 double tnk_blas_dnrm2(const tnk_int *n, const double *x, const tnk_int *incx) {
-  return tnk::nrm2(*n, x, *incx);
+  return tnk::level1::nrm2(*n, x, *incx);
 }
 float tnk_blas_scnrm2(const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx) {
-  return tnk::complex_nrm2(*n, x, *incx);
+  return tnk::level1::complex_nrm2(*n, x, *incx);
 }
 double tnk_blas_dznrm2(const tnk_int *n, const tnk_complex16 *x, const tnk_int *incx) {
-  return tnk::complex_nrm2(*n, x, *incx);
+  return tnk::level1::complex_nrm2(*n, x, *incx);
 }

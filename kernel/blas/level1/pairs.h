@@ -5,7 +5,7 @@
 
 #include "kernel/frame/vector.h"
 
-namespace tnk {
+namespace tnk::level1 {
 
 template <class V, class T, class Step> inline void step_at(T *x, T *y, Step step) {
   V u = loadu<V>(x), v = loadu<V>(y);
@@ -39,4 +39,4 @@ template <class V, class T, class Step> inline void each_unit_pair(tnk_int n, T 
   for (; i < n; ++i) step_at<T>(x + i, y + i, step);
 }
 
-} // namespace tnk
+} // namespace tnk::level1

@@ -4,7 +4,7 @@
 #include "kernel/frame/vector.h"
 #include <algorithm>
 
-namespace tnk {
+namespace tnk::level1 {
 
 // Bytes of the first-level cache: two vectors that together take less stay in it.
 constexpr tnk_int cache_bytes = 32768;
@@ -43,4 +43,13 @@ template <int Unroll, class One> inline void one_by_one(tnk_int n, One one) {
   for (; i < n; ++i) one(i);
 }
 
-} // namespace tnk
+// A vector of elements to be multiplied: complex ones are used twice and loaded once.
+template <class T> inline vec_of<T> load_elements(const T *p) {
+  const auto v = loadu<vec_of<T>>(p);
+  if constexpr (is_complex<T>)
+    return in_register(v);
+  else
+    return v;
+}
+
+} // namespace tnk::level1

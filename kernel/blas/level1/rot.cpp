@@ -3,7 +3,7 @@
 #include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 // V is the vector of the unit-stride loop. With real c and s it may hold numbers or parts of complex ones.
@@ -41,30 +41,30 @@ template <class C> void rotate_complex(tnk_int n, C *x, tnk_int incx, C *y, tnk_
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 // The real rotations work with 128-bit vectors.
 void tnk_blas_xsrot(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy,
                     const float *c, const float *s) {
-  tnk::rotate<tnk::f32x4>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
+  tnk::level1::rotate<tnk::f32x4>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_xdrot(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy,
                     const double *c, const double *s) {
-  tnk::rotate<tnk::f64x2>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
+  tnk::level1::rotate<tnk::f64x2>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_xcsrot(const tnk_int *n, tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
                      const tnk_int *incy, const float *c, const float *s) {
-  tnk::rotate<tnk::f32x8>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
+  tnk::level1::rotate<tnk::f32x8>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_xzdrot(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
                      const tnk_int *incy, const double *c, const double *s) {
-  tnk::rotate<tnk::f64x4>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
+  tnk::level1::rotate<tnk::f64x4>(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_xcrot(const tnk_int *n, tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
                     const tnk_int *incy, const float *c, const tnk_complex8 *s) {
-  tnk::rotate_complex(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
+  tnk::level1::rotate_complex(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_xzrot(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
                     const tnk_int *incy, const double *c, const tnk_complex16 *s) {
-  tnk::rotate_complex(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
+  tnk::level1::rotate_complex(*n, x, *incx, y, *incy, tnk::get(c), tnk::get(s));
 }

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class R> struct Rotation { R c, s, r, z; };
@@ -66,17 +66,17 @@ template <class C> void set_up_complex(C *a, const C *b, real_of<C> *c, C *s) {
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_srotg(float *a, float *b, float *c, float *s) {
-  tnk::set_up(a, b, c, s);
+  tnk::level1::set_up(a, b, c, s);
 }
 void tnk_blas_drotg(double *a, double *b, double *c, double *s) {
-  tnk::set_up(a, b, c, s);
+  tnk::level1::set_up(a, b, c, s);
 }
 void tnk_blas_crotg(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_complex8 *s) {
-  tnk::set_up_complex(a, b, c, s);
+  tnk::level1::set_up_complex(a, b, c, s);
 }
 void tnk_blas_zrotg(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s) {
-  tnk::set_up_complex(a, b, c, s);
+  tnk::level1::set_up_complex(a, b, c, s);
 }

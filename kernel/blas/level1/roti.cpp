@@ -2,7 +2,7 @@
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 inline f64x2 two(double low, double high) {
@@ -50,13 +50,13 @@ template <class R> void sparse_rotate(tnk_int nz, R *x, const tnk_int *indx, R *
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_sroti(const tnk_int *nz, float *x, const tnk_int *indx, float *y, const float *c,
                     const float *s) {
-  tnk::sparse_rotate(*nz, x, indx, y, tnk::get(c), tnk::get(s));
+  tnk::level1::sparse_rotate(*nz, x, indx, y, tnk::get(c), tnk::get(s));
 }
 void tnk_blas_droti(const tnk_int *nz, double *x, const tnk_int *indx, double *y, const double *c,
                     const double *s) {
-  tnk::sparse_rotate(*nz, x, indx, y, tnk::get(c), tnk::get(s));
+  tnk::level1::sparse_rotate(*nz, x, indx, y, tnk::get(c), tnk::get(s));
 }

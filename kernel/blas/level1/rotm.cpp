@@ -2,7 +2,7 @@
 #include "kernel/blas/level1/pairs.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 // Equal positive increments go in 128-bit vectors: whole ones at increment 1, else two elements gathered a
@@ -50,13 +50,13 @@ template <class T> void apply(tnk_int n, T *x, tnk_int incx, T *y, tnk_int incy,
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_srotm(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy,
                     const float *param) {
-  tnk::apply(*n, x, *incx, y, *incy, param);
+  tnk::level1::apply(*n, x, *incx, y, *incy, param);
 }
 void tnk_blas_drotm(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy,
                     const double *param) {
-  tnk::apply(*n, x, *incx, y, *incy, param);
+  tnk::level1::apply(*n, x, *incx, y, *incy, param);
 }

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 // d1 and d2 are kept between rgamsq and gamsq. Steps are powers of two, but for rgamsq in double, whose
@@ -107,11 +107,11 @@ template <class R> void set_up(R *d1_at, R *d2_at, R *x1_at, const R *y1_at, R *
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_srotmg(float *d1, float *d2, float *x1, const float *y1, float *param) {
-  tnk::set_up(d1, d2, x1, y1, param);
+  tnk::level1::set_up(d1, d2, x1, y1, param);
 }
 void tnk_blas_drotmg(double *d1, double *d2, double *x1, const double *y1, double *param) {
-  tnk::set_up(d1, d2, x1, y1, param);
+  tnk::level1::set_up(d1, d2, x1, y1, param);
 }

@@ -2,7 +2,7 @@
 #include "kernel/blas/level1/passes.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 // With an increment of 0 the one element is multiplied n times over.
@@ -12,10 +12,9 @@ template <int Unroll, class A, class T> void scale_strided(tnk_int n, A alpha, T
 }
 
 template <class T> void scale_contiguous(tnk_int n, T alpha, T *x) {
-  using V = vec_of<T>;
   in_passes<8, per_vector<T>>(
       n, elements_to_boundary<32>(x, n), 0, [=](tnk_int i) { put(x + i, alpha * get(x + i)); },
-      [=](tnk_int i) { storeu(x + i, scaled(alpha, loadu<V>(x + i))); });
+      [=](tnk_int i) { storeu(x + i, scaled(alpha, load_elements(x + i))); });
 }
 
 // An increment of -1 means the same elements as one of 1.
@@ -32,34 +31,32 @@ void scale_unless_one(tnk_int n, double alpha, double *x, tnk_int incx) {
 }
 
 } // namespace
-} // namespace tnk
-
-using namespace tnk;
+} // namespace tnk::level1
 
 void tnk_blas_sscal(const tnk_int *n, const float *alpha, float *x, const tnk_int *incx) {
-  if (*n >= 1) scale(*n, get(alpha), x, *incx);
+  if (*n >= 1) tnk::level1::scale(*n, tnk::get(alpha), x, *incx);
 }
 void tnk_blas_dscal(const tnk_int *n, const double *alpha, double *x, const tnk_int *incx) {
-  if (*n >= 1) scale_unless_one(*n, get(alpha), x, *incx);
+  if (*n >= 1) tnk::level1::scale_unless_one(*n, tnk::get(alpha), x, *incx);
 }
 void tnk_blas_cscal(const tnk_int *n, const tnk_complex8 *alpha, tnk_complex8 *x, const tnk_int *incx) {
-  if (*n >= 1) scale(*n, get(alpha), x, *incx);
+  if (*n >= 1) tnk::level1::scale(*n, tnk::get(alpha), x, *incx);
 }
 void tnk_blas_zscal(const tnk_int *n, const tnk_complex16 *alpha, tnk_complex16 *x, const tnk_int *incx) {
-  if (*n >= 1) scale(*n, get(alpha), x, *incx);
+  if (*n >= 1) tnk::level1::scale(*n, tnk::get(alpha), x, *incx);
 }
 
 void tnk_blas_csscal(const tnk_int *n, const float *alpha, tnk_complex8 *x, const tnk_int *incx) {
   if (*n < 1) return;
   if (*incx == 1)
-    scale(2 * *n, get(alpha), reinterpret_cast<float *>(x), 1);
+    tnk::level1::scale(2 * *n, tnk::get(alpha), reinterpret_cast<float *>(x), 1);
   else
-    scale_strided<2>(*n, get(alpha), x, absolute(*incx));
+    tnk::level1::scale_strided<2>(*n, tnk::get(alpha), x, tnk::absolute(*incx));
 }
 void tnk_blas_zdscal(const tnk_int *n, const double *alpha, tnk_complex16 *x, const tnk_int *incx) {
   if (*n < 1) return;
   if (*incx == 1)
-    scale_unless_one(2 * *n, get(alpha), reinterpret_cast<double *>(x), 1);
+    tnk::level1::scale_unless_one(2 * *n, tnk::get(alpha), reinterpret_cast<double *>(x), 1);
   else
-    scale_strided<2>(*n, get(alpha), x, absolute(*incx));
+    tnk::level1::scale_strided<2>(*n, tnk::get(alpha), x, tnk::absolute(*incx));
 }

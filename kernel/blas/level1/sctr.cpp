@@ -2,7 +2,7 @@
 #include "kernel/frame/element.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void scatter(tnk_int nz, const T *x, const tnk_int *indx, T *y) {
@@ -11,17 +11,17 @@ template <class T> void scatter(tnk_int nz, const T *x, const tnk_int *indx, T *
 }
 
 } // namespace
-} // namespace tnk
+} // namespace tnk::level1
 
 void tnk_blas_ssctr(const tnk_int *nz, const float *x, const tnk_int *indx, float *y) {
-  tnk::scatter(*nz, x, indx, y);
+  tnk::level1::scatter(*nz, x, indx, y);
 }
 void tnk_blas_dsctr(const tnk_int *nz, const double *x, const tnk_int *indx, double *y) {
-  tnk::scatter(*nz, x, indx, y);
+  tnk::level1::scatter(*nz, x, indx, y);
 }
 void tnk_blas_csctr(const tnk_int *nz, const tnk_complex8 *x, const tnk_int *indx, tnk_complex8 *y) {
-  tnk::scatter(*nz, x, indx, y);
+  tnk::level1::scatter(*nz, x, indx, y);
 }
 void tnk_blas_zsctr(const tnk_int *nz, const tnk_complex16 *x, const tnk_int *indx, tnk_complex16 *y) {
-  tnk::scatter(*nz, x, indx, y);
+  tnk::level1::scatter(*nz, x, indx, y);
 }

@@ -2,7 +2,7 @@
 #include "kernel/blas/level1/passes.h"
 #include <tnk/blas_level1.h>
 
-namespace tnk {
+namespace tnk::level1 {
 namespace {
 
 template <class T> void swap_strided(tnk_int n, T *x, tnk_int incx, T *y, tnk_int incy) {
@@ -40,21 +40,19 @@ template <class R> void swap_complex(tnk_int n, complex<R> *x, tnk_int incx, com
 }
 
 } // namespace
-} // namespace tnk
-
-using namespace tnk;
+} // namespace tnk::level1
 
 void tnk_blas_xsswap(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy) {
-  if (*n >= 1) swap(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::swap(*n, x, *incx, y, *incy);
 }
 void tnk_blas_xdswap(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy) {
-  if (*n >= 1) swap(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::swap(*n, x, *incx, y, *incy);
 }
 void tnk_blas_xcswap(const tnk_int *n, tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
                      const tnk_int *incy) {
-  if (*n >= 1) swap_complex<float>(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::swap_complex<float>(*n, x, *incx, y, *incy);
 }
 void tnk_blas_xzswap(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
                      const tnk_int *incy) {
-  if (*n >= 1) swap_complex<double>(*n, x, *incx, y, *incy);
+  if (*n >= 1) tnk::level1::swap_complex<double>(*n, x, *incx, y, *incy);
 }

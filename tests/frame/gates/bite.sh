@@ -1,9 +1,11 @@
 #!/bin/sh
 # Shows that the gates bite: each must refuse the faulty library, and for the right reasons.
-# usage: bite.sh GATES FAULTY_LIBRARY GOOD_LIBRARY HOST ALLOWED LIST...
-gates=$1 faulty=$2 good=$3 host=$4 allowed=$5
-shift 5
+# usage: bite.sh GATES FAULTY_LIBRARY GOOD_LIBRARY HOST OBJECTS ALLOWED LIST...
+gates=$1 faulty=$2 good=$3 host=$4 objects=$5 allowed=$6
+shift 6
 status=0
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 
 expect() { # what the output must contain; then the gate and its arguments
   pattern=$1
@@ -20,6 +22,24 @@ expect() { # what the output must contain; then the gate and its arguments
 expect 'listed but not exported: tnk_blas_xdaxpy$' "$gates/exports.sh" "$faulty" "$@"
 expect 'exported but not listed: faulty_fused$' "$gates/exports.sh" "$faulty" "$@"
 expect 'exported but not listed: dll_cpu_version$' "$gates/exports.sh" "$good" "$allowed"
+cat >"$work/faulty.txt" <<'end'
+faulty_unfiled
+# frame/dll.cpp data
+dll_cpu_version
+# blas/level1/axpy.cpp
+tnk_blas_xddot
+avx_d_all_gemm_ker
+faulty_fused
+# blas/level1/faulty.cpp
+end
+for fault in 'faulty_unfiled: under no heading' \
+  'dll_cpu_version: listed under frame/dll.cpp data, defined in frame/dll.cpp' \
+  'tnk_blas_xddot: listed under blas/level1/axpy.cpp, defined in blas/level1/dot.cpp' \
+  'avx_d_all_gemm_ker: listed under blas/level1/axpy.cpp, defined in .* data' \
+  'faulty_fused: listed under blas/level1/axpy.cpp, defined in no file' \
+  'no source file of the library: blas/level1/faulty.cpp'; do
+  expect "^$fault$" "$gates/headings.sh" "$objects" "$work/faulty.txt"
+done
 expect 'imported but not allowed: rand$' "$gates/imports.sh" "$faulty" "$allowed"
 expect 'run path is' "$gates/imports.sh" "$faulty" "$allowed"
 expect 'needs the library libstdc\+\+' "$gates/imports.sh" "$faulty" "$allowed"
@@ -36,6 +56,7 @@ done
 # A file that is not there passes nothing.
 expect 'no such file' "$gates/exports.sh" /nowhere.so "$@"
 expect 'no such file' "$gates/imports.sh" /nowhere.so "$allowed"
+expect 'no such file' "$gates/headings.sh" /nowhere.txt "$@"
 expect 'no such file' "$gates/front.sh" /nowhere.so "$host" "$@"
 expect 'no shared library' "$gates/start.sh" /nowhere.so
 expect 'no such file' "$gates/isa.sh" /nowhere.so generic64

@@ -8,7 +8,7 @@ shift
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-sort -u "$@" >"$work/listed"
+grep -hv '^#' "$@" | sort -u >"$work/listed"
 nm -D --defined-only "$library" | awk '{ sub(/@.*/, "", $3); print $3 }' | sort -u >"$work/exported"
 [ -s "$work/listed" ] || { echo "the lists are empty"; exit 1; }
 

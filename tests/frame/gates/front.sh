@@ -12,7 +12,7 @@ shift 2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 # Headings begin with #; the names below one that ends in "data" are no functions.
-awk 'FNR == 1 { data = 0 } /^#/ { data = / data$/; next } !data && !/^avx_/' "$@" | sort -u >"$work/functions"
+awk 'FNR == 1 { data = 0 } /^#/ { data = / data$/; next } !data' "$@" | sort -u >"$work/functions"
 [ -s "$work/functions" ] || { echo "the lists are empty"; exit 1; }
 nm -D --defined-only "$library" | awk -v work="$work" '
   { sub(/@.*/, "", $3); print $3 > (work ($2 ~ /[TtiW]/ ? "/entries" : "/others")) }'
