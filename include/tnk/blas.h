@@ -11,11 +11,11 @@
    leaves *result as it was. So it is, too, when no kernel library can be loaded. n = 0 is no error: the arguments after
    n are not looked at, and a dot product is 0. errno stays as it was in all cases.
 
-   What is written must not overlap with anything that is read, be it y and x, *result and a vector, or a scalar within
-   y. What is only read may coincide or overlap: x and y of a dot product, scalars anywhere.
+   What is written must not overlap with anything else that is read, be it y and x, *result and a vector, or a scalar
+   within y. What is only read may coincide or overlap: x and y of a dot product, scalars anywhere.
 
    What the kernel library exports under its own name (scal, nrm2, asum, i_amax, ...) is declared in
-   tnk/blas_level1.h and reached through tnk_kernel_entry. */
+   tnk/blas_level1.h: called like these with -ltnk, reached through tnk_kernel_entry with -ltnk_host alone. */
 #ifndef TNK_BLAS_H
 #define TNK_BLAS_H
 
