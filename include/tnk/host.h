@@ -102,6 +102,6 @@ TNK_END_DECLS
 /* The entry with the type of its declaration, for a program that links with the host alone:
    TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). Null where tnk_kernel_entry gives null. C has no conversion from data
    to function addresses; the compilers have, and are told that it is meant. */
-#define TNK_KERNEL_ENTRY(name) (__extension__(__typeof__(&name))tnk_kernel_entry(#name))
+#define TNK_KERNEL_ENTRY(name) (__extension__(__typeof__(&name)) tnk_kernel_entry(#name))
 
 #endif

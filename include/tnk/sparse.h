@@ -66,14 +66,15 @@ enum tnk_sparse_checks {
   TNK_SPARSE_TRUSTED, /* nothing: an index that is out of range is read or written where it points */
   TNK_SPARSE_INDICES, /* row pointers inside of the nnz entries and not decreasing within a row, row and column numbers
                          inside of the matrix */
-  TNK_SPARSE_ENTRIES  /* and every stored entry counts: none lies outside of the kind's triangle or diagonal, none on a
+  TNK_SPARSE_ENTRIES /* and every stored entry counts: none lies outside of the kind's triangle or diagonal, none on a
                          diagonal of ones or of a skew matrix */
 };
 
 /* All zero: a general matrix with numbers from 0 and dense operands by rows, trusted. */
 typedef struct tnk_sparse_descriptor {
   enum tnk_sparse_kind kind;
-  enum tnk_sparse_triangle triangle; /* not looked at in general and diagonal matrices: may hold anything there */
+  enum tnk_sparse_triangle
+      triangle; /* not looked at in general and diagonal matrices: may hold anything there */
   enum tnk_sparse_diagonal diagonal; /* likewise in general and skew matrices */
   /* Of row and column numbers: 0, with B and C by rows (element (i, j), from 0, at i * ld + j), or 1, with B and C by
      columns (at i + j * ld). */
