@@ -1,6 +1,6 @@
-// Checks of the arguments of a public routine. A check that fails reports the argument and gives false, so
-// that a routine chains its checks with && in the order of its argument list, and only the first bad argument
-// is reported. Positions count from 1.
+// Checks of the arguments of a public routine, in two stages. Nearly every call is good and nothing special: a routine
+// looks for that first, by a few plain questions about all of its arguments, and goes on to its kernel. What the look
+// did not pass is checked argument by argument.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,31 @@
 #include "host/service/text.h"
 
 namespace tnk::host {
+
+// The lower half of the addresses that a program gets from Linux without asking for a place: with five levels of page
+// tables it hands out more only near an address that a program names. Nothing longer can be an array.
+constexpr tnk_int memory_bytes = tnk_int{1} << 47;
+template <class T> constexpr tnk_int elements_in_memory = memory_bytes / static_cast<tnk_int>(sizeof(T));
+
+// ---- The first look ------------------------------------------------------------------------------------------
+
+template <class... T> bool all_given(const T *...address) {
+  return ((address != nullptr) && ...);
+}
+
+// From 1 to 2^20: products of two such numbers are far from every limit.
+inline bool is_usual(tnk_int size) {
+  return static_cast<std::uint64_t>(size) - 1 < 1 << 20;
+}
+
+// Two vectors with elements, side by side in memory. (An increment of 0 beside one of 1 passes as well, and may.)
+inline bool are_usual(const tnk_int *n, const tnk_int *incx, const tnk_int *incy) {
+  return is_usual(*n) && (*incx | *incy) == 1;
+}
+
+// ---- One argument at a time -------------------------------------------------------------------------------------
+// A check that fails reports the argument and gives false, so that a routine chains its checks with && in the order of
+// its argument list, and only the first bad argument is reported. Positions count from 1.
 
 class Check {
 public:
@@ -38,11 +63,13 @@ public:
   bool vector(int position, const char *name, const T *first, const char *increment_name,
               const tnk_int *increment, tnk_int n) const {
     if (!address(position, name, first) || !address(position + 1, increment_name, increment)) return false;
-    const tnk_int inc = *increment;
-    if (__builtin_expect(inc == 1 || n == 1, 1)) return true;
     // (n - 1) |inc| + 1 elements lie between the vector's ends, both included.
-    const tnk_int limit = (elements_in_memory<T> - 1) / (n - 1);
-    return (inc >= -limit && inc <= limit) || refuse_range(position + 1, increment_name, inc, -limit, limit);
+    constexpr tnk_int longest = elements_in_memory<T> - 1;
+    const tnk_int inc = *increment;
+    tnk_int span;
+    if (!__builtin_mul_overflow(n - 1, inc, &span) && span >= -longest && span <= longest) return true;
+    const tnk_int limit = longest / (n - 1);
+    return refuse_range(position + 1, increment_name, inc, -limit, limit);
   }
 
   // An option letter, in either case; `letters` are those allowed, upper case.
@@ -62,12 +89,13 @@ public:
     return __builtin_expect(value >= low && value <= high, 1) ||
            refuse_range(position, name, value, low, high);
   }
-  // Element `index` of an array.
+  // Element `index` of an array of indices.
   bool element(int position, const char *array, tnk_int index, tnk_int value, tnk_int low,
                tnk_int high) const {
     if (__builtin_expect(value >= low && value <= high, 1)) return true;
     Text name;
     TextWriter(name, sizeof name).add(array).add("[").add(index).add("]");
+    if (low > high) return refuse_number(position, name, value, "no entry in its row");
     return refuse_range(position, name, value, low, high);
   }
 
@@ -87,17 +115,14 @@ public:
       return false;
     if (rows == 0 || columns <= 1) return true;
     // (columns - 1) ld + rows elements lie between the matrix's ends, both included.
+    tnk_int span;
+    if (!__builtin_mul_overflow(columns - 1, *ld, &span) && span <= elements_in_memory<T> - rows) return true;
     const tnk_int limit = (elements_in_memory<T> - rows) / (columns - 1);
-    if (__builtin_expect(*ld <= limit, 1)) return true;
     return limit >= rows ? refuse_range(position + 1, ld_name, *ld, rows, limit)
                          : refuse_number(position + 1, ld_name, *ld, "a matrix that fits into memory");
   }
 
 private:
-  // As many as pointer arithmetic can span.
-  template <class T>
-  static constexpr tnk_int elements_in_memory = PTRDIFF_MAX / static_cast<tnk_int>(sizeof(T));
-
   using Text = char[96];
 
   [[gnu::cold]] bool refuse(int position, const char *name, const char *value, const char *expected) const {

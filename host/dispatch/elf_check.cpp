@@ -31,14 +31,15 @@ bool is_cut_short(int file, std::uint64_t size) {
 
 } // namespace
 
-bool is_cut_short(const char *path) {
-  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (file < 0) return false;
+const char *reason_not_to_open(const char *path) {
   struct stat status;
-  const bool short_file = fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
-                          is_cut_short(file, static_cast<std::uint64_t>(status.st_size));
+  if (stat(path, &status) != 0) return nullptr;
+  if (!S_ISREG(status.st_mode)) return "it is no regular file"; // and not opened: that alone may do something
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return nullptr;
+  const bool cut_short = is_cut_short(file, static_cast<std::uint64_t>(status.st_size));
   close(file);
-  return short_file;
+  return cut_short ? "the file is cut short" : nullptr;
 }
 
 } // namespace tnk::host

@@ -3,9 +3,10 @@
 
 namespace tnk::host {
 
-// Whether the file lacks the end of what its ELF headers tell the dynamic linker to map. The linker does not look, and
-// the first touch of a page past the end of the file would stop the process. False for all else that can be wrong with
-// a file: that the linker reports itself.
-bool is_cut_short(const char *path);
+// What would stop or hang the process if the dynamic linker were given the file, as a text; null where nothing would.
+// The linker waits for a writer where the path is that of a pipe, and it maps what the ELF headers tell even when the
+// file ends before: the first touch of a page past its end would be the last. All else that can be wrong with a file the
+// linker reports itself.
+const char *reason_not_to_open(const char *path);
 
 } // namespace tnk::host

@@ -10,7 +10,9 @@
 #include <tnk/host.h>
 #include <unistd.h>
 
+#include "host/dispatch/check.h"
 #include "host/dispatch/elf_check.h"
+#include "host/service/errno_keeper.h"
 #include "host/service/errors.h"
 #include "host/service/messages.h"
 #include "host/service/processor.h"
@@ -26,6 +28,7 @@ struct Path {
 };
 
 Path find_path() {
+  const ErrnoKeeper keeper;
   Path path{};
   TextWriter text(path.text, sizeof path.text);
   // Not from the environment of a program that runs with another user's rights.
@@ -79,6 +82,7 @@ Library loaded(void *handle) {
 // names are looked up in a row, so the owner is told by the address: dladdr would search all symbols.
 void *own_symbol(const Library &library, const char *name) {
   if (!library.handle) return nullptr;
+  const ErrnoKeeper keeper;
   void *const address = dlsym(library.handle, name);
   const auto place = reinterpret_cast<std::uintptr_t>(address);
   return place >= library.begin && place < library.end ? address : nullptr;
@@ -103,6 +107,7 @@ const char *class_name(std::int32_t processor_class) {
 }
 
 Outcome load() {
+  const ErrnoKeeper keeper;
   Outcome outcome;
   const Path &path = kernel_path();
 
@@ -120,12 +125,11 @@ Outcome load() {
                       : " (it belongs beside libtnk_host.so; TNK_KERNEL_PATH can name another place)");
     return outcome;
   }
-  const bool cut_short = is_cut_short(path.text);
-  void *const handle = cut_short ? nullptr : dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
+  const char *const objection = reason_not_to_open(path.text);
+  void *const handle = objection ? nullptr : dlopen(path.text, RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
-    const char *const reason = cut_short ? "the file is cut short" : dlerror();
     outcome.status = TNK_KERNEL_MISSING;
-    write_message(outcome.message, message_file_unloadable, path.text, reason);
+    write_message(outcome.message, message_file_unloadable, path.text, objection ? objection : dlerror());
     return outcome;
   }
   const Library library = loaded(handle);
@@ -192,10 +196,12 @@ const char *tnk_kernel_message(void) {
 }
 
 void *tnk_kernel_entry(const char *name) {
+  if (!tnk::host::Check("tnk_kernel_entry").address(1, "name", name)) return nullptr;
   const tnk::host::Outcome &outcome = tnk::host::kernel_or_report("tnk_kernel_entry");
   return tnk::host::own_symbol(outcome.library, name);
 }
 
 void *tnk_kernel_require(const char *name) {
+  if (!tnk::host::Check("tnk_kernel_require").address(1, "name", name)) return nullptr;
   return tnk::host::require_kernel_entry(name, name);
 }

@@ -15,10 +15,12 @@ template <class Function> class KernelEntry {
 public:
   constexpr explicit KernelEntry(const char *name) : name_(name) {}
 
+  // Null before the first call found it.
+  Function *known() const { return address_.load(std::memory_order_acquire); }
   // Null after a report in the name of `routine`.
   Function *get(const char *routine) {
-    Function *const known = address_.load(std::memory_order_acquire);
-    return __builtin_expect(known != nullptr, 1) ? known : find(routine);
+    Function *const address = known();
+    return __builtin_expect(address != nullptr, 1) ? address : find(routine);
   }
 
 private:

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <tnk/services.h>
 
+#include "host/service/errno_keeper.h"
+
 namespace tnk::host {
 namespace {
 
@@ -44,6 +46,7 @@ void ask_system(CacheSizes &sizes) {
 }
 
 CacheSizes find_caches() {
+  const ErrnoKeeper keeper;
   CacheSizes sizes{};
   ask_processor(sizes, 4);
   std::uint32_t eax, ebx, ecx = 0, edx;

@@ -2,11 +2,11 @@
 #include "host/service/errors.h"
 
 #include <atomic>
-#include <cerrno>
 #include <cstring>
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include "host/service/errno_keeper.h"
 #include "host/service/messages.h"
 
 namespace tnk::host {
@@ -14,14 +14,13 @@ namespace {
 
 // One system call a message, so that those of several threads do not mix.
 void write_to_stderr(const tnk_error *error) {
-  const int saved = errno;
+  const ErrnoKeeper keeper;
   char prefix[] = "tnk: ", newline[] = "\n";
   iovec parts[] = {{prefix, std::strlen(prefix)},
                    {const_cast<char *>(error->message), std::strlen(error->message)},
                    {newline, 1}};
   // Where standard error cannot be written there is nobody left to tell.
   [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 3);
-  errno = saved;
 }
 
 std::atomic<tnk_error_handler> handler{write_to_stderr};

@@ -5,6 +5,7 @@
 #include <malloc.h>
 #include <tnk/services.h>
 
+#include "host/service/errno_keeper.h"
 #include "host/service/errors.h"
 #include "host/service/messages.h"
 #ifdef TNK_CHECK_BLOCKS
@@ -71,6 +72,7 @@ void *allocate(Family family, const char *routine, int position, std::int64_t si
     return nullptr;
   }
   if (size < 0) return nullptr;
+  const ErrnoKeeper keeper;
   const std::size_t boundary = static_cast<std::size_t>(alignment);
   void *const block = aligned_block(size == 0 ? 1 : static_cast<std::size_t>(size),
                                     boundary < sizeof(void *) ? sizeof(void *) : boundary);
@@ -89,6 +91,7 @@ void *allocate(Family family, const char *routine, int position, std::int64_t si
 
 void release(Family family, const char *routine, void *block) {
   if (!block) return;
+  const ErrnoKeeper keeper;
 #ifdef TNK_CHECK_BLOCKS
   leave_block(block, family == Family::scratch ? "tnk_serv_allocate" : "tnk_serv_tnk_malloc", routine);
 #else
@@ -178,6 +181,7 @@ void tnk_serv_tnk_free(void *block) {
 
 int32_t tnk_serv_check_ptr(const void *block, const char *routine) {
   if (block) return 0;
+  if (!routine) routine = "?";
   char message[256];
   tnk::host::write_message(message, tnk::host::message_no_memory, routine);
   tnk::host::report(TNK_ERROR_MEMORY, routine, message);

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <tnk/services.h>
 
+#include "host/service/errno_keeper.h"
+
 namespace tnk::host {
 namespace {
 
@@ -38,6 +40,7 @@ const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...) {
 }
 
 void tnk_serv_tnk_print(int32_t, int32_t number, int32_t count, ...) {
+  const tnk::host::ErrnoKeeper keeper;
   char text[tnk::host::message_size]; // its own: a text fetched before stays as it is
   std::va_list arguments;
   va_start(arguments, count);

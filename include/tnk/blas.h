@@ -5,12 +5,17 @@
    Lawson, Hanson, Kincaid and Krogh, "Basic Linear Algebra Subprograms for Fortran Usage", ACM TOMS 5 (1979).
 
    Bad arguments: a null address, a negative n, or an n or an increment so large that the vector could not lie in
-   memory. The first one in the list is reported through the error handler (tnk/host.h) and nothing is touched; a
-   function then returns NaN, as it does when no kernel library can be loaded. n = 0 is no error: the arguments after
-   n are not looked at, and a dot product is 0. x and y must not overlap.
+   memory, which is 2^47 bytes, the lower half of the addresses of an x86-64 processor. (With five levels of page tables
+   there are more, which the system gives only to a program that asks for them by address.) The first bad one in the
+   list is reported through the error handler (tnk/host.h) and nothing is touched: a function returns NaN, and cdotc
+   leaves *result as it was. So it is, too, when no kernel library can be loaded. n = 0 is no error: the arguments after
+   n are not looked at, and a dot product is 0. errno stays as it was in all cases.
+
+   What is written must not overlap with anything else that is read, be it y and x, *result and a vector, or a scalar
+   within y. What is only read may coincide or overlap: x and y of a dot product, scalars anywhere.
 
    What the kernel library exports under its own name (scal, nrm2, asum, i_amax, ...) is declared in
-   tnk/blas_level1.h and reached through tnk_kernel_entry. */
+   tnk/blas_level1.h: called like these with -ltnk, reached through tnk_kernel_entry with -ltnk_host alone. */
 #ifndef TNK_BLAS_H
 #define TNK_BLAS_H
 
@@ -55,9 +60,11 @@ void tnk_blas_cdotc(tnk_complex8 *result, const tnk_int *n, const tnk_complex8 *
 
    Bad arguments, reported as above with nothing touched: a letter other than these; a dimension that is negative or
    beyond memory; a leading dimension below the rows of its matrix as stored (or below 1), or with which the matrix
-   could not lie in memory; a null address of a scalar, or of an array that the call would touch. Nothing is done when
-   m or n is 0. beta = 0 stores without reading C; alpha = 0 or k = 0 leaves A and B unread, and their addresses may
-   then be null. C must not overlap A or B.
+   could not lie in memory; a null address of a scalar, or of an array that the call would touch. Letters, dimensions
+   and leading dimensions are looked at in every call. Nothing is done when m or n is 0; addresses of arrays may then be
+   null. alpha = 0 or k = 0 leaves A and B unread, and theirs may be null; C counts as touched then, also with a beta of
+   1, which leaves it as it is. beta = 0 stores without reading C. C must not overlap with A, B or a scalar; A and B,
+   which are only read, may be the same or overlap.
 
    When memory for packed blocks cannot be had, that is reported as TNK_ERROR_MEMORY (by each thread that met it) and
    the result is right all the same, only slower and perhaps rounded otherwise. Threads: see tnk/host.h. */

@@ -29,8 +29,9 @@ typedef struct tnk_error {
 /* Called on the thread that made the error, once an error. The texts live until it returns. */
 typedef void (*tnk_error_handler)(const tnk_error *error);
 
-/* Sets the process's handler and returns the one before. Null sets the default, which writes "tnk: " and the message
-   to standard error. */
+/* Sets the process's handler and returns the one before, which is never null: of the first call it is the default. Null
+   sets the default again, which writes "tnk: ", the message and a newline to standard error in one piece. A handler may
+   call this library; several threads may be in it at once. */
 tnk_error_handler tnk_set_error_handler(tnk_error_handler handler);
 
 /* ---- The kernel library ------------------------------------------------------------------------------------- */
@@ -45,7 +46,11 @@ enum tnk_status {
 
 /* Loads the kernel library unless it is loaded: the file that the environment variable TNK_KERNEL_PATH names, or
    libtnk_avx.so beside libtnk_host.so. Public routines do this on their first call. The first outcome stays for the
-   life of the process; each call that meets a refusal reports it through the error handler. Any thread may call it. */
+   life of the process; each call that meets a refusal reports it through the error handler. Any thread may call it.
+
+   The variable is read once, by the first call of this or of tnk_kernel_path. Empty counts as not set. A relative path
+   is one from the folder that is current when the library is loaded, also without a slash: the dynamic linker's folders
+   are not searched. A program that runs with another user's rights ignores the variable. */
 enum tnk_status tnk_kernel_load(void);
 
 /* Path of the kernel library that tnk_kernel_load takes; asking loads nothing. Never null. */
@@ -54,8 +59,9 @@ const char *tnk_kernel_path(void);
 /* Why tnk_kernel_load refused, as one line; "" after TNK_OK and before the first load. */
 const char *tnk_kernel_message(void);
 
-/* Address of an exported entry of the kernel library, loading it if need be; null when there is no such entry, or,
-   after a report, no library. The entries trust their caller: they check no argument. */
+/* Address of an exported entry of the kernel library, function or table, loading it if need be; null when there is no
+   such entry, which is not reported, and after a report when there is no library or `name` is null. The entries trust
+   their caller: they check no argument. */
 void *tnk_kernel_entry(const char *name);
 
 /* The same for one who is about to call it: what is missing, library or entry, is reported in the entry's name. */
@@ -94,7 +100,8 @@ int tnk_get_max_threads(void);
 TNK_END_DECLS
 
 /* The entry with the type of its declaration, for a program that links with the host alone:
-   TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). */
-#define TNK_KERNEL_ENTRY(name) ((__typeof__(&name))tnk_kernel_entry(#name))
+   TNK_KERNEL_ENTRY(tnk_blas_dnrm2)(&n, x, &incx). Null where tnk_kernel_entry gives null. C has no conversion from data
+   to function addresses; the compilers have, and are told that it is meant. */
+#define TNK_KERNEL_ENTRY(name) (__extension__(__typeof__(&name)) tnk_kernel_entry(#name))
 
 #endif

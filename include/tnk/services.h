@@ -1,5 +1,7 @@
 /* The services that a kernel library imports. libtnk_host.so supplies them; a program may supply its own by
-   defining a function of the same name, which the dynamic linker then prefers. All run on the caller's thread. */
+   defining a function of the same name, which the dynamic linker then prefers. All run on the caller's thread. Addresses
+   are not null, unless said, and what is written overlaps with nothing that is read. errno stays as it was, but for what
+   i_malloc and i_free point at and for the sine of an infinity. */
 #ifndef TNK_SERVICES_H
 #define TNK_SERVICES_H
 
@@ -9,9 +11,10 @@
 TNK_BEGIN_DECLS
 
 /* ---- Memory. Each block goes back through the partner named here, never through another's. ------------------
-   Alignments are in bytes and must be powers of two (smaller than a pointer's counts as a pointer's). A size of 0
-   gives a block of no usable bytes that must still be released. A size or an alignment that cannot be served gives
-   null; an alignment that is no power of two is also reported. Releasing null does nothing. A library built with
+   Alignments are in bytes and must be powers of two (smaller than a pointer's counts as a pointer's; 0 is none). A size
+   of 0 gives a block of no usable bytes that must still be released. A size or an alignment that cannot be served gives
+   null, and so does a negative size or a product of calloc's that overflows; an alignment that is no power of two is
+   also reported. Any thread may release a block; releasing null does nothing. A library built with
    TNK_CHECK_BLOCKS reports and stops the program when a block comes back through the wrong partner, comes back twice
    or never came from here, and fills new blocks with NaN. */
 
@@ -24,8 +27,8 @@ void *tnk_serv_tnk_malloc(int64_t size, int32_t alignment);
 void *tnk_serv_tnk_calloc(int64_t count, int64_t element_size, int32_t alignment);
 void tnk_serv_tnk_free(void *block);
 
-/* 0 when block is not null. Otherwise reports through the error handler that `routine` (NUL-terminated) got no
-   memory, and returns 1. */
+/* 0 when block is not null. Otherwise reports through the error handler that `routine` got no memory, and returns 1. The
+   name is NUL-terminated text, read in the latter case only; null shows as "?". */
 int32_t tnk_serv_check_ptr(const void *block, const char *routine);
 
 /* The runtime's allocator as two variables, called through: they start as malloc and free, and a program may set
@@ -56,10 +59,21 @@ int32_t tnk_serv_lsame(const char *a, const char *b, int64_t length_a, int64_t l
 /* Writes the version text, NUL-terminated and cut to fit, into `length` bytes at buffer. length <= 0: nothing. */
 void tnk_serv_getversionstring_c(char *buffer, int32_t length);
 
-/* The catalog message of that number with its `count` further arguments put in place: addresses of NUL-terminated
-   text, int64_t or double, in the order and of the types that the catalog gives. The text is NUL-terminated, cut at
-   511 characters and belongs to the calling thread until its next call. An unknown number gives a text that says
-   so; a missing argument, or null in place of text, shows as "?". */
+/* The catalog message of that number with its `count` further arguments put in place. The text is NUL-terminated, cut at
+   511 characters and belongs to the calling thread until its next call. An unknown number gives a text that says so and
+   reads no argument; a missing argument, or null in place of text, shows as "?", and those left over are not read. The
+   arguments of each message, in order, s being the address of NUL-terminated text and d an int64_t:
+
+      1   s routine  d position  s argument  s value  s expected      a bad argument
+      2   s routine                                                   no memory for a work array
+      3   s routine  s why                                            no kernel library
+      4   s routine  s library  s entry                               a kernel library without that entry
+     11   s library  s remark                                         the file is not there
+     12   s library  s why                                            the file cannot be loaded
+     13   s library                                                   the file is no kernel library
+     14   s library  d its class  s name of that  d class  s name     a kernel library for another processor class
+     15   none                                                        no AVX
+     16   none                                                        AVX that the system does not save */
 const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...);
 
 /* Writes that text and a newline to standard output. channel is always 1. */

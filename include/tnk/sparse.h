@@ -35,12 +35,17 @@ typedef struct tnk_sparse_matrix {
   const tnk_int *row_end;   /* CSR, m elements */
 } tnk_sparse_matrix;
 
-/* All kinds but the general one are square. Those with a triangle take their entries from it alone, the other
-   triangle following from it or being zero: entries stored there do not count, nor do those on a diagonal of ones or
-   of a skew matrix. In CSR storage some products add such entries and take them away again, and where what one of
-   them adds is not finite, NaN may stay behind: in the result's row of the entry's row number, with transposed
-   triangular matrices of its column number. These are mv with triangular and skew matrices and with symmetric and
-   Hermitian ones of unit diagonal, and mm with all matrices that have a triangle. */
+/* All kinds but the general one are square. Those with a triangle take their entries from it alone, the other triangle
+   following from it or being zero: entries stored there do not count, nor do those on a diagonal of ones or of a skew
+   matrix, nor those off the diagonal of a diagonal one.
+
+   In coordinates such entries are passed over, whatever they hold. In compressed rows some products add the whole row
+   and take away what does not count, in the arithmetic of the elements: an entry of 1e17 that does not count leaves
+   nothing of a sum of ones, and one that is not finite leaves NaN. What is hit is the result's row with the entry's row
+   number, and with transposed triangular matrices the row with its column number. The products are mv with triangular
+   and skew matrices and with symmetric and Hermitian ones of unit diagonal, and mm with all matrices that have a
+   triangle. Where a matrix may hold large entries outside of its triangle, give it in coordinates or store the triangle
+   alone; TNK_SPARSE_ENTRIES finds them. */
 enum tnk_sparse_kind {
   TNK_SPARSE_GENERAL,
   TNK_SPARSE_SYMMETRIC,
@@ -56,31 +61,46 @@ enum tnk_sparse_diagonal {
   TNK_SPARSE_UNIT /* ones, whatever is stored */
 };
 
-/* All zero: a general matrix with numbers from 0 and dense operands by rows, not checked. */
+/* What a product looks at before it begins, at the cost of one more way through the indices. */
+enum tnk_sparse_checks {
+  TNK_SPARSE_TRUSTED, /* nothing: an index that is out of range is read or written where it points */
+  TNK_SPARSE_INDICES, /* row pointers inside of the nnz entries and not decreasing within a row, row and column numbers
+                         inside of the matrix */
+  TNK_SPARSE_ENTRIES /* and every stored entry counts: none lies outside of the kind's triangle or diagonal, none on a
+                         diagonal of ones or of a skew matrix */
+};
+
+/* All zero: a general matrix with numbers from 0 and dense operands by rows, trusted. */
 typedef struct tnk_sparse_descriptor {
   enum tnk_sparse_kind kind;
-  enum tnk_sparse_triangle triangle; /* not looked at in general and diagonal matrices */
-  enum tnk_sparse_diagonal diagonal; /* not looked at in general and skew matrices */
+  enum tnk_sparse_triangle
+      triangle; /* not looked at in general and diagonal matrices: may hold anything there */
+  enum tnk_sparse_diagonal diagonal; /* likewise in general and skew matrices */
   /* Of row and column numbers: 0, with B and C by rows (element (i, j), from 0, at i * ld + j), or 1, with B and C by
      columns (at i + j * ld). */
   int32_t base;
-  int32_t check; /* not 0: each product runs tnk_sparse_check first */
+  int32_t check; /* one of tnk_sparse_checks */
 } tnk_sparse_descriptor;
 
 /* ---- Products -------------------------------------------------------------------------------------------------
-   A zero beta stores over what y or C holds, NaN included; a zero alpha leaves A, x and B unread. x or B must not
-   overlap y or C.
+   A zero beta stores over what y or C holds, NaN included; a zero alpha leaves A's arrays, x and B unread, but for the
+   descriptor's `check`, which comes first. y or C must not overlap with anything that is read: x, B, the arrays of A,
+   alpha, beta. What is only read may overlap, so the arrays of A may be those of another matrix, and row_end be
+   row_start + 1. errno stays as it was. x or B may be null where it is not read, y or C where it has no elements.
 
    Bad arguments are reported through the error handler (tnk/host.h), the first of the list only, and nothing is
    touched: null addresses of arrays that have elements, negative sizes, letters and enumerators that are none, a
    matrix that is not square but of a kind that is, the Hermitian kind in a real type, leading dimensions that are too
-   small. Indices are trusted unless the descriptor's `check` is set; one that is out of range then counts among these.
+   small, and whatever could not lie in memory, as in tnk/blas.h. Indices are trusted unless `check` says otherwise; what
+   it finds then counts among these.
 
-   Threads, as many as tnk/host.h says: mm gives each a range of right-hand sides; mv one of rows with about as many
+   Threads, as many as tnk/host.h says, but no more than one for every 65536 stored entries times right-hand sides, nor
+   than 64: mm gives each a range of right-hand sides; mv one of rows with about as many
    entries each, or of stored entries in COO matrices. Where a row also adds to other elements than its own
    (transposed general, symmetric, Hermitian and skew matrices, and COO), all threads but one add into a vector of
-   their own, and these are added up afterwards. So there the order of sums, and with it the last bits of y, depend on
-   the number of threads; everywhere else the result has the same bits for every number. Not spread: small jobs; mv of
+   their own, and these are added up afterwards; there are no more threads then than stored entries for each element of
+   y. So there the order of sums, and with it the last bits of y, depend on
+   the number of threads; everywhere else the result has the same bits for every number. Not spread: mv of
    diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal;
    mm of diagonal CSR matrices, and mm with dense operands by rows and fewer than 16 right-hand sides. When there is
    no memory for the vectors of their own, one thread does all. */
@@ -105,8 +125,9 @@ TNK_SPARSE_PRODUCTS(c, tnk_complex8)
 TNK_SPARSE_PRODUCTS(z, tnk_complex16)
 #undef TNK_SPARSE_PRODUCTS
 
-/* Looks at every index: row pointers inside of the nnz entries and not decreasing within a row, row and column
-   numbers inside of the matrix. Reports the first that is not, with its place in the array counted from 0. */
+/* Looks at what TNK_SPARSE_INDICES says, and for a descriptor with a `check` of TNK_SPARSE_ENTRIES at that. Reports the
+   first fault with its place in the array, counted from 0, and what could stand there: "argument 1
+   (matrix->col_index[7]) is 12, expected 0 to 9". */
 enum tnk_sparse_status tnk_sparse_check(const tnk_sparse_matrix *matrix,
                                         const tnk_sparse_descriptor *descriptor);
 

@@ -9,9 +9,12 @@
 namespace tnk::host {
 namespace {
 
+// A call that a first look does not pass: its arguments one by one.
+
 template <class T, class Kernel>
-void axpy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *alpha, const T *x,
-          const tnk_int *incx, T *y, const tnk_int *incy) {
+[[gnu::noinline]] void careful_axpy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n,
+                                    const T *alpha, const T *x, const tnk_int *incx, T *y,
+                                    const tnk_int *incy) {
   const Check check(routine);
   if (!check.length<T>(1, "n", n) || *n == 0) return;
   if (check.address(2, "alpha", alpha) && check.vector(3, "x", x, "incx", incx, *n) &&
@@ -20,8 +23,8 @@ void axpy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, co
 }
 
 template <class T, class Kernel>
-void copy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *x, const tnk_int *incx,
-          T *y, const tnk_int *incy) {
+[[gnu::noinline]] void careful_copy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n,
+                                    const T *x, const tnk_int *incx, T *y, const tnk_int *incy) {
   const Check check(routine);
   if (!check.length<T>(1, "n", n) || *n == 0) return;
   if (check.vector(2, "x", x, "incx", incx, *n) && check.vector(4, "y", y, "incy", incy, *n))
@@ -29,8 +32,8 @@ void copy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, co
 }
 
 template <class T, class Kernel>
-T dot(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *x, const tnk_int *incx,
-      const T *y, const tnk_int *incy) {
+[[gnu::noinline]] T careful_dot(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n,
+                                const T *x, const tnk_int *incx, const T *y, const tnk_int *incy) {
   const Check check(routine);
   if (check.length<T>(1, "n", n)) {
     if (*n == 0) return 0;
@@ -41,8 +44,9 @@ T dot(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const 
 }
 
 template <class T, class Kernel>
-void dotc(const char *routine, KernelEntry<Kernel> &kernel, T *result, const tnk_int *n, const T *x,
-          const tnk_int *incx, const T *y, const tnk_int *incy) {
+[[gnu::noinline]] void careful_dotc(const char *routine, KernelEntry<Kernel> &kernel, T *result,
+                                    const tnk_int *n, const T *x, const tnk_int *incx, const T *y,
+                                    const tnk_int *incy) {
   const Check check(routine);
   if (!check.address(1, "result", result) || !check.length<T>(2, "n", n)) return;
   if (*n == 0) {
@@ -51,6 +55,42 @@ void dotc(const char *routine, KernelEntry<Kernel> &kernel, T *result, const tnk
   }
   if (check.vector(3, "x", x, "incx", incx, *n) && check.vector(5, "y", y, "incy", incy, *n))
     if (Kernel *run = kernel.get(routine)) run(result, n, x, incx, y, incy);
+}
+
+// Calls as they come.
+
+template <class T, class Kernel>
+void axpy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *alpha, const T *x,
+          const tnk_int *incx, T *y, const tnk_int *incy) {
+  Kernel *const run = kernel.known();
+  if (run && all_given(n, alpha, x, incx, y, incy) && are_usual(n, incx, incy))
+    return run(n, alpha, x, incx, y, incy);
+  careful_axpy(routine, kernel, n, alpha, x, incx, y, incy);
+}
+
+template <class T, class Kernel>
+void copy(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *x, const tnk_int *incx,
+          T *y, const tnk_int *incy) {
+  Kernel *const run = kernel.known();
+  if (run && all_given(n, x, incx, y, incy) && are_usual(n, incx, incy)) return run(n, x, incx, y, incy);
+  careful_copy(routine, kernel, n, x, incx, y, incy);
+}
+
+template <class T, class Kernel>
+T dot(const char *routine, KernelEntry<Kernel> &kernel, const tnk_int *n, const T *x, const tnk_int *incx,
+      const T *y, const tnk_int *incy) {
+  Kernel *const run = kernel.known();
+  if (run && all_given(n, x, incx, y, incy) && are_usual(n, incx, incy)) return run(n, x, incx, y, incy);
+  return careful_dot(routine, kernel, n, x, incx, y, incy);
+}
+
+template <class T, class Kernel>
+void dotc(const char *routine, KernelEntry<Kernel> &kernel, T *result, const tnk_int *n, const T *x,
+          const tnk_int *incx, const T *y, const tnk_int *incy) {
+  Kernel *const run = kernel.known();
+  if (run && all_given(result, n, x, incx, y, incy) && are_usual(n, incx, incy))
+    return run(result, n, x, incx, y, incy);
+  careful_dotc(routine, kernel, result, n, x, incx, y, incy);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "host/dispatch/check.h"
 #include "host/dispatch/kernel_loader.h"
 #include "host/routines/element.h"
+#include "host/service/errno_keeper.h"
 #include "host/threading/cut.h"
 #include "host/threading/team.h"
 
@@ -25,16 +26,41 @@ template <class Kernel> struct Product {
   KernelEntry<const std::int32_t> row_in_use;
 };
 
+bool is_plain(char letter) {
+  return (letter | 32) == 'n';
+}
+bool is_option(char letter) {
+  return is_plain(letter) || (letter | 32) == 't' || (letter | 32) == 'c';
+}
+
+// Products up to this order are not worth a second thread, by far.
+constexpr std::uint64_t small_order = 64;
+static_assert(static_cast<double>(8 * small_order * small_order * small_order) < 2 * least_operations);
+
+// Good arguments of a small product. Numbers share a question: where one is negative, so is their union.
+[[gnu::always_inline]] inline bool are_usual(char transa, char transb, tnk_int m, tnk_int n, tnk_int k,
+                                             tnk_int lda, tnk_int ldb, tnk_int ldc) {
+  constexpr std::uint64_t usual_gap = 1 << 20;
+  const auto from = [](tnk_int least, tnk_int size) {
+    return static_cast<std::uint64_t>(size) - static_cast<std::uint64_t>(least);
+  };
+  const auto sizes = from(1, m) | from(1, n) | from(1, k);
+  const auto gaps = from(is_plain(transa) ? m : k, lda) | from(is_plain(transb) ? k : n, ldb) | from(m, ldc);
+  return sizes < small_order && gaps < usual_gap && is_option(transa) && is_option(transb);
+}
+
 template <class T, class Kernel>
-void gemm(const char *routine, Product<Kernel> &product, const char *transa, const char *transb,
-          const tnk_int *m, const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,
-          const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {
+[[gnu::noinline]] void careful_gemm(const char *routine, Product<Kernel> &product, const char *transa,
+                                    const char *transb, const tnk_int *m, const tnk_int *n, const tnk_int *k,
+                                    const T *alpha, const T *a, const tnk_int *lda, const T *b,
+                                    const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {
   const Check check(routine);
+  const ErrnoKeeper keeper;
   if (!check.option(1, "transa", transa, "NTC") || !check.option(2, "transb", transb, "NTC") ||
       !check.length<T>(3, "m", m) || !check.length<T>(4, "n", n) || !check.length<T>(5, "k", k) ||
       !check.address(6, "alpha", alpha))
     return;
-  const bool plain_a = (*transa | 32) == 'n', plain_b = (*transb | 32) == 'n';
+  const bool plain_a = is_plain(*transa), plain_b = is_plain(*transb);
   const bool empty = *m == 0 || *n == 0, scales_only = *k == 0 || is_zero(*alpha);
   const bool reads = !empty && !scales_only;
   if (!check.matrix(7, "a", a, reads, "lda", lda, plain_a ? *m : *k, plain_a ? *k : *m) ||
@@ -64,6 +90,17 @@ void gemm(const char *routine, Product<Kernel> &product, const char *transa, con
     }
   }
   run(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+template <class T, class Kernel>
+void gemm(const char *routine, Product<Kernel> &product, const char *transa, const char *transb,
+          const tnk_int *m, const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,
+          const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {
+  Kernel *const run = product.kernel.known();
+  if (run && all_given(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc) &&
+      are_usual(*transa, *transb, *m, *n, *k, *lda, *ldb, *ldc))
+    return run(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  careful_gemm(routine, product, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 } // namespace

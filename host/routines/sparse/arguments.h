@@ -12,8 +12,9 @@ namespace tnk::host::sparse {
 bool is_sound(const Check &check, int at, const tnk_sparse_matrix *a, int descriptor_at,
               const tnk_sparse_descriptor *d);
 
-// Every index of a matrix that is sound.
-bool indices_are_sound(const Check &check, int at, const tnk_sparse_matrix &a, tnk_int base);
+// Every index of a matrix that is sound, and where the descriptor asks for it the place of every entry.
+bool indices_are_sound(const Check &check, int at, const tnk_sparse_matrix &a,
+                       const tnk_sparse_descriptor &d);
 
 // The arguments that begin the list of every routine that computes: op, alpha, matrix, descriptor.
 template <class T>
@@ -25,7 +26,8 @@ bool operands_are_sound(const Check &check, char op, const T *alpha, const tnk_s
          check.number(descriptor, "descriptor->kind", d->kind,
                       is_complex<T> || d->kind != TNK_SPARSE_HERMITIAN, "a kind that real matrices have") &&
          check.length<T>(matrix, "matrix->m", &a->m) && check.length<T>(matrix, "matrix->n", &a->n) &&
-         (!d->check || indices_are_sound(check, matrix, *a, d->base));
+         check.length<T>(matrix, "matrix->nnz", &a->nnz) &&
+         (d->check == TNK_SPARSE_TRUSTED || indices_are_sound(check, matrix, *a, *d));
 }
 
 } // namespace tnk::host::sparse

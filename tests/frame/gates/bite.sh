@@ -44,6 +44,8 @@ expect 'imported but not allowed: rand$' "$gates/imports.sh" "$faulty" "$allowed
 expect 'run path is' "$gates/imports.sh" "$faulty" "$allowed"
 expect 'needs the library libstdc\+\+' "$gates/imports.sh" "$faulty" "$allowed"
 expect '1 static constructors' "$gates/start.sh" "$faulty"
+expect 'reads the environment .*: getenv$' "$gates/environment.sh" "$faulty"
+expect 'does not import secure_getenv$' "$gates/environment.sh" "$good"
 for name in integer_add fused broadcast leading_zeros andn half_precision; do
   expect "in faulty_$name" "$gates/isa.sh" "$faulty" generic64+avx
 done
@@ -55,6 +57,7 @@ for fault in 'listed but no entry: tnk_blas_xdaxpy' 'an entry but not listed: fa
 done
 # A file that is not there passes nothing.
 expect 'no such file' "$gates/exports.sh" /nowhere.so "$@"
+expect 'no such file' "$gates/environment.sh" /nowhere.so
 expect 'no such file' "$gates/imports.sh" /nowhere.so "$allowed"
 expect 'no such file' "$gates/headings.sh" /nowhere.txt "$@"
 expect 'no such file' "$gates/front.sh" /nowhere.so "$host" "$@"

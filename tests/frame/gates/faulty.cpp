@@ -7,6 +7,9 @@ extern "C" {
 
 int faulty_started = std::rand(); // runs at load, and imports what is not allowed
 
+const char *faulty_setting() {
+  return std::getenv("TNK_KERNEL_PATH");
+}
 __m256i faulty_integer_add(__m256i a, __m256i b) {
   return _mm256_add_epi32(a, b);
 }

@@ -1,14 +1,18 @@
 // The first outcome of loading stays for the life of a process, so each refusal is met in a process of its
 // own: a death test of the thread-safe kind starts this program anew.
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <elf.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <thread>
 #include <tnk/blas.h>
 #include <tnk/host.h>
@@ -22,6 +26,7 @@ namespace {
 // Loads twice and runs a public routine; ends with 0 when all three were refused alike and nothing was
 // touched.
 [[noreturn]] void be_refused(const char *path, tnk_status expected) {
+  alarm(60); // for one who waits for somebody to write into a pipe
   setenv("TNK_KERNEL_PATH", path, 1);
   const std::string before = tnk_kernel_message();
   const tnk_status status = tnk_kernel_load();
@@ -37,20 +42,36 @@ namespace {
   std::exit(right ? 0 : 1);
 }
 
-// A file in memory with the first `length` bytes of the kernel library; gone with the process. The dynamic linker would
-// map it and die of a bus error.
-std::string beginning_of_the_kernel_library(std::size_t length) {
-  const auto whole = std::filesystem::path(TNK_TEST_HOST_LIBRARY).replace_filename("libtnk_avx.so");
-  std::ifstream file(whole, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+std::filesystem::path beside_the_host(const char *name) {
+  return std::filesystem::path(TNK_TEST_HOST_LIBRARY).replace_filename(name);
+}
+std::string bytes_of_the_kernel_library() {
+  std::ifstream file(beside_the_host("libtnk_avx.so"), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+// Where the last of what a loader maps ends.
+std::size_t end_of_segments(const std::string &bytes) {
+  Elf64_Ehdr header;
+  std::memcpy(&header, bytes.data(), sizeof header);
+  std::size_t end = 0;
+  for (std::size_t i = 0; i < header.e_phnum; ++i) {
+    Elf64_Phdr segment;
+    std::memcpy(&segment, bytes.data() + header.e_phoff + i * sizeof segment, sizeof segment);
+    if (segment.p_type == PT_LOAD) end = std::max(end, segment.p_offset + segment.p_filesz);
+  }
+  return end;
+}
+// A file in memory; gone with the process.
+std::string file_of(const std::string &bytes) {
   const int memory = memfd_create("kernels", 0);
-  const bool written =
-      length < bytes.size() && write(memory, bytes.data(), length) == static_cast<ssize_t>(length);
+  const bool written = write(memory, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
   return written ? "/proc/self/fd/" + std::to_string(memory) : "";
 }
 
 TEST(KernelLoaderDeathTest, RefusesWithTheReason) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::string pipe = beside_the_host("tnk_test_pipe");
+  ASSERT_TRUE(mkfifo(pipe.c_str(), 0600) == 0 || errno == EEXIST);
   struct {
     const char *path;
     tnk_status status;
@@ -61,7 +82,8 @@ TEST(KernelLoaderDeathTest, RefusesWithTheReason) {
        "it\\)"},
       {"/proc/self/status", TNK_KERNEL_MISSING,
        "tnk: tnk_kernel_load: kernel library .* cannot be loaded: .*status"},
-      {"/tmp", TNK_KERNEL_MISSING, "kernel library /tmp cannot be loaded: "},
+      {"/tmp", TNK_KERNEL_MISSING, "kernel library /tmp cannot be loaded: it is no regular file"},
+      {pipe.c_str(), TNK_KERNEL_MISSING, "cannot be loaded: it is no regular file"},
       {TNK_TEST_HOST_LIBRARY, TNK_KERNEL_FOREIGN, "libtnk_host.so is not a kernel library"},
       {TNK_TEST_OTHER_CLASS, TNK_KERNEL_OTHER_CLASS,
        "is for processor class 7 \\(unknown\\), this processor is of class 4 \\(AVX\\)"},
@@ -71,9 +93,44 @@ TEST(KernelLoaderDeathTest, RefusesWithTheReason) {
   };
   for (const auto &c : cases)
     EXPECT_EXIT(be_refused(c.path, c.status), testing::ExitedWithCode(0), c.message) << c.path;
-  for (const std::size_t length : {100, 20000})
-    EXPECT_EXIT(be_refused(beginning_of_the_kernel_library(length).c_str(), TNK_KERNEL_MISSING),
+  // The dynamic linker would map these, and the process would die of a bus error.
+  const std::string whole = bytes_of_the_kernel_library();
+  const std::size_t needed = end_of_segments(whole);
+  for (const std::size_t length : {std::size_t{100}, std::size_t{20000}, needed - 1})
+    EXPECT_EXIT(be_refused(file_of(whole.substr(0, length)).c_str(), TNK_KERNEL_MISSING),
                 testing::ExitedWithCode(0), "cannot be loaded: the file is cut short");
+  const auto load_needed = [&] {
+    setenv("TNK_KERNEL_PATH", file_of(whole.substr(0, needed)).c_str(), 1);
+    std::exit(tnk_kernel_load());
+  };
+  EXPECT_EXIT(load_needed(), testing::ExitedWithCode(TNK_OK), "");
+}
+
+// First calls look for the kernel library, measure caches, take memory and start threads.
+TEST(KernelLoaderDeathTest, FirstCallsKeepErrno) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto call = [](auto routine) {
+    errno = 77;
+    routine();
+    return errno == 77;
+  };
+  const auto check_all = [&] {
+    const tnk_int n = 1, order = 400;
+    const double one = 1;
+    double y = 4;
+    std::vector<double> a(160000), c(160000);
+    bool kept = call([&] { tnk_kernel_path(); }) && call([&] { tnk_blas_daxpy(&n, &one, &one, &n, &y, &n); });
+    tnk_set_num_threads(2);
+    kept = kept && call([&] {
+             tnk_blas_dgemm("N", "N", &order, &order, &order, &one, a.data(), &order, a.data(), &order, &one,
+                            c.data(), &order);
+           });
+    kept = kept && call([] { tnk_kernel_entry("no_such_entry"); }) && call([] {
+             tnk_serv_tnk_free(tnk_serv_tnk_malloc(INT64_MAX, 64)); // refused
+           });
+    std::exit(kept ? 0 : 1);
+  };
+  EXPECT_EXIT(check_all(), testing::ExitedWithCode(0), "");
 }
 
 TEST(KernelLoader, LoadsOnceForAllThreads) {
@@ -100,7 +157,7 @@ TEST(KernelLoader, LoadsOnceForAllThreads) {
 
 TEST(KernelLoader, OnlyTheLibrarysOwnNamesAreEntries) {
   tnk::test::ErrorRecorder errors;
-  for (const char *name : {"tnk_no_such_entry", "malloc", "tnk_serv_allocate"})
+  for (const char *name : {"tnk_no_such_entry", "malloc", "tnk_serv_allocate", ""})
     EXPECT_EQ(tnk_kernel_entry(name), nullptr) << name;
   EXPECT_EQ(errors.last().count, 0);
   EXPECT_EQ(tnk_kernel_require("malloc"), nullptr);
@@ -108,6 +165,12 @@ TEST(KernelLoader, OnlyTheLibrarysOwnNamesAreEntries) {
   EXPECT_EQ(errors.last().message,
             std::string("malloc: the kernel library ") + tnk_kernel_path() + " has no entry malloc");
   EXPECT_EQ(tnk_kernel_require("dll_cpu_version"), tnk_kernel_entry("dll_cpu_version"));
+  errors.take();
+  const std::string null = ": argument 1 (name) is a null address, expected the address of a value";
+  EXPECT_EQ(tnk_kernel_entry(nullptr), nullptr);
+  EXPECT_EQ(errors.bad_argument(), "tnk_kernel_entry" + null);
+  EXPECT_EQ(tnk_kernel_require(nullptr), nullptr);
+  EXPECT_EQ(errors.bad_argument(), "tnk_kernel_require" + null);
 }
 
 } // namespace

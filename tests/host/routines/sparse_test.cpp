@@ -3,7 +3,9 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <tnk/host.h>
 #include <tnk/sparse.h>
+#include <vector>
 
 namespace {
 
@@ -27,6 +29,8 @@ struct Job {
     return tnk_sparse_check(matrix, descriptor);
   }
 };
+
+constexpr tnk_int most = (tnk_int{1} << 47) / 8; // numbers of 8 bytes in memory
 
 TEST(SparseArguments, AreRefusedByName) {
   const std::string mv = "tnk_sparse_dmv", mm = "tnk_sparse_dmm", check = "tnk_sparse_check",
@@ -59,11 +63,12 @@ TEST(SparseArguments, AreRefusedByName) {
       {mv, [](Job &j) { j.a.nnz = -3; }, "3 (matrix->nnz) is -3, expected 0 or more"},
       {mv, [](Job &j) { j.a.storage = tnk_sparse_storage(2); }, "3 (matrix->storage) is 2, expected 0 to 1"},
       {mm, [](Job &j) { j.d.kind = tnk_sparse_kind(6); }, "4 (descriptor->kind) is 6, expected 0 to 5"},
-      {mv, [](Job &j) { j.d.triangle = tnk_sparse_triangle(2); },
+      {mv, [](Job &j) { j.a.n = 2, j.d.kind = TNK_SPARSE_SKEW, j.d.triangle = tnk_sparse_triangle(2); },
        "4 (descriptor->triangle) is 2, expected 0 to 1"},
-      {mv, [](Job &j) { j.d.diagonal = tnk_sparse_diagonal(2); },
+      {mv, [](Job &j) { j.a.n = 2, j.d.kind = TNK_SPARSE_DIAGONAL, j.d.diagonal = tnk_sparse_diagonal(2); },
        "4 (descriptor->diagonal) is 2, expected 0 to 1"},
       {mm, [](Job &j) { j.d.base = 2; }, "4 (descriptor->base) is 2, expected 0 to 1"},
+      {mm, [](Job &j) { j.d.check = 3; }, "4 (descriptor->check) is 3, expected 0 to 2"},
       {mm, [](Job &j) { j.d.kind = TNK_SPARSE_SKEW; },
        "3 (matrix->n) is 3, expected as many columns as rows in this kind of matrix"},
       {mv, [](Job &j) { j.a.n = 2, j.d.kind = TNK_SPARSE_HERMITIAN; },
@@ -76,6 +81,22 @@ TEST(SparseArguments, AreRefusedByName) {
       {mv, [](Job &j) { j.d.check = j.d.base = 1, j.a.storage = TNK_SPARSE_COO; },
        "3 (matrix->row_index[0]) is 0, expected 1 to 2"},
       {check, [](Job &j) { j.column[0] = -1; }, "1 (matrix->col_index[0]) is -1, expected 0 to 2"},
+      // The look comes first, also where a product would read nothing.
+      {mv, [](Job &j) { j.d.check = 1, j.column[2] = 3, j.alpha = &j.zero; },
+       "3 (matrix->col_index[2]) is 3, expected 0 to 2"},
+      // Row pointers from which positions could not be counted.
+      {check, [](Job &j) { j.start[0] = INT64_MAX - 2, j.end[0] = j.start[1] = j.end[1] = INT64_MAX; },
+       "1 (matrix->row_start[0]) is 9223372036854775805, expected -9223372036854775808 to "
+       "9223372036854775804"},
+      // What could not lie in memory.
+      {mv, [](Job &j) { j.a.m = most + 1; }, "3 (matrix->m) is 17592186044417, expected 0 to 17592186044416"},
+      {mm, [](Job &j) { j.a.n = most + 1; }, "3 (matrix->n) is 17592186044417, expected 0 to 17592186044416"},
+      {mv, [](Job &j) { j.a.nnz = most + 1; },
+       "3 (matrix->nnz) is 17592186044417, expected 0 to 17592186044416"},
+      {mm, [](Job &j) { j.nrhs = most + 1; }, "5 (nrhs) is 17592186044417, expected 0 to 17592186044416"},
+      {mm, [](Job &j) { j.ld = most; }, "7 (ldb) is 17592186044416, expected 2 to 8796093022207"},
+      {mm, [](Job &j) { j.ld = most, j.a.n = 1; },
+       "10 (ldc) is 17592186044416, expected 2 to 17592186044414"},
   };
   ErrorRecorder errors;
   for (const auto &c : cases) {
@@ -85,8 +106,90 @@ TEST(SparseArguments, AreRefusedByName) {
     EXPECT_EQ(errors.bad_argument(), c.routine + ": argument " + c.message);
     EXPECT_EQ(std::memcmp(j.out, Job().out, sizeof j.out), 0) << c.message;
   }
-  for (const std::string &good : {mv, mm, check}) EXPECT_EQ(Job().run(good), TNK_SPARSE_OK);
+  // A general matrix has no triangle and no diagonal of its own; a zero alpha leaves wrong indices unread.
+  for (const std::string &good : {mv, mm, check}) {
+    Job j;
+    j.d.triangle = tnk_sparse_triangle(9), j.d.diagonal = tnk_sparse_diagonal(9), j.d.check = 2;
+    EXPECT_EQ(j.run(good), TNK_SPARSE_OK);
+    j.d.check = 0, j.alpha = &j.zero, j.column[1] = -1000000000000;
+    EXPECT_TRUE(good == check || j.run(good) == TNK_SPARSE_OK);
+  }
   EXPECT_EQ(errors.last().count, 0);
+}
+
+// Places of a matrix with 3 rows and columns, in the kinds where they do not count.
+TEST(SparseArguments, EntriesThatDoNotCountAreFoundWhereAsked) {
+  ErrorRecorder errors;
+  for (int variant = 0; variant < 6 * 2 * 2 * 2 * 2; ++variant) {
+    const auto kind = static_cast<tnk_sparse_kind>(variant / 16);
+    tnk_sparse_descriptor d{kind, static_cast<tnk_sparse_triangle>(variant / 8 % 2),
+                            static_cast<tnk_sparse_diagonal>(variant / 4 % 2), variant / 2 % 2, 0};
+    for (tnk_int row = 0; row < 3; ++row)
+      for (tnk_int column = 0; column < 3; ++column) {
+        const double value = 1;
+        const tnk_int starts[] = {7, 7 + (row < 1), 7 + (row < 2), 8}, i = row + d.base, j = column + d.base;
+        const tnk_sparse_matrix a{
+            static_cast<tnk_sparse_storage>(variant % 2), 3, 3, 1, &value, &j, &i, starts, starts + 1};
+        const bool on_diagonal = row == column, lower = d.triangle == TNK_SPARSE_LOWER;
+        const bool counts = kind == TNK_SPARSE_GENERAL ? true
+                            : on_diagonal ? kind != TNK_SPARSE_SKEW && d.diagonal == TNK_SPARSE_NONUNIT
+                                          : kind != TNK_SPARSE_DIAGONAL && lower == (row > column);
+        d.check = TNK_SPARSE_INDICES;
+        EXPECT_EQ(tnk_sparse_check(&a, &d), TNK_SPARSE_OK);
+        d.check = TNK_SPARSE_ENTRIES;
+        EXPECT_EQ(tnk_sparse_check(&a, &d) == TNK_SPARSE_OK, counts)
+            << variant << ' ' << row << ' ' << column;
+        EXPECT_EQ(errors.take().argument, counts ? "" : "matrix->col_index[0]");
+      }
+  }
+  Job j;
+  j.a.n = 2, j.column[1] = 0, j.column[2] = 1, j.d.check = TNK_SPARSE_ENTRIES;
+  const auto refusal = [&](tnk_sparse_kind kind, tnk_sparse_triangle triangle, tnk_sparse_diagonal diagonal) {
+    j.d.kind = kind, j.d.triangle = triangle, j.d.diagonal = diagonal;
+    EXPECT_EQ(j.run("tnk_sparse_dmv"), TNK_SPARSE_BAD_ARGUMENT);
+    return errors.bad_argument();
+  };
+  const std::string found = "tnk_sparse_dmv: argument 3 (matrix->col_index";
+  EXPECT_EQ(refusal(TNK_SPARSE_SYMMETRIC, TNK_SPARSE_UPPER, TNK_SPARSE_NONUNIT),
+            found + "[1]) is 0, expected 1 to 1");
+  EXPECT_EQ(refusal(TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER, TNK_SPARSE_UNIT),
+            found + "[0]) is 0, expected no entry in its row");
+}
+
+// Rows may stand in any order behind the first one, which says where counting begins; pieces for threads, found by
+// halving the row pointers, are only less even then.
+TEST(SparseProducts, RowsMayStandInAnyOrder) {
+  constexpr tnk_int m = 600, length = 400;
+  std::vector<double> values, x(m), y[2][3];
+  std::vector<tnk_int> column, start[2];
+  for (tnk_int i = 0; i < m; ++i) {
+    x[static_cast<std::size_t>(i)] = 1.0 / static_cast<double>(i + 3);
+    start[0].push_back(i * length);
+    start[1].push_back(i == 0 ? 0 : (m - i) * length);
+  }
+  std::vector<tnk_int> end[2] = {start[0], start[1]};
+  for (tnk_int p = 0; p < m * length; ++p) {
+    values.push_back(1.0 / static_cast<double>(p % 97 + 2));
+    column.push_back(p * 7 % m);
+  }
+  const double one = 1, zero = 0;
+  for (int order = 0; order < 2; ++order) {
+    for (tnk_int &p : end[order]) p += length;
+    const tnk_sparse_matrix a{
+        TNK_SPARSE_CSR,   m, m, m * length, values.data(), column.data(), nullptr, start[order].data(),
+        end[order].data()};
+    const tnk_sparse_descriptor d{};
+    for (int threads = 1; threads <= 3; ++threads) {
+      std::vector<double> &out = y[order][threads - 1];
+      out.resize(m);
+      tnk_set_num_threads(threads);
+      EXPECT_EQ(tnk_sparse_dmv('N', &one, &a, &d, x.data(), &zero, out.data()), TNK_SPARSE_OK);
+      EXPECT_EQ(out, y[order][0]);
+    }
+  }
+  tnk_set_num_threads(0);
+  for (std::size_t i = 1; i < m; ++i) ASSERT_EQ(y[1][0][i], y[0][0][m - i]) << i;
+  EXPECT_EQ(y[1][0][0], y[0][0][0]);
 }
 
 TEST(SparseArguments, OnesWithoutEntriesAreTheIdentity) {

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <thread>
 #include <tnk/services.h>
 
@@ -103,6 +104,35 @@ TEST(Memory, ScratchBlocksInUseAreDistinct) {
   other.join();
 }
 
+#ifndef TNK_CHECK_BLOCKS
+// Bytes that the C library's allocator has given out.
+std::size_t bytes_in_use() {
+  const auto count = mallinfo2();
+  return count.uordblks + count.hblkhd;
+}
+
+TEST(Memory, AThreadKeepsOneScratchBlockUntilItEnds) {
+  constexpr std::size_t kept = 131072;
+  const std::size_t before = bytes_in_use();
+  std::thread([] {
+    const std::size_t none = bytes_in_use();
+    void *const block = tnk_serv_allocate(1, 128);
+    const std::size_t one = bytes_in_use();
+    EXPECT_TRUE(one >= none + kept && one < none + 2 * kept);
+    void *const other = tnk_serv_allocate(1000, 128); // the kept one is lent
+    EXPECT_TRUE(bytes_in_use() > one && bytes_in_use() < one + kept);
+    tnk_serv_deallocate(other);
+    for (int round = 0; round < 3; ++round) {
+      tnk_serv_deallocate(round == 0 ? block : tnk_serv_allocate(kept, 128));
+      EXPECT_EQ(bytes_in_use(), one) << "the block stays and serves again";
+    }
+    tnk_serv_deallocate(tnk_serv_allocate(kept + 1, 128));
+    EXPECT_EQ(bytes_in_use(), one) << "a larger one goes back";
+  }).join();
+  EXPECT_LT(bytes_in_use(), before + kept) << "the thread's end gives it back";
+}
+#endif
+
 TEST(Memory, CheckPtrReportsNullOnly) {
   ErrorRecorder errors;
   int something = 0;
@@ -112,6 +142,8 @@ TEST(Memory, CheckPtrReportsNullOnly) {
   const auto seen = errors.take();
   EXPECT_TRUE(seen.count == 1 && seen.kind == TNK_ERROR_MEMORY && seen.routine == "xgemm" &&
               seen.position == 0);
+  EXPECT_NE(tnk_serv_check_ptr(nullptr, nullptr), 0);
+  EXPECT_EQ(errors.take().message, "?: no memory for a work array");
 }
 
 TEST(Memory, TheRuntimesAllocatorIsReachedThroughVariables) {

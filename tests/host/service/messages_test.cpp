@@ -9,6 +9,7 @@
 #include <tnk/blas.h>
 #include <tnk/host.h>
 #include <tnk/services.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -105,12 +106,21 @@ TEST(Errors, SettingAHandlerGivesTheOneBefore) {
 TEST(Errors, TheDefaultHandlerWritesOneLineAndKeepsErrno) {
   const tnk_int n = -2, inc = 1;
   double x = 0, y = 0;
+  const auto report = [&] {
+    errno = 77;
+    tnk_blas_dcopy(&n, &x, &inc, &y, &inc);
+    return errno;
+  };
   testing::internal::CaptureStderr();
-  errno = 77;
-  tnk_blas_dcopy(&n, &x, &inc, &y, &inc);
-  EXPECT_EQ(errno, 77);
+  EXPECT_EQ(report(), 77);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "tnk: tnk_blas_dcopy: argument 1 (n) is -2, expected 0 or more\n");
+  const int standard_error = dup(STDERR_FILENO);
+  close(STDERR_FILENO); // nothing can be written
+  const int seen = report();
+  dup2(standard_error, STDERR_FILENO);
+  close(standard_error);
+  EXPECT_EQ(seen, 77);
 }
 
 TEST(Errors, AHandlerMayCallTheLibrary) {
