@@ -31,10 +31,6 @@ double tnk_blas_xdgemm(double a, double b, double c, double d, double e, double 
   return sum({a, b, c, d, e, f, g, h, i});
 }
 
-float tnk_blas_sasum(float a, std::int64_t b, double c) {
-  return sum({a, static_cast<float>(b), static_cast<float>(c)});
-}
-
 tnk_complex8 tnk_blas_xcgemm(tnk_complex8 a, std::int64_t b, tnk_complex8 c) {
   const float factor = static_cast<float>(b);
   return {sum({a.re, factor, c.re}), sum({a.im, factor, c.im})};
@@ -57,18 +53,12 @@ double tnk_blas_dasum(int count, ...) {
 
 __m256d tnk_blas_ddoti(__m256d a, __m256d b, __m256d c, __m256d d, __m256d e, __m256d f, __m256d g, __m256d h,
                        __m256d i) {
-  __m256d sum = a;
-  for (const __m256d &argument : {b, c, d, e, f, g, h, i})
-    sum = _mm256_add_pd(_mm256_mul_pd(_mm256_set1_pd(3), sum), argument);
-  return sum;
+  return a + 2 * b + 3 * c + 4 * d + 5 * e + 6 * f + 7 * g + 8 * h + 9 * i;
 }
 
 __m512d tnk_blas_sdoti(__m512d a, __m512d b, __m512d c, __m512d d, __m512d e, __m512d f, __m512d g,
                        __m512d h) {
-  __m512d sum = a;
-  for (const __m512d &argument : {b, c, d, e, f, g, h})
-    sum = _mm512_add_pd(_mm512_mul_pd(_mm512_set1_pd(3), sum), argument);
-  return sum;
+  return a + 2 * b + 3 * c + 4 * d + 5 * e + 6 * f + 7 * g + 8 * h;
 }
 
 int tnk_blas_idamax(void) {

@@ -17,7 +17,6 @@ std::int64_t tnk_blas_xsgemm(std::int64_t, std::int64_t, std::int64_t, std::int6
                              std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::int64_t,
                              std::int64_t, std::int64_t, std::int64_t, std::int64_t);
 double tnk_blas_xdgemm(double, double, double, double, double, double, double, double, double);
-float tnk_blas_sasum(float, std::int64_t, double);
 // Numbers by value: the one fits a register, the other takes two.
 tnk_complex8 tnk_blas_xcgemm(tnk_complex8, std::int64_t, tnk_complex8);
 tnk_complex16 tnk_blas_xzgemm(tnk_complex16, tnk_complex8, std::int64_t, tnk_complex16, tnk_complex16);
