@@ -51,6 +51,38 @@ double tnk_blas_ddot(const tnk_int *n, const double *x, const tnk_int *incx, con
 void tnk_blas_cdotc(tnk_complex8 *result, const tnk_int *n, const tnk_complex8 *x, const tnk_int *incx,
                     const tnk_complex8 *y, const tnk_int *incy);
 
+/* ---- Matrix and vector ---------------------------------------------------------------------------------------
+
+   Matrices are column-major: element (i, j), from 0, stands at i + j * lda. Semantics follow Dongarra, Du Croz, Hammarling
+   and Hanson, "An extended set of Fortran Basic Linear Algebra Subprograms", ACM TOMS 14 (1988). Bad arguments, reported
+   as above with nothing touched: a letter other than those named; a dimension that is negative or beyond memory; a leading
+   dimension below the rows of the matrix (or below 1), or with which it could not lie in memory; an increment of 0, or one
+   with which the vector could not; a null address of a scalar, or of an array that the call would touch. */
+
+/* y := alpha op(A) x + beta y, A m by n. trans: "N" op(A) = A, "T" its transpose, "C" its conjugate transpose (in the
+   real types the same as "T"), in either case. Nothing is done when m or n is 0. beta = 0 stores without reading y; alpha
+   = 0 leaves A and x unread, and their addresses may then be null. y must not overlap A or x. */
+void tnk_blas_sgemv(const char *trans, const tnk_int *m, const tnk_int *n, const float *alpha, const float *a,
+                    const tnk_int *lda, const float *x, const tnk_int *incx, const float *beta, float *y,
+                    const tnk_int *incy);
+void tnk_blas_dgemv(const char *trans, const tnk_int *m, const tnk_int *n, const double *alpha,
+                    const double *a, const tnk_int *lda, const double *x, const tnk_int *incx,
+                    const double *beta, double *y, const tnk_int *incy);
+void tnk_blas_cgemv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_complex8 *alpha,
+                    const tnk_complex8 *a, const tnk_int *lda, const tnk_complex8 *x, const tnk_int *incx,
+                    const tnk_complex8 *beta, tnk_complex8 *y, const tnk_int *incy);
+void tnk_blas_zgemv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_complex16 *alpha,
+                    const tnk_complex16 *a, const tnk_int *lda, const tnk_complex16 *x, const tnk_int *incx,
+                    const tnk_complex16 *beta, tnk_complex16 *y, const tnk_int *incy);
+
+/* A := alpha x x^T + A, A symmetric of order n. Only the triangle that uplo names, "U" or "L" in either case, is read and
+   written, a column at a time: column j gets (alpha x[j]) x. Nothing is done when n or alpha is 0; a column whose alpha
+   x[j] is zero stays. A must not overlap x. */
+void tnk_blas_ssyr(const char *uplo, const tnk_int *n, const float *alpha, const float *x,
+                   const tnk_int *incx, float *a, const tnk_int *lda);
+void tnk_blas_dsyr(const char *uplo, const tnk_int *n, const double *alpha, const double *x,
+                   const tnk_int *incx, double *a, const tnk_int *lda);
+
 /* ---- Matrix products -----------------------------------------------------------------------------------------
 
    C := alpha op(A) op(B) + beta C with op(A) m by k, op(B) k by n and C m by n. transa and transb, read from their

@@ -10,13 +10,23 @@ template <class T> struct host_blas;
 template <> struct host_blas<float> {
   static constexpr auto axpy = tnk_blas_saxpy;
   static constexpr auto dot = tnk_blas_sdot;
+  static constexpr auto gemv = tnk_blas_sgemv;
+  static constexpr auto syr = tnk_blas_ssyr;
 };
 template <> struct host_blas<double> {
   static constexpr auto axpy = tnk_blas_daxpy;
   static constexpr auto dot = tnk_blas_ddot;
+  static constexpr auto gemv = tnk_blas_dgemv;
+  static constexpr auto syr = tnk_blas_dsyr;
 };
-template <> struct host_blas<tnk_complex8> { static constexpr auto axpy = tnk_blas_caxpy; };
-template <> struct host_blas<tnk_complex16> { static constexpr auto axpy = tnk_blas_zaxpy; };
+template <> struct host_blas<tnk_complex8> {
+  static constexpr auto axpy = tnk_blas_caxpy;
+  static constexpr auto gemv = tnk_blas_cgemv;
+};
+template <> struct host_blas<tnk_complex16> {
+  static constexpr auto axpy = tnk_blas_zaxpy;
+  static constexpr auto gemv = tnk_blas_zgemv;
+};
 
 // The same for vectors whose elements stand side by side.
 template <class T> inline void host_axpy(tnk_int n, T alpha, const T *x, T *y) {

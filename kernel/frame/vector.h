@@ -192,6 +192,9 @@ inline f64x4 magnitude(f64x4 v) {
 inline f32x8 magnitude(f32x8 v) {
   return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
 }
+inline f32x4 magnitude(f32x4 v) {
+  return _mm_andnot_ps(_mm_set1_ps(-0.0f), v);
+}
 
 // ---- Complex --------------------------------------------------------------------------------------------------
 

@@ -1,0 +1,101 @@
+// Public routines of matrix and vector: check, then run the kernels.
+#include <tnk/blas.h>
+#include <tnk/blas_level1.h>
+#include <tnk/blas_level2.h>
+
+#include "host/dispatch/check.h"
+#include "host/dispatch/kernel_loader.h"
+#include "host/routines/element.h"
+
+namespace tnk::host {
+namespace {
+
+template <class T> bool is_value(const T &a, double value) {
+  if constexpr (is_complex<T>)
+    return a.re == value && a.im == 0;
+  else
+    return a == value;
+}
+
+// A vector and its increment, which these routines do not take as 0. One that is not touched may have any address.
+template <class T>
+bool vector(const Check &check, int position, const char *name, const T *first, bool touched,
+            const char *increment_name, const tnk_int *increment, tnk_int n) {
+  if ((touched && !check.address(position, name, first)) ||
+      !check.address(position + 1, increment_name, increment) ||
+      !check.number(position + 1, increment_name, *increment, *increment != 0, "another number than 0"))
+    return false;
+  return !touched || check.vector(position, name, first, increment_name, increment, n);
+}
+
+template <class T, class Kernel>
+void gemv(const char *routine, KernelEntry<Kernel> &kernel, const char *trans, const tnk_int *m,
+          const tnk_int *n, const T *alpha, const T *a, const tnk_int *lda, const T *x, const tnk_int *incx,
+          const T *beta, T *y, const tnk_int *incy) {
+  const Check check(routine);
+  if (!check.option(1, "trans", trans, "NTC") || !check.length<T>(2, "m", m) || !check.length<T>(3, "n", n) ||
+      !check.address(4, "alpha", alpha))
+    return;
+  const bool plain = (*trans | 32) == 'n', empty = *m == 0 || *n == 0;
+  const bool reads = !empty && !is_value(*alpha, 0);
+  if (!check.matrix(5, "a", a, reads, "lda", lda, *m, *n) ||
+      !vector(check, 7, "x", x, reads, "incx", incx, plain ? *n : *m) || !check.address(9, "beta", beta))
+    return;
+  const bool writes = !empty && (reads || !is_value(*beta, 1));
+  if (!vector(check, 10, "y", y, writes, "incy", incy, plain ? *m : *n) || !writes) return;
+  if (Kernel *run = kernel.get(routine)) run(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+}
+
+template <class T, class Kernel>
+void syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo, const tnk_int *n, const T *alpha,
+         const T *x, const tnk_int *incx, T *a, const tnk_int *lda) {
+  const Check check(routine);
+  if (!check.option(1, "uplo", uplo, "UL") || !check.length<T>(2, "n", n) ||
+      !check.address(3, "alpha", alpha))
+    return;
+  const bool touches = *n > 0 && !is_value(*alpha, 0);
+  if (!vector(check, 4, "x", x, touches, "incx", incx, *n) ||
+      !check.matrix(6, "a", a, touches, "lda", lda, *n, *n) || !touches)
+    return;
+  Kernel *const run = axpy.get(routine);
+  if (!run) return;
+  static constexpr tnk_int adjacent = 1;
+  const bool upper = (*uplo | 32) == 'u';
+  const T *const first = *incx < 0 ? x + (1 - *n) * *incx : x;
+  for (tnk_int j = 0; j < *n; ++j) {
+    // The kernel starts a vector with a negative increment at its far end.
+    const tnk_int top = upper ? 0 : j, rows = upper ? j + 1 : *n - j;
+    const T *const part = first + (*incx < 0 ? top + rows - 1 : top) * *incx;
+    const T factor = *alpha * first[j * *incx];
+    run(&rows, &factor, part, incx, a + top + j * *lda, &adjacent);
+  }
+}
+
+} // namespace
+} // namespace tnk::host
+
+#define TNK_KERNEL_OF(name)                                                                                  \
+  static tnk::host::KernelEntry<decltype(tnk_blas_x##name)> kernel("tnk_blas_x" #name)
+
+#define TNK_PUBLIC(t, T)                                                                                     \
+  void tnk_blas_##t##gemv(const char *trans, const tnk_int *m, const tnk_int *n, const T *alpha, const T *a, \
+                          const tnk_int *lda, const T *x, const tnk_int *incx, const T *beta, T *y,          \
+                          const tnk_int *incy) {                                                             \
+    TNK_KERNEL_OF(t##gemv);                                                                                  \
+    tnk::host::gemv("tnk_blas_" #t "gemv", kernel, trans, m, n, alpha, a, lda, x, incx, beta, y, incy);      \
+  }
+TNK_PUBLIC(s, float)
+TNK_PUBLIC(d, double)
+TNK_PUBLIC(c, tnk_complex8)
+TNK_PUBLIC(z, tnk_complex16)
+#undef TNK_PUBLIC
+
+#define TNK_PUBLIC(t, T)                                                                                     \
+  void tnk_blas_##t##syr(const char *uplo, const tnk_int *n, const T *alpha, const T *x,                     \
+                         const tnk_int *incx, T *a, const tnk_int *lda) {                                    \
+    TNK_KERNEL_OF(t##axpy);                                                                                  \
+    tnk::host::syr("tnk_blas_" #t "syr", kernel, uplo, n, alpha, x, incx, a, lda);                           \
+  }
+TNK_PUBLIC(s, float)
+TNK_PUBLIC(d, double)
+#undef TNK_PUBLIC

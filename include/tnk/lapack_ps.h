@@ -1,0 +1,151 @@
+/* Primitives of a LAPACK layer, as the kernel library exports them: the innermost loops of its routines and the ends of
+   its recursions. Applications reach them through tnk_kernel_entry (tnk/host.h).
+
+   The kernels check nothing. Arguments travel by address, matrices by columns: element (i, j), counted from 0, of A
+   stands at a[i + j * lda]. Letters: s float, d double, c and z complex of these. Arrays must not overlap unless a
+   sentence says so. Positions in `info` and pivot indices count from 1. Some primitives call public routines
+   (tnk_blas_dgemv and kin), which may use threads; none takes memory but ptts2.
+
+   The names of Fortran's LAPACK are kept for what does the same; their meaning is that of Anderson et al., LAPACK Users'
+   Guide, third edition, SIAM 1999. */
+#ifndef TNK_LAPACK_PS_H
+#define TNK_LAPACK_PS_H
+
+#include <tnk/types.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Small factorizations ---------------------------------------------------------------------------------- */
+
+/* Cholesky factorization of the Hermitian positive definite n by n matrix of which the named triangle is stored:
+   A = U^H U (u), A = L L^H (l). The factor takes its place; the other triangle is neither read nor written. uplo is not
+   read: the name says it. Of a complex diagonal only the real part is read, and the imaginary part becomes 0.
+   No-op when n < 1. A pivot that is not greater than zero, a NaN too, ends it: *info is then its column, the factor's
+   rows (u) or columns (l) before it stand, and the pivot is left on the diagonal. Without that *info is not written:
+   set it to 0. Rows and columns are scaled by the reciprocal of the pivot's root. From n of 50 (d_u, c), 40 (d_l, z)
+   each row or column is formed by the public matrix-vector product and, in complex, dot product; s never calls one. */
+void tnk_lapack_ps_spotrf_u_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_spotrf_l_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_dpotrf_u_small(const char *uplo, const tnk_int *n, double *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_dpotrf_l_small(const char *uplo, const tnk_int *n, double *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_cpotrf_u_small(const char *uplo, const tnk_int *n, tnk_complex8 *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_cpotrf_l_small(const char *uplo, const tnk_int *n, tnk_complex8 *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_zpotrf_u_small(const char *uplo, const tnk_int *n, tnk_complex16 *a, const tnk_int *lda,
+                                  tnk_int *info);
+void tnk_lapack_ps_zpotrf_l_small(const char *uplo, const tnk_int *n, tnk_complex16 *a, const tnk_int *lda,
+                                  tnk_int *info);
+
+/* Factorization of the symmetric n by n matrix of which the named triangle is stored: A = U D U^T (u) from the last
+   column to the first, A = L D L^T (l) from the first to the last, D with blocks of order 1 and 2 (Bunch, Kaufman,
+   Mathematics of Computation 31 (1977), 163). U or L, whose diagonal of ones is not stored, and D take A's place; the
+   other triangle is neither read nor written. uplo is not read. ipiv, n elements: ipiv[k] = p > 0, row and column k + 1
+   changed places with p, and D has a block of order 1 there; two neighbours that are both -p: a block of order 2, and
+   the row of the two that was worked on second (k - 1 of u, k + 1 of l) changed places with p. The first of equal
+   candidates is taken. A pivot that is exactly zero, with nothing else in its column, is left as it is and the
+   factorization goes on; *info is then the column of the first one met, and otherwise not written: set it to 0.
+   No-op when n < 1. */
+void tnk_lapack_ps_ssytrf_u_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
+                                  tnk_int *ipiv, tnk_int *info);
+void tnk_lapack_ps_ssytrf_l_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
+                                  tnk_int *ipiv, tnk_int *info);
+void tnk_lapack_ps_dsytrf_u_small(const char *uplo, const tnk_int *n, double *a, const tnk_int *lda,
+                                  tnk_int *ipiv, tnk_int *info);
+void tnk_lapack_ps_dsytrf_l_small(const char *uplo, const tnk_int *n, double *a, const tnk_int *lda,
+                                  tnk_int *ipiv, tnk_int *info);
+
+/* A := alpha x x^T + A, A complex symmetric (nothing is conjugated), its named triangle packed by columns in ap: upper,
+   (i, j) at i + j (j + 1) / 2; lower, at i + j (2 n - j - 1) / 2. uplo: "U" or "u" upper, any other letter lower. No-op
+   when n < 1 or alpha is zero in both parts; columns whose element of x is zero are skipped. incx > 0: element i of x
+   stands at i * incx; else at (i - n) * incx, one element further than elsewhere. */
+void tnk_lapack_ps_cspr(const char *uplo, const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x,
+                        const tnk_int *incx, tnk_complex8 *ap);
+
+/* ---- Tridiagonal systems ------------------------------------------------------------------------------------
+   Of order n: d the diagonal, n elements, dl and du the diagonals below and above it, n - 1 elements. B is n by nrhs,
+   its solution X takes its place. Right-hand sides are worked on in groups of 8 and 4 and one by one; a column has the
+   same bits in any group. A complex quotient is formed by Smith's method (CACM 5 (1962), 435). */
+
+/* A X = B for any A, by elimination with interchanges of neighbouring rows. d, dl and du become the diagonal and the
+   second and first diagonal above it of the triangular factor; the last element of dl stays. Row i is interchanged with
+   the next one unless |d[i]| >= |dl[i]|: so with a NaN in either. No-op when n < 1. A zero pivot ends it: *info is then
+   its row, and otherwise not written: set it to 0. */
+void tnk_lapack_ps_sgtsv_small(const tnk_int *n, const tnk_int *nrhs, float *dl, float *d, float *du,
+                               float *b, const tnk_int *ldb, tnk_int *info);
+void tnk_lapack_ps_dgtsv_small(const tnk_int *n, const tnk_int *nrhs, double *dl, double *d, double *du,
+                               double *b, const tnk_int *ldb, tnk_int *info);
+
+/* op(A) X = B with the factors A = L U of such an elimination. dl: its n - 1 multipliers; d, du, du2: U's diagonal and
+   the two above it, n, n - 1 and n - 2 elements; ipiv[i], i < n - 1, is i + 1, or i + 2 where row i was interchanged with
+   the next. itrans: 0 no transpose, 1 transpose, any other conjugate transpose. No-op when n < 1. */
+void tnk_lapack_ps_sgtts2(const tnk_int *itrans, const tnk_int *n, const tnk_int *nrhs, const float *dl,
+                          const float *d, const float *du, const float *du2, const tnk_int *ipiv, float *b,
+                          const tnk_int *ldb);
+void tnk_lapack_ps_dgtts2(const tnk_int *itrans, const tnk_int *n, const tnk_int *nrhs, const double *dl,
+                          const double *d, const double *du, const double *du2, const tnk_int *ipiv,
+                          double *b, const tnk_int *ldb);
+void tnk_lapack_ps_cgtts2(const tnk_int *itrans, const tnk_int *n, const tnk_int *nrhs,
+                          const tnk_complex8 *dl, const tnk_complex8 *d, const tnk_complex8 *du,
+                          const tnk_complex8 *du2, const tnk_int *ipiv, tnk_complex8 *b, const tnk_int *ldb);
+void tnk_lapack_ps_zgtts2(const tnk_int *itrans, const tnk_int *n, const tnk_int *nrhs,
+                          const tnk_complex16 *dl, const tnk_complex16 *d, const tnk_complex16 *du,
+                          const tnk_complex16 *du2, const tnk_int *ipiv, tnk_complex16 *b,
+                          const tnk_int *ldb);
+
+/* A X = B with A = L D L^H positive definite: d the n real elements of D, e the n - 1 elements of L below its diagonal
+   of ones. Order 1 scales B's row by 1 / d[0] with tnk_blas_?scal (sscal, dscal, csscal, zdscal). No-op when n < 1. From
+   four right-hand sides on n times the size of a group are taken from tnk_serv_allocate; a refusal costs time only. */
+void tnk_lapack_ps_sptts2(const tnk_int *n, const tnk_int *nrhs, const float *d, const float *e, float *b,
+                          const tnk_int *ldb);
+void tnk_lapack_ps_dptts2(const tnk_int *n, const tnk_int *nrhs, const double *d, const double *e, double *b,
+                          const tnk_int *ldb);
+void tnk_lapack_ps_cptts2(const tnk_int *n, const tnk_int *nrhs, const float *d, const tnk_complex8 *e,
+                          tnk_complex8 *b, const tnk_int *ldb);
+void tnk_lapack_ps_zptts2(const tnk_int *n, const tnk_int *nrhs, const double *d, const tnk_complex16 *e,
+                          tnk_complex16 *b, const tnk_int *ldb);
+
+/* Factors of a diagonally dominant matrix, eliminated from both ends at once without pivoting (van der Vorst,
+   Parallel Computing 5 (1987), 45). The ends meet at row q = n - 1 - (n - 1) / 2, counted from 0. d becomes the reciprocals of the
+   pivots. dl[k], k < q, becomes the multiplier by which row k was subtracted from row k + 1; dl[i - 1], i > q, element
+   (i, i - 1) divided by the pivot of row i. du stays. *info: 0, or the position of a pivot that is zero or a NaN, at
+   which it ended: pivots are met in the order 1, n, 2, n - 1, ... n < 1: *info is 0, nothing else happens. */
+void tnk_lapack_ps_sdttrfb(const tnk_int *n, float *dl, float *d, float *du, tnk_int *info);
+void tnk_lapack_ps_ddttrfb(const tnk_int *n, double *dl, double *d, double *du, tnk_int *info);
+void tnk_lapack_ps_cdttrfb(const tnk_int *n, tnk_complex8 *dl, tnk_complex8 *d, tnk_complex8 *du,
+                           tnk_int *info);
+void tnk_lapack_ps_zdttrfb(const tnk_int *n, tnk_complex16 *dl, tnk_complex16 *d, tnk_complex16 *du,
+                           tnk_int *info);
+
+/* op(A) X = B with these factors. trans: "N" or "n" A, "T" or "t" its transpose, any other letter its conjugate
+   transpose. *info becomes 0. */
+void tnk_lapack_ps_sdttrsb(const char *trans, const tnk_int *n, const tnk_int *nrhs, const float *dl,
+                           const float *d, const float *du, float *b, const tnk_int *ldb, tnk_int *info);
+void tnk_lapack_ps_ddttrsb(const char *trans, const tnk_int *n, const tnk_int *nrhs, const double *dl,
+                           const double *d, const double *du, double *b, const tnk_int *ldb, tnk_int *info);
+void tnk_lapack_ps_cdttrsb(const char *trans, const tnk_int *n, const tnk_int *nrhs, const tnk_complex8 *dl,
+                           const tnk_complex8 *d, const tnk_complex8 *du, tnk_complex8 *b, const tnk_int *ldb,
+                           tnk_int *info);
+void tnk_lapack_ps_zdttrsb(const char *trans, const tnk_int *n, const tnk_int *nrhs, const tnk_complex16 *dl,
+                           const tnk_complex16 *d, const tnk_complex16 *du, tnk_complex16 *b,
+                           const tnk_int *ldb, tnk_int *info);
+
+/* Both at once: A X = B for a diagonally dominant A. dl and d become the factors, with the bits of dttrfb, and X has
+   those of dttrsb. *info as in dttrfb; a pivot that fails leaves B, with one right-hand side, part of the way. n < 1 or
+   nrhs of 0: *info is 0, nothing else happens. */
+void tnk_lapack_ps_sdtsvb(const tnk_int *n, const tnk_int *nrhs, float *dl, float *d, float *du, float *b,
+                          const tnk_int *ldb, tnk_int *info);
+void tnk_lapack_ps_ddtsvb(const tnk_int *n, const tnk_int *nrhs, double *dl, double *d, double *du, double *b,
+                          const tnk_int *ldb, tnk_int *info);
+void tnk_lapack_ps_cdtsvb(const tnk_int *n, const tnk_int *nrhs, tnk_complex8 *dl, tnk_complex8 *d,
+                          tnk_complex8 *du, tnk_complex8 *b, const tnk_int *ldb, tnk_int *info);
+void tnk_lapack_ps_zdtsvb(const tnk_int *n, const tnk_int *nrhs, tnk_complex16 *dl, tnk_complex16 *d,
+                          tnk_complex16 *du, tnk_complex16 *b, const tnk_int *ldb, tnk_int *info);
+
+TNK_END_DECLS
+
+#endif
