@@ -53,11 +53,12 @@ std::vector<Entry> chosen(const std::vector<Row> &rows, const Options &options) 
 }
 
 void list(const std::vector<Entry> &entries) {
-  std::printf("row\tgroup\tname\tsize\tpicture\tpeer\tcores\n");
+  std::printf("row\tgroup\tname\tsize\tpicture\tcurve\tpeer\tcores\n");
   for (const auto &[row, size] : entries)
-    std::printf("%s\t%s\t%s\t%lld\t%s\t%s\t%s\n", row->full_name(size).c_str(), row->group.c_str(),
+    std::printf("%s\t%s\t%s\t%lld\t%s\t%s\t%s\t%s\n", row->full_name(size).c_str(), row->group.c_str(),
                 row->name.c_str(), static_cast<long long>(size), row->picture.c_str(),
-                row->peer_name().c_str(), row->library && row->library->has_cores() ? "same,best" : "");
+                row->curve ? "curve" : "", row->peer_name().c_str(),
+                row->library && row->library->has_cores() ? "same,best" : "");
 }
 
 std::string processor() {
@@ -80,8 +81,8 @@ void text(const std::string &value) {
 bool measure_all(const std::vector<Entry> &entries, int rounds) {
   std::printf("# processor: %s\n# compiler: %s\n# flags: %s\n", processor().c_str(), COMPILER,
               TNK_KERNEL_FLAGS);
-  std::printf(
-      "row\tseconds\trate\tunit\tlimit\tlimited_by\tpeer_seconds\tratio\tpeer\tcore\tabsent\tnote\terror\n");
+  std::printf("row\tseconds\trate\tunit\tlimit\tlimited_by\tpeer_"
+              "seconds\tratio\tpeer\tcore\tabsent\tskipped\tnote\terror\n");
   bool right = true;
   for (const auto &[row, size] : entries) {
     const Measurement m = measure(*row, size, rounds);
@@ -90,7 +91,7 @@ bool measure_all(const std::vector<Entry> &entries, int rounds) {
     number(m.seconds), number(m.rate), text(row->unit), number(m.fraction), text(m.limited_by);
     number(m.peer_seconds), number(m.ratio);
     text(library ? library->full_name() : row->peer), text(library ? library->core() : "");
-    text(library ? library->absence() : ""), text(m.note), text(m.error);
+    text(library ? library->absence() : ""), text(m.skipped), text(m.note), text(m.error);
     std::printf("\n");
     std::fflush(stdout);
     right = right && m.error.empty();

@@ -71,6 +71,7 @@ void add_gemm(std::vector<Row> &rows, char letter, Gemm<tnk_int, T> *ours, Gemm<
   const auto beside_library = [&](const Shape &shape, std::vector<tnk_int> orders) {
     Row added = row(letter, shape.suffix, std::move(orders));
     added.picture = "products";
+    added.curve = true;
     added.library = &openblas();
     added.prepare = [=](tnk_int order) {
       auto *const peer = openblas().routine<Gemm<int, T>>(letter + std::string("gemm_"));

@@ -143,6 +143,8 @@ Run with_threads(const Run &run, int threads) {
 
 void judge_and_time(const Row &row, tnk_int size, int rounds, const Clock &clock, Measurement &m) {
   const Case contest = row.prepare(size);
+  m.skipped = contest.skip;
+  if (!m.skipped.empty()) return;
   Case judged = contest;
   judged.ours = with_threads(contest.ours, row.threads);
   judged.peer = with_threads(contest.peer, row.peer_threads);

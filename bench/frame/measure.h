@@ -8,6 +8,7 @@ namespace tnk::bench {
 // What was measured at one size. Times are those of one call; all are medians over the rounds.
 struct Measurement {
   std::string error;       // why there is nothing else; "" when all is well
+  std::string skipped;     // why it was not measured on this machine; "" when it was
   std::string note;        // what else is to be said
   double seconds = 0;      // ours
   double rate = 0;         // ours, in units of the row a second

@@ -50,9 +50,10 @@ struct Limit {
 
 // A row at one size, ready to run. The callbacks own what they work on.
 struct Case {
-  Run ours;        // empty: the library has no such routine, which is an error
-  Run peer;        // empty: the peer is not there
-  double work = 0; // of one call, in units of the row
+  std::string skip; // why it cannot be measured on this machine, as for want of memory; "" when it can
+  Run ours;         // empty: the library has no such routine, which is an error
+  Run peer;         // empty: the peer is not there
+  double work = 0;  // of one call, in units of the row
   std::vector<Limit> limits;
 
   // Makes the operands what they were at first. Called before every run that is judged.
@@ -80,6 +81,7 @@ struct Row {
   Library *library = nullptr; // that the peer's routine is looked up in, or
   std::string peer = {};      // what else it is: "Eigen", "plain loop", "1 thread"
   std::function<Case(tnk_int size)> prepare;
+  bool curve = false;                // whether bench_vectors_rates.svg shows the rates over the sizes
   int threads = 1, peer_threads = 1; // of this library, while ours runs and while the peer does
   tnk_int quick = 1000000;           // largest size of a quick run
 

@@ -156,6 +156,9 @@ TEST_F(Measure, EachSideRunsOnItsThreadsAndErrorsOfTheHostAreTheRows) {
   EXPECT_NE(measured().error.find("daxpy"), std::string::npos) << measured().error;
   row.prepare = [](tnk_int) -> Case { throw std::runtime_error("no plan"); };
   EXPECT_EQ(measured().error, "no plan");
+  contest.skip = "needs 6 GB";
+  row.prepare = [&](tnk_int) { return contest; };
+  EXPECT_TRUE(measured().skipped == "needs 6 GB" && measured().error.empty() && measured().seconds == 0);
 }
 
 // Any library does for one that has cores; it says that it runs what the environment asks for, or another one.

@@ -2,7 +2,9 @@
 #include "tools/tnk/bench/chart.h"
 #include "tools/tnk/bench/child.h"
 #include "tools/tnk/bench/results.h"
+#include "tools/tnk/plot/svg.h"
 #include "tools/tools_support.h"
+#include <cstdio>
 #include <gtest/gtest.h>
 
 namespace {
@@ -45,6 +47,8 @@ TEST(BenchResults, FindsValuesByTheNameOfTheirColumnAndRefusesBrokenLines) {
   EXPECT_THROW(parsed({"# no key"}), Failure);
   // A row that says neither how long it took nor why not is not taken for a good one.
   EXPECT_NE(parsed({"row\tseconds\terror", "daxpy/100\tabc\t"}).at("daxpy/100").error, "");
+  const Reading skipped = parsed({"row\tseconds\tskipped\terror", "dft/9\t\tneeds 6 GB\t"}).at("dft/9");
+  EXPECT_TRUE(skipped.error.empty() && skipped.skipped == "needs 6 GB") << skipped.error;
 }
 
 TEST(BenchResults, JoinsTheTwoProcessesByNameAndMissesNone) {
@@ -136,6 +140,25 @@ TEST(BenchChart, GathersSizesThatHaveNoShadeLeft) {
   EXPECT_EQ(count(svg, ">n = "), 7);
   EXPECT_TRUE(count(svg, ">n = 100 to 200<") == 1 && count(svg, ">n = 300 000 to 400 000<") == 1);
   EXPECT_EQ(count(svg, "<circle"), 7 + 9);
+}
+
+TEST(BenchChart, DrawsRatesOfRoutinesWithSeveralSizes) {
+  EXPECT_EQ(rate_chart({made("alone", 8, "L", 1)}, "", ""), "");
+  const std::vector<BenchRow> rows = {made("alone", 8, "L", 1), with_best(made("dgemm", 8, "L", 1), 0.5),
+                                      with_best(made("dgemm", 64, "L", 2), 0.5)};
+  const std::string svg = rate_chart(rows, "two_words", "");
+  EXPECT_EQ(tnk::test::xml_fault(svg), "");
+  EXPECT_TRUE(count(svg, ">dgemm<") == 1 && count(svg, ">alone<") == 0 && count(svg, ">Gflop/s<") == 1);
+  // Upwards is faster: ours stays, the peer falls to a half, the best core is at double.
+  const auto heights = [&](const std::string &stroke) {
+    const auto colour = svg.find("stroke=\"" + stroke), path = svg.rfind("d=\"M", colour);
+    double x, first, last;
+    EXPECT_EQ(std::sscanf(svg.c_str() + path, "d=\"M%lf %lfL%lf %lf", &x, &first, &x, &last), 4) << stroke;
+    return std::make_pair(first, last);
+  };
+  const auto ours = heights(colour::blue), peer = heights(colour::vermilion), best = heights(colour::green);
+  EXPECT_TRUE(ours.first == ours.second && peer.first == ours.first && peer.second > ours.second);
+  EXPECT_TRUE(best.first == best.second && best.first < ours.first);
 }
 
 TEST(Child, GivesLinesAndTheExitCode) {

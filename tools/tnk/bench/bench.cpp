@@ -173,14 +173,21 @@ private:
     const std::filesystem::path folder = options_.out;
     write_file(folder / "bench.csv", csv_file(rows_, remarks));
     std::printf("wrote %s\n", (folder / "bench.csv").c_str());
-    std::map<std::string, std::vector<BenchRow>> pictures;
-    for (const BenchRow &row : rows_)
-      if (row.same.ratio) pictures[row.listed.picture].push_back(row);
-    for (const auto &[name, rows] : pictures) {
-      const auto path = folder / ("bench_" + name + ".svg");
-      write_file(path, ratio_chart(rows, name, remarks_["processor"]));
-      std::printf("wrote %s\n", path.c_str());
+    std::map<std::string, std::vector<BenchRow>> ratios, curves;
+    for (const BenchRow &row : rows_) {
+      if (row.same.ratio) ratios[row.listed.picture].push_back(row);
+      if (row.same.rate && row.listed.curve) curves[row.listed.picture].push_back(row);
     }
+    for (const auto &[name, rows] : ratios)
+      picture(folder / ("bench_" + name + ".svg"), ratio_chart(rows, name, remarks_["processor"]));
+    for (const auto &[name, rows] : curves)
+      picture(folder / ("bench_" + name + "_rates.svg"), rate_chart(rows, name, remarks_["processor"]));
+  }
+
+  static void picture(const std::filesystem::path &path, const std::string &contents) {
+    if (contents.empty()) return;
+    write_file(path, contents);
+    std::printf("wrote %s\n", path.c_str());
   }
 
   const Options &options_;

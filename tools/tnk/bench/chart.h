@@ -13,4 +13,9 @@ namespace tnk::tool {
 std::string ratio_chart(const std::vector<BenchRow> &rows, const std::string &name,
                         const std::string &subtitle);
 
+// A panel a routine, with ours and its peer as curves of their rates over the logarithm of the size. "" when no routine
+// was measured at two sizes or more.
+std::string rate_chart(const std::vector<BenchRow> &rows, const std::string &name,
+                       const std::string &subtitle);
+
 } // namespace tnk::tool

@@ -57,9 +57,13 @@ const TabbedLines::Fields *TabbedLines::take(const std::string &line) {
 }
 
 ListedRow listed_row(const TabbedLines::Fields &fields) {
-  return {field(fields, "row"),           field(fields, "group"),
-          field(fields, "name"),          std::atoll(field(fields, "size").c_str()),
-          field(fields, "picture"),       field(fields, "peer"),
+  return {field(fields, "row"),
+          field(fields, "group"),
+          field(fields, "name"),
+          std::atoll(field(fields, "size").c_str()),
+          field(fields, "picture"),
+          field(fields, "peer"),
+          !field(fields, "curve").empty(),
           !field(fields, "cores").empty()};
 }
 
@@ -71,8 +75,8 @@ Reading reading(const TabbedLines::Fields &fields) {
   found.unit = field(fields, "unit"), found.limited_by = field(fields, "limited_by");
   found.peer = field(fields, "peer"), found.core = field(fields, "core");
   found.absent = field(fields, "absent"), found.note = field(fields, "note");
-  found.error = field(fields, "error");
-  if (found.error.empty() && !found.seconds) found.error = "no time was reported";
+  found.skipped = field(fields, "skipped"), found.error = field(fields, "error");
+  if (found.error.empty() && found.skipped.empty() && !found.seconds) found.error = "no time was reported";
   return found;
 }
 
@@ -103,6 +107,7 @@ std::string Table::line(const BenchRow &row) const {
   const std::string start = format("%-*s %9lld", name_width_, row.listed.name.c_str(), row.listed.size);
   if (const std::string error = row.error(); !error.empty()) return start + "  error: " + error + "\n";
   const Reading &same = row.same;
+  if (!same.skipped.empty()) return start + "  skipped: " + same.skipped + "\n";
   const std::string limit =
       same.limit ? format("%.0f%% %s", 100 * *same.limit, same.limited_by.c_str()) : std::string("-");
   std::string line = start + format(" %15s %11s %7s ", rate_text(same.rate.value_or(0), same.unit).c_str(),
@@ -123,12 +128,16 @@ std::string Table::cores(const BenchRow &row) {
   return text + "\n";
 }
 
+Prefix prefix_for(double rate) {
+  Prefix found = {"", 1};
+  for (const Prefix &next : {Prefix{"k", 1e3}, Prefix{"M", 1e6}, Prefix{"G", 1e9}, Prefix{"T", 1e12}})
+    if (rate >= 0.99995 * next.factor) found = next; // what would be rounded to 1000.0 takes the next one
+  return found;
+}
+
 std::string rate_text(double rate, const std::string &unit) {
-  static const char *const prefixes[] = {"", "k", "M", "G", "T"};
-  std::size_t prefix = 0;
-  // What would be rounded to 1000.0 takes the next prefix.
-  for (; rate >= 999.95 && prefix + 1 < std::size(prefixes); ++prefix) rate /= 1000;
-  return format("%.1f %s%s/s", rate, prefixes[prefix], unit.c_str());
+  const Prefix prefix = prefix_for(rate);
+  return format("%.1f %s%s/s", rate / prefix.factor, prefix.text, unit.c_str());
 }
 
 std::string csv_field(const std::string &text) {
@@ -161,7 +170,7 @@ std::string csv_file(const std::vector<BenchRow> &rows, const std::vector<std::s
                                   best.core,
                                   csv_number(best.ratio),
                                   csv_number(best.peer_seconds),
-                                  same.note,
+                                  same.skipped.empty() ? same.note : "skipped: " + same.skipped,
                                   best.note,
                                   row.error()};
     for (const std::string &text : fields) file += (&text == fields ? "" : ",") + csv_field(text);

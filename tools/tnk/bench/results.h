@@ -28,6 +28,7 @@ struct ListedRow {
   std::string full_name, group, name; // "level1/axpy/daxpy/1000", "level1/axpy", "daxpy"
   long long size = 0;
   std::string picture, peer; // "vectors", "OpenBLAS"
+  bool curve = false;        // whether a picture shows its rate over the sizes
   bool cores = false;        // whether the peer has cores of its own to choose from
 };
 
@@ -39,6 +40,7 @@ struct Reading {
   std::string unit, limited_by;
   std::string peer, core; // "OpenBLAS 0.3.21", "Sandybridge"
   std::string absent;     // how to get a peer that is not installed
+  std::string skipped;    // why it was not measured on this machine
   std::string note;       // what else is to be said, as that the peer is wrong and left out
   std::string error;      // why there are no values; else ""
 };
@@ -78,6 +80,11 @@ private:
 };
 
 // A rate with a prefix: "12.3 Gflop/s".
+struct Prefix {
+  const char *text; // "G"
+  double factor;    // 1e9
+};
+Prefix prefix_for(double rate);
 std::string rate_text(double rate, const std::string &unit);
 
 // A comma-separated file (RFC 4180) with the remarks as comment lines before it.

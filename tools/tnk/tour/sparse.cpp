@@ -118,7 +118,7 @@ struct Iteration {
 
 // Each product stretches the direction of the largest eigenvalue most. The quotient x' A x comes to it twice as fast as
 // x does to its eigenvector.
-Iteration iterate(const Stage &stage, const Model &model) {
+Iteration iterate(const Model &model) {
   constexpr std::size_t most_steps = 20000;
   Iteration it{Vector(model.order), {}, {}};
   Vector y(model.order);
@@ -130,7 +130,6 @@ Iteration iterate(const Stage &stage, const Model &model) {
   Progress progress("sparse: power iteration");
   while (it.values.size() < most_steps) {
     multiply(model.lower, it.x, y);
-    stage.stop_on_error();
     const double lambda = dot(it.x, y);
     double squares = 0;
     for (std::size_t i = 0; i < model.order; ++i) {
@@ -279,7 +278,7 @@ void sparse_scene(Stage &stage) {
   stage.say("against references in extended precision; errors are relative to sums of magnitudes");
   // One thread, as in the other rates that are to be compared.
   const Threads alone(1);
-  const Iteration it = iterate(stage, model);
+  const Iteration it = iterate(model);
   stage.stop_on_error();
   stage.heading();
   show_eigenvalue(stage, model, it);
