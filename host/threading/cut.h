@@ -12,15 +12,15 @@
 namespace tnk::host {
 
 // Real operations that make it worth while to use one more thread; each slice also packs all of one operand again.
-// Measured with square products of doubles, two threads against one, on a virtual machine of two cores; the fastest
-// tenth of the calls, since other work ran beside them:
+// Measured with square products of doubles, two threads against one, on a virtual machine of two cores; medians:
 //
-//   operations       0.1 M   0.2 M   0.5 M   1.8 M   4.2 M   8.2 M
-//   threads awake     0.8     1.1     1.4     1.7     1.8     1.9     times as fast
-//   threads asleep    0.2     -       0.8     0.9     1.0     1.2
+//   operations       0.1 M   0.2 M   0.5 M   1.8 M   4.2 M   8.2 M   34 M
+//   threads awake     1.2     1.4     1.3     1.5     1.8     1.7     1.7   times as fast
+//   threads asleep    0.4     0.6     0.7     0.7     0.9     1.1     1.6
 //
-// OpenMP's threads go to sleep some milliseconds after their last region, so the second line is what a program meets
-// that now and then forms a product: at this number it loses nothing.
+// The team's threads sleep soon after a job, so the second line is what a program meets that now and then forms a
+// product, the first one what a loop over products meets: this number gains most of what the one has to give, and loses
+// a tenth at worst of the other.
 inline constexpr double least_operations = 2e6;
 
 struct Cut {
@@ -41,7 +41,15 @@ private:
   }
 };
 
-// `operations`: real ones for each of the m n k steps. `threads`: how many may be used.
+// How many threads the product is worth. `operations`: real ones for each of the m n k steps.
+constexpr double threads_worth_while(tnk_int m, tnk_int n, tnk_int k, int operations) {
+  if ((m | n | k) < 64) return 1; // at once, for the many small ones
+  return static_cast<double>(operations) * static_cast<double>(m) * static_cast<double>(n) *
+         static_cast<double>(k) / least_operations;
+}
+static_assert(63. * 63 * 63 * 8 < 2 * least_operations);
+
+// `threads`: how many may be used.
 constexpr Cut cut_product(const tnk_gemm_row &kernel, tnk_int m, tnk_int n, tnk_int k, int operations,
                           int threads) {
   // Every slice packs all of the operand that is not cut, so the larger one is cut.
@@ -50,8 +58,7 @@ constexpr Cut cut_product(const tnk_gemm_row &kernel, tnk_int m, tnk_int n, tnk_
   Cut cut{1, columns, extent, tile};
   if (threads <= 1 || m < kernel.mr || n < kernel.nr || k < kernel.kr) return cut;
   double most = static_cast<double>(threads);
-  const double worth_while = static_cast<double>(operations) * static_cast<double>(m) *
-                             static_cast<double>(n) * static_cast<double>(k) / least_operations;
+  const double worth_while = threads_worth_while(m, n, k, operations);
   const double tiles = static_cast<double>(extent / tile);
   if (worth_while < most) most = worth_while;
   if (tiles < most) most = tiles;

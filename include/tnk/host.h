@@ -74,22 +74,25 @@ void *tnk_kernel_require(const char *name);
 
 /* ---- Threads ------------------------------------------------------------------------------------------------ */
 
-/* Matrix products of some size are spread over several threads, by OpenMP. How many threads, the first line that
-   applies:
+/* Matrix products of some size are spread over several threads: the calling one and others of the host's own, which are
+   made when first needed and sleep in between. How many, the first line that applies:
 
      called inside an active OpenMP parallel region        1
      tnk_set_num_threads(n) with n > 0                     n, for all threads of the process
-     omp_set_num_threads by the calling thread             its number
-     the environment variable OMP_NUM_THREADS              its number
-     otherwise                                             the processors that the process may run on
+     the process has an OpenMP runtime                     what omp_get_max_threads says to the calling thread
+     the environment variable OMP_NUM_THREADS              its first number
+     otherwise                                             the processors that the calling thread may run on
 
-   These are upper bounds: small products run on the calling thread, and OpenMP may grant fewer threads
-   (OMP_THREAD_LIMIT, OMP_DYNAMIC). The result has the same bits for every number of threads, but for the sparse
-   products that tnk/sparse.h names.
+   These are upper bounds: small products run on the calling thread, 256 threads are the most, and of what is more than
+   the system grants or has at hand in time the product does without. The result has the same bits for every number of
+   threads, but for the sparse products that tnk/sparse.h names; there it is this number that counts, whatever becomes of
+   the threads. All threads compute under the caller's floating-point control (rounding, flushing to zero), and the
+   exceptions that they raise are raised in the caller.
 
-   A child of fork starts as if it had called tnk_set_num_threads(1), since OpenMP's threads stay with the parent; it
-   may ask for more when its parent had no OpenMP threads. A program that calls from several threads of its own
-   should set 1, or each of them gets a team. */
+   Several threads may call at once: the first has the others' help, the rest work alone meanwhile. A child of fork
+   starts as if it had called tnk_set_num_threads(1), and may ask for more, which it then makes anew. The host's own
+   threads leave signals to the program, run where the caller may run but for its own processor, and stay until the
+   process ends; so does the library, which dlclose does not unload. */
 
 /* Sets the number for the process; 0 restores the default. A negative number is reported and changes nothing. */
 void tnk_set_num_threads(int threads);

@@ -70,14 +70,15 @@ template <class T, class Kernel>
 
   Kernel *const run = product.kernel.get(routine);
   if (!run) return;
-  const int threads = scales_only ? 1 : usable_threads();
+  constexpr int operations = is_complex<T> ? 8 : 2; // real ones a step
+  const int threads = scales_only || threads_worth_while(*m, *n, *k, operations) < 2 ? 1 : usable_threads();
   if (threads > 1) {
     const tnk_gemm_row *const table = product.table.get(routine);
     const std::int32_t *const row = product.row_in_use.get(routine);
     if (!table || !row) return;
-    const Cut cut = cut_product(table[*row], *m, *n, *k, is_complex<T> ? 8 : 2, threads);
+    const Cut cut = cut_product(table[*row], *m, *n, *k, operations, threads);
     if (cut.slices > 1) {
-      spread(cut.slices, [&](int i) {
+      spread(cut.slices, cut.slices, [&](int i) {
         const tnk_int first = cut.begin(i), size = cut.begin(i + 1) - first;
         if (cut.columns)
           run(transa, transb, m, &size, k, alpha, a, lda, b + first * (plain_b ? *ldb : 1), ldb, beta,

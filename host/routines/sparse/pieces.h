@@ -8,13 +8,13 @@
 
 namespace tnk::host::sparse {
 
-// Stored entries times right-hand sides that make it worth while to use one more thread: some 70 microseconds of work,
-// several times what it costs to call a sleeping thread.
+// Stored entries times right-hand sides that make it worth while to use one more thread: some 35 microseconds of work,
+// about what it takes until a sleeping thread runs.
 inline constexpr double least_work = 65536;
-inline constexpr int most_pieces = 64;
+inline constexpr int most_threads = 64, most_pieces = most_threads * slices_a_thread;
 
-inline int pieces_worth_while(double work) {
-  const double most = std::min<double>(work / least_work, most_pieces);
+inline int threads_worth_while(double work) {
+  const double most = std::min<double>(work / least_work, most_threads);
   return most < 2 ? 1 : std::min(static_cast<int>(most), usable_threads());
 }
 

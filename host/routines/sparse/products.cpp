@@ -65,8 +65,8 @@ template <class T> struct MvJob {
     run(1, parts(), y);
   }
 
-  void run_rows(const Pieces &p) const {
-    spread(p.count, [&](int i) {
+  void run_rows(const Pieces &p, int threads) const {
+    spread(p.count, threads, [&](int i) {
       scale(y + p.begin[i], p.begin[i + 1] - p.begin[i]);
       run(p.begin[i] + 1, p.begin[i + 1], y);
     });
@@ -91,7 +91,7 @@ template <class T> struct MvJob {
     const auto own = [&](int i) { return memory + stride * (reach == Reach::after ? i - 1 : i); };
 
     scale(y, length);
-    spread(p.count, [&](int i) {
+    spread(p.count, p.count, [&](int i) {
       if (i == in_place) return run(p.begin[i] + 1, p.begin[i + 1], y);
       const tnk_int size = reach == Reach::all      ? length
                            : reach == Reach::before ? p.begin[i + 1]
@@ -103,9 +103,9 @@ template <class T> struct MvJob {
     // Added up in parts of y. Those of mirrored kinds are the pieces, since the same private vectors reach all of one.
     const tnk_int count = p.count, one = 1, none = 0;
     const Pieces parts_of_y = reach == Reach::all ? even_pieces(p.count, length) : p;
-    spread(p.count, [&](int i) {
+    spread(p.count, p.count, [&](int i) {
       const tnk_int begin = parts_of_y.begin[i], size = parts_of_y.begin[i + 1] - begin;
-      const T *reaching[most_pieces];
+      const T *reaching[most_threads];
       if (reach == Reach::all) {
         const tnk_int first = begin + 1, last = begin + size;
         split(&first, &last, &count, &stride, memory, y);
@@ -155,13 +155,13 @@ tnk_sparse_status mv(const char *routine, char op, const T *alpha, const tnk_spa
   // A private vector is cleared, written and added: with fewer entries than elements a piece does not pay for that.
   if (job.reach != Reach::own)
     work = std::min(work, least_work * static_cast<double>(a->nnz) / static_cast<double>(length));
-  const int count = pieces_worth_while(work);
-  if (count <= 1)
+  const int threads = threads_worth_while(work);
+  if (threads <= 1)
     job.run_alone();
   else if (job.reach == Reach::own)
-    job.run_rows(row_pieces(count, *a));
-  else if (!job.run_scattering(a->storage == TNK_SPARSE_COO ? even_pieces(count, a->nnz)
-                                                            : row_pieces(count, *a)))
+    job.run_rows(row_pieces(threads * slices_a_thread, *a), threads);
+  else if (!job.run_scattering(a->storage == TNK_SPARSE_COO ? even_pieces(threads, a->nnz)
+                                                            : row_pieces(threads, *a)))
     return TNK_SPARSE_NO_KERNEL;
   return TNK_SPARSE_OK;
 }
@@ -223,12 +223,12 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
   const tnk_int unit = by_columns ? 1 : 8;
   const bool whole = !kernel || is_sequential(plan, Operation::mm);
   const double work = whole ? 0 : static_cast<double>(a->nnz) * static_cast<double>(nrhs);
-  const auto count = static_cast<int>(std::min<tnk_int>(pieces_worth_while(work), nrhs / unit));
+  const auto count = static_cast<int>(std::min<tnk_int>(threads_worth_while(work), nrhs / unit));
   if (count <= 1) {
     run(0, nrhs);
   } else {
     const Pieces p = even_pieces(count, nrhs, unit);
-    spread(count, [&](int i) { run(p.begin[i], p.begin[i + 1]); });
+    spread(count, count, [&](int i) { run(p.begin[i], p.begin[i + 1]); });
   }
   return TNK_SPARSE_OK;
 }

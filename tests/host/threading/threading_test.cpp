@@ -1,13 +1,17 @@
-// Products over several threads: how they are cut, that the bits stay, and when there is one thread only.
+// Routines over several threads: how they are cut, that the bits stay, and how many threads there are.
 #include <atomic>
+#include <cfenv>
 #include <dlfcn.h>
+#include <functional>
 #include <gtest/gtest.h>
-#include <omp.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <tnk/blas.h>
 #include <tnk/blas_level3.h>
 #include <tnk/host.h>
+#include <tnk/sparse.h>
 #include <unistd.h>
+#include <xmmintrin.h>
 
 #include "host/threading/cut.h"
 #include "tests/support/error_recorder.h"
@@ -16,10 +20,12 @@
 // In front of the host's service, which it calls: a product by the packed path comes here once, so this counts the
 // slices that took it.
 static std::atomic<int> packed_products{0};
+static void (*in_product)() = nullptr; // called by each
 extern "C" int32_t tnk_serv_check_ptr(const void *block, const char *routine) {
   static const auto service =
       reinterpret_cast<decltype(&tnk_serv_check_ptr)>(dlsym(RTLD_NEXT, "tnk_serv_check_ptr"));
   ++packed_products;
+  if (in_product) in_product();
   return service(block, routine);
 }
 
@@ -65,7 +71,7 @@ TEST(Cut, CoversTheProductWithWholeTilesForEveryNumberOfThreads) {
           }
 }
 
-// The slices that took the packed path while this product was formed on so many threads; 0: as many as OpenMP says.
+// The slices that took the packed path while this product was formed on so many threads; 0: no number set.
 // Its bits must be those that it has on one.
 template <class T, class Gemm>
 int slices(const Product<T> &p, const std::vector<T> &alone, Gemm gemm, int threads) {
@@ -107,6 +113,82 @@ TEST(ThreadedFamily, HasTheSameBitsForEveryNumberOfThreads) {
   expect_same_bits<tnk_complex16>(*avx_z_all_gemm_ker, tnk_blas_zgemm);
 }
 
+// Each routine that uses the team, with results that lie below the normal numbers. Where a sparse product scatters, no
+// element of y has entries in two pieces, so that its bits do not depend on their number.
+struct Routine {
+  const char *name;
+  std::function<std::vector<unsigned char>()> result;
+};
+
+template <class T> std::vector<unsigned char> bytes(const std::vector<T> &values) {
+  const auto *const first = reinterpret_cast<const unsigned char *>(values.data());
+  return {first, first + values.size() * sizeof(T)};
+}
+
+template <class T, class Gemm> Routine product_routine(const char *name, Gemm gemm) {
+  const double tiny = std::numeric_limits<tnk::reference::Real<T>>::min();
+  return {name, [=] {
+            static const Product<T> p("NT", 150, 130, 120, scalar<T>(tiny), scalar<T>(0));
+            return bytes(p.result(gemm));
+          }};
+}
+
+Routine sparse_routine(const char *name, char op, tnk_int nrhs) {
+  return {name, [=] {
+            constexpr tnk_int m = 12000, n = 6 * m;
+            static std::vector<double> values, x;
+            static std::vector<tnk_int> columns, starts{0};
+            if (values.empty()) {
+              tnk::test::Random random;
+              for (tnk_int i = 0; i < 12 * m; ++i) {
+                values.push_back(random.real<double>());
+                columns.push_back(i / 12 * 6 + i % 6);
+                if (i % 12 == 11) starts.push_back(i + 1);
+              }
+              for (tnk_int i = 0; i < 16 * n; ++i) x.push_back(random.real<double>());
+            }
+            const tnk_sparse_matrix a{
+                TNK_SPARSE_CSR,   m, n, 12 * m, values.data(), columns.data(), nullptr, starts.data(),
+                starts.data() + 1};
+            const tnk_sparse_descriptor general{};
+            const double alpha = std::numeric_limits<double>::min(), beta = 0;
+            std::vector<double> y(static_cast<std::size_t>((op == 'N' ? m : n) * nrhs));
+            if (nrhs == 1)
+              tnk_sparse_dmv(op, &alpha, &a, &general, x.data(), &beta, y.data());
+            else
+              tnk_sparse_dmm(op, &alpha, &a, &general, nrhs, x.data(), nrhs, &beta, y.data(), nrhs);
+            return bytes(y);
+          }};
+}
+
+TEST(FloatingPointControl, IsTheCallersOnEveryThread) {
+  const Routine routines[] = {product_routine<float>("sgemm", tnk_blas_sgemm),
+                              product_routine<double>("dgemm", tnk_blas_dgemm),
+                              product_routine<tnk_complex8>("cgemm", tnk_blas_cgemm),
+                              product_routine<tnk_complex16>("zgemm", tnk_blas_zgemm),
+                              sparse_routine("dmv, rows", 'N', 1),
+                              sparse_routine("dmv, scattering", 'T', 1),
+                              sparse_routine("dmm", 'N', 16)};
+  const unsigned flush = 0x8040, upward = 0x4000, before = _mm_getcsr();
+  for (const Routine &routine : routines) {
+    const auto on = [&](int threads, unsigned mode) {
+      const Threads set(threads);
+      _mm_setcsr(before | mode);
+      auto result = routine.result();
+      _mm_setcsr(before);
+      return result;
+    };
+    const auto plain = on(1, 0);
+    ASSERT_EQ(on(2, 0), plain) << routine.name; // and the team is there
+    for (const unsigned mode : {flush, upward}) {
+      const auto alone = on(1, mode);
+      ASSERT_NE(alone, plain) << routine.name; // the mode shows
+      for (int round = 0; round < 20; ++round)
+        ASSERT_TRUE(on(2, mode) == alone && on(2, 0) == plain) << routine.name << ' ' << mode;
+    }
+  }
+}
+
 // 16 million operations: enough for every number of threads below.
 struct ThreadedProducts : testing::Test {
   const Product<double> p{"NT", 200, 200, 200};
@@ -117,47 +199,90 @@ struct ThreadedProducts : testing::Test {
   int slices_on(int threads) const { return slices(p, alone, tnk_blas_dgemm, threads); }
 };
 
-TEST_F(ThreadedProducts, TakeAsManySlicesAsSetOrAsOpenMPSays) {
-  const int before = omp_get_max_threads();
-  for (const int threads : {1, 2, 4}) {
-    EXPECT_EQ(slices_on(threads), threads);
-    omp_set_num_threads(threads);
-    EXPECT_TRUE(slices_on(0) == threads && tnk_get_max_threads() == threads) << threads;
-  }
-  omp_set_num_threads(before);
-}
-
-TEST_F(ThreadedProducts, AreRightWhenFewerThreadsAreGranted) {
-  const int before = omp_get_max_active_levels();
-  omp_set_max_active_levels(0); // every region gets one thread
-  EXPECT_EQ(slices_on(4), 4);
-  omp_set_max_active_levels(before);
-}
-
-TEST_F(ThreadedProducts, StayOnTheirThreadInsideAParallelRegion) {
+// A service that a program puts in front of the host's may come back with a product of its own.
+TEST_F(ThreadedProducts, StayOnOneThreadInsideASlice) {
   const Threads set(4);
-  std::atomic<int> members{0}, right{0};
-  packed_products = 0;
-#pragma omp parallel num_threads(2)
-  {
-    ++members;
-    right += has_the_bits();
-  }
-  EXPECT_TRUE(right == members && packed_products == members);
+  static ThreadedProducts *self;
+  static std::atomic<int> right;
+  self = this, right = packed_products = 0;
+  in_product = [] {
+    thread_local bool inner = false;
+    if (inner) return;
+    inner = true;
+    right += self->has_the_bits();
+    inner = false;
+  };
+  EXPECT_TRUE(has_the_bits());
+  in_product = nullptr;
+  EXPECT_TRUE(packed_products == 8 && right == 4) << packed_products << ' ' << right;
 }
 
-// OpenMP's threads do not come along: a region in the child would wait for them.
-TEST_F(ThreadedProducts, RunOnOneThreadInAChildOfFork) {
+TEST_F(ThreadedProducts, RunOnOneThreadInAChildOfForkUntilItAsks) {
   EXPECT_EQ(slices_on(2), 2);
   const Threads set(2);
   const pid_t child = fork();
   if (child == 0) {
     alarm(60);
-    const bool right = tnk_get_max_threads() == 1 && has_the_bits();
+    packed_products = 0;
+    const bool right = tnk_get_max_threads() == 1 && has_the_bits() && packed_products == 1;
+#ifndef __SANITIZE_THREAD__ // which starts no threads in a child
+    if (slices_on(2) != 2) _exit(2);
+#endif
     _exit(right ? 0 : 1);
   }
   int status = -1;
   EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0 && tnk_get_max_threads() == 2) << status;
+}
+
+#if defined(TNK_TEST_OPENMP) && !defined(__SANITIZE_THREAD__) // which does not see what the runtime waits for
+// The runtime comes late, and hidden behind a library that needs it.
+TEST_F(ThreadedProducts, FollowTheProgramsOpenMP) {
+  EXPECT_EQ(slices_on(3), 3);
+  void *const library = dlopen(TNK_TEST_OPENMP, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << dlerror();
+  const auto call_in_region = reinterpret_cast<void (*)(int, void (*)())>(dlsym(library, "call_in_region"));
+  const auto set_openmp_threads = reinterpret_cast<void (*)(int)>(dlsym(library, "set_openmp_threads"));
+  const int before = tnk_get_max_threads();
+  for (const int threads : {1, 2, 4}) {
+    set_openmp_threads(threads);
+    EXPECT_TRUE(slices_on(0) == threads && tnk_get_max_threads() == threads) << threads;
+  }
+  set_openmp_threads(before);
+
+  const Threads set(4);
+  static ThreadedProducts *self;
+  static std::atomic<int> members, right;
+  self = this, members = right = packed_products = 0;
+  call_in_region(2, [] {
+    ++members;
+    right += self->has_the_bits();
+  });
+  EXPECT_TRUE(members == 2 && right == 2 && packed_products == 2) << members << right << packed_products;
+}
+#endif
+
+// Read once, so in a process of its own.
+TEST(Threads, AreAsManyAsTheEnvironmentSaysOrTheProcessorsThatMayBeUsed) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto number = [] { _exit(tnk_get_max_threads()); };
+  for (const auto &[text, expected] : {std::pair("3", 3), std::pair(" 5 ,2", 5)}) {
+    setenv("OMP_NUM_THREADS", text, 1);
+    EXPECT_EXIT(number(), testing::ExitedWithCode(expected), "") << text;
+  }
+  for (const char *const text : {"", "0", "-2", "3x", "99999999999"}) {
+    setenv("OMP_NUM_THREADS", text, 1);
+    EXPECT_EXIT(
+        {
+          cpu_set_t one;
+          CPU_ZERO(&one);
+          CPU_SET(sched_getcpu(), &one);
+          if (sched_setaffinity(0, sizeof one, &one) != 0) _exit(99);
+          number();
+        },
+        testing::ExitedWithCode(1), "")
+        << text;
+  }
+  unsetenv("OMP_NUM_THREADS");
 }
 
 TEST(Threads, ANegativeNumberOfThreadsIsReported) {
