@@ -56,7 +56,7 @@ template <class T, class I> struct RowTarget {
 
 // ---- Entries ---------------------------------------------------------------------------------------------------
 
-// alpha goes to the value first; with AlphaToX, in kinds s and h, to the element of x.
+// alpha goes to the value first; with AlphaToX, which kinds s and h may have, to the element of x.
 template <class Name, bool AlphaToX, class T, class I, class Target>
 [[gnu::always_inline]] inline void add_entry(const TripleJob<T, I> &job, I p, const Target &target) {
   const I r = get(job.matrix.row_index + p), q = get(job.matrix.col_index + p);
@@ -116,7 +116,8 @@ inline void coo_mv_par(const I *first, const I *last, I m, const T *alpha, const
   if (!whole && *last < *first) return;
   constexpr I base = Name::base;
   const ColumnTarget<T, 1> target = {{{counted_from(x, base)}, {counted_from(y, base)}}};
-  add_entries<base_free<Name>, true>(
+  constexpr bool alpha_to_x = Name::kind == 's' || Name::kind == 'h';
+  add_entries<base_free<Name>, alpha_to_x>(
       TripleJob<T, I>{matrix, whole ? 0 : *first - 1, whole ? nnz : *last, fetch(alpha)}, target);
   if constexpr (Name::unit) add_multiple(run_of<T>(m), in_every_element<T>(fetch(alpha)), x, y);
 }

@@ -24,7 +24,11 @@ template <class T, class I> struct Diagonals {
 template <class T, class I> struct DiagonalJob {
   Diagonals<T, I> matrix;
   I rows, columns;
-  in_lanes<T> alpha;
+  in_lanes<T> to_row, to_column; // alpha, for what a diagonal adds to its rows and to its columns
+  bool below = false, main = false, above = false; // which diagonals count
+  bool unit = false;                               // the main one is of ones
+
+  bool counts(I distance) const { return distance == 0 ? main : distance < 0 ? below : above; }
 };
 
 // Of a vector, in a part of the rows: x, y and a diagonal fit the inner cache together.
@@ -60,54 +64,70 @@ inline void add_products(I count, vec_of<T> alpha, const T *a, const Vectors<T, 
   }
 }
 
-// Which diagonals count. Those beside the main one may be mirrored, the main one is not.
-template <class Name, class I> inline bool counts(I distance) {
-  if constexpr (Name::kind == 'g')
-    return true;
-  else if constexpr (Name::kind == 'd')
-    return distance == 0;
-  else if (distance == 0)
-    return Name::kind != 'a' && !Name::unit;
-  else
-    return Name::lower ? distance < 0 : distance > 0;
-}
+// How a stored diagonal is used for its rows, and how for its columns. With both it is mirrored, but for the main one.
+enum class Use { none, plain, conjugated };
 
-// Rows begin ... end - 1 of the stored matrix.
-template <class Name, class T, class I, int R>
+// Rows begin ... end - 1 of the stored matrix. Which diagonals count is asked once a diagonal, so that all triangles
+// share a body.
+template <Use Row, Use Column, class T, class I, int R>
 [[gnu::noinline]] void add_diagonals(const DiagonalJob<T, I> &job, I begin, I end, const Vectors<T, R> &at) {
-  using V = vec_of<T>;
-  constexpr bool mirrors = Name::kind == 's' || Name::kind == 'h' || Name::kind == 'a';
-  // A skew matrix has its sign in the mirror, its transpose in the entry itself.
-  constexpr bool skew = Name::kind == 'a';
-  const V alpha = in_every_element<T>(job.alpha);
-  const V to_row = skew && Name::transposed ? -alpha : alpha;
-  const V to_column = skew && !Name::transposed ? -alpha : alpha;
+  const auto to_row = in_every_element<T>(job.to_row), to_column = in_every_element<T>(job.to_column);
   for (I d = 0; d < job.matrix.count; ++d) {
     const I distance = get(job.matrix.distance + d);
-    if (!counts<Name>(distance) || distance >= job.columns || distance <= -job.rows) continue;
+    if (!job.counts(distance) || distance >= job.columns || distance <= -job.rows) continue;
     const I from = std::max(begin, distance < 0 ? -distance : 0);
     const I to = std::min(end, distance < job.columns - job.rows ? job.rows : job.columns - distance);
     if (from >= to) continue;
     const T *const a = job.matrix.values + wrapped_product(d, job.matrix.stride) + from;
-    if (mirrors || !Name::transposed)
-      add_products<own_conjugated<Name>>(to - from, to_row, a, at, from + distance, from);
-    if (mirrors ? distance != 0 : Name::transposed)
-      add_products<mirrors ? mirror_conjugated<Name> : Name::conjugated>(to - from, to_column, a, at, from,
-                                                                         from + distance);
+    if constexpr (Row != Use::none)
+      add_products<Row == Use::conjugated>(to - from, to_row, a, at, from + distance, from);
+    if (Column != Use::none && (Row == Use::none || distance != 0))
+      add_products<Column == Use::conjugated>(to - from, to_column, a, at, from, from + distance);
   }
-  if constexpr (Name::unit)
+  if (job.unit)
     for (int r = 0; r < R; ++r)
-      add_multiple(run_of<T, I>(end - begin), alpha, at.x[r] + begin, at.y[r] + begin);
+      add_multiple(run_of<T, I>(end - begin), to_row, at.x[r] + begin, at.y[r] + begin);
 }
 
 // ---- Kernels ---------------------------------------------------------------------------------------------------
 
-// body(begin, end), for parts of the rows.
-template <class T, class I, class Body> inline void each_part(I rows, Body body) {
+constexpr Use used(bool is, bool conjugated) {
+  return !is ? Use::none : conjugated ? Use::conjugated : Use::plain;
+}
+template <class Name> constexpr bool mirrors = Name::kind == 's' || Name::kind == 'h' || Name::kind == 'a';
+template <class Name> constexpr Use row_use = used(mirrors<Name> || !Name::transposed, own_conjugated<Name>);
+template <class Name>
+constexpr Use column_use = used(mirrors<Name> || Name::transposed, mirror_conjugated<Name>);
+
+template <class Name, class T, class I>
+inline DiagonalJob<T, I> job_of(const Diagonals<T, I> &matrix, I m, I n, const T *alpha) {
+  constexpr bool all = Name::kind == 'g', triangle = Name::kind != 'g' && Name::kind != 'd';
+  DiagonalJob<T, I> job = {matrix, m, all ? n : m, fetch(alpha), fetch(alpha)};
+  // A skew matrix has its sign in the mirror, its transpose in the entry itself.
+  if constexpr (Name::kind == 'a') {
+    auto &negative = Name::transposed ? job.to_row : job.to_column;
+    negative = -negative;
+  }
+  job.below = all || (triangle && Name::lower), job.above = all || (triangle && !Name::lower);
+  job.main = Name::kind != 'a' && !Name::unit, job.unit = Name::unit;
+  return job;
+}
+
+// Right-hand sides first ... last - 1 from 0.
+template <Use Row, Use Column, class T, class I>
+[[gnu::noinline]] void multiply(const DiagonalJob<T, I> &job, I first, I last, const T *b, I ldb, T *c,
+                                I ldc) {
   constexpr I part = part_bytes / sizeof(T);
-  for (I begin = 0; begin < rows;) {
-    const I end = rows - begin > part ? begin + part : rows;
-    body(begin, end);
+  for (I begin = 0; begin < job.rows;) {
+    const I end = job.rows - begin > part ? begin + part : job.rows;
+    each_group_of<2>(first, last, [&](auto sides, I column) {
+      Vectors<T, sides()> at;
+      for (int k = 0; k < sides(); ++k) {
+        at.x[k] = b + wrapped_product<I>(column + k, ldb);
+        at.y[k] = c + wrapped_product<I>(column + k, ldc);
+      }
+      add_diagonals<Row, Column>(job, begin, end, at);
+    });
     begin = end;
   }
 }
@@ -115,8 +135,7 @@ template <class T, class I, class Body> inline void each_part(I rows, Body body)
 // The whole matrix: there are no pieces.
 template <class Name, class T, class I>
 inline void dia_mv_par(I m, I n, const T *alpha, const Diagonals<T, I> &matrix, const T *x, T *y) {
-  const DiagonalJob<T, I> job = {matrix, m, Name::kind == 'g' ? n : m, fetch(alpha)};
-  each_part<T>(m, [&](I begin, I end) { add_diagonals<Name>(job, begin, end, Vectors<T, 1>{{x}, {y}}); });
+  multiply<row_use<Name>, column_use<Name>, T, I>(job_of<Name>(matrix, m, n, alpha), 0, 1, x, 0, y, 0);
 }
 
 // Right-hand sides first ... last, from one.
@@ -125,17 +144,9 @@ inline void dia_mm_par(const I *first, const I *last, const I *m, const I *n, co
                        const I *stride, const I *distance, const I *count, const T *b, const I *ldb, T *c,
                        const I *ldc) {
   if (*last < *first) return;
-  const DiagonalJob<T, I> job = {
-      {values, *stride, distance, *count}, *m, Name::kind == 'g' ? *n : *m, fetch(alpha)};
-  each_part<T>(job.rows, [&](I begin, I end) {
-    each_group_of<2, I>(*first - 1, *last, [&](auto sides, I column) {
-      Vectors<T, sides()> at;
-      for (int k = 0; k < sides(); ++k)
-        at.x[k] = b + wrapped_product<I>(column + k, *ldb),
-        at.y[k] = c + wrapped_product<I>(column + k, *ldc);
-      add_diagonals<Name>(job, begin, end, at);
-    });
-  });
+  const Diagonals<T, I> matrix = {values, *stride, distance, *count};
+  multiply<row_use<Name>, column_use<Name>, T, I>(job_of<Name>(matrix, *m, *n, alpha), *first - 1, *last, b,
+                                                  *ldb, c, *ldc);
 }
 
 // The entries of one element type: a source file each.
