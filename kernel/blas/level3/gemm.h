@@ -11,6 +11,7 @@ namespace tnk::level3 {
 template <class T> struct gemm_entries;
 #define TNK_GEMM_ENTRIES(T, t)                                                                               \
   template <> struct gemm_entries<T> {                                                                       \
+    static constexpr const tnk_gemm_row *rows = avx_##t##_all_gemm_ker;                                      \
     static constexpr auto par = tnk_blas_x##t##gemm_par;                                                     \
     static constexpr auto zero_desc = tnk_blas_##t##gemm_zero_desc;                                          \
     static constexpr auto get_optimal_kernel = tnk_blas_##t##gemm_get_optimal_kernel;                        \

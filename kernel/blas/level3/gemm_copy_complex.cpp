@@ -81,7 +81,7 @@ struct complex_panels {
   }
 
   // Some steps of all panels, then the next ones: source columns are read side by side, panels written in rows.
-  template <int W, class T, class F>
+  template <int, int W, class T, class F>
   static void across(tnk_int count, tnk_int steps, const T *source, tnk_int ld, T *to, tnk_int stride, F f) {
     using real = real_of<T>;
     constexpr int at_once = 8, vectors = 2 * W / per_vector<real>; // steps; vectors that one takes
@@ -98,7 +98,7 @@ struct complex_panels {
     for (tnk_int i = 0; i < count; i += W) pad<W>(steps, to + i / W * stride);
   }
 
-  template <int W, class T, class F>
+  template <int, int W, class T, class F>
   static void along(tnk_int count, tnk_int steps, const T *source, tnk_int ld, T *to, tnk_int stride, F f) {
     using real = real_of<T>;
     constexpr int at_once = per_vector<real> / 2; // steps of a vector
@@ -106,6 +106,10 @@ struct complex_panels {
       tnk_int l = 0;
       for (; l + at_once <= steps; l += at_once)
         some_steps<W>(source + l, ld, reinterpret_cast<real *>(to + l * W), f);
+      if (l < steps && l > 0) { // some once more
+        l = steps;
+        some_steps<W>(source + l - at_once, ld, reinterpret_cast<real *>(to + (l - at_once) * W), f);
+      }
       for (; l < steps; ++l)
         for (int r = 0; r < W; ++r) put(to + l * W, r, f(get(source + l + r * ld)));
       pad<W>(steps, to);

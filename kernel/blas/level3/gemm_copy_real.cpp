@@ -11,9 +11,9 @@ inline f32x8 load_halves(const float *low, const float *high) {
   return joined(loadu<f32x4>(low), loadu<f32x4>(high));
 }
 
-// Four steps of a panel of a source that runs along it.
-template <int W, class T, class F> inline void four_steps(const T *source, tnk_int ld, T *panel, F f) {
-  if constexpr (W * sizeof(T) == 32 && sizeof(T) == 4) {
+// Four steps of L lanes of a panel of a source that runs along it.
+template <int L, int W, class T, class F> inline void four_steps(const T *source, tnk_int ld, T *panel, F f) {
+  if constexpr (L * sizeof(T) == 32 && sizeof(T) == 4) {
     f32x8 r0 = load_halves(source, source + 4 * ld), r1 = load_halves(source + ld, source + 5 * ld);
     f32x8 r2 = load_halves(source + 2 * ld, source + 6 * ld),
           r3 = load_halves(source + 3 * ld, source + 7 * ld);
@@ -23,7 +23,7 @@ template <int W, class T, class F> inline void four_steps(const T *source, tnk_i
     storeu(panel + 2 * W, f(r2));
     storeu(panel + 3 * W, f(r3));
   } else {
-    for (int h = 0; h < W; h += 4, source += 4 * ld, panel += 4) {
+    for (int h = 0; h < L; h += 4, source += 4 * ld, panel += 4) {
       using V = quad<T>;
       V r0 = loadu<V>(source), r1 = loadu<V>(source + ld);
       V r2 = loadu<V>(source + 2 * ld), r3 = loadu<V>(source + 3 * ld);
@@ -49,22 +49,22 @@ struct real_panels {
 
   // Several panels side by side: whole lines of the source are read. Each step's are in another page, too few for the
   // processor to read on by itself: what the next panels need is brought into the second level meanwhile.
-  template <int W, class T, class F>
+  template <int L, int W, class T, class F>
   static void across(tnk_int count, tnk_int steps, const T *source, tnk_int ld, T *to, tnk_int stride, F f) {
-    using V = std::conditional_t<W * sizeof(T) == 16, half<T>, vec<T>>;
+    using V = std::conditional_t<L * sizeof(T) == 16, half<T>, vec<T>>;
     constexpr int width = sizeof(V) / sizeof(T), line = 64 / sizeof(T);
     tnk_int i = 0;
     const auto panels = [&](auto side_by_side) {
       constexpr int P = side_by_side;
-      for (; i + P * W <= count; i += P * W) {
+      for (; i + P * L <= count; i += P * L) {
         const T *from = source + i;
-        T *const panel = to + i / W * stride;
+        T *const panel = to + i / L * stride;
         for (tnk_int l = 0; l < steps; ++l, from += ld) {
           if (P > 1)
-            for (int ahead = P * W; ahead < 2 * P * W; ahead += line) __builtin_prefetch(from + ahead, 0, 2);
+            for (int ahead = P * L; ahead < 2 * P * L; ahead += line) __builtin_prefetch(from + ahead, 0, 2);
           for (int p = 0; p < P; ++p)
-            for (int h = 0; h < W; h += width)
-              storeu(panel + p * stride + W * l + h, f(loadu<V>(from + p * W + h)));
+            for (int h = 0; h < L; h += width)
+              storeu(panel + p * stride + W * l + h, f(loadu<V>(from + p * L + h)));
         }
         for (int p = 0; p < P; ++p) pad<W>(steps, panel + p * stride);
       }
@@ -74,13 +74,15 @@ struct real_panels {
     panels(std::integral_constant<int, 1>{});
   }
 
-  template <int W, class T, class F>
+  template <int L, int W, class T, class F>
   static void along(tnk_int count, tnk_int steps, const T *source, tnk_int ld, T *to, tnk_int stride, F f) {
-    for (tnk_int i = 0; i < count; i += W, source += W * ld, to += stride) {
+    for (tnk_int i = 0; i < count; i += L, source += L * ld, to += stride) {
       tnk_int l = 0;
-      for (; l + 4 <= steps; l += 4) four_steps<W>(source + l, ld, to + W * l, f);
+      for (; l + 4 <= steps; l += 4) four_steps<L, W>(source + l, ld, to + W * l, f);
+      if (l < steps && l > 0)
+        l = steps, four_steps<L, W>(source + l - 4, ld, to + W * (l - 4), f); // some once more
       for (; l < steps; ++l)
-        for (int r = 0; r < W; ++r) put(to + W * l, r, f(get(source + l + r * ld)));
+        for (int r = 0; r < L; ++r) put(to + W * l, r, f(get(source + l + r * ld)));
       pad<W>(steps, to);
     }
   }

@@ -126,16 +126,31 @@ void edge_tile(const packed_product<T> &p, tnk_int n, const T *b, T *c) {
       write_out<H>([&](auto h) TNK_INLINE_LAMBDA { sum[i][h] += x * y[h]; });
     });
   }
-  T rows[M][H * width];
-  // A copy, lest the compiler give a sum one place in memory for the loop as well.
-  write_out<M>([&](auto i) TNK_INLINE_LAMBDA {
-    write_out<H>([&](auto h) TNK_INLINE_LAMBDA { storeu(&rows[i][width * h], in_register(sum[i][h])); });
+  // Four rows at a time by columns, of which some rows may be missing.
+  write_out<(M + 3) / 4>([&](auto fourth) TNK_INLINE_LAMBDA {
+    constexpr int first = 4 * decltype(fourth)::value, count = M - first < 4 ? M - first : 4;
+    const auto put_column = [&](tnk_int j, quad<T> rows) TNK_INLINE_LAMBDA {
+      if (j >= n) return;
+      T *at = c + first + j * p.ldc;
+      if constexpr (count == 4)
+        storeu(at, p.add ? loadu<quad<T>>(at) + rows : rows);
+      else
+        write_out<count>([&](int i)
+                             TNK_INLINE_LAMBDA { put(at + i, p.add ? get(at + i) + rows[i] : rows[i]); });
+    };
+    write_out<H>([&](auto h) TNK_INLINE_LAMBDA {
+      V row[4] = {};
+      write_out<count>([&](auto i) TNK_INLINE_LAMBDA { row[i] = sum[first + i][h]; });
+      if constexpr (width == 4) {
+        transpose(row[0], row[1], row[2], row[3]);
+        write_out<4>([&](auto j) TNK_INLINE_LAMBDA { put_column(width * h + j, row[j]); });
+      } else {
+        transpose_halves(row[0], row[1], row[2], row[3]);
+        write_out<4>([&](auto j) TNK_INLINE_LAMBDA { put_column(j, low_half(row[j])); });
+        write_out<4>([&](auto j) TNK_INLINE_LAMBDA { put_column(4 + j, high_half(row[j])); });
+      }
+    });
   });
-  for (tnk_int j = 0; j < n; ++j)
-    for (int i = 0; i < M; ++i) {
-      T *at = c + i + j * p.ldc;
-      put(at, p.add ? get(at) + rows[i][j] : rows[i][j]);
-    }
 }
 
 template <class T> void edge(const packed_product<T> &p) {
