@@ -11,20 +11,20 @@
 namespace tnk::level3 {
 
 // The buffers of a mode, in the order in which they are laid out.
-enum buffer { no_buffer, a_buffer, b_buffer, work_buffer };
-struct buffer_list {
-  buffer order[3];
+enum Buffer { no_buffer, a_buffer, b_buffer, work_buffer };
+struct BufferList {
+  Buffer order[3];
   bool allocated;
 };
-constexpr buffer_list buffers_by_mode[] = {{{a_buffer, work_buffer, b_buffer}, true}, // both_packed
-                                           {{a_buffer}, true},
-                                           {{b_buffer}, true},
-                                           {{a_buffer, b_buffer}, false},
-                                           {{work_buffer, b_buffer}, true},
-                                           {{a_buffer, work_buffer}, true},
-                                           {{work_buffer}, true}}; // none_packed
+constexpr BufferList buffers_by_mode[] = {{{a_buffer, work_buffer, b_buffer}, true}, // both_packed
+                                          {{a_buffer}, true},
+                                          {{b_buffer}, true},
+                                          {{a_buffer, b_buffer}, false},
+                                          {{work_buffer, b_buffer}, true},
+                                          {{a_buffer, work_buffer}, true},
+                                          {{work_buffer}, true}}; // none_packed
 
-constexpr const buffer_list *buffers_of(int32_t mode) {
+constexpr const BufferList *buffers_of(int32_t mode) {
   return mode < both_packed || mode > none_packed ? nullptr : &buffers_by_mode[mode - both_packed];
 }
 
@@ -34,14 +34,14 @@ constexpr tnk_int beyond = 512;
 template <class T>
 TNK_INLINE int32_t size_buffers(int32_t mode, int32_t sizes, tnk_int m, tnk_int n, tnk_int k,
                                 tnk_gemm_descriptor *d) {
-  const buffer_list *const buffers = buffers_of(mode);
+  const BufferList *const buffers = buffers_of(mode);
   if (!buffers || (sizes != clamped_sizes && sizes != whole_sizes)) return 1;
   const auto block = [=](tnk_int size, tnk_int dimension, tnk_int unroll) {
     return rounded_up(sizes == clamped_sizes ? std::min(size, dimension) : size, unroll);
   };
   const tnk_int mb = block(d->mb, m, d->mr), nb = block(d->nb, n, d->nr), kb = block(d->kb, k, d->kr);
   constexpr tnk_int element = sizeof(T), page = 12, cache_lines = 7;
-  for (const buffer which : buffers->order) {
+  for (const Buffer which : buffers->order) {
     if (which == a_buffer)
       d->a.stride = d->mr * kb, d->a.size = element * mb * kb + beyond, d->a.shift = page;
     if (which == b_buffer)
@@ -55,27 +55,27 @@ TNK_INLINE int32_t size_buffers(int32_t mode, int32_t sizes, tnk_int m, tnk_int 
 // One allocation. Addresses are numbers here: there may be no block to point into.
 TNK_INLINE int32_t place_buffers(int32_t mode, void **raw, tnk_gemm_descriptor *d) {
   *raw = nullptr;
-  const buffer_list *const buffers = buffers_of(mode);
+  const BufferList *const buffers = buffers_of(mode);
   if (!buffers || !buffers->allocated) return 1;
-  struct place {
+  struct Place {
     void **data;
     tnk_int size, shift;
   };
-  const auto place_of = [d](buffer which) -> place {
+  const auto place_of = [d](Buffer which) -> Place {
     if (which == a_buffer) return {&d->a.data, d->a.size, d->a.shift};
     if (which == b_buffer) return {&d->b.data, d->b.size, d->b.shift};
     return {&d->work.data, d->work.size, d->work.shift};
   };
 
   tnk_int total = 0;
-  for (const buffer which : buffers->order)
+  for (const Buffer which : buffers->order)
     if (which != no_buffer) total += place_of(which).size + (tnk_int{2} << place_of(which).shift);
   *raw = tnk_serv_allocate(total, 128);
 
   auto end = reinterpret_cast<std::uintptr_t>(*raw);
-  for (const buffer which : buffers->order) {
+  for (const Buffer which : buffers->order) {
     if (which == no_buffer) break;
-    const place next = place_of(which);
+    const Place next = place_of(which);
     const std::uintptr_t unit = std::uintptr_t{1} << next.shift;
     end = (end + unit - 1) & ~(unit - 1);
     *next.data = reinterpret_cast<void *>(end);

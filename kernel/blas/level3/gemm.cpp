@@ -10,7 +10,7 @@ namespace {
 constexpr tnk_int one_block_order = 64;
 
 // What the loops would come to: both operands packed, one call of the block kernel.
-template <class T> void one_block(const char *transa, const char *transb, const operands<T> &p) {
+template <class T> void one_block(const char *transa, const char *transb, const Operands<T> &p) {
   const tnk_gemm_row &row = *gemm_entries<T>::rows;
   tnk_gemm_descriptor d; // of which the buffers' stages need these
   d.mr = gemm_tile<T>::mr, d.nr = gemm_tile<T>::nr, d.kr = kr,
@@ -41,7 +41,7 @@ void gemm(const char *transa, const char *transb, const tnk_int *m, const tnk_in
     return;
   }
   if (std::max({*m, *n, *k}) <= one_block_order || *m < tile::mr || *n < tile::nr || *k < kr) {
-    const operands<T> p = {
+    const Operands<T> p = {
         operation_of<T>(transa), operation_of<T>(transb), *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc};
     if (*m < tile::mr || *n < tile::nr || *k < kr) return plain_product(p, block_along_k(*k, kr));
     return one_block(transa, transb, p);

@@ -27,9 +27,9 @@ TNK_GEMM_ENTRIES(tnk_complex16, z)
 #undef TNK_GEMM_ENTRIES
 
 // What an option letter asks for; also the place of its copy in a descriptor. Real types know no conjugation.
-enum operation { as_it_is = 0, transposed = 1, conjugate_transposed = 2 };
+enum Operation { as_it_is = 0, transposed = 1, conjugate_transposed = 2 };
 
-template <class T> inline operation operation_of(const char *trans) {
+template <class T> inline Operation operation_of(const char *trans) {
   if (*trans == 'N' || *trans == 'n') return as_it_is;
   if (!is_complex<T> || *trans == 'T' || *trans == 't') return transposed;
   return conjugate_transposed;
@@ -37,13 +37,13 @@ template <class T> inline operation operation_of(const char *trans) {
 
 // The corner of the block at (row, column) of op(X).
 template <class T>
-inline const T *block_of(const T *x, tnk_int ld, operation op, tnk_int row, tnk_int column) {
+inline const T *block_of(const T *x, tnk_int ld, Operation op, tnk_int row, tnk_int column) {
   return op == as_it_is ? x + row + column * ld : x + column + row * ld;
 }
 
 // A product: C := beta C + alpha op(A) op(B).
-template <class T> struct operands {
-  operation op_a, op_b;
+template <class T> struct Operands {
+  Operation op_a, op_b;
   tnk_int m, n, k;
   T alpha;
   const T *a;
@@ -56,11 +56,11 @@ template <class T> struct operands {
 };
 
 // The plain path, its sums cut after each kb steps. Of float, double, tnk_complex8 and tnk_complex16.
-template <class T> void plain_product(const operands<T> &, tnk_int kb);
+template <class T> void plain_product(const Operands<T> &, tnk_int kb);
 
 // Which operands have a buffer for their packed block; those that have none pass through the work buffer. The modes of
 // one buffer alone have their panels filled by somebody else.
-enum buffer_mode : int32_t {
+enum BufferMode : int32_t {
   both_packed = 100, // and the work buffer
   a_alone,
   b_alone,
@@ -69,9 +69,9 @@ enum buffer_mode : int32_t {
   a_packed,
   none_packed
 };
-enum size_mode : int32_t { clamped_sizes = 107, whole_sizes };
+enum SizeMode : int32_t { clamped_sizes = 107, whole_sizes };
 
 // What a block kernel is told of its panels. It means nothing to those of this processor class.
-enum kernel_mode : int32_t { plain_panels = 2, panels_in_work };
+enum KernelMode : int32_t { plain_panels = 2, panels_in_work };
 
 } // namespace tnk::level3

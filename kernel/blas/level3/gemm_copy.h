@@ -5,7 +5,7 @@
 // it (the steps of a lane are: A transposed, B as it is). Both are read in the order of memory. How whole panels are
 // read is the affair of a class Panels:
 //
-//   times<T, conjugate>, unchanged<T, conjugate>         what happens to A and to B on the way, vectors or elements of them
+//   Times<T, conjugate>, Unchanged<T, conjugate>         what happens to A and to B on the way, vectors or elements of them
 //   across<L, W>(count, steps, source, ld, to, stride, f)  `count` lanes, L to each panel, which has W
 //   along<L, W>(count, steps, source, ld, to, stride, f)   the same
 //   put(step, lane, x)                                     one lane of a step
@@ -46,12 +46,12 @@ inline void lanes(tnk_int count, tnk_int steps, const T *source, tnk_int ld, T *
 }
 
 // Panels of mr rows. Of the last one only the rows that exist are written, pad steps apart.
-template <class Panels, operation op, class T>
+template <class Panels, Operation op, class T>
 void copy_a(tnk_int rows, tnk_int steps, const T *source, tnk_int ld, T *to, tnk_int stride, T alpha) {
   constexpr int W = gemm_tile<T>::mr;
   constexpr bool along = op != as_it_is;
   if (rows < 1 || steps < 1) return;
-  const typename Panels::template times<T, op == conjugate_transposed> f(alpha);
+  const typename Panels::template Times<T, op == conjugate_transposed> f(alpha);
   const tnk_int lane_step = along ? ld : 1, step_step = along ? 1 : ld;
   const tnk_int whole = rounded_down(rows, W);
   lanes<Panels, W, W, along>(whole, steps, source, ld, to, stride, f);
@@ -69,12 +69,12 @@ void copy_a(tnk_int rows, tnk_int steps, const T *source, tnk_int ld, T *to, tnk
 }
 
 // Panels of nr columns, then a group of 4 and one of 1 to 3 columns.
-template <class Panels, operation op, class T>
+template <class Panels, Operation op, class T>
 void copy_b(tnk_int steps, tnk_int columns, const T *source, tnk_int ld, T *to, tnk_int stride) {
   constexpr int W = gemm_tile<T>::nr;
   constexpr bool along = op == as_it_is;
   if (steps < 1 || columns < 1) return;
-  const typename Panels::template unchanged<T, op == conjugate_transposed> f;
+  const typename Panels::template Unchanged<T, op == conjugate_transposed> f;
   const tnk_int lane_step = along ? ld : 1, step_step = along ? 1 : ld;
   const tnk_int whole = rounded_down(columns, W);
   lanes<Panels, W, W, along>(whole, steps, source, ld, to, stride, f);

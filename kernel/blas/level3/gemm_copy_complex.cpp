@@ -55,13 +55,13 @@ template <int W, class F> TNK_INLINE void some_steps(const tnk_complex16 *x, tnk
   }
 }
 
-struct complex_panels {
+struct ComplexPanels {
   // alpha times the element, or times its conjugate. Adding -im * x.im is subtracting im * x.im, to the bit.
-  template <class T, bool conjugates> struct times {
+  template <class T, bool conjugates> struct Times {
     using vector = vec_of<T>;
     T alpha;
     vector re, im;
-    explicit TNK_INLINE times(T factor)
+    explicit TNK_INLINE Times(T factor)
         : alpha(factor), re(by_part(factor.re, factor.re)), im(by_part(-factor.im, factor.im)) {}
     TNK_INLINE T operator()(T x) const { return alpha * (conjugates ? conjugate(x) : x); }
     TNK_INLINE vector operator()(vector v) const {
@@ -69,7 +69,7 @@ struct complex_panels {
       return re * v + im * exchange_parts(v);
     }
   };
-  template <class T, bool conjugates> struct unchanged {
+  template <class T, bool conjugates> struct Unchanged {
     using vector = vec_of<T>;
     TNK_INLINE T operator()(T x) const { return conjugates ? conjugate(x) : x; }
     TNK_INLINE vector operator()(vector v) const { return conjugates ? conjugate_pairs(v) : v; }
@@ -121,9 +121,9 @@ struct complex_panels {
 } // namespace tnk::level3
 
 #define COPIES(T, type)                                                                                      \
-  TNK_GEMM_COPY(tnk::level3::complex_panels, T, type, n, as_it_is)                                           \
-  TNK_GEMM_COPY(tnk::level3::complex_panels, T, type, t, transposed)                                         \
-  TNK_GEMM_COPY(tnk::level3::complex_panels, T, type, c, conjugate_transposed)
+  TNK_GEMM_COPY(tnk::level3::ComplexPanels, T, type, n, as_it_is)                                            \
+  TNK_GEMM_COPY(tnk::level3::ComplexPanels, T, type, t, transposed)                                          \
+  TNK_GEMM_COPY(tnk::level3::ComplexPanels, T, type, c, conjugate_transposed)
 
 COPIES(tnk_complex8, c)
 COPIES(tnk_complex16, z)

@@ -36,13 +36,13 @@ template <int L, int W, class T, class F> inline void four_steps(const T *source
   }
 }
 
-struct real_panels {
-  template <class T, bool> struct times {
+struct RealPanels {
+  template <class T, bool> struct Times {
     T alpha;
-    explicit times(T factor) : alpha(factor) {}
+    explicit Times(T factor) : alpha(factor) {}
     template <class V> V operator()(V x) const { return alpha * x; }
   };
-  template <class T, bool> struct unchanged {
+  template <class T, bool> struct Unchanged {
     template <class V> V operator()(V x) const { return x; }
   };
   template <class T> static void put(T *step, tnk_int lane, T x) { step[lane] = x; }
@@ -101,8 +101,8 @@ struct real_panels {
          : tnk_blas_##type##gemm_copy##o##t)(count1, count2, source, ld, buffer, panels, alpha);             \
   }
 #define COPIES(T, type)                                                                                      \
-  TNK_GEMM_COPY(tnk::level3::real_panels, T, type, n, as_it_is)                                              \
-  TNK_GEMM_COPY(tnk::level3::real_panels, T, type, t, transposed)                                            \
+  TNK_GEMM_COPY(tnk::level3::RealPanels, T, type, n, as_it_is)                                               \
+  TNK_GEMM_COPY(tnk::level3::RealPanels, T, type, t, transposed)                                             \
   COPY_EXT(T, type, a)                                                                                       \
   COPY_EXT(T, type, b)
 

@@ -15,7 +15,7 @@
 namespace tnk::level3 {
 
 // Panels of A by panels of B, added to C or, without reading C, stored over it. Strides are from panel to panel.
-template <class T> struct packed_product {
+template <class T> struct PackedProduct {
   tnk_int m, n, k;
   const T *a;
   tnk_int a_stride;
@@ -28,10 +28,10 @@ template <class T> struct packed_product {
 
 // tiles: for rows of whole tiles; edge: for fewer rows than a tile has.
 template <class T, class Tiles, class Edge>
-inline void split(const packed_product<T> &p, Tiles tiles, Edge edge) {
+inline void split(const PackedProduct<T> &p, Tiles tiles, Edge edge) {
   constexpr tnk_int mr = gemm_tile<T>::mr;
   const tnk_int panels = p.m / mr, whole = panels * mr;
-  packed_product<T> part = p;
+  PackedProduct<T> part = p;
   part.m = whole;
   if (whole != 0) tiles(part);
   part.m = p.m - whole;
@@ -50,16 +50,16 @@ inline void split(const packed_product<T> &p, Tiles tiles, Edge edge) {
                        const tnk_gemm_panels *b_panels, [[maybe_unused]] const void *beta, void *c,          \
                        const tnk_int *ldc, void *, int32_t) {                                                \
     using namespace tnk::level3;                                                                             \
-    const packed_product<T> p = {*m,                                                                         \
-                                 *n,                                                                         \
-                                 *k,                                                                         \
-                                 static_cast<const T *>(a),                                                  \
-                                 a_panels->stride,                                                           \
-                                 static_cast<const T *>(b),                                                  \
-                                 b_panels->stride,                                                           \
-                                 static_cast<T *>(c),                                                        \
-                                 *ldc,                                                                       \
-                                 adds};                                                                      \
+    const PackedProduct<T> p = {*m,                                                                          \
+                                *n,                                                                          \
+                                *k,                                                                          \
+                                static_cast<const T *>(a),                                                   \
+                                a_panels->stride,                                                            \
+                                static_cast<const T *>(b),                                                   \
+                                b_panels->stride,                                                            \
+                                static_cast<T *>(c),                                                         \
+                                *ldc,                                                                        \
+                                adds};                                                                       \
     __VA_ARGS__;                                                                                             \
   }
 // Of tiles<T> and edge<T>, which take a packed_product.

@@ -34,11 +34,11 @@ TNK_INLINE f32x4 evens_odds_back(f32x4 a, f32x4 b) {
 
 // The sums of one group of rows: its real and its imaginary parts times two vectors of B. A group is two rows in single
 // complex and one in double.
-template <class V> struct sums { V re0{}, re1{}, im0{}, im1{}; };
+template <class V> struct Sums { V re0{}, re1{}, im0{}, im1{}; };
 
 // A sum passes through a register each time: left to itself, the compiler collects the products of many steps before it adds
 // them, in more vectors than there are registers.
-template <class V> TNK_INLINE void add_products(sums<V> &s, V re, V im, V b0, V b1) {
+template <class V> TNK_INLINE void add_products(Sums<V> &s, V re, V im, V b0, V b1) {
   s.re0 = in_register(s.re0 + re * b0);
   s.re1 = in_register(s.re1 + re * b1);
   s.im0 = in_register(s.im0 + im * b0);
@@ -52,29 +52,29 @@ template <class V> TNK_INLINE void put_sum(void *c, V sum, bool add) {
 // The form of a tile in each type: step() takes one step of k, set() what all of them come to in a whole tile (passes.h),
 // finish() adds the sums to columns of C. Rows below the
 // tile's own are those of an edge, Columns below it those of a remainder.
-template <class T, int Rows, int Columns> struct tile;
+template <class T, int Rows, int Columns> struct Tile;
 
 // Single complex. One vector of B has the four columns, a second the same with the columns of each pair exchanged;
 // two rows of A are broadcast at once. Sums at hand in a half, rows 0 and 1, columns 0 and 1:
 //   re0:  re0*re0 re1*re1 re0*im0 re1*im1     re1:  re0*re1 re1*re0 re0*im1 re1*im0     (im0, im1 alike)
-template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
+template <int Rows, int Columns> struct Tile<tnk_complex8, Rows, Columns> {
   using vector = std::conditional_t<(Columns > 2), f32x8, f32x4>;
   static constexpr int a_step = 8, b_step = 8;
-  sums<vector> upper, lower;
+  Sums<vector> upper, lower;
 
-  static TNK_INLINE void add_pair(sums<vector> &s, const float *a, vector b0, vector b1) {
+  static TNK_INLINE void add_pair(Sums<vector> &s, const float *a, vector b0, vector b1) {
     vector re, im;
     splat_pair(a, re);
     splat_pair(a + 2, im);
     add_products(s, re, im, b0, b1);
   }
   // The lane of the second row holds no row and is not read. What its products with b1 would be stands in those with b0.
-  static TNK_INLINE void add_single(sums<vector> &s, const float *a, vector b0) {
+  static TNK_INLINE void add_single(Sums<vector> &s, const float *a, vector b0) {
     s.re0 = in_register(s.re0 + splat<vector>(a[0]) * b0);
     s.im0 = in_register(s.im0 + splat<vector>(a[2]) * b0);
   }
 
-  TNK_INLINE void set(const unit_sums<float> &s) {
+  TNK_INLINE void set(const UnitSums<float> &s) {
     upper = {s.x[0], s.y[0], s.x[1], s.y[1]};
     lower = {s.x[2], s.y[2], s.x[3], s.y[3]};
   }
@@ -91,10 +91,10 @@ template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
   }
 
   // Columns 0 and 2, or 1 and 3, of a group: re im of its first row, re im of its second.
-  static TNK_INLINE vector even_columns(const sums<vector> &s) {
+  static TNK_INLINE vector even_columns(const Sums<vector> &s) {
     return addsub(evens_odds(s.re0, s.re1), evens_odds_back(s.im0, s.im1));
   }
-  static TNK_INLINE vector odd_columns(const sums<vector> &s) {
+  static TNK_INLINE vector odd_columns(const Sums<vector> &s) {
     return addsub(evens_odds(s.re1, s.re0), evens_odds_back(s.im1, s.im0));
   }
 
@@ -144,11 +144,11 @@ template <int Rows, int Columns> struct tile<tnk_complex8, Rows, Columns> {
 };
 
 // Double complex. Two vectors of B have two columns each, re re im im; one part of one row of A is broadcast.
-template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
+template <int Rows, int Columns> struct Tile<tnk_complex16, Rows, Columns> {
   static constexpr int a_step = 4, b_step = 8;
-  sums<f64x4> upper, lower;
+  Sums<f64x4> upper, lower;
 
-  static TNK_INLINE void add_row(sums<f64x4> &s, const double *a, f64x4 b0, f64x4 b1) {
+  static TNK_INLINE void add_row(Sums<f64x4> &s, const double *a, f64x4 b0, f64x4 b1) {
     const f64x4 re = splat<f64x4>(a[0]), im = splat<f64x4>(a[2]);
     if constexpr (Columns > 2) {
       add_products(s, re, im, b0, b1);
@@ -157,7 +157,7 @@ template <int Rows, int Columns> struct tile<tnk_complex16, Rows, Columns> {
       s.im0 = in_register(s.im0 + im * b0);
     }
   }
-  TNK_INLINE void set(const unit_sums<double> &s) {
+  TNK_INLINE void set(const UnitSums<double> &s) {
     upper = {s.x[0], s.y[0], s.x[2], s.y[2]};
     lower = {s.x[1], s.y[1], s.x[3], s.y[3]};
   }
@@ -201,14 +201,14 @@ template <int Columns, class T> TNK_INLINE void prefetch_tile(const T *c, tnk_in
 template <class T, int Rows, int Columns>
 TNK_INLINE void narrow_tile(tnk_int k, const real_of<T> *a, const real_of<T> *b, T *c, tnk_int ldc,
                             bool add) {
-  using form = tile<T, Rows, Columns>;
+  using Form = Tile<T, Rows, Columns>;
   prefetch_tile<Columns>(c, ldc);
-  form t;
+  Form t;
   for (; k >= 4; k -= 4) {
 #pragma GCC unroll 4
-    for (int s = 0; s < 4; ++s, a += form::a_step, b += form::b_step) {
-      if (s * form::a_step * sizeof *a % 64 == 0) __builtin_prefetch(a + a_ahead / sizeof *a);
-      if (s * form::b_step * sizeof *b % 64 == 0) __builtin_prefetch(b + b_ahead / sizeof *b);
+    for (int s = 0; s < 4; ++s, a += Form::a_step, b += Form::b_step) {
+      if (s * Form::a_step * sizeof *a % 64 == 0) __builtin_prefetch(a + a_ahead / sizeof *a);
+      if (s * Form::b_step * sizeof *b % 64 == 0) __builtin_prefetch(b + b_ahead / sizeof *b);
       t.step(a, b);
     }
   }
@@ -216,14 +216,14 @@ TNK_INLINE void narrow_tile(tnk_int k, const real_of<T> *a, const real_of<T> *b,
 }
 
 // Whole panels of B, or what is left of its columns, by all of A.
-template <int Rows, int Columns, class T> void panel(const packed_product<T> &p, const T *b_panel, T *c) {
+template <int Rows, int Columns, class T> void panel(const PackedProduct<T> &p, const T *b_panel, T *c) {
   using real = real_of<T>;
   const auto *a = reinterpret_cast<const real *>(p.a), *b = reinterpret_cast<const real *>(b_panel);
   const tnk_int a_stride = 2 * p.a_stride;
   if constexpr (Rows == gemm_tile<T>::mr && Columns > 2) {
     tiles_of_panel<Rows>(p.m, p.k, b, [&](auto how, const real *second_at, tnk_int i) TNK_INLINE_LAMBDA {
       prefetch_tile<Columns>(c + i, p.ldc);
-      tile<T, Rows, Columns> t;
+      Tile<T, Rows, Columns> t;
       t.set(unit_passes<how(), a_ahead, b_ahead>(p.k, a + i / Rows * a_stride, b, second_at));
       t.finish(c + i, p.ldc, p.add);
     });
@@ -234,7 +234,7 @@ template <int Rows, int Columns, class T> void panel(const packed_product<T> &p,
 }
 
 // All of B by panels of so many rows of A.
-template <int Rows, class T> void panels(const packed_product<T> &p) {
+template <int Rows, class T> void panels(const PackedProduct<T> &p) {
   static_assert(gemm_tile<T>::nr == group, "no narrow groups");
   const T *b = p.b;
   tnk_int j = 0;
@@ -242,10 +242,10 @@ template <int Rows, class T> void panels(const packed_product<T> &p) {
   with_constant<group - 1>(p.n - j, [&](auto columns) { panel<Rows, columns>(p, b, p.c + j * p.ldc); });
 }
 
-template <class T> void tiles(const packed_product<T> &p) {
+template <class T> void tiles(const PackedProduct<T> &p) {
   panels<gemm_tile<T>::mr>(p);
 }
-template <class T> void edge(const packed_product<T> &p) {
+template <class T> void edge(const PackedProduct<T> &p) {
   with_constant<gemm_tile<T>::mr - 1>(p.m, [&](auto rows) { panels<rows>(p); });
 }
 

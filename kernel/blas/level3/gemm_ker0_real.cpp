@@ -36,14 +36,14 @@ template <class T> TNK_INLINE void put_column(T *c, vec<T> sum, bool add) {
 //                    units again, to be transposed as doubles are.
 
 // The sums of a tile by columns. A column is one vector in both types.
-template <class T> struct tile_columns { vec<T> c[nr<T>]; };
+template <class T> struct TileColumns { vec<T> c[nr<T>]; };
 
-TNK_INLINE tile_columns<double> columns(unit_sums<double> s) {
+TNK_INLINE TileColumns<double> columns(UnitSums<double> s) {
   transpose(s.x[0], s.x[1], s.x[2], s.x[3]);
   transpose(s.y[0], s.y[1], s.y[2], s.y[3]);
   return {{s.x[0], s.x[1], s.x[2], s.x[3], s.y[0], s.y[1], s.y[2], s.y[3]}};
 }
-TNK_INLINE tile_columns<float> columns(const unit_sums<float> &s) {
+TNK_INLINE TileColumns<float> columns(const UnitSums<float> &s) {
   const auto even_and_odd = [](f32x8 even, f32x8 odd) TNK_INLINE_LAMBDA {
     return _mm256_castps_pd(_mm256_blend_ps(even, odd, 0xAA));
   };
@@ -58,7 +58,7 @@ TNK_INLINE tile_columns<float> columns(const unit_sums<float> &s) {
 }
 
 // Whole panels of B by all of A.
-template <class T> void whole_panels(const packed_product<T> &p) {
+template <class T> void whole_panels(const PackedProduct<T> &p) {
   const T *b = p.b;
   T *c = p.c;
   for (tnk_int j = 0; j + nr<T> <= p.n; j += nr<T>, b += p.b_stride, c += nr<T> * p.ldc)
@@ -66,7 +66,7 @@ template <class T> void whole_panels(const packed_product<T> &p) {
       T *const tile = c + i;
       for (int column = 0; column < nr<T>; ++column)
         __builtin_prefetch(tile + column * p.ldc + 32 / sizeof(T));
-      const tile_columns<T> sums =
+      const TileColumns<T> sums =
           columns(unit_passes<how(), a_ahead, 0>(p.k, p.a + i / mr<T> * p.a_stride, b, second_at));
       write_out<nr<T>>([&](auto column)
                            TNK_INLINE_LAMBDA { put_column(tile + column * p.ldc, sums.c[column], p.add); });
@@ -77,7 +77,7 @@ template <class T> void whole_panels(const packed_product<T> &p) {
 
 // P panels of A by N columns, 1 to 4, of a narrow group of B. Two panels at once keep more sums going than an
 // addition takes cycles.
-template <int P, int N, class T> void narrow_tile(const packed_product<T> &p, const T *a, const T *b, T *c) {
+template <int P, int N, class T> void narrow_tile(const PackedProduct<T> &p, const T *a, const T *b, T *c) {
   using V = vec<T>;
   V sum[P][N] = {};
   for (tnk_int l = 0; l + kr <= p.k; l += kr)
@@ -95,14 +95,14 @@ template <int P, int N, class T> void narrow_tile(const packed_product<T> &p, co
   });
 }
 
-template <int N, class T> void narrow_group(const packed_product<T> &p, const T *b, T *c) {
+template <int N, class T> void narrow_group(const PackedProduct<T> &p, const T *b, T *c) {
   const T *a = p.a;
   tnk_int i = 0;
   for (; i + 2 * mr<T> <= p.m; i += 2 * mr<T>, a += 2 * p.a_stride) narrow_tile<2, N>(p, a, b, c + i);
   if (i + mr<T> <= p.m) narrow_tile<1, N>(p, a, b, c + i);
 }
 
-template <class T> void tiles(const packed_product<T> &p) {
+template <class T> void tiles(const PackedProduct<T> &p) {
   whole_panels(p);
   const T *b = p.b + p.n / nr<T> * p.b_stride;
   for (tnk_int j = rounded_down(p.n, nr<T>); j < p.n; j += group, b += group * p.k)
@@ -114,7 +114,7 @@ template <class T> void tiles(const packed_product<T> &p) {
 
 // M rows by the first n columns of H vectors V of a panel of B. Rows that do not exist are not read.
 template <class V, int M, int H, class T>
-void edge_tile(const packed_product<T> &p, tnk_int n, const T *b, T *c) {
+void edge_tile(const PackedProduct<T> &p, tnk_int n, const T *b, T *c) {
   constexpr int width = sizeof(V) / sizeof(T);
   V sum[M][H] = {};
   const T *a = p.a;
@@ -153,7 +153,7 @@ void edge_tile(const packed_product<T> &p, tnk_int n, const T *b, T *c) {
   });
 }
 
-template <class T> void edge(const packed_product<T> &p) {
+template <class T> void edge(const PackedProduct<T> &p) {
   with_constant<mr<T> - 1>(p.m, [&p](auto rows) {
     const T *b = p.b;
     tnk_int j = 0;

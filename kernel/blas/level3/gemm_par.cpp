@@ -10,7 +10,7 @@ namespace tnk::level3 {
 namespace {
 
 // One product, and how its blocks are packed and multiplied.
-template <class T> struct product {
+template <class T> struct Product {
   const char *transa, *transb;
   tnk_int m, n, k;
   const T *alpha, *a;
@@ -21,7 +21,7 @@ template <class T> struct product {
   T *c;
   const tnk_int *ldc;
   tnk_gemm_descriptor *d;
-  operation op_a = operation_of<T>(transa), op_b = operation_of<T>(transb);
+  Operation op_a = operation_of<T>(transa), op_b = operation_of<T>(transb);
 
   // Rows i ... i+rows of op(A), steps l ... l+steps, times alpha.
   void pack_a(tnk_int i, tnk_int rows, tnk_int l, tnk_int steps, const tnk_gemm_panels &panels) const {
@@ -32,7 +32,7 @@ template <class T> struct product {
   }
   // Adds the product of what is packed to C at (i, j).
   void multiply(tnk_int i, tnk_int rows, tnk_int j, tnk_int columns, tnk_int steps, const tnk_gemm_panels &pa,
-                const tnk_gemm_panels &pb, kernel_mode mode, bool adds = true) const {
+                const tnk_gemm_panels &pb, KernelMode mode, bool adds = true) const {
     const tnk_int padded = rounded_up(steps, d->kr);
     d->ker0(transa, transb, &rows, &columns, &padded, nullptr, pa.data, &pa, pb.data, &pb,
             adds ? &one<T> : beta, c + i + j * *ldc, ldc, d->work.data, mode);
@@ -51,7 +51,7 @@ template <class Body> inline void in_blocks(tnk_int total, tnk_int block, Body b
   for (tnk_int first = 0; first < total; first += block) body(first, std::min(block, total - first));
 }
 
-template <class T> void with_both_packed(const product<T> &p) {
+template <class T> void with_both_packed(const Product<T> &p) {
   const tnk_gemm_descriptor &d = *p.d;
   in_blocks(p.n, d.nb, [&](tnk_int j, tnk_int columns) {
     in_blocks(p.k, d.kb, [&](tnk_int l, tnk_int steps) {
@@ -66,8 +66,8 @@ template <class T> void with_both_packed(const product<T> &p) {
 
 // A block of A, packed, by columns j ... j+columns of op(B).
 template <class T>
-void by_columns(const product<T> &p, tnk_int i, tnk_int rows, tnk_int l, tnk_int steps, tnk_int j,
-                tnk_int columns, kernel_mode mode) {
+void by_columns(const Product<T> &p, tnk_int i, tnk_int rows, tnk_int l, tnk_int steps, tnk_int j,
+                tnk_int columns, KernelMode mode) {
   const tnk_gemm_panels pb = p.in_work(p.d->nr * rounded_up(steps, p.d->kr));
   in_blocks(columns, p.columns_in_work(), [&](tnk_int jj, tnk_int some) {
     p.pack_b(l, steps, j + jj, some, pb);
@@ -75,7 +75,7 @@ void by_columns(const product<T> &p, tnk_int i, tnk_int rows, tnk_int l, tnk_int
   });
 }
 
-template <class T> void with_a_packed(const product<T> &p) {
+template <class T> void with_a_packed(const Product<T> &p) {
   const tnk_gemm_descriptor &d = *p.d;
   in_blocks(p.n, d.nb, [&](tnk_int j, tnk_int columns) {
     in_blocks(p.k, d.kb, [&](tnk_int l, tnk_int steps) {
@@ -87,14 +87,14 @@ template <class T> void with_a_packed(const product<T> &p) {
   });
 }
 
-template <class T> void with_rows_of_a_packed(const product<T> &p) {
+template <class T> void with_rows_of_a_packed(const Product<T> &p) {
   in_blocks(p.m, p.d->mb, [&](tnk_int i, tnk_int rows) {
     p.pack_a(i, rows, 0, p.k, p.d->a);
     by_columns(p, i, rows, 0, p.k, 0, p.n, plain_panels);
   });
 }
 
-template <class T> void with_b_packed(const product<T> &p) {
+template <class T> void with_b_packed(const Product<T> &p) {
   const tnk_gemm_descriptor &d = *p.d;
   const tnk_gemm_panels pa = p.in_work(d.mr * rounded_up(p.k, d.kr));
   in_blocks(p.n, d.nb, [&](tnk_int j, tnk_int columns) {
@@ -110,7 +110,7 @@ template <class T> void with_b_packed(const product<T> &p) {
 // with what the buffer holds beyond its panels, kr of them always do. The first slice of steps may be for the caller's
 // beta, later ones add to it.
 template <class T>
-void through_work(const product<T> &p, tnk_int j, tnk_int columns, kernel_mode mode, bool adds) {
+void through_work(const Product<T> &p, tnk_int j, tnk_int columns, KernelMode mode, bool adds) {
   const tnk_gemm_descriptor &d = *p.d;
   const tnk_int room = d.work.size / static_cast<tnk_int>(sizeof(T)) / (d.mr + d.nr);
   const tnk_int slice = std::min(rounded_down(room, d.kr), rounded_up(p.k, d.kr));
@@ -128,25 +128,25 @@ void through_work(const product<T> &p, tnk_int j, tnk_int columns, kernel_mode m
   });
 }
 
-template <class T> void with_none_packed(const product<T> &p) {
+template <class T> void with_none_packed(const Product<T> &p) {
   in_blocks(p.n, p.d->nb,
             [&](tnk_int j, tnk_int columns) { through_work(p, j, columns, panels_in_work, true); });
 }
-template <class T> void in_one_call(const product<T> &p) {
+template <class T> void in_one_call(const Product<T> &p) {
   through_work(p, 0, p.n, plain_panels, false);
 }
 
 // What a version is. A product that is summed in one block along k has no plain path to fall back to, which would cut
 // its sums.
-template <class T> struct version {
+template <class T> struct Version {
   int32_t number;
-  buffer_mode buffers;
-  void (*loops)(const product<T> &);
+  BufferMode buffers;
+  void (*loops)(const Product<T> &);
   bool one_k_block, spends_beta;
   bool limited; // by tm, tn and tk, below which it takes the plain path
 };
 template <class T>
-constexpr version<T> versions[] = {
+constexpr Version<T> versions[] = {
     {2, both_packed, with_both_packed<T>, false, true, true},
     {4, a_packed, with_a_packed<T>, false, true, false},
     {8, b_packed, with_b_packed<T>, true, true, false},
@@ -154,8 +154,8 @@ constexpr version<T> versions[] = {
     {32, a_packed, with_rows_of_a_packed<T>, true, true, false},
     {64, none_packed, in_one_call<T>, true, false, false},
 };
-template <class T> const version<T> *version_of(int32_t number) {
-  for (const version<T> &v : versions<T>)
+template <class T> const Version<T> *version_of(int32_t number) {
+  for (const Version<T> &v : versions<T>)
     if (v.number == number) return &v;
   return nullptr;
 }
@@ -173,7 +173,7 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
             const tnk_int *ldc, int32_t number, tnk_gemm_descriptor *d) {
   using stage = gemm_entries<T>;
   constexpr int32_t done = 0, failed = 1;
-  const version<T> *const v = version_of<T>(number);
+  const Version<T> *const v = version_of<T>(number);
   if (!v) return failed;
 
   // A sum of no products is stored if beta asks for it, even where beta is not spent.

@@ -19,7 +19,7 @@ namespace tnk::level3 {
 namespace {
 
 // X has lanes by steps, Y steps by columns, C lanes by columns. One stride of X is 1.
-template <class T> struct factors {
+template <class T> struct Factors {
   tnk_int lanes, columns, steps;
   const T *x;
   tnk_int x_lane, x_step;
@@ -32,9 +32,9 @@ template <class T> struct factors {
 
 // Signs of the four sums of parts. Lanes are re re, im re of x and y in the first, re im, im im in the second one; the
 // latter is swapped and then taken away in even lanes, added in odd ones.
-template <class T> struct signs {
+template <class T> struct Signs {
   vec_of<T> first, second;
-  explicit signs(const factors<T> &p) {
+  explicit Signs(const Factors<T> &p) {
     const real_of<T> x = p.x_conjugated ? -1 : 1, y = p.y_conjugated ? -1 : 1;
     for (int l = 0; l < per_vector<real_of<T>>; l += 2)
       first[l] = 1, first[l + 1] = x, second[l] = x * y, second[l + 1] = y;
@@ -42,9 +42,9 @@ template <class T> struct signs {
 };
 
 // C := beta C + alpha sum.
-template <class T> class update {
+template <class T> class Update {
 public:
-  update(T by, T old) : alpha(by), beta(old), stores(is_zero(old)), scales(!is_zero(old) && !is_one(old)) {}
+  Update(T by, T old) : alpha(by), beta(old), stores(is_zero(old)), scales(!is_zero(old) && !is_one(old)) {}
 
   // `count` lanes, from c on `stride` apart. The product is never -0, as no sum is in the packed path.
   TNK_INLINE void operator()(T *c, tnk_int stride, tnk_int count, vec_of<T> sum) const {
@@ -72,8 +72,8 @@ private:
 // ---- Four steps of a vector of lanes, from lanes that have their steps together ------------------------------------
 // load(r, l): of lane r what a vector, of floats half a one, holds from step l on.
 
-template <class T> struct lane_loads { using vector = vec_of<T>; };
-template <> struct lane_loads<float> { using vector = f32x4; };
+template <class T> struct LaneLoads { using vector = vec_of<T>; };
+template <> struct LaneLoads<float> { using vector = f32x4; };
 
 template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, double) {
   write_out<4>([&](auto r) TNK_INLINE_LAMBDA { x[r] = load(r, 0); });
@@ -100,7 +100,7 @@ template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, tnk_c
 // V vectors of lanes by N columns. With one vector some of its lanes may be missing. Complex sums are held as two
 // vectors: x times the real parts of y and x times the imaginary parts.
 template <int V, int N, bool along, class T>
-void tile(const factors<T> &p, const signs<T> &sign, const update<T> &to, tnk_int lane, tnk_int column) {
+void tile(const Factors<T> &p, const Signs<T> &sign, const Update<T> &to, tnk_int lane, tnk_int column) {
   using R = real_of<T>;
   using vector = vec<R>;
   constexpr int parts = is_complex<T> ? 2 : 1, width = per_vector<T>;
@@ -123,7 +123,7 @@ void tile(const factors<T> &p, const signs<T> &sign, const update<T> &to, tnk_in
 
   if constexpr (along) {
     static_assert(V == 1);
-    using piece = typename lane_loads<T>::vector;
+    using piece = typename LaneLoads<T>::vector;
     constexpr int per_piece = sizeof(piece) / sizeof(T);
     const T *x[width]; // missing lanes repeat the last one
     write_out<width>(
@@ -178,10 +178,10 @@ void tile(const factors<T> &p, const signs<T> &sign, const update<T> &to, tnk_in
 // ---- The product ---------------------------------------------------------------------------------------------------
 
 // Blocks of lanes outside: what a block reads of X stays in the cache while the columns pass.
-template <bool along, class T> void tiles(const factors<T> &p, const update<T> &to) {
+template <bool along, class T> void tiles(const Factors<T> &p, const Update<T> &to) {
   constexpr int width = per_vector<T>,
                 at_once = is_complex<T> ? 2 : 4; // columns: with two vectors, eight sums
-  const signs<T> sign(p);
+  const Signs<T> sign(p);
   const auto over_columns = [&](tnk_int lane, auto vectors) {
     for (tnk_int j = 0; j < p.columns; j += at_once)
       with_constant<at_once>(std::min<tnk_int>(p.columns - j, at_once),
@@ -195,7 +195,7 @@ template <bool along, class T> void tiles(const factors<T> &p, const update<T> &
 
 } // namespace
 
-template <class T> void plain_product(const operands<T> &o, tnk_int kb) {
+template <class T> void plain_product(const Operands<T> &o, tnk_int kb) {
   if (o.m < 1 || o.n < 1) return;
   if (o.k < 1) {
     if (!is_one(o.beta)) gemm_entries<T>::mscale(&o.m, &o.n, &o.beta, o.c, &o.ldc);
@@ -209,10 +209,10 @@ template <class T> void plain_product(const operands<T> &o, tnk_int kb) {
   for (tnk_int l = 0; l < o.k; l += kb) {
     const tnk_int steps = std::min(kb, o.k - l);
     const T *a = o.a + l * a_step, *b = o.b + l * b_step;
-    const update<T> to(o.alpha, l == 0 ? o.beta : one<T>);
-    const factors<T> p = rows ? factors<T>{o.m,    o.n,      steps, a, a_row, a_step,       b,
+    const Update<T> to(o.alpha, l == 0 ? o.beta : one<T>);
+    const Factors<T> p = rows ? Factors<T>{o.m,    o.n,      steps, a, a_row, a_step,       b,
                                            b_step, b_column, o.c,   1, o.ldc, a_conjugated, b_conjugated}
-                              : factors<T>{o.n,    o.m,   steps, b,     b_column, b_step,       a,
+                              : Factors<T>{o.n,    o.m,   steps, b,     b_column, b_step,       a,
                                            a_step, a_row, o.c,   o.ldc, 1,        b_conjugated, a_conjugated};
     if (p.x_lane == 1)
       tiles<false>(p, to);
@@ -220,10 +220,10 @@ template <class T> void plain_product(const operands<T> &o, tnk_int kb) {
       tiles<true>(p, to);
   }
 }
-template void plain_product(const operands<float> &, tnk_int);
-template void plain_product(const operands<double> &, tnk_int);
-template void plain_product(const operands<tnk_complex8> &, tnk_int);
-template void plain_product(const operands<tnk_complex16> &, tnk_int);
+template void plain_product(const Operands<float> &, tnk_int);
+template void plain_product(const Operands<double> &, tnk_int);
+template void plain_product(const Operands<tnk_complex8> &, tnk_int);
+template void plain_product(const Operands<tnk_complex16> &, tnk_int);
 
 } // namespace tnk::level3
 

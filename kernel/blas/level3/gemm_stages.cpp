@@ -80,9 +80,9 @@ using namespace tnk::level3;
   void tnk_blas_##t##gemm_set_blks_size(tnk_int mb, tnk_int nb, tnk_int kb, tnk_gemm_descriptor *d) {        \
     d->mb = mb, d->nb = nb, d->kb = kb;                                                                      \
   }                                                                                                          \
-  int32_t tnk_blas_##t##gemm_get_bufs_size(int32_t mode, int32_t size_mode, const tnk_int *m,                \
+  int32_t tnk_blas_##t##gemm_get_bufs_size(int32_t mode, int32_t SizeMode, const tnk_int *m,                 \
                                            const tnk_int *n, const tnk_int *k, tnk_gemm_descriptor *d) {     \
-    return size_buffers<T>(mode, size_mode, *m, *n, *k, d);                                                  \
+    return size_buffers<T>(mode, SizeMode, *m, *n, *k, d);                                                   \
   }                                                                                                          \
   int32_t tnk_blas_##t##gemm_get_bufs(int32_t mode, void **raw, tnk_gemm_descriptor *d) {                    \
     return place_buffers(mode, raw, d);                                                                      \

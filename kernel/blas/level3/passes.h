@@ -27,13 +27,13 @@
 namespace tnk::level3 {
 
 // What a step does to get y: load it from second_at, or swap x, or swap x and keep the result at second_at.
-enum class second { loaded, swapped, swapped_and_kept };
-template <second how> using get_second = std::integral_constant<second, how>;
+enum class Second { loaded, swapped, swapped_and_kept };
+template <Second how> using SecondAs = std::integral_constant<Second, how>;
 
 constexpr int step_of_b = 8; // values of a step of a panel of B, complex ones counted by parts
 
 // The sums of unit u times x, and times y.
-template <class T> struct unit_sums { vec<T> x[4], y[4]; };
+template <class T> struct UnitSums { vec<T> x[4], y[4]; };
 
 #define TNK_UNIT(type, step, u, p, q)                                                                        \
   "vbroadcastsd 32*" #step "+8*" #u "(%[a]), %[" #p "]\n\t"                                                  \
@@ -84,16 +84,16 @@ template <class T> struct unit_sums { vec<T> x[4], y[4]; };
 
 // k steps, a multiple of 4, over a panel of A and one of B. a_ahead, b_ahead: how many bytes ahead of their reading A
 // and B are brought in; 0 leaves B alone. second_at is written to only where the swapped vectors are kept.
-template <second how, int a_ahead, int b_ahead, class T>
-TNK_INLINE unit_sums<T> unit_passes(tnk_int k, const T *a, const T *b, const T *second_at) {
+template <Second how, int a_ahead, int b_ahead, class T>
+TNK_INLINE UnitSums<T> unit_passes(tnk_int k, const T *a, const T *b, const T *second_at) {
   constexpr int a_step = 32 / sizeof(T), b_step = step_of_b;
   vec<T> x0{}, x1{}, x2{}, x3{}, y0{}, y1{}, y2{}, y3{}, x, y, p0, q0, p1, q1;
   if constexpr (sizeof(T) == 8) {
-    static_assert(how == second::loaded);
+    static_assert(how == Second::loaded);
     TNK_PASSES(TNK_DOUBLE_AHEAD, TNK_DOUBLE_STEP);
-  } else if constexpr (how == second::loaded) {
+  } else if constexpr (how == Second::loaded) {
     TNK_PASSES(TNK_FLOAT_AHEAD, TNK_FLOAT_STEP);
-  } else if constexpr (how == second::swapped) {
+  } else if constexpr (how == Second::swapped) {
     TNK_PASSES(TNK_FLOAT_AHEAD, TNK_FLOAT_STEP_SWAP);
   } else {
     TNK_PASSES(TNK_FLOAT_AHEAD, TNK_FLOAT_STEP_KEEP);
@@ -106,14 +106,14 @@ TNK_INLINE unit_sums<T> unit_passes(tnk_int k, const T *a, const T *b, const T *
 template <int rows, class T, class Tile>
 TNK_INLINE void tiles_of_panel(tnk_int m, tnk_int k, const T *b, Tile tile) {
   if constexpr (sizeof(T) == 8) {
-    for (tnk_int i = 0; i + rows <= m; i += rows) tile(get_second<second::loaded>{}, b + step_of_b / 2, i);
+    for (tnk_int i = 0; i + rows <= m; i += rows) tile(SecondAs<Second::loaded>{}, b + step_of_b / 2, i);
   } else {
     alignas(64) T kept[longest_block * step_of_b]; // a version with one block along k may have a longer one
     if (k <= longest_block && m >= 2 * rows) {
-      tile(get_second<second::swapped_and_kept>{}, kept, tnk_int{0});
-      for (tnk_int i = rows; i + rows <= m; i += rows) tile(get_second<second::loaded>{}, kept, i);
+      tile(SecondAs<Second::swapped_and_kept>{}, kept, tnk_int{0});
+      for (tnk_int i = rows; i + rows <= m; i += rows) tile(SecondAs<Second::loaded>{}, kept, i);
     } else {
-      for (tnk_int i = 0; i + rows <= m; i += rows) tile(get_second<second::swapped>{}, kept, i);
+      for (tnk_int i = 0; i + rows <= m; i += rows) tile(SecondAs<Second::swapped>{}, kept, i);
     }
   }
 }
