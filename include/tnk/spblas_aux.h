@@ -3,7 +3,8 @@
 
    Names are  tnk_spblas_[lp64_]<type><name>  with the types and integer widths of tnk/spblas_grid.h, unless said. All
    arguments travel by address, scalars too; nothing is checked and nothing allocated; sizes of zero or less do nothing.
-   Positions and numbers of rows and columns are counted from one, unless said.
+   Positions and numbers of rows and columns are counted from one, unless said. No array that is written may overlap with
+   another argument; what is only read may coincide or overlap. Private outputs and y may be parts of one block.
 
    Vectors
      zeros      (v, count)   fills count elements with zero bytes
@@ -14,8 +15,9 @@
    Rows
      sortrow    (first, last, row_pointer, col_index, values)
                 Sorts the entries of rows first ... last by column, equal columns staying in their order. Row i is
-                the positions row_pointer[i-1] ... row_pointer[i]-1. Insertion: made for rows that are short or
-                nearly sorted.
+                the positions row_pointer[i-1] ... row_pointer[i]-1 of col_index and values, counted from one at
+                their first elements, whatever row_pointer[0] is. Insertion: made for rows that are short or nearly
+                sorted.
 
    Private outputs, added to y in the order of the parts
      split_par       (first, last, parts, stride, partial_y, y)
@@ -87,10 +89,12 @@
                 (flag, unused, m, nrhs, flag2, diag_flag, alpha, values, pointer, b, ldb, c, ldc)
                 C += alpha op(A) B with dense operands by columns. The triangle is upper when flag2 is not 0;
                 `unused` is not read. kk: A is the triangle, transposed when flag is not 0, and its diagonal is ones
-                when diag_flag is not 0. sk: A is symmetric, the other triangle mirrored; flag is not read. gk: the
-                triangle as a part of a general matrix, which is two calls, one a triangle: as kk, but with a
-                diag_flag that is not 0 there is no diagonal, for the triangle that leaves it to the other. Real runs
-                go to tnk_blas_?dot and all to tnk_blas_?axpy, a call a run and right-hand side.
+                when diag_flag is not 0. sk: A is symmetric, the other triangle mirrored; flag and flag2 are not
+                read; diag_flag as in kk. Such ones stand in every row, those with a run of none too, and the last
+                element of a run is not read then. gk: the triangle as a part of a general matrix, which is two calls,
+                one a triangle: as kk, but with a diag_flag that is not 0 there is no diagonal, for the triangle that
+                leaves it to the other. Real runs go to tnk_blas_?dot and all to tnk_blas_?axpy, a call a run and
+                right-hand side.
 
    Method: Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed. (2003), sections 3.4 and 4.1. */
 #ifndef TNK_SPBLAS_AUX_H

@@ -14,7 +14,9 @@
      mode       seq par           the whole job, or a piece of it: first ... last, from one, both included
 
    With lp64 every index and size is a 32-bit integer and so is all arithmetic on them. All arguments travel by
-   address, alpha too. Nothing is checked, nothing allocated. What a piece is depends on the operation:
+   address, alpha too. Nothing is checked, nothing allocated. What is written, y or C, must not overlap with anything
+   that is read: x, B, alpha, the arrays of A, sizes; what is only read may coincide or overlap. What a piece is depends
+   on the operation:
 
      csr mv, bsr mv, gemv   (block) rows; those that scatter (tg, cg, s, h, a) need a private y each, added up
                             afterwards by split_par, split_syml_par or split_symu_par
@@ -22,7 +24,29 @@
      coo mv of t, dia mv    nothing: first and last are not read, the whole matrix is run
      mm                     right-hand sides
 
-   Where pieces are read, one with last < first is empty, and the call returns at once. So do seq kernels with m < 1.
+   Where pieces are read, one with last < first is empty, and the call returns at once. So do seq kernels, csr mm and
+   all of dia with m < 1. The other coo kernels and bsr do not ask: with m < 1 coo adds the entries all the same, and
+   none of a diagonal of ones.
+
+   No array need be aligned, not even to its elements. csr mv and csr mm by columns sum a long row in rounds that begin
+   at a 32-byte boundary of its values, so that the last bits of a sum may depend on where `values` stands. Real values
+   that are not aligned to their size are summed one by one, complex ones in rounds from the first; that costs speed.
+
+   What does not count in compressed rows: csr mv of kinds t and a, and of s and h with a unit diagonal, and csr mm of
+   all kinds with a triangle add whole rows, without a test, and take away again what lies outside of the triangle, and
+   what is stored on a diagonal of ones or of a skew matrix. Large numbers there cost digits: 1e17 leaves nothing of a
+   sum of ones. An infinity or NaN there gives NaN. What is hit is the row of the result with the entry's row number, in
+   kernels tt and ct the one with its column number. csr mv of kinds s and h that read the diagonal, and all other
+   storages, pass such entries over, whatever they hold.
+
+   Empty rows: csr mv of op n or s with kind g, and of kinds s, h and a in every op, and of nt and st, add alpha times 0
+   for them, and so does csr mm of ng and sg: an alpha that is not finite gives NaN there. The other kernels of
+   compressed rows and blocks add nothing for an empty row but its part of a diagonal of ones; gemv stores zeros.
+
+   Ops of the kinds that mirror: ca of compressed rows is conj(A), as sa of triples is; ta and ca of stored diagonals
+   are the transposes themselves, -A and -conj(A). nh takes a diagonal as it is stored, imaginary parts too, in every
+   storage; th takes its conjugate, in compressed rows and stored diagonals alike. Triples have no th: with row and
+   column numbers and the triangle's letter exchanged nh is the transpose, with its diagonal as stored.
 
    The csr mv kernels that mirror an upper triangle (kinds s, h and a, in every op) take x and y from element `first`
    on, not from element one, so that a private y ends at the end of the vector and begins with the piece. x must be
@@ -41,9 +65,10 @@
    whose piece is not empty.
 
    Stored diagonals: `values` holds diag_count diagonals, diag_stride elements apart; that of distance
-   k = diag_distance[d - 1], column minus row, has its element for row i at i - 1. What lies outside the matrix is not
-   read. Kind g is m by n; other kinds are square of order m, and n is not read. The k of the mm kernels, the number of
-   right-hand sides, is not read either: last tells it. The transpose of a skew matrix is formed as such, its negative.
+   k = diag_distance[d - 1], column minus row, has its element for row i at i - 1. Diagonals may come in any order, and
+   one that is there twice counts twice. What lies outside the matrix is not read. Kind g is m by n; other kinds are
+   square of order m, and n is not read. The k of the mm kernels, the number of right-hand sides, is not read either:
+   last tells it.
 
    Blocks: `values` holds block_size^2 elements a block, by columns with base 1 and by rows with base 0; row pointers
    and column numbers count blocks. Where a triangle is meant, it is that of the elements: of a block on the diagonal

@@ -106,6 +106,18 @@ TYPED_TEST(SparseAux, OfOneBlock) {
     }
 }
 
+// Of which the product is positive.
+TYPED_TEST(SparseAux, NegativeSizesDoNothing) {
+  USE_FORM;
+  const I negative = -1, flag = unit, one = 1, *const none = nullptr;
+  const T alpha = narrow<T>(1), x[] = {alpha}, *const no_values = nullptr;
+  T y[] = {alpha};
+  this->call("?bsrmmdiag", &flag, &negative, &one, &negative, &alpha, no_values, none, none, none, x, &one, y,
+             &one);
+  this->call("?bsr_gauss", &flag, &negative, &negative, no_values, none, none, none, x, y);
+  EXPECT_EQ(widened(y[0]), wide(1));
+}
+
 // Diagonal blocks second, absent (the last one serves) and twice (the first one serves); an empty row.
 TYPED_TEST(SparseAux, DivideByDiagonals) {
   USE_FORM;

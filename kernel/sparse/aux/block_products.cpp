@@ -102,7 +102,7 @@ void for_each_block(const Product<Side, T, I> &job, Visit visit) {
 }
 
 template <class Side, class T, class I> void add_identity(const Product<Side, T, I> &job) {
-  const I rows = wrapped_product(job.m, job.a.size);
+  const I rows = job.m > 0 && job.a.size > 0 ? wrapped_product(job.m, job.a.size) : 0;
   for (I q = 0; q < job.nrhs; ++q)
     for (I i = 0; i < rows; ++i) {
       const I along = Side::by_rows ? i : q, across = Side::by_rows ? q : i;

@@ -21,7 +21,7 @@ template <class Side, class T, class I> void divide_by_diagonal(I m, I flag, Blo
 
 // update(block, element) for all elements of a vector of m blocks, from the first to the last, or backwards.
 template <class I, class Update> void sweep(bool backwards, I m, I size, Update update) {
-  const I count = wrapped_product(m, size);
+  const I count = m > 0 && size > 0 ? wrapped_product(m, size) : 0;
   for (I step = 0; step < count; ++step) {
     const I k = backwards ? count - 1 - step : step;
     update(k / size, k % size);
