@@ -1,6 +1,6 @@
 // Checks of the arguments of a public routine, in two stages. Nearly every call is good and nothing special: a routine
-// looks for that first, by a few plain questions about all of its arguments, and goes on to its kernel. What the look
-// did not pass is checked argument by argument.
+// whose kernel may be done in nanoseconds looks for that first, by a few plain questions about all of its arguments, and
+// goes on to the kernel. What the look did not pass, and every call of other routines, is checked argument by argument.
 #pragma once
 
 #include <cstdint>

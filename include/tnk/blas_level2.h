@@ -1,5 +1,5 @@
-/* Level 2 BLAS kernels, as the kernel library exports them. Applications reach them through tnk_kernel_entry
-   (tnk/host.h); public checked forms of some stand in tnk/blas.h.
+/* Level 2 BLAS kernels, as the kernel library exports them. Link with -ltnk; public checked forms of some
+   stand in tnk/blas.h.
 
    The kernels check nothing. Arguments travel by address; a matrix is stored by columns, element (i, j), counted from 0,
    at a[i + j * lda]; logical element i of a vector of n at increment inc stands at i * inc, or with a negative increment

@@ -1,5 +1,5 @@
 /* Primitives of a LAPACK layer, as the kernel library exports them: the innermost loops of its routines and the ends of
-   its recursions. Applications reach them through tnk_kernel_entry (tnk/host.h).
+   its recursions. Link with -ltnk.
 
    The kernels check nothing. Arguments travel by address, matrices by columns: element (i, j), counted from 0, of A
    stands at a[i + j * lda]. Letters: s float, d double, c and z complex of these. Arrays must not overlap unless a

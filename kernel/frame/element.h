@@ -83,6 +83,18 @@ template <class T> inline bool is_one(T a) {
     return a == 1;
 }
 
+// ---- Operations -------------------------------------------------------------------------------------------------
+
+// What an option letter asks for; also the place of its copy in a descriptor of the product. Real types know no
+// conjugation.
+enum Operation { as_it_is = 0, transposed = 1, conjugate_transposed = 2 };
+
+template <class T> inline Operation operation_of(const char *trans) {
+  if (*trans == 'N' || *trans == 'n') return as_it_is;
+  if (!is_complex<T> || *trans == 'T' || *trans == 't') return transposed;
+  return conjugate_transposed;
+}
+
 // ---- Memory -----------------------------------------------------------------------------------------------------
 
 inline std::uintptr_t address(const void *p) {

@@ -185,6 +185,19 @@ inline float hsum(f32x8 v) {
   return hsum(low_half(v) + high_half(v));
 }
 
+// Sum of the elements: the halves are added first.
+template <class T> inline T sum_of_elements(vec_of<T> v) {
+  if constexpr (is_complex<T>) {
+    const half_of<T> pairs = low_half(v) + high_half(v);
+    if constexpr (per_half<T> == 2)
+      return {pairs[0] + pairs[2], pairs[1] + pairs[3]};
+    else
+      return {pairs[0], pairs[1]};
+  } else {
+    return hsum(v);
+  }
+}
+
 // Lanes with the sign cleared.
 inline f64x4 magnitude(f64x4 v) {
   return _mm256_andnot_pd(_mm256_set1_pd(-0.0), v);

@@ -138,12 +138,13 @@ void solve_transposed(tnk_int n, const T *dl, const T *d, const T *du, const B &
 }
 
 template <class T>
-void solve_all(char trans, tnk_int n, tnk_int nrhs, const T *dl, const T *d, const T *du, T *b, tnk_int ldb) {
+void solve_all(Operation op, tnk_int n, tnk_int nrhs, const T *dl, const T *d, const T *du, T *b,
+               tnk_int ldb) {
   if (n < 1) return;
   in_groups(nrhs, b, ldb, [&](auto columns) {
-    if (trans == 'N' || trans == 'n')
+    if (op == as_it_is)
       solve(n, dl, d, du, columns);
-    else if (!is_complex<T> || trans == 'T' || trans == 't')
+    else if (op == transposed)
       solve_transposed(n, dl, d, du, columns, [](const T *p) { return get(p); });
     else
       solve_transposed(n, dl, d, du, columns, [](const T *p) { return conjugate(get(p)); });
@@ -158,7 +159,7 @@ template <class T> tnk_int factor_and_solve(tnk_int n, tnk_int nrhs, T *dl, T *d
     return failed;
   }
   const tnk_int failed = factor<false>(n, dl, d, du, b);
-  if (failed == 0) solve_all('N', n, nrhs, dl, d, du, b, ldb);
+  if (failed == 0) solve_all(as_it_is, n, nrhs, dl, d, du, b, ldb);
   return failed;
 }
 
@@ -171,7 +172,7 @@ template <class T> tnk_int factor_and_solve(tnk_int n, tnk_int nrhs, T *dl, T *d
   }                                                                                                          \
   void tnk_lapack_ps_##t##dttrsb(const char *trans, const tnk_int *n, const tnk_int *nrhs, const T *dl,      \
                                  const T *d, const T *du, T *b, const tnk_int *ldb, tnk_int *info) {         \
-    tnk::lapack::solve_all(*trans, *n, *nrhs, dl, d, du, b, *ldb);                                           \
+    tnk::lapack::solve_all(tnk::operation_of<T>(trans), *n, *nrhs, dl, d, du, b, *ldb);                      \
     *info = 0;                                                                                               \
   }                                                                                                          \
   void tnk_lapack_ps_##t##dtsvb(const tnk_int *n, const tnk_int *nrhs, T *dl, T *d, T *du, T *b,             \

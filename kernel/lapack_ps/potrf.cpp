@@ -48,18 +48,6 @@ template <class T> void scale(tnk_int n, real_of<T> by, T *x, tnk_int inc) {
 
 // ---- Products ---------------------------------------------------------------------------------------------------
 
-template <class T> T sum_of_elements(vec_of<T> v) {
-  if constexpr (is_complex<T>) {
-    const auto pairs = low_half(v) + high_half(v);
-    if constexpr (std::is_same_v<T, tnk_complex8>)
-      return {pairs[0] + pairs[2], pairs[1] + pairs[3]};
-    else
-      return {pairs[0], pairs[1]};
-  } else {
-    return hsum(v);
-  }
-}
-
 // y[j] := y[j] - conj(x) . column j of A, rows elements long, for Columns columns. y goes by the columns' distance.
 template <int Columns, class T> void subtract_dots(tnk_int rows, const T *x, const T *a, tnk_int lda, T *y) {
   using V = vec_of<T>;

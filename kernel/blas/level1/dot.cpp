@@ -109,16 +109,6 @@ template <class R> R dot(tnk_int n, const R *x, tnk_int incx, const R *y, tnk_in
 
 // ---- Complex --------------------------------------------------------------------------------------------
 
-// Sums of the even and of the odd lanes.
-inline tnk_complex16 sum_of_pairs(f64x4 v) {
-  const f64x2 h = low_half(v) + high_half(v);
-  return {h[0], h[1]};
-}
-inline tnk_complex8 sum_of_pairs(f32x8 v) {
-  const f32x4 h = low_half(v) + high_half(v);
-  return {h[0] + h[2], h[1] + h[3]};
-}
-
 // The straight products re*re, im*im and the crossed ones im*re, re*im are summed lane by lane; their signs,
 // by which alone the two forms differ, wait for the end. Three vectors a pass, six sums: with more, registers
 // run short and operands are loaded twice.
@@ -142,8 +132,8 @@ template <FirstOperand First, class C> C complex_dot_contiguous(tnk_int n, const
   while (i + 3 * w <= n) pass(3);
   while (i + w <= n) pass(1);
   sum = dot_scalar<First>(sum, n - i, x + i, y + i);
-  const C s = sum_of_pairs(straight[0] + straight[1] + straight[2]);
-  const C c = sum_of_pairs(crossed[0] + crossed[1] + crossed[2]);
+  const C s = sum_of_elements<C>(straight[0] + straight[1] + straight[2]);
+  const C c = sum_of_elements<C>(crossed[0] + crossed[1] + crossed[2]);
   if constexpr (First == FirstOperand::conjugated)
     return sum + C{s.re + s.im, c.im - c.re};
   else

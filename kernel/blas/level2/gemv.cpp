@@ -32,8 +32,8 @@ template <class T, class Run> void on_contiguous(tnk_int n, T *y, tnk_int incy, 
 }
 
 template <class T>
-void kernel_route(Form form, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x, tnk_int incx,
-                  T *y, tnk_int incy) {
+void kernel_route(Operation op, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x,
+                  tnk_int incx, T *y, tnk_int incy) {
   // x by pieces: run(first, size, x) with a stride of 1.
   const auto on_x = [&](tnk_int length, auto run) {
     if (incx == 1) return run(0, length, x);
@@ -43,7 +43,7 @@ void kernel_route(Form form, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int 
       run(first, size, copy);
     });
   };
-  if (form == Form::plain) {
+  if (op == as_it_is) {
     on_contiguous(m, y, incy, [&](tnk_int row, tnk_int rows, T *some_y) {
       on_x(n, [&](tnk_int column, tnk_int columns, const T *some_x) {
         gemv_n(rows, columns, a + row + column * lda, lda, some_x, some_y, alpha);
@@ -53,10 +53,10 @@ void kernel_route(Form form, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int 
     on_contiguous(n, y, incy, [&](tnk_int column, tnk_int columns, T *some_y) {
       on_x(m, [&](tnk_int row, tnk_int rows, const T *some_x) {
         const T *const part = a + row + column * lda;
-        if (form == Form::transposed)
-          gemv_t<Form::transposed>(rows, columns, part, lda, some_x, some_y, alpha);
+        if (op == transposed)
+          gemv_t<transposed>(rows, columns, part, lda, some_x, some_y, alpha);
         else
-          gemv_t<Form::conjugate_transposed>(rows, columns, part, lda, some_x, some_y, alpha);
+          gemv_t<conjugate_transposed>(rows, columns, part, lda, some_x, some_y, alpha);
       });
     });
   }
@@ -64,17 +64,17 @@ void kernel_route(Form form, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int 
 
 // Any addresses and increments: an axpy a column, or a dot product a column.
 template <class T>
-void plain_route(Form form, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x, tnk_int incx,
-                 T *y, tnk_int incy) {
+void plain_route(Operation op, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x,
+                 tnk_int incx, T *y, tnk_int incy) {
   for (tnk_int j = 0; j < n; ++j, a += lda) {
-    if (form == Form::plain) {
+    if (op == as_it_is) {
       const T factor = alpha * get(x + j * incx);
       for (tnk_int i = 0; i < m; ++i) put(y + i * incy, get(y + i * incy) + factor * get(a + i));
     } else {
       T sum{};
       for (tnk_int i = 0; i < m; ++i) {
         const T element = get(a + i);
-        sum += (form == Form::transposed ? element : conjugate(element)) * get(x + i * incx);
+        sum += (op == transposed ? element : conjugate(element)) * get(x + i * incx);
       }
       put(y + j * incy, get(y + j * incy) + alpha * sum);
     }
@@ -97,35 +97,34 @@ template <class T> void scale(tnk_int n, T beta, T *y, tnk_int incy) {
 }
 
 template <class T>
-void gemv(char trans, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x, tnk_int incx,
+void gemv(const char *trans, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x, tnk_int incx,
           T beta, T *y, tnk_int incy) {
-  const Form form = trans == 'N' || trans == 'n'                     ? Form::plain
-                    : trans == 'T' || trans == 't' || !is_complex<T> ? Form::transposed
-                                                                     : Form::conjugate_transposed;
+  const Operation op = operation_of<T>(trans);
   // A dimension below 0 is no reason to return: its loops do not run, those of the other one do.
   if (m == 0 || n == 0) return;
-  const tnk_int of_x = form == Form::plain ? n : m, of_y = form == Form::plain ? m : n;
+  const tnk_int of_x = op == as_it_is ? n : m, of_y = op == as_it_is ? m : n;
   x = first_element(x, of_x, incx);
   y = first_element(y, of_y, incy);
   if (!is_one(beta)) scale(of_y, beta, y, incy);
   if (is_zero(alpha)) return;
   // With an increment of 0 the one element of y must see what was added to it before.
   if (is_element_aligned(a) && is_element_aligned(x) && is_element_aligned(y) && incy != 0)
-    kernel_route(form, m, n, alpha, a, lda, x, incx, y, incy);
+    kernel_route(op, m, n, alpha, a, lda, x, incx, y, incy);
   else
-    plain_route(form, m, n, alpha, a, lda, x, incx, y, incy);
+    plain_route(op, m, n, alpha, a, lda, x, incx, y, incy);
 }
 
 } // namespace
 } // namespace tnk::level2
 
+using namespace tnk;
 using namespace tnk::level2;
 
 #define GEMV(t, T)                                                                                           \
   void tnk_blas_x##t##gemv(const char *trans, const tnk_int *m, const tnk_int *n, const T *alpha,            \
                            const T *a, const tnk_int *lda, const T *x, const tnk_int *incx, const T *beta,   \
                            T *y, const tnk_int *incy) {                                                      \
-    gemv(*trans, *m, *n, tnk::get(alpha), a, *lda, x, *incx, tnk::get(beta), y, *incy);                      \
+    gemv(trans, *m, *n, tnk::get(alpha), a, *lda, x, *incx, tnk::get(beta), y, *incy);                       \
   }
 GEMV(s, float)
 GEMV(d, double)
@@ -141,18 +140,18 @@ GEMV(z, tnk_complex16)
   }
 INNER(sgemv_n_even, float, gemv_n)
 INNER(sgemv_n_odd, float, gemv_n)
-INNER(sgemv_t_even, float, gemv_t<Form::transposed>)
-INNER(sgemv_t_odd, float, gemv_t<Form::transposed>)
+INNER(sgemv_t_even, float, gemv_t<transposed>)
+INNER(sgemv_t_odd, float, gemv_t<transposed>)
 INNER(dgemv_n_even, double, gemv_n)
 INNER(dgemv_n_odd, double, gemv_n)
-INNER(dgemv_t_even, double, gemv_t<Form::transposed>)
-INNER(dgemv_t_odd, double, gemv_t<Form::transposed>)
+INNER(dgemv_t_even, double, gemv_t<transposed>)
+INNER(dgemv_t_odd, double, gemv_t<transposed>)
 INNER(cgemv_n_even, tnk_complex8, gemv_n)
 INNER(cgemv_n_odd, tnk_complex8, gemv_n)
-INNER(cgemv_t_even, tnk_complex8, gemv_t<Form::transposed>)
-INNER(cgemv_t_odd, tnk_complex8, gemv_t<Form::transposed>)
-INNER(cgemv_c_even, tnk_complex8, gemv_t<Form::conjugate_transposed>)
-INNER(cgemv_c_odd, tnk_complex8, gemv_t<Form::conjugate_transposed>)
+INNER(cgemv_t_even, tnk_complex8, gemv_t<transposed>)
+INNER(cgemv_t_odd, tnk_complex8, gemv_t<transposed>)
+INNER(cgemv_c_even, tnk_complex8, gemv_t<conjugate_transposed>)
+INNER(cgemv_c_odd, tnk_complex8, gemv_t<conjugate_transposed>)
 INNER(zgemv_n, tnk_complex16, gemv_n)
-INNER(zgemv_t, tnk_complex16, gemv_t<Form::transposed>)
-INNER(zgemv_c, tnk_complex16, gemv_t<Form::conjugate_transposed>)
+INNER(zgemv_t, tnk_complex16, gemv_t<transposed>)
+INNER(zgemv_c, tnk_complex16, gemv_t<conjugate_transposed>)

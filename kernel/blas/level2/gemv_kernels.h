@@ -8,8 +8,6 @@
 
 namespace tnk::level2 {
 
-enum class Form { plain, transposed, conjugate_transposed };
-
 // ---- y := y + alpha A x -----------------------------------------------------------------------------------------
 
 // The factors alpha x[j] of Columns columns, each part of them in all lanes.
@@ -97,21 +95,13 @@ template <class T> struct Sums {
 
   T total(bool conjugated) const {
     if constexpr (is_complex<T>) {
-      const auto with_re = folded(sum[0][0] + sum[1][0]), with_im = folded(sum[0][1] + sum[1][1]);
+      const auto with_re = sum_of_elements<T>(sum[0][0] + sum[1][0]),
+                 with_im = sum_of_elements<T>(sum[0][1] + sum[1][1]);
       if (conjugated) return {with_re.re + with_im.im, with_im.re - with_re.im};
       return {with_re.re - with_im.im, with_re.im + with_im.re};
     } else {
       return hsum(sum[0][0] + sum[1][0]);
     }
-  }
-
-private:
-  static T folded(vec_of<T> v) {
-    const auto pairs = low_half(v) + high_half(v);
-    if constexpr (per_half<T> == 2)
-      return {pairs[0] + pairs[2], pairs[1] + pairs[3]};
-    else
-      return {pairs[0], pairs[1]};
   }
 };
 
@@ -147,9 +137,9 @@ inline void multiply_columns(tnk_int m, const T *a, tnk_int lda, const T *x, T *
   for (int j = 0; j < Columns; ++j) y[j] = y[j] + alpha * sums[j].total(conjugated);
 }
 
-template <Form form, class T>
+template <Operation op, class T>
 void gemv_t(tnk_int m, tnk_int n, const T *a, tnk_int lda, const T *x, T *y, T alpha) {
-  constexpr bool conjugated = form == Form::conjugate_transposed;
+  constexpr bool conjugated = op == conjugate_transposed;
   // Complex sums are four vectors a column: two columns leave room in the registers.
   constexpr int columns = is_complex<T> ? 2 : 4;
   tnk_int j = 0;

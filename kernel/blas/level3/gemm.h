@@ -26,14 +26,8 @@ TNK_GEMM_ENTRIES(tnk_complex8, c)
 TNK_GEMM_ENTRIES(tnk_complex16, z)
 #undef TNK_GEMM_ENTRIES
 
-// What an option letter asks for; also the place of its copy in a descriptor. Real types know no conjugation.
-enum Operation { as_it_is = 0, transposed = 1, conjugate_transposed = 2 };
-
-template <class T> inline Operation operation_of(const char *trans) {
-  if (*trans == 'N' || *trans == 'n') return as_it_is;
-  if (!is_complex<T> || *trans == 'T' || *trans == 't') return transposed;
-  return conjugate_transposed;
-}
+// For the macros that spell entries, outside of namespaces.
+using tnk::Operation, tnk::operation_of, tnk::as_it_is, tnk::transposed, tnk::conjugate_transposed;
 
 // The corner of the block at (row, column) of op(X).
 template <class T>
