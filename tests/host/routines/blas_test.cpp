@@ -109,6 +109,16 @@ bool is_function(const Routine &routine) {
   return routine.name.substr(routine.name.size() - 3) == "dot";
 }
 
+// From its first good call on a routine knows its kernel, and looks at all arguments at once.
+struct PublicBlas : testing::Test {
+  PublicBlas() {
+    for (const Routine &routine : routines) {
+      Call good(routine.arguments);
+      routine.run(good.addresses.data());
+    }
+  }
+};
+
 void expect_refusal(const Routine &routine, Call &call, const std::string &name,
                     const std::string &complaint) {
   ErrorRecorder errors;
@@ -118,7 +128,7 @@ void expect_refusal(const Routine &routine, Call &call, const std::string &name,
   EXPECT_TRUE(call.memory_equals(Call(routine.arguments))) << routine.name << ' ' << name;
 }
 
-TEST(PublicBlas, EveryBadAddressAndLetterIsReportedAndNothingTouched) {
+TEST_F(PublicBlas, EveryBadAddressAndLetterIsReportedAndNothingTouched) {
   for (const Routine &routine : routines)
     for (const std::string &name : Call(routine.arguments).names) {
       Call null(routine.arguments);
@@ -140,7 +150,7 @@ std::string from(tnk_int least, tnk_int most = 0) {
   return std::to_string(least) + (most ? " to " + std::to_string(most) : " or more");
 }
 
-TEST(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
+TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
   constexpr tnk_int huge = tnk_int{1} << 62;
   for (const Routine &routine : routines) {
     const tnk_int most = (tnk_int{1} << 47) / routine.element, span = (most - 1) / 3;
@@ -193,7 +203,7 @@ TEST(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
 }
 
 // Arrays that a call does not touch may have any address.
-TEST(PublicBlas, WhatIsNotTouchedIsNotLookedAt) {
+TEST_F(PublicBlas, WhatIsNotTouchedIsNotLookedAt) {
   ErrorRecorder errors;
   for (const Routine &routine : routines)
     for (int variant = 0; variant < 8; ++variant) {
@@ -220,7 +230,7 @@ TEST(PublicBlas, WhatIsNotTouchedIsNotLookedAt) {
   EXPECT_EQ(errors.last().count, 0);
 }
 
-TEST(PublicBlas, GoodCallsReachTheirKernels) {
+TEST_F(PublicBlas, GoodCallsReachTheirKernels) {
   ErrorRecorder errors;
   for (const Routine &routine : routines)
     for (const char transa : std::string("NnTtCc"))
@@ -238,7 +248,7 @@ TEST(PublicBlas, GoodCallsReachTheirKernels) {
 }
 
 // The largest that pass. An alpha of 0 keeps the kernel from walking them; one element takes no step.
-TEST(PublicBlas, LimitsThemselvesAreNoErrors) {
+TEST_F(PublicBlas, LimitsThemselvesAreNoErrors) {
   ErrorRecorder errors;
   const double zero = 0, x = 5;
   double y = 0;
