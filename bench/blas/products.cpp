@@ -21,27 +21,32 @@ using Gemm = void(const char *, const char *, const I *, const I *, const I *, c
 template <class T>
 using Real = std::conditional_t<std::is_same_v<T, float> || std::is_same_v<T, tnk_complex8>, float, double>;
 
-// m, n and k of a product; 0 where they are the order.
+// m, n and k of a product, 0 where they are the order, and its letters.
 struct Shape {
   const char *suffix;
   tnk_int m, n, k;
+  char transa = 'N', transb = 'N';
 
-  Shape at(tnk_int order) const { return {suffix, m ? m : order, n ? n : order, k ? k : order}; }
+  Shape at(tnk_int order) const {
+    return {suffix, m ? m : order, n ? n : order, k ? k : order, transa, transb};
+  }
 };
 constexpr tnk_int thin = 8;
-constexpr Shape square = {"", 0, 0, 0},
+constexpr Shape square = {"", 0, 0, 0}, transposed = {"_tn", 0, 0, 0, 'T', 'N'},
                 shapes[] = {{"_m8", thin, 0, 0}, {"_n8", 0, thin, 0}, {"_k8", 0, 0, thin}};
 
-// C := A B. x holds A and then B, y holds C.
+// C := op(A) op(B). x holds A and then B, y holds C.
 template <class I, class T> Call product(Gemm<I, T> *routine, const Shape &shape) {
   if (!routine) return {};
   return [routine, shape](Operands &o, long count) {
     const Shape s = shape.at(o.n);
     const I m = static_cast<I>(s.m), n = static_cast<I>(s.n), k = static_cast<I>(s.k);
+    const I lda = s.transa == 'N' ? m : k, ldb = s.transb == 'N' ? k : n;
     const T *a = o.x<T>(), *b = a + static_cast<std::ptrdiff_t>(m) * k;
     T one{}, zero{};
     reinterpret_cast<Real<T> &>(one) = 1; // the real part comes first
-    for (; count > 0; --count) routine("N", "N", &m, &n, &k, &one, a, &m, b, &k, &zero, o.y<T>(), &m);
+    for (; count > 0; --count)
+      routine(&s.transa, &s.transb, &m, &n, &k, &one, a, &lda, b, &ldb, &zero, o.y<T>(), &m);
   };
 }
 
@@ -87,7 +92,8 @@ void add_gemm(std::vector<Row> &rows, char letter, Gemm<tnk_int, T> *ours, Gemm<
     };
     return added;
   };
-  beside_library(square, {8, 16, 32, 64, 256, 1000, 2000});
+  beside_library(square, {4, 8, 12, 16, 20, 24, 32, 64, 256, 1000, 2000});
+  beside_library(transposed, {4, 8, 12, 16, 20, 24, 32});
   for (const Shape &shape : shapes) beside_library(shape, {2000});
 
   Row checks = beside_itself("_kernel", {8, 16, 32}, kernel);

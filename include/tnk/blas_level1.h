@@ -7,6 +7,11 @@
    size. Letters: s float, d double, c and z complex of these. Routines with x after tnk_blas_ are what the host runs
    for the public routine of the name without it.
 
+   Scalars, and param of rotm, are read before anything is written and may lie anywhere, in a vector that is written
+   too; *result of a dot product is written last. Vectors that are only read may coincide or overlap. A vector that is
+   written must not overlap with another one, but x and y of axpy, axpby, copy and swap may be the same: one address,
+   one increment other than 0. What rotg and rotmg write must be as many different places.
+
    Sources: Lawson, Hanson, Kincaid, Krogh, ACM TOMS 5 (1979), for the dense routines; Dodson, Grimes, Lewis, ACM TOMS
    17 (1991), for sparse vectors. */
 #ifndef TNK_BLAS_LEVEL1_H
@@ -68,7 +73,9 @@ void tnk_blas_dscal(const tnk_int *n, const double *alpha, double *x, const tnk_
 void tnk_blas_cscal(const tnk_int *n, const tnk_complex8 *alpha, tnk_complex8 *x, const tnk_int *incx);
 void tnk_blas_zscal(const tnk_int *n, const tnk_complex16 *alpha, tnk_complex16 *x, const tnk_int *incx);
 
-/* x := alpha x with a real alpha. The absolute value of incx counts: elements 0, |incx|, 2 |incx|, ... of x. */
+/* x := alpha x with a real alpha. The absolute value of incx counts: elements 0, |incx|, 2 |incx|, ... of x. With an
+   incx of 1 zdscal is dscal on the parts, so an alpha of exactly 1 touches nothing; with any other, and in csscal, 1
+   multiplies like any number. */
 void tnk_blas_csscal(const tnk_int *n, const float *alpha, tnk_complex8 *x, const tnk_int *incx);
 void tnk_blas_zdscal(const tnk_int *n, const double *alpha, tnk_complex16 *x, const tnk_int *incx);
 
@@ -156,14 +163,25 @@ void tnk_blas_crotg(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_comple
 void tnk_blas_zrotg(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s);
 
 /* Modified rotation: (x, y) := H (x, y). param is { flag, h11, h21, h12, h22 }; flag -1: H as given; 0: h11 = h22 = 1;
-   1: h12 = 1, h21 = -1; -2: H is the identity and nothing is done. No-op when n < 1. */
+   1: h12 = 1, h21 = -1; -2: H is the identity and nothing is done. Any other negative flag counts as -1, any other
+   positive one, and a NaN, as 1. No-op when n < 1. */
 void tnk_blas_srotm(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy,
                     const float *param);
 void tnk_blas_drotm(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy,
                     const double *param);
 
 /* Builds the modified rotation that zeroes the second component of (sqrt(d1) x1, sqrt(d2) y1); d1, d2 and x1 are
-   updated, param is written: the flag and those elements that the flag does not imply. */
+   updated, param is written: the flag and those elements that the flag does not imply (with 0 h21 and h12, with 1 h11
+   and h22, with -1 all four).
+
+   A negative d1 comes before everything else: flag -1, with H, d1, d2 and x1 all zero. Then, where d2 y1 is zero, the
+   flag is -2 and nothing else is written. Where |d1 x1^2| > |d2 y1^2| the flag is 0, otherwise 1; but a d2 y1^2 that is
+   negative in that second case gives the same zeros as a negative d1.
+
+   Last d1 and then d2 are rescaled until their magnitudes stand strictly between r and 2^24, in steps that multiply by
+   2^24 or by r: 5.960464477539e-08, which is 2^-24 in single and some 1e-14 less in double. A step of d1 divides or
+   multiplies x1, h11 and h12 by 2^12, one of d2 h21 and h22, and makes the form full: flag -1. Zeros, infinities and
+   NaN stay. */
 void tnk_blas_srotmg(float *d1, float *d2, float *x1, const float *y1, float *param);
 void tnk_blas_drotmg(double *d1, double *d2, double *x1, const double *y1, double *param);
 

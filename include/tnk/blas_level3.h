@@ -3,8 +3,11 @@
 
    Matrices are column-major: element (i, j), from 0, stands at i + j * ld. Option letters are read from the first
    character, in either case; "N" is no transposition, any other byte the transposed matrix, and in the complex types
-   "T" transposes and any third byte transposes and conjugates. Nothing is checked. Letters: s float, d double, c and
-   z complex of these.
+   "T" transposes and any third byte transposes and conjugates. Nothing is checked, products of sizes that overflow
+   included. Letters: s float, d double, c and z complex of these.
+
+   What is written, be it C, a packed buffer or a descriptor, must not overlap with anything else that a call is given.
+   What is only read may coincide or overlap: A and B, and scalars.
 
    Method: K. Goto and R. van de Geijn, "Anatomy of High-Performance Matrix Multiplication", ACM TOMS 34 (2008). */
 #ifndef TNK_BLAS_LEVEL3_H
@@ -16,7 +19,24 @@ TNK_BEGIN_DECLS
 
 /* ---- Records ------------------------------------------------------------------------------------------------ */
 
-/* A packed operand. */
+/* A packed operand: panels, one behind the other at a stride.
+
+   A block of mc rows by kc steps of A becomes panels of mr rows, a block of kc steps by nc columns of B panels of nr
+   columns. Inside a panel, one step after the other:
+
+     real A, mr = 4           step 0          step 1
+                          | 0  1  2  3 |  4  5  6  7 | ...         cell: row of the panel, mr * step + row
+
+     real B, nr = 8       | 0  1  2  3  4  5  6  7 |  8 ...        cell: column of the panel, nr * step + column
+
+     complex, A and B     | re0 re1 im0 im1  re2 re3 im2 im3 | ... pairs of rows (columns) by part; one pair in A of z
+
+   Steps from kc up to the next multiple of kr are zeros, in every panel and lane. The last panel of A, when mc is no
+   multiple of mr, holds only the rows that exist: in the other steps the lanes above them stay as they were. What is
+   left of B after the full panels is, from 4 columns on, a group 4 wide in the same layout; 1 to 3 columns after that
+   are a group 4 wide with zeros above the real columns, which begins where the steps of the group before it end.
+   (With nr = 4 only the latter occurs.) A is multiplied by alpha on the way, B is not; conjugates are stored as
+   (re, 0 - im), so that kernels know neither. */
 typedef struct tnk_gemm_panels {
   void *data;     /* aligned to 1 << shift bytes */
   tnk_int stride; /* from panel to panel, in elements */
@@ -39,7 +59,8 @@ typedef int32_t tnk_gemm_get_bufs_size(int32_t buffer_mode, int32_t size_mode, c
                                        const tnk_int *n, const tnk_int *k, tnk_gemm_descriptor *);
 typedef int32_t tnk_gemm_get_bufs(int32_t buffer_mode, void **raw, tnk_gemm_descriptor *);
 
-/* A: count of rows, then of steps. B: count of steps, then of columns; alpha is not read. */
+/* A: count of rows, then of steps. B: count of steps, then of columns; alpha is not read. source is the corner of the
+   block. Of the panel record only the stride is read. */
 typedef void tnk_gemm_copy(const tnk_int *count1, const tnk_int *count2, const void *source,
                            const tnk_int *ld, void *buffer, const tnk_gemm_panels *, const void *alpha);
 /* The same with the option letter of the operand first. */
@@ -47,12 +68,17 @@ typedef void tnk_gemm_copy_ext(const char *trans, const tnk_int *count1, const t
                                const void *source, const tnk_int *ld, void *buffer, const tnk_gemm_panels *,
                                const void *alpha);
 
+/* m by n of C from packed operands of k steps, a multiple of kr. Of the panel records only the strides are read.
+   transa, transb, alpha and work (the work buffer) are not, nor is mode: the loops pass 2, or 3 where B or both come
+   through the work buffer panel by panel (versions 4 and 16), and either means packed panels to the kernels of this
+   processor class. */
 typedef void tnk_gemm_kernel(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n,
                              const tnk_int *k, const void *alpha, const void *a,
                              const tnk_gemm_panels *a_panels, const void *b, const tnk_gemm_panels *b_panels,
                              const void *beta, void *c, const tnk_int *ldc, void *work, int32_t mode);
 
-/* A row of a kernel table: twenty columns of eight bytes. */
+/* A row of a kernel table: twenty columns of eight bytes. The unrolls are powers of two: mr 8, 4, 4, 2 and nr 8, 8,
+   4, 4 in s, d, c, z, kr 4. */
 typedef struct tnk_gemm_row {
   tnk_int mr, nr, kr;      /* unrolls of m, n and k: the register tile has mr rows and nr columns */
   tnk_int work_factor;     /* panels in the work buffer */
@@ -97,7 +123,10 @@ struct tnk_gemm_descriptor {
 
    x?gemm                  C := alpha op(A) op(B) + beta C, op(A) m by k, op(B) k by n, C m by n. No-op when m < 1 or
                            n < 1. beta = 0 stores without reading C. A and B are not read when alpha is zero or
-                           k < 1. When no memory can be had the result is right, only slower.
+                           k < 1. Below a tile (m < mr, n < nr or k < kr) by the plain path, else packed; when no memory
+                           can be had the result is right, only slower. With an alpha of 1 or -1, and all finite, the
+                           bits of an element depend on its row of op(A), its column of op(B), its old value, k and
+                           beta alone.
    x?gemm_par              the same with a kernel version and a descriptor whose row is loaded; blocks that are 0 are
                            chosen, other ones below 1 count as a tile, and the descriptor then holds those chosen.
                            Its buffer records are not touched. 0: done. 1: unknown version, with nothing done, or no
@@ -106,32 +135,54 @@ struct tnk_gemm_descriptor {
                              version        2            4         8          16         32         64
                              packs whole    blocks of    A         B          nothing    A          nothing
                                             A and B
+                             buffer mode    100          105       104        106        105        106
                              loops          n, k, m      n, k, m   n          n          m          none
                              no memory      plain path   same      returns 1  returns 1  returns 1  returns 1
-                           What is not packed as a whole goes through the work buffer. Version 64 does not scale: a
-                           beta of zero stores over C, any other acts as 1, and a zero alpha multiplies like any other.
+                           Version 2 takes the plain path when m < tm, n < tn or k < tk. Versions 8 to 64 have one
+                           block along k, and the descriptor keeps the kb that it had. What is not packed as a whole
+                           goes through the work buffer: in 4 and 32 nr * work_factor columns of B at once, so B is
+                           packed once a block of A; in 8 as many rows of A, a tile at least, once a block of B; in 16
+                           and 64 one panel of each, for each nr columns a slice of the steps, in it each mr rows of
+                           A. The slices are as long as a panel of each fits: size of the work buffer / size of an
+                           element / (mr + nr), down to a multiple of kr, so all of k in s and d, some half of it in c
+                           and two thirds in z. Each slice is a sum of its own. Version 64 does not scale: a beta of
+                           zero stores over C, any other acts as 1, and a zero alpha multiplies like any other.
    ?gemm_zero_desc         clears every field.
    ?gemm_get_optimal_kernel  loads the row that avx_?_opt_gemm_ker names.
    ?gemm_get_kernel        loads a row; 1, with nothing loaded, when the number is above 0. A negative number is not
                            guarded.
    ?gemm_num_kernels       writes the number of rows, 1.
    ?gemm_get_kernel_version  2.     ?gemm_api_support  1.
-   ?gemm_get_blks_size     fills kb and mb where they are 0, and nb always; m is not read. mb stays 0 when the cache
-                           that the host reports cannot hold a tile.
+   ?gemm_get_blks_size     fills kb and mb where they are 0, and nb always; m is not read. Divisions drop the remainder.
+                             kb   k < 256: k up to a multiple of kr, 128 at least; 256 < k < 512: k / 2, up to a
+                                  multiple of kr; else 256
+                             mb   cache / 6 / size of an element / 256, down to a multiple of mr, where cache is
+                                  tnk_serv_get_cache_size(0); 0 when that cannot hold a tile
+                             nb   n, nr at least and 5000 at most, up to a multiple of nr
    ?gemm_set_blks_size     stores the three.
-   ?gemm_get_bufs_size     sizes the records that buffer mode 100 ... 106 names. Size mode 107 clamps each block to its
-                           dimension, 108 takes the blocks as they are. 1 on another mode of either kind.
-   ?gemm_get_bufs          one allocation for the buffers of the mode, laid out in the records; null in *raw when it
-                           failed. 1 on a mode that it does not take (103 among them).
+   ?gemm_get_bufs_size     sizes the records that a buffer mode names, the blocks rounded up to mb', nb', kb' of whole
+                           mr, nr and kr. 1, with nothing done, on another mode of either kind.
+                             buffer mode    100          101   102   103     104       105       106
+                             sized          A, work, B   A     B     A, B    work, B   A, work   work
+                             allocated      yes          yes   yes   no: 1   yes       yes       yes
+                             A      mb' kb' elements, stride mr kb', shift 12
+                             B      nb' kb' elements, stride nr kb', shift 12
+                             work   kb' nr work_factor elements, shift 7; each size is in bytes, and 512 more
+                           Size mode 107 clamps each block to its dimension, 108 takes the blocks as they are. m, n
+                           and k are read in both.
+   ?gemm_get_bufs          one allocation of alignment 128 for the buffers of the mode, of their sizes and 2 << shift
+                           bytes for each, laid out in the order of the table, each from the next multiple of
+                           1 << shift; null in *raw when it failed. 1 and null on a mode that is not allocated, 103 among
+                           them.
    ?gemm_free_bufs         releases what get_bufs allocated.
    ?gemm_mscale            C := beta C; beta = 0 stores zeros without reading.
-   ?gemm_pst               the plain path: no packing, no memory; C := beta C + alpha (sum). beta = 0 does not read
-                           C; A and B are not read when k < 1, but when alpha is zero they are.
+   ?gemm_pst               the plain path: no packing, no memory; C := beta C + alpha (sum), for each block along k
+                           (kb as above) in turn. beta = 0 does not read C; A and B are not read when k < 1, but when
+                           alpha is zero they are.
    ?gemm_copya*, copyb*    pack a block of A times alpha, or of B, into panels; n as it is, t transposed, c (complex)
-                           conjugate-transposed. No-op when a count is below 1. The layouts stand in
-                           kernel/blas/level3/tile.h.
-   ?gemm_ker0              C := C + A B on packed operands (beta exactly 0: C := A B, C is not read). k is the padded
-                           count of steps; transa, transb and alpha are not used.
+                           conjugate-transposed. No-op when a count is below 1.
+   ?gemm_ker0              C := C + A B on packed operands (beta exactly 0: C := A B, C is not read; any other acts
+                           as 1).
    ?gemm_kernel_0, _b0     its whole tiles: m a multiple of mr. beta is not read; _b0 stores without reading C.
    ?gemm_ker0_pst          its edge: m from 1 to mr - 1. */
 

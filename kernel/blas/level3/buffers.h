@@ -1,5 +1,5 @@
-// The buffers of a product: their sizes and their places in one block of memory. Written into the caller, where mostly the
-// mode is known.
+// The buffers of a product: their sizes and their places in one block of memory. Written into the caller, where
+// mostly the mode is known.
 #pragma once
 
 #include "kernel/blas/level3/constants.h"

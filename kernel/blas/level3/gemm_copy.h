@@ -1,11 +1,11 @@
-// Packing of the matrix product, as far as real and complex elements share it: which lanes come to stand in which panel
-// (tile.h), and the entries.
+// Packing of the matrix product, as far as real and complex elements share it: which lanes come to stand in which panel,
+// and the entries.
 //
 // A source runs either across a panel (the lanes of a step are neighbours in memory: A as it is, B transposed) or along
 // it (the steps of a lane are: A transposed, B as it is). Both are read in the order of memory. How whole panels are
 // read is the affair of a class Panels:
 //
-//   Times<T, conjugate>, Unchanged<T, conjugate>         what happens to A and to B on the way, vectors or elements of them
+//   Times<T, conjugate>, Unchanged<T, conjugate>           what happens to A and to B on the way, to vectors or elements
 //   across<L, W>(count, steps, source, ld, to, stride, f)  `count` lanes, L to each panel, which has W
 //   along<L, W>(count, steps, source, ld, to, stride, f)   the same
 //   put(step, lane, x)                                     one lane of a step
@@ -23,8 +23,8 @@ template <int W, class T> inline void pad(tnk_int steps, T *panel) {
     for (int r = 0; r < W; ++r) put(panel + W * l + r, T{});
 }
 
-// `count` lanes, less than a group. Element (lane, step) stands at source + lane * lane_step + step * step_step. zeros: what
-// the other lanes of a group get; otherwise they are left as they are.
+// `count` lanes, less than a group. Element (lane, step) stands at source + lane * lane_step + step * step_step.
+// zeros: what the other lanes of a group get; otherwise they are left as they are.
 template <class Panels, int W, bool zeros, class T, class F>
 inline void last_lanes(tnk_int count, tnk_int steps, const T *source, tnk_int lane_step, tnk_int step_step,
                        T *panel, F f) {

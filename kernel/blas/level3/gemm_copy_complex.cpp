@@ -1,5 +1,5 @@
-// Packing of the complex matrix product: blocks of A, times alpha, and of B become panels, their lanes in pairs by part;
-// conjugates are stored as 0 - im.
+// Packing of the complex matrix product: blocks of A, times alpha, and of B become panels, their lanes in pairs by
+// part; conjugates are stored as 0 - im.
 #include "kernel/blas/level3/constants.h"
 #include "kernel/blas/level3/gemm_copy.h"
 #include "kernel/frame/transpose.h"

@@ -1,11 +1,11 @@
 // The block kernels of the matrix product, as far as real and complex elements share them: what one is called with, the
 // split into whole tiles and an edge, and the entries.
 //
-// Every element of C is formed alike, wherever the cuts between tiles, groups and edges fall: one sum from zero over the
-// steps in ascending order, each product rounded before it is added, then C + sum. A product of complex numbers is four
-// real ones: the sums of re*re, re*im, im*re and im*im are kept apart, each over all steps, and combined once at the end,
-// real part (re*re) - (im*im), imaginary part (re*im) + (im*re). So a result does not depend on how the caller slices
-// the product.
+// Every element of C is formed alike, wherever the cuts between tiles, groups and edges fall: one sum from zero over
+// the steps in ascending order, each product rounded before it is added, then C + sum. A product of complex numbers
+// is four real ones: the sums of re*re, re*im, im*re and im*im are kept apart, each over all steps, and combined once
+// at the end, real part (re*re) - (im*im), imaginary part (re*im) + (im*re). So a result does not depend on how the
+// caller slices the product.
 #pragma once
 
 #include "kernel/blas/level3/tile.h"

@@ -1,4 +1,4 @@
-// The block kernels of the complex matrix product: packed panels (tile.h) multiplied into C.
+// The block kernels of the complex matrix product: packed panels multiplied into C.
 #include "kernel/blas/level3/constants.h"
 #include "kernel/blas/level3/gemm_ker0.h"
 #include "kernel/blas/level3/passes.h"
@@ -36,8 +36,8 @@ TNK_INLINE f32x4 evens_odds_back(f32x4 a, f32x4 b) {
 // complex and one in double.
 template <class V> struct Sums { V re0{}, re1{}, im0{}, im1{}; };
 
-// A sum passes through a register each time: left to itself, the compiler collects the products of many steps before it adds
-// them, in more vectors than there are registers.
+// A sum passes through a register each time: left to itself, the compiler collects the products of many steps before
+// it adds them, in more vectors than there are registers.
 template <class V> TNK_INLINE void add_products(Sums<V> &s, V re, V im, V b0, V b1) {
   s.re0 = in_register(s.re0 + re * b0);
   s.re1 = in_register(s.re1 + re * b1);
@@ -49,9 +49,9 @@ template <class V> TNK_INLINE void put_sum(void *c, V sum, bool add) {
   storeu(c, add ? loadu<V>(c) + sum : sum);
 }
 
-// The form of a tile in each type: step() takes one step of k, set() what all of them come to in a whole tile (passes.h),
-// finish() adds the sums to columns of C. Rows below the
-// tile's own are those of an edge, Columns below it those of a remainder.
+// The form of a tile in each type: step() takes one step of k, set() what all of them come to in a whole tile
+// (passes.h), finish() adds the sums to columns of C. Rows below the tile's own are those of an edge, Columns below
+// it those of a remainder.
 template <class T, int Rows, int Columns> struct Tile;
 
 // Single complex. One vector of B has the four columns, a second the same with the columns of each pair exchanged;
@@ -68,7 +68,8 @@ template <int Rows, int Columns> struct Tile<tnk_complex8, Rows, Columns> {
     splat_pair(a + 2, im);
     add_products(s, re, im, b0, b1);
   }
-  // The lane of the second row holds no row and is not read. What its products with b1 would be stands in those with b0.
+  // The lane of the second row holds no row and is not read. What its products with b1 would be stands in those with
+  // b0.
   static TNK_INLINE void add_single(Sums<vector> &s, const float *a, vector b0) {
     s.re0 = in_register(s.re0 + splat<vector>(a[0]) * b0);
     s.im0 = in_register(s.im0 + splat<vector>(a[2]) * b0);

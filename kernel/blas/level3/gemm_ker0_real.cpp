@@ -1,4 +1,4 @@
-// The block kernels of the real matrix product: packed panels (tile.h) multiplied into C.
+// The block kernels of the real matrix product: packed panels multiplied into C.
 #include "kernel/blas/level3/constants.h"
 #include "kernel/blas/level3/gemm_ker0.h"
 #include "kernel/blas/level3/passes.h"

@@ -5,8 +5,8 @@
 // what is longer than a block along k is cut where the packed path cuts it. So both paths give an element the same bits
 // wherever alpha, which one multiplies into the sum and the other into A, is 1 or -1.
 //
-// Vectors run along rows of C: one vector of op(A) at a step times single elements of op(B). Where C has so few rows that
-// most lanes would be idle they run along its columns, which is the same product with the operands exchanged,
+// Vectors run along rows of C: one vector of op(A) at a step times single elements of op(B). Where C has so few rows
+// that most lanes would be idle they run along its columns, which is the same product with the operands exchanged,
 // C' = op(B)' op(A)'. The lanes of a step lie together in memory, or those of four steps are had by a transpose in
 // registers.
 #include "kernel/blas/level3/constants.h"
@@ -95,7 +95,7 @@ template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, tnk_c
   x[2] = low_halves(a2, b2), x[3] = high_halves(a2, b2);
 }
 
-// ---- A tile ----------------------------------------------------------------------------------------------------------
+// ---- A tile --------------------------------------------------------------------------------------------------------
 
 // V vectors of lanes by N columns. With one vector some of its lanes may be missing. Complex sums are held as two
 // vectors: x times the real parts of y and x times the imaginary parts.
