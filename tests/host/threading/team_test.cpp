@@ -174,16 +174,18 @@ TEST(Team, LendsTheCallersProcessor) {
   });
   pthread_setaffinity_np(pthread_self(), sizeof before, &before);
   EXPECT_TRUE(lent);
-  // And leaves it for the next job.
+  // And leaves it for the next job; on a busy machine it may be lent it again at once.
   std::atomic<bool> elsewhere{false};
-  there = 0;
-  spread(2, 2, [&](int) {
-    ++there;
-    comes_true([&] { return there == 2; });
-    cpu_set_t now;
-    if (std::this_thread::get_id() != caller)
-      elsewhere = pthread_getaffinity_np(pthread_self(), sizeof now, &now) == 0 && !CPU_EQUAL(&now, &own);
-  });
+  for (int round = 0; round < 100 && !elsewhere; ++round) {
+    there = 0;
+    spread(2, 2, [&](int) {
+      ++there;
+      comes_true([&] { return there == 2; });
+      cpu_set_t now;
+      if (std::this_thread::get_id() != caller)
+        elsewhere = pthread_getaffinity_np(pthread_self(), sizeof now, &now) == 0 && !CPU_EQUAL(&now, &own);
+    });
+  }
   EXPECT_TRUE(elsewhere);
 }
 
