@@ -31,8 +31,9 @@ inline tnk_int rounded_down(tnk_int x, tnk_int unit) {
   return x & -unit;
 }
 
-// The steps of a block along k: longest_block of them, but two equal blocks rather than a whole and a small one. Sums
-// are cut where blocks end, on every path.
+// The steps of a block along k: longest_block of them, but two halves rather than a whole and a small one; half of k is
+// taken without its fraction, so with k of 8 j + 1 a single step is left for a third. Sums are cut where blocks end, on
+// every path.
 inline tnk_int block_along_k(tnk_int k, tnk_int unroll) {
   constexpr tnk_int shortest = longest_block / 2;
   if (k < longest_block) return std::max(rounded_up(k, unroll), shortest);
