@@ -1,0 +1,7 @@
+/* Signal primitives: everything but the stages that they are made of. C and C++ alike. */
+#ifndef TNK_SIGNAL_H
+#define TNK_SIGNAL_H
+
+#include <tnk/signal_vector.h>
+
+#endif
