@@ -15,6 +15,65 @@
 
 TNK_BEGIN_DECLS
 
+/* ---- Rotations ------------------------------------------------------------------------------------------------ */
+
+/* A sequence of m - 1 plane rotations of the rows of the m by n matrix A, from the left. Rotation j, 1 <= j < m, with
+   the real numbers c[j - 1] and s[j - 1], turns two rows: of the upper one's element a and the lower one's t it makes
+   s t + c a and c t - s a, each product rounded before the sum, also where c is 1 and s is 0. The name's last two
+   letters say which rows these are and in which order the rotations come:
+     vf, vb: rows j and j + 1 (variable);  tf, tb: rows 1 and j + 1 (top);  bf, bb: rows j and m (bottom);
+     f: j from 1 to m - 1 (forward);  b: j from m - 1 to 1 (backward).
+   Four columns at a time go through the whole sequence, what is left one by one; a column's bits are the same in either.
+   No-op when m < 2 or n < 1. */
+void tnk_lapack_ps_slasr_lvf(const tnk_int *m, const tnk_int *n, const float *c, const float *s, float *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_slasr_lvb(const tnk_int *m, const tnk_int *n, const float *c, const float *s, float *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_slasr_ltf(const tnk_int *m, const tnk_int *n, const float *c, const float *s, float *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_slasr_ltb(const tnk_int *m, const tnk_int *n, const float *c, const float *s, float *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_slasr_lbf(const tnk_int *m, const tnk_int *n, const float *c, const float *s, float *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_slasr_lbb(const tnk_int *m, const tnk_int *n, const float *c, const float *s, float *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_dlasr_lvf(const tnk_int *m, const tnk_int *n, const double *c, const double *s, double *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_dlasr_lvb(const tnk_int *m, const tnk_int *n, const double *c, const double *s, double *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_dlasr_ltf(const tnk_int *m, const tnk_int *n, const double *c, const double *s, double *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_dlasr_ltb(const tnk_int *m, const tnk_int *n, const double *c, const double *s, double *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_dlasr_lbf(const tnk_int *m, const tnk_int *n, const double *c, const double *s, double *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_dlasr_lbb(const tnk_int *m, const tnk_int *n, const double *c, const double *s, double *a,
+                             const tnk_int *lda);
+void tnk_lapack_ps_clasr_lvf(const tnk_int *m, const tnk_int *n, const float *c, const float *s,
+                             tnk_complex8 *a, const tnk_int *lda);
+void tnk_lapack_ps_clasr_lvb(const tnk_int *m, const tnk_int *n, const float *c, const float *s,
+                             tnk_complex8 *a, const tnk_int *lda);
+void tnk_lapack_ps_clasr_ltf(const tnk_int *m, const tnk_int *n, const float *c, const float *s,
+                             tnk_complex8 *a, const tnk_int *lda);
+void tnk_lapack_ps_clasr_ltb(const tnk_int *m, const tnk_int *n, const float *c, const float *s,
+                             tnk_complex8 *a, const tnk_int *lda);
+void tnk_lapack_ps_clasr_lbf(const tnk_int *m, const tnk_int *n, const float *c, const float *s,
+                             tnk_complex8 *a, const tnk_int *lda);
+void tnk_lapack_ps_clasr_lbb(const tnk_int *m, const tnk_int *n, const float *c, const float *s,
+                             tnk_complex8 *a, const tnk_int *lda);
+void tnk_lapack_ps_zlasr_lvf(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
+                             tnk_complex16 *a, const tnk_int *lda);
+void tnk_lapack_ps_zlasr_lvb(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
+                             tnk_complex16 *a, const tnk_int *lda);
+void tnk_lapack_ps_zlasr_ltf(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
+                             tnk_complex16 *a, const tnk_int *lda);
+void tnk_lapack_ps_zlasr_ltb(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
+                             tnk_complex16 *a, const tnk_int *lda);
+void tnk_lapack_ps_zlasr_lbf(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
+                             tnk_complex16 *a, const tnk_int *lda);
+void tnk_lapack_ps_zlasr_lbb(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
+                             tnk_complex16 *a, const tnk_int *lda);
+
 /* ---- Small factorizations ---------------------------------------------------------------------------------- */
 
 /* Cholesky factorization of the Hermitian positive definite n by n matrix of which the named triangle is stored:

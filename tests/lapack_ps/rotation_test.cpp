@@ -1,0 +1,68 @@
+// Rotations and the like, bit for bit against plain loops in the order that is promised.
+#include "reference/arithmetic.h"
+#include "support/guarded.h"
+#include "support/named.h"
+#include "support/random.h"
+#include <algorithm>
+#include <tnk/lapack_ps.h>
+
+namespace tnk::test {
+namespace {
+
+using namespace reference;
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+template <class T> class Rotations : public testing::Test {};
+TYPED_TEST_SUITE(Rotations, Types, );
+
+// The same elements, or both a NaN.
+template <class T> testing::AssertionResult equal(const Guarded<T> &got, const std::vector<T> &wanted) {
+  for (std::size_t i = 0; i < wanted.size(); ++i)
+    if (!same(got.get(i), wanted[i])) return testing::AssertionFailure() << "element " << i;
+  if (!got.intact()) return testing::AssertionFailure() << "written outside";
+  return testing::AssertionSuccess();
+}
+template <class T> std::vector<T> numbers(std::size_t count, Random &random) {
+  std::vector<T> v(count);
+  for (T &x : v) x = random.number<T>();
+  return v;
+}
+
+TYPED_TEST(Rotations, Sequences) {
+  using T = TypeParam;
+  Random random;
+  for (const char *form : {"vf", "vb", "tf", "tb", "bf", "bb"})
+    for (const tnk_int m : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 31})
+      for (const tnk_int n : {-1, 0, 1, 3, 4, 5, 8, 11})
+        for (const std::size_t shift : {page_end, page_start, sizeof(Real<T>), std::size_t{1}}) {
+          const tnk_int lda = std::max<tnk_int>(m, 1) + (shift == 1 ? 2 : 0);
+          std::vector<T> wanted = numbers<T>(
+              n < 1 ? 0 : static_cast<std::size_t>((n - 1) * lda + std::max<tnk_int>(m, 0)), random);
+          std::vector<Real<T>> c = numbers<Real<T>>(static_cast<std::size_t>(std::max<tnk_int>(m - 1, 0)),
+                                                    random),
+                               s = numbers<Real<T>>(c.size(), random);
+          // One that turns nothing computes nevertheless: its infinity times 0 is a NaN.
+          if (m == 9) {
+            c[4] = 1, s[4] = 0;
+            if (!wanted.empty()) wanted[6] = number<T>(std::numeric_limits<Real<T>>::infinity());
+          }
+          const std::size_t shift_c = shift >= page_end ? page_end : shift;
+          Guarded<T> a(wanted, shift);
+          const Guarded<Real<T>> cs(c, shift_c), sn(s, shift_c);
+          for (tnk_int k = 1; m > 1 && k < m; ++k) {
+            const tnk_int j = form[1] == 'f' ? k : m - k;
+            const tnk_int upper = form[0] == 't' ? 1 : j, lower = form[0] == 'b' ? m : j + 1;
+            const Real<T> cj = c[static_cast<std::size_t>(j - 1)], sj = s[static_cast<std::size_t>(j - 1)];
+            for (tnk_int i = 0; i < n; ++i) {
+              T &u = wanted[static_cast<std::size_t>(upper - 1 + i * lda)],
+                &t = wanted[static_cast<std::size_t>(lower - 1 + i * lda)];
+              const T old = u;
+              u = sj * t + cj * old, t = cj * t - sj * old;
+            }
+          }
+          Named<T>(std::string("tnk_lapack_ps_?lasr_l") + form)(&m, &n, cs.data(), sn.data(), a.data(), &lda);
+          ASSERT_TRUE(equal(a, wanted)) << form << ' ' << m << " by " << n << " shift " << shift;
+        }
+}
+
+} // namespace
+} // namespace tnk::test
