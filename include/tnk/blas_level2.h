@@ -75,6 +75,88 @@ void tnk_blas_zgemv_t(const tnk_int *m, const tnk_int *n, const tnk_complex16 *a
 void tnk_blas_zgemv_c(const tnk_int *m, const tnk_int *n, const tnk_complex16 *a, const tnk_int *lda,
                       const tnk_complex16 *x, tnk_complex16 *y, const tnk_complex16 *alpha);
 
+/* ---- Two products in one pass ---------------------------------------------------------------------------------
+
+   y1 := alpha A x1 + beta y1 and y2 := alpha op(A) x2 + beta y2, A m by n and read once; op(A) is the transpose in the
+   real types (u) and the conjugate transpose in the complex ones (c). x1 and y2 have n elements, x2 and y1 m. No-op when m
+   or n is 0. y1 and y2 are scaled by the entries ?scal of tnk/blas_level1.h: a zero beta multiplies, so a NaN stays a NaN.
+   No alpha is special: a zero one multiplies. y1 and y2 must overlap neither with each other nor with an operand; no
+   memory is taken.
+
+   An increment of 0 for y1 or y2, or an address that is no multiple of the real type's size, goes an element at a time.
+   Otherwise y1 gets columns by fours, then two, then one, and what y2 gets of a column is summed by lanes; where y1 or x2
+   has another increment than 1, rows go in pieces of 128, where x1 or y2 has, columns do. */
+void tnk_blas_sgem2vu(const tnk_int *m, const tnk_int *n, const float *alpha, const float *a,
+                      const tnk_int *lda, const float *x1, const tnk_int *incx1, const float *x2,
+                      const tnk_int *incx2, const float *beta, float *y1, const tnk_int *incy1, float *y2,
+                      const tnk_int *incy2);
+void tnk_blas_dgem2vu(const tnk_int *m, const tnk_int *n, const double *alpha, const double *a,
+                      const tnk_int *lda, const double *x1, const tnk_int *incx1, const double *x2,
+                      const tnk_int *incx2, const double *beta, double *y1, const tnk_int *incy1, double *y2,
+                      const tnk_int *incy2);
+void tnk_blas_cgem2vc(const tnk_int *m, const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *a,
+                      const tnk_int *lda, const tnk_complex8 *x1, const tnk_int *incx1,
+                      const tnk_complex8 *x2, const tnk_int *incx2, const tnk_complex8 *beta,
+                      tnk_complex8 *y1, const tnk_int *incy1, tnk_complex8 *y2, const tnk_int *incy2);
+void tnk_blas_zgem2vc(const tnk_int *m, const tnk_int *n, const tnk_complex16 *alpha, const tnk_complex16 *a,
+                      const tnk_int *lda, const tnk_complex16 *x1, const tnk_int *incx1,
+                      const tnk_complex16 *x2, const tnk_int *incx2, const tnk_complex16 *beta,
+                      tnk_complex16 *y1, const tnk_int *incy1, tnk_complex16 *y2, const tnk_int *incy2);
+
+/* y1 := y1 + alpha A x1 and y2 := y2 + alpha op(A) x2 at increments of 1, with the addresses that the entries above ask
+   for. even: for an even lda, odd: for an odd one; either does what the other does. m or n below 1: no rows, no columns. */
+void tnk_blas_sgem2vu_even(const tnk_int *m, const tnk_int *n, const float *a, const tnk_int *lda,
+                           const float *x1, const float *x2, float *y1, float *y2, const float *alpha);
+void tnk_blas_sgem2vu_odd(const tnk_int *m, const tnk_int *n, const float *a, const tnk_int *lda,
+                          const float *x1, const float *x2, float *y1, float *y2, const float *alpha);
+void tnk_blas_dgem2vu_even(const tnk_int *m, const tnk_int *n, const double *a, const tnk_int *lda,
+                           const double *x1, const double *x2, double *y1, double *y2, const double *alpha);
+void tnk_blas_dgem2vu_odd(const tnk_int *m, const tnk_int *n, const double *a, const tnk_int *lda,
+                          const double *x1, const double *x2, double *y1, double *y2, const double *alpha);
+void tnk_blas_cgem2vc_f(const tnk_int *m, const tnk_int *n, const tnk_complex8 *a, const tnk_int *lda,
+                        const tnk_complex8 *x1, const tnk_complex8 *x2, tnk_complex8 *y1, tnk_complex8 *y2,
+                        const tnk_complex8 *alpha);
+void tnk_blas_zgem2vc_f(const tnk_int *m, const tnk_int *n, const tnk_complex16 *a, const tnk_int *lda,
+                        const tnk_complex16 *x1, const tnk_complex16 *x2, tnk_complex16 *y1,
+                        tnk_complex16 *y2, const tnk_complex16 *alpha);
+
+/* ---- Real matrix, complex vectors -----------------------------------------------------------------------------
+
+   y := alpha op(A) x + beta y, A m by n and real, all else complex. trans: "N" or "n" op(A) = A; any other letter its
+   transpose. No-op when m or n is 0, and when beta is 1 and alpha 0. Then y is scaled: not by 1, to zeros by 0 without
+   being read, else by ?scal. Then an alpha of zero ends the call, A and x unread.
+
+   With more than 3 rows and more than 3 columns, two blocks are asked of tnk_serv_allocate, of a complex number for each
+   element of x and of y. THEY ARE NOT LOOKED AT: where the service has no memory, the call writes through a null address.
+   y and alpha x are split into them, tnk_blas_x?gemv multiplies each part by A, so A is read twice, and y is put
+   together again. Smaller matrices go by _pst. */
+void tnk_blas_scgemv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_complex8 *alpha,
+                     const float *a, const tnk_int *lda, const tnk_complex8 *x, const tnk_int *incx,
+                     const tnk_complex8 *beta, tnk_complex8 *y, const tnk_int *incy);
+void tnk_blas_dzgemv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_complex16 *alpha,
+                     const double *a, const tnk_int *lda, const tnk_complex16 *x, const tnk_int *incx,
+                     const tnk_complex16 *beta, tnk_complex16 *y, const tnk_int *incy);
+
+/* The same without memory, an element at a time: scaled in the same way, but an alpha of zero multiplies, and with no
+   columns (no rows, when transposed) y is still scaled. */
+void tnk_blas_scgemv_pst(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_complex8 *alpha,
+                         const float *a, const tnk_int *lda, const tnk_complex8 *x, const tnk_int *incx,
+                         const tnk_complex8 *beta, tnk_complex8 *y, const tnk_int *incy);
+void tnk_blas_dzgemv_pst(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_complex16 *alpha,
+                         const double *a, const tnk_int *lda, const tnk_complex16 *x, const tnk_int *incx,
+                         const tnk_complex16 *beta, tnk_complex16 *y, const tnk_int *incy);
+
+/* The parts of n complex numbers are 2 n real ones: the real parts, then the imaginary ones. No-ops when n is below 1.
+   copyx: parts of alpha x. copyy_fwd: parts of y. copyy_bwd: y from its parts. */
+void tnk_blas_scgemv_copyx(const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x,
+                           const tnk_int *incx, float *parts);
+void tnk_blas_scgemv_copyy_fwd(const tnk_int *n, const tnk_complex8 *y, const tnk_int *incy, float *parts);
+void tnk_blas_scgemv_copyy_bwd(const tnk_int *n, const float *parts, tnk_complex8 *y, const tnk_int *incy);
+void tnk_blas_dzgemv_copyx(const tnk_int *n, const tnk_complex16 *alpha, const tnk_complex16 *x,
+                           const tnk_int *incx, double *parts);
+void tnk_blas_dzgemv_copyy_fwd(const tnk_int *n, const tnk_complex16 *y, const tnk_int *incy, double *parts);
+void tnk_blas_dzgemv_copyy_bwd(const tnk_int *n, const double *parts, tnk_complex16 *y, const tnk_int *incy);
+
 TNK_END_DECLS
 
 #endif

@@ -1,65 +1,25 @@
 // y := alpha op(A) x + beta y.
 #include "kernel/blas/level2/gemv_kernels.h"
+#include "kernel/blas/level2/vectors.h"
 #include <tnk/blas_level2.h>
 
 namespace tnk::level2 {
 namespace {
 
-// Columns, or with a strided y rows, for which the other vector is held on the stack.
-constexpr tnk_int chunk = 128;
-
-template <class T> void gather(tnk_int n, const T *x, tnk_int inc, T *to) {
-  for (tnk_int i = 0; i < n; ++i) to[i] = x[i * inc];
-}
-template <class T> void scatter(tnk_int n, const T *from, T *y, tnk_int inc) {
-  for (tnk_int i = 0; i < n; ++i) y[i * inc] = from[i];
-}
-
-// body(first, size) for pieces of at most `size` of n.
-template <class Body> void in_chunks(tnk_int n, tnk_int size, Body body) {
-  for (tnk_int i = 0; i < n; i += size) body(i, n - i < size ? n - i : size);
-}
-
-// run(y) on y where its stride is 1, else on a copy.
-template <class T, class Run> void on_contiguous(tnk_int n, T *y, tnk_int incy, Run run) {
-  if (incy == 1) return run(0, n, y);
-  in_chunks(n, chunk, [&](tnk_int first, tnk_int size) {
-    T copy[chunk];
-    gather(size, y + first * incy, incy, copy);
-    run(first, size, copy);
-    scatter(size, copy, y + first * incy, incy);
-  });
-}
-
 template <class T>
 void kernel_route(Operation op, tnk_int m, tnk_int n, T alpha, const T *a, tnk_int lda, const T *x,
                   tnk_int incx, T *y, tnk_int incy) {
-  // x by pieces: run(first, size, x) with a stride of 1.
-  const auto on_x = [&](tnk_int length, auto run) {
-    if (incx == 1) return run(0, length, x);
-    in_chunks(length, chunk, [&](tnk_int first, tnk_int size) {
-      T copy[chunk];
-      gather(size, x + first * incx, incx, copy);
-      run(first, size, copy);
+  const tnk_int of_x = op == as_it_is ? n : m, of_y = op == as_it_is ? m : n;
+  on_contiguous(of_y, y, incy, [&](tnk_int first_y, tnk_int size_y, T *some_y) {
+    on_contiguous(of_x, x, incx, [&](tnk_int first_x, tnk_int size_x, const T *some_x) {
+      if (op == as_it_is)
+        gemv_n(size_y, size_x, a + first_y + first_x * lda, lda, some_x, some_y, alpha);
+      else if (op == transposed)
+        gemv_t<transposed>(size_x, size_y, a + first_x + first_y * lda, lda, some_x, some_y, alpha);
+      else
+        gemv_t<conjugate_transposed>(size_x, size_y, a + first_x + first_y * lda, lda, some_x, some_y, alpha);
     });
-  };
-  if (op == as_it_is) {
-    on_contiguous(m, y, incy, [&](tnk_int row, tnk_int rows, T *some_y) {
-      on_x(n, [&](tnk_int column, tnk_int columns, const T *some_x) {
-        gemv_n(rows, columns, a + row + column * lda, lda, some_x, some_y, alpha);
-      });
-    });
-  } else {
-    on_contiguous(n, y, incy, [&](tnk_int column, tnk_int columns, T *some_y) {
-      on_x(m, [&](tnk_int row, tnk_int rows, const T *some_x) {
-        const T *const part = a + row + column * lda;
-        if (op == transposed)
-          gemv_t<transposed>(rows, columns, part, lda, some_x, some_y, alpha);
-        else
-          gemv_t<conjugate_transposed>(rows, columns, part, lda, some_x, some_y, alpha);
-      });
-    });
-  }
+  });
 }
 
 // Any addresses and increments: an axpy a column, or a dot product a column.
@@ -79,21 +39,6 @@ void plain_route(Operation op, tnk_int m, tnk_int n, T alpha, const T *a, tnk_in
       put(y + j * incy, get(y + j * incy) + alpha * sum);
     }
   }
-}
-
-// beta = 0 does not read y.
-template <class T> void scale(tnk_int n, T beta, T *y, tnk_int incy) {
-  tnk_int i = 0;
-  const auto element = [&](tnk_int k) { put(y + k * incy, is_zero(beta) ? T{} : beta * get(y + k * incy)); };
-  if (incy == 1) {
-    for (; i + per_vector<T> <= n; i += per_vector<T>) {
-      using V = vec_of<T>;
-      storeu(y + i, is_zero(beta) ? V{} : scaled(beta, loadu<V>(y + i)));
-    }
-  } else {
-    for (; i + 2 <= n; i += 2) element(i), element(i + 1);
-  }
-  for (; i < n; ++i) element(i);
 }
 
 template <class T>

@@ -1,4 +1,4 @@
-// The public vector routines and matrix products: what they refuse, what they need not look at, and that a good call
+// The public vector routines and products: what they refuse, what they need not look at, and that a good call
 // reaches its kernel with every argument in its place. The 32-bit surface, which must do what these do.
 #include <algorithm>
 #include <array>
@@ -9,6 +9,7 @@
 #include <sstream>
 #include <tnk/blas.h>
 #include <tnk/blas_level1.h>
+#include <tnk/blas_level2.h>
 #include <tnk/blas_level3.h>
 #include <tnk/blas_lp64.h>
 
@@ -38,6 +39,7 @@ template <auto routine> double by_addresses(void *const *a) {
 // The argument lists of the public routines.
 constexpr char axpy_arguments[] = "n alpha x incx y incy", copy_arguments[] = "n x incx y incy",
                dotc_arguments[] = "result n x incx y incy", scal_arguments[] = "n alpha x incx",
+               gemv_arguments[] = "trans m n alpha a lda x incx beta y incy",
                gemm_arguments[] = "transa transb m n k alpha a lda b ldb beta c ldc";
 
 // A good call of a routine with these arguments, whatever the letters. What is no letter and no integer is an array:
@@ -73,7 +75,7 @@ struct Call {
 
   std::vector<std::string> names;
   std::vector<void *> addresses;
-  std::map<std::string, char> letters{{"transa", 'N'}, {"transb", 'N'}};
+  std::map<std::string, char> letters{{"trans", 'N'}, {"transa", 'N'}, {"transb", 'N'}};
   std::map<std::string, tnk_int> integers{{"m", 3},    {"n", 4},   {"k", 5},   {"incx", 1},
                                           {"incy", 1}, {"lda", 5}, {"ldb", 5}, {"ldc", 3}};
   alignas(32) unsigned char arrays[5][512];
@@ -94,6 +96,7 @@ struct Routine {
 const Routine routines[] = {
     ROUTINE(saxpy, axpy, 4), ROUTINE(daxpy, axpy, 8), ROUTINE(caxpy, axpy, 8), ROUTINE(zaxpy, axpy, 16),
     ROUTINE(scopy, copy, 4), ROUTINE(dcopy, copy, 8), ROUTINE(ccopy, copy, 8), ROUTINE(zcopy, copy, 16),
+    ROUTINE(sgemv, gemv, 4), ROUTINE(dgemv, gemv, 8), ROUTINE(cgemv, gemv, 8), ROUTINE(zgemv, gemv, 16),
     ROUTINE(sgemm, gemm, 4), ROUTINE(dgemm, gemm, 8), ROUTINE(cgemm, gemm, 8), ROUTINE(zgemm, gemm, 16),
     ROUTINE(sdot, copy, 4),  ROUTINE(ddot, copy, 8),  ROUTINE(cdotc, dotc, 8),
 };
@@ -153,14 +156,32 @@ std::string from(tnk_int least, tnk_int most = 0) {
 TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
   constexpr tnk_int huge = tnk_int{1} << 62;
   for (const Routine &routine : routines) {
-    const tnk_int most = (tnk_int{1} << 47) / routine.element, span = (most - 1) / 3;
-    const struct {
+    const tnk_int most = (tnk_int{1} << 47) / routine.element, span = (most - 1) / 3, span_y = (most - 1) / 2;
+    struct Bad {
       std::string name;
       tnk_int value;
       std::string expected;
       const char *letters = "NN";
       std::map<std::string, tnk_int> others = {}; // leading dimensions count even where a dimension is 0
-    } bads[] = {
+    };
+    const std::vector<Bad> of_gemv = {
+        {"m", -1, from(0)},
+        {"m", huge, from(0, most)},
+        {"n", INT64_MIN, from(0)},
+        {"n", most + 1, from(0, most)},
+        {"lda", 2, from(3)},
+        {"lda", 2, from(3), "T", {{"n", 0}}},
+        {"lda", huge, from(3, (most - 3) / 3)},
+        {"lda", most, "a matrix that fits into memory", "c", {{"m", most}}},
+        {"incx", 0, "another number than 0"},
+        {"incx", 0, "another number than 0", "N", {{"m", 0}}},
+        {"incy", 0, "another number than 0", "C", {{"n", 0}}},
+        {"incx", span + 1, from(-span, span)},
+        {"incx", -span_y - 1, from(-span_y, span_y), "T"},
+        {"incy", INT64_MIN, from(-span_y, span_y)},
+        {"incy", INT64_MAX, from(-span, span), "t"},
+    };
+    const std::vector<Bad> of_others = {
         {"n", -1, from(0)},
         {"n", INT64_MIN, from(0)},
         {"n", most + 1, from(0, most)},
@@ -191,10 +212,11 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
         // A dimension that fits alone and makes a matrix that does not, whatever the leading dimension.
         {"lda", most, "a matrix that fits into memory", "NN", {{"m", most}}},
     };
-    for (const auto &bad : bads) {
+    for (const Bad &bad : routine.arguments == gemv_arguments ? of_gemv : of_others) {
       Call call(routine.arguments);
       if (!call.has(bad.name) || (!bad.others.empty() && !call.has("m"))) continue;
-      call.letters["transa"] = bad.letters[0], call.letters["transb"] = bad.letters[1];
+      call.letters["trans"] = call.letters["transa"] = bad.letters[0],
+      call.letters["transb"] = bad.letters[1];
       for (const auto &[name, value] : bad.others) call.integers[name] = value;
       call.integers[bad.name] = bad.value;
       expect_refusal(routine, call, bad.name, std::to_string(bad.value) + ", expected " + bad.expected);
@@ -211,19 +233,22 @@ TEST_F(PublicBlas, WhatIsNotTouchedIsNotLookedAt) {
       void *const nowhere = reinterpret_cast<void *>(variant % 2 ? 64 : 0);
       Call call(routine.arguments), before(routine.arguments);
       const bool product = call.has("m"), scales = none == "k" || none == "alpha";
-      if (!product && none != "n") continue;
+      if (!call.has(none) || (!product && none != "n")) continue;
+      const std::string output = call.has("c") ? "c" : "y";
       if (none == "alpha")
         for (Call *c : {&call, &before}) std::memset(c->array("alpha"), 0, 16);
       else
         call.integers[none] = 0;
       if (scales) { // NaN, that a zero beta removes
         for (Call *c : {&call, &before}) std::memset(c->array("beta"), 0, 16);
-        std::memset(call.array("c"), 0xFF, 512), std::memset(before.array("c"), 0xFF, 512);
-        std::memset(before.array("c"), 0, static_cast<std::size_t>(12 * routine.element));
+        std::memset(call.array(output), 0xFF, 512), std::memset(before.array(output), 0xFF, 512);
+        std::memset(before.array(output), 0,
+                    static_cast<std::size_t>((output == "c" ? 12 : 3) * routine.element));
       }
       if (call.names[0] == "result") std::memset(before.array("result"), 0, 8);
-      for (const char *array : {"x", "incx", "y", "incy", "a", "b", "c"})
-        if (call.has(array) && !(scales && *array == 'c')) call.addresses[call.position(array)] = nowhere;
+      for (const std::string array : {"x", "incx", "y", "incy", "a", "b", "c"})
+        if (call.has(array) && !(scales && array == output) && !(product && array.size() > 1))
+          call.addresses[call.position(array)] = nowhere;
       EXPECT_EQ(routine.run(call.addresses.data()), 0) << routine.name;
       EXPECT_TRUE(call.memory_equals(before)) << routine.name << " none of " << none;
     }
@@ -237,7 +262,7 @@ TEST_F(PublicBlas, GoodCallsReachTheirKernels) {
       for (const char transb : std::string("NnTtCc")) {
         Call call(routine.arguments), direct(routine.arguments);
         for (Call *c : {&call, &direct}) {
-          c->letters["transa"] = transa, c->letters["transb"] = transb;
+          c->letters["trans"] = c->letters["transa"] = transa, c->letters["transb"] = transb;
           c->integers["incx"] = transa == 'N' ? 2 : 1, c->integers["incy"] = transb == 'n' ? -2 : 1;
         }
         EXPECT_EQ(routine.run(call.addresses.data()), routine.same(direct.addresses.data())) << routine.name;

@@ -1,0 +1,84 @@
+// Matrices in guarded memory, and what products with them should give.
+#pragma once
+
+#include "reference/sums.h"
+#include "support/guarded.h"
+#include "support/named.h"
+#include "support/random.h"
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace tnk::test {
+
+using reference::Real, reference::Sum;
+
+// m by n, with `gap` rows below each column that must not be read.
+template <class T> struct Matrix {
+  tnk_int m, n, lda;
+  Guarded<T> memory;
+
+  Matrix(tnk_int rows, tnk_int columns, tnk_int gap, std::size_t shift, Random &random)
+      : m(rows), n(columns), lda(std::max<tnk_int>(m + gap, 1)),
+        memory(static_cast<std::size_t>(m > 0 && n > 0 ? (n - 1) * lda + m : 0), shift) {
+    for (tnk_int j = 0; j < n; ++j)
+      for (tnk_int i = 0; i < m; ++i) put(i, j, random.number<T>());
+  }
+  const T *data() const { return memory.data(); }
+  T get(tnk_int i, tnk_int j) const { return memory.get(static_cast<std::size_t>(i + j * lda)); }
+  void put(tnk_int i, tnk_int j, T value) { memory.put(static_cast<std::size_t>(i + j * lda), value); }
+};
+
+template <class T> struct RandomVector : Strided<T> {
+  RandomVector(tnk_int n, tnk_int inc, std::size_t shift, Random &random) : Strided<T>(n, inc, shift) {
+    for (tnk_int i = 0; i < n; ++i) this->put(i, random.number<T>());
+  }
+};
+
+inline bool no_transpose(char trans) {
+  return trans == 'N' || trans == 'n';
+}
+
+// alpha op(A) x + beta y by the definition, E the type of the elements of A. Without a row or a column it is y.
+template <class T, class E>
+std::vector<Sum> product(char trans, T alpha, const Matrix<E> &a, const Strided<T> &x, T beta,
+                         const Strided<T> &y) {
+  const bool plain = no_transpose(trans), conjugates = !plain && trans != 'T' && trans != 't';
+  const bool empty = a.m == 0 || a.n == 0, stays = empty || is_one(beta);
+  std::vector<Sum> result;
+  for (tnk_int i = 0; i < y.n(); ++i) {
+    Sum sum;
+    for (tnk_int l = 0; l < x.n() && !empty; ++l) {
+      const E element = plain ? a.get(i, l) : a.get(l, i);
+      if constexpr (std::is_same_v<T, E>)
+        reference::add_product(sum, element, x.get(l), conjugates);
+      else
+        reference::add_product(sum, T{element, 0}, x.get(l), false);
+    }
+    // A beta of 1 multiplies nothing.
+    Sum e = reference::updated(empty ? T{} : alpha, sum, stays ? T{} : beta, y.get(i), x.n() + 2);
+    if (stays) {
+      e.re += reference::re(y.get(i)), e.im += reference::im(y.get(i));
+      e.size += reference::magnitude(y.get(i)) * std::numeric_limits<Real<T>>::epsilon();
+    }
+    result.push_back(e);
+  }
+  return result;
+}
+
+// Infinities and NaN of complex numbers come out in different parts in another order of products.
+template <class T> bool agrees(const Sum &wanted, T got) {
+  const auto is_finite = [](long double re, long double im) {
+    return std::isfinite(re) && std::isfinite(im);
+  };
+  if (reference::is_pair<T> && !is_finite(wanted.re, wanted.im))
+    return !is_finite(reference::re(got), reference::im(got));
+  return reference::holds(wanted, got);
+}
+template <class T> testing::AssertionResult is_right(const std::vector<Sum> &wanted, const Strided<T> &y) {
+  for (tnk_int i = 0; i < y.n(); ++i)
+    if (!agrees(wanted[static_cast<std::size_t>(i)], y.get(i)))
+      return testing::AssertionFailure() << "element " << i << " of " << y.n() << " at " << y.inc();
+  return y.intact() ? testing::AssertionSuccess() : testing::AssertionFailure() << "wrote outside of y";
+}
+
+} // namespace tnk::test
