@@ -226,6 +226,38 @@ tnk_gemm_copy_ext tnk_blas_sgemm_copya_ext, tnk_blas_sgemm_copyb_ext, tnk_blas_d
     tnk_blas_dgemm_copyb_ext;
 tnk_gemm_copy tnk_blas_cgemm_copyac, tnk_blas_cgemm_copybc, tnk_blas_zgemm_copyac, tnk_blas_zgemm_copybc;
 
+/* ---- Triangular solve and multiply ------------------------------------------------------------------------------ */
+
+/* One level of the loops over a triangle: drivers pass an array of them to their stages. */
+typedef struct tnk_triangular_level {
+  tnk_int block;     /* left: order of a diagonal block; right: rows of B at a time */
+  tnk_int chunk;     /* left: columns of B at a time; right: order of a diagonal block */
+  tnk_int direction; /* left: 1 when op transposes; right: 1 when it does not */
+  void *a_buffer;    /* packed A of the descriptor; null: stages work without memory */
+  tnk_int unused1;
+  void *b_buffer;      /* packed B of the descriptor */
+  tnk_int right_limit; /* 1024 on the right; not read */
+  tnk_int unused2;
+  tnk_int mark; /* 1; 0 at level 0 on the right; not read */
+} tnk_triangular_level;
+
+/* x?trsm, x?trmm and their stages: `left` and `right` are the loops of levels[level], of which levels[*last] is the
+   deepest; the _ker stages finish a block on the diagonal. The flags are 0 or 1; with the last two 0 the operation is the
+   conjugate transpose. alpha is not read by stages. descriptor may be null. */
+#define TNK_TRIANGULAR_STAGE_NAMED(name, T)                                                                  \
+  void tnk_blas_##name(const uint8_t *upper, const uint8_t *no_transpose, const uint8_t *transpose,          \
+                       const char *diag, const tnk_int *m, const tnk_int *n, const T *alpha, const T *a,     \
+                       const tnk_int *lda, T *b, const tnk_int *ldb, tnk_int level, const tnk_int *last,     \
+                       const tnk_triangular_level *levels, tnk_gemm_descriptor *descriptor);
+#define TNK_TRIANGULAR_FAMILY(t, T, name)                                                                    \
+  void tnk_blas_x##t##name(const char *side, const char *uplo, const char *transa, const char *diag,         \
+                           const tnk_int *m, const tnk_int *n, const T *alpha, const T *a,                   \
+                           const tnk_int *lda, T *b, const tnk_int *ldb);                                    \
+  TNK_TRIANGULAR_STAGE_NAMED(t##name##_left, T)                                                              \
+  TNK_TRIANGULAR_STAGE_NAMED(t##name##_right, T)                                                             \
+  TNK_TRIANGULAR_STAGE_NAMED(t##name##_left_ker, T)                                                          \
+  TNK_TRIANGULAR_STAGE_NAMED(t##name##_right_ker, T)
+
 /* Names that other processor classes fill; here a call returns at once with no effect, whatever its arguments. */
 void tnk_blas_xdgemm_1(void);
 void tnk_blas_xdgemm0_1_brc(void);
@@ -252,6 +284,8 @@ TNK_GEMM_EMPTY_COMPLEX(c)
 TNK_GEMM_EMPTY_COMPLEX(z)
 #undef TNK_GEMM_EMPTY
 #undef TNK_GEMM_EMPTY_COMPLEX
+#undef TNK_TRIANGULAR_FAMILY
+#undef TNK_TRIANGULAR_STAGE_NAMED
 
 TNK_END_DECLS
 

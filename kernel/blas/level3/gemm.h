@@ -12,10 +12,12 @@ template <class T> struct gemm_entries;
 #define TNK_GEMM_ENTRIES(T, t)                                                                               \
   template <> struct gemm_entries<T> {                                                                       \
     static constexpr const tnk_gemm_row *rows = avx_##t##_all_gemm_ker;                                      \
+    static constexpr auto whole = tnk_blas_x##t##gemm;                                                       \
     static constexpr auto par = tnk_blas_x##t##gemm_par;                                                     \
     static constexpr auto zero_desc = tnk_blas_##t##gemm_zero_desc;                                          \
     static constexpr auto get_optimal_kernel = tnk_blas_##t##gemm_get_optimal_kernel;                        \
     static constexpr auto get_kernel_version = tnk_blas_##t##gemm_get_kernel_version;                        \
+    static constexpr auto set_blks_size = tnk_blas_##t##gemm_set_blks_size;                                  \
     static constexpr auto free_bufs = tnk_blas_##t##gemm_free_bufs;                                          \
     static constexpr auto mscale = tnk_blas_##t##gemm_mscale;                                                \
     static constexpr auto pst = tnk_blas_##t##gemm_pst;                                                      \

@@ -2,6 +2,7 @@
 // operands packed; versions differ in what they pack as a whole and what they pass through the work buffer, a few
 // panels at a time.
 #include "kernel/blas/level3/gemm.h"
+#include "kernel/blas/level3/triangular.h"
 #include "kernel/frame/element.h"
 #include <algorithm>
 #include <tnk/services.h>
@@ -167,10 +168,16 @@ void raise_to_tile(tnk_gemm_descriptor *d) {
   if (d->kb < 1) d->kb = d->kr;
 }
 
+// Whether blocks that were sized for one product find room in the buffers of a descriptor.
+bool have_room(const tnk_gemm_descriptor &held, const tnk_gemm_descriptor &sized) {
+  return held.a.data && held.b.data && sized.a.size <= held.a.size && sized.b.size <= held.b.size &&
+         sized.work.size <= held.work.size;
+}
+
 template <class T>
 int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_int *n, const tnk_int *k,
             T alpha, const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, T beta, T *c,
-            const tnk_int *ldc, int32_t number, tnk_gemm_descriptor *d) {
+            const tnk_int *ldc, int32_t number, tnk_gemm_descriptor *d, bool buffers_held) {
   using stage = gemm_entries<T>;
   constexpr int32_t done = 0, failed = 1;
   const Version<T> *const v = version_of<T>(number);
@@ -194,18 +201,35 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
   // The caller's descriptor may hold buffers of its own: this product's go into a copy.
   tnk_gemm_descriptor own = *d;
   if (v->one_k_block) own.kb = rounded_up(*k, own.kr);
-  void *raw;
-  if (own.get_bufs_size(v->buffers, clamped_sizes, m, n, k, &own) != 0 ||
-      own.get_bufs(v->buffers, &raw, &own) != 0)
-    return failed;
-  if (tnk_serv_check_ptr(raw, "xgemm") != 0) return v->one_k_block ? failed : plainly();
-
+  void *raw = nullptr;
+  if (own.get_bufs_size(v->buffers, clamped_sizes, m, n, k, &own) != 0) return failed;
+  if (!buffers_held || !have_room(*d, own)) {
+    if (own.get_bufs(v->buffers, &raw, &own) != 0) return failed;
+    if (tnk_serv_check_ptr(raw, "xgemm") != 0) return v->one_k_block ? failed : plainly();
+  }
   v->loops({transa, transb, *m, *n, *k, &alpha, a, *lda, b, *ldb, &beta, c, ldc, &own});
-  stage::free_bufs(raw);
+  if (raw) stage::free_bufs(raw);
   return done;
 }
 
 } // namespace
+
+template <class T> void add_product(const Operands<T> &p, tnk_gemm_descriptor *d) {
+  using stage = gemm_entries<T>;
+  constexpr char letters[] = {'N', 'T', 'C'};
+  const char *const transa = letters + p.op_a, *const transb = letters + p.op_b;
+  if (!d)
+    return stage::whole(transa, transb, &p.m, &p.n, &p.k, &p.alpha, p.a, &p.lda, p.b, &p.ldb, &one<T>, p.c,
+                        &p.ldc);
+  stage::set_blks_size(0, 0, 0, d);
+  par<T>(transa, transb, &p.m, &p.n, &p.k, p.alpha, p.a, &p.lda, p.b, &p.ldb, one<T>, p.c, &p.ldc,
+         d->kernel_version, d, true);
+}
+template void add_product(const Operands<float> &, tnk_gemm_descriptor *);
+template void add_product(const Operands<double> &, tnk_gemm_descriptor *);
+template void add_product(const Operands<tnk_complex8> &, tnk_gemm_descriptor *);
+template void add_product(const Operands<tnk_complex16> &, tnk_gemm_descriptor *);
+
 } // namespace tnk::level3
 
 #define ENTRY(t, T)                                                                                          \
@@ -214,7 +238,7 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
                                   const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,   \
                                   const tnk_int *ldc, int32_t version, tnk_gemm_descriptor *d) {             \
     return tnk::level3::par(transa, transb, m, n, k, tnk::get(alpha), a, lda, b, ldb, tnk::get(beta), c,     \
-                            ldc, version, d);                                                                \
+                            ldc, version, d, false);                                                         \
   }
 ENTRY(s, float)
 ENTRY(d, double)
