@@ -19,8 +19,7 @@ template <class T> bool is_usable(T pivot) {
 template <class T> T reciprocal(T pivot) {
   if constexpr (is_complex<T>) {
     const Divisor<T> by(pivot);
-    const auto size = 1 / by.denominator, other = by.ratio / by.denominator;
-    return by.imaginary ? T{other, -size} : T{size, -other};
+    return {by.re / by.denominator, -by.im / by.denominator};
   } else {
     return 1 / pivot;
   }
@@ -73,7 +72,7 @@ template <bool WithB, class T> tnk_int factor(tnk_int n, T *dl, T *d, T *du, [[m
 }
 
 // From the meeting row outwards, the second half of a solve with A.
-template <class T, class B> void outwards(tnk_int n, const T *dl, const T *d, const T *du, const B &b) {
+template <class T, class B> void outwards(tnk_int n, const T *dl, const T *d, const T *du, B b) {
   const tnk_int half = (n - 1) / 2, meeting = n - half - 1;
   auto up = get(d + meeting) * b.get(meeting), down = up;
   b.put(meeting, up);
@@ -89,7 +88,7 @@ template <class T, class B> void outwards(tnk_int n, const T *dl, const T *d, co
   if (meeting > half) step_up(0);
 }
 
-template <class T, class B> void solve(tnk_int n, const T *dl, const T *d, const T *du, const B &b) {
+template <class T, class B> void solve(tnk_int n, const T *dl, const T *d, const T *du, B b) {
   const tnk_int half = (n - 1) / 2, meeting = n - half - 1;
   auto top = b.get(0), bottom = b.get(n - 1);
   for (tnk_int k = 0; k < half; ++k) {
@@ -108,7 +107,7 @@ template <class T, class B> void solve(tnk_int n, const T *dl, const T *d, const
 // With the transposed factors, `op` of the elements: themselves or their conjugates. The sweep inwards now divides from
 // the top and the one outwards from the bottom.
 template <class T, class B, class Op>
-void solve_transposed(tnk_int n, const T *dl, const T *d, const T *du, const B &b, Op op) {
+void solve_transposed(tnk_int n, const T *dl, const T *d, const T *du, B b, Op op) {
   const tnk_int half = (n - 1) / 2, meeting = n - half - 1;
   auto top = b.get(0), bottom = b.get(n - 1);
   for (tnk_int k = 0; k < half; ++k) {

@@ -7,18 +7,20 @@
 namespace tnk::lapack {
 
 // Division by the same number again and again. Complex numbers: Smith, CACM 5 (1962), 435; what depends on the divisor
-// alone is formed once.
+// alone is formed once. Of d, divided by its larger part, one part is 1 and the other one the ratio.
 template <class T, bool = is_complex<T>> struct Divisor {
   explicit Divisor(T divisor) : d(divisor) {}
   T d;
 };
 template <class T> struct Divisor<T, true> {
-  explicit Divisor(T d) : imaginary(std::fabs(d.re) < std::fabs(d.im)) {
-    ratio = imaginary ? d.re / d.im : d.im / d.re;
+  explicit Divisor(T d) {
+    const bool imaginary = std::fabs(d.re) < std::fabs(d.im);
+    const real_of<T> larger = imaginary ? d.im : d.re, ratio = (imaginary ? d.re : d.im) / larger;
+    re = imaginary ? ratio : 1;
+    im = imaginary ? 1 : ratio;
     denominator = imaginary ? d.re * ratio + d.im : d.re + d.im * ratio;
   }
-  bool imaginary; // is the larger part
-  real_of<T> ratio, denominator;
+  real_of<T> re, im, denominator;
 };
 
 template <class T, int G> struct Group {
@@ -29,6 +31,15 @@ template <class T, int G> struct Group {
   using V = std::conditional_t<G == 1, R, typename vector_type<R, width *static_cast<int>(sizeof(R))>::type>;
 
   V part[parts][vectors]; // complex numbers: real parts, then imaginary ones
+
+  // Vector by vector: copied as a whole, a group that is carried from row to row would go through memory.
+  Group() = default;
+  Group(const Group &g) { *this = g; }
+  Group &operator=(const Group &g) {
+    for (int p = 0; p < parts; ++p)
+      for (int v = 0; v < vectors; ++v) part[p][v] = g.part[p][v];
+    return *this;
+  }
 
   template <class Result> static Group each(Result result) {
     Group g;
@@ -57,10 +68,7 @@ template <class T, int G> struct Group {
     if constexpr (is_complex<T>)
       return each([&](int p, int v) {
         const V &re = a.part[0][v], &im = a.part[1][v];
-        if (by.imaginary)
-          return (p == 0 ? re * by.ratio + im : im * by.ratio - re) / by.denominator;
-        else
-          return (p == 0 ? re + im * by.ratio : im - re * by.ratio) / by.denominator;
+        return (p == 0 ? re * by.re + im * by.im : im * by.re - re * by.im) / by.denominator;
       });
     else
       return each([&](int, int v) { return a.part[0][v] / by.d; });

@@ -6,7 +6,7 @@ namespace tnk::lapack {
 namespace {
 
 // L y = b. Row i of the elimination took row i or, interchanged, row i + 1; what is left of the two goes on.
-template <class T, class B> void solve_lower(tnk_int n, const T *dl, const tnk_int *ipiv, const B &b) {
+template <class T, class B> void solve_lower(tnk_int n, const T *dl, const tnk_int *ipiv, B b) {
   auto kept = b.get(0);
   for (tnk_int i = 0; i + 1 < n; ++i) {
     const auto next = b.get(i + 1);
@@ -23,7 +23,7 @@ template <class T, class B> void solve_lower(tnk_int n, const T *dl, const tnk_i
 
 // op(U) y = b for a transpose, `op` of the elements: themselves or their conjugates.
 template <class T, class B, class Op>
-void solve_upper_transposed(tnk_int n, const T *d, const T *du, const T *du2, const B &b, Op op) {
+void solve_upper_transposed(tnk_int n, const T *d, const T *du, const T *du2, B b, Op op) {
   auto above = b.get(0) / Divisor<T>(op(d));
   b.put(0, above);
   if (n < 2) return;
@@ -37,7 +37,7 @@ void solve_upper_transposed(tnk_int n, const T *d, const T *du, const T *du2, co
   }
 }
 template <class T, class B, class Op>
-void solve_lower_transposed(tnk_int n, const T *dl, const tnk_int *ipiv, const B &b, Op op) {
+void solve_lower_transposed(tnk_int n, const T *dl, const tnk_int *ipiv, B b, Op op) {
   auto kept = b.get(n - 1);
   for (tnk_int i = n - 2; i >= 0; --i) {
     const auto x = b.get(i) - op(dl + i) * kept;

@@ -21,8 +21,7 @@ void scale(const tnk_int *n, const double *by, tnk_complex16 *x, const tnk_int *
 }
 
 // L y = b into `y`, then D L^H x = y back into b. y may be b.
-template <class T, class B, class Y>
-void substitute(tnk_int n, const real_of<T> *d, const T *e, const B &b, const Y &y) {
+template <class T, class B, class Y> void substitute(tnk_int n, const real_of<T> *d, const T *e, B b, Y y) {
   auto row = b.get(0);
   y.put(0, row);
   for (tnk_int i = 1; i < n; ++i) {

@@ -7,8 +7,7 @@
 namespace tnk::lapack {
 
 // U x = b, from the last row upwards. du: first diagonal above, du2: second.
-template <class T, class B>
-inline void solve_upper(tnk_int n, const T *d, const T *du, const T *du2, const B &b) {
+template <class T, class B> inline void solve_upper(tnk_int n, const T *d, const T *du, const T *du2, B b) {
   auto below = b.get(n - 1) / Divisor<T>(get(d + n - 1));
   b.put(n - 1, below);
   if (n < 2) return;
