@@ -258,6 +258,93 @@ typedef struct tnk_triangular_level {
   TNK_TRIANGULAR_STAGE_NAMED(t##name##_left_ker, T)                                                          \
   TNK_TRIANGULAR_STAGE_NAMED(t##name##_right_ker, T)
 
+/* The multiply: B := alpha op(A) B or B := alpha B op(A), in place, A a triangle of order m on the left, n on the right.
+
+   side "L" left, any other byte right; uplo "U" upper, any other lower; transa as above; diag "U" unit, any other not; in
+   either case. The other triangle and a unit diagonal are not read.
+
+     x?trmm         no-op when m < 1 or n < 1. alpha = 0 stores zeros over whatever B holds, without reading A and without
+                    memory. Then one block of scratch, of the same size for every order: 3 MB in d and c, 1.5 in s, 6 in z.
+                    Without it, which is reported under "xtrmm", B stays as it was to the last bit. Then alpha goes to B,
+                    and all the rest runs with an alpha of 1.
+                      left    levels of 256, 128, 64 rows by 1000 columns, from the first whose block is not above m, or
+                              the first if there is none
+                      right   levels of 256, 64, 16 columns by 512 rows, from the first whose block is below n, or the
+                              first; in d below 8 columns by ?trmm_run and kin
+     left, right    the loops of a level: blocks on the diagonal by the next one, or by the finish if this is the last or
+                    the last one's block is not below m (n on the right); what stands beside them by matrix products. The
+                    last level on the right finishes up to 64 columns at once, since they can share packed rows of B.
+     left_ker,      the finish. In d on the left, whole groups of 4 rows and columns packed (copya, ll, lu), the other
+     right_ker      rows by gemm_pst and pst, the other columns by pst; all by pst without a descriptor or an A buffer. In
+                    s, c and z by the family.
+     dtrmm_copya    packs op(A) of order m: groups of 4 rows, each with the steps (columns) in which it is not empty, as
+                    panels of A of a product, one behind the other; within a group zeros where op(A) is empty, ones for a
+                    unit diagonal.
+     dtrmm_ll, _lu  rows offset ... offset + m of B by the packed op(A), lower or upper, m a multiple of 4. buffer: 32 columns
+                    of m elements, in which B is packed, at a multiple of 32 bytes as packed is. non_unit is not read: copya
+                    has written the ones.
+     dtrmm_run, _rln, _rut, _rlt
+                    B := B op(A) by columns, each scaled by dscal and added to by the public daxpy: uplo, then N or T.
+     dtrmm_pst      the list and the effect of x?trmm, but without memory, and slower.
+     strmm_lln ...  side, uplo, operation (c in the complex types only): B := op(A) B or B op(A) in s, c, z, of any order,
+                    with what they pack on the stack, up to 60 KB. Orders below 4 are not packed.
+     xdptrmm        x?trmm on a triangle in packed storage: columns of the triangle one behind the other. No-op when n < 1,
+                    while m < 1 ends in pst. Below 4 rows or columns by pst, and without its memory, 1,024,000 bytes, too,
+                    unreported. It unpacks blocks of 256.
+     dptrmm_pst     the same without memory: blocks of 32 on the stack. No-op when m < 1 or n < 1.
+     dptrmm_copya   what a packed triangle of that order has of rows row ... row + m and columns column ... column + n, to
+                    a matrix; elements of the other triangle are not written.
+
+   Bits. Right-hand sides may be cut into calls: columns on the left, at multiples of 4, rows on the right, anywhere; an
+   element goes the same way in a part as in the whole. (In s, c and z columns too may be cut anywhere.) */
+TNK_TRIANGULAR_FAMILY(s, float, trmm)
+TNK_TRIANGULAR_FAMILY(d, double, trmm)
+TNK_TRIANGULAR_FAMILY(c, tnk_complex8, trmm)
+TNK_TRIANGULAR_FAMILY(z, tnk_complex16, trmm)
+
+#define TNK_TRMM_NAMED(name, T)                                                                              \
+  void tnk_blas_##name(const char *diag, const tnk_int *m, const tnk_int *n, const T *a, const tnk_int *lda, \
+                       T *b, const tnk_int *ldb);
+#define TNK_TRMM_OPERATION(type, T, o)                                                                       \
+  TNK_TRMM_NAMED(type##trmm_ll##o, T)                                                                        \
+  TNK_TRMM_NAMED(type##trmm_lu##o, T)                                                                        \
+  TNK_TRMM_NAMED(type##trmm_rl##o, T)                                                                        \
+  TNK_TRMM_NAMED(type##trmm_ru##o, T)
+TNK_TRMM_OPERATION(s, float, n)
+TNK_TRMM_OPERATION(s, float, t)
+TNK_TRMM_OPERATION(c, tnk_complex8, n)
+TNK_TRMM_OPERATION(c, tnk_complex8, t)
+TNK_TRMM_OPERATION(c, tnk_complex8, c)
+TNK_TRMM_OPERATION(z, tnk_complex16, n)
+TNK_TRMM_OPERATION(z, tnk_complex16, t)
+TNK_TRMM_OPERATION(z, tnk_complex16, c)
+TNK_TRMM_NAMED(dtrmm_run, double)
+TNK_TRMM_NAMED(dtrmm_rln, double)
+TNK_TRMM_NAMED(dtrmm_rut, double)
+TNK_TRMM_NAMED(dtrmm_rlt, double)
+#undef TNK_TRMM_OPERATION
+#undef TNK_TRMM_NAMED
+
+void tnk_blas_dtrmm_copya(const uint8_t *upper, const uint8_t *no_transpose, const uint8_t *transpose,
+                          const char *diag, const tnk_int *m, const double *a, const tnk_int *lda,
+                          double *packed);
+void tnk_blas_dtrmm_ll(const tnk_int *m, const tnk_int *n, const double *packed, double *buffer,
+                       const tnk_int *offset, double *b, const tnk_int *ldb, const tnk_int *non_unit);
+void tnk_blas_dtrmm_lu(const tnk_int *m, const tnk_int *n, const double *packed, double *buffer,
+                       const tnk_int *offset, double *b, const tnk_int *ldb, const tnk_int *non_unit);
+void tnk_blas_dtrmm_pst(const char *side, const char *uplo, const char *transa, const char *diag,
+                        const tnk_int *m, const tnk_int *n, const double *alpha, const double *a,
+                        const tnk_int *lda, double *b, const tnk_int *ldb);
+void tnk_blas_xdptrmm(const char *side, const char *uplo, const char *transa, const char *diag,
+                      const tnk_int *m, const tnk_int *n, const double *alpha, const double *ap, double *b,
+                      const tnk_int *ldb);
+void tnk_blas_dptrmm_pst(const char *side, const char *uplo, const char *transa, const char *diag,
+                         const tnk_int *m, const tnk_int *n, const double *alpha, const double *ap, double *b,
+                         const tnk_int *ldb);
+void tnk_blas_dptrmm_copya(const char *uplo, const tnk_int *order, const tnk_int *row, const tnk_int *column,
+                           const tnk_int *m, const tnk_int *n, const double *ap, double *to,
+                           const tnk_int *ld);
+
 /* Names that other processor classes fill; here a call returns at once with no effect, whatever its arguments. */
 void tnk_blas_xdgemm_1(void);
 void tnk_blas_xdgemm0_1_brc(void);

@@ -2,21 +2,14 @@
 // past the end of a block. To be included in one source file of an executable.
 #pragma once
 
-#include <atomic>
+#include "support/allocations.h"
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <tnk/services.h>
 
 namespace tnk::test {
-
-struct Allocations {
-  std::atomic<int> made{0}, live{0}, overrun{0};
-  std::atomic<int> refuse{0};      // the n-th request from now on gets null; 0: none
-  std::atomic<int64_t> largest{0}; // in bytes
-  void reset() { made = live = overrun = refuse = 0, largest = 0; }
-};
-inline Allocations allocations;
 
 constexpr std::size_t block_header = 4096, block_fence = 64;
 
@@ -24,6 +17,9 @@ constexpr std::size_t block_header = 4096, block_fence = 64;
 
 void *tnk_serv_allocate(int64_t size, int32_t alignment) {
   using namespace tnk::test;
+  // Released memory stays with the process: fresh pages would take most of the time of a small call.
+  static const int kept = mallopt(M_MMAP_THRESHOLD, 1 << 28) + mallopt(M_TRIM_THRESHOLD, 1 << 28);
+  static_cast<void>(kept);
   if (allocations.refuse > 0 && --allocations.refuse == 0) return nullptr;
   ++allocations.made, ++allocations.live;
   if (size > allocations.largest) allocations.largest = size;
