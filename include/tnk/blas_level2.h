@@ -156,6 +156,7 @@ void tnk_blas_dzgemv_copyx(const tnk_int *n, const tnk_complex16 *alpha, const t
                            const tnk_int *incx, double *parts);
 void tnk_blas_dzgemv_copyy_fwd(const tnk_int *n, const tnk_complex16 *y, const tnk_int *incy, double *parts);
 void tnk_blas_dzgemv_copyy_bwd(const tnk_int *n, const double *parts, tnk_complex16 *y, const tnk_int *incy);
+
 /* ---- Rank-one updates ---------------------------------------------------------------------------------------
 
    A := alpha x y^T + A, A m by n; gerc: A := alpha x y^H + A. No-op when m or n is below 1 or alpha is zero in both
