@@ -157,6 +157,28 @@ void tnk_blas_dzgemv_copyx(const tnk_int *n, const tnk_complex16 *alpha, const t
 void tnk_blas_dzgemv_copyy_fwd(const tnk_int *n, const tnk_complex16 *y, const tnk_int *incy, double *parts);
 void tnk_blas_dzgemv_copyy_bwd(const tnk_int *n, const double *parts, tnk_complex16 *y, const tnk_int *incy);
 
+/* ---- Rank-one updates ---------------------------------------------------------------------------------------
+
+   A := alpha x y^T + A, A m by n; gerc: A := alpha x y^H + A. No-op when m or n is below 1 or alpha is zero in both
+   parts; a NaN alpha goes on, and a zero in x or y skips nothing. Each element becomes a + (alpha y) x, the product
+   rounded before the sum: the same bits at any increment and address. No memory is taken. */
+void tnk_blas_sger(const tnk_int *m, const tnk_int *n, const float *alpha, const float *x,
+                   const tnk_int *incx, const float *y, const tnk_int *incy, float *a, const tnk_int *lda);
+void tnk_blas_dger(const tnk_int *m, const tnk_int *n, const double *alpha, const double *x,
+                   const tnk_int *incx, const double *y, const tnk_int *incy, double *a, const tnk_int *lda);
+void tnk_blas_cgeru(const tnk_int *m, const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x,
+                    const tnk_int *incx, const tnk_complex8 *y, const tnk_int *incy, tnk_complex8 *a,
+                    const tnk_int *lda);
+void tnk_blas_cgerc(const tnk_int *m, const tnk_int *n, const tnk_complex8 *alpha, const tnk_complex8 *x,
+                    const tnk_int *incx, const tnk_complex8 *y, const tnk_int *incy, tnk_complex8 *a,
+                    const tnk_int *lda);
+void tnk_blas_zgeru(const tnk_int *m, const tnk_int *n, const tnk_complex16 *alpha, const tnk_complex16 *x,
+                    const tnk_int *incx, const tnk_complex16 *y, const tnk_int *incy, tnk_complex16 *a,
+                    const tnk_int *lda);
+void tnk_blas_zgerc(const tnk_int *m, const tnk_int *n, const tnk_complex16 *alpha, const tnk_complex16 *x,
+                    const tnk_int *incx, const tnk_complex16 *y, const tnk_int *incy, tnk_complex16 *a,
+                    const tnk_int *lda);
+
 TNK_END_DECLS
 
 #endif

@@ -22,7 +22,7 @@ template <class T, class Run> void on_contiguous(tnk_int n, const T *x, tnk_int 
   if (incx == 1) return run(0, n, x);
   in_chunks(n, [&](tnk_int first, tnk_int size) {
     T copy[chunk];
-    for (tnk_int i = 0; i < size; ++i) copy[i] = x[(first + i) * incx];
+    for (tnk_int i = 0; i < size; ++i) copy[i] = get(x + (first + i) * incx);
     run(first, size, static_cast<const T *>(copy));
   });
 }
