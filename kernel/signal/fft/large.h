@@ -175,27 +175,29 @@ template <class R, class Array> void combine_by_columns(Array data, int order, c
   }
 }
 
-// A transform of 2^order numbers that are in bit-reversed order, in place. step counts the combining steps above.
-template <class R, class Array>
-void block_step(Array data, int order, const fft_spec<R> &spec, bool scaled, R *buffer, int step = 0) {
+// A transform of 2^order numbers that are in bit-reversed order, in place. Step counts the combining steps above: order 27
+// less its block order, twice, is an order below 18.
+template <int Step, class R, class Array>
+void block_step(Array data, int order, const fft_spec<R> &spec, bool scaled, R *buffer) {
   const int m = order - block_order(order);
   const tnk_int part = tnk_int(1) << m;
   for (tnk_int at = 0; at < tnk_int(1) << order; at += part) {
-    if (m >= large_order) {
-      block_step(data.at(at), m, spec, scaled, buffer, step + 1);
-    } else {
-      transform_reversed(data.at(at), blocks<R>{buffer}, m, spec.twiddles);
-      if (scaled) scale_array(spec.scale, data.at(at), part);
-    }
+    if constexpr (Step == 0)
+      if (m >= large_order) {
+        block_step<1>(data.at(at), m, spec, scaled, buffer);
+        continue;
+      }
+    transform_reversed(data.at(at), blocks<R>{buffer}, m, spec.twiddles);
+    if (scaled) scale_array(spec.scale, data.at(at), part);
   }
-  combine_by_columns(data, order, spec.blocks[step], buffer);
+  combine_by_columns(data, order, spec.blocks[Step], buffer);
 }
 
 template <class R, class Source, class Array>
 void large_transform(Source source, Array destination, int order, const fft_spec<R> &spec, bool scaled,
                      R *buffer) {
   reverse_into(source, destination, order, spec.reversal, buffer);
-  block_step(destination, order, spec, scaled, buffer);
+  block_step<0>(destination, order, spec, scaled, buffer);
 }
 
 } // namespace tnk::signal

@@ -76,7 +76,7 @@ template <class K> Sizes sizes_of(int order) {
   using R = typename K::R;
   const tnk_int n = tnk_int(1) << order;
   Sizes sizes = complex_sizes<R>(std::max(complex_order<K>(order), 0));
-  if (K::real) sizes.spec += rounded_to_32(recombination_length<R>(n) * tnk_int(sizeof(R)) + 31);
+  if (K::real) sizes.spec += rounded_to_32(recombination_length<R>(n) * tnk_int(sizeof(R)) + 63);
   if (order > fixed_order) sizes.init = rounded_to_32((n / 4 + 1) * tnk_int(sizeof(R)) + 31) + 32;
   return sizes;
 }

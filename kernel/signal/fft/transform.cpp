@@ -144,7 +144,7 @@ std::int32_t real_transform(const R *source, R *destination, const tnk_signal_ff
     // Through the buffer, where the transform can take it from without need of another one.
     R *const between = spec.order > small_half_order && spec.order <= large_order ? buffer : destination;
     split_spectrum(from, between, n, spec.recombination);
-    half_transform<R, true>(between, destination, spec, scaled, destination);
+    half_transform<R, true>(between, destination, spec, scaled, between == buffer ? destination : buffer);
   } else {
     half_transform<R, false>(from, destination, spec, scaled, buffer);
     recombine(destination, destination, n, spec.recombination);
