@@ -27,6 +27,7 @@ constexpr int log2_of(int n) {
 // An array of pairs. P: a pointer to its real numbers, const for sources. Inverse: the parts change places on the way.
 template <class P, bool Inverse> struct pairs {
   P p;
+  pairs at(tnk_int k) const { return {p + 2 * k}; }
   template <class V> static constexpr int element(int lane) { return packed_order<V>[lane]; }
   template <class V> cvec<V> load(tnk_int k) const { return swapped<Inverse>(load_packed<V>(p + 2 * k)); }
   template <class V> void store(tnk_int k, cvec<V> z) const { store_packed(p + 2 * k, swapped<Inverse>(z)); }
@@ -35,6 +36,7 @@ template <class P, bool Inverse> struct pairs {
 // Arrays by part. An inverse transform gives them in exchanged places.
 template <class P> struct parts {
   P re, im;
+  parts at(tnk_int k) const { return {re + k, im + k}; }
   template <class V> static constexpr int element(int lane) { return lane; }
   template <class V> cvec<V> load(tnk_int k) const { return load_parts<V>(re + k, im + k); }
   template <class V> void store(tnk_int k, cvec<V> z) const { store_parts(re + k, im + k, z); }

@@ -57,15 +57,15 @@ void first_pass_in_place(Source source, blocks<lane_of<V>> work, tnk_int n) {
 }
 
 // Combines F transforms of `part` numbers each, which stand one after the other from `at` on.
-template <int F, class V, class Target>
-inline TNK_INLINED void combine(blocks<lane_of<V>> work, Target target, tnk_int at, tnk_int part,
+template <int F, class V, class Source, class Target>
+inline TNK_INLINED void combine(Source source, Target target, tnk_int at, tnk_int part,
                                 const lane_of<V> *twiddles) {
   constexpr int W = lanes<V>;
   for (tnk_int k = at; k < at + part; k += W, twiddles += 2 * W * (F - 1)) {
     const blocks<const lane_of<V>> w{twiddles};
     transform<F, V>(
         [&](auto j) TNK_INLINED {
-          const cvec<V> z = work.template load<V>(k + reversed(j, log2_of(F)) * part);
+          const cvec<V> z = source.template load<V>(k + reversed(j, log2_of(F)) * part);
           if constexpr (j == 0)
             return z;
           else
@@ -75,16 +75,15 @@ inline TNK_INLINED void combine(blocks<lane_of<V>> work, Target target, tnk_int 
   }
 }
 
-template <class V, class Target>
-void combine(int log2_f, blocks<lane_of<V>> work, Target target, tnk_int at, tnk_int part,
-             const lane_of<V> *twiddles) {
+template <class V, class Source, class Target>
+void combine(int log2_f, Source source, Target target, tnk_int at, tnk_int part, const lane_of<V> *twiddles) {
   switch (log2_f) {
   case 2:
-    return combine<4, V>(work, target, at, part, twiddles);
+    return combine<4, V>(source, target, at, part, twiddles);
   case 3:
-    return combine<8, V>(work, target, at, part, twiddles);
+    return combine<8, V>(source, target, at, part, twiddles);
   default:
-    return combine<16, V>(work, target, at, part, twiddles);
+    return combine<16, V>(source, target, at, part, twiddles);
   }
 }
 
@@ -159,6 +158,16 @@ void transform_through(Source source, Target target, blocks<R> work, int order, 
   else
     first_pass<16, vec<R>>(source, work, order, reversal);
   later_passes(order, work, target, table);
+}
+
+// Numbers in bit-reversed order, in place; work holds as many blocks and is where they are or elsewhere.
+template <class R, class Array>
+void transform_reversed(Array data, blocks<R> work, int order, const R *table) {
+  if (passes_of_order[order].factor[0] == 3)
+    first_pass_in_place<8, vec<R>>(data, work, tnk_int(1) << order);
+  else
+    first_pass_in_place<16, vec<R>>(data, work, tnk_int(1) << order);
+  later_passes(order, work, data, table);
 }
 
 } // namespace tnk::signal
