@@ -136,5 +136,147 @@ TYPED_TEST(Trmm, Slices) {
     }
 }
 
+// ---- Stages by themselves -------------------------------------------------------------------------------------------
+
+std::string lower_case(std::initializer_list<char> letters) {
+  std::string text;
+  for (const char letter : letters) text += static_cast<char>(letter + ('a' - 'A'));
+  return text;
+}
+
+// Side, triangle and operation as the name has them; in double the forms by columns, on the right alone.
+TYPED_TEST(Trmm, FamilyByItsNames) {
+  using T = TypeParam;
+  for (const Form &form : all_forms<T>()) {
+    if (std::is_same_v<T, double> && form.left()) continue;
+    const Named<T> named("tnk_blas_?trmm_" + lower_case({form.side, form.uplo, form.trans}));
+    for (const auto &[order, other] : {std::pair<tnk_int, tnk_int>{3, 5}, {9, 1}, {64, 35}, {143, 70}})
+      ASSERT_NO_FATAL_FAILURE(check(
+          TriangleProduct<T>(form, form.left() ? order : other, form.left() ? other : order), [&](auto &p) {
+            named(&form.diag, &p.m, &p.n, static_cast<const T *>(p.a.data()),
+                  static_cast<const tnk_int *>(&p.lda), p.b.data(), static_cast<const tnk_int *>(&p.ldb));
+          }));
+  }
+}
+
+// Loops of two levels and the finish alone, with buffers and without, below a level's blocks and beyond them.
+TYPED_TEST(Trmm, LoopsAndFinish) {
+  using T = TypeParam;
+  using E = Entries<T>;
+  tnk_gemm_descriptor held;
+  void *raw = nullptr;
+  const tnk_int none = 0, last = 1;
+  E::zero_desc(&held);
+  E::get_optimal_kernel(&held);
+  E::set_blks_size(64, 64, 64, &held);
+  held.get_bufs_size(100, 108, &none, &none, &none, &held);
+  held.get_bufs(100, &raw, &held);
+  held.kernel_version = 2;
+  std::size_t turn = 0;
+  for (const Form &form : all_forms<T>())
+    for (const bool buffers : {true, false})
+      for (const std::string stage : {"", "_ker"}) {
+        const Named<T> named(std::string("tnk_blas_?trmm_") + (form.left() ? "left" : "right") + stage);
+        const auto level = [&](tnk_int order) -> tnk_triangular_level {
+          return {form.left() ? order : 24,
+                  form.left() ? 24 : order,
+                  form.left() != form.as_it_is(),
+                  buffers ? held.a.data : nullptr,
+                  0,
+                  buffers ? held.b.data : nullptr,
+                  1024,
+                  0,
+                  1};
+        };
+        const tnk_triangular_level levels[] = {level(20), level(turn % 2 ? 8 : 7)};
+        const std::uint8_t upper = form.upper(), plain = form.as_it_is(), transposed = form.trans == 'T';
+        const tnk_int order = turn % 3 ? 70 : 18, other = turn++ % 2 ? 29 : 3;
+        ASSERT_NO_FATAL_FAILURE(check(
+            TriangleProduct<T>(form, form.left() ? order : other, form.left() ? other : order), [&](auto &p) {
+              named(&upper, &plain, &transposed, &form.diag, &p.m, &p.n, static_cast<const T *>(nullptr),
+                    static_cast<const T *>(p.a.data()), &p.lda, p.b.data(), &p.ldb, tnk_int{0}, &last,
+                    levels + 0, buffers ? &held : nullptr);
+            }));
+      }
+  E::free_bufs(raw);
+}
+
+TEST(TrmmStages, PackedTriangles) {
+  alignas(64) double packed[64 * 36], buffer[64 * 32];
+  for (const Form &form : all_forms<double>())
+    for (const auto &[m, n] : {std::pair<tnk_int, tnk_int>{4, 3}, {20, 38}, {64, 71}}) {
+      if (!form.left()) continue;
+      ASSERT_NO_FATAL_FAILURE(check(TriangleProduct<double>(form, m, n), [&](auto &p) {
+        const std::uint8_t upper = form.upper(), plain = form.as_it_is(), transposed = !plain;
+        const tnk_int offset = 3;
+        tnk_blas_dtrmm_copya(&upper, &plain, &transposed, &form.diag, &p.m, p.a.data(), &p.lda, packed);
+        (form.upper() == form.as_it_is() ? tnk_blas_dtrmm_lu : tnk_blas_dtrmm_ll)(
+            &p.m, &p.n, packed, buffer, &offset, p.b.data() - offset, &p.ldb, nullptr);
+      }));
+    }
+}
+
+TEST(TrmmStages, PlainPath) {
+  std::size_t turn = 0;
+  for (const Form &form : all_forms<double>())
+    for (const double alpha : {1.0, 0.0, -0.7})
+      for (const tnk_int m : {1, 5, 33})
+        ASSERT_NO_FATAL_FAILURE(check(TriangleProduct<double>(form, m, 1 + turn++ * 5 % 23, alpha),
+                                      [](auto &p) { p.call(tnk_blas_dtrmm_pst); }));
+}
+
+// ---- Packed storage -------------------------------------------------------------------------------------------------
+
+// The triangle of p by columns, and nothing else.
+std::vector<double> packed_triangle(const TriangleProduct<double> &p) {
+  std::vector<double> elements;
+  for (tnk_int j = 0; j < p.order; ++j)
+    for (tnk_int i = 0; i < p.order; ++i)
+      if (i == j || (i < j) == p.form.upper())
+        elements.push_back(p.a.get(static_cast<std::size_t>(i + j * p.lda)));
+  return elements;
+}
+
+// Both ways, the scratch refused or not, in one block of the one size; no more, no less is read than the triangle.
+TEST(Ptrmm, EveryForm) {
+  ErrorRecorder errors;
+  std::size_t turn = 0;
+  for (const Form &form : all_forms<double>())
+    for (const tnk_int order : {1, 3, 4, 9, 33, 64, 100, 255, 257, 300})
+      for (const bool refused : {false, true}) {
+        const tnk_int other = order > 250 ? (turn % 4 ? 9 : 1003) : turn % 3 == 0 ? 3 : 37;
+        const double alpha = turn++ % 2 ? 1 : -2;
+        const bool plain = turn % 5 == 0;
+        TriangleProduct<double> p(form, form.left() ? order : other, form.left() ? other : order, alpha,
+                                  true);
+        const Guarded<double> ap(packed_triangle(p), turn % 2 ? page_end : page_start);
+        allocations.reset();
+        allocations.refuse = refused ? 1 : 0;
+        (plain ? tnk_blas_dptrmm_pst : tnk_blas_xdptrmm)(&form.side, &form.uplo, &form.trans, &form.diag,
+                                                         &p.m, &p.n, &p.alpha, ap.data(), p.b.data(), &p.ldb);
+        ASSERT_EQ(p.fault(), "") << p.name();
+        const bool asks = !plain && p.m >= 4 && p.n >= 4;
+        EXPECT_EQ(allocations.made > 0, asks && !refused) << p.name();
+        EXPECT_GE(allocations.largest, asks && !refused ? 1024000 : 0);
+        EXPECT_TRUE(allocations.live == 0 && allocations.overrun == 0);
+        EXPECT_EQ(errors.take().count, 0);
+      }
+}
+
+// Zeros over a NaN without a look at A; dimensions that end it.
+TEST(Ptrmm, ScalarsAndEmptyDimensions) {
+  TriangleProduct<double> p({'L', 'U', 'N', 'N'}, 6, 5, 0.0);
+  p.b.put(2, nan);
+  tnk_blas_xdptrmm(&p.form.side, &p.form.uplo, &p.form.trans, &p.form.diag, &p.m, &p.n, &p.alpha, nullptr,
+                   p.b.data(), &p.ldb);
+  EXPECT_EQ(p.fault(), "");
+  const double two = 2;
+  for (const auto &[m, n] : {std::pair<tnk_int, tnk_int>{0, 5}, {-2, 5}, {6, 0}, {6, -1}}) {
+    tnk_blas_xdptrmm(&p.form.side, &p.form.uplo, &p.form.trans, &p.form.diag, &m, &n, &two, nullptr,
+                     p.b.data(), &p.ldb);
+    EXPECT_EQ(p.fault(), "");
+  }
+}
+
 } // namespace
 } // namespace tnk::test
