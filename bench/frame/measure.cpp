@@ -2,6 +2,7 @@
 
 #include "bench/frame/judge.h"
 #include "bench/frame/median.h"
+#include "tools/tnk/support/threads.h"
 
 #include <tnk/host.h>
 
@@ -12,6 +13,8 @@
 
 namespace tnk::bench {
 namespace {
+
+using tnk::tool::Threads;
 
 // A reading of this length stands far above the grain of the clock and below a slice of the scheduler.
 constexpr double reading_seconds = 200e-6;
@@ -36,14 +39,6 @@ public:
 
 private:
   tnk_error_handler before_;
-};
-
-class Threads {
-public:
-  explicit Threads(int threads) { tnk_set_num_threads(threads); }
-  Threads(const Threads &) = delete;
-  Threads &operator=(const Threads &) = delete;
-  ~Threads() { tnk_set_num_threads(0); }
 };
 
 // One of those that are timed in turn: ours, the peer, the probes of the limits.

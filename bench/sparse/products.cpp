@@ -34,8 +34,8 @@ struct Problem {
 
   tnk_int columns(tnk_int n) const { return pattern.columns_for(n); }
 
-  // That a call moves, each counted once. An entry is a value and its numbers; a row is its pointer, an element of x and
-  // one of y, which is read and written.
+  // That a call moves, each counted once. An entry is a value and its numbers; a row is its pointer, an element of x
+  // and one of y, which is read and written.
   double bytes(tnk_int n, std::size_t index_bytes) const {
     const double index = static_cast<double>(index_bytes), order = static_cast<double>(n);
     return sparse_entries(pattern, n, stored) * (sizeof(double) + index * (triples ? 2 : 1)) +

@@ -7,4 +7,11 @@ namespace tnk::host {
 
 template <class T> constexpr bool is_complex = std::is_class_v<T>;
 
+template <class T> bool is_value(const T &a, double value) {
+  if constexpr (is_complex<T>)
+    return a.re == value && a.im == 0;
+  else
+    return a == value;
+}
+
 } // namespace tnk::host

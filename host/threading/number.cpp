@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "host/dispatch/check.h"
+#include "host/service/errno_keeper.h"
 #include "host/threading/team.h"
 
 namespace tnk::host {
@@ -91,6 +92,7 @@ int processors() {
 } // namespace
 
 int usable_threads() {
+  const ErrnoKeeper keeper;
   if (in_slice() || (has_openmp() && in_parallel.load(std::memory_order_relaxed)())) return 1;
   return tnk_get_max_threads();
 }
@@ -105,6 +107,7 @@ void tnk_set_num_threads(int threads) {
 
 int tnk_get_max_threads(void) {
   using namespace tnk::host;
+  const ErrnoKeeper keeper;
   const int own = chosen.load(std::memory_order_relaxed);
   if (own > 0) return own;
   if (has_openmp()) return max_threads.load(std::memory_order_relaxed)();

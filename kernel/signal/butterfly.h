@@ -2,20 +2,11 @@
 // over vectors as over scalars: with vectors, each lane is a transform of its own.
 #pragma once
 
+#include "kernel/frame/unroll.h"
 #include "kernel/signal/roots.h"
-#include <utility>
 
 namespace tnk::signal {
 
-#define TNK_INLINED __attribute__((always_inline))
-
-// f(0), f(1), ... f(N - 1), with constants as arguments.
-template <class F, int... I> inline TNK_INLINED void unrolled(std::integer_sequence<int, I...>, const F &f) {
-  (f(std::integral_constant<int, I>()), ...);
-}
-template <int N, class F> inline TNK_INLINED void unrolled(const F &f) {
-  unrolled(std::make_integer_sequence<int, N>(), f);
-}
 template <int K> constexpr std::integral_constant<int, K> constant = {};
 
 // z times exp(-2 pi i K / N).

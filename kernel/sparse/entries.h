@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/frame/mask.h"
+#include "kernel/frame/unroll.h"
 
 namespace tnk::sparse {
 
@@ -27,8 +28,7 @@ template <bool Above, class I> inline i32x4 beyond(const I *columns, I limit) {
 // with rows, whose ends cost mispredicted branches: this gives a fifth of the speed and more. Always the same lines,
 // asked for without a test of the row's length, which would be one more such branch. An address that is nobody's does
 // no harm.
-template <int Count, int Distance = 3072, class T>
-[[gnu::always_inline]] inline void fetch_ahead(const T *p) {
+template <int Count, int Distance = 3072, class T> TNK_INLINE void fetch_ahead(const T *p) {
   constexpr std::uintptr_t line = 64;
   for (std::uintptr_t at = 0; at < Count * sizeof(T); at += line)
     __builtin_prefetch(reinterpret_cast<const void *>(address(p) + Distance + at));

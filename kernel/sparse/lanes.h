@@ -18,16 +18,16 @@ template <> struct register_form<tnk_complex16> { using type = f64x2; };
 template <class T> using in_lanes = typename register_form<T>::type;
 
 template <class T> inline in_lanes<T> fetch(const T *p) {
-  if constexpr (std::is_same_v<T, tnk_complex8>)
-    return reinterpret_cast<f32x4>(f64x2{loadu<double>(p), 0});
+  if constexpr (is_complex<T>)
+    return load_pair(reinterpret_cast<const real_of<T> *>(p));
   else
-    return loadu<in_lanes<T>>(p);
+    return get(p);
 }
 template <class T> inline void deposit(T *p, in_lanes<T> v) {
-  if constexpr (std::is_same_v<T, tnk_complex8>)
-    storeu(p, reinterpret_cast<f64x2>(v)[0]);
+  if constexpr (is_complex<T>)
+    store_pair(reinterpret_cast<real_of<T> *>(p), v);
   else
-    storeu(p, v);
+    put(p, v);
 }
 template <class T> inline void add_to(T *target, in_lanes<T> v) {
   deposit(target, fetch(target) + v);

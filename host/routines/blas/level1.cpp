@@ -4,7 +4,7 @@
 #include <tnk/blas_level1.h>
 
 #include "host/dispatch/check.h"
-#include "host/dispatch/kernel_loader.h"
+#include "host/routines/blas/routine.h"
 
 namespace tnk::host {
 namespace {
@@ -95,10 +95,6 @@ void dotc(const char *routine, KernelEntry<Kernel> &kernel, T *result, const tnk
 
 } // namespace
 } // namespace tnk::host
-
-// The kernel entry of a public routine is named with an x before its letter.
-#define TNK_KERNEL_OF(name)                                                                                  \
-  static tnk::host::KernelEntry<decltype(tnk_blas_x##name)> kernel("tnk_blas_x" #name)
 
 #define TNK_PUBLIC(t, T)                                                                                     \
   void tnk_blas_##t##axpy(const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, T *y,           \

@@ -4,18 +4,11 @@
 #include <tnk/blas_level2.h>
 
 #include "host/dispatch/check.h"
-#include "host/dispatch/kernel_loader.h"
+#include "host/routines/blas/routine.h"
 #include "host/routines/element.h"
 
 namespace tnk::host {
 namespace {
-
-template <class T> bool is_value(const T &a, double value) {
-  if constexpr (is_complex<T>)
-    return a.re == value && a.im == 0;
-  else
-    return a == value;
-}
 
 // A vector and its increment, which these routines do not take as 0. One that is not touched may have any address.
 template <class T>
@@ -36,7 +29,7 @@ void gemv(const char *routine, KernelEntry<Kernel> &kernel, const char *trans, c
   if (!check.option(1, "trans", trans, "NTC") || !check.length<T>(2, "m", m) || !check.length<T>(3, "n", n) ||
       !check.address(4, "alpha", alpha))
     return;
-  const bool plain = (*trans | 32) == 'n', empty = *m == 0 || *n == 0;
+  const bool plain = is_plain(*trans), empty = *m == 0 || *n == 0;
   const bool reads = !empty && !is_value(*alpha, 0);
   if (!check.matrix(5, "a", a, reads, "lda", lda, *m, *n) ||
       !vector(check, 7, "x", x, reads, "incx", incx, plain ? *n : *m) || !check.address(9, "beta", beta))
@@ -60,7 +53,7 @@ void syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo, const
   Kernel *const run = axpy.get(routine);
   if (!run) return;
   static constexpr tnk_int adjacent = 1;
-  const bool upper = (*uplo | 32) == 'u';
+  const bool upper = is_letter(*uplo, 'u');
   const T *const first = *incx < 0 ? x + (1 - *n) * *incx : x;
   for (tnk_int j = 0; j < *n; ++j) {
     // The kernel starts a vector with a negative increment at its far end.
@@ -73,9 +66,6 @@ void syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo, const
 
 } // namespace
 } // namespace tnk::host
-
-#define TNK_KERNEL_OF(name)                                                                                  \
-  static tnk::host::KernelEntry<decltype(tnk_blas_x##name)> kernel("tnk_blas_x" #name)
 
 #define TNK_PUBLIC(t, T)                                                                                     \
   void tnk_blas_##t##gemv(const char *trans, const tnk_int *m, const tnk_int *n, const T *alpha, const T *a, \

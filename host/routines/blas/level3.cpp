@@ -3,21 +3,13 @@
 #include <tnk/blas_level3.h>
 
 #include "host/dispatch/check.h"
-#include "host/dispatch/kernel_loader.h"
+#include "host/routines/blas/routine.h"
 #include "host/routines/element.h"
-#include "host/service/errno_keeper.h"
 #include "host/threading/cut.h"
 #include "host/threading/team.h"
 
 namespace tnk::host {
 namespace {
-
-template <class T> bool is_zero(const T &a) {
-  if constexpr (is_complex<T>)
-    return a.re == 0 && a.im == 0;
-  else
-    return a == 0;
-}
 
 // What the kernel library has for the products of one type.
 template <class Kernel> struct Product {
@@ -26,11 +18,8 @@ template <class Kernel> struct Product {
   KernelEntry<const std::int32_t> row_in_use;
 };
 
-bool is_plain(char letter) {
-  return (letter | 32) == 'n';
-}
 bool is_option(char letter) {
-  return is_plain(letter) || (letter | 32) == 't' || (letter | 32) == 'c';
+  return is_plain(letter) || is_letter(letter, 't') || is_letter(letter, 'c');
 }
 
 // Products up to this order are not worth a second thread, by far.
@@ -55,13 +44,12 @@ template <class T, class Kernel>
                                     const T *alpha, const T *a, const tnk_int *lda, const T *b,
                                     const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {
   const Check check(routine);
-  const ErrnoKeeper keeper;
   if (!check.option(1, "transa", transa, "NTC") || !check.option(2, "transb", transb, "NTC") ||
       !check.length<T>(3, "m", m) || !check.length<T>(4, "n", n) || !check.length<T>(5, "k", k) ||
       !check.address(6, "alpha", alpha))
     return;
   const bool plain_a = is_plain(*transa), plain_b = is_plain(*transb);
-  const bool empty = *m == 0 || *n == 0, scales_only = *k == 0 || is_zero(*alpha);
+  const bool empty = *m == 0 || *n == 0, scales_only = *k == 0 || is_value(*alpha, 0);
   const bool reads = !empty && !scales_only;
   if (!check.matrix(7, "a", a, reads, "lda", lda, plain_a ? *m : *k, plain_a ? *k : *m) ||
       !check.matrix(9, "b", b, reads, "ldb", ldb, plain_b ? *k : *n, plain_b ? *n : *k) ||

@@ -33,7 +33,7 @@ inline Pieces even_pieces(int count, tnk_int size, tnk_int unit = 1) {
 }
 
 // Rows with about as many entries in each piece, found on the row pointers. Should these not ascend, the pieces are
-// only less even.
+// only less even: halving never ends further left for a larger limit.
 inline Pieces row_pieces(int count, const tnk_sparse_matrix &a) {
   Pieces p{count, {}};
   const tnk_int *const starts = a.row_start;
@@ -42,7 +42,7 @@ inline Pieces row_pieces(int count, const tnk_sparse_matrix &a) {
   for (int i = 1; i < count; ++i) {
     const tnk_int *const found = std::partition_point(
         starts, starts + a.m, [&](tnk_int start) { return static_cast<double>(start) < origin + share * i; });
-    p.begin[i] = std::max<tnk_int>(p.begin[i - 1], found - starts);
+    p.begin[i] = found - starts;
   }
   p.begin[count] = a.m;
   return p;

@@ -7,7 +7,6 @@
 #include "host/routines/sparse/kernels.h"
 #include "host/routines/sparse/pieces.h"
 #include "host/routines/sparse/plan.h"
-#include "host/service/errno_keeper.h"
 #include "host/threading/team.h"
 
 namespace tnk::host::sparse {
@@ -128,7 +127,6 @@ template <class T>
 tnk_sparse_status mv(const char *routine, char op, const T *alpha, const tnk_sparse_matrix *a,
                      const tnk_sparse_descriptor *d, const T *x, const T *beta, T *y) {
   const Check check(routine);
-  const ErrnoKeeper keeper;
   if (!operands_are_sound(check, op, alpha, a, d)) return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);
   const tnk_int length = op == 'N' ? a->m : a->n, read = op == 'N' ? a->n : a->m;
@@ -173,7 +171,6 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
                      const tnk_sparse_descriptor *d, tnk_int nrhs, const T *b, tnk_int ldb, const T *beta,
                      T *c, tnk_int ldc) {
   const Check check(routine);
-  const ErrnoKeeper keeper;
   if (!operands_are_sound(check, op, alpha, a, d) || !check.length<T>(5, "nrhs", &nrhs))
     return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);

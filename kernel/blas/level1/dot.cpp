@@ -1,5 +1,6 @@
 // xsdot, xddot, cdotu, zdotu, xcdotc, zdotc: inner products.
 #include "kernel/blas/level1/passes.h"
+#include "kernel/frame/unroll.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk::level1 {
@@ -66,7 +67,7 @@ template <int Lead> tnk_int sdot_blocks(tnk_int n, const float *x, const float *
   tnk_int i = 0;
   if (n < 4 + ahead) return 0;
   f32x4 s[4] = {}, last = load<f32x4>(base);
-  const auto pass = [&](int vectors) __attribute__((always_inline)) {
+  const auto pass = [&](int vectors) TNK_INLINED {
     for (int k = 0; k < vectors; ++k) {
       if constexpr (Lead == 0) {
         s[k] += load<f32x4>(base + i + 4 * k) * load<f32x4>(y + i + 4 * k);
@@ -120,7 +121,7 @@ template <FirstOperand First, class C> C complex_dot_contiguous(tnk_int n, const
   C sum = dot_scalar<First>(C{}, head, x, y);
   V straight[3] = {}, crossed[3] = {};
   tnk_int i = head;
-  const auto pass = [&](int vectors) __attribute__((always_inline)) {
+  const auto pass = [&](int vectors) TNK_INLINED {
     for (int k = 0; k < vectors; ++k) {
       const V a = in_register(loadu<V>(reinterpret_cast<const R *>(x + i + k * w)));
       const V b = in_register(loadu<V>(reinterpret_cast<const R *>(y + i + k * w)));

@@ -1,5 +1,6 @@
 // isamax ... izamax, isamin ... izamin: the first element of extreme magnitude.
 #include "kernel/frame/element.h"
+#include "kernel/frame/unroll.h"
 #include <tnk/blas_level1.h>
 
 namespace tnk::level1 {
@@ -26,8 +27,7 @@ template <Extreme Which, class R> inline void meet(Leader<Which, R> &lead, R can
 }
 
 // Inlined twice, with the step known and unknown.
-template <Extreme Which, class T>
-[[gnu::always_inline]] inline tnk_int search(tnk_int n, const T *x, tnk_int step) {
+template <Extreme Which, class T> TNK_INLINE tnk_int search(tnk_int n, const T *x, tnk_int step) {
   Leader<Which, real_of<T>> lead = {abs1(get(x)), 0};
   tnk_int i = 1;
   for (; i + 1 < n; i += 2) {

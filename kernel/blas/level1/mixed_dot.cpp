@@ -1,5 +1,6 @@
 // dsdot, sdsdot: inner products of single vectors in double precision. Each product is exact: 24 by 24 bits
 // fit in 53.
+#include "kernel/frame/unroll.h"
 #include "kernel/frame/vector.h"
 #include <tnk/blas_level1.h>
 
@@ -20,8 +21,7 @@ inline double mixed_dot_scalar(double sum, tnk_int n, const float *x, tnk_int in
 
 // Adds the products of whole blocks of 16 elements, one increment for both vectors. Inlined with it known and
 // unknown.
-[[gnu::always_inline]] inline double mixed_dot_blocks(tnk_int blocks, const float *x, const float *y,
-                                                      tnk_int inc) {
+TNK_INLINE double mixed_dot_blocks(tnk_int blocks, const float *x, const float *y, tnk_int inc) {
   f64x2 s[4] = {};
   for (; blocks > 0; --blocks, x += 16 * inc, y += 16 * inc)
     for (int k = 0; k < 4; ++k) {

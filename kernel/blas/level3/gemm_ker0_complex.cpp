@@ -222,7 +222,7 @@ template <int Rows, int Columns, class T> void panel(const PackedProduct<T> &p, 
   const auto *a = reinterpret_cast<const real *>(p.a), *b = reinterpret_cast<const real *>(b_panel);
   const tnk_int a_stride = 2 * p.a_stride;
   if constexpr (Rows == gemm_tile<T>::mr && Columns > 2) {
-    tiles_of_panel<Rows>(p.m, p.k, b, [&](auto how, const real *second_at, tnk_int i) TNK_INLINE_LAMBDA {
+    tiles_of_panel<Rows>(p.m, p.k, b, [&](auto how, const real *second_at, tnk_int i) TNK_INLINED {
       prefetch_tile<Columns>(c + i, p.ldc);
       Tile<T, Rows, Columns> t;
       t.set(unit_passes<how(), a_ahead, b_ahead>(p.k, a + i / Rows * a_stride, b, second_at));

@@ -44,16 +44,15 @@ TNK_INLINE TileColumns<double> columns(UnitSums<double> s) {
   return {{s.x[0], s.x[1], s.x[2], s.x[3], s.y[0], s.y[1], s.y[2], s.y[3]}};
 }
 TNK_INLINE TileColumns<float> columns(const UnitSums<float> &s) {
-  const auto even_and_odd = [](f32x8 even, f32x8 odd) TNK_INLINE_LAMBDA {
-    return _mm256_castps_pd(_mm256_blend_ps(even, odd, 0xAA));
-  };
+  const auto even_and_odd = [](f32x8 even, f32x8 odd)
+                                TNK_INLINED { return _mm256_castps_pd(_mm256_blend_ps(even, odd, 0xAA)); };
   f64x4 c0 = even_and_odd(s.x[0], s.y[0]), c2 = even_and_odd(s.x[1], s.y[1]),
         c4 = even_and_odd(s.x[2], s.y[2]), c6 = even_and_odd(s.x[3], s.y[3]);
   f64x4 c1 = even_and_odd(s.y[0], s.x[0]), c3 = even_and_odd(s.y[1], s.x[1]),
         c5 = even_and_odd(s.y[2], s.x[2]), c7 = even_and_odd(s.y[3], s.x[3]);
   transpose(c0, c2, c4, c6);
   transpose(c1, c3, c5, c7);
-  const auto column = [](f64x4 v) TNK_INLINE_LAMBDA -> f32x8 { return _mm256_castpd_ps(v); };
+  const auto column = [](f64x4 v) TNK_INLINED -> f32x8 { return _mm256_castpd_ps(v); };
   return {{column(c0), column(c1), column(c2), column(c3), column(c4), column(c5), column(c6), column(c7)}};
 }
 
@@ -62,14 +61,14 @@ template <class T> void whole_panels(const PackedProduct<T> &p) {
   const T *b = p.b;
   T *c = p.c;
   for (tnk_int j = 0; j + nr<T> <= p.n; j += nr<T>, b += p.b_stride, c += nr<T> * p.ldc)
-    tiles_of_panel<mr<T>>(p.m, p.k, b, [&](auto how, const T *second_at, tnk_int i) TNK_INLINE_LAMBDA {
+    tiles_of_panel<mr<T>>(p.m, p.k, b, [&](auto how, const T *second_at, tnk_int i) TNK_INLINED {
       T *const tile = c + i;
       for (int column = 0; column < nr<T>; ++column)
         __builtin_prefetch(tile + column * p.ldc + 32 / sizeof(T));
       const TileColumns<T> sums =
           columns(unit_passes<how(), a_ahead, 0>(p.k, p.a + i / mr<T> * p.a_stride, b, second_at));
-      write_out<nr<T>>([&](auto column)
-                           TNK_INLINE_LAMBDA { put_column(tile + column * p.ldc, sums.c[column], p.add); });
+      unrolled<nr<T>>([&](auto column)
+                          TNK_INLINED { put_column(tile + column * p.ldc, sums.c[column], p.add); });
     });
 }
 
@@ -81,17 +80,17 @@ template <int P, int N, class T> void narrow_tile(const PackedProduct<T> &p, con
   using V = vec<T>;
   V sum[P][N] = {};
   for (tnk_int l = 0; l + kr <= p.k; l += kr)
-    write_out<kr>([&](auto u) TNK_INLINE_LAMBDA {
+    unrolled<kr>([&](auto u) TNK_INLINED {
       if (u % 2 == 0) __builtin_prefetch(a + mr<T> * (l + u) + a_ahead / sizeof(T));
       V x[P];
-      write_out<P>([&](auto q) TNK_INLINE_LAMBDA { x[q] = loadu<V>(a + q * p.a_stride + mr<T> * (l + u)); });
-      write_out<N>([&](auto j) TNK_INLINE_LAMBDA {
+      unrolled<P>([&](auto q) TNK_INLINED { x[q] = loadu<V>(a + q * p.a_stride + mr<T> * (l + u)); });
+      unrolled<N>([&](auto j) TNK_INLINED {
         const V y = broadcast<V>(b + group * (l + u) + j);
-        write_out<P>([&](auto q) TNK_INLINE_LAMBDA { sum[q][j] = in_register(sum[q][j] + x[q] * y); });
+        unrolled<P>([&](auto q) TNK_INLINED { sum[q][j] = in_register(sum[q][j] + x[q] * y); });
       });
     });
-  write_out<P>([&](auto q) TNK_INLINE_LAMBDA {
-    write_out<N>([&](auto j) TNK_INLINE_LAMBDA { put_column(c + q * mr<T> + j * p.ldc, sum[q][j], p.add); });
+  unrolled<P>([&](auto q) TNK_INLINED {
+    unrolled<N>([&](auto j) TNK_INLINED { put_column(c + q * mr<T> + j * p.ldc, sum[q][j], p.add); });
   });
 }
 
@@ -120,34 +119,33 @@ void edge_tile(const PackedProduct<T> &p, tnk_int n, const T *b, T *c) {
   const T *a = p.a;
   for (tnk_int l = 0; l < p.k; ++l, a += mr<T>, b += H * width) {
     V y[H];
-    write_out<H>([&](auto h) TNK_INLINE_LAMBDA { y[h] = loadu<V>(b + width * h); });
-    write_out<M>([&](auto i) TNK_INLINE_LAMBDA {
+    unrolled<H>([&](auto h) TNK_INLINED { y[h] = loadu<V>(b + width * h); });
+    unrolled<M>([&](auto i) TNK_INLINED {
       const V x = broadcast<V>(a + i);
-      write_out<H>([&](auto h) TNK_INLINE_LAMBDA { sum[i][h] += x * y[h]; });
+      unrolled<H>([&](auto h) TNK_INLINED { sum[i][h] += x * y[h]; });
     });
   }
   // Four rows at a time by columns, of which some rows may be missing.
-  write_out<(M + 3) / 4>([&](auto fourth) TNK_INLINE_LAMBDA {
+  unrolled<(M + 3) / 4>([&](auto fourth) TNK_INLINED {
     constexpr int first = 4 * decltype(fourth)::value, count = M - first < 4 ? M - first : 4;
-    const auto put_column = [&](tnk_int j, quad<T> rows) TNK_INLINE_LAMBDA {
+    const auto put_column = [&](tnk_int j, quad<T> rows) TNK_INLINED {
       if (j >= n) return;
       T *at = c + first + j * p.ldc;
       if constexpr (count == 4)
         storeu(at, p.add ? loadu<quad<T>>(at) + rows : rows);
       else
-        write_out<count>([&](int i)
-                             TNK_INLINE_LAMBDA { put(at + i, p.add ? get(at + i) + rows[i] : rows[i]); });
+        unrolled<count>([&](int i) TNK_INLINED { put(at + i, p.add ? get(at + i) + rows[i] : rows[i]); });
     };
-    write_out<H>([&](auto h) TNK_INLINE_LAMBDA {
+    unrolled<H>([&](auto h) TNK_INLINED {
       V row[4] = {};
-      write_out<count>([&](auto i) TNK_INLINE_LAMBDA { row[i] = sum[first + i][h]; });
+      unrolled<count>([&](auto i) TNK_INLINED { row[i] = sum[first + i][h]; });
       if constexpr (width == 4) {
         transpose(row[0], row[1], row[2], row[3]);
-        write_out<4>([&](auto j) TNK_INLINE_LAMBDA { put_column(width * h + j, row[j]); });
+        unrolled<4>([&](auto j) TNK_INLINED { put_column(width * h + j, row[j]); });
       } else {
         transpose_halves(row[0], row[1], row[2], row[3]);
-        write_out<4>([&](auto j) TNK_INLINE_LAMBDA { put_column(j, low_half(row[j])); });
-        write_out<4>([&](auto j) TNK_INLINE_LAMBDA { put_column(4 + j, high_half(row[j])); });
+        unrolled<4>([&](auto j) TNK_INLINED { put_column(j, low_half(row[j])); });
+        unrolled<4>([&](auto j) TNK_INLINED { put_column(4 + j, high_half(row[j])); });
       }
     });
   });

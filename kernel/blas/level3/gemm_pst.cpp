@@ -76,18 +76,18 @@ template <class T> struct LaneLoads { using vector = vec_of<T>; };
 template <> struct LaneLoads<float> { using vector = f32x4; };
 
 template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, double) {
-  write_out<4>([&](auto r) TNK_INLINE_LAMBDA { x[r] = load(r, 0); });
+  unrolled<4>([&](auto r) TNK_INLINED { x[r] = load(r, 0); });
   transpose(x[0], x[1], x[2], x[3]);
 }
 template <class Load> TNK_INLINE void four_steps(f32x8 (&x)[4], Load load, float) {
-  write_out<4>([&](auto r) TNK_INLINE_LAMBDA { x[r] = joined(load(r, 0), load(r + 4, 0)); });
+  unrolled<4>([&](auto r) TNK_INLINED { x[r] = joined(load(r, 0), load(r + 4, 0)); });
   transpose_halves(x[0], x[1], x[2], x[3]);
 }
 template <class Load> TNK_INLINE void four_steps(f32x8 (&x)[4], Load load, tnk_complex8) {
   f64x4 pairs[4];
-  write_out<4>([&](auto r) TNK_INLINE_LAMBDA { pairs[r] = reinterpret_cast<f64x4>(load(r, 0)); });
+  unrolled<4>([&](auto r) TNK_INLINED { pairs[r] = reinterpret_cast<f64x4>(load(r, 0)); });
   transpose(pairs[0], pairs[1], pairs[2], pairs[3]);
-  write_out<4>([&](auto s) TNK_INLINE_LAMBDA { x[s] = reinterpret_cast<f32x8>(pairs[s]); });
+  unrolled<4>([&](auto s) TNK_INLINED { x[s] = reinterpret_cast<f32x8>(pairs[s]); });
 }
 template <class Load> TNK_INLINE void four_steps(f64x4 (&x)[4], Load load, tnk_complex16) {
   const f64x4 a0 = load(0, 0), b0 = load(1, 0), a2 = load(0, 2), b2 = load(1, 2);
@@ -106,17 +106,16 @@ void tile(const Factors<T> &p, const Signs<T> &sign, const Update<T> &to, tnk_in
   constexpr int parts = is_complex<T> ? 2 : 1, width = per_vector<T>;
   const tnk_int steps = p.steps, count = std::min<tnk_int>(p.lanes - lane, width);
   const R *y[N];
-  write_out<N>(
-      [&](auto j) TNK_INLINE_LAMBDA { y[j] = reinterpret_cast<const R *>(p.y + (column + j) * p.y_column); });
+  unrolled<N>([&](auto j)
+                  TNK_INLINED { y[j] = reinterpret_cast<const R *>(p.y + (column + j) * p.y_column); });
   vector sum[V][N][parts] = {};
 
-  const auto add = [&](const vector(&x)[V], tnk_int l) TNK_INLINE_LAMBDA {
+  const auto add = [&](const vector(&x)[V], tnk_int l) TNK_INLINED {
     const tnk_int at = parts * l * p.y_step;
-    write_out<N>([&](auto j) TNK_INLINE_LAMBDA {
-      write_out<parts>([&](auto q) TNK_INLINE_LAMBDA {
+    unrolled<N>([&](auto j) TNK_INLINED {
+      unrolled<parts>([&](auto q) TNK_INLINED {
         const vector element = splat<vector>(get(y[j] + at + q));
-        write_out<V>([&](auto v)
-                         TNK_INLINE_LAMBDA { sum[v][j][q] = in_register(sum[v][j][q] + x[v] * element); });
+        unrolled<V>([&](auto v) TNK_INLINED { sum[v][j][q] = in_register(sum[v][j][q] + x[v] * element); });
       });
     });
   };
@@ -126,24 +125,24 @@ void tile(const Factors<T> &p, const Signs<T> &sign, const Update<T> &to, tnk_in
     using piece = typename LaneLoads<T>::vector;
     constexpr int per_piece = sizeof(piece) / sizeof(T);
     const T *x[width]; // missing lanes repeat the last one
-    write_out<width>(
-        [&](auto r) TNK_INLINE_LAMBDA { x[r] = p.x + (lane + std::min<tnk_int>(r, count - 1)) * p.x_lane; });
+    unrolled<width>([&](auto r)
+                        TNK_INLINED { x[r] = p.x + (lane + std::min<tnk_int>(r, count - 1)) * p.x_lane; });
     // Of four steps from l on, those from `first` to `last`.
-    const auto four = [&](tnk_int l, tnk_int first, tnk_int last, auto load) TNK_INLINE_LAMBDA {
+    const auto four = [&](tnk_int l, tnk_int first, tnk_int last, auto load) TNK_INLINED {
       vector at[4];
       four_steps(at, load, T{});
-      write_out<4>([&](auto s) TNK_INLINE_LAMBDA {
+      unrolled<4>([&](auto s) TNK_INLINED {
         if (s >= first && s < last) add({at[s]}, l + s);
       });
     };
     tnk_int l = 0;
-    const auto whole = [&](int r, int s) TNK_INLINE_LAMBDA { return loadu<piece>(x[r] + l + s); };
+    const auto whole = [&](int r, int s) TNK_INLINED { return loadu<piece>(x[r] + l + s); };
     for (; l + 4 <= steps; l += 4) four(l, 0, 4, whole);
     if (const tnk_int left = steps - l; left > 0 && l > 0) {
       l = steps - 4; // some that were added already among them
       four(l, 4 - left, 4, whole);
     } else if (left > 0) {
-      four(0, 0, left, [&](int r, int s) TNK_INLINE_LAMBDA {
+      four(0, 0, left, [&](int r, int s) TNK_INLINED {
         const tnk_int held = std::clamp<tnk_int>(left - s, 0, per_piece);
         const auto some = load_first<vector>(x[r] + s, start_of<T>(held));
         if constexpr (sizeof(piece) == 16)
@@ -160,13 +159,13 @@ void tile(const Factors<T> &p, const Signs<T> &sign, const Update<T> &to, tnk_in
       if constexpr (V == 1)
         x[0] = load_first<vector>(from, some);
       else
-        write_out<V>([&](auto v) TNK_INLINE_LAMBDA { x[v] = loadu<vector>(from + v * width); });
+        unrolled<V>([&](auto v) TNK_INLINED { x[v] = loadu<vector>(from + v * width); });
       add(x, l);
     }
   }
 
-  write_out<N>([&](auto j) TNK_INLINE_LAMBDA {
-    write_out<V>([&](auto v) TNK_INLINE_LAMBDA {
+  unrolled<N>([&](auto j) TNK_INLINED {
+    unrolled<V>([&](auto v) TNK_INLINED {
       vector s = sum[v][j][0];
       if constexpr (is_complex<T>) s = addsub(s * sign.first, swap_neighbours(sum[v][j][1]) * sign.second);
       to(p.c + (lane + v * width) * p.c_lane + (column + j) * p.c_column, p.c_lane, V == 1 ? count : width,

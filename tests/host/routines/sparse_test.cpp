@@ -26,6 +26,11 @@ struct Job {
     if (routine == "tnk_sparse_dmv") return tnk_sparse_dmv(op, alpha, matrix, descriptor, x, beta, y);
     if (routine == "tnk_sparse_dmm")
       return tnk_sparse_dmm(op, alpha, matrix, descriptor, nrhs, x, ld, beta, y, ld);
+    if (routine == "tnk_sparse_zmv") {
+      const tnk_complex16 none{};
+      tnk_complex16 untouched;
+      return tnk_sparse_zmv(op, &none, matrix, descriptor, &none, &none, &untouched);
+    }
     return tnk_sparse_check(matrix, descriptor);
   }
 };
@@ -34,6 +39,7 @@ constexpr tnk_int most = (tnk_int{1} << 47) / 8; // numbers of 8 bytes in memory
 
 TEST(SparseArguments, AreRefusedByName) {
   const std::string mv = "tnk_sparse_dmv", mm = "tnk_sparse_dmm", check = "tnk_sparse_check",
+                    zmv = "tnk_sparse_zmv", half = ", expected 0 to 8796093022208",
                     null = " is a null address, expected the address of a value";
   const struct {
     std::string routine;
@@ -93,6 +99,9 @@ TEST(SparseArguments, AreRefusedByName) {
       {mm, [](Job &j) { j.a.n = most + 1; }, "3 (matrix->n) is 17592186044417, expected 0 to 17592186044416"},
       {mv, [](Job &j) { j.a.nnz = most + 1; },
        "3 (matrix->nnz) is 17592186044417, expected 0 to 17592186044416"},
+      {zmv, [](Job &j) { j.a.m = most / 2 + 1; }, "3 (matrix->m) is 8796093022209" + half},
+      {zmv, [](Job &j) { j.a.n = most / 2 + 1; }, "3 (matrix->n) is 8796093022209" + half},
+      {zmv, [](Job &j) { j.a.nnz = most / 2 + 1; }, "3 (matrix->nnz) is 8796093022209" + half},
       {mm, [](Job &j) { j.nrhs = most + 1; }, "5 (nrhs) is 17592186044417, expected 0 to 17592186044416"},
       {mm, [](Job &j) { j.ld = most; }, "7 (ldb) is 17592186044416, expected 2 to 8796093022207"},
       {mm, [](Job &j) { j.ld = most, j.a.n = 1; },

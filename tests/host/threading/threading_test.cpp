@@ -1,5 +1,6 @@
 // Routines over several threads: how they are cut, that the bits stay, and how many threads there are.
 #include <atomic>
+#include <cerrno>
 #include <cfenv>
 #include <dlfcn.h>
 #include <functional>
@@ -16,6 +17,7 @@
 #include "host/threading/cut.h"
 #include "tests/support/error_recorder.h"
 #include "tests/support/product.h"
+#include "tools/tnk/support/threads.h"
 
 // In front of the host's service, which it calls: a product by the packed path comes here once, so this counts the
 // slices that took it.
@@ -35,12 +37,7 @@ using tnk::host::Cut;
 using tnk::host::cut_product;
 using tnk::test::Product;
 using tnk::test::scalar;
-
-// The number that the tests set, taken back.
-struct Threads {
-  explicit Threads(int n) { tnk_set_num_threads(n); }
-  ~Threads() { tnk_set_num_threads(0); }
-};
+using tnk::tool::Threads;
 
 TEST(Cut, CoversTheProductWithWholeTilesForEveryNumberOfThreads) {
   for (const tnk_gemm_row *kernel :
@@ -264,12 +261,16 @@ TEST_F(ThreadedProducts, FollowTheProgramsOpenMP) {
 // Read once, so in a process of its own.
 TEST(Threads, AreAsManyAsTheEnvironmentSaysOrTheProcessorsThatMayBeUsed) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto number = [] { _exit(tnk_get_max_threads()); };
+  const auto number = [] {
+    errno = 77;
+    const int threads = tnk_get_max_threads();
+    _exit(errno == 77 ? threads : 98);
+  };
   for (const auto &[text, expected] : {std::pair("3", 3), std::pair(" 5 ,2", 5)}) {
     setenv("OMP_NUM_THREADS", text, 1);
     EXPECT_EXIT(number(), testing::ExitedWithCode(expected), "") << text;
   }
-  for (const char *const text : {"", "0", "-2", "3x", "99999999999"}) {
+  for (const char *const text : {"", "0", "-2", "3x", "99999999999", "9999999999999999999999"}) {
     setenv("OMP_NUM_THREADS", text, 1);
     EXPECT_EXIT(
         {

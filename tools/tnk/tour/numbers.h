@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <limits>
 #include <tnk/blas.h>
-#include <tnk/host.h>
 #include <vector>
 
 namespace tnk::tool {
@@ -33,14 +32,5 @@ inline double dot(std::size_t n, const double *x, const double *y) {
 inline double dot(const std::vector<double> &x, const std::vector<double> &y) {
   return dot(x.size(), x.data(), y.data());
 }
-
-// So many threads for large products while it lives.
-class Threads {
-public:
-  explicit Threads(int threads) { tnk_set_num_threads(threads); }
-  Threads(const Threads &) = delete;
-  Threads &operator=(const Threads &) = delete;
-  ~Threads() { tnk_set_num_threads(0); }
-};
 
 } // namespace tnk::tool

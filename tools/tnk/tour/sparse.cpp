@@ -5,6 +5,7 @@
 #include "tools/tnk/support/failure.h"
 #include "tools/tnk/support/format.h"
 #include "tools/tnk/support/progress.h"
+#include "tools/tnk/support/threads.h"
 #include "tools/tnk/support/timing.h"
 #include "tools/tnk/tour/numbers.h"
 #include "tools/tnk/tour/scene.h"

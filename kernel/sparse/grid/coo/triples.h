@@ -58,7 +58,7 @@ template <class T, class I> struct RowTarget {
 
 // alpha goes to the value first; with AlphaToX, which kinds s and h may have, to the element of x.
 template <class Name, bool AlphaToX, class T, class I, class Target>
-[[gnu::always_inline]] inline void add_entry(const TripleJob<T, I> &job, I p, const Target &target) {
+TNK_INLINE void add_entry(const TripleJob<T, I> &job, I p, const Target &target) {
   const I r = get(job.matrix.row_index + p), q = get(job.matrix.col_index + p);
   const bool inside = is_beyond<!Name::lower>(q, r);
   const auto a = fetch(job.matrix.values + p);

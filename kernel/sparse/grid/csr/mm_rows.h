@@ -37,8 +37,7 @@ inline void add_to_c_row(const Group<T, I, Whole> &group, I j, vec_of<T> v) {
 }
 
 // body(group)
-template <class T, class I, class Body>
-[[gnu::always_inline]] inline void each_group(const MmJob<T, I> &job, Body body) {
+template <class T, class I, class Body> TNK_INLINE void each_group(const MmJob<T, I> &job, Body body) {
   I column = job.first;
   for (; job.last - column >= per_vector<T>; column += per_vector<T>)
     body(Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, {}});
