@@ -74,6 +74,57 @@ void tnk_lapack_ps_zlasr_lbf(const tnk_int *m, const tnk_int *n, const double *c
 void tnk_lapack_ps_zlasr_lbb(const tnk_int *m, const tnk_int *n, const double *c, const double *s,
                              tnk_complex16 *a, const tnk_int *lda);
 
+/* A rotation for each pair: x[i] becomes c[i] x[i] + s[i] y[i], and y[i] becomes c[i] y[i] - conj(s[i]) x[i]; c is real.
+   n pairs at steps incx and incy, their rotations at steps of incc; with a step below 0 too, element 0 stands at the
+   address that is given. Each product is rounded before the sum, and the bits are the same at any step and address.
+   No-op when n < 1. */
+void tnk_lapack_ps_slartv(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy,
+                          const float *c, const float *s, const tnk_int *incc);
+void tnk_lapack_ps_dlartv(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy,
+                          const double *c, const double *s, const tnk_int *incc);
+void tnk_lapack_ps_clartv(const tnk_int *n, tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
+                          const tnk_int *incy, const float *c, const tnk_complex8 *s, const tnk_int *incc);
+void tnk_lapack_ps_zlartv(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
+                          const tnk_int *incy, const double *c, const tnk_complex16 *s, const tnk_int *incc);
+
+/* ---- Reflectors ------------------------------------------------------------------------------------------------- */
+
+/* One reflector of order 2 for n pairs of elements side by side; the increments are not read. With
+   t = tau (x + v y): x becomes x - t, and y becomes y - v t, each operation rounded, nothing conjugated. No-op when
+   n < 1. */
+void tnk_lapack_ps_srot2(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy,
+                         const float *tau, const float *v);
+void tnk_lapack_ps_drot2(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy,
+                         const double *tau, const double *v);
+void tnk_lapack_ps_crot2(const tnk_int *n, tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
+                         const tnk_int *incy, const tnk_complex8 *tau, const tnk_complex8 *v);
+void tnk_lapack_ps_zrot2(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
+                         const tnk_int *incy, const tnk_complex16 *tau, const tnk_complex16 *v);
+
+/* The same of order 3 for triples: t = tau ((x + va y) + vb z); x becomes x - t, y becomes y - va t, z becomes
+   z - vb t. */
+void tnk_lapack_ps_srot3(const tnk_int *n, float *x, const tnk_int *incx, float *y, const tnk_int *incy,
+                         float *z, const tnk_int *incz, const float *tau, const float *va, const float *vb);
+void tnk_lapack_ps_drot3(const tnk_int *n, double *x, const tnk_int *incx, double *y, const tnk_int *incy,
+                         double *z, const tnk_int *incz, const double *tau, const double *va,
+                         const double *vb);
+void tnk_lapack_ps_crot3(const tnk_int *n, tnk_complex8 *x, const tnk_int *incx, tnk_complex8 *y,
+                         const tnk_int *incy, tnk_complex8 *z, const tnk_int *incz, const tnk_complex8 *tau,
+                         const tnk_complex8 *va, const tnk_complex8 *vb);
+void tnk_lapack_ps_zrot3(const tnk_int *n, tnk_complex16 *x, const tnk_int *incx, tnk_complex16 *y,
+                         const tnk_int *incy, tnk_complex16 *z, const tnk_int *incz, const tnk_complex16 *tau,
+                         const tnk_complex16 *va, const tnk_complex16 *vb);
+
+/* C := H C, H of order m (side "L" or "l"), or C := C H, H of order n (any other letter), with H = I - tau v v^H and C m
+   by n; ldc is its leading dimension. All of v is read, v[0] too. Orders up to 8 on the left and 10 on the right touch
+   no work, which may be null then. Longer ones call the public tnk_blas_dgemv or cgemv, with n elements of work on the
+   left and m on the right, and then the rank-one update. No-op when m or n is below 1 or tau is zero; a NaN tau goes
+   on. */
+void tnk_lapack_ps_dlarfx(const char *side, const tnk_int *m, const tnk_int *n, const double *v,
+                          const double *tau, double *c, const tnk_int *ldc, double *work);
+void tnk_lapack_ps_clarfx(const char *side, const tnk_int *m, const tnk_int *n, const tnk_complex8 *v,
+                          const tnk_complex8 *tau, tnk_complex8 *c, const tnk_int *ldc, tnk_complex8 *work);
+
 /* ---- Small factorizations ---------------------------------------------------------------------------------- */
 
 /* Cholesky factorization of the Hermitian positive definite n by n matrix of which the named triangle is stored:

@@ -1,4 +1,4 @@
-// Rotations and the like, bit for bit against plain loops in the order that is promised.
+// Rotations, bit for bit against plain loops in the order that is promised.
 #include "reference/arithmetic.h"
 #include "support/guarded.h"
 #include "support/named.h"
@@ -62,6 +62,61 @@ TYPED_TEST(Rotations, Sequences) {
           Named<T>(std::string("tnk_lapack_ps_?lasr_l") + form)(&m, &n, cs.data(), sn.data(), a.data(), &lda);
           ASSERT_TRUE(equal(a, wanted)) << form << ' ' << m << " by " << n << " shift " << shift;
         }
+}
+
+// Vectors in the middle of a guarded array, element 0 at `middle`.
+constexpr std::size_t length = 128, middle = 64;
+template <class T> struct Vector {
+  std::vector<T> wanted;
+  Guarded<T> memory;
+  Vector(std::size_t shift, Random &random) : wanted(numbers<T>(length, random)), memory(wanted, shift) {}
+  T *data() { return memory.data() + middle; }
+  T &at(tnk_int i) { return wanted[static_cast<std::size_t>(tnk_int{middle} + i)]; }
+};
+
+TYPED_TEST(Rotations, PairsAndTriples) {
+  using T = TypeParam;
+  Random random;
+  const std::size_t shifts[] = {0, sizeof(Real<T>), sizeof(T), 3 * sizeof(T), 24, 1};
+  const tnk_int steps[][3] = {{1, 1, 1},    {1, 1, 2}, {2, 1, 1}, {1, -2, 1},
+                              {-1, -1, -1}, {3, 2, 0}, {0, 1, 1}, {1, 0, 2}};
+  for (tnk_int n = -1; n <= 21; ++n)
+    for (const std::size_t shift : shifts)
+      for (const std::size_t other : shifts) {
+        for (const auto &step : steps) {
+          Vector<T> x(other, random), y(shift, random), s(other, random);
+          Vector<Real<T>> c(shift, random);
+          for (tnk_int i = 0; i < n; ++i) {
+            T &u = x.at(i * step[0]), &v = y.at(i * step[1]);
+            const T old = u, si = s.at(i * step[2]);
+            u = c.at(i * step[2]) * old + si * v, v = c.at(i * step[2]) * v - conj(si) * old;
+          }
+          Named<T>("tnk_lapack_ps_?lartv")(&n, x.data(), &step[0], y.data(), &step[1],
+                                           static_cast<const Real<T> *>(c.data()),
+                                           static_cast<const T *>(s.data()), &step[2]);
+          ASSERT_TRUE(equal(x.memory, x.wanted))
+              << n << " shift " << shift << ' ' << other << " step " << step[0];
+          ASSERT_TRUE(equal(y.memory, y.wanted))
+              << n << " shift " << shift << ' ' << other << " step " << step[1];
+        }
+        const tnk_int *const unread = nullptr;
+        const T tau = random.number<T>(), v = random.number<T>(), w = random.number<T>();
+        for (const bool triples : {false, true}) {
+          Vector<T> x(other, random), y(triples ? other : shift, random), z(shift, random);
+          for (tnk_int i = 0; i < n; ++i) {
+            const T two = x.at(i) + v * y.at(i), t = tau * (triples ? two + w * z.at(i) : two);
+            x.at(i) = x.at(i) - t, y.at(i) = y.at(i) - v * t;
+            if (triples) z.at(i) = z.at(i) - w * t;
+          }
+          if (triples)
+            Named<T>("tnk_lapack_ps_?rot3")(&n, x.data(), unread, y.data(), unread, z.data(), unread, &tau,
+                                            &v, &w);
+          else
+            Named<T>("tnk_lapack_ps_?rot2")(&n, x.data(), unread, y.data(), unread, &tau, &v);
+          ASSERT_TRUE(equal(x.memory, x.wanted) && equal(y.memory, y.wanted) && equal(z.memory, z.wanted))
+              << triples << ' ' << n << " shift " << shift << ' ' << other;
+        }
+      }
 }
 
 } // namespace
