@@ -36,8 +36,10 @@ inline int log2_of_pass(int bits) {
 // Adds the bytes of the tables of an order from 18 on: those of its parts, then a number for each twiddle of the combining
 // step; and takes the work that it needs. spec is that of the whole transform.
 template <class R> void add_large_sizes(int order, tnk_int &spec, tnk_int &work);
+// Fills those tables and that of the reversal, and notes in the record where they are. Returns the end.
 template <class R>
-R *fill_large(R *table, int order, const QuarterWave<R> &wave, bool by_part, fft_spec<R> *spec, int step);
+R *fill_large_tables(fft_spec<R> &spec, std::int32_t *memory, int order, const QuarterWave<R> &wave,
+                     bool by_part);
 
 // ---- Stripes --------------------------------------------------------------------------------------------------
 

@@ -64,17 +64,6 @@ template <class R> void split_spectrum(const R *source, R *destination, tnk_int 
   recombine_pairs<R, true>(source, destination, n / 2, table);
   destination[0] = first + last, destination[1] = first - last;
 }
-// The same in the CCS layout, all M + 1 frequencies as pairs.
-template <class R> void recombine_ccs(const R *source, R *destination, tnk_int n, const R *table) {
-  recombine(source, destination, n, table);
-  destination[n] = destination[1], destination[1] = destination[n + 1] = 0;
-}
-template <class R> void split_ccs_spectrum(const R *source, R *destination, tnk_int n, const R *table) {
-  const R first = source[0], last = source[n];
-  recombine_pairs<R, true>(source, destination, n / 2, table);
-  destination[0] = first + last, destination[1] = first - last;
-}
-
 // ---- The table of g, for k from 1 to M/2 - 1: blocks in packed order as long as there are whole ones, then pairs ----
 
 template <class R> constexpr tnk_int recombination_length(tnk_int n) { // of numbers R

@@ -22,15 +22,16 @@ template void add_large_sizes<float>(int, tnk_int &, tnk_int &);
 template void add_large_sizes<double>(int, tnk_int &, tnk_int &);
 
 template <class R>
-R *fill_large(R *table, int order, const QuarterWave<R> &wave, bool by_part, fft_spec<R> *spec, int step) {
+static R *fill_large(R *table, int order, const QuarterWave<R> &wave, bool by_part, fft_spec<R> &spec,
+                     int step) {
   const int b = block_order(order), m = order - b;
   if (m >= large_order) {
     table = fill_large(table, m, wave, by_part, spec, step + 1);
   } else {
-    spec->twiddles = table;
+    spec.twiddles = table;
     table = aligned_to_32(fill_passes(table, m, wave, by_part));
   }
-  spec->blocks[step] = table;
+  spec.blocks[step] = table;
   const tnk_int stride = tnk_int(1) << m, columns = tnk_int(1) << (buffer_order<R>(order) - b);
   for (tnk_int c = 0; c < stride; c += columns) {
     int reached = m;
@@ -43,8 +44,17 @@ R *fill_large(R *table, int order, const QuarterWave<R> &wave, bool by_part, fft
   }
   return table;
 }
-template float *fill_large(float *, int, const QuarterWave<float> &, bool, fft_spec<float> *, int);
-template double *fill_large(double *, int, const QuarterWave<double> &, bool, fft_spec<double> *, int);
+
+template <class R>
+R *fill_large_tables(fft_spec<R> &spec, std::int32_t *memory, int order, const QuarterWave<R> &wave,
+                     bool by_part) {
+  spec.reversal = memory;
+  return fill_large(reinterpret_cast<R *>(fill_block_reversal(memory, order, stripe_order)), order, wave,
+                    by_part, spec, 0);
+}
+template float *fill_large_tables(fft_spec<float> &, std::int32_t *, int, const QuarterWave<float> &, bool);
+template double *fill_large_tables(fft_spec<double> &, std::int32_t *, int, const QuarterWave<double> &,
+                                   bool);
 
 namespace {
 
@@ -132,8 +142,7 @@ std::int32_t init_spec(tnk_signal_fft **out, int order, int flag, int hint, std:
         spec.twiddles = table;
         free = reinterpret_cast<std::uint8_t *>(fill_passes(table, c, wave, K::by_part));
       } else {
-        R *const table = reinterpret_cast<R *>(fill_block_reversal(reversal, c, stripe_order));
-        free = reinterpret_cast<std::uint8_t *>(fill_large(table, c, wave, K::by_part, &spec, 0));
+        free = reinterpret_cast<std::uint8_t *>(fill_large_tables(spec, reversal, c, wave, K::by_part));
       }
     }
     if (K::real) {

@@ -1,42 +1,17 @@
 // Power-of-two transforms: their checks, and the way that an order takes.
-#include "kernel/signal/fft/large.h"
+#include "kernel/signal/fft/transform.h"
+
 #include "kernel/signal/fft/recombine.h"
 #include "kernel/signal/fft/small.h"
 
 namespace tnk::signal {
 namespace {
 
-// Orders 7 to 17. What stands between passes goes where the result will be, if that is neither the source nor astride the
-// lines of the cache; else to the buffer.
-template <class R, bool Inverse>
-void cached_transform(pairs<const R *, Inverse> source, pairs<R *, Inverse> destination, int order,
-                      const fft_spec<R> &spec, R *buffer) {
-  const bool through_buffer = source.p == destination.p || !is_aligned_to(destination.p, 32);
-  transform_through(source, destination, blocks<R>{through_buffer ? buffer : destination.p}, order,
-                    spec.twiddles, spec.reversal);
-}
-template <class R>
-void cached_transform(parts<const R *> source, parts<R *> destination, int order, const fft_spec<R> &spec,
-                      R *buffer) {
-  transform_through(source, destination, blocks<R>{buffer}, order, spec.twiddles, spec.reversal);
-}
-
-template <class R, class Source, class Target>
-void any_transform(Source source, Target destination, int order, const fft_spec<R> &spec, bool scaled,
-                   R *buffer) {
-  if (order >= large_order) return large_transform(source, destination, order, spec, scaled, buffer);
-  cached_transform(source, destination, order, spec, buffer);
-  if (scaled) scale_array(spec.scale, destination, tnk_int(1) << order);
-}
-
 template <bool Inverse, class R> bool is_scaled(const fft_spec<R> &spec) {
   return Inverse ? spec.inverse_scaled : spec.forward_scaled;
 }
 template <class R> const fft_spec<R> &record(const tnk_signal_fft *spec) {
   return *reinterpret_cast<const fft_spec<R> *>(spec);
-}
-template <class R> bool has_tag(const tnk_signal_fft *spec, std::int32_t tag) {
-  return record<R>(spec).tag == tag;
 }
 
 template <class K, bool Inverse, class R>
