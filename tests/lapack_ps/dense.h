@@ -1,17 +1,20 @@
-// Small dense matrices in wide complex arithmetic, from which the tests of factors are put together.
+// Small dense matrices: in wide complex arithmetic, from which the tests of factors are put together, and as they stand
+// in memory.
 #pragma once
 
 #include <complex>
 #include <gtest/gtest.h>
-#include <limits>
-#include <utility>
 #include <vector>
 
 #include "reference/sums.h"
+#include "support/guarded.h"
+#include "support/random.h"
 
 namespace tnk::test {
 
+using reference::Real;
 using Wide = std::complex<long double>;
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 template <class T> Wide wide(T a) {
   return {reference::re(a), reference::im(a)};
@@ -19,13 +22,17 @@ template <class T> Wide wide(T a) {
 inline long double size_of(Wide a) {
   return std::fabs(a.real()) + std::fabs(a.imag());
 }
-template <class T> constexpr long double eps = std::numeric_limits<reference::Real<T>>::epsilon();
+template <class T> constexpr long double eps = std::numeric_limits<Real<T>>::epsilon();
 
 struct Dense {
   tnk_int rows, columns;
   std::vector<Wide> elements;
 
   Dense(tnk_int m, tnk_int n) : rows(m), columns(n), elements(static_cast<std::size_t>(m * n)) {}
+  template <class Element> Dense(tnk_int m, tnk_int n, Element element) : Dense(m, n) {
+    for (tnk_int j = 0; j < n; ++j)
+      for (tnk_int i = 0; i < m; ++i) (*this)(i, j) = element(i, j);
+  }
   Wide &operator()(tnk_int i, tnk_int j) { return elements[static_cast<std::size_t>(i + j * rows)]; }
   const Wide &operator()(tnk_int i, tnk_int j) const {
     return elements[static_cast<std::size_t>(i + j * rows)];
@@ -37,24 +44,55 @@ struct Dense {
         for (tnk_int i = 0; i < a.rows; ++i) c(i, j) += a(i, l) * b(l, j);
     return c;
   }
-  template <class Element> Dense each(Element element) const {
-    Dense d = *this;
-    for (auto &e : d.elements) e = element(e);
-    return d;
-  }
   Dense magnitudes() const {
-    return each([](Wide e) { return Wide(size_of(e)); });
+    return {rows, columns, [&](tnk_int i, tnk_int j) { return size_of((*this)(i, j)); }};
   }
   // "N": itself, "T": transpose, any other letter: conjugate transpose.
   Dense form(char letter) const {
     if (letter == 'N' || letter == 'n') return *this;
-    Dense d(columns, rows);
-    for (tnk_int j = 0; j < columns; ++j)
-      for (tnk_int i = 0; i < rows; ++i)
-        d(j, i) = letter == 'T' || letter == 't' ? (*this)(i, j) : std::conj((*this)(i, j));
-    return d;
+    return {columns, rows, [&](tnk_int i, tnk_int j) {
+              return letter == 'T' || letter == 't' ? (*this)(j, i) : std::conj((*this)(j, i));
+            }};
   }
 };
+
+// All of a matrix in memory ('A'), or one triangle ('U', 'L'), with rows of a gap below; all else must stay.
+template <class T> struct Stored : Guarded<T> {
+  Stored(const Dense &values, char which = 'A')
+      : Guarded<T>(static_cast<std::size_t>((values.rows + 3) * values.columns)), n(values.rows),
+        columns(values.columns), ld(n + 3), part(which) {
+    each([&](tnk_int i, tnk_int j, std::size_t k) {
+      this->put(k, reference::number<T>(static_cast<Real<T>>(values(i, j).real()),
+                                        static_cast<Real<T>>(values(i, j).imag())));
+    });
+  }
+  bool has(tnk_int i, tnk_int j) const { return i < n && (part == 'A' || (part == 'U' ? i <= j : i >= j)); }
+  std::size_t at(tnk_int i, tnk_int j) const { return static_cast<std::size_t>(i + j * ld); }
+  T element(tnk_int i, tnk_int j) const { return this->get(at(i, j)); }
+  Dense dense() const {
+    return {n, columns, [&](tnk_int i, tnk_int j) { return has(i, j) ? wide(element(i, j)) : Wide(0); }};
+  }
+  bool rest_intact() const {
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(this->data());
+    for (std::size_t k = 0; k < this->size() * sizeof(T); ++k) {
+      const auto place = static_cast<tnk_int>(k / sizeof(T));
+      if (!has(place % ld, place / ld) && bytes[k] != 0xFF) return false;
+    }
+    return this->intact();
+  }
+  // do_it(i, j, place) for each element that is stored.
+  template <class Do> void each(Do do_it) const {
+    for (tnk_int j = 0; j < columns; ++j)
+      for (tnk_int i = 0; i < n; ++i)
+        if (has(i, j)) do_it(i, j, at(i, j));
+  }
+  tnk_int n, columns, ld;
+  char part;
+};
+
+template <class T> Dense random_matrix(tnk_int m, tnk_int n, Random &random) {
+  return {m, n, [&](tnk_int, tnk_int) { return wide(random.number<T>()); }};
+}
 
 // Whether every element of `got` is within `bound` times the one of `size` from that of `wanted`. No for a NaN.
 inline testing::AssertionResult close(const Dense &got, const Dense &wanted, const Dense &size,
@@ -65,6 +103,15 @@ inline testing::AssertionResult close(const Dense &got, const Dense &wanted, con
         return testing::AssertionFailure() << "element " << i << ", " << j << ": " << got(i, j) << " for "
                                            << wanted(i, j) << ", allowed " << bound * size(i, j).real();
   return testing::AssertionSuccess();
+}
+// The same where `stored` has elements: a factorization of one triangle need only give that one.
+template <class T>
+testing::AssertionResult close_where(const Stored<T> &stored, Dense got, const Dense &wanted,
+                                     const Dense &size, long double bound) {
+  for (tnk_int j = 0; j < got.columns; ++j)
+    for (tnk_int i = 0; i < got.rows; ++i)
+      if (!stored.has(i, j)) got(i, j) = 0;
+  return close(got, wanted, size, bound);
 }
 
 } // namespace tnk::test

@@ -1,316 +1,284 @@
-// Solves with tridiagonal matrices: what they leave over against the dense matrix, the same bits in any group of
-// right-hand sides, and the positions of pivots that fail.
+// Tridiagonal systems: what each solver leaves over against the dense matrix, the same bits in any group of right-hand
+// sides, bits of plain loops, and what pivots that fail leave behind.
 #include "lapack_ps/dense.h"
-#include "reference/arithmetic.h"
 #include "support/fault_allocator.h"
-#include "support/guarded.h"
 #include "support/named.h"
-#include "support/random.h"
+#include <functional>
 #include <tnk/lapack_ps.h>
 
 namespace tnk::test {
 namespace {
 
-using reference::Real;
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
-using Reals = testing::Types<float, double>;
 template <class T> class Tridiagonal : public testing::Test {};
 template <class T> class RealTridiagonal : public testing::Test {};
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(Tridiagonal, Types, );
 TYPED_TEST_SUITE(RealTridiagonal, Reals, );
+constexpr tnk_int untouched = -7;
+constexpr tnk_int forms[] = {0, 1, 2};
 
-// n numbers that end at a page, the diagonal of a matrix or its neighbours; `least`: added to the real part, away from 0.
-template <class T> struct Diagonal : Guarded<T> {
-  Diagonal(tnk_int n, Random &random, Real<T> least = 0)
-      : Guarded<T>(static_cast<std::size_t>(n < 0 ? 0 : n), page_end) {
-    for (std::size_t i = 0; i < this->size(); ++i) {
-      T x = random.number<T>();
-      Real<T> &re = reinterpret_cast<Real<T> &>(x);
-      re += re < 0 ? -least : least;
-      this->put(i, x);
+// The diagonals of a system of order n, each n elements of which the last ones are not used, the main one moved away
+// from 0.
+template <class T> struct Bands {
+  std::vector<T> dl, d, du, du2;
+  std::vector<Real<T>> real; // a real main diagonal
+  std::vector<tnk_int> ipiv; // each row stays or goes behind the next one
+
+  Bands(tnk_int n, Random &random, double least) {
+    for (tnk_int i = 0; i < n; ++i) {
+      for (auto *band : {&dl, &d, &du, &du2}) band->push_back(random.number<T>());
+      auto &part = reinterpret_cast<Real<T> &>(d.back());
+      part += static_cast<Real<T>>(part < 0 ? -least : least);
+      real.push_back(part);
+      ipiv.push_back(i + 1 + (i + 1 < n ? random.integer(0, 1) : 0));
     }
   }
-  T at(tnk_int i) const { return this->get(static_cast<std::size_t>(i)); }
+  bool swaps(tnk_int i) const { return ipiv[static_cast<std::size_t>(i)] != i + 1; }
+};
+// As a routine gets them, each at the end of a page.
+template <class T> Guarded<T> cut(std::vector<T> band, std::size_t fewer) {
+  band.resize(band.size() - std::min(fewer, band.size()));
+  return Guarded<T>(band);
+}
+template <class T> struct Cut {
+  explicit Cut(const Bands<T> &m) : dl(cut(m.dl, 1)), d(cut(m.d, 0)), du(cut(m.du, 1)), du2(cut(m.du2, 2)) {}
+  Guarded<T> dl, d, du, du2;
 };
 
-// Right-hand sides with a gap of two rows below each column, which must stay.
-template <class T> struct Sides : Guarded<T> {
-  Sides(tnk_int rows, tnk_int columns, Random &random)
-      : Guarded<T>(static_cast<std::size_t>((rows + 2) * columns)), n(rows), nrhs(columns), ld(rows + 2) {
-    for (tnk_int j = 0; j < nrhs; ++j)
-      for (tnk_int i = 0; i < n; ++i) this->put(at(i, j), random.number<T>());
-  }
-  std::size_t at(tnk_int i, tnk_int j) const { return static_cast<std::size_t>(i + j * ld); }
-  Dense dense() const {
-    Dense d(n, nrhs);
-    for (tnk_int j = 0; j < nrhs; ++j)
-      for (tnk_int i = 0; i < n; ++i) d(i, j) = wide(this->get(at(i, j)));
-    return d;
-  }
-  bool gaps_intact() const {
-    for (tnk_int j = 0; j < nrhs; ++j)
-      for (const tnk_int i : {n, n + 1})
-        for (std::size_t byte = 0; byte < sizeof(T); ++byte)
-          if (reinterpret_cast<const unsigned char *>(this->data() + at(i, j))[byte] != 0xFF) return false;
-    return this->intact();
-  }
-  tnk_int n, nrhs, ld;
-};
-
-// solve(nrhs, b, ldb) on the whole, which becomes x, and on each column alone: the same bits.
-template <class T, class Solve> void solve_together_and_alone(Sides<T> &x, Solve solve) {
-  std::vector<T> alone(x.data(), x.data() + x.size());
-  const tnk_int single = 1;
-  for (tnk_int j = 0; j < x.nrhs; ++j) solve(&single, alone.data() + x.at(0, j), &x.ld);
-  solve(&x.nrhs, x.data(), &x.ld);
-  for (tnk_int j = 0; j < x.nrhs; ++j)
-    for (tnk_int i = 0; i < x.n; ++i)
-      ASSERT_TRUE(reference::same(x.get(x.at(i, j)), alone[x.at(i, j)])) << "element " << i << ", " << j;
-  ASSERT_TRUE(x.gaps_intact());
+template <class T> bool same(const Guarded<T> &a, const Guarded<T> &b) {
+  return a.size() == 0 || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
 }
 
+// Element (i, j) where bands[k] is the k-th diagonal from `lowest` up, counted by its column below the main one and by
+// its row above.
 template <class T>
-Dense dense_tridiagonal(tnk_int n, const Diagonal<T> &dl, const Diagonal<T> &d, const Diagonal<T> &du) {
-  Dense a(n, n);
-  for (tnk_int i = 0; i < n; ++i) a(i, i) = wide(d.at(i));
-  for (tnk_int i = 0; i + 1 < n; ++i) a(i + 1, i) = wide(dl.at(i)), a(i, i + 1) = wide(du.at(i));
-  return a;
+Dense banded(tnk_int n, tnk_int lowest, const std::vector<const std::vector<T> *> &bands, Wide diagonal = 0) {
+  return {n, n, [&](tnk_int i, tnk_int j) {
+            const tnk_int k = j - i - lowest;
+            if (i == j && diagonal != Wide(0)) return diagonal;
+            return k >= 0 && k < static_cast<tnk_int>(bands.size())
+                       ? wide((*bands[static_cast<std::size_t>(k)])[static_cast<std::size_t>(std::min(i, j))])
+                       : Wide(0);
+          }};
 }
 
-constexpr tnk_int counts[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 12, 13, 17};
-
-TYPED_TEST(Tridiagonal, SolvesWithInterchangedFactors) {
-  using T = TypeParam;
-  Random random;
-  const Named<T> gtts2("tnk_lapack_ps_?gtts2");
-  for (tnk_int n = 0; n <= 12; ++n)
-    for (const tnk_int nrhs : counts)
-      for (const tnk_int form : {0, 1, 2}) {
-        const Diagonal<T> dl(n - 1, random), d(n, random, 1), du(n - 1, random), du2(n - 2, random);
-        Guarded<tnk_int> ipiv(static_cast<std::size_t>(n > 0 ? n - 1 : 0), page_end);
-        Dense lower(n, n), upper(n, n);
-        for (tnk_int i = 0; i < n; ++i) {
-          lower(i, i) = 1;
-          upper(i, i) = wide(d.at(i));
-          if (i + 1 < n) upper(i, i + 1) = wide(du.at(i));
-          if (i + 2 < n) upper(i, i + 2) = wide(du2.at(i));
-        }
-        // The steps of the elimination undone, the last one first.
-        for (tnk_int i = n - 2; i >= 0; --i) {
-          const bool swapped = random.integer(0, 1) == 1;
-          ipiv.put(static_cast<std::size_t>(i), i + 1 + swapped);
-          for (tnk_int j = 0; j < n; ++j) {
-            lower(i + 1, j) += wide(dl.at(i)) * lower(i, j);
-            if (swapped) std::swap(lower(i, j), lower(i + 1, j));
-          }
-        }
-        Sides<T> x(n, nrhs, random);
-        const Dense b = x.dense();
-        ASSERT_NO_FATAL_FAILURE(
-            solve_together_and_alone(x, [&](const tnk_int *some, T *to, const tnk_int *ldb) {
-              gtts2(&form, &n, some, dl.data(), d.data(), du.data(), du2.data(),
-                    static_cast<const tnk_int *>(ipiv.data()), to, ldb);
-            }));
-        const char letter = "NTC"[form];
-        const Dense size = form == 0 ? lower.magnitudes() * upper.magnitudes()
-                                     : upper.form(letter).magnitudes() * lower.form(letter).magnitudes();
-        ASSERT_TRUE(
-            close((lower * upper).form(letter) * x.dense(), b, size * x.dense().magnitudes(), 20 * eps<T>))
-            << "n " << n << " nrhs " << nrhs << " itrans " << form;
-      }
-}
-
-// A quotient is a true quotient: with multipliers of zero each element is b / d.
-TYPED_TEST(RealTridiagonal, DividesByPivotsAndNotByTheirReciprocals) {
-  using T = TypeParam;
-  Random random;
-  const tnk_int n = 7, nrhs = 13, form = 0;
-  Diagonal<T> dl(n - 1, random), d(n, random, 1), du(n - 1, random), du2(n - 2, random);
-  std::vector<tnk_int> ipiv(n - 1);
-  for (std::size_t i = 0; i + 1 < n; ++i) dl.put(i, 0), du.put(i, 0), ipiv[i] = static_cast<tnk_int>(i) + 1;
-  for (std::size_t i = 0; i + 2 < n; ++i) du2.put(i, 0);
-  Sides<T> x(n, nrhs, random);
-  std::vector<T> b(x.data(), x.data() + x.size());
-  Named<T>("tnk_lapack_ps_?gtts2")(&form, &n, &nrhs, dl.data(), d.data(), du.data(), du2.data(), ipiv.data(),
-                                   x.data(), &x.ld);
-  for (tnk_int j = 0; j < nrhs; ++j)
-    for (tnk_int i = 0; i < n; ++i) ASSERT_EQ(x.get(x.at(i, j)), b[x.at(i, j)] / d.at(i));
-}
-
-TYPED_TEST(RealTridiagonal, EliminatesWithInterchanges) {
-  using T = TypeParam;
-  Random random;
-  const Named<T> gtsv("tnk_lapack_ps_?gtsv_small");
-  for (tnk_int n = 0; n <= 12; ++n)
-    for (const tnk_int nrhs : counts) {
-      const Diagonal<T> dl(n - 1, random), d(n, random, T(0.25)), du(n - 1, random);
-      const Dense a = dense_tridiagonal(n, dl, d, du);
-      Sides<T> x(n, nrhs, random);
-      const Dense b = x.dense();
-      tnk_int info = -7;
-      ASSERT_NO_FATAL_FAILURE(
-          solve_together_and_alone(x, [&](const tnk_int *some, T *to, const tnk_int *ldb) {
-            Diagonal<T> l = Diagonal<T>(n - 1, random), m(n, random), u(n - 1, random);
-            for (std::size_t i = 0; i < d.size(); ++i) m.put(i, d.get(i));
-            for (std::size_t i = 0; i < dl.size(); ++i) l.put(i, dl.get(i)), u.put(i, du.get(i));
-            gtsv(&n, some, l.data(), m.data(), u.data(), to, ldb, &info);
-            // U in m, u and l; the last element of l stays.
-            EXPECT_TRUE(n < 2 || l.at(n - 2) == dl.at(n - 2));
-          }));
-      ASSERT_EQ(info, -7);
-      long double most = 0;
-      const Dense found = x.dense();
-      for (const Wide &e : found.elements) most = std::fmax(most, size_of(e));
-      const Dense bound = b.each([&](Wide) { return Wide(most + 1); });
-      ASSERT_TRUE(close(a * found, b, bound, 40 * eps<T>)) << "n " << n << " nrhs " << nrhs;
-    }
-}
-
-TYPED_TEST(RealTridiagonal, EliminationEndsAtAZeroPivotAndGoesOnAtANan) {
-  using T = TypeParam;
-  const Named<T> gtsv("tnk_lapack_ps_?gtsv_small");
-  const tnk_int n = 6;
-  for (const tnk_int nrhs : {0, 1, 3})
-    for (tnk_int bad = 0; bad < n; ++bad)
-      for (const T pivot : {T(0), std::numeric_limits<T>::quiet_NaN()}) {
-        std::vector<T> dl(n - 1), d(n, 2), du(n - 1), b(n * 3, 4);
-        d[static_cast<std::size_t>(bad)] = pivot;
-        tnk_int info = 0;
-        gtsv(&n, &nrhs, dl.data(), d.data(), du.data(), b.data(), &n, &info);
-        EXPECT_EQ(info, pivot == 0 ? bad + 1 : 0);
-        EXPECT_EQ(std::isnan(b[static_cast<std::size_t>(bad)]), pivot != 0 && nrhs > 0);
-        // A NaN is not at least as large as the element below: its row was interchanged.
-        EXPECT_TRUE(pivot == 0 || bad + 1 == n || d[static_cast<std::size_t>(bad)] == 0);
-      }
-}
-
-TYPED_TEST(Tridiagonal, SolvesPositiveDefiniteOnes) {
-  using T = TypeParam;
-  Random random;
-  const Named<T> ptts2("tnk_lapack_ps_?ptts2");
-  for (tnk_int n = 0; n <= 12; ++n)
-    for (const tnk_int nrhs : counts) {
-      const Diagonal<T> e(n - 1, random);
-      Diagonal<Real<T>> d(n, random, 1);
-      Dense lower(n, n), middle(n, n);
-      for (tnk_int i = 0; i < n; ++i) lower(i, i) = 1, middle(i, i) = wide(d.at(i));
-      for (tnk_int i = 0; i + 1 < n; ++i) lower(i + 1, i) = wide(e.at(i));
-      Sides<T> x(n, nrhs, random), again(n, nrhs, random);
-      for (std::size_t i = 0; i < x.size(); ++i) again.put(i, x.get(i));
-      const Dense b = x.dense();
-      const auto solve = [&](const tnk_int *some, T *to, const tnk_int *ldb) {
-        ptts2(&n, some, d.data(), e.data(), to, ldb);
-      };
-      ASSERT_NO_FATAL_FAILURE(solve_together_and_alone(x, solve));
-      const Dense right = middle * lower.form('C');
-      const Dense size = lower.magnitudes() * right.magnitudes() * x.dense().magnitudes();
-      ASSERT_TRUE(close(lower * right * x.dense(), b, size, 20 * eps<T>)) << "n " << n << " nrhs " << nrhs;
-      // Without memory: the same.
-      allocations.reset();
-      allocations.refuse = 1;
-      solve(&nrhs, again.data(), &again.ld);
-      EXPECT_EQ(allocations.live + allocations.overrun, 0);
-      for (tnk_int j = 0; j < nrhs; ++j)
-        for (tnk_int i = 0; i < n; ++i)
-          ASSERT_TRUE(reference::same(again.get(again.at(i, j)), x.get(x.at(i, j))));
-    }
-  allocations.reset();
-}
-
-// ---- From both ends -------------------------------------------------------------------------------------------------
-
-template <class T> struct Dominant {
-  Diagonal<T> dl, d, du;
-  Dominant(tnk_int n, Random &random) : dl(n - 1, random), d(n, random, 4), du(n - 1, random) {}
+// A way to solve A X = B, and the magnitudes that its error is measured by.
+template <class T> struct Solver {
+  std::string name;
+  Dense a, size;
+  std::function<void(const tnk_int *nrhs, T *b, const tnk_int *ldb)> solve;
 };
 
-TYPED_TEST(Tridiagonal, SolvesDominantOnesFromBothEnds) {
+template <class T> std::vector<Solver<T>> solvers_with_factors(tnk_int n, Random &random) {
+  std::vector<Solver<T>> solvers;
+  const Bands<T> f(n, random, 1);
+  // The steps of an elimination with interchanges undone, the last one first.
+  Dense lower = banded<T>(n, 0, {}, 1);
+  const Dense upper = banded<T>(n, 0, {&f.d, &f.du, &f.du2});
+  for (tnk_int i = n - 2; i >= 0; --i)
+    for (tnk_int j = 0; j < n; ++j) {
+      lower(i + 1, j) += wide(f.dl[static_cast<std::size_t>(i)]) * lower(i, j);
+      if (f.swaps(i)) std::swap(lower(i, j), lower(i + 1, j));
+    }
+  for (const tnk_int &form : forms) {
+    const char letter = "NTC"[form];
+    const Dense left = form == 0 ? lower : upper.form(letter), right = form == 0 ? upper : lower.form(letter);
+    solvers.push_back({std::string("gtts2 ") + letter, left * right, left.magnitudes() * right.magnitudes(),
+                       [=](const tnk_int *nrhs, T *b, const tnk_int *ldb) {
+                         Cut<T> c(f);
+                         auto ipiv = cut(f.ipiv, 1);
+                         Named<T>("tnk_lapack_ps_?gtts2")(&form, &n, nrhs, c.dl.data(), c.d.data(),
+                                                          c.du.data(), c.du2.data(), ipiv.data(), b, ldb);
+                       }});
+  }
+  const Dense unit = banded<T>(n, -1, {&f.dl}, 1), right = banded<Real<T>>(n, 0, {&f.real}) * unit.form('C');
+  for (const int refused : {0, 1})
+    solvers.push_back({"ptts2", unit * right, unit.magnitudes() * right.magnitudes(),
+                       [=](const tnk_int *nrhs, T *b, const tnk_int *ldb) {
+                         allocations.reset();
+                         allocations.refuse = refused;
+                         auto d = cut(f.real, 0);
+                         auto e = cut(f.dl, 1);
+                         Named<T>("tnk_lapack_ps_?ptts2")(&n, nrhs, d.data(), e.data(), b, ldb);
+                         EXPECT_EQ(allocations.live + allocations.overrun, 0);
+                         EXPECT_EQ(allocations.made, n > 1 && *nrhs > 3 && !refused);
+                         allocations.reset();
+                       }});
+  return solvers;
+}
+
+template <class T> std::vector<Solver<T>> solvers_of_matrices(tnk_int n, Random &random) {
+  std::vector<Solver<T>> solvers;
+  const Bands<T> m(n, random, 4);
+  const Dense a = banded<T>(n, -1, {&m.dl, &m.d, &m.du});
+  const auto factor = [=](Cut<T> &c) {
+    tnk_int info = untouched;
+    Named<T>("tnk_lapack_ps_?dttrfb")(&n, c.dl.data(), c.d.data(), c.du.data(), &info);
+    EXPECT_EQ(info, 0);
+  };
+  for (const char letter : {'N', 'n', 'T', 't', 'C', 'x'})
+    solvers.push_back({std::string("dttrsb ") + letter, a.form(letter), a.form(letter).magnitudes(),
+                       [=](const tnk_int *nrhs, T *b, const tnk_int *ldb) {
+                         Cut<T> c(m);
+                         factor(c);
+                         tnk_int info = untouched;
+                         Named<T>("tnk_lapack_ps_?dttrsb")(&letter, &n, nrhs, c.dl.data(), c.d.data(),
+                                                           c.du.data(), b, ldb, &info);
+                         EXPECT_EQ(info, 0);
+                       }});
+  solvers.push_back({"dtsvb", a, a.magnitudes(), [=](const tnk_int *nrhs, T *b, const tnk_int *ldb) {
+                       Cut<T> c(m), like(m);
+                       tnk_int info = untouched;
+                       Named<T>("tnk_lapack_ps_?dtsvb")(&n, nrhs, c.dl.data(), c.d.data(), c.du.data(), b,
+                                                        ldb, &info);
+                       EXPECT_EQ(info, 0);
+                       if (*nrhs > 0) factor(like);
+                       EXPECT_TRUE(same(c.dl, like.dl) && same(c.d, like.d) && same(c.du, like.du));
+                     }});
+  // U takes the place of the matrix and is solved with, but for the last element of dl, which stays. Interchanges bring
+  // the largest elements to other rows.
+  if constexpr (std::is_floating_point_v<T>) {
+    const Bands<T> g(n, random, 0.25);
+    solvers.push_back({"gtsv", banded<T>(n, -1, {&g.dl, &g.d, &g.du}),
+                       Dense(n, n, [](tnk_int, tnk_int) { return 4; }),
+                       [=](const tnk_int *nrhs, T *b, const tnk_int *ldb) {
+                         Cut<T> c(g);
+                         tnk_int info = untouched;
+                         Named<T>("tnk_lapack_ps_?gtsv_small")(&n, nrhs, c.dl.data(), c.d.data(), c.du.data(),
+                                                               b, ldb, &info);
+                         EXPECT_EQ(info, untouched);
+                         const std::size_t size = c.dl.size();
+                         EXPECT_TRUE(size == 0 || c.dl.get(size - 1) == g.dl[size - 1]);
+                       }});
+  }
+  return solvers;
+}
+
+// Right-hand sides one by one are solved, and any number of them at once get the same bits.
+TYPED_TEST(Tridiagonal, Solves) {
   using T = TypeParam;
   Random random;
   for (tnk_int n = 0; n <= 12; ++n)
-    for (const tnk_int nrhs : counts) {
-      Dominant<T> m(n, random);
-      const Dense a = dense_tridiagonal(n, m.dl, m.d, m.du);
-      Dominant<T> once(n, random); // for the fused form
-      for (std::size_t i = 0; i < m.d.size(); ++i) once.d.put(i, m.d.get(i));
-      for (std::size_t i = 0; i < m.dl.size(); ++i) once.dl.put(i, m.dl.get(i)), once.du.put(i, m.du.get(i));
-      tnk_int info = -7;
-      Named<T>("tnk_lapack_ps_?dttrfb")(&n, m.dl.data(), m.d.data(), m.du.data(), &info);
-      ASSERT_EQ(info, 0);
-      for (const char letter : {'N', 'n', 'T', 't', 'C', 'x'}) {
-        Sides<T> x(n, nrhs, random), fused(n, nrhs, random);
-        for (std::size_t i = 0; i < x.size(); ++i) fused.put(i, x.get(i));
-        const Dense b = x.dense();
-        ASSERT_NO_FATAL_FAILURE(
-            solve_together_and_alone(x, [&](const tnk_int *some, T *to, const tnk_int *ldb) {
-              info = -7;
-              Named<T>("tnk_lapack_ps_?dttrsb")(&letter, &n, some, static_cast<const T *>(m.dl.data()),
-                                                static_cast<const T *>(m.d.data()),
-                                                static_cast<const T *>(m.du.data()), to, ldb, &info);
-              ASSERT_EQ(info, 0);
-            }));
-        const Dense form = a.form(letter);
-        const Dense size = form.magnitudes() * x.dense().magnitudes();
-        ASSERT_TRUE(close(form * x.dense(), b, size, 20 * eps<T>)) << "n " << n << " nrhs " << nrhs << letter;
-        if (letter != 'N') continue;
-        info = -7;
-        Named<T>("tnk_lapack_ps_?dtsvb")(&n, &nrhs, once.dl.data(), once.d.data(), once.du.data(),
-                                         fused.data(), &fused.ld, &info);
-        ASSERT_EQ(info, 0);
-        if (nrhs == 0) continue;
-        const auto same = [](const Guarded<T> &p, const Guarded<T> &q) {
-          return p.size() == 0 || std::memcmp(p.data(), q.data(), p.size() * sizeof(T)) == 0;
-        };
-        EXPECT_TRUE(same(once.d, m.d) && same(once.dl, m.dl) && same(once.du, m.du) && same(fused, x)) << n;
+    for (const auto &some : {solvers_with_factors<T>(n, random), solvers_of_matrices<T>(n, random)})
+      for (const Solver<T> &solver : some) {
+        const tnk_int one = 1, most = 17;
+        const Dense b = random_matrix<T>(n, most, random);
+        const Stored<T> before(b);
+        Stored<T> alone(b);
+        const Dense rounded = alone.dense();
+        for (tnk_int j = 0; j < most; ++j) solver.solve(&one, alone.data() + j * alone.ld, &alone.ld);
+        const Dense x = alone.dense();
+        ASSERT_TRUE(close(solver.a * x, rounded, solver.size * x.magnitudes(), 20 * eps<T>))
+            << solver.name << " n " << n;
+        for (const tnk_int nrhs : {0, 1, 3, 4, 5, 7, 8, 9, 12, 13, 17}) {
+          Stored<T> together(b);
+          solver.solve(&nrhs, together.data(), &together.ld);
+          for (std::size_t k = 0; k < together.size(); ++k)
+            ASSERT_TRUE(
+                reference::same(together.get(k), (tnk_int(k) < nrhs * alone.ld ? alone : before).get(k)))
+                << solver.name << " n " << n << " nrhs " << nrhs;
+          ASSERT_TRUE(together.rest_intact());
+        }
       }
+}
+
+// ---- Bit for bit ----------------------------------------------------------------------------------------------------
+
+// With the factors of an elimination, a quotient being a true one.
+TYPED_TEST(RealTridiagonal, SolvesStepByStep) {
+  using T = TypeParam;
+  Random random;
+  for (tnk_int n = 1; n <= 12; ++n)
+    for (const tnk_int form : {0, 1}) {
+      const Bands<T> f(n, random, 1);
+      Stored<T> x(random_matrix<T>(n, 1, random));
+      std::vector<T> b(x.data(), x.data() + n);
+      const auto end = static_cast<std::size_t>(n);
+      const auto eliminate = [&](std::size_t i) {
+        const bool swaps = f.swaps(static_cast<tnk_int>(i));
+        if (form == 0 && swaps) std::swap(b[i], b[i + 1]);
+        T &next = form == 0 ? b[i + 1] : b[i];
+        next = next - f.dl[i] * (form == 0 ? b[i] : b[i + 1]);
+        if (form == 1 && swaps) std::swap(b[i], b[i + 1]);
+      };
+      for (std::size_t i = 0; form == 0 && i + 1 < end; ++i) eliminate(i);
+      for (std::size_t k = 0; k < end; ++k) {
+        const std::size_t i = form == 0 ? end - 1 - k : k;
+        if (k > 0) b[i] = form == 0 ? b[i] - f.du[i] * b[i + 1] : b[i] - f.du[i - 1] * b[i - 1];
+        if (k > 1) b[i] = form == 0 ? b[i] - f.du2[i] * b[i + 2] : b[i] - f.du2[i - 2] * b[i - 2];
+        b[i] = b[i] / f.d[i];
+      }
+      for (std::size_t i = end - 1; form == 1 && i-- > 0;) eliminate(i);
+      const tnk_int one = 1;
+      Named<T>("tnk_lapack_ps_?gtts2")(&form, &n, &one, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(),
+                                       f.ipiv.data(), x.data(), &n);
+      for (std::size_t i = 0; i < end; ++i) EXPECT_EQ(x.get(i), b[i]) << n << ' ' << form << ' ' << i;
     }
 }
 
-// The factors of real matrices bit for bit, by the steps from the top and the bottom in turn.
-TYPED_TEST(RealTridiagonal, FactorsFromBothEndsStepByStep) {
+// From both ends, by steps from the top and the bottom in turn.
+TYPED_TEST(RealTridiagonal, FactorsStepByStep) {
   using T = TypeParam;
   Random random;
   for (tnk_int n = 1; n <= 12; ++n) {
-    Dominant<T> m(n, random);
-    std::vector<T> d(m.d.data(), m.d.data() + n), dl(m.dl.data(), m.dl.data() + n - 1), du(dl.size());
-    for (std::size_t i = 0; i < du.size(); ++i) du[i] = m.du.get(i);
+    Bands<T> m(n, random, 4);
+    Cut<T> c(m);
     // `pivot` eliminates the row beside it, `beside` being the place of both off-diagonal elements.
     const auto step = [&](tnk_int pivot, tnk_int row, tnk_int beside) {
-      const T inverse = 1 / d[pivot];
-      d[pivot] = inverse;
-      dl[beside] = inverse * dl[beside];
-      d[row] = d[row] - dl[beside] * du[beside];
+      const T inverse = 1 / m.d[pivot];
+      m.d[pivot] = inverse;
+      m.dl[beside] = inverse * m.dl[beside];
+      m.d[row] = m.d[row] - m.dl[beside] * m.du[beside];
     };
     for (tnk_int k = 0; k < (n - 1) / 2; ++k) step(k, k + 1, k), step(n - 1 - k, n - 2 - k, n - 2 - k);
     if (n % 2 == 0) step(n / 2 - 1, n / 2, n / 2 - 1);
-    d[n / 2] = 1 / d[n / 2];
-    tnk_int info = -7;
-    Named<T>("tnk_lapack_ps_?dttrfb")(&n, m.dl.data(), m.d.data(), m.du.data(), &info);
+    m.d[n / 2] = 1 / m.d[n / 2];
+    tnk_int info = untouched;
+    Named<T>("tnk_lapack_ps_?dttrfb")(&n, c.dl.data(), c.d.data(), c.du.data(), &info);
     EXPECT_EQ(info, 0);
-    for (std::size_t i = 0; i < d.size(); ++i) EXPECT_EQ(m.d.get(i), d[i]) << n << ' ' << i;
-    for (std::size_t i = 0; i < dl.size(); ++i)
-      EXPECT_TRUE(m.dl.get(i) == dl[i] && m.du.get(i) == du[i]) << n << ' ' << i;
+    const Cut<T> steps(m);
+    EXPECT_TRUE(same(c.dl, steps.dl) && same(c.d, steps.d) && same(c.du, steps.du)) << n;
   }
 }
 
-TYPED_TEST(Tridiagonal, BothEndsReportWhereAPivotFails) {
+// ---- Pivots that fail -----------------------------------------------------------------------------------------------
+
+// Diagonal matrices with one pivot that is zero, or a NaN in either part.
+TYPED_TEST(Tridiagonal, ReportsWhereAPivotFails) {
   using T = TypeParam;
-  const Real<T> nan = std::numeric_limits<Real<T>>::quiet_NaN();
+  const auto quiet = static_cast<Real<T>>(nan);
   for (tnk_int n = 1; n <= 7; ++n)
     for (tnk_int bad = 0; bad < n; ++bad)
       for (const T pivot :
-           {T{}, reference::number<T>(nan), reference::number<T>(reference::is_pair<T> ? 1 : nan, nan)})
-        for (const tnk_int nrhs : {0, 1, 2}) {
-          std::vector<T> dl(static_cast<std::size_t>(n)), d(dl.size(), reference::number<T>(2)), du = dl;
-          std::vector<T> b(dl.size() * 2, reference::number<T>(4));
-          d[static_cast<std::size_t>(bad)] = pivot;
+           {T{}, reference::number<T>(quiet), reference::number<T>(reference::is_pair<T> ? 1 : quiet, quiet)})
+        for (const tnk_int nrhs : {0, 1, 3}) {
+          const auto place = static_cast<std::size_t>(bad), order = static_cast<std::size_t>(n);
+          std::vector<T> dl(order), d(order, reference::number<T>(2)), du = dl;
+          std::vector<T> b(order * 3, reference::number<T>(4));
+          d[place] = pivot;
+          const auto call = [&](const char *name, auto... arguments) {
+            tnk_int info = untouched;
+            Named<T>(std::string("tnk_lapack_ps_?") + name)(&n, arguments..., &info);
+            return info;
+          };
           auto factors = d;
-          tnk_int info = -7;
-          Named<T>("tnk_lapack_ps_?dttrfb")(&n, dl.data(), factors.data(), du.data(), &info);
-          EXPECT_EQ(info, bad + 1) << n;
-          info = -7;
-          Named<T>("tnk_lapack_ps_?dtsvb")(&n, &nrhs, dl.data(), d.data(), du.data(), b.data(), &n, &info);
-          EXPECT_EQ(info, nrhs == 0 ? 0 : bad + 1) << n;
+          EXPECT_EQ(call("dttrfb", dl.data(), factors.data(), du.data()), bad + 1) << n;
+          factors = d;
+          auto x = b;
+          EXPECT_EQ(call("dtsvb", &nrhs, dl.data(), factors.data(), du.data(), x.data(), &n),
+                    nrhs == 0 ? 0 : bad + 1)
+              << n;
+          // A zero ends an elimination with interchanges. A NaN is not as large as the element below it: its row goes
+          // down, and there is no other one in the last row.
+          if constexpr (std::is_floating_point_v<T>) {
+            factors = d, x = b;
+            auto u = du;
+            EXPECT_EQ(call("gtsv_small", &nrhs, dl.data(), factors.data(), u.data(), x.data(), &n),
+                      pivot == 0 ? bad + 1 : untouched);
+            EXPECT_EQ(std::isnan(x[place]), pivot != 0 && nrhs > 0);
+            EXPECT_TRUE(pivot == 0 || bad + 1 == n || factors[place] == 0);
+          }
         }
 }
 

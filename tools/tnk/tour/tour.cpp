@@ -18,6 +18,7 @@ constexpr Scene scenes[] = {
     {"vectors", "statistics of the monthly sunspot numbers, by vector kernels", vectors_scene},
     {"product", "principal components of the heights of a volcano, by matrix products", product_scene},
     {"sparse", "the stiffest mode of a structure, by products with a sparse matrix", sparse_scene},
+    {"smoothing", "the sunspot numbers smoothed, by tridiagonal solvers", smoothing_scene},
 };
 
 struct Options {
