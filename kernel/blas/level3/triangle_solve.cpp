@@ -229,7 +229,7 @@ TNK_INLINE void solve_group(tnk_int i, const T *a, T *panel, const Sides &b, tnk
     });
     unrolled<held>([&](auto h) TNK_INLINED { store(to + h * width<T>, x[h]); });
     unrolled<R - l - 1>([&](auto below)
-                             TNK_INLINED { take_away<T, V>(s[l + 1 + below], a + l + 1 + below, x); });
+                            TNK_INLINED { take_away<T, V>(s[l + 1 + below], a + l + 1 + below, x); });
     a += rows_of_group, to += step;
   });
   b.store(s, i, first, count);
