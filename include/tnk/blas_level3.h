@@ -258,6 +258,77 @@ typedef struct tnk_triangular_level {
   TNK_TRIANGULAR_STAGE_NAMED(t##name##_left_ker, T)                                                          \
   TNK_TRIANGULAR_STAGE_NAMED(t##name##_right_ker, T)
 
+/* ---- Triangular solve ------------------------------------------------------------------------------------------ */
+
+/* The solve: op(A) X = alpha B or X op(A) = alpha B, X over B, A a triangle of order m on the left, n on the right. Letters
+   as in the multiply below. A diagonal element acts by its reciprocal, formed once: a zero gives infinities and NaN, and no
+   report. Method: blocks on the diagonal, each after one product that takes away what the solved part contributes.
+
+     x?trsm         no-op when m < 1 or n < 1. alpha = 0 stores zeros over whatever B holds, without reading A and without
+                    memory. Then one block of scratch, of the same size for every order: 3 MB in d and c, 1.5 in s, 6 in z.
+                    Without it, which is reported under "xtrsm", B stays as it was to the last bit. Then alpha goes to B,
+                    and all the rest runs with an alpha of 1.
+                      left    levels of 128, 32 rows by 1000 columns, from the first whose block is not above m, or the
+                              first if there is none
+                      right   levels of 128 (256 from n = 2000 on), 32 columns by 512 rows, from the first whose block is
+                              below n, or the first
+     left, right    the loops of a level. A block goes to the last level, or to the finish if this is the last or the last
+                    one's block is not below m (n on the right). Products run in the buffers of the descriptor, where its
+                    blocks, chosen anew, have room; by x?gemm without a descriptor.
+     left_ker,      the finish. In d whole groups of 4 rows of the triangle and 4 right-hand sides by copya and ll, lu, rl or
+     right_ker      ru, in the buffers of the level; rows left over by pst, and between the two gemm_pst; right-hand sides
+                    left over by pst. All by pst without a descriptor, a buffer or a group, and beyond an order of 508.
+                    In s, c and z by the family.
+     dtrsm_copya    packs op(A) as ll and lu on the left take it, with reciprocals on the diagonal (1 where it is unit). For
+                    the right, rl and ru, with the no_transpose flag turned round. Any order; packed: 8 g (g + 1) elements
+                    with g groups of 4 rows.
+     dtrsm_ll, _lu  op(A) X = B by that, op(A) lower or upper, for `count` columns. B begins `offset` rows below b.
+     dtrsm_rl, _ru  X op(A) = B, for `count` rows. B begins `offset` columns behind b. buffer: the solved part of 8 right-hand
+                    sides, 8 * order elements at a multiple of 32 bytes. non_unit is not read: copya has written the ones.
+     dtrsm_pst      the list, the effect and the bits of x?trsm, but without memory, and slower.
+     strsm_lln ...  side, uplo, operation (c in the complex types only): the same in s, c, z, with an alpha of 1.
+
+   Bits. Right-hand sides, columns on the left and rows on the right, may be cut into calls anywhere: as long as all is
+   finite an element has the same bits in a part as in the whole, and those of the forms without memory as well. */
+TNK_TRIANGULAR_FAMILY(s, float, trsm)
+TNK_TRIANGULAR_FAMILY(d, double, trsm)
+TNK_TRIANGULAR_FAMILY(c, tnk_complex8, trsm)
+TNK_TRIANGULAR_FAMILY(z, tnk_complex16, trsm)
+
+#define TNK_TRSM_SOLVER(name, T)                                                                             \
+  void tnk_blas_##name(const char *diag, const tnk_int *m, const tnk_int *n, const T *a, const tnk_int *lda, \
+                       T *b, const tnk_int *ldb);
+#define TNK_TRSM_SOLVERS(t, T, o)                                                                            \
+  TNK_TRSM_SOLVER(t##trsm_ll##o, T)                                                                          \
+  TNK_TRSM_SOLVER(t##trsm_lu##o, T)                                                                          \
+  TNK_TRSM_SOLVER(t##trsm_rl##o, T)                                                                          \
+  TNK_TRSM_SOLVER(t##trsm_ru##o, T)
+TNK_TRSM_SOLVERS(s, float, n)
+TNK_TRSM_SOLVERS(s, float, t)
+TNK_TRSM_SOLVERS(c, tnk_complex8, n)
+TNK_TRSM_SOLVERS(c, tnk_complex8, t)
+TNK_TRSM_SOLVERS(c, tnk_complex8, c)
+TNK_TRSM_SOLVERS(z, tnk_complex16, n)
+TNK_TRSM_SOLVERS(z, tnk_complex16, t)
+TNK_TRSM_SOLVERS(z, tnk_complex16, c)
+#undef TNK_TRSM_SOLVERS
+#undef TNK_TRSM_SOLVER
+
+void tnk_blas_dtrsm_copya(const uint8_t *upper, const uint8_t *no_transpose, const uint8_t *transpose,
+                          const char *diag, const tnk_int *order, const double *a, const tnk_int *lda,
+                          double *packed);
+#define TNK_TRSM_KERNEL(name)                                                                                \
+  void tnk_blas_##name(const tnk_int *order, const tnk_int *count, const double *packed, double *buffer,     \
+                       const tnk_int *offset, double *b, const tnk_int *ldb, const tnk_int *non_unit);
+TNK_TRSM_KERNEL(dtrsm_ll)
+TNK_TRSM_KERNEL(dtrsm_lu)
+TNK_TRSM_KERNEL(dtrsm_rl)
+TNK_TRSM_KERNEL(dtrsm_ru)
+#undef TNK_TRSM_KERNEL
+void tnk_blas_dtrsm_pst(const char *side, const char *uplo, const char *transa, const char *diag,
+                        const tnk_int *m, const tnk_int *n, const double *alpha, const double *a,
+                        const tnk_int *lda, double *b, const tnk_int *ldb);
+
 /* The multiply: B := alpha op(A) B or B := alpha B op(A), in place, A a triangle of order m on the left, n on the right.
 
    side "L" left, any other byte right; uplo "U" upper, any other lower; transa as above; diag "U" unit, any other not; in

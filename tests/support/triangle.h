@@ -13,6 +13,12 @@ struct Form {
   bool upper() const { return uplo == 'U' || uplo == 'u'; }
   bool unit() const { return diag == 'U' || diag == 'u'; }
   bool as_it_is() const { return trans == 'N' || trans == 'n'; }
+  // Side, triangle and operation as the names of a family have them.
+  std::string suffix() const {
+    std::string text;
+    for (const char letter : {side, uplo, trans}) text += static_cast<char>(letter + ('a' - 'A'));
+    return text;
+  }
   bool conjugates() const { return !as_it_is() && trans != 'T' && trans != 't'; }
 };
 template <class T> std::vector<Form> all_forms() {
@@ -74,13 +80,17 @@ template <class T> struct TriangleProduct {
   }
   // What is wrong with B, if anything.
   std::string fault() const {
+    const std::string gaps = gap_fault();
+    return !gaps.empty() ? gaps : exact ? row_fault() : element_fault();
+  }
+  // What is wrong beside the elements of B.
+  std::string gap_fault() const {
     for (tnk_int j = 0; j < n; ++j)
       for (tnk_int i = m; i < ldb; ++i) {
         const T got = result(i, j), was = old(i, j);
         if (!same_bits(&got, &was)) return "gap of column " + std::to_string(j);
       }
-    if (!a.intact() || !b.intact()) return "written outside";
-    return exact ? row_fault() : element_fault();
+    return a.intact() && b.intact() ? "" : "written outside";
   }
   bool untouched() const { return same_bits(b.data(), before.data(), before.size()) && b.intact(); }
 

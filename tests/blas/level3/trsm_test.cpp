@@ -1,0 +1,328 @@
+// The triangular solve, by its entries and by each of its stages, held by its residual.
+#include "blas/level3/family.h"
+#include "support/allocations.h"
+#include "support/error_recorder.h"
+#include "support/named.h"
+#include "support/triangle.h"
+
+namespace tnk::test {
+namespace {
+
+// op(A) X = alpha B or X op(A) = alpha B, with X over B. What must not be read of A is NaN; solutions stay near 1.
+template <class T> struct TriangleSolve : TriangleProduct<T> {
+  TriangleSolve(Form letters, tnk_int rows, tnk_int columns, T by = one<T>)
+      : TriangleProduct<T>(letters, rows, columns, by) {
+    for (tnk_int j = 0; j < this->order; ++j)
+      for (tnk_int i = 0; i < this->order; ++i) {
+        const auto at = static_cast<std::size_t>(i + j * this->lda);
+        const T x = this->a.get(at);
+        if (i == j)
+          this->a.put(at, x + scalar<T>(reference::re(x) < 0 ? -1 : 1, 0.5));
+        else
+          this->a.put(at, real_of<T>(2) / static_cast<real_of<T>>(this->order) * x);
+      }
+  }
+  // Of that order, with so many right-hand sides.
+  static TriangleSolve of(Form form, tnk_int order, tnk_int sides, T by = one<T>) {
+    return TriangleSolve(form, form.left() ? order : sides, form.left() ? sides : order, by);
+  }
+
+  // op(A) X - alpha B by element: |error| <= (order + 4) eps (|op(A)| |X| + |alpha B|), twice that in complex.
+  std::string fault() const {
+    using reference::wide;
+    const auto &p = *this;
+    constexpr wide eps = std::numeric_limits<real_of<T>>::epsilon() / 2;
+    std::vector<T> op_a(static_cast<std::size_t>(p.order * p.order)); // rows of M one after another
+    const auto row = [&](tnk_int i) { return op_a.data() + i * p.order; };
+    for (tnk_int i = 0; i < p.order; ++i)
+      for (tnk_int l = 0; l < p.order; ++l) row(i)[l] = p.form.left() ? p.element(i, l) : p.element(l, i);
+    for (tnk_int j = 0; j < p.n; ++j)
+      for (tnk_int i = 0; i < p.m; ++i) {
+        reference::Sum sum;
+        const tnk_int at = p.form.left() ? i : j;
+        for (tnk_int l = 0; l < p.order; ++l)
+          if (const T x = row(at)[l]; !is_zero(x))
+            reference::add_product(sum, x, p.form.left() ? p.result(l, j) : p.result(i, l), false);
+        reference::Sum right;
+        reference::add_product(right, p.alpha, p.old(i, j), false);
+        const wide error = std::fabs(sum.re - right.re) + std::fabs(sum.im - right.im);
+        const wide bound =
+            (is_complex<T> ? 2 : 1) * static_cast<wide>(p.order + 4) * eps * (sum.size + right.size);
+        if (!(error <= bound)) return "at " + std::to_string(i) + ", " + std::to_string(j);
+      }
+    return this->gap_fault();
+  }
+};
+
+template <class T> class Trsm : public testing::Test {};
+TYPED_TEST_SUITE(Trsm, Types, );
+
+template <class T> Named<T> entry() {
+  return Named<T>("tnk_blas_x?trsm");
+}
+template <class T, class Call> void check(TriangleSolve<T> &&p, Call call) {
+  call(p);
+  ASSERT_EQ(p.fault(), "") << p.name();
+}
+const auto by_entry = [](auto &p) { p.call(entry<std::decay_t<decltype(p.alpha)>>()); };
+// A call of one of the solvers, which take the diagonal's letter alone.
+template <class T> auto by_solver(const Named<T> &named) {
+  return [named](auto &p) {
+    named(&p.form.diag, &p.m, &p.n, static_cast<const T *>(p.a.data()), static_cast<const tnk_int *>(&p.lda),
+          p.b.data(), static_cast<const tnk_int *>(&p.ldb));
+  };
+}
+
+// Each form at each order, which meets some of the numbers of right-hand sides.
+TYPED_TEST(Trsm, SmallOrders) {
+  using T = TypeParam;
+  const tnk_int sizes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 12, 15, 17, 18, 31, 32, 33, 35, 36, 63, 64, 65};
+  const T scalars[] = {one<T>, scalar<T>(0.7, -0.4), scalar<T>(-1)};
+  std::size_t turn = 0;
+  for (const Form &form : all_forms<T>())
+    for (const tnk_int order : sizes)
+      for (int some = 0; some < 3; ++some, ++turn)
+        ASSERT_NO_FATAL_FAILURE(
+            check(TriangleSolve<T>::of(form, order, sizes[turn * 8 % 21], scalars[turn % 3]), by_entry));
+}
+
+// Where levels start and end, where columns, rows and chunks are cut, and where blocks on the right grow.
+TYPED_TEST(Trsm, AroundTheBlocks) {
+  using T = TypeParam;
+  const tnk_int shapes[][2] = {{127, 5},  {128, 9},  {129, 4},  {131, 33},   {160, 3},
+                               {255, 6},  {256, 2},  {258, 7},  {290, 16},   {66, 511},
+                               {68, 513}, {33, 515}, {36, 999}, {130, 1001}, {7, 1003}};
+  const std::vector<Form> forms = all_forms<T>();
+  std::size_t turn = 0;
+  for (const auto &[order, sides] : shapes)
+    for (std::size_t f = turn++ % 5; f < forms.size(); f += 5)
+      ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<T>::of(forms[f], order, sides), by_entry));
+  for (const tnk_int order : {999, 1000, 1999, 2000, 2001}) {
+    const Form form = forms[++turn * 5 % forms.size()];
+    ASSERT_NO_FATAL_FAILURE(
+        check(TriangleSolve<T>::of({'R', form.uplo, form.trans, 'N'}, order, 2), by_entry));
+  }
+}
+
+TYPED_TEST(Trsm, LettersOfBothCasesAndUnknownOnes) {
+  using T = TypeParam;
+  for (const char side : std::string("LlRrX"))
+    for (const char uplo : std::string("UuLl?"))
+      for (const char trans : std::string("NnTtCcX"))
+        for (const char diag : std::string("UuNn "))
+          ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<T>({side, uplo, trans, diag}, 9, 10), by_entry));
+}
+
+// A zero alpha stores zeros over anything, takes no memory and does not look at A; a NaN is not zero, nor is an
+// imaginary number. Empty dimensions touch nothing, whatever alpha is.
+TYPED_TEST(Trsm, ScalarsAndEmptyDimensions) {
+  using T = TypeParam;
+  for (const char side : std::string("LR")) {
+    const Form form = {side, 'U', 'T', 'N'};
+    TriangleSolve<T> zero(form, 9, 12, T{});
+    zero.b.put(1, scalar<T>(nan, nan));
+    allocations.reset();
+    entry<T>()(&form.side, &form.uplo, &form.trans, &form.diag, &zero.m, &zero.n, &zero.alpha,
+               static_cast<const T *>(nullptr), &zero.lda, zero.b.data(), &zero.ldb);
+    for (tnk_int j = 0; j < 12; ++j)
+      for (tnk_int i = 0; i < 9; ++i) ASSERT_TRUE(is_zero(zero.result(i, j)));
+    EXPECT_TRUE(allocations.made == 0 && zero.gap_fault().empty());
+
+    ASSERT_NO_FATAL_FAILURE(
+        check(TriangleSolve<T>(form, 9, 12, is_complex<T> ? scalar<T>(0, 2) : scalar<T>(2)), by_entry));
+    TriangleSolve<T> unknown(form, 9, 12, scalar<T>(nan));
+    by_entry(unknown);
+    EXPECT_TRUE(std::isnan(reference::re(unknown.result(4, 5))));
+
+    for (const auto &[m, n] : {std::pair<tnk_int, tnk_int>{0, 12}, {9, 0}, {-1, 12}, {9, -3}}) {
+      TriangleSolve<T> empty(form, 9, 12, T{});
+      empty.m = m, empty.n = n;
+      by_entry(empty);
+      EXPECT_TRUE(empty.untouched());
+    }
+  }
+}
+
+// A zero on the diagonal leaves infinities and NaN in its row and those solved after it, and nothing in those before; a
+// right-hand side with a NaN keeps it to itself.
+TYPED_TEST(Trsm, WhatIsNotFiniteStaysWhereItBelongs) {
+  using T = TypeParam;
+  for (const Form &form : all_forms<T>())
+    for (const tnk_int order : {11, 70}) {
+      auto good = TriangleSolve<T>::of(form, order, 23), sick = TriangleSolve<T>::of(form, order, 23),
+           singular = TriangleSolve<T>::of(form, order, 23);
+      const tnk_int where = 5;
+      const auto at = [&](tnk_int row, tnk_int side) {
+        return static_cast<std::size_t>(form.left() ? row + side * good.ldb : side + row * good.ldb);
+      };
+      sick.b.put(at(where, 7), scalar<T>(nan, nan));
+      if (!form.unit()) singular.a.put(static_cast<std::size_t>(where * (good.lda + 1)), T{});
+      by_entry(good), by_entry(sick), by_entry(singular);
+      const bool downwards = (form.upper() == form.as_it_is()) != form.left();
+      for (tnk_int row = 0; row < order; ++row)
+        for (tnk_int side = 0; side < 23; ++side) {
+          const T x = good.b.get(at(row, side)), y = sick.b.get(at(row, side)),
+                  z = singular.b.get(at(row, side));
+          if (side != 7) {
+            ASSERT_TRUE(same_bits(&x, &y)) << good.name();
+          }
+          if (form.unit() || (row != where && (row < where) == downwards)) {
+            ASSERT_TRUE(same_bits(&x, &z)) << good.name();
+          } else if (row == where) {
+            ASSERT_FALSE(std::isfinite(reference::re(z))) << good.name();
+          }
+        }
+    }
+}
+
+// One block a solve, whatever its order. Without it B stays as it was, to the bit, an alpha included.
+TYPED_TEST(Trsm, MemoryThatIsRefused) {
+  using T = TypeParam;
+  ErrorRecorder errors;
+  for (const Form &form : {Form{'L', 'U', 'N', 'N'}, Form{'R', 'L', 'T', 'N'}})
+    for (const tnk_int sides : {3, 80, 1100})
+      for (const bool refused : {false, true}) {
+        auto p = TriangleSolve<T>::of(form, 300, sides, scalar<T>(2));
+        allocations.reset();
+        allocations.refuse = refused ? 1 : 0;
+        by_entry(p);
+        EXPECT_TRUE(allocations.made == !refused && allocations.live == 0 && allocations.overrun == 0);
+        EXPECT_EQ(errors.take().routine, refused ? "xtrsm" : "");
+        EXPECT_TRUE(!refused || p.untouched()) << p.name();
+      }
+}
+
+// Right-hand sides cut anywhere, and solved without memory: the same bits.
+TYPED_TEST(Trsm, SlicesAndPlainPathHaveTheSameBits) {
+  using T = TypeParam;
+  std::size_t turn = 0;
+  for (const Form &form : all_forms<T>())
+    for (const auto &[sides, cut] :
+         {std::pair<tnk_int, tnk_int>{9, 1}, {47, 5}, {1001, 500}, {1006, 523}, {515, 259}}) {
+      const tnk_int orders[] = {7, 35, 131, 161, 291}, order = orders[turn++ % 5];
+      auto whole = TriangleSolve<T>::of(form, order, sides, scalar<T>(0.7, 0.3));
+      auto parts = TriangleSolve<T>::of(form, order, sides, scalar<T>(0.7, 0.3));
+      auto plain = TriangleSolve<T>::of(form, order, sides, scalar<T>(0.7, 0.3));
+      by_entry(whole);
+      for (tnk_int first = 0; first < sides; first += cut) {
+        const tnk_int some = std::min(cut, sides - first);
+        const tnk_int m = form.left() ? whole.m : some, n = form.left() ? some : whole.n;
+        entry<T>()(&form.side, &form.uplo, &form.trans, &form.diag, &m, &n, &whole.alpha,
+                   static_cast<const T *>(parts.a.data()), &parts.lda,
+                   parts.b.data() + first * (form.left() ? parts.ldb : 1), &parts.ldb);
+      }
+      ASSERT_TRUE(same_bits(parts.b.data(), whole.b.data(), whole.b.size()))
+          << whole.name() << " cut " << cut;
+
+      allocations.reset();
+      if constexpr (std::is_same_v<T, double>) {
+        plain.call(tnk_blas_dtrsm_pst);
+      } else {
+        Named<T>("tnk_blas_?gemm_mscale")(&plain.m, &plain.n, static_cast<const T *>(&plain.alpha),
+                                          plain.b.data(), static_cast<const tnk_int *>(&plain.ldb));
+        by_solver(Named<T>("tnk_blas_?trsm_" + form.suffix()))(plain);
+      }
+      ASSERT_TRUE(same_bits(plain.b.data(), whole.b.data(), whole.b.size())) << whole.name();
+      ASSERT_EQ(allocations.made, 0);
+    }
+}
+
+// ---- Stages by themselves -------------------------------------------------------------------------------------------
+
+// Side, triangle and operation as the name has them.
+TYPED_TEST(Trsm, FamilyByItsNames) {
+  using T = TypeParam;
+  if (std::is_same_v<T, double>) return;
+  for (const Form &form : all_forms<T>())
+    for (const auto &[order, sides] : {std::pair<tnk_int, tnk_int>{3, 5}, {30, 9}, {32, 1}, {143, 19}})
+      ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<T>::of(form, order, sides),
+                                    by_solver(Named<T>("tnk_blas_?trsm_" + form.suffix()))));
+}
+
+// Buffers as a driver holds them, so small that some products find no room there.
+template <class T> class HeldBlocks {
+public:
+  HeldBlocks() {
+    using E = Entries<T>;
+    const tnk_int none = 0;
+    E::zero_desc(&d_);
+    E::get_optimal_kernel(&d_);
+    E::set_blks_size(64, 24, 64, &d_);
+    d_.get_bufs_size(100, 108, &none, &none, &none, &d_);
+    d_.get_bufs(100, &raw_, &d_);
+    d_.kernel_version = 2;
+  }
+  HeldBlocks(const HeldBlocks &) = delete;
+  HeldBlocks &operator=(const HeldBlocks &) = delete;
+  ~HeldBlocks() { Entries<T>::free_bufs(raw_); }
+
+  tnk_gemm_descriptor *descriptor() { return &d_; }
+  tnk_triangular_level level(const Form &form, tnk_int order, tnk_int sides) const {
+    const bool left = form.left();
+    return {left ? order : sides,
+            left ? sides : order,
+            left != form.as_it_is(),
+            d_.a.data,
+            0,
+            d_.b.data,
+            1024,
+            0,
+            1};
+  }
+
+private:
+  tnk_gemm_descriptor d_;
+  void *raw_ = nullptr;
+};
+
+// Loops of two levels and the finish alone, with buffers and without, below a level's blocks and beyond them.
+TYPED_TEST(Trsm, LoopsAndFinish) {
+  using T = TypeParam;
+  HeldBlocks<T> held;
+  std::size_t turn = 0;
+  for (const Form &form : all_forms<T>())
+    for (const bool buffers : {true, false})
+      for (const std::string stage : {"", "_ker"}) {
+        const Named<T> named(std::string("tnk_blas_?trsm_") + (form.left() ? "left" : "right") + stage);
+        tnk_triangular_level levels[] = {held.level(form, 20, 26), held.level(form, turn % 2 ? 8 : 7, 26)};
+        if (turn % 5 == 0) levels[0].a_buffer = levels[1].a_buffer = nullptr;
+        const std::uint8_t upper = form.upper(), plain = form.as_it_is(), transposed = form.trans == 'T';
+        const tnk_int order = turn % 3 ? 50 : 18, sides = turn++ % 2 ? 29 : 3, last = 1;
+        ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<T>::of(form, order, sides), [&](auto &p) {
+          named(&upper, &plain, &transposed, &form.diag, &p.m, &p.n, static_cast<const T *>(nullptr),
+                static_cast<const T *>(p.a.data()), &p.lda, p.b.data(), &p.ldb, tnk_int{0}, &last, levels + 0,
+                buffers ? held.descriptor() : nullptr);
+        }));
+      }
+}
+
+TEST(TrsmStages, PackedTriangles) {
+  alignas(64) double packed[8 * 16 * 17], panel[64 * 8];
+  const auto kernel_of = [](const Form &form) {
+    const bool upper = form.upper() == form.as_it_is();
+    return form.left() ? upper ? tnk_blas_dtrsm_lu : tnk_blas_dtrsm_ll
+           : upper     ? tnk_blas_dtrsm_ru
+                       : tnk_blas_dtrsm_rl;
+  };
+  for (const Form &form : all_forms<double>())
+    for (const auto &[order, sides] : {std::pair<tnk_int, tnk_int>{4, 4}, {20, 36}, {64, 72}, {23, 7}})
+      ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<double>::of(form, order, sides), [&](auto &p) {
+        const std::uint8_t upper = form.upper(), plain = form.as_it_is() == form.left(), transposed = !plain;
+        const tnk_int offset = 3;
+        tnk_blas_dtrsm_copya(&upper, &plain, &transposed, &form.diag, &p.order, p.a.data(), &p.lda, packed);
+        kernel_of(form)(&p.order, form.left() ? &p.n : &p.m, packed, panel, &offset,
+                        p.b.data() - offset * (form.left() ? 1 : p.ldb), &p.ldb, nullptr);
+      }));
+}
+
+TEST(TrsmStages, PlainPathReadsItsLetters) {
+  for (const char side : std::string("LlRr"))
+    for (const char uplo : std::string("UuLl"))
+      for (const char trans : std::string("NnTtCX"))
+        for (const double alpha : {1.0, 0.0, -0.7})
+          ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<double>({side, uplo, trans, 'N'}, 6, 9, alpha),
+                                        [](auto &p) { p.call(tnk_blas_dtrsm_pst); }));
+}
+
+} // namespace
+} // namespace tnk::test
