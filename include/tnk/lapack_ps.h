@@ -127,13 +127,17 @@ void tnk_lapack_ps_clarfx(const char *side, const tnk_int *m, const tnk_int *n, 
 
 /* ---- Small factorizations ---------------------------------------------------------------------------------- */
 
-/* Cholesky factorization of the Hermitian positive definite n by n matrix of which the named triangle is stored:
-   A = U^H U (u), A = L L^H (l). The factor takes its place; the other triangle is neither read nor written. uplo is not
-   read: the name says it. Of a complex diagonal only the real part is read, and the imaginary part becomes 0.
-   No-op when n < 1. A pivot that is not greater than zero, a NaN too, ends it: *info is then its column, the factor's
-   rows (u) or columns (l) before it stand, and the pivot is left on the diagonal. Without that *info is not written:
-   set it to 0. Rows and columns are scaled by the reciprocal of the pivot's root. From n of 50 (d_u, c), 40 (d_l, z)
-   each row or column is formed by the public matrix-vector product and, in complex, dot product; s never calls one. */
+/* Cholesky factorization of the Hermitian positive definite n by n matrix of which the named triangle is stored,
+   lda >= n: A = U^H U (u), A = L L^H (l). The factor takes its place; the other triangle is neither used nor written,
+   and may hold anything. uplo is not read and may be null: the name says it. Of a complex diagonal only the real part is
+   read, and the imaginary part becomes 0. No-op when n < 1.
+   A pivot that is not greater than zero, a NaN too, ends it: *info is then its column. The rows (u) or columns (l) of
+   the factor before it stand; the pivot is left on the diagonal, the rest of its row or column unscaled; what comes
+   after it is as it was. Without that *info is not written: set it to 0 before the call.
+   Rows and columns are scaled by the reciprocal of the pivot's root. Sums run upwards and are taken away two terms at a
+   time, so that u and l give the same bits on A and its transpose, as long as n is less than 50 (d_u, c), 40 (d_l, z).
+   From there on each row or column is formed by the public matrix-vector product and, in complex, dot product; s never
+   calls one. */
 void tnk_lapack_ps_spotrf_u_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
                                   tnk_int *info);
 void tnk_lapack_ps_spotrf_l_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
@@ -151,15 +155,20 @@ void tnk_lapack_ps_zpotrf_u_small(const char *uplo, const tnk_int *n, tnk_comple
 void tnk_lapack_ps_zpotrf_l_small(const char *uplo, const tnk_int *n, tnk_complex16 *a, const tnk_int *lda,
                                   tnk_int *info);
 
-/* Factorization of the symmetric n by n matrix of which the named triangle is stored: A = U D U^T (u) from the last
-   column to the first, A = L D L^T (l) from the first to the last, D with blocks of order 1 and 2 (Bunch, Kaufman,
-   Mathematics of Computation 31 (1977), 163). U or L, whose diagonal of ones is not stored, and D take A's place; the
-   other triangle is neither read nor written. uplo is not read. ipiv, n elements: ipiv[k] = p > 0, row and column k + 1
-   changed places with p, and D has a block of order 1 there; two neighbours that are both -p: a block of order 2, and
-   the row of the two that was worked on second (k - 1 of u, k + 1 of l) changed places with p. The first of equal
-   candidates is taken. A pivot that is exactly zero, with nothing else in its column, is left as it is and the
-   factorization goes on; *info is then the column of the first one met, and otherwise not written: set it to 0.
-   No-op when n < 1. */
+/* Factorization of the symmetric n by n matrix of which the named triangle is stored, lda >= n: A = U D U^T (u) from
+   the last column to the first, A = L D L^T (l) from the first to the last, D with blocks of order 1 and 2 (Bunch,
+   Kaufman, Mathematics of Computation 31 (1977), 163). The other triangle is neither read nor written. uplo is not read
+   and may be null.
+   D takes the place of A's diagonal, the off-diagonal element of a block of order 2 that of the element between its
+   two; the columns of U or L take that of the columns of the triangle, without their ones and without the zero beside a
+   block of order 2. ipiv, n elements: ipiv[k] = p > 0, a block of order 1 at k + 1, and row and column k + 1 changed places
+   with p; two neighbours that are both -p, a block of order 2, and the row of the two that was worked on second (the
+   upper one in u, the lower one in l) changed places with p. An exchange is made in what is still to be factored and
+   not in columns of U or L that are done: U = P U(1) P' U(2) ..., in the order of the work.
+   The first of equal candidates is taken; a NaN is no candidate. A pivot that is exactly zero, with nothing else in its
+   column, is left as it is and the factorization goes on; *info is then the column of the first one met, and otherwise
+   not written: set it to 0 before the call. No-op when n < 1. In ssytrf_l a block of order 1 is applied by the public
+   ssyr. */
 void tnk_lapack_ps_ssytrf_u_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
                                   tnk_int *ipiv, tnk_int *info);
 void tnk_lapack_ps_ssytrf_l_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
@@ -178,13 +187,15 @@ void tnk_lapack_ps_cspr(const char *uplo, const tnk_int *n, const tnk_complex8 *
 
 /* ---- Tridiagonal systems ------------------------------------------------------------------------------------
    Of order n: d the diagonal, n elements, dl and du the diagonals below and above it, n - 1 elements. B is n by nrhs,
-   its solution X takes its place. Right-hand sides are worked on in groups of 8 and 4 and one by one; a column has the
-   same bits in any group. A complex quotient is formed by Smith's method (CACM 5 (1962), 435). */
+   ldb >= n, and its solution X takes its place; nothing in B is touched when nrhs < 1. Only gtsv, dttrfb and dtsvb look
+   at pivots: elsewhere a zero leads to infinities and NaNs. Right-hand sides are worked on in groups of 8 and 4 and one
+   by one; a column has the same bits in any group. A complex quotient is formed by Smith's method (CACM 5 (1962), 435). */
 
 /* A X = B for any A, by elimination with interchanges of neighbouring rows. d, dl and du become the diagonal and the
    second and first diagonal above it of the triangular factor; the last element of dl stays. Row i is interchanged with
    the next one unless |d[i]| >= |dl[i]|: so with a NaN in either. No-op when n < 1. A zero pivot ends it: *info is then
-   its row, and otherwise not written: set it to 0. */
+   its row, the diagonals and B are left part of the way, and otherwise *info is not written: set it to 0 before the
+   call. Without right-hand sides A is factored all the same. Quotients are true ones, not products with a reciprocal. */
 void tnk_lapack_ps_sgtsv_small(const tnk_int *n, const tnk_int *nrhs, float *dl, float *d, float *du,
                                float *b, const tnk_int *ldb, tnk_int *info);
 void tnk_lapack_ps_dgtsv_small(const tnk_int *n, const tnk_int *nrhs, double *dl, double *d, double *du,
@@ -192,7 +203,8 @@ void tnk_lapack_ps_dgtsv_small(const tnk_int *n, const tnk_int *nrhs, double *dl
 
 /* op(A) X = B with the factors A = L U of such an elimination. dl: its n - 1 multipliers; d, du, du2: U's diagonal and
    the two above it, n, n - 1 and n - 2 elements; ipiv[i], i < n - 1, is i + 1, or i + 2 where row i was interchanged with
-   the next. itrans: 0 no transpose, 1 transpose, any other conjugate transpose. No-op when n < 1. */
+   the next. itrans: 0 no transpose, 1 transpose, any other conjugate transpose, in s and d the transpose. Each element is divided by
+   its pivot. No-op when n < 1. */
 void tnk_lapack_ps_sgtts2(const tnk_int *itrans, const tnk_int *n, const tnk_int *nrhs, const float *dl,
                           const float *d, const float *du, const float *du2, const tnk_int *ipiv, float *b,
                           const tnk_int *ldb);
