@@ -6,7 +6,9 @@
 #include <tnk/blas_level3.h>
 #include <tnk/host.h>
 
+#include <limits>
 #include <memory>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -30,14 +32,15 @@ using Real = std::conditional_t<std::is_same_v<T, float> || std::is_same_v<T, tn
 // Square matrices, and the upper triangle of A by columns.
 template <class T> struct Data {
   tnk_int n;
+  bool solves;
   std::vector<T> a, b, packed;
 
-  explicit Data(tnk_int order)
-      : n(order), a(static_cast<std::size_t>(n * n)), b(a.size()),
+  explicit Data(tnk_int order, bool for_solve = false)
+      : n(order), solves(for_solve), a(static_cast<std::size_t>(n * n)), b(a.size()),
         packed(static_cast<std::size_t>(n * (n + 1) / 2)) {}
 
-  // So few bits that every sum is exact, in any order. While the clock runs A is the unit matrix: B stays as it is, however
-  // often it is multiplied.
+  // So few bits that every sum is exact, in any order; for a solve near the unit matrix, so that solutions do not grow.
+  // While the clock runs A is the unit matrix: B stays as it is, however often it is multiplied.
   void fill(bool unit) {
     unsigned state = 1;
     const auto number = [&state] {
@@ -55,13 +58,17 @@ template <class T> struct Data {
       for (tnk_int i = 0; i < n; ++i) {
         T &x = a[static_cast<std::size_t>(i + j * n)];
         set(x, !unit);
-        if (unit && i == j) reinterpret_cast<Real<T> &>(x) = 1;
+        auto *const part = reinterpret_cast<Real<T> *>(&x);
+        if (i == j && unit) part[0] = 1;
+        if (i == j && solves && !unit) part[0] += 2;
+        for (int p = 0; i != j && solves && p < (is_complex<T> ? 2 : 1); ++p)
+          part[p] /= static_cast<Real<T>>(n);
         if (i <= j) *next++ = x;
       }
   }
 };
 
-// B := op(A) B, or B op(A), `count` times.
+// B := op(A) B, or B op(A), or the solution with it, `count` times.
 template <class I, class T>
 Run run(Triangular<I, T> *routine, const std::shared_ptr<Data<T>> &data, const Form &form) {
   if (!routine) return {};
@@ -89,17 +96,19 @@ template <class T> Case contest(const std::shared_ptr<Data<T>> &data, Run ours, 
   made.ours = std::move(ours), made.peer = std::move(peer);
   made.reset = [data] { data->fill(false); };
   made.reset_for_timing = [data] { data->fill(true); };
-  made.results = {result(data->b.data(), data->b.size())};
   const auto order = static_cast<double>(data->n);
+  Tolerance roundings;
+  if (data->solves) roundings.of_largest = 4 * order * std::numeric_limits<Real<T>>::epsilon();
+  made.results = {result(data->b.data(), data->b.size(), roundings)};
   made.work = (is_complex<T> ? 4 : 1) * order * order * order;
   made.limits = {flops_limit(flop_probe(sizeof(Real<T>), 32), made.work)};
   return made;
 }
 
-Row row(std::string name) {
+Row row(const std::string &routine, const std::string &name) {
   Row made;
-  made.group = "level3/trmm";
-  made.name = std::move(name);
+  made.group = "level3/" + routine;
+  made.name = name;
   made.sizes = {256, 1000, 2000};
   made.quick = 256;
   made.unit = "flop";
@@ -107,17 +116,21 @@ Row row(std::string name) {
   return made;
 }
 
-template <class T> void add_trmm(std::vector<Row> &rows, char letter, Triangular<tnk_int, T> *ours) {
+template <class T>
+void add_forms(std::vector<Row> &rows, const std::string &routine, char letter,
+               Triangular<tnk_int, T> *ours) {
+  const bool solves = routine == "trsm";
   for (const char side : {'L', 'R'})
     for (const char uplo : {'L', 'U'})
       for (const char trans : {'N', 'T', 'C'}) {
         if (trans == 'C' && !is_complex<T>) continue;
         const Form form = {side, uplo, trans};
-        Row added = row(letter + std::string("trmm_") + side + uplo + trans);
+        Row added = row(routine, letter + routine + '_' + side + uplo + trans);
+        if (solves) added.sizes.insert(added.sizes.begin(), {32, 64});
         added.library = &openblas();
         added.prepare = [=](tnk_int order) {
-          const auto data = std::make_shared<Data<T>>(order);
-          auto *const peer = openblas().routine<Triangular<int, T>>(letter + std::string("trmm_"));
+          const auto data = std::make_shared<Data<T>>(order, solves);
+          auto *const peer = openblas().routine<Triangular<int, T>>(letter + routine + '_');
           return contest(data, run<tnk_int, T>(ours, data, form), run<int, T>(peer, data, form));
         };
         rows.push_back(std::move(added));
@@ -129,14 +142,18 @@ template <class T> void add_trmm(std::vector<Row> &rows, char letter, Triangular
 #define ENTRY(name) TNK_KERNEL_ENTRY(tnk_blas_##name)
 
 void add_triangles(std::vector<Row> &rows) {
-  add_trmm<float>(rows, 's', ENTRY(xstrmm));
-  add_trmm<double>(rows, 'd', ENTRY(xdtrmm));
-  add_trmm<tnk_complex8>(rows, 'c', ENTRY(xctrmm));
-  add_trmm<tnk_complex16>(rows, 'z', ENTRY(xztrmm));
+  add_forms<float>(rows, "trsm", 's', ENTRY(xstrsm));
+  add_forms<double>(rows, "trsm", 'd', ENTRY(xdtrsm));
+  add_forms<tnk_complex8>(rows, "trsm", 'c', ENTRY(xctrsm));
+  add_forms<tnk_complex16>(rows, "trsm", 'z', ENTRY(xztrsm));
+  add_forms<float>(rows, "trmm", 's', ENTRY(xstrmm));
+  add_forms<double>(rows, "trmm", 'd', ENTRY(xdtrmm));
+  add_forms<tnk_complex8>(rows, "trmm", 'c', ENTRY(xctrmm));
+  add_forms<tnk_complex16>(rows, "trmm", 'z', ENTRY(xztrmm));
 
   for (const char side : {'L', 'R'}) {
     const Form form = {side, 'U', 'N'};
-    Row added = row(std::string("dptrmm_") + side + "UN");
+    Row added = row("trmm", std::string("dptrmm_") + side + "UN");
     added.peer = "full matrix";
     added.prepare = [=](tnk_int order) {
       const auto data = std::make_shared<Data<double>>(order);
