@@ -39,10 +39,10 @@ static_assert(static_cast<double>(8 * small_order * small_order * small_order) <
 }
 
 template <class T, class Kernel>
-[[gnu::noinline]] void careful_gemm(const char *routine, Product<Kernel> &product, const char *transa,
-                                    const char *transb, const tnk_int *m, const tnk_int *n, const tnk_int *k,
-                                    const T *alpha, const T *a, const tnk_int *lda, const T *b,
-                                    const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {
+[[gnu::cold, gnu::noinline]] void
+careful_gemm(const char *routine, Product<Kernel> &product, const char *transa, const char *transb,
+             const tnk_int *m, const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,
+             const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c, const tnk_int *ldc) {
   const Check check(routine);
   if (!check.option(1, "transa", transa, "NTC") || !check.option(2, "transb", transb, "NTC") ||
       !check.length<T>(3, "m", m) || !check.length<T>(4, "n", n) || !check.length<T>(5, "k", k) ||

@@ -51,12 +51,12 @@ void tnk_blas_csscal(const tnk_int *n, const float *alpha, tnk_complex8 *x, cons
   if (*incx == 1)
     tnk::level1::scale(2 * *n, tnk::get(alpha), reinterpret_cast<float *>(x), 1);
   else
-    tnk::level1::scale_strided<2>(*n, tnk::get(alpha), x, tnk::absolute(*incx));
+    tnk::level1::scale_strided<2>(*n, tnk::get(alpha), x, *incx);
 }
 void tnk_blas_zdscal(const tnk_int *n, const double *alpha, tnk_complex16 *x, const tnk_int *incx) {
   if (*n < 1) return;
   if (*incx == 1)
     tnk::level1::scale_unless_one(2 * *n, tnk::get(alpha), reinterpret_cast<double *>(x), 1);
   else
-    tnk::level1::scale_strided<2>(*n, tnk::get(alpha), x, tnk::absolute(*incx));
+    tnk::level1::scale_strided<2>(*n, tnk::get(alpha), x, *incx);
 }

@@ -163,7 +163,7 @@ TYPED_TEST(RotationSetUp, ModifiedKeepsTheFormAndZeroesTheSecondComponent) {
 TYPED_TEST(RotationSetUp, ModifiedExactAndDegenerateCases) {
   using R = TypeParam;
   constexpr R no = 99, tiny = std::numeric_limits<R>::min(), inf = std::numeric_limits<R>::infinity();
-  const R limit = R(5.960464477539e-08), down = R(0x1p30) * (sizeof(R) == 8 ? limit : R(0x1p-24));
+  const R limit = R(5.960464477539e-08), down = sizeof(R) == 8 ? limit : R(0x1p-24);
   const struct {
     const char *what;
     Modified<R> in, out;
@@ -178,7 +178,8 @@ TYPED_TEST(RotationSetUp, ModifiedExactAndDegenerateCases) {
       {"negative q2, equal", {1, -1, 2, 2}, {0, 0, 0, 2, {-1, 0, 0, 0, 0}}},
       {"no first weight", {0, 2, 3, 1}, {2, 0, 1, 1, {1, 0, no, no, 3}}},
       {"q2 underflows", {0, 1, 0, tiny}, {1, 0, tiny, tiny, {1, 0, no, no, 0}}},
-      {"d1 down", {0, R(0x1p30), 3, 1}, {down, 0, 4096, 1, {-1, 0, -1, 4096, 3}}},
+      {"d1 down", {0, R(0x1p30), 3, 1}, {R(0x1p30) * down, 0, 4096, 1, {-1, 0, -1, 4096, 3}}},
+      {"on the upper limit", {0, R(0x1p24), 3, 1}, {R(0x1p24) * down, 0, 4096, 1, {-1, 0, -1, 4096, 3}}},
       {"d1 up", {0, R(0x1p-30), 3, 1}, {R(0x1p-6), 0, R(0x1p-12), 1, {-1, 0, -1, R(0x1p-12), 3}}},
       {"on the limit", {0, limit, 3, 1}, {limit * R(0x1p24), 0, R(0x1p-12), 1, {-1, 0, -1, R(0x1p-12), 3}}},
       {"infinite d1 ends", {0, inf, 3, 1}, {inf, 0, 1, 1, {1, 0, no, no, 3}}},
