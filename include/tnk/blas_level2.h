@@ -157,6 +157,28 @@ void tnk_blas_dzgemv_copyx(const tnk_int *n, const tnk_complex16 *alpha, const t
 void tnk_blas_dzgemv_copyy_fwd(const tnk_int *n, const tnk_complex16 *y, const tnk_int *incy, double *parts);
 void tnk_blas_dzgemv_copyy_bwd(const tnk_int *n, const double *parts, tnk_complex16 *y, const tnk_int *incy);
 
+/* ---- Band matrix times vector -------------------------------------------------------------------------------
+
+   y := alpha op(A) x + beta y, A m by n with kl diagonals below the main one and ku above it: element (i, j) stands at
+   a[ku + i - j + j * lda], lda being kl + ku + 1 or more. Corners of the array that no element of A stands in are not
+   read. trans as above. No-op when m or n is 0, or alpha is zero and beta is 1. beta of 1 leaves y as it is, beta of 0
+   stores zeros without reading it. Then the product is added, with an alpha of zero too: what is infinite or a NaN in A
+   or x reaches y. A transposed column that the band misses adds alpha times 0. Any addresses and increments. */
+void tnk_blas_sgbmv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_int *kl,
+                    const tnk_int *ku, const float *alpha, const float *a, const tnk_int *lda, const float *x,
+                    const tnk_int *incx, const float *beta, float *y, const tnk_int *incy);
+void tnk_blas_dgbmv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_int *kl,
+                    const tnk_int *ku, const double *alpha, const double *a, const tnk_int *lda,
+                    const double *x, const tnk_int *incx, const double *beta, double *y, const tnk_int *incy);
+void tnk_blas_cgbmv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_int *kl,
+                    const tnk_int *ku, const tnk_complex8 *alpha, const tnk_complex8 *a, const tnk_int *lda,
+                    const tnk_complex8 *x, const tnk_int *incx, const tnk_complex8 *beta, tnk_complex8 *y,
+                    const tnk_int *incy);
+void tnk_blas_zgbmv(const char *trans, const tnk_int *m, const tnk_int *n, const tnk_int *kl,
+                    const tnk_int *ku, const tnk_complex16 *alpha, const tnk_complex16 *a, const tnk_int *lda,
+                    const tnk_complex16 *x, const tnk_int *incx, const tnk_complex16 *beta, tnk_complex16 *y,
+                    const tnk_int *incy);
+
 /* ---- Rank-one updates ---------------------------------------------------------------------------------------
 
    A := alpha x y^T + A, A m by n; gerc: A := alpha x y^H + A. No-op when m or n is below 1 or alpha is zero in both
