@@ -35,7 +35,8 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"vectors", {"253.8, October 1957", "125 months, 10.4 years"}},
       {"product", {"87.91 %", "after 120 steps"}},
       {"sparse", {"3.114811969e+12", "83883 entries"}},
-      {"smoothing", {"33.1 ... 74.2"}}};
+      {"smoothing", {"33.1 ... 74.2"}},
+      {"cholesky", {"single, 6 steps"}}};
   const auto names = scenes();
   ASSERT_GE(names.size(), facts.size());
   for (const std::string &name : names) {

@@ -7,6 +7,7 @@
 #include "tools/tnk/support/progress.h"
 #include "tools/tnk/support/threads.h"
 #include "tools/tnk/support/timing.h"
+#include "tools/tnk/tour/magnitudes.h"
 #include "tools/tnk/tour/numbers.h"
 #include "tools/tnk/tour/scene.h"
 #include <algorithm>
@@ -220,35 +221,11 @@ std::string draw(const Model &model, const Iteration &it) {
       format("The matrix BCSSTK13, a fluid flow model: %zu rows, %zu entries of which the lower triangle is "
              "stored; its largest eigenvalue is %.6g, found by %zu products",
              model.order, model.all.size(), it.values.back(), it.values.size()));
-  // The largest entry of each cell, by its decimal logarithm. Empty cells stay white: one step of the colours below the
-  // smallest that is told apart.
-  constexpr std::size_t cells = 250;
-  constexpr double decades = 8, nothing = -1e9;
-  static const Shades magnitudes = {
-      {222, 235, 247}, {146, 197, 222}, {33, 102, 172}, {90, 24, 120}, {40, 0, 40}};
-  Shades with_white = magnitudes;
-  with_white.insert(with_white.begin(), {255, 255, 255});
-  Vector map(cells * cells, nothing);
-  double largest = nothing;
-  for (const auto &entry : model.all) {
-    if (entry.value == 0) continue;
-    const auto cell = [&](std::int64_t number) {
-      return static_cast<std::size_t>(number - 1) * cells / model.order;
-    };
-    const double size = std::log10(std::fabs(entry.value));
-    double &value = map[(cells - 1 - cell(entry.row)) * cells + cell(entry.column)];
-    value = std::max(value, size);
-    largest = std::max(largest, size);
-  }
-  const double high = std::ceil(largest), low = high - decades;
-  const double step = decades / static_cast<double>(magnitudes.size() - 1);
-  for (double &value : map) value = value == nothing ? low - step : std::max(value, low);
-  const auto order = static_cast<double>(model.order);
-  const Box spy{76, 110, 490, 490};
-  Panel(figure, spy, format("Entries by magnitude, the lightest of 10^%g and less", low),
-        {0, order, "column"}, {order, 0, "row"})
-      .map(cells, map, {with_white, low - step, high});
-  figure.legend({588, 110, 14, 490}, {magnitudes, low, high}, "log\u2081\u2080");
+  MagnitudeMap map(model.order);
+  for (const auto &entry : model.all)
+    map.take(static_cast<std::size_t>(entry.row - 1), static_cast<std::size_t>(entry.column - 1),
+             entry.value);
+  map.draw(figure, {76, 110, 490, 490}, "Entries");
 
   const double final = it.values.back();
   std::vector<Point> residual, distance;

@@ -19,6 +19,7 @@ constexpr Scene scenes[] = {
     {"product", "principal components of the heights of a volcano, by matrix products", product_scene},
     {"sparse", "the stiffest mode of a structure, by products with a sparse matrix", sparse_scene},
     {"smoothing", "the sunspot numbers smoothed, by tridiagonal solvers", smoothing_scene},
+    {"cholesky", "a stiffness matrix factored by blocks, solved and refined", cholesky_scene},
 };
 
 struct Options {
