@@ -64,13 +64,69 @@ void add_columns_of_band(const Band<T> &band, tnk_int j, const T (&factor)[Colum
   }
 }
 
+// The same away from the ends of y, where the band has its whole width and is not narrower than the columns are many:
+// the shape of its edges does not change from columns to columns, nor do the masks.
+template <class T>
+void add_columns_inside(const Band<T> &band, tnk_int j, const T (&factor)[together<T>], T *y) {
+  using V = vec_of<T>;
+  constexpr tnk_int e = per_vector<T>, words = sizeof(T) / 4;
+  alignas(64) static constexpr std::int32_t table[32] = {-1, -1, -1, -1, -1, -1, -1, -1,
+                                                         -1, -1, -1, -1, -1, -1, -1, -1};
+  // The lanes of the first `count` elements, -e <= count <= 2 e.
+  const auto first = [](tnk_int count) { return loadu<i32x8>(table + 16 - count * words); };
+  const tnk_int width = band.kl + band.ku + 1, step = band.lda - 1;
+  const T *const a = band.a + j * band.lda;
+  y += j - band.ku;
+  const auto term = [&](int k, tnk_int r, const i32x8 &lanes) __attribute__((always_inline)) {
+    return only({lanes, 0}, scaled(factor[k], load_first<V>(a + r + k * step, {lanes, 0})));
+  };
+  tnk_int r = 0;
+#pragma GCC unroll 4
+  for (; r < together<T>; r += e) {
+    V sum{};
+    for (int k = 0; k < std::min<tnk_int>(together<T>, r + e); ++k)
+      sum += k <= r ? scaled(factor[k], loadu<V>(a + r + k * step)) : term(k, r, ~first(k - r));
+    storeu(y + r, loadu<V>(y + r) + sum);
+  }
+  // A stream of the processor's own would end with its column. As many bytes as are read are asked for in the order in
+  // which they lie, two groups of columns ahead: that is soon enough for memory, and cost nothing in cache.
+  constexpr std::uintptr_t group_bytes = together<T> * sizeof(V);
+  const tnk_int ahead = 2 * together<T> * band.lda;
+  for (; r + e <= width; r += e) {
+    V sum{};
+    const std::uintptr_t next = address(a) + static_cast<std::uintptr_t>(ahead + r * together<T>) * sizeof(T);
+    for (std::uintptr_t at = 0; at < group_bytes; at += 64)
+      __builtin_prefetch(reinterpret_cast<const void *>(next + at));
+    for (int k = 0; k < together<T>; ++k) sum += scaled(factor[k], loadu<V>(a + r + k * step));
+    storeu(y + r, loadu<V>(y + r) + sum);
+  }
+  const tnk_int past = width + together<T> - 1;
+  for (; r < past; r += e) {
+    V sum{};
+    for (int k = 0; k < together<T>; ++k) sum += term(k, r, first(width + k - r));
+    if (r + e <= past) {
+      storeu(y + r, loadu<V>(y + r) + sum);
+    } else {
+      const V old = loadu<V>(y + r), added = old + sum;
+      const i32x8 lanes = first(past - r);
+      storeu(y + r, only({lanes, 0}, added) + only({~lanes, 0}, old));
+    }
+  }
+}
+
 template <class T> void add_band(const Band<T> &band, tnk_int n, T alpha, const T *x, tnk_int incx, T *y) {
+  constexpr std::integral_constant<int, together<T>> some{};
+  const bool is_wide = band.kl + band.ku >= some;
   const auto columns = [&](tnk_int j, auto count) {
     T factor[count];
     for (int k = 0; k < count; ++k) factor[k] = alpha * get(x + (j + k) * incx);
+    if constexpr (count == some) {
+      // The last vector of y ends past the last row that is added to by less than one vector.
+      if (is_wide && j >= band.ku && j + some + band.kl + per_vector<T> <= band.m)
+        return add_columns_inside(band, j, factor, y);
+    }
     add_columns_of_band(band, j, factor, y);
   };
-  constexpr std::integral_constant<int, together<T>> some{};
   tnk_int j = 0;
   for (; j + some <= n; j += some) columns(j, some);
   for (; j < n; ++j) columns(j, std::integral_constant<int, 1>());
