@@ -13,11 +13,13 @@ void add_triangles(std::vector<Row> &rows);
 void add_factorizations(std::vector<Row> &rows);
 void add_rotations(std::vector<Row> &rows);
 void add_sparse_matrices(std::vector<Row> &rows);
+void add_power_of_two_transforms(std::vector<Row> &rows);
 
 inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
-  for (const auto &add : {add_blas_level1, add_sparse_vectors, add_products, add_triangles, add_rank_one,
-                          add_factorizations, add_rotations, add_sparse_matrices})
+  for (const auto &add :
+       {add_blas_level1, add_sparse_vectors, add_products, add_triangles, add_rank_one, add_factorizations,
+        add_rotations, add_sparse_matrices, add_power_of_two_transforms})
     add(rows);
   return rows;
 }

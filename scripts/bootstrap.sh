@@ -39,6 +39,8 @@ libgtest-dev         header  gtest/gtest.h
 '
 peers='
 libopenblas0-pthread library libopenblas.so.0
+libfftw3-double3     library libfftw3.so.3
+libfftw3-single3     library libfftw3f.so.3
 libeigen3-dev        header  eigen3/Eigen/Core
 '
 dev='

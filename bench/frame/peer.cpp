@@ -29,6 +29,14 @@ std::string openblas_core(const Library &library) {
   return text_of(library, "openblas_get_corename");
 }
 
+// "3.3.10-sse2-avx"
+std::string fftw_version(const Library &library) {
+  const char *text = static_cast<const char *>(library.address("fftw_version"));
+  if (!text) text = static_cast<const char *>(library.address("fftwf_version"));
+  const std::string version = text ? text : "";
+  return version.substr(version.find('-') + 1);
+}
+
 } // namespace
 
 void choose_core(Core core) {
@@ -38,6 +46,18 @@ void choose_core(Core core) {
 Library &openblas() {
   static Library library({"OpenBLAS", "libopenblas.so.0", "libopenblas0-pthread", "OPENBLAS_CORETYPE",
                           "SANDYBRIDGE", openblas_version, openblas_core});
+  return library;
+}
+
+Library &fftw() {
+  static Library library(
+      {"FFTW", "libfftw3.so.3", "libfftw3-double3", nullptr, nullptr, fftw_version, nullptr});
+  return library;
+}
+
+Library &fftw_single() {
+  static Library library(
+      {"FFTW", "libfftw3f.so.3", "libfftw3-single3", nullptr, nullptr, fftw_version, nullptr});
   return library;
 }
 

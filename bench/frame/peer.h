@@ -54,5 +54,7 @@ private:
 void choose_core(Core core);
 
 Library &openblas();
+Library &fftw();        // double precision
+Library &fftw_single(); // the same library for single precision
 
 } // namespace tnk::bench
