@@ -56,17 +56,18 @@ template <class T, class F> TNK_INLINE void in_column_groups(tnk_int order, bool
 
 // Rows and columns of op(A) from `first` on, zeros in its empty half.
 template <class T> void diagonal_square(const Triangle<T> &t, tnk_int first, tnk_int size, T *square) {
-  const T *column = t.a + first + first * t.lda;
-  const tnk_int down = t.op == as_it_is ? 1 : size, across = t.op == as_it_is ? size : 1;
-  for (tnk_int c = 0; c < size; ++c, column += t.lda)
-    for (tnk_int r = 0; r < size; ++r) {
-      T x{};
-      if (r == c)
-        x = t.unit ? one<T> : get(column + r);
-      else if ((r < c) == t.stored_upper)
-        x = get(column + r);
-      square[r * down + c * across] = t.op == conjugate_transposed ? conjugate(x) : x;
+  // Element (r, c) of the upper half, r < c, or its mirror image in a lower one.
+  const T *const corner = t.a + first + first * t.lda;
+  const tnk_int from_r = t.stored_upper ? 1 : t.lda, from_c = t.stored_upper ? t.lda : 1;
+  const tnk_int to_r = t.upper() ? 1 : size, to_c = t.upper() ? size : 1;
+  const auto conjugated = [&t](T x) { return t.op == conjugate_transposed ? conjugate(x) : x; };
+  for (tnk_int c = 0; c < size; ++c) {
+    for (tnk_int r = 0; r < c; ++r) {
+      square[r * to_r + c * to_c] = conjugated(get(corner + r * from_r + c * from_c));
+      square[r * to_c + c * to_r] = T{};
     }
+    square[c + c * size] = t.unit ? one<T> : conjugated(get(corner + c + c * t.lda));
+  }
 }
 
 // One operand of the block kernels, of one panel or narrow group.

@@ -34,7 +34,7 @@ void finish_from_left(const Triangle<double> &t, tnk_int m, tnk_int n, double *b
   }
   pack_for_left(t, mq, packed);
   multiply_packed(t.upper(), mq, nq, packed, columns, b, ldb);
-  plain_from_left(t, mq, n - nq, b + nq * ldb, ldb);
+  if (nq < n) plain_from_left(t, mq, n - nq, b + nq * ldb, ldb);
   if (left > 0 && t.upper()) {
     add_plain({t.op, as_it_is, mq, n, left, 1, t.block(0, mq), t.lda, last, ldb, 1, b, ldb});
     plain_from_left(t.from(mq), left, n, last, ldb);
