@@ -39,9 +39,25 @@ void gemv(const char *routine, KernelEntry<Kernel> &kernel, const char *trans, c
   if (Kernel *run = kernel.get(routine)) run(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
 }
 
+// The named triangle of A, a column at a time.
 template <class T, class Kernel>
-void syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo, const tnk_int *n, const T *alpha,
-         const T *x, const tnk_int *incx, T *a, const tnk_int *lda) {
+void add_to_triangle(Kernel *axpy, bool upper, tnk_int n, T alpha, const T *x, tnk_int incx, T *a,
+                     tnk_int lda) {
+  static constexpr tnk_int adjacent = 1;
+  const T *const first = incx < 0 ? x + (1 - n) * incx : x;
+  for (tnk_int j = 0; j < n; ++j) {
+    // The kernel starts a vector with a negative increment at its far end.
+    const tnk_int top = upper ? 0 : j, rows = upper ? j + 1 : n - j;
+    const T *const part = first + (incx < 0 ? top + rows - 1 : top) * incx;
+    const T factor = alpha * first[j * incx];
+    axpy(&rows, &factor, part, &incx, a + top + j * lda, &adjacent);
+  }
+}
+
+template <class T, class Kernel>
+[[gnu::noinline]] void careful_syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo,
+                                   const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, T *a,
+                                   const tnk_int *lda) {
   const Check check(routine);
   if (!check.option(1, "uplo", uplo, "UL") || !check.length<T>(2, "n", n) ||
       !check.address(3, "alpha", alpha))
@@ -50,18 +66,19 @@ void syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo, const
   if (!vector(check, 4, "x", x, touches, "incx", incx, *n) ||
       !check.matrix(6, "a", a, touches, "lda", lda, *n, *n) || !touches)
     return;
-  Kernel *const run = axpy.get(routine);
-  if (!run) return;
-  static constexpr tnk_int adjacent = 1;
-  const bool upper = is_letter(*uplo, 'u');
-  const T *const first = *incx < 0 ? x + (1 - *n) * *incx : x;
-  for (tnk_int j = 0; j < *n; ++j) {
-    // The kernel starts a vector with a negative increment at its far end.
-    const tnk_int top = upper ? 0 : j, rows = upper ? j + 1 : *n - j;
-    const T *const part = first + (*incx < 0 ? top + rows - 1 : top) * *incx;
-    const T factor = *alpha * first[j * *incx];
-    run(&rows, &factor, part, incx, a + top + j * *lda, &adjacent);
-  }
+  if (Kernel *const run = axpy.get(routine))
+    add_to_triangle(run, is_letter(*uplo, 'u'), *n, *alpha, x, *incx, a, *lda);
+}
+
+template <class T, class Kernel>
+void syr(const char *routine, KernelEntry<Kernel> &axpy, const char *uplo, const tnk_int *n, const T *alpha,
+         const T *x, const tnk_int *incx, T *a, const tnk_int *lda) {
+  Kernel *const run = axpy.known();
+  if (run && all_given(n, alpha, x, incx, a, lda) && uplo &&
+      (is_letter(*uplo, 'u') || is_letter(*uplo, 'l')) && is_usual(*n) && is_usual(*lda) && *lda >= *n &&
+      *incx == 1 && !is_value(*alpha, 0))
+    return add_to_triangle(run, is_letter(*uplo, 'u'), *n, *alpha, x, *incx, a, *lda);
+  careful_syr(routine, axpy, uplo, n, alpha, x, incx, a, lda);
 }
 
 } // namespace
