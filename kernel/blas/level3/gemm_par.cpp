@@ -65,6 +65,20 @@ template <class T> void with_both_packed(const Product<T> &p) {
   });
 }
 
+// The same where all rows are one block: A is packed once a block along k, and columns pass in strips that stay in the
+// second-level cache beside it from their packing to their use.
+template <class T> void with_one_block_of_a(const Product<T> &p) {
+  const tnk_gemm_descriptor &d = *p.d;
+  in_blocks(p.k, d.kb, [&](tnk_int l, tnk_int steps) {
+    p.pack_a(0, p.m, l, steps, d.a);
+    const tnk_int strip = rounded_up(d.mb * longest_block / 2 / steps, d.nr);
+    in_blocks(p.n, std::min(strip, d.nb), [&](tnk_int j, tnk_int columns) {
+      p.pack_b(l, steps, j, columns, d.b);
+      p.multiply(0, p.m, j, columns, steps, d.a, d.b, plain_panels);
+    });
+  });
+}
+
 // A block of A, packed, by columns j ... j+columns of op(B).
 template <class T>
 void by_columns(const Product<T> &p, tnk_int i, tnk_int rows, tnk_int l, tnk_int steps, tnk_int j,
@@ -207,7 +221,9 @@ int32_t par(const char *transa, const char *transb, const tnk_int *m, const tnk_
     if (own.get_bufs(v->buffers, &raw, &own) != 0) return failed;
     if (tnk_serv_check_ptr(raw, "xgemm") != 0) return v->one_k_block ? failed : plainly();
   }
-  v->loops({transa, transb, *m, *n, *k, &alpha, a, *lda, b, *ldb, &beta, c, ldc, &own});
+  const bool strips = buffers_held && v->buffers == both_packed && *m <= own.mb;
+  (strips ? with_one_block_of_a<T>
+          : v->loops)({transa, transb, *m, *n, *k, &alpha, a, *lda, b, *ldb, &beta, c, ldc, &own});
   if (raw) stage::free_bufs(raw);
   return done;
 }
