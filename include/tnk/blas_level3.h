@@ -341,7 +341,7 @@ void tnk_blas_dtrsm_pst(const char *side, const char *uplo, const char *transa, 
                       left    levels of 256, 128, 64 rows by 1000 columns, from the first whose block is not above m, or
                               the first if there is none
                       right   levels of 256, 64, 16 columns by 512 rows, from the first whose block is below n, or the
-                              first; in d below 8 columns by ?trmm_run and kin
+                              first; in d below 8 columns by dtrmm_run and kin
      left, right    the loops of a level: blocks on the diagonal by the next one, or by the finish if this is the last or
                     the last one's block is not below m (n on the right); what stands beside them by matrix products. The
                     last level on the right finishes up to 64 columns at once, since they can share packed rows of B.
