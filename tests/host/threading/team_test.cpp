@@ -161,6 +161,7 @@ TEST(Team, LendsTheCallersProcessor) {
   const auto caller = std::this_thread::get_id();
   std::atomic<int> there{0};
   std::atomic<bool> lent{false};
+  errno = 77; // which timed waiting changes
   spread(2, 2, [&](int) {
     ++there;
     comes_true([&] { return there == 2; });
@@ -170,8 +171,8 @@ TEST(Team, LendsTheCallersProcessor) {
       return pthread_getaffinity_np(pthread_self(), sizeof now, &now) == 0 && CPU_EQUAL(&now, &own);
     });
   });
+  EXPECT_TRUE(lent && errno == 77) << lent << ' ' << errno;
   pthread_setaffinity_np(pthread_self(), sizeof before, &before);
-  EXPECT_TRUE(lent);
   // And leaves it for the next job; on a busy machine it may be lent it again at once.
   std::atomic<bool> elsewhere{false};
   for (int round = 0; round < 100 && !elsewhere; ++round) {
