@@ -14,6 +14,9 @@ namespace {
 
 template <class I, class T> using Potrf = void(const char *, const I *, T *, const I *, I *);
 template <class I, class T> using Sytrf = void(const char *, const I *, T *, const I *, I *, I *);
+template <class I>
+using Spr = void(const char *, const I *, const tnk_complex8 *, const tnk_complex8 *, const I *,
+                 tnk_complex8 *);
 template <class I, class T> using Gtsv = void(const I *, const I *, T *, T *, T *, T *, const I *, I *);
 template <class I, class T>
 using Gtts2 = void(const I *, const I *, const I *, const T *, const T *, const T *, const T *, const I *,
@@ -117,6 +120,29 @@ void add_sytrf(std::vector<Row> &rows, const char *side, const char *uplo, Sytrf
   rows.push_back(std::move(made));
 }
 
+// A packed triangle, and x behind it.
+void add_spr(std::vector<Row> &rows, Spr<tnk_int> *ours) {
+  for (const char *const uplo : {"U", "L"}) {
+    Row made = row("spr", *uplo == 'U' ? "cspr_u" : "cspr_l", {16, 100});
+    made.prepare = [=](tnk_int n) {
+      const int few = static_cast<int>(n), next = 1;
+      const tnk_int adjacent = 1;
+      const auto triangle = static_cast<std::size_t>(n * (n + 1) / 2);
+      Numbers numbers;
+      std::vector<tnk_complex8> operands(triangle + static_cast<std::size_t>(n));
+      for (auto &x : operands) x = numbers.next<tnk_complex8>();
+      const tnk_complex8 alpha = {0.75f, -0.5f};
+      Solve<tnk_complex8> theirs;
+      if (auto *const f = peer<Spr<int>>("cspr"))
+        theirs = [=](tnk_complex8 *to) { f(uplo, &few, &alpha, to + triangle, &next, to); };
+      return side_by_side<tnk_complex8>(
+          operands, triangle, 10, 8 * static_cast<double>(triangle),
+          [=](tnk_complex8 *to) { ours(uplo, &n, &alpha, to + triangle, &adjacent, to); }, theirs);
+    };
+    rows.push_back(std::move(made));
+  }
+}
+
 // ---- Tridiagonal ------------------------------------------------------------------------------------------------------
 
 // B first, then the diagonals: dl, d, du, du2, n elements of each. `weight` is added to the main one.
@@ -129,12 +155,13 @@ template <class T> struct Layout {
   T *du2(T *p) const { return du(p) + n; }
   std::vector<T> operands(double weight) const {
     Numbers numbers;
-    std::vector<T> all(static_cast<std::size_t>(n * nrhs + 4 * n));
-    for (T &x : all) x = numbers.next<T>();
-    for (tnk_int i = 0; i < n; ++i) d(all.data())[i] = numbers.next<T>(weight);
-    return all;
+    std::vector<T> made(all());
+    for (T &x : made) x = numbers.next<T>();
+    for (tnk_int i = 0; i < n; ++i) d(made.data())[i] = numbers.next<T>(weight);
+    return made;
   }
   std::size_t sides() const { return static_cast<std::size_t>(n * nrhs); }
+  std::size_t all() const { return sides() + static_cast<std::size_t>(4 * n); }
   double flops(double an_element) const { return times_real<T> * an_element * static_cast<double>(n * nrhs); }
 };
 struct Form {
@@ -145,7 +172,7 @@ constexpr Form forms[] = {{"", 1}, {"_4", 4}, {"_8", 8}, {"_16", 16}};
 const std::vector<tnk_int> orders = {30, 100, 1000};
 constexpr double digits = 1000; // the systems are well conditioned, their pivots between 1 and 4
 
-// What overwrites its diagonals: gtsv and dtsvb beside gtsv.
+// What overwrites its diagonals: gtsv, whose factors are compared too, and dtsvb, both beside gtsv.
 template <class T>
 void add_systems(std::vector<Row> &rows, const char *family, const std::string &name, double weight,
                  Gtsv<tnk_int, T> *ours) {
@@ -161,7 +188,8 @@ void add_systems(std::vector<Row> &rows, const char *family, const std::string &
           f(&few, &sides, at.dl(to), at.d(to), at.du(to), at.b(to), &few, &info);
         };
       return side_by_side<T>(
-          at.operands(weight), at.sides(), weight > 0 ? digits : 1000 * digits, at.flops(8),
+          at.operands(weight), weight > 0 ? at.sides() : at.all(), weight > 0 ? digits : 1000 * digits,
+          at.flops(8),
           [=](T *to) {
             tnk_int info = 0;
             ours(&n, &nrhs, at.dl(to), at.d(to), at.du(to), at.b(to), &n, &info);
@@ -289,6 +317,7 @@ void add_factorizations(std::vector<Row> &rows) {
   add_sytrf<float>(rows, "l", "L", ENTRY(ssytrf_l_small));
   add_sytrf<double>(rows, "u", "U", ENTRY(dsytrf_u_small));
   add_sytrf<double>(rows, "l", "L", ENTRY(dsytrf_l_small));
+  add_spr(rows, ENTRY(cspr));
   add_systems<float>(rows, "gtsv", "gtsv", 0, ENTRY(sgtsv_small));
   add_systems<double>(rows, "gtsv", "gtsv", 0, ENTRY(dgtsv_small));
   EACH_TYPE(add_gtts2, gtts2);
