@@ -38,7 +38,7 @@ template <class T> Extreme<T> largest(tnk_int n, const T *x) {
       best = {most[l], index};
   }
   for (; i < n; ++i)
-    if (std::fabs(x[i]) > best.value) best = {std::fabs(x[i]), i};
+    if (const T size = std::fabs(get(x + i)); size > best.value) best = {size, i};
   return best;
 }
 
@@ -49,7 +49,7 @@ template <class T> void subtract_two(tnk_int n, T a, const T *u, T b, const T *w
   const V va = splat<V>(a), vb = splat<V>(b);
   tnk_int i = 0;
   for (; i + e <= n; i += e) storeu(y + i, loadu<V>(y + i) - loadu<V>(u + i) * va - loadu<V>(w + i) * vb);
-  for (; i < n; ++i) y[i] = y[i] - u[i] * a - w[i] * b;
+  for (; i < n; ++i) put(y + i, get(y + i) - get(u + i) * a - get(w + i) * b);
 }
 template <class T> void add(tnk_int n, T a, const T *u, T *y) {
   using V = vec<T>;
@@ -57,10 +57,15 @@ template <class T> void add(tnk_int n, T a, const T *u, T *y) {
   const V va = splat<V>(a);
   tnk_int i = 0;
   for (; i + e <= n; i += e) storeu(y + i, loadu<V>(y + i) + va * loadu<V>(u + i));
-  for (; i < n; ++i) y[i] = y[i] + a * u[i];
+  for (; i < n; ++i) put(y + i, get(y + i) + a * get(u + i));
+}
+template <class T> void swap_elements(T *x, T *y) {
+  const T kept = get(x);
+  put(x, get(y));
+  put(y, kept);
 }
 template <class T> void swap_rows(tnk_int n, T *x, tnk_int incx, T *y, tnk_int incy) {
-  for (tnk_int i = 0; i < n; ++i) std::swap(x[i * incx], y[i * incy]);
+  for (tnk_int i = 0; i < n; ++i) swap_elements(x + i * incx, y + i * incy);
 }
 
 template <class T> struct Matrix {
@@ -75,7 +80,7 @@ template <class T> struct Matrix {
     const T *row = upper ? at(i, i + 1) : at(i, first);
     T most = upper ? largest(above, at(first, i)).value : largest(below, at(i + 1, i)).value;
     for (tnk_int j = 0; j < in_row; ++j)
-      most = std::fabs(row[j * lda]) > most ? std::fabs(row[j * lda]) : most;
+      most = std::max(most, std::fabs(get(row + j * lda))); // a NaN is none
     return most;
   }
 };
@@ -91,13 +96,13 @@ template <class T> void eliminate_one(bool upper, tnk_int n, T pivot, T *x, T *c
       host_blas<T>::syr("Lower", &n, &by, x, &adjacent, corner, &lda);
     }
   for (tnk_int j = 0; j < n && !by_host; ++j) {
-    const T by = -reciprocal * x[j];
+    const T by = -reciprocal * get(x + j);
     if (upper)
       add(j + 1, by, x, corner + j * lda);
     else
       add(n - j, by, x + j, corner + j + j * lda);
   }
-  for (tnk_int i = 0; i < n; ++i) x[i] = reciprocal * x[i];
+  for (tnk_int i = 0; i < n; ++i) put(x + i, reciprocal * get(x + i));
 }
 
 // The same with a pivot of order 2: diagonal elements `of_x`, `of_y`, beside the diagonal `off`; x and y are its columns.
@@ -108,13 +113,14 @@ void eliminate_two(bool upper, tnk_int n, T off, T of_x, T of_y, T *x, T *y, T *
   const T factor = (1 / (scaled_x * scaled_y - 1)) / off;
   for (tnk_int step = 0; step < n; ++step) {
     const tnk_int j = upper ? n - 1 - step : step;
-    const T in_x = factor * (scaled_y * x[j] - y[j]), in_y = factor * (scaled_x * y[j] - x[j]);
+    const T of_j = get(x + j), beside_j = get(y + j);
+    const T in_x = factor * (scaled_y * of_j - beside_j), in_y = factor * (scaled_x * beside_j - of_j);
     if (upper)
       subtract_two(j + 1, in_x, x, in_y, y, corner + j * lda);
     else
       subtract_two(n - j, in_x, x + j, in_y, y + j, corner + j + j * lda);
-    x[j] = in_x;
-    y[j] = in_y;
+    put(x + j, in_x);
+    put(y + j, in_y);
   }
 }
 
@@ -127,14 +133,14 @@ struct Choice {
 // first ... last: the rows that are left, of which k is the last (upper) or the first (lower).
 template <class T>
 Choice choose(const Matrix<T> &m, bool upper, tnk_int k, tnk_int first, tnk_int last, bool *zero) {
-  const T diagonal = std::fabs(*m.at(k, k));
+  const T diagonal = std::fabs(get(m.at(k, k)));
   const auto beside = upper ? largest(k - first, m.at(first, k)) : largest(last - k, m.at(k + 1, k));
   *zero = diagonal == 0 && beside.value == 0;
   if (*zero || diagonal >= threshold<T> * beside.value || first == last) return {1, k};
   const tnk_int i = upper ? first + beside.index : k + 1 + beside.index;
   const T beside_i = m.largest_beside(upper, i, first, last);
   if (diagonal >= threshold<T> * beside.value * (beside.value / beside_i)) return {1, k};
-  if (std::fabs(*m.at(i, i)) >= threshold<T> * beside_i) return {1, i};
+  if (std::fabs(get(m.at(i, i))) >= threshold<T> * beside_i) return {1, i};
   return {2, i};
 }
 
@@ -149,8 +155,8 @@ template <class T> void exchange(const Matrix<T> &m, bool upper, tnk_int row, tn
     swap_rows(m.n - 1 - row, m.at(row + 1, with), 1, m.at(row + 1, row), 1);
     swap_rows(row - with - 1, m.at(with + 1, with), 1, m.at(row, with + 1), m.lda);
   }
-  std::swap(*m.at(with, with), *m.at(row, row));
-  if (k != with) std::swap(*m.at(with, k), *m.at(row, k));
+  swap_elements(m.at(with, with), m.at(row, row));
+  if (k != with) swap_elements(m.at(with, k), m.at(row, k));
 }
 
 // The one-based column of the first pivot that is exactly zero; 0 if there is none.
@@ -171,9 +177,10 @@ template <class T> tnk_int factor(bool upper, tnk_int n, T *a, tnk_int lda, tnk_
       exchange(m, upper, pivot.row, end, k);
       T *const x = m.at(upper ? 0 : end + 1, k), *const y = m.at(upper ? 0 : end + 1, end);
       if (pivot.order == 1)
-        eliminate_one(upper, left, *m.at(k, k), x, corner, lda);
+        eliminate_one(upper, left, get(m.at(k, k)), x, corner, lda);
       else if (left > 0)
-        eliminate_two(upper, left, *m.at(end, k), *m.at(k, k), *m.at(end, end), x, y, corner, lda);
+        eliminate_two(upper, left, get(m.at(end, k)), get(m.at(k, k)), get(m.at(end, end)), x, y, corner,
+                      lda);
     }
     if (pivot.order == 1)
       ipiv[k] = pivot.row + 1;
