@@ -1,11 +1,11 @@
-// The passes of a power-of-two transform of up to 2^17 numbers: decimation in time. The first one takes numbers F apart
-// from where the source has them, and leaves their transforms side by side where bit reversal puts them; each later one
-// combines F neighbouring transforms into one of F times the length.
+// The passes of a power-of-two transform of up to 2^17 numbers: decimation in time. The first one takes eight numbers an
+// eighth of the length apart, and leaves their transforms side by side where bit reversal puts them; each later one
+// combines eight or four neighbouring transforms into one of so many times the length.
 //
 // Between passes numbers stand in blocks (arrays.h). All passes work on whole registers: the first on columns, one
 // transform a lane, turned into rows by transposes; the later ones along the transforms, where each lane meets a twiddle
-// of its own. Twiddles are laid out as they are read: for each register of a combined transform, those of its F - 1
-// inputs, a block each.
+// of its own. Twiddles are laid out as they are read: for each register of a combined transform, those of all its
+// inputs but the first, a block each.
 #pragma once
 
 #include "kernel/signal/arrays.h"
@@ -77,96 +77,73 @@ inline TNK_INLINED void combine(Source source, Target target, tnk_int at, tnk_in
 
 template <class V, class Source, class Target>
 void combine(int log2_f, Source source, Target target, tnk_int at, tnk_int part, const lane_of<V> *twiddles) {
-  switch (log2_f) {
-  case 2:
-    return combine<4, V>(source, target, at, part, twiddles);
-  case 3:
-    return combine<8, V>(source, target, at, part, twiddles);
-  default:
-    return combine<16, V>(source, target, at, part, twiddles);
-  }
+  if (log2_f == 3)
+    combine<8, V>(source, target, at, part, twiddles);
+  else
+    combine<4, V>(source, target, at, part, twiddles);
 }
 
-// How an order is cut into passes: their factors as powers of two, the first pass first.
+// How an order is cut into passes: eights first, then one or two fours where it is no multiple of three. Both keep their
+// numbers in registers; passes of sixteen wait for the stack.
 struct Passes {
   int count;
-  std::int8_t factor[6];
-};
-constexpr Passes passes_of_order[18] = {
-    {},
-    {},
-    {},
-    {},
-    {},
-    {},
-    {},
-    {2, {3, 4}},          // 7
-    {2, {4, 4}},          // 8
-    {3, {3, 3, 3}},       // 9
-    {3, {4, 3, 3}},       // 10
-    {3, {3, 4, 4}},       // 11
-    {3, {4, 4, 4}},       // 12
-    {4, {3, 3, 3, 4}},    // 13
-    {4, {4, 3, 3, 4}},    // 14
-    {4, {4, 4, 4, 3}},    // 15
-    {4, {4, 4, 4, 4}},    // 16
-    {5, {3, 3, 3, 4, 4}}, // 17
+  tnk_int length[7]; // of the transforms after each pass, the first one's first
+
+  explicit constexpr Passes(int order) : count((order + 2) / 3), length() {
+    const int fours = (3 - order % 3) % 3;
+    for (int i = 0, reached = 0; i < count; ++i) {
+      reached += i < count - fours ? 3 : 2;
+      length[i] = tnk_int(1) << reached;
+    }
+  }
+  constexpr int log2_of_factor(int i) const { return length[i] == 8 * length[i - 1] ? 3 : 2; }
 };
 
 // All passes after the first, but for the last one: what lies in the first cache is combined as far as it goes before
 // the next part is touched.
 constexpr int cached_order = 10;
 
+// twiddles: of each pass.
 template <class R>
-void middle_passes(const Passes &passes, int last, blocks<R> work, tnk_int at, const R *const *twiddles,
-                   const tnk_int *length) {
+void middle_passes(const Passes &passes, int last, blocks<R> work, tnk_int at, const R *const *twiddles) {
   if (last == 0) return;
-  const tnk_int whole = length[last], part = length[last - 1];
+  const tnk_int whole = passes.length[last], part = passes.length[last - 1];
   if (whole > tnk_int(1) << cached_order) {
-    for (tnk_int s = 0; s < whole; s += part) middle_passes(passes, last - 1, work, at + s, twiddles, length);
-    combine<vec<R>>(passes.factor[last], work, work, at, part, twiddles[last]);
+    for (tnk_int s = 0; s < whole; s += part) middle_passes(passes, last - 1, work, at + s, twiddles);
+    combine<vec<R>>(passes.log2_of_factor(last), work, work, at, part, twiddles[last]);
     return;
   }
   for (int i = 1; i <= last; ++i)
-    for (tnk_int s = 0; s < whole; s += length[i])
-      combine<vec<R>>(passes.factor[i], work, work, at + s, length[i - 1], twiddles[i]);
+    for (tnk_int s = 0; s < whole; s += passes.length[i])
+      combine<vec<R>>(passes.log2_of_factor(i), work, work, at + s, passes.length[i - 1], twiddles[i]);
 }
 
 // The passes after the first.
 template <class R, class Target> void later_passes(int order, blocks<R> work, Target target, const R *table) {
-  const Passes &passes = passes_of_order[order];
-  const R *twiddles[6] = {};
-  tnk_int length[6];
-  length[0] = tnk_int(1) << passes.factor[0];
+  const Passes passes(order);
+  const R *twiddles[7] = {};
   for (int i = 1; i < passes.count; ++i) {
     twiddles[i] = table;
-    length[i] = length[i - 1] << passes.factor[i];
-    table += 2 * (length[i] - length[i - 1]);
+    table += 2 * (passes.length[i] - passes.length[i - 1]);
   }
   const int last = passes.count - 1;
-  const tnk_int n = length[last], part = length[last - 1];
-  for (tnk_int s = 0; s < n; s += part) middle_passes(passes, last - 1, work, s, twiddles, length);
-  combine<vec<R>>(passes.factor[last], work, target, 0, part, twiddles[last]);
+  const tnk_int n = passes.length[last], part = passes.length[last - 1];
+  for (tnk_int s = 0; s < n; s += part) middle_passes(passes, last - 1, work, s, twiddles);
+  combine<vec<R>>(passes.log2_of_factor(last), work, target, 0, part, twiddles[last]);
 }
 
 // Source in natural order to target; work is neither the source nor overlaps with it. It may be where the target is.
 template <class R, class Source, class Target>
 void transform_through(Source source, Target target, blocks<R> work, int order, const R *table,
                        const std::int32_t *reversal) {
-  if (passes_of_order[order].factor[0] == 3)
-    first_pass<8, vec<R>>(source, work, order, reversal);
-  else
-    first_pass<16, vec<R>>(source, work, order, reversal);
+  first_pass<8, vec<R>>(source, work, order, reversal);
   later_passes(order, work, target, table);
 }
 
-// Numbers in bit-reversed order, in place; work holds as many blocks and is where they are or elsewhere.
+// Numbers in bit-reversed order, in place; work holds as many blocks, and is where they are or elsewhere.
 template <class R, class Array>
 void transform_reversed(Array data, blocks<R> work, int order, const R *table) {
-  if (passes_of_order[order].factor[0] == 3)
-    first_pass_in_place<8, vec<R>>(data, work, tnk_int(1) << order);
-  else
-    first_pass_in_place<16, vec<R>>(data, work, tnk_int(1) << order);
+  first_pass_in_place<8, vec<R>>(data, work, tnk_int(1) << order);
   later_passes(order, work, data, table);
 }
 

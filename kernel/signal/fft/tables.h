@@ -65,13 +65,10 @@ R *fill_pass(R *table, int log2_f, int order, tnk_int first, tnk_int count, cons
 
 // Twiddles of all passes of an in-cache transform of that order.
 template <class R> R *fill_passes(R *table, int order, const QuarterWave<R> &wave, bool by_part) {
-  const Passes &passes = passes_of_order[order];
-  int reached = passes.factor[0];
-  for (int i = 1; i < passes.count; ++i) {
-    const tnk_int part = tnk_int(1) << reached;
-    reached += passes.factor[i];
-    table = fill_pass(table, passes.factor[i], reached, 0, part, wave, by_part);
-  }
+  const Passes passes(order);
+  for (int i = 1; i < passes.count; ++i)
+    table = fill_pass(table, passes.log2_of_factor(i), log2_of(static_cast<int>(passes.length[i])), 0,
+                      passes.length[i - 1], wave, by_part);
   return table;
 }
 
