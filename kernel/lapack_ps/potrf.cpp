@@ -74,7 +74,10 @@ template <class T, class X> X minus(X y, T a, X b) {
 }
 
 template <class T> void scale(tnk_int n, real_of<T> by, T *x, tnk_int inc) {
+  using V = vec_of<T>;
   tnk_int i = 0;
+  if (inc == 1)
+    for (; i + per_vector<T> <= n; i += per_vector<T>) storeu(x + i, by * loadu<V>(x + i));
   for (; i + 2 <= n; i += 2) {
     put(x + i * inc, by * get(x + i * inc));
     put(x + (i + 1) * inc, by * get(x + (i + 1) * inc));
