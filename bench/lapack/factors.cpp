@@ -7,6 +7,7 @@
 #include <tnk/host.h>
 #include <tnk/lapack_ps.h>
 
+#include <cmath>
 #include <string>
 
 namespace tnk::bench {
@@ -297,6 +298,74 @@ template <class T> void add_dttrsb(std::vector<Row> &rows, Dttrsb<T> *ours, Dttr
     }
 }
 
+// The factors themselves, beside those with interchanges. They are judged by the system that they solve: one whose
+// solution is all ones.
+template <class T> void add_dttrfb(std::vector<Row> &rows, Dttrfb<T> *ours, Dttrsb<T> *solve) {
+  Row made = row("dttrfb", named<T>("dttrfb"), orders);
+  made.prepare = [=](tnk_int n) {
+    const Layout<T> at{n, 1};
+    const int few = static_cast<int>(n);
+    auto operands = at.operands(3);
+    T *const p = operands.data();
+    for (tnk_int i = 0; i < n; ++i) {
+      T &b = at.b(p)[i] = at.d(p)[i];
+      const auto add = [&](const T &x) {
+        if constexpr (is_complex<T>)
+          b.re += x.re, b.im += x.im;
+        else
+          b += x;
+      };
+      if (i > 0) add(at.dl(p)[i - 1]);
+      if (i + 1 < n) add(at.du(p)[i]);
+    }
+    struct Last {
+      T *operands;
+      bool by_peer;
+      std::vector<int> pivots;
+    };
+    const auto last = std::make_shared<Last>();
+    last->pivots.resize(static_cast<std::size_t>(n));
+    Solve<T> theirs;
+    auto *const f = peer<Gttrf<T>>(named<T>("gttrf"));
+    auto *const peer_solve = peer<Gtts2<int, T>>(named<T>("gtts2"));
+    if (f && peer_solve)
+      theirs = [=](T *to) {
+        int info = 0;
+        f(&few, at.dl(to), at.d(to), at.du(to), at.du2(to), last->pivots.data(), &info);
+        last->operands = to, last->by_peer = true;
+      };
+    Case contest = side_by_side<T>(
+        operands, 0, digits, 4 * times_real<T> * static_cast<double>(n),
+        [=](T *to) {
+          tnk_int info = 0;
+          ours(&n, at.dl(to), at.d(to), at.du(to), &info);
+          last->operands = to, last->by_peer = false;
+        },
+        theirs);
+    contest.error = [=] {
+      const tnk_int one = 1;
+      const int side = 1, plain = 0;
+      tnk_int info = 0;
+      T *const q = last->operands;
+      if (last->by_peer)
+        peer_solve(&plain, &few, &side, at.dl(q), at.d(q), at.du(q), at.du2(q), last->pivots.data(), at.b(q),
+                   &few);
+      else
+        solve("N", &n, &one, at.dl(q), at.d(q), at.du(q), at.b(q), &n, &info);
+      double worst = 0;
+      for (tnk_int i = 0; i < n; ++i) {
+        double off = std::fabs(static_cast<double>(reinterpret_cast<Real<T> &>(at.b(q)[i])) - 1);
+        if constexpr (is_complex<T>) off += std::fabs(static_cast<double>(at.b(q)[i].im));
+        worst = off <= worst ? worst : off;
+      }
+      return worst;
+    };
+    contest.allowed = digits * std::numeric_limits<Real<T>>::epsilon();
+    return contest;
+  };
+  rows.push_back(std::move(made));
+}
+
 } // namespace
 
 #define ENTRY(name) TNK_KERNEL_ENTRY(tnk_lapack_ps_##name)
@@ -322,6 +391,10 @@ void add_factorizations(std::vector<Row> &rows) {
   add_systems<double>(rows, "gtsv", "gtsv", 0, ENTRY(dgtsv_small));
   EACH_TYPE(add_gtts2, gtts2);
   EACH_TYPE(add_ptts2, ptts2);
+  add_dttrfb<float>(rows, ENTRY(sdttrfb), ENTRY(sdttrsb));
+  add_dttrfb<double>(rows, ENTRY(ddttrfb), ENTRY(ddttrsb));
+  add_dttrfb<tnk_complex8>(rows, ENTRY(cdttrfb), ENTRY(cdttrsb));
+  add_dttrfb<tnk_complex16>(rows, ENTRY(zdttrfb), ENTRY(zdttrsb));
   add_dttrsb<float>(rows, ENTRY(sdttrsb), ENTRY(sdttrfb));
   add_dttrsb<double>(rows, ENTRY(ddttrsb), ENTRY(ddttrfb));
   add_dttrsb<tnk_complex8>(rows, ENTRY(cdttrsb), ENTRY(cdttrfb));
