@@ -2,6 +2,7 @@
 #ifndef TNK_SIGNAL_H
 #define TNK_SIGNAL_H
 
+#include <tnk/signal_dft.h>
 #include <tnk/signal_fft.h>
 #include <tnk/signal_vector.h>
 
