@@ -207,7 +207,7 @@ TEST(PublicTriangular, HasTheSameBitsForEveryNumberOfThreads) {
           const Threads one(1);
           return call.result(routine);
         }();
-        for (const int threads : {2, 3, 5}) {
+        for (const int threads : {2, 5}) {
           const Threads set(threads);
           requests = 0;
           EXPECT_TRUE(call.leads_to(alone, routine)) << name << ' ' << call.name() << ' ' << threads;
@@ -223,7 +223,7 @@ TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
   with_each([](auto zero, auto *routine, auto *, const char *name) {
     using T = decltype(zero);
     for (const std::string &options : every_option) {
-      const Call<T> call(options, 150, 165);
+      const Call<T> call(options, 180, 195);
       const std::vector<T> right = call.result(routine);
       for (const int threads : {1, 2}) {
         const Threads set(threads);
@@ -233,12 +233,15 @@ TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
         refused_request = 0;
         EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << name;
         EXPECT_EQ(errors.last().routine, "x" + std::string(name + 1)) << name;
-        if (threads == 1) EXPECT_TRUE(same_bits(x.data(), call.b.data(), x.size())) << name;
-        // Well-conditioned, and scaled by the elements' size.
-        const double bound = 100 * std::numeric_limits<tnk::real_of<T>>::epsilon();
-        for (std::size_t i = 0; i < x.size() && threads > 1; ++i)
-          if (static_cast<tnk_int>(i) % call.ldb < call.m)
-            ASSERT_TRUE(distance(x[i], right[i]) <= bound) << name << ' ' << call.name();
+        if (threads == 1) {
+          EXPECT_TRUE(same_bits(x.data(), call.b.data(), x.size())) << name;
+          continue;
+        }
+        const double bound = 100 * std::numeric_limits<tnk::real_of<T>>::epsilon(); // all values are near 1
+        double error = 0;
+        for (std::size_t i = 0; i < x.size(); ++i)
+          if (static_cast<tnk_int>(i) % call.ldb < call.m) error = std::max(error, distance(x[i], right[i]));
+        EXPECT_LE(error, bound) << name << ' ' << call.name();
       }
     }
   });
