@@ -4,25 +4,14 @@
 #include <tnk/blas_level3.h>
 
 #include "host/dispatch/check.h"
-#include "host/dispatch/kernel_loader.h"
+#include "host/routines/blas/routine.h"
 #include "host/routines/element.h"
-#include "host/service/errno_keeper.h"
 #include "host/service/refusals.h"
 #include "host/threading/cut.h"
 #include "host/threading/team.h"
 
 namespace tnk::host {
 namespace {
-
-template <class T> bool is_zero(const T &a) {
-  if constexpr (is_complex<T>)
-    return a.re == 0 && a.im == 0;
-  else
-    return a == 0;
-}
-bool is(char letter, char lower_case) {
-  return (letter | 32) == lower_case;
-}
 
 template <class T>
 using Kernel = void(const char *side, const char *uplo, const char *transa, const char *diag,
@@ -75,9 +64,9 @@ template <class T>
     using Scale = void(const tnk_int *m, const tnk_int *n, const T *beta, T *c, const tnk_int *ldc);
     using Family = void(const char *diag, const tnk_int *m, const tnk_int *n, const T *a, const tnk_int *lda,
                         T *b, const tnk_int *ldb);
-    const char lower_case[] = {static_cast<char>(*side | 32), static_cast<char>(*uplo | 32),
-                               !is_complex<T> && is(*transa, 'c') ? 't' : static_cast<char>(*transa | 32),
-                               '\0'};
+    const char lower_case[] = {
+        static_cast<char>(*side | 32), static_cast<char>(*uplo | 32),
+        !is_complex<T> && is_letter(*transa, 'c') ? 't' : static_cast<char>(*transa | 32), '\0'};
     const char letter[] = {type, '\0'};
     auto *const scale = reinterpret_cast<Scale *>(named("tnk_blas_", letter, "gemm_mscale"));
     auto *const plain = reinterpret_cast<Family *>(named(routine, "_", lower_case));
@@ -92,12 +81,11 @@ template <class T>
                                const char *transa, const char *diag, const tnk_int *m, const tnk_int *n,
                                const T *alpha, const T *a, const tnk_int *lda, T *b, const tnk_int *ldb) {
   const Check check(operation.routine);
-  const ErrnoKeeper keeper;
   if (!check.option(1, "side", side, "LR") || !check.option(2, "uplo", uplo, "UL") ||
       !check.option(3, "transa", transa, "NTC") || !check.option(4, "diag", diag, "NU") ||
       !check.length<T>(5, "m", m) || !check.length<T>(6, "n", n) || !check.address(7, "alpha", alpha))
     return;
-  const bool left = is(*side, 'l'), empty = *m == 0 || *n == 0, reads = !empty && !is_zero(*alpha);
+  const bool left = is_letter(*side, 'l'), empty = *m == 0 || *n == 0, reads = !empty && !is_value(*alpha, 0);
   const tnk_int order = left ? *m : *n;
   if (!check.matrix(8, "a", a, reads, "lda", lda, order, order) ||
       !check.matrix(10, "b", b, !empty, "ldb", ldb, *m, *n) || empty)
@@ -134,10 +122,10 @@ void run(Operation<T> &operation, const char *side, const char *uplo, const char
          const tnk_int *ldb) {
   Kernel<T> *const kernel = operation.kernel.known();
   if (kernel && all_given(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb)) {
-    const bool left = is(*side, 'l');
-    if ((left || is(*side, 'r')) && (is(*uplo, 'u') || is(*uplo, 'l')) &&
-        (is(*transa, 'n') || is(*transa, 't') || is(*transa, 'c')) && (is(*diag, 'n') || is(*diag, 'u')) &&
-        are_usual(left, *m, *n, *lda, *ldb))
+    const bool left = is_letter(*side, 'l');
+    if ((left || is_letter(*side, 'r')) && (is_letter(*uplo, 'u') || is_letter(*uplo, 'l')) &&
+        (is_letter(*transa, 'n') || is_letter(*transa, 't') || is_letter(*transa, 'c')) &&
+        (is_letter(*diag, 'n') || is_letter(*diag, 'u')) && are_usual(left, *m, *n, *lda, *ldb))
       return kernel(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
   }
   careful(operation, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
