@@ -151,6 +151,12 @@ void release_scratch(const char *routine, void *block) {
 }
 
 } // namespace
+
+const char *&last_refusal() {
+  static thread_local const char *routine = nullptr;
+  return routine;
+}
+
 } // namespace tnk::host
 
 using tnk::host::Family;
@@ -182,6 +188,7 @@ void tnk_serv_tnk_free(void *block) {
 int32_t tnk_serv_check_ptr(const void *block, const char *routine) {
   if (block) return 0;
   if (!routine) routine = "?";
+  tnk::host::last_refusal() = routine;
   char message[256];
   tnk::host::write_message(message, tnk::host::message_no_memory, routine);
   tnk::host::report(TNK_ERROR_MEMORY, routine, message);

@@ -115,6 +115,38 @@ void tnk_blas_zgemm(const char *transa, const char *transb, const tnk_int *m, co
                     const tnk_complex16 *b, const tnk_int *ldb, const tnk_complex16 *beta, tnk_complex16 *c,
                     const tnk_int *ldc);
 
+/* ---- Triangular matrices ------------------------------------------------------------------------------------------
+
+   A is triangular, of order m for side "L" and n for "R", and B is m by n, column-major; both routines put their result in
+   the place of B:
+
+     trsm   solves op(A) X = alpha B for side "L", X op(A) = alpha B for "R"
+     trmm   B := alpha op(A) B for side "L", alpha B op(A) for "R"
+
+   uplo names the triangle of A that counts, "U" or "L"; the other one is never read. transa: "N" op(A) = A, "T" its
+   transpose, "C" its conjugate transpose (in the real types the same as "T"). diag: "N", or "U" where the diagonal of A
+   counts as ones and is not read. All four in either case. Semantics follow the paper above.
+
+   Nothing is done when m or n is 0; alpha = 0 sets B to zero, whatever it held, and leaves A unread, whose address may
+   then be null. No test for singularity is made: a zero on the diagonal gives infinities and NaN. Bad arguments are
+   reported as above, with nothing touched. B must not overlap A or alpha.
+
+   When the kernels get no memory for packed blocks, that is reported as TNK_ERROR_MEMORY, in the name "xtrsm" or "xtrmm",
+   and B stays as it was. With several threads the report may come from each; if some had memory and others not, those
+   finish their share without, slower and perhaps rounded otherwise. */
+#define TNK_BLAS_TRIANGULAR(name, T)                                                                         \
+  void name(const char *side, const char *uplo, const char *transa, const char *diag, const tnk_int *m,      \
+            const tnk_int *n, const T *alpha, const T *a, const tnk_int *lda, T *b, const tnk_int *ldb)
+TNK_BLAS_TRIANGULAR(tnk_blas_strsm, float);
+TNK_BLAS_TRIANGULAR(tnk_blas_dtrsm, double);
+TNK_BLAS_TRIANGULAR(tnk_blas_ctrsm, tnk_complex8);
+TNK_BLAS_TRIANGULAR(tnk_blas_ztrsm, tnk_complex16);
+TNK_BLAS_TRIANGULAR(tnk_blas_strmm, float);
+TNK_BLAS_TRIANGULAR(tnk_blas_dtrmm, double);
+TNK_BLAS_TRIANGULAR(tnk_blas_ctrmm, tnk_complex8);
+TNK_BLAS_TRIANGULAR(tnk_blas_ztrmm, tnk_complex16);
+#undef TNK_BLAS_TRIANGULAR
+
 TNK_END_DECLS
 
 #endif

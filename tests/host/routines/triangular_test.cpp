@@ -1,0 +1,265 @@
+// The public triangular solves and multiplies: what they refuse, what they need not look at, that a good call reaches its
+// kernel, and that threads change nothing, not even when one of them gets no memory.
+#include <atomic>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <thread>
+#include <tnk/blas.h>
+#include <tnk/blas_level3.h>
+#include <tnk/host.h>
+
+#include "tests/support/error_recorder.h"
+#include "tests/support/product.h"
+#include "tests/support/random.h"
+
+// In front of the host's service: counts requests for scratch, and refuses one of them.
+static std::atomic<int> requests{0}, refused_request{0};
+extern "C" void *tnk_serv_allocate(int64_t size, int32_t alignment) {
+  static const auto service =
+      reinterpret_cast<decltype(&tnk_serv_allocate)>(dlsym(RTLD_NEXT, "tnk_serv_allocate"));
+  return ++requests == refused_request ? nullptr : service(size, alignment);
+}
+
+namespace {
+
+using tnk::test::ErrorRecorder;
+using tnk::test::Random;
+using tnk::test::same_bits;
+using tnk::test::scalar;
+
+// One call of either operation. Behind the triangle that counts, and in the gaps, stand NaN; so they do on a unit diagonal.
+template <class T> struct Call {
+  Call(const std::string &options, tnk_int rows, tnk_int columns) : letters(options), m(rows), n(columns) {
+    const tnk_int order = letters[0] == 'L' ? m : n;
+    lda = order + 1, ldb = m + 3;
+    Random random;
+    const T junk = scalar<T>(tnk::test::nan, tnk::test::nan);
+    const double size = 1 / static_cast<double>(order);
+    for (tnk_int j = 0; j < order; ++j)
+      for (tnk_int i = 0; i < lda; ++i)
+        a.push_back(i == j ? (letters[3] == 'U' ? junk : scalar<T>(1.5, 0.5))
+                    : i < order && (i < j) == (letters[1] == 'U')
+                        ? scalar<T>(size * random.real<double>(), size * random.real<double>())
+                        : junk);
+    for (tnk_int i = 0; i < ldb * n; ++i) b.push_back(i % ldb < m ? random.number<T>() : junk);
+  }
+  template <class Routine> void run(Routine *routine, T *x) const {
+    routine(&letters[0], &letters[1], &letters[2], &letters[3], &m, &n, &alpha, a.data(), &lda, x, &ldb);
+  }
+  template <class Routine> std::vector<T> result(Routine *routine) const {
+    std::vector<T> x = b;
+    run(routine, x.data());
+    return x;
+  }
+  template <class Routine> bool leads_to(const std::vector<T> &expected, Routine *routine) const {
+    return same_bits(result(routine).data(), expected.data(), expected.size());
+  }
+  std::string name() const { return letters + ' ' + std::to_string(m) + " by " + std::to_string(n); }
+
+  std::string letters; // side, uplo, transa, diag
+  tnk_int m, n, lda, ldb;
+  T alpha = scalar<T>(0.75, -0.5);
+  std::vector<T> a, b;
+};
+
+template <class T> double distance(T x, T y) {
+  using namespace tnk::reference;
+  return static_cast<double>(std::max(std::abs(re(x) - re(y)), std::abs(im(x) - im(y))));
+}
+
+struct Threads {
+  explicit Threads(int n) { tnk_set_num_threads(n); }
+  ~Threads() { tnk_set_num_threads(0); }
+};
+
+// Both operations in every type, as f(a number of the type, public routine, kernel, name).
+template <class F> void with_each(F f) {
+  f(float{}, tnk_blas_strsm, tnk_blas_xstrsm, "strsm"), f(float{}, tnk_blas_strmm, tnk_blas_xstrmm, "strmm");
+  f(double{}, tnk_blas_dtrsm, tnk_blas_xdtrsm, "dtrsm"),
+      f(double{}, tnk_blas_dtrmm, tnk_blas_xdtrmm, "dtrmm");
+  f(tnk_complex8{}, tnk_blas_ctrsm, tnk_blas_xctrsm, "ctrsm");
+  f(tnk_complex8{}, tnk_blas_ctrmm, tnk_blas_xctrmm, "ctrmm");
+  f(tnk_complex16{}, tnk_blas_ztrsm, tnk_blas_xztrsm, "ztrsm");
+  f(tnk_complex16{}, tnk_blas_ztrmm, tnk_blas_xztrmm, "ztrmm");
+}
+
+const std::string every_option[] = {"LUNN", "LLNU", "LUTN", "LLCN", "RUNU", "RLNN", "RUTN", "RLCU"};
+
+TEST(PublicTriangular, GoodCallsReachTheirKernels) {
+  ErrorRecorder errors;
+  with_each([](auto zero, auto *routine, auto *kernel, const char *name) {
+    using T = decltype(zero);
+    for (const std::string &options : every_option)
+      for (const auto &[m, n] : {std::pair{5, 3}, {64, 65}, {1, 1}}) {
+        Call<T> call(options, m, n);
+        const std::vector<T> expected = call.result(kernel);
+        EXPECT_FALSE(same_bits(expected.data(), call.b.data(), call.b.size()));
+        EXPECT_TRUE(call.leads_to(expected, routine)) << name << ' ' << call.name();
+        for (char &letter : call.letters) letter = static_cast<char>(letter | 32);
+        EXPECT_TRUE(call.leads_to(expected, routine)) << name << ' ' << call.name();
+      }
+  });
+  EXPECT_EQ(errors.last().message, "");
+}
+
+// One call with something else as its argument `position`, counted from 1; a null address also makes all behind it null,
+// and only the first may be complained of.
+template <class T, class Routine>
+std::vector<T> with_argument(const Call<T> &call, Routine *routine, std::size_t position, const void *value) {
+  std::vector<T> x = call.b;
+  std::vector<const void *> given{&call.letters[0], &call.letters[1], &call.letters[2], &call.letters[3],
+                                  &call.m,          &call.n,          &call.alpha,      call.a.data(),
+                                  &call.lda,        x.data(),         &call.ldb};
+  given[position - 1] = value;
+  if (!value) given.resize(position), given.resize(11, nullptr);
+  const auto text = [&](std::size_t i) { return static_cast<const char *>(given[i]); };
+  const auto number = [&](std::size_t i) { return static_cast<const tnk_int *>(given[i]); };
+  const auto array = [&](std::size_t i) { return static_cast<const T *>(given[i]); };
+  routine(text(0), text(1), text(2), text(3), number(4), number(5), array(6), array(7), number(8),
+          const_cast<T *>(array(9)), number(10));
+  return x;
+}
+
+TEST(PublicTriangular, BadArgumentsAreReportedAndNothingTouched) {
+  constexpr tnk_int huge = tnk_int{1} << 62;
+  const char *const names[] = {"side", "uplo", "transa", "diag", "m", "n", "alpha", "a", "lda", "b", "ldb"};
+  ErrorRecorder errors;
+  with_each([&](auto zero, auto *routine, auto *, const char *name) {
+    using T = decltype(zero);
+    const std::string most = std::to_string((tnk_int{1} << 47) / static_cast<tnk_int>(sizeof(T)));
+    struct Bad {
+      std::size_t position;
+      tnk_int value;
+      std::string complaint;
+      const char *options = "LUNN";
+    };
+    const Bad bads[] = {{1, 'T', "'T', expected one of L, R"},
+                        {2, 'X', "'X', expected one of U, L"},
+                        {3, 'R', "'R', expected one of N, T, C"},
+                        {4, '\0', "the byte 0, expected one of N, U"},
+                        {5, -1, "-1, expected 0 or more"},
+                        {6, INT64_MIN, std::to_string(INT64_MIN) + ", expected 0 or more"},
+                        {6, huge, std::to_string(huge) + ", expected 0 to " + most},
+                        {9, 3, "3, expected 4 or more"},
+                        {9, 6, "6, expected 7 or more", "RLTU"},
+                        {11, 3, "3, expected 4 or more"},
+                        {11, 0, "0, expected 4 or more", "RLTU"}};
+    const auto refuses = [&](const char *options, std::size_t position, const void *value,
+                             const std::string &complaint) {
+      const Call<T> call(options, 4, 7);
+      const std::vector<T> x = with_argument(call, routine, position, value);
+      EXPECT_EQ(errors.bad_argument(), "tnk_blas_" + std::string(name) + ": argument " +
+                                           std::to_string(position) + " (" + names[position - 1] + ") is " +
+                                           complaint);
+      EXPECT_TRUE(same_bits(x.data(), call.b.data(), x.size()));
+    };
+    // From its first good call on a routine knows its kernel, and looks at all arguments at once.
+    (void)Call<T>("LUNN", 2, 2).result(routine);
+    for (const Bad &bad : bads) {
+      const char letter = static_cast<char>(bad.value);
+      refuses(bad.options, bad.position, bad.position <= 4 ? static_cast<const void *>(&letter) : &bad.value,
+              bad.complaint);
+    }
+    for (std::size_t position = 1; position <= 11; ++position)
+      refuses("LUNN", position, nullptr, "a null address, expected the address of a value");
+  });
+}
+
+TEST(PublicTriangular, WhatIsNotTouchedIsNotLookedAt) {
+  ErrorRecorder errors;
+  with_each([](auto zero, auto *routine, auto *, const char *name) {
+    using T = decltype(zero);
+    for (const char *options : {"LUNN", "RLTU"}) {
+      Call<T> call(options, 4, 7);
+      call.alpha = T{};
+      for (tnk_int i = 0; i < call.ldb * call.n; ++i)
+        if (i % call.ldb < call.m) call.b[static_cast<std::size_t>(i)] = scalar<T>(tnk::test::nan, 1);
+      std::vector<T> zeros = call.b;
+      for (tnk_int i = 0; i < call.ldb * call.n; ++i)
+        if (i % call.ldb < call.m) zeros[static_cast<std::size_t>(i)] = T{};
+      call.a.clear(), call.a.shrink_to_fit(); // its address is null
+      EXPECT_TRUE(call.leads_to(zeros, routine)) << name;
+      for (tnk_int Call<T>::*const none : {&Call<T>::m, &Call<T>::n}) {
+        Call<T> empty(options, 4, 7);
+        empty.*none = 0;
+        empty.a = {};
+        empty.run(routine, static_cast<T *>(nullptr));
+      }
+    }
+  });
+  EXPECT_EQ(errors.last().message, "");
+}
+
+// Shapes that are cut on both sides, with each kind of rest: of groups of four, of columns beyond 1000, of rows beyond 512.
+const std::pair<int, int> cut_shapes[] = {{130, 2003}, {257, 1001}, {300, 203},
+                                          {1027, 130}, {2052, 133}, {517, 259}};
+
+TEST(PublicTriangular, HasTheSameBitsForEveryNumberOfThreads) {
+  ErrorRecorder errors;
+  with_each([](auto zero, auto *routine, auto *, const char *name) {
+    using T = decltype(zero);
+    std::size_t turn = 0;
+    for (const auto &[m, n] : cut_shapes)
+      for (const char side : {'L', 'R'}) {
+        const std::string &options = every_option[turn++ % 4 + (side == 'R' ? 4 : 0)];
+        const Call<T> call(options, m, n);
+        const std::vector<T> alone = [&] {
+          const Threads one(1);
+          return call.result(routine);
+        }();
+        for (const int threads : {2, 5}) {
+          const Threads set(threads);
+          requests = 0;
+          EXPECT_TRUE(call.leads_to(alone, routine)) << name << ' ' << call.name() << ' ' << threads;
+          EXPECT_GE(requests, 2) << name << ' ' << call.name(); // and it was cut
+        }
+      }
+  });
+  EXPECT_EQ(errors.last().message, "");
+}
+
+// One slice gets no memory: it is finished without, and the refusal reported. Alone a call leaves B as it was.
+TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
+  with_each([](auto zero, auto *routine, auto *, const char *name) {
+    using T = decltype(zero);
+    for (const std::string &options : every_option) {
+      const Call<T> call(options, 180, 195);
+      const std::vector<T> right = call.result(routine);
+      for (const int threads : {1, 2}) {
+        const Threads set(threads);
+        ErrorRecorder errors;
+        requests = 0, refused_request = 1;
+        const std::vector<T> x = call.result(routine);
+        refused_request = 0;
+        EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << name;
+        EXPECT_EQ(errors.last().routine, "x" + std::string(name + 1)) << name;
+        if (threads == 1) {
+          EXPECT_TRUE(same_bits(x.data(), call.b.data(), x.size())) << name;
+          continue;
+        }
+        const double bound = 100 * std::numeric_limits<tnk::real_of<T>>::epsilon(); // all values are near 1
+        double error = 0;
+        for (std::size_t i = 0; i < x.size(); ++i)
+          if (static_cast<tnk_int>(i) % call.ldb < call.m) error = std::max(error, distance(x[i], right[i]));
+        EXPECT_LE(error, bound) << name << ' ' << call.name();
+      }
+    }
+  });
+}
+
+// Callers on several threads at once, which contend for the team.
+TEST(PublicTriangular, ManyMayCallAtOnce) {
+  const Threads two(2);
+  const Call<double> solve("LUNN", 150, 165), multiply("RLTU", 150, 165);
+  const auto solved = solve.result(tnk_blas_dtrsm), multiplied = multiply.result(tnk_blas_dtrmm);
+  std::atomic<int> wrong{0};
+  const auto work = [&] {
+    for (int i = 0; i < 20; ++i)
+      wrong += !solve.leads_to(solved, tnk_blas_dtrsm) + !multiply.leads_to(multiplied, tnk_blas_dtrmm);
+  };
+  std::thread threads[] = {std::thread(work), std::thread(work), std::thread(work)};
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+} // namespace
