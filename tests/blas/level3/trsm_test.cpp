@@ -4,6 +4,7 @@
 #include "support/error_recorder.h"
 #include "support/named.h"
 #include "support/triangle.h"
+#include <optional>
 
 namespace tnk::test {
 namespace {
@@ -247,7 +248,7 @@ public:
     const tnk_int none = 0;
     E::zero_desc(&d_);
     E::get_optimal_kernel(&d_);
-    E::set_blks_size(64, 24, 64, &d_);
+    E::set_blks_size(64, 16, 32, &d_);
     d_.get_bufs_size(100, 108, &none, &none, &none, &d_);
     d_.get_bufs(100, &raw_, &d_);
     d_.kernel_version = 2;
@@ -278,7 +279,9 @@ private:
 // Loops of two levels and the finish alone, with buffers and without, below a level's blocks and beyond them.
 TYPED_TEST(Trsm, LoopsAndFinish) {
   using T = TypeParam;
-  HeldBlocks<T> held;
+  allocations.reset();
+  std::optional<HeldBlocks<T>> blocks(std::in_place);
+  HeldBlocks<T> &held = *blocks;
   std::size_t turn = 0;
   for (const Form &form : all_forms<T>())
     for (const bool buffers : {true, false})
@@ -294,6 +297,8 @@ TYPED_TEST(Trsm, LoopsAndFinish) {
                 buffers ? held.descriptor() : nullptr);
         }));
       }
+  blocks.reset();
+  EXPECT_TRUE(allocations.live == 0 && allocations.overrun == 0);
 }
 
 TEST(TrsmStages, PackedTriangles) {
