@@ -208,7 +208,8 @@ TYPED_TEST(Trsm, MemoryThatIsRefused) {
       }
 }
 
-// Right-hand sides cut anywhere, and solved without memory: the same bits.
+// Right-hand sides cut anywhere, and solved without memory, in s, c and z by the solver whose name has the letters: the
+// same bits.
 TYPED_TEST(Trsm, SlicesAndPlainPathHaveTheSameBits) {
   using T = TypeParam;
   std::size_t turn = 0;
@@ -244,16 +245,6 @@ TYPED_TEST(Trsm, SlicesAndPlainPathHaveTheSameBits) {
 }
 
 // ---- Stages by themselves -------------------------------------------------------------------------------------------
-
-// Side, triangle and operation as the name has them.
-TYPED_TEST(Trsm, FamilyByItsNames) {
-  using T = TypeParam;
-  if (std::is_same_v<T, double>) return;
-  for (const Form &form : all_forms<T>())
-    for (const auto &[order, sides] : {std::pair<tnk_int, tnk_int>{3, 5}, {30, 9}, {32, 1}, {143, 19}})
-      ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<T>::of(form, order, sides),
-                                    by_solver(Named<T>("tnk_blas_?trsm_" + form.suffix()))));
-}
 
 // Buffers as a driver holds them, so small that some products find no room there.
 template <class T> class HeldBlocks {
