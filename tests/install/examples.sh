@@ -23,6 +23,9 @@ deviation 44.1183
 peak      253.8 at 2506
 norm      3842.2354' "$("$program" "$data/sunspots.csv" 2>&1)"
     ;;
+  *cholesky)
+    same "$program" 'order 500, solved to 13 digits' "$("$program" 2>&1)"
+    ;;
   *product)
     same "$program" '    66.0    78.0    90.0
     78.0    93.0   108.0

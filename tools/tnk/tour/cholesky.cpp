@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <tnk/blas_level3.h>
 #include <tnk/lapack_ps.h>
 
 namespace tnk::tool {
@@ -62,13 +61,13 @@ template <class T> struct Routines;
 template <> struct Routines<double> {
   const char *name = "potrf, trsm", *precision = "double";
   decltype(&tnk_lapack_ps_dpotrf_l_small) potrf = TNK_PRESENT_ENTRY(tnk_lapack_ps_dpotrf_l_small);
-  decltype(&tnk_blas_xdtrsm) trsm = TNK_PRESENT_ENTRY(tnk_blas_xdtrsm);
+  decltype(&tnk_blas_dtrsm) trsm = tnk_blas_dtrsm;
   decltype(&tnk_blas_dgemm) gemm = tnk_blas_dgemm;
 };
 template <> struct Routines<float> {
   const char *name = "potrf, trsm", *precision = "single";
   decltype(&tnk_lapack_ps_spotrf_l_small) potrf = TNK_PRESENT_ENTRY(tnk_lapack_ps_spotrf_l_small);
-  decltype(&tnk_blas_xstrsm) trsm = TNK_PRESENT_ENTRY(tnk_blas_xstrsm);
+  decltype(&tnk_blas_strsm) trsm = tnk_blas_strsm;
   decltype(&tnk_blas_sgemm) gemm = tnk_blas_sgemm;
 };
 
