@@ -31,8 +31,8 @@ TYPED_TEST(Ger, EveryShape) {
     for (tnk_int j = 0; j < y.n(); ++j) y.put(j, random.number<T>());
     // A zero skips nothing: it meets an infinity of the other vector.
     if (m > 3 && n > 5) x.put(2, T{}), y.put(3, number<T>(infinity)), y.put(1, T{}), x.put(3, number<T>(nan));
-    std::vector<T> wanted(a.size());
-    std::memset(static_cast<void *>(wanted.data()), 0xFF, a.size() * sizeof(T)); // as what no element is
+    std::vector<T> wanted;
+    for (std::size_t i = 0; i < a.size(); ++i) wanted.push_back(a.get(i)); // as what no element is
     for (tnk_int j = 0; j < n; ++j)
       for (tnk_int i = 0; i < m; ++i) {
         a.put(at(i, j), random.number<T>());
