@@ -176,15 +176,18 @@ TYPED_TEST(Indefinite, ChoosesPivots) {
           for (const tnk_int r : {i, j}) a(r, k) = a(k, r) = 3;
           ASSERT_EQ(Pivoted<T>(a, part).ipiv[static_cast<std::size_t>(k)], -(i + 1)) << n << ' ' << i << j;
         }
-  // The diagonal against 0.6403882 times the largest beside it; a diagonal of its own row that is large enough.
-  const auto first = [&](double diagonal, double beside, double other) {
-    const double of[] = {diagonal, beside, other};
-    return Pivoted<T>(Dense(2, 2, [&](tnk_int i, tnk_int j) { return of[i + j]; }), 'L').ipiv[0];
+  // The diagonal against 0.6403882 times the largest beside it; a diagonal of that one's own row that is large enough; the
+  // diagonal against the largest beside it once more, when its row has still larger ones.
+  const auto first = [&](double diagonal, double beside, double other, double far) {
+    const double rows[3][3] = {{diagonal, beside, 0}, {beside, other, far}, {0, far, 1}};
+    return Pivoted<T>(Dense(3, 3, [&](tnk_int i, tnk_int j) { return rows[i][j]; }), 'L').ipiv[0];
   };
-  EXPECT_EQ(first(0.6405, 1, 0), 1);
-  EXPECT_EQ(first(0.6402, 1, 0), -2);
-  EXPECT_EQ(first(0.1, 1, 0.6405), 2);
-  EXPECT_EQ(first(0.1, 1, 0.6402), -2);
+  EXPECT_EQ(first(0.6405, 1, 0, 0), 1);
+  EXPECT_EQ(first(0.6402, 1, 0, 0), -2);
+  EXPECT_EQ(first(0.1, 1, 0.6405, 0), 2);
+  EXPECT_EQ(first(0.1, 1, 0.6402, 0), -2);
+  EXPECT_EQ(first(0.06405, 1, 0, 10), 1);
+  EXPECT_EQ(first(0.06402, 1, 0, 10), -2);
   // Columns 1 and 4 are zero: the first one met is reported, and the factorization goes on.
   for (const char part : {'U', 'L'}) {
     const Pivoted<T> f(Dense(5, 5, [](tnk_int i, tnk_int j) { return i == j && i % 3 != 0 ? i : 0; }), part);
