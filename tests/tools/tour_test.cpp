@@ -36,7 +36,8 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"product", {"87.91 %", "after 120 steps"}},
       {"sparse", {"3.114811969e+12", "83883 entries"}},
       {"smoothing", {"33.1 ... 74.2"}},
-      {"cholesky", {"single, 6 steps"}}};
+      {"cholesky", {"single, 6 steps"}},
+      {"spectrum", {"11.03 years", "497 short spectra"}}};
   const auto names = scenes();
   ASSERT_GE(names.size(), facts.size());
   for (const std::string &name : names) {

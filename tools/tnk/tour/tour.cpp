@@ -20,6 +20,8 @@ constexpr Scene scenes[] = {
     {"sparse", "the stiffest mode of a structure, by products with a sparse matrix", sparse_scene},
     {"smoothing", "the sunspot numbers smoothed, by tridiagonal solvers", smoothing_scene},
     {"cholesky", "a stiffness matrix factored by blocks, solved and refined", cholesky_scene},
+    {"spectrum", "the cycle of the sunspot numbers and the pitch of a sound, by Fourier transforms",
+     spectrum_scene},
 };
 
 struct Options {
