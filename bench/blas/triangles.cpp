@@ -1,8 +1,10 @@
-// Level 3 routines on triangles, in place: every form beside the BLAS library, and packed storage beside a full matrix.
+// Level 3 routines on triangles, in place: every form of the public ones beside the BLAS library, their kernels and two
+// threads beside them, and packed storage beside a full matrix.
 
 #include "bench/families.h"
 #include "bench/frame/probe.h"
 
+#include <tnk/blas.h>
 #include <tnk/blas_level3.h>
 #include <tnk/host.h>
 
@@ -117,8 +119,8 @@ Row row(const std::string &routine, const std::string &name) {
 }
 
 template <class T>
-void add_forms(std::vector<Row> &rows, const std::string &routine, char letter,
-               Triangular<tnk_int, T> *ours) {
+void add_forms(std::vector<Row> &rows, const std::string &routine, char letter, Triangular<tnk_int, T> *ours,
+               Triangular<tnk_int, T> *kernel) {
   const bool solves = routine == "trsm";
   for (const char side : {'L', 'R'})
     for (const char uplo : {'L', 'U'})
@@ -135,6 +137,30 @@ void add_forms(std::vector<Row> &rows, const std::string &routine, char letter,
         };
         rows.push_back(std::move(added));
       }
+
+  // One form on each side of the routine beside itself.
+  for (const Form &form : {Form{'L', 'U', 'N'}, Form{'R', 'L', 'T'}}) {
+    const auto beside_itself = [&](const char *suffix, std::vector<tnk_int> sizes,
+                                   Triangular<tnk_int, T> *first) {
+      Row added = row(routine, letter + routine + '_' + form.side + form.uplo + form.trans + suffix);
+      added.sizes = std::move(sizes);
+      added.prepare = [=](tnk_int order) {
+        const auto data = std::make_shared<Data<T>>(order, solves);
+        return contest(data, run<tnk_int, T>(first, data, form), run<tnk_int, T>(ours, data, form));
+      };
+      return added;
+    };
+    Row checks = beside_itself("_kernel", {8, 32}, kernel);
+    checks.quick = 8, checks.peer = "public routine", checks.picture = "kernels";
+    rows.push_back(std::move(checks));
+
+    // The ratio is what the second thread brings. The limit is that of one.
+    Row threaded = beside_itself("_2t", {256, 1000, 2000}, ours);
+    threaded.group = "level3/" + routine + "_threads";
+    threaded.peer = "1 thread", threaded.picture = "threads";
+    threaded.threads = 2;
+    rows.push_back(std::move(threaded));
+  }
 }
 
 } // namespace
@@ -142,14 +168,14 @@ void add_forms(std::vector<Row> &rows, const std::string &routine, char letter,
 #define ENTRY(name) TNK_KERNEL_ENTRY(tnk_blas_##name)
 
 void add_triangles(std::vector<Row> &rows) {
-  add_forms<float>(rows, "trsm", 's', ENTRY(xstrsm));
-  add_forms<double>(rows, "trsm", 'd', ENTRY(xdtrsm));
-  add_forms<tnk_complex8>(rows, "trsm", 'c', ENTRY(xctrsm));
-  add_forms<tnk_complex16>(rows, "trsm", 'z', ENTRY(xztrsm));
-  add_forms<float>(rows, "trmm", 's', ENTRY(xstrmm));
-  add_forms<double>(rows, "trmm", 'd', ENTRY(xdtrmm));
-  add_forms<tnk_complex8>(rows, "trmm", 'c', ENTRY(xctrmm));
-  add_forms<tnk_complex16>(rows, "trmm", 'z', ENTRY(xztrmm));
+  add_forms<float>(rows, "trsm", 's', tnk_blas_strsm, ENTRY(xstrsm));
+  add_forms<double>(rows, "trsm", 'd', tnk_blas_dtrsm, ENTRY(xdtrsm));
+  add_forms<tnk_complex8>(rows, "trsm", 'c', tnk_blas_ctrsm, ENTRY(xctrsm));
+  add_forms<tnk_complex16>(rows, "trsm", 'z', tnk_blas_ztrsm, ENTRY(xztrsm));
+  add_forms<float>(rows, "trmm", 's', tnk_blas_strmm, ENTRY(xstrmm));
+  add_forms<double>(rows, "trmm", 'd', tnk_blas_dtrmm, ENTRY(xdtrmm));
+  add_forms<tnk_complex8>(rows, "trmm", 'c', tnk_blas_ctrmm, ENTRY(xctrmm));
+  add_forms<tnk_complex16>(rows, "trmm", 'z', tnk_blas_ztrmm, ENTRY(xztrmm));
 
   for (const char side : {'L', 'R'}) {
     const Form form = {side, 'U', 'N'};
