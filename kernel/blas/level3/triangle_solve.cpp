@@ -10,10 +10,9 @@
 //
 // Each element is formed alike, whatever stands beside it: b - M(i,0) x(0) - M(i,1) x(1) ..., from left to right, then
 // times the reciprocal.
-#include "kernel/blas/level3/constants.h"
 #include "kernel/blas/level3/trsm.h"
-#include "kernel/frame/mask.h"
 #include "kernel/frame/transpose.h"
+#include "kernel/frame/unroll.h"
 #include <algorithm>
 #include <cmath>
 
@@ -62,11 +61,16 @@ template <class T> void pack_triangle(bool left, const Triangle<T> &t, tnk_int o
   const Source<T> m(left, t, order);
   for (tnk_int first = 0; first < order; first += rows_of_group) {
     const tnk_int rows = std::min<tnk_int>(rows_of_group, order - first);
-    for (tnk_int l = 0; l < first; ++l, packed += rows_of_group)
-      for (tnk_int r = 0; r < rows; ++r) put(packed + r, m.get(first + r, l));
+    // Of one column the rows from `top` on, and zeros for those that a last group lacks.
+    const auto pack_column = [&](tnk_int l, tnk_int top) {
+      tnk_int r = top;
+      for (; r < rows; ++r) put(packed + r, m.get(first + r, l));
+      for (; r < rows_of_group; ++r) put(packed + r, T{});
+    };
+    for (tnk_int l = 0; l < first; ++l, packed += rows_of_group) pack_column(l, 0);
     for (tnk_int l = 0; l < rows_of_group; ++l, packed += rows_of_group) {
-      if (l < rows) put(packed + l, m.inverse(first + l));
-      for (tnk_int r = l + 1; r < rows; ++r) put(packed + r, m.get(first + r, first + l));
+      put(packed + l, l < rows ? m.inverse(first + l) : T{});
+      pack_column(first + l, l + 1);
     }
   }
 }
@@ -74,10 +78,12 @@ template <class T> void pack_triangle(bool left, const Triangle<T> &t, tnk_int o
 namespace {
 
 // ---- Right-hand sides in registers --------------------------------------------------------------------------------
-// load and store: R rows of M from row i on, of `count` right-hand sides from `first` on, V vectors a row. With one vector
-// some right-hand sides may be missing.
+// load and store: `rows` rows of M from row i on, four or what a last group has, of `count` right-hand sides from `first`
+// on, V vectors a row. With one vector some right-hand sides may be missing. Missing ones of either kind are loaded as
+// zeros.
 
 template <class T> using Rows = vec_of<T>[rows_of_group];
+template <class T, int V> using Group = vec_of<T>[rows_of_group][V];
 
 // Four elements along each of per_vector columns, to be turned into rows; and back.
 template <class T> TNK_INLINE void load_four_rows(Rows<T> &x, const T *b, tnk_int ldb) {
@@ -124,42 +130,38 @@ template <class T, bool from_end> struct Columns {
   T *b; // the row that is solved first
   tnk_int ldb;
 
-  static constexpr tnk_int along = from_end ? -1 : 1;
-  T *corner(tnk_int i, tnk_int column) const {
-    return b + along * i + column * ldb - (from_end ? rows_of_group - 1 : 0);
-  }
+  T *element(tnk_int i, tnk_int column) const { return b + (from_end ? -i : i) + column * ldb; }
+  T *corner(tnk_int i, tnk_int column) const { return element(from_end ? i + rows_of_group - 1 : i, column); }
   static constexpr int turned(int r) { return from_end ? rows_of_group - 1 - r : r; }
 
-  template <int R, int V>
-  TNK_INLINE void load(vec_of<T> (&s)[R][V], tnk_int i, tnk_int first, tnk_int count) const {
-    if (R == rows_of_group && count == V * width<T>) {
+  template <int V>
+  TNK_INLINE void load(Group<T, V> &s, tnk_int i, tnk_int rows, tnk_int first, tnk_int count) const {
+    if (rows == rows_of_group && count == V * width<T>) {
       unrolled<V>([&](auto v) TNK_INLINED {
         Rows<T> x;
         load_four_rows(x, corner(i, first + v * width<T>), ldb);
-        unrolled<R>([&](auto r) TNK_INLINED { s[r][v] = x[turned(r)]; });
+        unrolled<rows_of_group>([&](auto r) TNK_INLINED { s[r][v] = x[turned(r)]; });
       });
     } else {
-      T lane[V * width<T>] = {};
-      unrolled<R>([&](auto r) TNK_INLINED {
-        for (tnk_int j = 0; j < count; ++j) lane[j] = get(b + along * (i + r) + (first + j) * ldb);
-        unrolled<V>([&](auto v) TNK_INLINED { s[r][v] = loadu<vec_of<T>>(lane + v * width<T>); });
-      });
+      T lane[rows_of_group][V * width<T>] = {};
+      for (tnk_int r = 0; r < rows; ++r)
+        for (tnk_int j = 0; j < count; ++j) lane[r][j] = get(element(i + r, first + j));
+      std::memcpy(s, lane, sizeof s);
     }
   }
-  template <int R, int V>
-  TNK_INLINE void store(const vec_of<T> (&s)[R][V], tnk_int i, tnk_int first, tnk_int count) const {
-    if (R == rows_of_group && count == V * width<T>) {
+  template <int V>
+  TNK_INLINE void store(const Group<T, V> &s, tnk_int i, tnk_int rows, tnk_int first, tnk_int count) const {
+    if (rows == rows_of_group && count == V * width<T>) {
       unrolled<V>([&](auto v) TNK_INLINED {
         Rows<T> x;
-        unrolled<R>([&](auto r) TNK_INLINED { x[turned(r)] = s[r][v]; });
+        unrolled<rows_of_group>([&](auto r) TNK_INLINED { x[turned(r)] = s[r][v]; });
         store_four_rows(corner(i, first + v * width<T>), ldb, x);
       });
     } else {
-      T lane[V * width<T>];
-      unrolled<R>([&](auto r) TNK_INLINED {
-        unrolled<V>([&](auto v) TNK_INLINED { storeu(lane + v * width<T>, s[r][v]); });
-        for (tnk_int j = 0; j < count; ++j) put(b + along * (i + r) + (first + j) * ldb, lane[j]);
-      });
+      T lane[rows_of_group][V * width<T>];
+      std::memcpy(lane, s, sizeof s);
+      for (tnk_int r = 0; r < rows; ++r)
+        for (tnk_int j = 0; j < count; ++j) put(element(i + r, first + j), lane[r][j]);
     }
   }
 };
@@ -169,25 +171,35 @@ template <class T> struct RowsOfB {
   T *b;          // the column that is solved first
   tnk_int along; // from it to the next one
 
-  template <int R, int V>
-  TNK_INLINE void load(vec_of<T> (&s)[R][V], tnk_int i, tnk_int first, tnk_int count) const {
-    unrolled<R>([&](auto r) TNK_INLINED {
-      const T *const from = b + (i + r) * along + first;
-      if (count == V * width<T>)
+  template <int V>
+  TNK_INLINE void load(Group<T, V> &s, tnk_int i, tnk_int rows, tnk_int first, tnk_int count) const {
+    const T *from = b + i * along + first;
+    if (rows == rows_of_group && count == V * width<T>) {
+      unrolled<rows_of_group>([&](auto r) TNK_INLINED {
         unrolled<V>([&](auto v) TNK_INLINED { s[r][v] = loadu<vec_of<T>>(from + v * width<T>); });
-      else
-        s[r][0] = load_first<vec_of<T>>(from, start_of<T>(count));
-    });
+        from += along;
+      });
+    } else {
+      T lane[rows_of_group][V * width<T>] = {};
+      for (tnk_int r = 0; r < rows; ++r, from += along)
+        std::memcpy(lane[r], from, static_cast<std::size_t>(count) * sizeof(T));
+      std::memcpy(s, lane, sizeof s);
+    }
   }
-  template <int R, int V>
-  TNK_INLINE void store(const vec_of<T> (&s)[R][V], tnk_int i, tnk_int first, tnk_int count) const {
-    unrolled<R>([&](auto r) TNK_INLINED {
-      T *const to = b + (i + r) * along + first;
-      if (count == V * width<T>)
+  template <int V>
+  TNK_INLINE void store(const Group<T, V> &s, tnk_int i, tnk_int rows, tnk_int first, tnk_int count) const {
+    T *to = b + i * along + first;
+    if (rows == rows_of_group && count == V * width<T>) {
+      unrolled<rows_of_group>([&](auto r) TNK_INLINED {
         unrolled<V>([&](auto v) TNK_INLINED { storeu(to + v * width<T>, s[r][v]); });
-      else
-        store_first(to, s[r][0], start_of<T>(count));
-    });
+        to += along;
+      });
+    } else {
+      T lane[rows_of_group][V * width<T>];
+      std::memcpy(lane, s, sizeof s);
+      for (tnk_int r = 0; r < rows; ++r, to += along)
+        std::memcpy(to, lane[r], static_cast<std::size_t>(count) * sizeof(T));
+    }
   }
 };
 
@@ -206,21 +218,22 @@ template <class T, int V, class X> TNK_INLINE void take_away(vec_of<T> (&s)[V], 
   });
 }
 
-// Rows i ... i+R of V vectors of right-hand sides, R at most 4, with those before in the panel. a: their group.
-template <int R, int V, class T, class Sides>
-TNK_INLINE void solve_group(tnk_int i, const T *a, T *panel, const Sides &b, tnk_int first, tnk_int count) {
+// Rows i ... i+rows of V vectors of right-hand sides, those before in the panel. a: their group.
+template <int V, class T, class Sides>
+TNK_INLINE void solve_group(tnk_int i, tnk_int rows, const T *a, T *panel, const Sides &b, tnk_int first,
+                            tnk_int count) {
   using vector = vec_of<T>;
   constexpr int held = parts<T> * V, step = V * width<T> * parts<T>;
-  vector s[R][V];
-  b.load(s, i, first, count);
+  Group<T, V> s;
+  b.load(s, i, rows, first, count);
   const T *x_at = panel;
   for (tnk_int l = 0; l < i; ++l, x_at += step, a += rows_of_group) {
     vector x[held];
     unrolled<held>([&](auto h) TNK_INLINED { x[h] = load<vector>(x_at + h * width<T>); });
-    unrolled<R>([&](auto r) TNK_INLINED { take_away<T, V>(s[r], a + r, x); });
+    unrolled<rows_of_group>([&](auto r) TNK_INLINED { take_away<T, V>(s[r], a + r, x); });
   }
   T *to = panel + i * step;
-  unrolled<R>([&](auto l) TNK_INLINED {
+  unrolled<rows_of_group>([&](auto l) TNK_INLINED {
     const T inverse = get(a + l);
     vector x[held];
     unrolled<V>([&](auto v) TNK_INLINED {
@@ -228,20 +241,17 @@ TNK_INLINE void solve_group(tnk_int i, const T *a, T *panel, const Sides &b, tnk
       if constexpr (is_complex<T>) x[V + v] = in_register(turned_by_i(x[v]));
     });
     unrolled<held>([&](auto h) TNK_INLINED { store(to + h * width<T>, x[h]); });
-    unrolled<R - l - 1>([&](auto below)
-                            TNK_INLINED { take_away<T, V>(s[l + 1 + below], a + l + 1 + below, x); });
+    unrolled<rows_of_group - l - 1>(
+        [&](auto below) TNK_INLINED { take_away<T, V>(s[l + 1 + below], a + l + 1 + below, x); });
     a += rows_of_group, to += step;
   });
-  b.store(s, i, first, count);
+  b.store(s, i, rows, first, count);
 }
 
 template <int V, class T, class Sides>
 void solve_panel(tnk_int order, const T *packed, T *panel, const Sides &b, tnk_int first, tnk_int count) {
-  tnk_int i = 0;
-  for (; i + rows_of_group <= order; packed += rows_of_group * (i + rows_of_group), i += rows_of_group)
-    solve_group<rows_of_group, V>(i, packed, panel, b, first, count);
-  with_constant<rows_of_group - 1>(
-      order - i, [&](auto rows) { solve_group<rows, V>(i, packed, panel, b, first, count); });
+  for (tnk_int i = 0; i < order; packed += rows_of_group * (i + rows_of_group), i += rows_of_group)
+    solve_group<V>(i, std::min<tnk_int>(rows_of_group, order - i), packed, panel, b, first, count);
 }
 
 template <class T, class Sides>

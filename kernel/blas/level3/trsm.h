@@ -19,8 +19,8 @@ template <class T> inline bool from_the_end(bool left, const Triangle<T> &t) {
 // ---- Packed triangles ---------------------------------------------------------------------------------------------
 
 // M in the order of its solution, in groups of 4 rows; a group has column after column, 4 values each, from the first
-// column to its own four. On the diagonal stand reciprocals, 1 where it is unit. What stands above the diagonal or
-// belongs to no row is not read.
+// column to its own four. On the diagonal stand reciprocals, 1 where it is unit. What stands above the diagonal is not
+// read; rows that a last group lacks are zeros.
 //
 //     group 0   | 0 1 2 3 | . 5 6 7 | . . 10 11 | . . . 15 |             a cell: a value; a frame: a column
 //     group 1   | 16 17 18 19 | ... 4 columns ... | . 37 38 39 | ...
@@ -31,7 +31,8 @@ constexpr tnk_int packed_triangle_size(tnk_int order) {
 }
 // Solved rows of as many right-hand sides as two vectors hold; complex ones followed by their multiples by i.
 template <class T> constexpr tnk_int panel_size(tnk_int order) {
-  return order * 2 * per_vector<T> * (is_complex<T> ? 2 : 1);
+  const tnk_int rows = (order + rows_of_group - 1) / rows_of_group * rows_of_group;
+  return rows * 2 * per_vector<T> * (is_complex<T> ? 2 : 1);
 }
 
 // packed: room for packed_triangle_size(order).
