@@ -28,6 +28,14 @@ template <class P> inline parts<const P *> as_source(parts<P *> a) {
   return {a.re, a.im};
 }
 
+// Whether two arrays are one, if only by halves.
+template <class P, bool Inverse, class Q, bool Other> bool are_one(pairs<P, Inverse> a, pairs<Q, Other> b) {
+  return a.p == b.p;
+}
+template <class P, class Q> bool are_one(parts<P> a, parts<Q> b) {
+  return a.re == b.re || a.im == b.im || a.re == b.im || a.im == b.re;
+}
+
 // `count` numbers of each of `rows` rows, `part` apart in one array, `other_part` in the other.
 template <class R, bool Inverse>
 inline void copy_rows(pairs<const R *, Inverse> source, tnk_int at, tnk_int part, pairs<R *, Inverse> target,
@@ -106,32 +114,36 @@ __attribute__((noinline)) void cofactor_registers(int32_t c, Source source, Targ
 // is the first step of a transform by decimation in frequency: numbers are turned on the way out.
 enum Direction { joining, splitting };
 
-// `registers` registers of numbers of a part.
+// `registers` registers of numbers of a part, from number `at` on, in each of `blocks` blocks.
 template <int F, Direction D, class V, class R, class Source, class Target>
 __attribute__((noinline)) void factor_registers(int32_t f, Source source, Target target, tnk_int at,
-                                                tnk_int part, tnk_int registers, const R *twiddles,
-                                                const R *table, R *scratch) {
-  for (; registers > 0; --registers, at += lanes<V>) {
-    const auto turned_if = [&](bool yes, tnk_int j, cvec<V> x) TNK_INLINED {
-      if (!yes || j == 0) return x;
-      const R *const w = twiddles + (j - 1) * 2 * lanes<V>;
-      return load_parts<V>(w, w + lanes<V>) * x;
-    };
-    const auto number = [&](tnk_int j) TNK_INLINED {
-      return turned_if(D == joining, j, source.template load<V>(at + j * part));
-    };
-    const auto result = [&](tnk_int q, cvec<V> z) TNK_INLINED {
-      target.template store<V>(at + q * part, turned_if(D == splitting, q, z));
-    };
-    if constexpr (F == 0) {
-      direct<V>(f, table, scratch, number, result);
-    } else {
-      cvec<V> x[F];
-      unrolled<F>([&](auto j) TNK_INLINED { x[j] = number(j); });
-      dft(x);
-      unrolled<F>([&](auto q) TNK_INLINED { result(q, x[q]); });
+                                                tnk_int part, tnk_int registers, tnk_int blocks,
+                                                const R *twiddles, const R *table, R *scratch) {
+  const tnk_int factor = F == 0 ? f : F;
+  for (; blocks > 0; --blocks, at += factor * part) {
+    const R *w = twiddles;
+    for (tnk_int k = at; k < at + registers * lanes<V>; k += lanes<V>) {
+      const auto turned_if = [&](bool yes, tnk_int j, cvec<V> x) TNK_INLINED {
+        if (!yes || j == 0) return x;
+        const R *const own = w + (j - 1) * 2 * lanes<V>;
+        return load_parts<V>(own, own + lanes<V>) * x;
+      };
+      const auto number = [&](tnk_int j) TNK_INLINED {
+        return turned_if(D == joining, j, source.template load<V>(k + j * part));
+      };
+      const auto result = [&](tnk_int q, cvec<V> z) TNK_INLINED {
+        target.template store<V>(k + q * part, turned_if(D == splitting, q, z));
+      };
+      if constexpr (F == 0) {
+        direct<V>(f, table, scratch, number, result);
+      } else {
+        cvec<V> x[F];
+        unrolled<F>([&](auto j) TNK_INLINED { x[j] = number(j); });
+        dft(x);
+        unrolled<F>([&](auto q) TNK_INLINED { result(q, x[q]); });
+      }
+      w += (factor - 1) * 2 * lanes<V>;
     }
-    twiddles += ((F == 0 ? f : F) - 1) * 2 * lanes<V>;
   }
 }
 
@@ -146,6 +158,10 @@ void cofactor_pass(int32_t c, Source source, Target target, const int32_t *order
   const tnk_int whole = count / width, left = count % width, at = whole * width * c;
   cofactor_registers<C, R>(c, source, target, 0, order, apart, whole, table, scratch);
   if (left == 0) return;
+  if (whole > 0 && !are_one(source, target)) { // some once more
+    const tnk_int first = count - width;
+    return cofactor_registers<C, R>(c, source, target, first * c, order + first, apart, 1, table, scratch);
+  }
   // The last transform fills the lanes that are left.
   alignas(32) R own[C == 0 ? 1 : 2 * C * width];
   int32_t last[width];
@@ -169,16 +185,17 @@ void factor_pass(int32_t f, Source source, Target target, tnk_int part, tnk_int 
   R *const memory = F == 0 ? scratch + 2 * f * width : own;
   const Target in = block_like(target, memory, f * narrow),
                out = block_like(target, memory + 2 * f * narrow, f * narrow);
-  if (left > 0) std::fill_n(memory, 2 * f * narrow, R(0));
-  for (tnk_int at = 0; blocks > 0; --blocks, at += f * part) {
-    factor_registers<F, D, vec<R>>(f, source, target, at, part, whole, twiddles, table, scratch);
-    if (halves > 0)
-      factor_registers<F, D, half<R>>(f, source, target, at + in_halves, part, 1, for_halves, table, scratch);
-    if (left > 0) {
-      copy_rows(source, at + in_block, part, in, 0, narrow, f, left);
-      factor_registers<F, D, half<R>>(f, as_source(in), out, 0, narrow, 1, for_block, table, scratch);
-      copy_rows(as_source(out), 0, narrow, target, at + in_block, part, f, left);
-    }
+  if (whole > 0)
+    factor_registers<F, D, vec<R>>(f, source, target, 0, part, whole, blocks, twiddles, table, scratch);
+  if (halves > 0)
+    factor_registers<F, D, half<R>>(f, source, target, in_halves, part, 1, blocks, for_halves, table,
+                                    scratch);
+  if (left == 0) return;
+  std::fill_n(memory, 2 * f * narrow, R(0));
+  for (tnk_int at = in_block; blocks > 0; --blocks, at += f * part) {
+    copy_rows(source, at, part, in, 0, narrow, f, left);
+    factor_registers<F, D, half<R>>(f, as_source(in), out, 0, narrow, 1, 1, for_block, table, scratch);
+    copy_rows(as_source(out), 0, narrow, target, at, part, f, left);
   }
 }
 
