@@ -14,12 +14,13 @@ void add_factorizations(std::vector<Row> &rows);
 void add_rotations(std::vector<Row> &rows);
 void add_sparse_matrices(std::vector<Row> &rows);
 void add_power_of_two_transforms(std::vector<Row> &rows);
+void add_transforms_of_any_length(std::vector<Row> &rows);
 
 inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
   for (const auto &add :
        {add_blas_level1, add_sparse_vectors, add_products, add_triangles, add_rank_one, add_factorizations,
-        add_rotations, add_sparse_matrices, add_power_of_two_transforms})
+        add_rotations, add_sparse_matrices, add_power_of_two_transforms, add_transforms_of_any_length})
     add(rows);
   return rows;
 }

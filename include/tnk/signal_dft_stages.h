@@ -149,7 +149,7 @@ int32_t e9_vpks_rDftInv_Conv_32f(const tnk_signal_dft *spec, const float *source
    Prime: the first pass of a transform by factors. `count` transforms of as many numbers as the name or `factor` says:
    transform b takes those at order[b], order[b] + apart, order[b] + 2 apart, ... of the source and leaves its results at
    factor b and on. Not in place. The one that has no number in its name serves odd factors: table is one of
-   createTabDftDir, work has `factor` times 64 bytes. */
+   createTabDftDir, work has `factor` times 128 bytes. */
 
 void e9_vpks_cDftFwd_Prime2_64fc(const tnk_complex16 *source, tnk_complex16 *destination, int32_t apart,
                                  int32_t count, const int32_t *order);
@@ -237,10 +237,10 @@ void e9_vpks_cDftInv_Prime_32fc(const tnk_complex8 *source, tnk_complex8 *destin
                                 uint8_t *work);
 
 /* Fact: combines `factor` transforms of `part` numbers, one behind the other, into one of factor times part numbers, and does
-   so `blocks` times; in place too. twiddles: for each register of numbers k (32 bytes of real parts; the last ones of a
-   part make a half and then single numbers) and each transform j from 1 to factor - 1 the real parts and then the
-   imaginary parts of exp(-2 pi i j k / (factor part)). The order of k within a register is 0 2 1 3, of floats
-   0 1 4 5 2 3 6 7; in halves it is 0 1 2 3. */
+   so `blocks` times; in place too. twiddles: for each register of numbers k (32 bytes of real parts; what is left of a
+   part makes registers of 16 bytes, the last one filled up with zeros) and each transform j from 1 to factor - 1 the
+   real parts and then the imaginary parts of exp(-2 pi i j k / (factor part)). The order of k within a register is
+   0 2 1 3, of floats 0 1 4 5 2 3 6 7; in registers of 16 bytes k is in order. */
 void e9_vpks_cDftFwd_Fact2_64fc(const tnk_complex16 *source, tnk_complex16 *destination, int32_t part,
                                 int32_t blocks, const double *twiddles);
 void e9_vpks_cDftInv_Fact2_64fc(const tnk_complex16 *source, tnk_complex16 *destination, int32_t part,

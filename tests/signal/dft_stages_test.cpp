@@ -96,7 +96,7 @@ TYPED_TEST(DftStages, FirstPasses) {
           else
             return e9_vpks_createTabDftDir_64f(c, base, 2 * c);
         }();
-        std::vector<uint8_t> work(static_cast<std::size_t>(c) * 192 + 32);
+        std::vector<uint8_t> work(static_cast<std::size_t>(c) * 128 + 32);
         stage<R>(begin, "fc", from, y.data(), c, apart, count, first, table, work.data());
         e9_vpksFree(base), e9_vpksFree(const_cast<R *>(table));
       } else {
@@ -135,13 +135,16 @@ TYPED_TEST(DftStages, CombiningPasses) {
       }
       auto *const twiddles = static_cast<R *>(vpkMalloc(static_cast<int32_t>(24 * f * 2 * sizeof(R)))),
                   *p = twiddles;
-      for (int32_t first = 0; first < part; first += width)
-        for (int32_t j = 1; j < f; ++j, p += 2 * width)
-          for (int32_t lane = 0; lane < width; ++lane) {
-            const auto k = static_cast<std::size_t>(first + lanes[sizeof(R) == 4][lane]);
-            const Wide w = reference::root(k * static_cast<std::size_t>(j) % n, n, -1);
-            p[lane] = static_cast<R>(w.real()), p[width + lane] = static_cast<R>(w.imag());
+      for (int32_t first = 0, w = width; first < part; first += w) {
+        if (first + width > part) w = width / 2;
+        for (int32_t j = 1; j < f; ++j, p += 2 * w)
+          for (int32_t lane = 0; lane < w; ++lane) {
+            const auto k =
+                static_cast<std::size_t>(first + (w == width ? lanes[sizeof(R) == 4][lane] : lane));
+            const Wide root = reference::root(k * static_cast<std::size_t>(j) % n, n, -1);
+            p[lane] = static_cast<R>(root.real()), p[w + lane] = static_cast<R>(root.imag());
           }
+      }
       const std::string begin = std::string("cDft") + direction + "_Fact";
       const auto *const from = x.data();
       const R *const read = twiddles;
@@ -157,7 +160,7 @@ TYPED_TEST(DftStages, CombiningPasses) {
                                              static_cast<std::size_t>(f), 1);
               row[lane] = static_cast<R>(w.real()), row[width + lane] = static_cast<R>(w.imag());
             }
-        std::vector<uint8_t> work(static_cast<std::size_t>(f) * 192 + 32);
+        std::vector<uint8_t> work(static_cast<std::size_t>(f) * 128 + 32);
         const R *const sums = table;
         stage<R>(begin, "fc", from, x.data(), f, part, blocks, sums, read, work.data());
       } else {

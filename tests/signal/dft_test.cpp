@@ -282,6 +282,18 @@ TEST(AnyLengthUses, OneRecordInManyThreads) {
   }
 }
 
+TEST(AnyLengthUses, SameBitsInPlaceAndElsewhere) {
+  for (const std::size_t n : {15u, 17u, 34u, 100u, 999u, 15842u, 44100u, 1009u}) {
+    const Record record(forms[0], n, 1);
+    Guarded<tnk_complex16> x(n, 8), y(n, page_end);
+    for (std::size_t i = 0; i < n; ++i)
+      x.put(i, {static_cast<double>(i * i % 17), 1 / (1.0 + static_cast<double>(i))});
+    ASSERT_EQ(e9_vpksDFTFwd_CToC_64fc(x.data(), y.data(), record.spec, nullptr), 0);
+    ASSERT_EQ(e9_vpksDFTFwd_CToC_64fc(x.data(), x.data(), record.spec, record.buffer()), 0);
+    EXPECT_EQ(std::memcmp(x.data(), y.data(), n * sizeof(tnk_complex16)), 0) << n;
+  }
+}
+
 // What no oracle can sum: shifts turn the spectrum, and there and back is where it was.
 TEST(AnyLengthUses, HugeLengths) {
   for (const std::size_t n : {std::size_t{1062882}, std::size_t{500009}}) { // 2 3^12, a prime

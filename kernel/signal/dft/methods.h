@@ -14,13 +14,6 @@ template <bool Inverse, class R> pairs<R *, Inverse> packed_target(complex<R> *p
   return {reinterpret_cast<R *>(p)};
 }
 
-template <class P, bool Inverse, class Q, bool Other> bool are_one(pairs<P, Inverse> a, pairs<Q, Other> b) {
-  return a.p == b.p;
-}
-template <class P, class Q> bool are_one(parts<P> a, parts<Q> b) {
-  return a.re == b.re || a.im == b.im || a.re == b.im || a.im == b.re;
-}
-
 // What passes leave for the next, in the work area.
 template <class R, bool Inverse> pairs<R *, Inverse> in_work(pairs<R *, Inverse>, R *work, tnk_int) {
   return {work};

@@ -3,7 +3,8 @@
 // later one combines neighbouring transforms, with the lanes along them. All are forward: accessors of an inverse transform
 // exchange the parts of what they load and store.
 //
-// Every register is a whole one. What is left over goes through a block of its own, in which the other lanes are zeros.
+// Where a part of a transform is no multiple of a register, a register of half the size comes last; what does not fill that
+// goes through a block of its own, in which the other lanes are zeros.
 #pragma once
 
 #include "kernel/signal/dft/lanes.h"
@@ -12,12 +13,12 @@ namespace tnk::signal {
 
 // ---- Left-overs -----------------------------------------------------------------------------------------------------
 
-// A block of `rows` registers of numbers in memory that is given for it, as the source and as the target of a pass.
+// A block of `size` numbers in memory that is given for it, for a pass to read or to write.
 template <class R, bool Inverse> pairs<R *, Inverse> block_like(pairs<R *, Inverse>, R *memory, tnk_int) {
   return {memory};
 }
-template <class R> parts<R *> block_like(parts<R *>, R *memory, tnk_int rows) {
-  return {memory, memory + rows * per_vector<R>};
+template <class R> parts<R *> block_like(parts<R *>, R *memory, tnk_int size) {
+  return {memory, memory + size};
 }
 
 template <class P, bool Inverse> inline pairs<const P *, Inverse> as_source(pairs<P *, Inverse> a) {
@@ -27,13 +28,31 @@ template <class P> inline parts<const P *> as_source(parts<P *> a) {
   return {a.re, a.im};
 }
 
+// Whether two arrays are one, if only by halves.
+template <class P, bool Inverse, class Q, bool Other> bool are_one(pairs<P, Inverse> a, pairs<Q, Other> b) {
+  return a.p == b.p;
+}
+template <class P, class Q> bool are_one(parts<P> a, parts<Q> b) {
+  return a.re == b.re || a.im == b.im || a.re == b.im || a.im == b.re;
+}
+
 // `count` numbers of each of `rows` rows, `part` apart in one array, `other_part` in the other.
-template <class R, class Source, class Target>
-inline void copy_rows(Source source, tnk_int at, tnk_int part, Target target, tnk_int to, tnk_int other_part,
-                      tnk_int rows, tnk_int count) {
+template <class R, bool Inverse>
+inline void copy_rows(pairs<const R *, Inverse> source, tnk_int at, tnk_int part, pairs<R *, Inverse> target,
+                      tnk_int to, tnk_int other_part, tnk_int rows, tnk_int count) {
   for (tnk_int row = 0; row < rows; ++row)
     for (tnk_int k = 0; k < count; ++k)
-      target.template store<R>(to + row * other_part + k, source.template load<R>(at + row * part + k));
+      store_pair(target.p + 2 * (to + row * other_part + k), load_pair(source.p + 2 * (at + row * part + k)));
+}
+template <class R>
+inline void copy_rows(parts<const R *> source, tnk_int at, tnk_int part, parts<R *> target, tnk_int to,
+                      tnk_int other_part, tnk_int rows, tnk_int count) {
+  for (tnk_int row = 0; row < rows; ++row)
+    for (tnk_int k = 0; k < count; ++k) {
+      const tnk_int from = at + row * part + k, there = to + row * other_part + k;
+      put(target.re + there, get(source.re + from));
+      put(target.im + there, get(source.im + from));
+    }
 }
 
 // ---- Sums by definition ---------------------------------------------------------------------------------------------
@@ -41,10 +60,9 @@ inline void copy_rows(Source source, tnk_int at, tnk_int part, Target target, tn
 // A transform of f = 2 h + 1 numbers in each lane: sums and differences of opposite numbers go to scratch, 2 h registers
 // of two parts, then each pair of results takes two rows of products. load(j) gives number j, store(q, z) takes result q;
 // nothing is stored before everything is loaded.
-template <class R, class Load, class Store>
+template <class V, class R, class Load, class Store>
 inline TNK_INLINED void direct(int32_t f, const R *table, R *scratch, const Load &load_number,
                                const Store &store) {
-  using V = vec<R>;
   const int32_t h = f / 2, row = direct_row<R>(f);
   auto *const opposites = reinterpret_cast<cvec<V> *>(scratch);
   const cvec<V> first = load_number(0);
@@ -82,7 +100,7 @@ __attribute__((noinline)) void cofactor_registers(int32_t c, Source source, Targ
     const auto result = [&](tnk_int q, cvec<V> z)
                             TNK_INLINED { scatter<V>(target, at + q, C == 0 ? c : C, z); };
     if constexpr (C == 0) {
-      direct(c, table, scratch, number, result);
+      direct<V>(c, table, scratch, number, result);
     } else {
       cvec<V> x[C];
       unrolled<C>([&](auto t) TNK_INLINED { x[t] = number(t); });
@@ -96,38 +114,41 @@ __attribute__((noinline)) void cofactor_registers(int32_t c, Source source, Targ
 // is the first step of a transform by decimation in frequency: numbers are turned on the way out.
 enum Direction { joining, splitting };
 
-// `registers` registers of numbers of a part.
-template <int F, Direction D, class R, class Source, class Target>
+// `registers` registers of numbers of a part, from number `at` on, in each of `blocks` blocks.
+template <int F, Direction D, class V, class R, class Source, class Target>
 __attribute__((noinline)) void factor_registers(int32_t f, Source source, Target target, tnk_int at,
-                                                tnk_int part, tnk_int registers, const R *twiddles,
-                                                const R *table, R *scratch) {
-  using V = vec<R>;
-  for (; registers > 0; --registers, at += lanes<V>) {
-    const auto turned_if = [&](bool yes, tnk_int j, cvec<V> x) TNK_INLINED {
-      if (!yes || j == 0) return x;
-      const R *const w = twiddles + (j - 1) * 2 * lanes<V>;
-      return load_parts<V>(w, w + lanes<V>) * x;
-    };
-    const auto number = [&](tnk_int j) TNK_INLINED {
-      return turned_if(D == joining, j, source.template load<V>(at + j * part));
-    };
-    const auto result = [&](tnk_int q, cvec<V> z) TNK_INLINED {
-      target.template store<V>(at + q * part, turned_if(D == splitting, q, z));
-    };
-    if constexpr (F == 0) {
-      direct(f, table, scratch, number, result);
-    } else {
-      cvec<V> x[F];
-      unrolled<F>([&](auto j) TNK_INLINED { x[j] = number(j); });
-      dft(x);
-      unrolled<F>([&](auto q) TNK_INLINED { result(q, x[q]); });
+                                                tnk_int part, tnk_int registers, tnk_int blocks,
+                                                const R *twiddles, const R *table, R *scratch) {
+  const tnk_int factor = F == 0 ? f : F;
+  for (; blocks > 0; --blocks, at += factor * part) {
+    const R *w = twiddles;
+    for (tnk_int k = at; k < at + registers * lanes<V>; k += lanes<V>) {
+      const auto turned_if = [&](bool yes, tnk_int j, cvec<V> x) TNK_INLINED {
+        if (!yes || j == 0) return x;
+        const R *const own = w + (j - 1) * 2 * lanes<V>;
+        return load_parts<V>(own, own + lanes<V>) * x;
+      };
+      const auto number = [&](tnk_int j) TNK_INLINED {
+        return turned_if(D == joining, j, source.template load<V>(k + j * part));
+      };
+      const auto result = [&](tnk_int q, cvec<V> z) TNK_INLINED {
+        target.template store<V>(k + q * part, turned_if(D == splitting, q, z));
+      };
+      if constexpr (F == 0) {
+        direct<V>(f, table, scratch, number, result);
+      } else {
+        cvec<V> x[F];
+        unrolled<F>([&](auto j) TNK_INLINED { x[j] = number(j); });
+        dft(x);
+        unrolled<F>([&](auto q) TNK_INLINED { result(q, x[q]); });
+      }
+      w += (factor - 1) * 2 * lanes<V>;
     }
-    twiddles += ((F == 0 ? f : F) - 1) * 2 * lanes<V>;
   }
 }
 
 // ---- Passes -------------------------------------------------------------------------------------------------------
-// scratch, for sums: f registers of numbers for the opposites, and two blocks of f registers for what is left over.
+// scratch, for sums: f registers of numbers for the opposites, and as many for what is left over.
 
 // `count` transforms of the cofactor, with the results from 0 on.
 template <int C, class R, class Source, class Target>
@@ -137,13 +158,17 @@ void cofactor_pass(int32_t c, Source source, Target target, const int32_t *order
   const tnk_int whole = count / width, left = count % width, at = whole * width * c;
   cofactor_registers<C, R>(c, source, target, 0, order, apart, whole, table, scratch);
   if (left == 0) return;
+  if (whole > 0 && !are_one(source, target)) { // some once more
+    const tnk_int first = count - width;
+    return cofactor_registers<C, R>(c, source, target, first * c, order + first, apart, 1, table, scratch);
+  }
   // The last transform fills the lanes that are left.
   alignas(32) R own[C == 0 ? 1 : 2 * C * width];
   int32_t last[width];
   for (tnk_int i = 0; i < width; ++i) last[i] = order[whole * width + std::min(i, left - 1)];
-  const Target block = block_like(target, C == 0 ? scratch + 2 * c * width : own, c);
+  const Target block = block_like(target, C == 0 ? scratch + 2 * c * width : own, c * width);
   cofactor_registers<C, R>(c, source, block, 0, last, apart, 1, table, scratch);
-  copy_rows<R>(as_source(block), 0, 0, target, at, 0, 1, left * c);
+  copy_rows(as_source(block), 0, 0, target, at, 0, 1, left * c);
 }
 
 // `blocks` times: combines f neighbouring transforms of `part` numbers each, or splits them. Source and target may be the
@@ -151,19 +176,26 @@ void cofactor_pass(int32_t c, Source source, Target target, const int32_t *order
 template <int F, Direction D, class R, class Source, class Target>
 void factor_pass(int32_t f, Source source, Target target, tnk_int part, tnk_int blocks, const R *twiddles,
                  const R *table, R *scratch) {
-  constexpr int width = per_vector<R>;
-  const tnk_int whole = part / width, left = part % width, done = whole * width;
-  alignas(32) R own[F == 0 ? 1 : 4 * F * width];
+  constexpr int width = per_vector<R>, narrow = width / 2;
+  const tnk_int whole = part / width, halves = part % width / narrow, left = part % narrow;
+  const tnk_int in_halves = whole * width, in_block = part - left;
+  const R *const for_halves = twiddles + in_halves * (f - 1) * 2, *const for_block =
+                                                                      twiddles + in_block * (f - 1) * 2;
+  alignas(32) R own[F == 0 ? 1 : 4 * F * narrow];
   R *const memory = F == 0 ? scratch + 2 * f * width : own;
-  const Target in = block_like(target, memory, f), out = block_like(target, memory + 2 * f * width, f);
-  if (left > 0) std::fill_n(memory, 2 * f * width, R(0));
-  for (tnk_int at = 0; blocks > 0; --blocks, at += f * part) {
-    factor_registers<F, D, R>(f, source, target, at, part, whole, twiddles, table, scratch);
-    if (left == 0) continue;
-    copy_rows<R>(source, at + done, part, in, 0, width, f, left);
-    factor_registers<F, D, R>(f, as_source(in), out, 0, width, 1, twiddles + done * (f - 1) * 2, table,
-                              scratch);
-    copy_rows<R>(as_source(out), 0, width, target, at + done, part, f, left);
+  const Target in = block_like(target, memory, f * narrow),
+               out = block_like(target, memory + 2 * f * narrow, f * narrow);
+  if (whole > 0)
+    factor_registers<F, D, vec<R>>(f, source, target, 0, part, whole, blocks, twiddles, table, scratch);
+  if (halves > 0)
+    factor_registers<F, D, half<R>>(f, source, target, in_halves, part, 1, blocks, for_halves, table,
+                                    scratch);
+  if (left == 0) return;
+  std::fill_n(memory, 2 * f * narrow, R(0));
+  for (tnk_int at = in_block; blocks > 0; --blocks, at += f * part) {
+    copy_rows(source, at, part, in, 0, narrow, f, left);
+    factor_registers<F, D, half<R>>(f, as_source(in), out, 0, narrow, 1, 1, for_block, table, scratch);
+    copy_rows(as_source(out), 0, narrow, target, at, part, f, left);
   }
 }
 

@@ -41,22 +41,25 @@ template <class R> R *new_direct_table(int32_t f, const complex<R> *base, int32_
 namespace {
 
 // Twiddles of one entry: for each register of combined numbers those of its inputs 1 to f - 1, first the real parts, then
-// the imaginary ones, in the order of the lanes. The last register of a part may have lanes to spare.
+// the imaginary ones, in the order of the lanes. Behind the last whole register come halves, the last of which may have
+// lanes to spare.
 template <class R>
 R *new_twiddles(const DftSpec<R> &spec, const DftFactor<R> &entry, const complex<R> *base, int32_t step) {
-  constexpr int32_t width = per_vector<R>;
+  constexpr int32_t whole = per_vector<R>, narrow = whole / 2;
   const bool in_order = spec.tag == dft_parts_single || spec.tag == dft_parts_double;
-  const std::int64_t registers = (entry.remaining + width - 1) / width;
-  R *const table = new_table<R>(registers * (entry.factor - 1) * 2 * width);
+  const std::int64_t lanes_in_all = (entry.remaining + narrow - 1) / narrow * std::int64_t{narrow};
+  R *const table = new_table<R>(lanes_in_all * (entry.factor - 1) * 2);
   if (!table) return nullptr;
   R *p = table;
-  for (int32_t first = 0; first < entry.remaining; first += width)
+  for (int32_t first = 0, width = whole; first < entry.remaining; first += width) {
+    if (first + whole > entry.remaining) width = narrow;
     for (int32_t j = 1; j < entry.factor; ++j, p += 2 * width)
       for (int32_t lane = 0; lane < width; ++lane) {
-        const int32_t k = first + (in_order ? lane : packed_order<vec<R>>[lane]);
+        const int32_t k = first + (in_order || width < whole ? lane : packed_order<vec<R>>[lane]);
         const complex<R> w = k < entry.remaining ? base[std::int64_t{k} * j * step] : complex<R>{};
         p[lane] = w.re, p[width + lane] = w.im;
       }
+  }
   return table;
 }
 
@@ -131,9 +134,9 @@ template <class R> int32_t init_factors(DftSpec<R> &spec, int32_t length, const 
     spec.order[block] = first;
   }
 
-  // All numbers once, for a transform in place; for the widest sum three registers of each of its inputs.
+  // All numbers once, for a transform in place; for the widest sum two registers of each of its inputs.
   const auto number = static_cast<int32_t>(sizeof(complex<R>));
-  const int32_t sums = widest > 0 ? 3 * number * per_vector<R> * widest + boundary : 0;
+  const int32_t sums = widest > 0 ? 2 * number * per_vector<R> * widest + boundary : 0;
   spec.buffer_size = number * length + boundary + sums;
   return TNK_SIGNAL_OK;
 }
