@@ -242,6 +242,28 @@ TEST_P(PowerOfTwo, LargeOrders) {
     expect_order(GetParam(), order, false);
 }
 
+// Pairs and arrays by part, at any address, in place or not.
+TEST(PowerOfTwoBits, AreTheSameEverywhere) {
+  for (const int order : {4, 7, 9, 12, 18}) {
+    const std::size_t n = std::size_t{1} << order;
+    const Numbers x = random_numbers(n, pairs, false);
+    Numbers first;
+    for (const Kind *kind : {&kinds[3], &kinds[4]}) {
+      const Record record(*kind, order, 1);
+      for (const std::size_t shift : {0, 8, 16})
+        for (const bool in_place : {false, true}) {
+          Guarded<double> source(2 * n, shift), other(2 * n, shift);
+          put_numbers(source, kind->form, x, false);
+          Guarded<double> &to = in_place ? source : other;
+          ASSERT_EQ(call(kind->form, false, source.data(), to.data(), n, record.spec, nullptr), 0);
+          const Numbers found = numbers_of(to, kind->form, n, true);
+          if (first.empty()) first = found;
+          ASSERT_TRUE(found == first) << kind->name << ' ' << order << ' ' << shift << ' ' << in_place;
+        }
+    }
+  }
+}
+
 TEST_P(PowerOfTwo, StatusesInTheirOrder) {
   const Kind &kind = GetParam();
   const auto n = std::size_t{1} << 8;

@@ -43,11 +43,16 @@ R *fill_large_tables(fft_spec<R> &spec, std::int32_t *memory, int order, const Q
 
 // ---- Stripes --------------------------------------------------------------------------------------------------
 
-// `rows` stripes of `length` elements, each a row of `stride` elements further, to one another; and back.
+// `rows` stripes of `length` elements, each a row of `stride` elements further, to one another; and back. What is behind each
+// stripe will be merged next, and is asked for: there are more stripes than the processor follows by itself.
 template <class E>
 void merge_stripes(const E *source, tnk_int stride, tnk_int rows, tnk_int length, E *buffer) {
-  for (; rows > 0; --rows, source += stride, buffer += length)
-    std::memcpy(buffer, source, static_cast<std::size_t>(length) * sizeof(E));
+  const tnk_int bytes = length * static_cast<tnk_int>(sizeof(E));
+  for (; rows > 0; --rows, source += stride, buffer += length) {
+    std::memcpy(buffer, source, static_cast<std::size_t>(bytes));
+    const char *const behind = reinterpret_cast<const char *>(source + length);
+    for (tnk_int i = 0; i < bytes; i += 64) __builtin_prefetch(behind + i);
+  }
 }
 template <class E>
 void split_stripes(const E *buffer, tnk_int rows, tnk_int length, E *destination, tnk_int stride) {
@@ -66,29 +71,29 @@ template <class E> inline void swap_by_list(E *elements, const std::int32_t *swa
 constexpr int stripe_order = 5;
 constexpr tnk_int stripe = 1 << stripe_order, block_elements = stripe * stripe;
 
+// A block to its stripes in the destination: number 32 i + j goes to stripe rev(j), place rev(i).
+template <class E> void split_reversed(const E *block, E *destination, tnk_int stride) {
+  for (int row = 0; row < stripe; ++row, destination += stride) {
+    const E *const column = block + reversed(row, stripe_order);
+    unrolled<stripe>([&](auto i)
+                         TNK_INLINED { destination[i] = column[reversed(i, stripe_order) * stripe]; });
+  }
+}
+
 // table: that of fill_block_reversal. The buffer holds two blocks.
 template <class E>
 void reverse_by_blocks(const E *source, E *destination, int order, const std::int32_t *table, E *buffer) {
   const tnk_int rows = tnk_int(1) << (order - 2 * stripe_order), stride = rows * stripe;
-  const std::int32_t *const swaps = table + rows;
   E *const other = buffer + block_elements;
   for (tnk_int row = 0; row < rows; ++row) {
-    const tnk_int to = table[row];
-    if (source != destination) {
-      merge_stripes(source + row * stripe, stride, stripe, stripe, buffer);
-      swap_by_list(buffer, swaps);
-      split_stripes(buffer, stripe, stripe, destination + to, stride);
-      continue;
-    }
-    if (row > to / stripe) continue; // done with its partner
-    merge_stripes(source + row * stripe, stride, stripe, stripe, buffer);
-    if (row < to / stripe) {
+    const tnk_int at = row * stripe, to = table[row];
+    if (source == destination && at > to) continue; // has changed places with its partner
+    merge_stripes(source + at, stride, stripe, stripe, buffer);
+    if (source == destination && at < to) {
       merge_stripes(source + to, stride, stripe, stripe, other);
-      swap_by_list(other, swaps);
-      split_stripes(other, stripe, stripe, destination + row * stripe, stride);
+      split_reversed(other, destination + at, stride);
     }
-    swap_by_list(buffer, swaps);
-    split_stripes(buffer, stripe, stripe, destination + to, stride);
+    split_reversed(buffer, destination + to, stride);
   }
 }
 

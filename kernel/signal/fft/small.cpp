@@ -67,6 +67,16 @@ typename SmallForms<R>::ScaledPairs *const SmallTables<R, Inverse>::tbl_rFFT_sma
     scaled_real<R, 1, Inverse>, scaled_real<R, 2, Inverse>,  scaled_real<R, 4, Inverse>,
     scaled_real<R, 8, Inverse>, scaled_real<R, 16, Inverse>, scaled_real<R, 32, Inverse>};
 
+template <class R, class Source, class Target> void transform_128(Source source, Target target) {
+  small_transform<128, R, false>(source, target, R(1));
+}
+#define TNK_TRANSFORM_128(R)                                                                                 \
+  template void transform_128<R>(pairs<const R *, false>, pairs<R *, false>);                                \
+  template void transform_128<R>(pairs<const R *, true>, pairs<R *, true>);                                  \
+  template void transform_128<R>(parts<const R *>, parts<R *>);
+TNK_TRANSFORM_128(float)
+TNK_TRANSFORM_128(double)
+
 template struct SmallTables<float, false>;
 template struct SmallTables<float, true>;
 template struct SmallTables<double, false>;

@@ -54,6 +54,9 @@ inline void small_transform(Source source, Target target, R scale) {
   }
 }
 
+// 128 numbers as straight code: a third faster than by passes, where three loops of a few rounds wait for one another.
+constexpr int straight_order = 7;
+template <class R, class Source, class Target> void transform_128(Source source, Target target);
 // ---- Tables, by order ---------------------------------------------------------------------------------------------
 
 // A scale form takes the factor first, and applies it to what it stores.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/signal/fft/large.h"
+#include "kernel/signal/fft/small.h"
 
 namespace tnk::signal {
 
@@ -10,6 +11,7 @@ namespace tnk::signal {
 template <class R, bool Inverse>
 void cached_transform(pairs<const R *, Inverse> source, pairs<R *, Inverse> destination, int order,
                       const R *twiddles, const std::int32_t *reversal, R *buffer) {
+  if (order == straight_order) return transform_128<R>(source, destination);
   const bool through_buffer = source.p == destination.p || !is_aligned_to(destination.p, 32);
   transform_through(source, destination, blocks<R>{through_buffer ? buffer : destination.p}, order, twiddles,
                     reversal);
@@ -17,6 +19,7 @@ void cached_transform(pairs<const R *, Inverse> source, pairs<R *, Inverse> dest
 template <class R>
 void cached_transform(parts<const R *> source, parts<R *> destination, int order, const R *twiddles,
                       const std::int32_t *reversal, R *buffer) {
+  if (order == straight_order) return transform_128<R>(source, destination);
   transform_through(source, destination, blocks<R>{buffer}, order, twiddles, reversal);
 }
 
