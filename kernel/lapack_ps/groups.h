@@ -2,6 +2,7 @@
 // column of a group goes through the operations that it would go through alone, so groups change no bit.
 #pragma once
 
+#include "kernel/frame/unroll.h"
 #include "kernel/frame/vector.h"
 
 namespace tnk::lapack {
@@ -41,7 +42,7 @@ template <class T, int G> struct Group {
     return *this;
   }
 
-  template <class Result> static Group each(Result result) {
+  template <class Result> static TNK_INLINE Group each(Result result) {
     Group g;
     for (int p = 0; p < parts; ++p)
       for (int v = 0; v < vectors; ++v) g.part[p][v] = result(p, v);
@@ -81,7 +82,7 @@ template <class T, int G> struct Columns {
   T *b;
   tnk_int ld;
 
-  Row get(tnk_int i) const {
+  TNK_INLINE Row get(tnk_int i) const {
     using R = real_of<T>;
     return Row::each([&](int p, int v) {
       const auto lane = [&](int l) {
@@ -96,7 +97,7 @@ template <class T, int G> struct Columns {
         return lane(0);
     });
   }
-  void put(tnk_int i, const Row &row) const {
+  TNK_INLINE void put(tnk_int i, const Row &row) const {
     using R = real_of<T>;
     for (int p = 0; p < Row::parts; ++p)
       for (int v = 0; v < Row::vectors; ++v)
