@@ -2,6 +2,7 @@
 #ifndef TNK_SIGNAL_STAGES_H
 #define TNK_SIGNAL_STAGES_H
 
+#include <tnk/signal_dft_stages.h>
 #include <tnk/signal_fft_stages.h>
 
 #endif
