@@ -36,14 +36,14 @@ using Dttrsb = void(const char *, const tnk_int *, const tnk_int *, const T *, c
 template <class T>
 constexpr double times_real = is_complex<T> ? 4 : 1; // multiplications and additions, a pair
 
-Row row(const char *family, const std::string &name, std::vector<tnk_int> sizes) {
+Row row(const char *picture, const char *family, const std::string &name, std::vector<tnk_int> sizes) {
   Row made;
   made.group = std::string("lapack/") + family;
   made.name = name;
   made.sizes = std::move(sizes);
   made.quick = 100;
   made.unit = "flop";
-  made.picture = "primitives";
+  made.picture = picture;
   made.library = &openblas();
   return made;
 }
@@ -75,7 +75,7 @@ template <class T> std::vector<T> matrix(tnk_int n, double diagonal) {
 
 template <class T>
 void add_potrf(std::vector<Row> &rows, const char *side, const char *uplo, Potrf<tnk_int, T> *ours) {
-  Row made = row("potrf", named<T>(std::string("potrf_") + side), {16, 32, 49, 64, 100});
+  Row made = row("factorizations", "potrf", named<T>(std::string("potrf_") + side), {16, 32, 49, 64, 100});
   made.prepare = [=](tnk_int n) {
     const int few = static_cast<int>(n);
     const auto a = matrix<T>(n, 2 * static_cast<double>(n));
@@ -99,7 +99,7 @@ void add_potrf(std::vector<Row> &rows, const char *side, const char *uplo, Potrf
 
 template <class T>
 void add_sytrf(std::vector<Row> &rows, const char *side, const char *uplo, Sytrf<tnk_int, T> *ours) {
-  Row made = row("sytrf", named<T>(std::string("sytrf_") + side), {16, 32, 49, 64, 100});
+  Row made = row("factorizations", "sytrf", named<T>(std::string("sytrf_") + side), {16, 32, 49, 64, 100});
   made.prepare = [=](tnk_int n) {
     const int few = static_cast<int>(n);
     const auto a = matrix<T>(n, 0);
@@ -124,7 +124,7 @@ void add_sytrf(std::vector<Row> &rows, const char *side, const char *uplo, Sytrf
 // A packed triangle, and x behind it.
 void add_spr(std::vector<Row> &rows, Spr<tnk_int> *ours) {
   for (const char *const uplo : {"U", "L"}) {
-    Row made = row("spr", *uplo == 'U' ? "cspr_u" : "cspr_l", {16, 100});
+    Row made = row("factorizations", "spr", *uplo == 'U' ? "cspr_u" : "cspr_l", {16, 100});
     made.prepare = [=](tnk_int n) {
       const int few = static_cast<int>(n), next = 1;
       const tnk_int adjacent = 1;
@@ -178,7 +178,7 @@ template <class T>
 void add_systems(std::vector<Row> &rows, const char *family, const std::string &name, double weight,
                  Gtsv<tnk_int, T> *ours) {
   for (const Form &form : forms) {
-    Row made = row(family, named<T>(name + form.suffix), orders);
+    Row made = row("tridiagonal", family, named<T>(name + form.suffix), orders);
     made.prepare = [=, nrhs = form.nrhs](tnk_int n) {
       const Layout<T> at{n, nrhs};
       const int few = static_cast<int>(n), sides = static_cast<int>(nrhs);
@@ -206,7 +206,8 @@ template <class T> void add_gtts2(std::vector<Row> &rows, Gtts2<tnk_int, T> *our
   for (const tnk_int itrans : {0, 1, 2})
     for (const Form &form : forms) {
       if (itrans == 2 && !is_complex<T>) continue;
-      Row made = row("gtts2", named<T>(std::string("gtts2") + letters[itrans] + form.suffix), orders);
+      Row made =
+          row("tridiagonal", "gtts2", named<T>(std::string("gtts2") + letters[itrans] + form.suffix), orders);
       made.prepare = [=, nrhs = form.nrhs](tnk_int n) {
         const Layout<T> at{n, nrhs};
         const int few = static_cast<int>(n), sides = static_cast<int>(nrhs), which = static_cast<int>(itrans);
@@ -236,7 +237,7 @@ template <class T> void add_gtts2(std::vector<Row> &rows, Gtts2<tnk_int, T> *our
 
 template <class T> void add_ptts2(std::vector<Row> &rows, Ptts2<tnk_int, T> *ours) {
   for (const Form &form : forms) {
-    Row made = row("ptts2", named<T>(std::string("ptts2") + form.suffix), orders);
+    Row made = row("tridiagonal", "ptts2", named<T>(std::string("ptts2") + form.suffix), orders);
     made.prepare = [=, nrhs = form.nrhs](tnk_int n) {
       const Layout<T> at{n, nrhs};
       const int few = static_cast<int>(n), sides = static_cast<int>(nrhs), lower = 0;
@@ -264,8 +265,8 @@ template <class T> void add_ptts2(std::vector<Row> &rows, Ptts2<tnk_int, T> *our
 template <class T> void add_dttrsb(std::vector<Row> &rows, Dttrsb<T> *ours, Dttrfb<T> *factors) {
   for (const char *const trans : {"N", "T"})
     for (const Form &form : forms) {
-      Row made =
-          row("dttrsb", named<T>(std::string(*trans == 'N' ? "dttrsb_n" : "dttrsb_t") + form.suffix), orders);
+      Row made = row("tridiagonal", "dttrsb",
+                     named<T>(std::string(*trans == 'N' ? "dttrsb_n" : "dttrsb_t") + form.suffix), orders);
       made.prepare = [=, nrhs = form.nrhs](tnk_int n) {
         const Layout<T> at{n, nrhs};
         const int few = static_cast<int>(n), sides = static_cast<int>(nrhs), which = *trans == 'T';
@@ -301,7 +302,7 @@ template <class T> void add_dttrsb(std::vector<Row> &rows, Dttrsb<T> *ours, Dttr
 // The factors themselves, beside those with interchanges. They are judged by the system that they solve: one whose
 // solution is all ones.
 template <class T> void add_dttrfb(std::vector<Row> &rows, Dttrfb<T> *ours, Dttrsb<T> *solve) {
-  Row made = row("dttrfb", named<T>("dttrfb"), orders);
+  Row made = row("tridiagonal", "dttrfb", named<T>("dttrfb"), orders);
   made.prepare = [=](tnk_int n) {
     const Layout<T> at{n, 1};
     const int few = static_cast<int>(n);
