@@ -23,7 +23,7 @@ int32_t run_engine(bool inverse, parts<const double *> source, parts<double *> t
 // The convolution works on pairs: its work area is where they come from and where they go.
 template <class R>
 int32_t run_convolution(const DftSpec<R> &spec, parts<const R *> source, parts<R *> target, R *work) {
-  auto *const numbers = reinterpret_cast<complex<R> *>(work);
+  auto *const numbers = reinterpret_cast<complex<R> *>(convolution_begin(work));
   interleave(source, numbers, spec.length);
   const int32_t status = run_convolution(spec, numbers, numbers, spec.length, false, work);
   if (status == TNK_SIGNAL_OK) separate(numbers, target, spec.length);

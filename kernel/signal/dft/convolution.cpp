@@ -59,8 +59,8 @@ template <class R>
 int32_t run_convolution(const DftSpec<R> &spec, const complex<R> *source, complex<R> *target, int32_t n,
                         bool inverse, R *work) {
   const int32_t m = spec.convolution_length;
-  auto *const product = reinterpret_cast<complex<R> *>(work);
-  R *const rest = aligned_up(work + std::ptrdiff_t{2} * m);
+  R *const begin = convolution_begin(work), *const rest = begin + std::ptrdiff_t{2} * m;
+  auto *const product = reinterpret_cast<complex<R> *>(begin);
   multiply(spec.chirp, source, product, n);
   clear(product + n, m - n);
   if (const int32_t status = run_packed<R, false>(*spec.convolution, m, product, product, rest))

@@ -74,4 +74,47 @@ inline TNK_INLINED void scatter(parts<P> a, tnk_int at, tnk_int apart, cvec<V> z
     for (int l = 0; l < lanes<V>; ++l) a.re[at + l * apart] = z.re[l], a.im[at + l * apart] = z.im[l];
 }
 
+// A few numbers in a register of half the size, with zeros behind them.
+inline cvec<f64x2> load_few(const double *p, tnk_int) {
+  const f64x2 v = load_pair(p);
+  return {even_lanes(v, f64x2{}), odd_lanes(v, f64x2{})};
+}
+inline cvec<f32x4> load_few(const float *p, tnk_int count) {
+  const f32x4 low = count > 1 ? loadu<f32x4>(p) : load_pair(p), high = count > 2 ? load_pair(p + 4) : f32x4{};
+  return {even_lanes(low, high), odd_lanes(low, high)};
+}
+inline void store_few(double *p, tnk_int, cvec<f64x2> z) {
+  store_pair(p, low_in_turn(z.re, z.im));
+}
+inline void store_few(float *p, tnk_int count, cvec<f32x4> z) {
+  const f32x4 low = low_in_turn(z.re, z.im);
+  if (count == 1) return store_pair(p, low);
+  storeu(p, low);
+  if (count > 2) store_pair(p + 4, high_in_turn(z.re, z.im));
+}
+
+// An array of which loads and stores of half a register touch `count` numbers only.
+template <class A> struct few_of {
+  A array;
+  tnk_int count;
+  template <class V> cvec<V> load(tnk_int k) const { return load_from(array, k); }
+  template <class V> void store(tnk_int k, cvec<V> z) const { store_to(array, k, z); }
+
+private:
+  template <class R, bool Inverse> auto load_from(pairs<const R *, Inverse> a, tnk_int k) const {
+    return swapped<Inverse>(load_few(a.p + 2 * k, count));
+  }
+  template <class R> cvec<half<R>> load_from(parts<const R *> a, tnk_int k) const {
+    cvec<half<R>> z{};
+    for (int l = 0; l < count; ++l) z.re[l] = get(a.re + k + l), z.im[l] = get(a.im + k + l);
+    return z;
+  }
+  template <class R, bool Inverse, class V> void store_to(pairs<R *, Inverse> a, tnk_int k, cvec<V> z) const {
+    store_few(a.p + 2 * k, count, swapped<Inverse>(z));
+  }
+  template <class R, class V> void store_to(parts<R *> a, tnk_int k, cvec<V> z) const {
+    for (int l = 0; l < count; ++l) put(a.re + k + l, R(z.re[l])), put(a.im + k + l, R(z.im[l]));
+  }
+};
+
 } // namespace tnk::signal

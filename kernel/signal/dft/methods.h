@@ -106,6 +106,12 @@ inline int32_t scale(double value, double *p, int32_t n) {
 template <class R, bool Inverse>
 int32_t run_packed(const DftSpec<R> &spec, int32_t n, const complex<R> *source, complex<R> *target, R *work);
 
+// Where the numbers of a convolution stand in its work area: from a cache line on. Across two lines long ones take a quarter
+// longer. The boundary of this buffer and that of the inner one together leave room for it.
+template <class R> R *convolution_begin(R *work) {
+  return aligned_up<64>(work);
+}
+
 // A transform of n numbers as a product with chirps around a convolution with one. The inverse has its results in reverse.
 template <class R>
 int32_t run_convolution(const DftSpec<R> &spec, const complex<R> *source, complex<R> *target, int32_t n,

@@ -3,8 +3,8 @@
 // later one combines neighbouring transforms, with the lanes along them. All are forward: accessors of an inverse transform
 // exchange the parts of what they load and store.
 //
-// Where a part of a transform is no multiple of a register, a register of half the size comes last; what does not fill that
-// goes through a block of its own, in which the other lanes are zeros.
+// Where a part of a transform is no multiple of a register, registers of half the size come last, and of the very last
+// one perhaps only some lanes count.
 #pragma once
 
 #include "kernel/signal/dft/lanes.h"
@@ -36,23 +36,16 @@ template <class P, class Q> bool are_one(parts<P> a, parts<Q> b) {
   return a.re == b.re || a.im == b.im || a.re == b.im || a.im == b.re;
 }
 
-// `count` numbers of each of `rows` rows, `part` apart in one array, `other_part` in the other.
+// `count` numbers from the begin of one array to place `to` of the other.
 template <class R, bool Inverse>
-inline void copy_rows(pairs<const R *, Inverse> source, tnk_int at, tnk_int part, pairs<R *, Inverse> target,
-                      tnk_int to, tnk_int other_part, tnk_int rows, tnk_int count) {
-  for (tnk_int row = 0; row < rows; ++row)
-    for (tnk_int k = 0; k < count; ++k)
-      store_pair(target.p + 2 * (to + row * other_part + k), load_pair(source.p + 2 * (at + row * part + k)));
+inline void copy_numbers(pairs<const R *, Inverse> source, pairs<R *, Inverse> target, tnk_int to,
+                         tnk_int count) {
+  for (tnk_int k = 0; k < count; ++k) store_pair(target.p + 2 * (to + k), load_pair(source.p + 2 * k));
 }
 template <class R>
-inline void copy_rows(parts<const R *> source, tnk_int at, tnk_int part, parts<R *> target, tnk_int to,
-                      tnk_int other_part, tnk_int rows, tnk_int count) {
-  for (tnk_int row = 0; row < rows; ++row)
-    for (tnk_int k = 0; k < count; ++k) {
-      const tnk_int from = at + row * part + k, there = to + row * other_part + k;
-      put(target.re + there, get(source.re + from));
-      put(target.im + there, get(source.im + from));
-    }
+inline void copy_numbers(parts<const R *> source, parts<R *> target, tnk_int to, tnk_int count) {
+  for (tnk_int k = 0; k < count; ++k)
+    put(target.re + to + k, get(source.re + k)), put(target.im + to + k, get(source.im + k));
 }
 
 // ---- Sums by definition ---------------------------------------------------------------------------------------------
@@ -168,7 +161,7 @@ void cofactor_pass(int32_t c, Source source, Target target, const int32_t *order
   for (tnk_int i = 0; i < width; ++i) last[i] = order[whole * width + std::min(i, left - 1)];
   const Target block = block_like(target, C == 0 ? scratch + 2 * c * width : own, c * width);
   cofactor_registers<C, R>(c, source, block, 0, last, apart, 1, table, scratch);
-  copy_rows(as_source(block), 0, 0, target, at, 0, 1, left * c);
+  copy_numbers(as_source(block), target, at, left * c);
 }
 
 // `blocks` times: combines f neighbouring transforms of `part` numbers each, or splits them. Source and target may be the
@@ -177,26 +170,16 @@ template <int F, Direction D, class R, class Source, class Target>
 void factor_pass(int32_t f, Source source, Target target, tnk_int part, tnk_int blocks, const R *twiddles,
                  const R *table, R *scratch) {
   constexpr int width = per_vector<R>, narrow = width / 2;
-  const tnk_int whole = part / width, halves = part % width / narrow, left = part % narrow;
-  const tnk_int in_halves = whole * width, in_block = part - left;
-  const R *const for_halves = twiddles + in_halves * (f - 1) * 2, *const for_block =
-                                                                      twiddles + in_block * (f - 1) * 2;
-  alignas(32) R own[F == 0 ? 1 : 4 * F * narrow];
-  R *const memory = F == 0 ? scratch + 2 * f * width : own;
-  const Target in = block_like(target, memory, f * narrow),
-               out = block_like(target, memory + 2 * f * narrow, f * narrow);
+  const tnk_int whole = part / width, left = part % narrow;
+  const auto from = [=](tnk_int k) { return twiddles + k * (f - 1) * 2; };
   if (whole > 0)
     factor_registers<F, D, vec<R>>(f, source, target, 0, part, whole, blocks, twiddles, table, scratch);
-  if (halves > 0)
-    factor_registers<F, D, half<R>>(f, source, target, in_halves, part, 1, blocks, for_halves, table,
-                                    scratch);
-  if (left == 0) return;
-  std::fill_n(memory, 2 * f * narrow, R(0));
-  for (tnk_int at = in_block; blocks > 0; --blocks, at += f * part) {
-    copy_rows(source, at, part, in, 0, narrow, f, left);
-    factor_registers<F, D, half<R>>(f, as_source(in), out, 0, narrow, 1, 1, for_block, table, scratch);
-    copy_rows(as_source(out), 0, narrow, target, at, part, f, left);
-  }
+  if (part % width >= narrow)
+    factor_registers<F, D, half<R>>(f, source, target, whole * width, part, 1, blocks, from(whole * width),
+                                    table, scratch);
+  if (left > 0)
+    factor_registers<F, D, half<R>>(f, few_of<Source>{source, left}, few_of<Target>{target, left},
+                                    part - left, part, 1, blocks, from(part - left), table, scratch);
 }
 
 // ---- By entry -----------------------------------------------------------------------------------------------------

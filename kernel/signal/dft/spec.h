@@ -72,9 +72,9 @@ template <class T> struct Scoped {
 
 constexpr int32_t boundary = 32;
 
-template <class T> inline T *aligned_up(T *p) {
+template <int32_t Bytes = boundary, class T> inline T *aligned_up(T *p) {
   char *const bytes = reinterpret_cast<char *>(p);
-  return reinterpret_cast<T *>(bytes + (0 - address(p)) % boundary);
+  return reinterpret_cast<T *>(bytes + (0 - address(p)) % Bytes);
 }
 
 // ---- Tables ---------------------------------------------------------------------------------------------------------
