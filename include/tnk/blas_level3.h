@@ -243,7 +243,9 @@ typedef struct tnk_triangular_level {
 
 /* x?trsm, x?trmm and their stages: `left` and `right` are the loops of levels[level], of which levels[*last] is the
    deepest; the _ker stages finish a block on the diagonal. The flags are 0 or 1; with the last two 0 the operation is the
-   conjugate transpose. alpha is not read by stages. descriptor may be null. */
+   conjugate transpose. alpha is not read by stages. descriptor may be null; one that is given has its row loaded and a
+   kernel_version, 2 or 4, by which its products run: with an unknown one they are left out. Its block sizes are chosen
+   anew, and its a.size and b.size hold for the buffers of the levels too. */
 #define TNK_TRIANGULAR_STAGE_NAMED(name, T)                                                                  \
   void tnk_blas_##name(const uint8_t *upper, const uint8_t *no_transpose, const uint8_t *transpose,          \
                        const char *diag, const tnk_int *m, const tnk_int *n, const T *alpha, const T *a,     \
@@ -277,8 +279,8 @@ typedef struct tnk_triangular_level {
                     blocks, chosen anew, have room; by x?gemm without a descriptor.
      left_ker,      the finish. In d whole groups of 4 rows of the triangle and 4 right-hand sides by copya and ll, lu, rl or
      right_ker      ru, in the buffers of the level; rows left over by pst, and between the two gemm_pst; right-hand sides
-                    left over by pst. All by pst without a descriptor, a buffer or a group, and beyond an order of 508.
-                    In s, c and z by the family.
+                    left over by pst. All by pst without a descriptor, a buffer or a group, and where the sizes in the
+                    descriptor leave no room (in those of x?trsm: beyond an order of 508). In s, c and z by the family.
      dtrsm_copya    packs op(A) as ll and lu on the left take it, with reciprocals on the diagonal (1 where it is unit). For
                     the right, rl and ru, with the no_transpose flag turned round. Any order; packed: 8 g (g + 1) elements
                     with g groups of 4 rows.
@@ -350,7 +352,7 @@ void tnk_blas_dtrsm_pst(const char *side, const char *uplo, const char *transa, 
                     s, c and z by the family.
      dtrmm_copya    packs op(A) of order m: groups of 4 rows, each with the steps (columns) in which it is not empty, as
                     panels of A of a product, one behind the other; within a group zeros where op(A) is empty, ones for a
-                    unit diagonal.
+                    unit diagonal. packed: 8 g (g + 1) elements with g groups.
      dtrmm_ll, _lu  rows offset ... offset + m of B by the packed op(A), lower or upper, m a multiple of 4. buffer: 32 columns
                     of m elements, in which B is packed, at a multiple of 32 bytes as packed is. non_unit is not read: copya
                     has written the ones.

@@ -33,6 +33,12 @@ template <class V> V only(const vector_start &lanes, V v) {
   return reinterpret_cast<V>(reinterpret_cast<i32x8>(v) & lanes.lanes);
 }
 
+// Bit for bit: a negative zero beside the band keeps its sign.
+template <class V> V either_of(const i32x8 &lanes, V inside, V outside) {
+  return reinterpret_cast<V>((reinterpret_cast<i32x8>(inside) & lanes) |
+                             (reinterpret_cast<i32x8>(outside) & ~lanes));
+}
+
 // Neighbouring columns together. Their rows shift by one a column, and those of the next columns by as many vectors as
 // are needed for that many elements: so what is loaded of y was stored as just these vectors, and need not wait.
 template <class T> constexpr int together = std::max(4, per_vector<T>);
@@ -57,7 +63,7 @@ void add_columns_of_band(const Band<T> &band, tnk_int j, const T (&factor)[Colum
     const vector_start lanes = lanes_of<T>({first.first, last.past}, r);
     if (r + e <= band.m) {
       const V old = loadu<V>(y + r), added = old + sum;
-      storeu(y + r, only(lanes, added) + only({~lanes.lanes, 0}, old));
+      storeu(y + r, either_of(lanes.lanes, added, old));
     } else {
       store_first(y + r, load_first<V>(y + r, lanes) + sum, lanes);
     }
@@ -109,7 +115,7 @@ void add_columns_inside(const Band<T> &band, tnk_int j, const T (&factor)[togeth
     } else {
       const V old = loadu<V>(y + r), added = old + sum;
       const i32x8 lanes = first(past - r);
-      storeu(y + r, only({lanes, 0}, added) + only({~lanes, 0}, old));
+      storeu(y + r, either_of(lanes, added, old));
     }
   }
 }

@@ -64,7 +64,9 @@ public:
   }
   HeldBuffers(const HeldBuffers &) = delete;
   HeldBuffers &operator=(const HeldBuffers &) = delete;
-  ~HeldBuffers() { gemm_entries<T>::free_bufs(raw); }
+  ~HeldBuffers() {
+    if (raw) gemm_entries<T>::free_bufs(raw);
+  }
 
   bool refused;
   tnk_gemm_descriptor d;

@@ -76,8 +76,12 @@ namespace {
 
 // ---- Double precision -----------------------------------------------------------------------------------------------
 
-// Of a triangle in the A buffer, when that has the size that the driver asks for.
-constexpr tnk_int largest_packed = 508;
+// Whether a packed triangle of that order, and the solved part of a panel, have room.
+bool have_room(const tnk_triangular_level &level, const tnk_gemm_descriptor *d, tnk_int order) {
+  constexpr tnk_int element = sizeof(double);
+  return d && level.a_buffer && level.b_buffer && packed_triangle_size(order) * element <= d->a.size &&
+         panel_size<double>(order) * element <= d->b.size;
+}
 
 using PackedKernel = decltype(tnk_blas_dtrsm_ll);
 constexpr PackedKernel *packed_kernel(bool left, bool upper) {
@@ -86,11 +90,12 @@ constexpr PackedKernel *packed_kernel(bool left, bool upper) {
 }
 
 void finish_in_buffers(bool left, const Triangle<double> &t, const char *diag, tnk_int order, tnk_int count,
-                       double *b, tnk_int ldb, const tnk_triangular_level &level) {
+                       double *b, tnk_int ldb, const tnk_triangular_level &level,
+                       const tnk_gemm_descriptor *d) {
   const tnk_int grouped = rounded_down(count, rows_of_group), whole = rounded_down(order, rows_of_group);
   auto *const packed = static_cast<double *>(level.a_buffer);
   auto *const panel = static_cast<double *>(level.b_buffer);
-  if (!packed || !panel || whole == 0 || grouped == 0 || whole > largest_packed)
+  if (whole == 0 || grouped == 0 || !have_room(level, d, whole))
     return solve_plainly(left, t, left ? order : count, left ? count : order, b, ldb);
   by_groups(left, t, order, grouped, b, ldb, [&](tnk_int) {
     // The transpose of a real triangle is what the right sees.
@@ -133,10 +138,8 @@ void finish(bool left, const Triangle<T> &t, const char *diag, tnk_int m, tnk_in
             const tnk_triangular_level &level, const tnk_gemm_descriptor *d) {
   if constexpr (!std::is_same_v<T, double>)
     solvers<T>.of[left][t.stored_upper][t.op](diag, &m, &n, t.a, &t.lda, b, &ldb);
-  else if (!d)
-    solve_plainly(left, t, m, n, b, ldb);
   else
-    finish_in_buffers(left, t, diag, left ? m : n, left ? n : m, b, ldb, level);
+    finish_in_buffers(left, t, diag, left ? m : n, left ? n : m, b, ldb, level, d);
 }
 
 } // namespace

@@ -120,5 +120,21 @@ TYPED_TEST(Gbmv, ScalarsAndInfinities) {
   EXPECT_EQ(run(&none, &unit, unread, &half), 3);
 }
 
+// A row that no column reaches stays as it is, bit for bit, though vectors of y reach over it.
+TYPED_TEST(Gbmv, RowsBelowTheBandStay) {
+  using T = TypeParam;
+  const tnk_int m = 60, n = 17, one = 1;
+  const T unit = number<T>(1), negative = number<T>(-Real<T>(0), -Real<T>(0));
+  for (const tnk_int width : {1, 5}) {
+    const tnk_int lda = 2 * width + 1;
+    const std::vector<T> a(static_cast<std::size_t>(lda * n), unit), x(17, unit);
+    std::vector<T> y(60, negative);
+    Named<T>{"tnk_blas_?gbmv"}("N", &m, &n, &width, &width, &unit, a.data(), &lda, x.data(), &one, &unit,
+                               y.data(), &one);
+    for (tnk_int i = n + width; i < m; ++i)
+      ASSERT_TRUE(reference::same(y[static_cast<std::size_t>(i)], negative)) << i;
+  }
+}
+
 } // namespace
 } // namespace tnk::test

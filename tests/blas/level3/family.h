@@ -38,6 +38,13 @@ ENTRIES(tnk_complex16, z)
 #undef ENTRY
 using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 
+// What a triangular solve or multiply of any order asks for: packed blocks of 512 by 256 and of 256 by 1000, and the work
+// buffer, with the gaps that align them.
+template <class T>
+const int64_t triangular_scratch = static_cast<int64_t>(sizeof(T)) * 256 *
+                                       (512 + 1000 + Entries<T>::row.nr * Entries<T>::row.work_factor) +
+                                   3 * 512 + 2 * (4096 + 4096 + 128);
+
 // The sum of x(l) y(l) for l from `first` to `last` in the order that the product promises: one sum from zero, steps
 // ascending, in complex one of each product of parts, combined at the end.
 template <class T, class X, class Y> T sum_in_order(tnk_int first, tnk_int last, X x, Y y) {

@@ -203,6 +203,7 @@ TYPED_TEST(Trsm, MemoryThatIsRefused) {
         allocations.refuse = refused ? 1 : 0;
         by_entry(p);
         EXPECT_TRUE(allocations.made == !refused && allocations.live == 0 && allocations.overrun == 0);
+        EXPECT_EQ(allocations.largest, refused ? 0 : triangular_scratch<T>);
         EXPECT_EQ(errors.take().routine, refused ? "xtrsm" : "");
         EXPECT_TRUE(!refused || p.untouched()) << p.name();
       }
@@ -292,8 +293,8 @@ TYPED_TEST(Trsm, LoopsAndFinish) {
   const struct {
     tnk_int order, sides, sides_at_once, last_order;
     Buffers buffers;
-  } shapes[] = {{50, 29, 26, 8, all},  {50, 300, 300, 7, all},     {18, 3, 26, 7, all},
-                {50, 29, 26, 7, none}, {50, 29, 26, 8, without_a}, {18, 5, 26, 8, none}};
+  } shapes[] = {{50, 29, 26, 8, all}, {50, 300, 300, 7, all},     {18, 3, 26, 7, all}, {50, 29, 26, 7, none},
+                {130, 9, 26, 8, all}, {50, 29, 26, 8, without_a}, {18, 5, 26, 8, none}};
   for (const Form &form : all_forms<T>())
     for (const auto &s : shapes)
       for (const std::string stage : {"", "_ker"}) {
