@@ -218,6 +218,19 @@ TEST(PublicTriangular, HasTheSameBitsForEveryNumberOfThreads) {
   EXPECT_EQ(errors.last().message, "");
 }
 
+// Below 8 columns on the right the kernel of double calls the public vector update, from the slices as well.
+TEST(PublicTriangular, KernelsMayCallBackFromASlice) {
+  const Call<double> call("RUNN", 130003, 7);
+  std::vector<std::vector<double>> results;
+  for (const int threads : {1, 3}) {
+    const Threads set(threads);
+    requests = 0;
+    results.push_back(call.result(tnk_blas_dtrmm));
+    EXPECT_EQ(requests, threads);
+  }
+  EXPECT_TRUE(same_bits(results[0].data(), results[1].data(), results[0].size()));
+}
+
 // One slice gets no memory: it is finished without, and the refusal reported. Alone a call leaves B as it was.
 TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
   with_each([](auto zero, auto *routine, auto *, const char *name) {
