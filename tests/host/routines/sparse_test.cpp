@@ -3,9 +3,7 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
-#include <tnk/host.h>
 #include <tnk/sparse.h>
-#include <vector>
 
 namespace {
 
@@ -161,42 +159,6 @@ TEST(SparseArguments, EntriesThatDoNotCountAreFoundWhereAsked) {
             found + "[1]) is 0, expected 1 to 1");
   EXPECT_EQ(refusal(TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER, TNK_SPARSE_UNIT),
             found + "[0]) is 0, expected no entry in its row");
-}
-
-// Rows may stand in any order behind the first one, which says where counting begins; pieces for threads, found by
-// halving the row pointers, are only less even then.
-TEST(SparseProducts, RowsMayStandInAnyOrder) {
-  constexpr tnk_int m = 600, length = 400;
-  std::vector<double> values, x(m), y[2][3];
-  std::vector<tnk_int> column, start[2];
-  for (tnk_int i = 0; i < m; ++i) {
-    x[static_cast<std::size_t>(i)] = 1.0 / static_cast<double>(i + 3);
-    start[0].push_back(i * length);
-    start[1].push_back(i == 0 ? 0 : (m - i) * length);
-  }
-  std::vector<tnk_int> end[2] = {start[0], start[1]};
-  for (tnk_int p = 0; p < m * length; ++p) {
-    values.push_back(1.0 / static_cast<double>(p % 97 + 2));
-    column.push_back(p * 7 % m);
-  }
-  const double one = 1, zero = 0;
-  for (int order = 0; order < 2; ++order) {
-    for (tnk_int &p : end[order]) p += length;
-    const tnk_sparse_matrix a{
-        TNK_SPARSE_CSR,   m, m, m * length, values.data(), column.data(), nullptr, start[order].data(),
-        end[order].data()};
-    const tnk_sparse_descriptor d{};
-    for (int threads = 1; threads <= 3; ++threads) {
-      std::vector<double> &out = y[order][threads - 1];
-      out.resize(m);
-      tnk_set_num_threads(threads);
-      EXPECT_EQ(tnk_sparse_dmv('N', &one, &a, &d, x.data(), &zero, out.data()), TNK_SPARSE_OK);
-      EXPECT_EQ(out, y[order][0]);
-    }
-  }
-  tnk_set_num_threads(0);
-  for (std::size_t i = 1; i < m; ++i) ASSERT_EQ(y[1][0][i], y[0][0][m - i]) << i;
-  EXPECT_EQ(y[1][0][0], y[0][0][0]);
 }
 
 TEST(SparseArguments, OnesWithoutEntriesAreTheIdentity) {

@@ -7,9 +7,12 @@
 
 #include "tests/support/error_recorder.h"
 
-// Under the address sanitizer, too, an impossible request is to come back as null.
+// Under the sanitizers, too, an impossible request is to come back as null.
 extern "C" const char *__asan_default_options() {
   return "allocator_may_return_null=1";
+}
+extern "C" const char *__tsan_default_options() {
+  return __asan_default_options();
 }
 
 namespace {
@@ -104,7 +107,7 @@ TEST(Memory, ScratchBlocksInUseAreDistinct) {
   other.join();
 }
 
-#ifndef TNK_CHECK_BLOCKS
+#if !defined(TNK_CHECK_BLOCKS) && !defined(__SANITIZE_THREAD__) // which has an allocator of its own
 // Bytes that the C library's allocator has given out.
 std::size_t bytes_in_use() {
   const auto count = mallinfo2();
