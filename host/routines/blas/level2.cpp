@@ -24,7 +24,9 @@ bool vector(const Check &check, int position, const char *name, const T *first, 
   return !touched || check.vector(position, name, first, increment_name, increment, n);
 }
 
-// Bytes of A that make it worth while to use one more thread.
+// Bytes of A that make it worth while to use one more thread. Two threads against one, square matrices of doubles, awake,
+// on a virtual machine of two cores: 1.5 times as fast from 1 MB to 2 MB, 1.4 at 4 MB, 1.0 to 1.3 at 8 MB, 1.3 to 1.5 at
+// 200 MB, where the memory is what limits.
 constexpr tnk_int bytes_a_thread = 1 << 19;
 
 // Rows of A are cut, or with a transpose its columns: each element of y is then formed as it is by one call. Slices of y
