@@ -166,10 +166,8 @@ void add_transposed_band(Operation op, const Band<T> &band, tnk_int n, T alpha, 
         sum += (op == transposed ? a : conjugate(a)) * get(x + (rows.first + i) * incx);
       }
       element += alpha * sum;
-    } else if (op == transposed) {
-      gemv_t<transposed>(length, 1, column, 0, x + rows.first, &element, alpha);
     } else {
-      gemv_t<conjugate_transposed>(length, 1, column, 0, x + rows.first, &element, alpha);
+      gemv_t(op, length, 1, column, 0, x + rows.first, &element, alpha);
     }
     put(y + j * incy, element);
   }

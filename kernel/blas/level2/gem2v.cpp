@@ -6,26 +6,43 @@
 namespace tnk::level2 {
 namespace {
 
-template <int Columns, class T>
-inline void both_products(tnk_int m, const T *a, tnk_int lda, const T *x1, const T *x2, T *y1, T *y2,
-                          T alpha) {
+template <bool Ahead, int Columns, class T>
+TNK_INLINE void both_products(tnk_int m, const T *a, tnk_int lda, const T *x1, const T *x2, T *y1,
+                              LastRows<T> &last, T *y2, T alpha) {
+  using V = vec_of<T>;
   const Factors<Columns, T> factor(alpha, x1);
   Sums<Columns, T> sums;
-  over_rows<T>(m, [&](tnk_int i, int k, auto load, auto store) {
-    const Slice<Columns, T> slice(a + i, lda, load);
-    store(y1 + i, with_columns(load(y1 + i), factor, slice));
-    sums.add(k, slice, Multiplier<T>(load(x2 + i)));
+  over_rows<T>(
+      m, [&](tnk_int i) { ask_for_line<Ahead, Columns>(a + i, lda); },
+      [&](tnk_int i, int k) {
+        const Slice<Columns, T> slice(a + i, lda, loadu<V, T>);
+        storeu(y1 + i, with_columns(loadu<V>(y1 + i), factor, slice));
+        sums.add(k, slice, Multiplier<T>(loadu<V>(x2 + i)));
+      },
+      [&](tnk_int i, const vector_start &some) {
+        const auto load = [&](const T *p) { return load_first<V>(p, some); };
+        const Slice<Columns, T> slice(a + i, lda, load);
+        last.held = with_columns(last.held, factor, slice);
+        sums.add(1, slice, Multiplier<T>(load(x2 + i)));
+      });
+  sums.add_to(y2, alpha, is_complex<T>);
+}
+
+template <bool Ahead, class T>
+void add_all(tnk_int m, tnk_int n, const T *a, tnk_int lda, const T *x1, const T *x2, T *y1, T *y2, T alpha) {
+  LastRows<T> last(m, y1);
+  over_columns<4>(n, [=, &last](tnk_int j, auto columns) {
+    both_products<Ahead, columns>(m, a + j * lda, lda, x1 + j, x2, y1, last, y2 + j, alpha);
   });
-  for (int j = 0; j < Columns; ++j) y2[j] = y2[j] + alpha * sums.total(j, is_complex<T>);
+  last.put_back();
 }
 
 // Unit strides, both sums added to what is there.
 template <class T>
 void add_both(tnk_int m, tnk_int n, const T *a, tnk_int lda, const T *x1, const T *x2, T *y1, T *y2,
               T alpha) {
-  over_columns(n, [=](tnk_int j, auto columns) {
-    both_products<columns>(m, a + j * lda, lda, x1 + j, x2, y1, y2 + j, alpha);
-  });
+  const auto add = is_far<T>(m, n) ? add_all<true, T> : add_all<false, T>;
+  add(m, n, a, lda, x1, x2, y1, y2, alpha);
 }
 
 template <class T>

@@ -14,10 +14,8 @@ void kernel_route(Operation op, tnk_int m, tnk_int n, T alpha, const T *a, tnk_i
     on_contiguous(of_x, x, incx, [&](tnk_int first_x, tnk_int size_x, const T *some_x) {
       if (op == as_it_is)
         gemv_n(size_y, size_x, a + first_y + first_x * lda, lda, some_x, some_y, alpha);
-      else if (op == transposed)
-        gemv_t<transposed>(size_x, size_y, a + first_x + first_y * lda, lda, some_x, some_y, alpha);
       else
-        gemv_t<conjugate_transposed>(size_x, size_y, a + first_x + first_y * lda, lda, some_x, some_y, alpha);
+        gemv_t(op, size_x, size_y, a + first_x + first_y * lda, lda, some_x, some_y, alpha);
     });
   });
 }
@@ -78,25 +76,30 @@ GEMV(z, tnk_complex16)
 
 // Vectors are loaded unaligned, which costs nothing where they are not: so one loop serves columns whose alignment
 // alternates (odd) and columns that share it (even).
-#define INNER(name, T, ...)                                                                                  \
+#define PLAIN(name, T)                                                                                       \
   void tnk_blas_##name(const tnk_int *m, const tnk_int *n, const T *a, const tnk_int *lda, const T *x, T *y, \
                        const T *alpha) {                                                                     \
-    __VA_ARGS__(*m, *n, a, *lda, x, y, tnk::get(alpha));                                                     \
+    gemv_n(*m, *n, a, *lda, x, y, tnk::get(alpha));                                                          \
   }
-INNER(sgemv_n_even, float, gemv_n)
-INNER(sgemv_n_odd, float, gemv_n)
-INNER(sgemv_t_even, float, gemv_t<transposed>)
-INNER(sgemv_t_odd, float, gemv_t<transposed>)
-INNER(dgemv_n_even, double, gemv_n)
-INNER(dgemv_n_odd, double, gemv_n)
-INNER(dgemv_t_even, double, gemv_t<transposed>)
-INNER(dgemv_t_odd, double, gemv_t<transposed>)
-INNER(cgemv_n_even, tnk_complex8, gemv_n)
-INNER(cgemv_n_odd, tnk_complex8, gemv_n)
-INNER(cgemv_t_even, tnk_complex8, gemv_t<transposed>)
-INNER(cgemv_t_odd, tnk_complex8, gemv_t<transposed>)
-INNER(cgemv_c_even, tnk_complex8, gemv_t<conjugate_transposed>)
-INNER(cgemv_c_odd, tnk_complex8, gemv_t<conjugate_transposed>)
-INNER(zgemv_n, tnk_complex16, gemv_n)
-INNER(zgemv_t, tnk_complex16, gemv_t<transposed>)
-INNER(zgemv_c, tnk_complex16, gemv_t<conjugate_transposed>)
+#define TRANSPOSED(name, T, op)                                                                              \
+  void tnk_blas_##name(const tnk_int *m, const tnk_int *n, const T *a, const tnk_int *lda, const T *x, T *y, \
+                       const T *alpha) {                                                                     \
+    gemv_t(op, *m, *n, a, *lda, x, y, tnk::get(alpha));                                                      \
+  }
+PLAIN(sgemv_n_even, float)
+PLAIN(sgemv_n_odd, float)
+PLAIN(dgemv_n_even, double)
+PLAIN(dgemv_n_odd, double)
+PLAIN(cgemv_n_even, tnk_complex8)
+PLAIN(cgemv_n_odd, tnk_complex8)
+PLAIN(zgemv_n, tnk_complex16)
+TRANSPOSED(sgemv_t_even, float, transposed)
+TRANSPOSED(sgemv_t_odd, float, transposed)
+TRANSPOSED(dgemv_t_even, double, transposed)
+TRANSPOSED(dgemv_t_odd, double, transposed)
+TRANSPOSED(cgemv_t_even, tnk_complex8, transposed)
+TRANSPOSED(cgemv_t_odd, tnk_complex8, transposed)
+TRANSPOSED(cgemv_c_even, tnk_complex8, conjugate_transposed)
+TRANSPOSED(cgemv_c_odd, tnk_complex8, conjugate_transposed)
+TRANSPOSED(zgemv_t, tnk_complex16, transposed)
+TRANSPOSED(zgemv_c, tnk_complex16, conjugate_transposed)
