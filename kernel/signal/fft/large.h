@@ -62,7 +62,7 @@ void split_stripes(const E *buffer, tnk_int rows, tnk_int length, E *destination
 
 // Elements change places by a list of pairs of offsets, 4 to the element.
 template <class E> inline void swap_by_list(E *elements, const std::int32_t *swaps) {
-  for (; swaps[1] != 0; swaps += 2) std::swap(elements[swaps[0] / 4], elements[swaps[1] / 4]);
+  for (; swaps[0] != 0; swaps += 2) std::swap(elements[swaps[0] / 4], elements[swaps[1] / 4]);
 }
 
 // ---- Bit reversal -----------------------------------------------------------------------------------------------
