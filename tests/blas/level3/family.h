@@ -45,6 +45,43 @@ const int64_t triangular_scratch = static_cast<int64_t>(sizeof(T)) * 256 *
                                        (512 + 1000 + Entries<T>::row.nr * Entries<T>::row.work_factor) +
                                    3 * 512 + 2 * (4096 + 4096 + 128);
 
+// Buffers as a driver of triangular routines holds them, so small that some products find no room there.
+template <class T> class HeldBlocks {
+public:
+  HeldBlocks() {
+    using E = Entries<T>;
+    const tnk_int none = 0;
+    E::zero_desc(&d_);
+    E::get_optimal_kernel(&d_);
+    E::set_blks_size(80, 64, 32, &d_);
+    d_.get_bufs_size(100, 108, &none, &none, &none, &d_);
+    d_.get_bufs(100, &raw_, &d_);
+    d_.kernel_version = 2;
+  }
+  HeldBlocks(const HeldBlocks &) = delete;
+  HeldBlocks &operator=(const HeldBlocks &) = delete;
+  ~HeldBlocks() { Entries<T>::free_bufs(raw_); }
+
+  tnk_gemm_descriptor *descriptor() { return &d_; }
+  template <class Letters>
+  tnk_triangular_level level(const Letters &form, tnk_int order, tnk_int sides) const {
+    const bool left = form.left();
+    return {left ? order : sides,
+            left ? sides : order,
+            left != form.as_it_is(),
+            d_.a.data,
+            0,
+            d_.b.data,
+            1024,
+            0,
+            1};
+  }
+
+private:
+  tnk_gemm_descriptor d_;
+  void *raw_ = nullptr;
+};
+
 // The sum of x(l) y(l) for l from `first` to `last` in the order that the product promises: one sum from zero, steps
 // ascending, in complex one of each product of parts, combined at the end.
 template <class T, class X, class Y> T sum_in_order(tnk_int first, tnk_int last, X x, Y y) {

@@ -163,31 +163,17 @@ TYPED_TEST(Trmm, FamilyByItsNames) {
 // Loops of two levels and the finish alone, with buffers and without, below a level's blocks and beyond them.
 TYPED_TEST(Trmm, LoopsAndFinish) {
   using T = TypeParam;
-  using E = Entries<T>;
-  tnk_gemm_descriptor held;
-  void *raw = nullptr;
-  const tnk_int none = 0, last = 1;
-  E::zero_desc(&held);
-  E::get_optimal_kernel(&held);
-  E::set_blks_size(64, 64, 64, &held);
-  held.get_bufs_size(100, 108, &none, &none, &none, &held);
-  held.get_bufs(100, &raw, &held);
-  held.kernel_version = 2;
+  HeldBlocks<T> held;
+  const tnk_int last = 1;
   std::size_t turn = 0;
   for (const Form &form : all_forms<T>())
     for (const bool buffers : {true, false})
       for (const std::string stage : {"", "_ker"}) {
         const Named<T> named(std::string("tnk_blas_?trmm_") + (form.left() ? "left" : "right") + stage);
-        const auto level = [&](tnk_int order) -> tnk_triangular_level {
-          return {form.left() ? order : 24,
-                  form.left() ? 24 : order,
-                  form.left() != form.as_it_is(),
-                  buffers ? held.a.data : nullptr,
-                  0,
-                  buffers ? held.b.data : nullptr,
-                  1024,
-                  0,
-                  1};
+        const auto level = [&](tnk_int order) {
+          tnk_triangular_level made = held.level(form, order, 24);
+          if (!buffers) made.a_buffer = made.b_buffer = nullptr;
+          return made;
         };
         const tnk_triangular_level levels[] = {level(20), level(turn % 2 ? 8 : 7)};
         const std::uint8_t upper = form.upper(), plain = form.as_it_is(), transposed = form.trans == 'T';
@@ -196,10 +182,29 @@ TYPED_TEST(Trmm, LoopsAndFinish) {
             TriangleProduct<T>(form, form.left() ? order : other, form.left() ? other : order), [&](auto &p) {
               named(&upper, &plain, &transposed, &form.diag, &p.m, &p.n, static_cast<const T *>(nullptr),
                     static_cast<const T *>(p.a.data()), &p.lda, p.b.data(), &p.ldb, tnk_int{0}, &last,
-                    levels + 0, buffers ? &held : nullptr);
+                    levels + 0, buffers ? held.descriptor() : nullptr);
             }));
       }
-  E::free_bufs(raw);
+}
+
+// Other blocks than these would round otherwise.
+TEST(TrmmStages, LevelsOfTheEntry) {
+  HeldBlocks<double> held;
+  const tnk_int last = 2;
+  for (const Form &form : {Form{'L', 'U', 'N', 'N'}, Form{'R', 'U', 'N', 'N'}}) {
+    const tnk_int m = form.left() ? 600 : 5, n = form.left() ? 5 : 600;
+    TriangleProduct<double> whole(form, m, n), staged(form, m, n);
+    by_entry(whole);
+    const auto level = [&](tnk_int left, tnk_int right) {
+      return held.level(form, form.left() ? left : right, form.left() ? 1000 : 512);
+    };
+    const tnk_triangular_level levels[] = {level(256, 256), level(128, 64), level(64, 16)};
+    const std::uint8_t upper = 1, plain = 1, transposed = 0;
+    (form.left() ? tnk_blas_dtrmm_left : tnk_blas_dtrmm_right)(
+        &upper, &plain, &transposed, &form.diag, &m, &n, nullptr, staged.a.data(), &staged.lda,
+        staged.b.data(), &staged.ldb, 0, &last, levels, held.descriptor());
+    EXPECT_TRUE(same_bits(whole.b.data(), staged.b.data(), whole.b.size())) << whole.name();
+  }
 }
 
 TEST(TrmmStages, PackedTriangles) {

@@ -247,42 +247,6 @@ TYPED_TEST(Trsm, SlicesAndPlainPathHaveTheSameBits) {
 
 // ---- Stages by themselves -------------------------------------------------------------------------------------------
 
-// Buffers as a driver holds them, so small that some products find no room there.
-template <class T> class HeldBlocks {
-public:
-  HeldBlocks() {
-    using E = Entries<T>;
-    const tnk_int none = 0;
-    E::zero_desc(&d_);
-    E::get_optimal_kernel(&d_);
-    E::set_blks_size(64, 16, 32, &d_);
-    d_.get_bufs_size(100, 108, &none, &none, &none, &d_);
-    d_.get_bufs(100, &raw_, &d_);
-    d_.kernel_version = 2;
-  }
-  HeldBlocks(const HeldBlocks &) = delete;
-  HeldBlocks &operator=(const HeldBlocks &) = delete;
-  ~HeldBlocks() { Entries<T>::free_bufs(raw_); }
-
-  tnk_gemm_descriptor *descriptor() { return &d_; }
-  tnk_triangular_level level(const Form &form, tnk_int order, tnk_int sides) const {
-    const bool left = form.left();
-    return {left ? order : sides,
-            left ? sides : order,
-            left != form.as_it_is(),
-            d_.a.data,
-            0,
-            d_.b.data,
-            1024,
-            0,
-            1};
-  }
-
-private:
-  tnk_gemm_descriptor d_;
-  void *raw_ = nullptr;
-};
-
 // Loops of two levels and the finish alone, with buffers and without, below a level's blocks and beyond them.
 TYPED_TEST(Trsm, LoopsAndFinish) {
   using T = TypeParam;
@@ -312,6 +276,25 @@ TYPED_TEST(Trsm, LoopsAndFinish) {
       }
   blocks.reset();
   EXPECT_TRUE(allocations.live == 0 && allocations.overrun == 0);
+}
+
+// Other blocks than these would round otherwise.
+TEST(TrsmStages, LevelsOfTheEntry) {
+  HeldBlocks<double> held;
+  for (const auto &[form, order, block] : {std::tuple<Form, tnk_int, tnk_int>{{'L', 'U', 'N', 'N'}, 301, 128},
+                                           {{'R', 'U', 'N', 'N'}, 1999, 128},
+                                           {{'R', 'L', 'T', 'N'}, 2000, 256}}) {
+    auto whole = TriangleSolve<double>::of(form, order, 3),
+         staged = TriangleSolve<double>::of(form, order, 3);
+    by_entry(whole);
+    const tnk_int at_once = form.left() ? 1000 : 512, last = 1;
+    const tnk_triangular_level levels[] = {held.level(form, block, at_once), held.level(form, 32, at_once)};
+    const std::uint8_t upper = form.upper(), plain = form.as_it_is(), transposed = !plain;
+    (form.left() ? tnk_blas_dtrsm_left : tnk_blas_dtrsm_right)(
+        &upper, &plain, &transposed, &form.diag, &staged.m, &staged.n, nullptr, staged.a.data(), &staged.lda,
+        staged.b.data(), &staged.ldb, 0, &last, levels, held.descriptor());
+    EXPECT_TRUE(same_bits(whole.b.data(), staged.b.data(), whole.b.size())) << whole.name();
+  }
 }
 
 TEST(TrsmStages, PackedTriangles) {
