@@ -34,8 +34,9 @@ constexpr tnk_int bytes_a_thread = 1 << 19;
 template <class T, class Kernel>
 void run_gemv(Kernel *run, const char *trans, const tnk_int *m, const tnk_int *n, const T *alpha, const T *a,
               const tnk_int *lda, const T *x, const tnk_int *incx, const T *beta, T *y, const tnk_int *incy) {
-  const tnk_int bytes = *m * *n * static_cast<tnk_int>(sizeof(T));
-  const tnk_int worth_while = is_value(*alpha, 0) ? 1 : bytes / bytes_a_thread;
+  // A matrix that is not read may be beyond memory.
+  const tnk_int worth_while =
+      is_value(*alpha, 0) ? 1 : *m * *n * static_cast<tnk_int>(sizeof(T)) / bytes_a_thread;
   const bool plain = is_plain(*trans);
   Cut cut{1, !plain, plain ? *m : *n, 64 / static_cast<tnk_int>(sizeof(T))};
   if (worth_while > 1)
