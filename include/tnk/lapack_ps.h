@@ -165,10 +165,10 @@ void tnk_lapack_ps_zpotrf_l_small(const char *uplo, const tnk_int *n, tnk_comple
    with p; two neighbours that are both -p, a block of order 2, and the row of the two that was worked on second (the
    upper one in u, the lower one in l) changed places with p. An exchange is made in what is still to be factored and
    not in columns of U or L that are done: U = P U(1) P' U(2) ..., in the order of the work.
-   The first of equal candidates is taken; a NaN is no candidate. A pivot that is exactly zero, with nothing else in its
-   column, is left as it is and the factorization goes on; *info is then the column of the first one met, and otherwise
-   not written: set it to 0 before the call. No-op when n < 1. In ssytrf_l a block of order 1 is applied by the public
-   ssyr. */
+   The first of equal candidates is taken; a NaN is no candidate. A pivot that is exactly zero, with zeros and NaNs only
+   in its column, is left with its column as it is and the factorization goes on; *info is then the column of the first
+   one met, and otherwise not written: set it to 0 before the call. No-op when n < 1. In ssytrf_l a block of order 1 is
+   applied by the public ssyr. */
 void tnk_lapack_ps_ssytrf_u_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,
                                   tnk_int *ipiv, tnk_int *info);
 void tnk_lapack_ps_ssytrf_l_small(const char *uplo, const tnk_int *n, float *a, const tnk_int *lda,

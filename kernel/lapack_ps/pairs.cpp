@@ -66,7 +66,9 @@ void lartv(tnk_int n, T *x, tnk_int incx, T *y, tnk_int incy, const real_of<T> *
 
 // ---- One reflector for all --------------------------------------------------------------------------------------
 
-template <class T> void rot2(tnk_int n, T *x, T *y, T tau, T v) {
+template <class T> void rot2(tnk_int n, T *x, T *y, const T *tau_at, const T *v_at) {
+  if (n < 1) return;
+  const T tau = get(tau_at), v = get(v_at);
   along<vec_of<T>>(n, y, [=](tnk_int i, auto sample) {
     using X = decltype(sample);
     const X xi = loadu<X>(x + i), yi = loadu<X>(y + i), t = scaled(tau, xi + scaled(v, yi));
@@ -75,7 +77,9 @@ template <class T> void rot2(tnk_int n, T *x, T *y, T tau, T v) {
   });
 }
 
-template <class T> void rot3(tnk_int n, T *x, T *y, T *z, T tau, T va, T vb) {
+template <class T> void rot3(tnk_int n, T *x, T *y, T *z, const T *tau_at, const T *va_at, const T *vb_at) {
+  if (n < 1) return;
+  const T tau = get(tau_at), va = get(va_at), vb = get(vb_at);
   along<vec_of<T>>(n, z, [=](tnk_int i, auto sample) {
     using X = decltype(sample);
     const X xi = loadu<X>(x + i), yi = loadu<X>(y + i), zi = loadu<X>(z + i),
@@ -103,11 +107,11 @@ LARTV(z, tnk_complex16, double)
 #define ROTATE(t, T)                                                                                         \
   void tnk_lapack_ps_##t##rot2(const tnk_int *n, T *x, const tnk_int *, T *y, const tnk_int *, const T *tau, \
                                const T *v) {                                                                 \
-    tnk::lapack::rot2(*n, x, y, tnk::get(tau), tnk::get(v));                                                 \
+    tnk::lapack::rot2(*n, x, y, tau, v);                                                                     \
   }                                                                                                          \
   void tnk_lapack_ps_##t##rot3(const tnk_int *n, T *x, const tnk_int *, T *y, const tnk_int *, T *z,         \
                                const tnk_int *, const T *tau, const T *va, const T *vb) {                    \
-    tnk::lapack::rot3(*n, x, y, z, tnk::get(tau), tnk::get(va), tnk::get(vb));                               \
+    tnk::lapack::rot3(*n, x, y, z, tau, va, vb);                                                             \
   }
 ROTATE(s, float)
 ROTATE(d, double)

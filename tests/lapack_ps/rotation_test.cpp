@@ -101,6 +101,7 @@ TYPED_TEST(Rotations, PairsAndTriples) {
         }
         const tnk_int *const unread = nullptr;
         const T tau = random.number<T>(), v = random.number<T>(), w = random.number<T>();
+        const auto unless_empty = [n](const T &scalar) { return n < 1 ? nullptr : &scalar; };
         for (const bool triples : {false, true}) {
           Vector<T> x(other, random), y(triples ? other : shift, random), z(shift, random);
           for (tnk_int i = 0; i < n; ++i) {
@@ -109,10 +110,11 @@ TYPED_TEST(Rotations, PairsAndTriples) {
             if (triples) z.at(i) = z.at(i) - w * t;
           }
           if (triples)
-            Named<T>("tnk_lapack_ps_?rot3")(&n, x.data(), unread, y.data(), unread, z.data(), unread, &tau,
-                                            &v, &w);
+            Named<T>("tnk_lapack_ps_?rot3")(&n, x.data(), unread, y.data(), unread, z.data(), unread,
+                                            unless_empty(tau), unless_empty(v), unless_empty(w));
           else
-            Named<T>("tnk_lapack_ps_?rot2")(&n, x.data(), unread, y.data(), unread, &tau, &v);
+            Named<T>("tnk_lapack_ps_?rot2")(&n, x.data(), unread, y.data(), unread, unless_empty(tau),
+                                            unless_empty(v));
           ASSERT_TRUE(equal(x.memory, x.wanted) && equal(y.memory, y.wanted) && equal(z.memory, z.wanted))
               << triples << ' ' << n << " shift " << shift << ' ' << other;
         }
