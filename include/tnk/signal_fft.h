@@ -27,7 +27,8 @@ typedef struct tnk_signal_fft tnk_signal_fft;
    order: 0 to 26, in single precision 0 to 27. */
 
 /* The bytes that Init needs: of memory for the record, of the buffer that it uses while it runs (0 for none), and of a work
-   buffer (0 for none). None needs alignment. -8 for a null output; -15 for an order out of range, -16 for another flag. */
+   buffer (0 for none). None needs alignment. The flag and the hint make no difference. -8 for a null output; -15 for an
+   order out of range. */
 int32_t e9_vpksFFTGetSize_C_32fc(int32_t order, int32_t flag, int32_t hint, int32_t *spec_size,
                                  int32_t *init_size, int32_t *work_size);
 int32_t e9_vpksFFTGetSize_C_32f(int32_t order, int32_t flag, int32_t hint, int32_t *spec_size,

@@ -111,8 +111,8 @@ double *e9_vpks_initTabTwd_L1_64f(double *table, int32_t order, const double *ba
 float *e9_vpks_initTabTwd_L1_32f(float *table, int32_t order, const float *base, int32_t base_order,
                                  int32_t by_part);
 
-/* The same with the reversal of order 18 and up, at a 32-byte boundary; notes in the record where they are. Returns the
-   end. */
+/* The same with the reversal of order 18 and up, at a 32-byte boundary; notes in the record where they are and how much
+   work they need. Returns the end. */
 double *e9_vpks_initTabTwd_Large_64f(tnk_signal_fft *spec, uint8_t *memory, int32_t order, const double *base,
                                      int32_t base_order, int32_t by_part);
 float *e9_vpks_initTabTwd_Large_32f(tnk_signal_fft *spec, uint8_t *memory, int32_t order, const float *base,

@@ -217,6 +217,23 @@ TEST_P(AnyLength, StatusesInTheirOrder) {
   EXPECT_EQ(form.free(spec), 0);
 }
 
+// Buffers tell the method: sums by definition take 16 N + 32, a convolution of M numbers 16 M + 32 and what its transforms
+// take.
+TEST(AnyLengthUses, BuffersOfEachMethod) {
+  const auto buffer_of = [](std::size_t n) {
+    int32_t size = -1;
+    const Record record(forms[0], n, 8);
+    EXPECT_EQ(e9_vpksDFTGetBufSize_C_64fc(record.spec, &size), 0);
+    return size;
+  };
+  EXPECT_EQ(buffer_of(16), 0);
+  EXPECT_EQ(buffer_of(32), 0);
+  for (const int n : {17, 61, 89}) EXPECT_EQ(buffer_of(static_cast<std::size_t>(n)), 16 * n + 32);
+  for (const auto &[n, m] : {std::pair(97, 200), {101, 256}, {4073, 8192}, {4091, 8192}, {4099, 16384}})
+    EXPECT_EQ(buffer_of(static_cast<std::size_t>(n)), 16 * m + 32 + buffer_of(static_cast<std::size_t>(m)))
+        << n;
+}
+
 int refuse = 0, live = 0;
 void *counted_malloc(std::size_t size) {
   if (refuse > 0 && --refuse == 0) return nullptr;

@@ -207,6 +207,12 @@ TYPED_TEST(FftStages, LargeByItsRecord) {
   Aligned<C> memory(room), work(static_cast<std::size_t>(work_size) / sizeof(C)), x(n), y(n);
   const auto *const end = S::large_tables(spec, memory.bytes(), order, base.data(), order + 1, 0);
   EXPECT_LE(static_cast<const void *>(end), memory.p + room);
+  tnk_signal_fft *short_one = nullptr; // which they turn into a large one, as far as its buffer goes
+  ASSERT_EQ(S::init_alloc(&short_one, 8, 8, 0), 0);
+  S::large_tables(short_one, memory.bytes(), order, base.data(), order + 1, 0);
+  EXPECT_EQ(S::buffer_size(short_one, &size), 0);
+  EXPECT_EQ(size, work_size + 32);
+  EXPECT_EQ(S::free(short_one), 0);
   x.p[5] = {1, 0};
   S::large[0](spec, x.p, y.p, work.bytes());
   long double worst = 0;

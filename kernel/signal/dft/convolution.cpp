@@ -6,13 +6,13 @@ namespace tnk::signal {
 namespace {
 
 // Lengths that factor well and lie between powers of two, so that one just above a power does not pay for the next.
-constexpr int32_t convolution_lengths[] = {128,  144,  160,  192,  200,  256,  288,  320,  384,  400,  512,
-                                           576,  640,  768,  800,  1024, 1152, 1280, 1536, 1600, 2048, 2304,
-                                           2560, 3072, 3200, 4096, 4608, 5120, 6144, 6400, 8192};
+constexpr int32_t tbl_len_conv[] = {128,  144,  160,  192,  200,  256,  288,  320,  384,  400,  512,
+                                    576,  640,  768,  800,  1024, 1152, 1280, 1536, 1600, 2048, 2304,
+                                    2560, 3072, 3200, 4096, 4608, 5120, 6144, 6400, 8192};
 
 int32_t convolution_length(int32_t n) {
   const int32_t least = 2 * n - 1;
-  for (const int32_t length : convolution_lengths)
+  for (const int32_t length : tbl_len_conv)
     if (length >= least) return length;
   int32_t length = 8192;
   while (length < least) length *= 2;

@@ -1,8 +1,18 @@
 // Tables of roots of unity, and the factors of a length with theirs.
 #include "kernel/signal/dft/spec.h"
-#include <tnk/services.h>
 
 namespace tnk::signal {
+namespace {
+
+// Apart from one another, or the compiler makes one call of both that the runtime need not have.
+__attribute__((noinline)) double sine_of(double angle) {
+  return std::sin(angle);
+}
+__attribute__((noinline)) double cosine_of(double angle) {
+  return std::cos(angle);
+}
+
+} // namespace
 
 // Half a circle, each angle reduced to its first eighth in integers; the other half is its mirror image.
 template <class R> complex<R> *new_base_table(int32_t n) {
@@ -10,9 +20,8 @@ template <class R> complex<R> *new_base_table(int32_t n) {
   if (!table) return nullptr;
   for (int32_t k = 0; k <= n / 2; ++k) {
     const std::int64_t octant = std::int64_t{8} * k / n, rest = std::int64_t{8} * k % n;
-    const long double eighth = pi / 4 * (octant % 2 == 0 ? rest : n - rest) / n;
-    double sine, cosine;
-    tnk_serv_libm_sincos(static_cast<double>(eighth), &sine, &cosine);
+    const auto eighth = static_cast<double>(pi / 4 * (octant % 2 == 0 ? rest : n - rest) / n);
+    double sine = sine_of(eighth), cosine = cosine_of(eighth);
     if (octant == 1 || octant == 2) std::swap(cosine, sine);
     if (octant >= 2) cosine = -cosine;
     const R re = static_cast<R>(cosine), im = static_cast<R>(sine);

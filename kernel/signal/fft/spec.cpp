@@ -48,6 +48,9 @@ static R *fill_large(R *table, int order, const QuarterWave<R> &wave, bool by_pa
 template <class R>
 R *fill_large_tables(fft_spec<R> &spec, std::int32_t *memory, int order, const QuarterWave<R> &wave,
                      bool by_part) {
+  tnk_int table_size = 0, work_size = 0;
+  add_large_sizes<R>(order, table_size, work_size);
+  spec.buffer_size = static_cast<std::int32_t>(work_size);
   spec.reversal = memory;
   return fill_large(reinterpret_cast<R *>(fill_block_reversal(memory, order, stripe_order)), order, wave,
                     by_part, spec, 0);
