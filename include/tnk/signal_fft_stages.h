@@ -112,13 +112,14 @@ float *e9_vpks_initTabTwd_L1_32f(float *table, int32_t order, const float *base,
                                  int32_t by_part);
 
 /* The same with the reversal of order 18 and up, at a 32-byte boundary; notes in the record where they are and how much
-   work they need. Returns the end. */
+   work they need. Returns the end. Orders 9 to 17, which are not cut into blocks and which no transform has made here:
+   the reversal by initTabBitRevNorm, then as block table 1 cos and -sin of 2 pi k / 2^order for 2^order / 4 numbers k. */
 double *e9_vpks_initTabTwd_Large_64f(tnk_signal_fft *spec, uint8_t *memory, int32_t order, const double *base,
                                      int32_t base_order, int32_t by_part);
 float *e9_vpks_initTabTwd_Large_32f(tnk_signal_fft *spec, uint8_t *memory, int32_t order, const float *base,
                                     int32_t base_order, int32_t by_part);
 
-/* The bytes of those twiddles, without the reversal, and of the work buffer. */
+/* The bytes of those twiddles, without the reversal, and of the work buffer, which is 2097152 below order 18. */
 void e9_vpks_getSizeTwd_Large_64f(int32_t order, int32_t *table_size, int32_t *work_size);
 void e9_vpks_getSizeTwd_Large_32f(int32_t order, int32_t *table_size, int32_t *work_size);
 

@@ -225,6 +225,29 @@ TYPED_TEST(FftStages, LargeByItsRecord) {
   EXPECT_EQ(S::free(spec), 0);
 }
 
+TYPED_TEST(FftStages, TablesOfOrdersThatAreNotCut) {
+  using S = Stages<TypeParam>;
+  for (const int order : {9, 17}) {
+    const std::size_t n = std::size_t{1} << order;
+    tnk_signal_fft *spec = nullptr;
+    ASSERT_EQ(S::init_alloc(&spec, 8, 8, 0), 0);
+    int32_t table_size = 0, work_size = 0, size = 0;
+    S::large_sizes(order, &table_size, &work_size);
+    EXPECT_EQ(work_size, 2097152);
+    const auto base = this->quarter_wave(order);
+    Aligned<TypeParam> memory(n + static_cast<std::size_t>(table_size) / sizeof(TypeParam));
+    const TypeParam *const end = S::large_tables(spec, memory.bytes(), order, base.data(), order, 0);
+    EXPECT_LE(static_cast<const void *>(end), memory.bytes() + n + table_size + 64);
+    const TypeParam *const pairs = end - n / 2;
+    for (std::size_t k = 0; k < n / 4; ++k)
+      ASSERT_TRUE(std::abs(Wide(pairs[2 * k], pairs[2 * k + 1]) - reference::root(k, n, -1)) <= S::epsilon)
+          << k;
+    EXPECT_EQ(S::buffer_size(spec, &size), 0);
+    EXPECT_EQ(size, work_size + 32);
+    EXPECT_EQ(S::free(spec), 0);
+  }
+}
+
 TYPED_TEST(FftStages, RecombiningRealNumbers) {
   using S = Stages<TypeParam>;
   using R = TypeParam;

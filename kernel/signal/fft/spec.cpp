@@ -6,9 +6,25 @@
 
 namespace tnk::signal {
 
+// An order that is not cut into parts, so none that a transform brings here: one table of pairs (cos, -sin).
+constexpr tnk_int undivided_work = 2097152;
+
+template <class R> static R *fill_undivided(R *table, int order, const QuarterWave<R> &wave) {
+  for (tnk_int k = 0; k < tnk_int(1) << order >> 2; ++k, table += 2) {
+    const cvec<R> w = wave.root(k, order);
+    table[0] = w.re, table[1] = w.im;
+  }
+  return table;
+}
+
 template <class R> void add_large_sizes(int order, tnk_int &spec, tnk_int &work) {
   constexpr tnk_int pair = 2 * sizeof(R);
   const int b = block_order(order), m = order - b;
+  if (b == 0) {
+    spec += rounded_to_32((pair << order) / 4 + 47);
+    work = undivided_work;
+    return;
+  }
   if (m >= large_order) {
     add_large_sizes<R>(m, spec, work);
   } else {
@@ -52,6 +68,11 @@ R *fill_large_tables(fft_spec<R> &spec, std::int32_t *memory, int order, const Q
   add_large_sizes<R>(order, table_size, work_size);
   spec.buffer_size = static_cast<std::int32_t>(work_size);
   spec.reversal = memory;
+  if (block_order(order) == 0) {
+    R *const table = reinterpret_cast<R *>(fill_reversal(memory, order));
+    spec.blocks[0] = table;
+    return fill_undivided(table, order, wave);
+  }
   return fill_large(reinterpret_cast<R *>(fill_block_reversal(memory, order, stripe_order)), order, wave,
                     by_part, spec, 0);
 }
