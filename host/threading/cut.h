@@ -41,6 +41,15 @@ private:
   }
 };
 
+// As many slices as threads may be used, as the job is worth, and as there are tiles.
+constexpr Cut cut_tiles(bool columns, tnk_int extent, tnk_int tile, double worth_while, int threads) {
+  double most = static_cast<double>(threads);
+  const double tiles = static_cast<double>(extent / tile);
+  if (worth_while < most) most = worth_while;
+  if (tiles < most) most = tiles;
+  return {most >= 2 ? static_cast<int>(most) : 1, columns, extent, tile};
+}
+
 // How many threads the product is worth. `operations`: real ones for each of the m n k steps.
 constexpr double threads_worth_while(tnk_int m, tnk_int n, tnk_int k, int operations) {
   if ((m | n | k) < 64) return 1; // at once, for the many small ones
@@ -55,15 +64,8 @@ constexpr Cut cut_product(const tnk_gemm_row &kernel, tnk_int m, tnk_int n, tnk_
   // Every slice packs all of the operand that is not cut, so the larger one is cut.
   const bool columns = n >= m;
   const tnk_int extent = columns ? n : m, tile = columns ? kernel.nr : kernel.mr;
-  Cut cut{1, columns, extent, tile};
-  if (threads <= 1 || m < kernel.mr || n < kernel.nr || k < kernel.kr) return cut;
-  double most = static_cast<double>(threads);
-  const double worth_while = threads_worth_while(m, n, k, operations);
-  const double tiles = static_cast<double>(extent / tile);
-  if (worth_while < most) most = worth_while;
-  if (tiles < most) most = tiles;
-  if (most >= 2) cut.slices = static_cast<int>(most);
-  return cut;
+  const bool packed = m >= kernel.mr && n >= kernel.nr && k >= kernel.kr;
+  return cut_tiles(columns, extent, tile, packed ? threads_worth_while(m, n, k, operations) : 1, threads);
 }
 
 } // namespace tnk::host

@@ -1,5 +1,4 @@
 // Public routines of matrix and vector: check, then run the kernels.
-#include <algorithm>
 #include <tnk/blas.h>
 #include <tnk/blas_level1.h>
 #include <tnk/blas_level2.h>
@@ -35,13 +34,12 @@ template <class T, class Kernel>
 void run_gemv(Kernel *run, const char *trans, const tnk_int *m, const tnk_int *n, const T *alpha, const T *a,
               const tnk_int *lda, const T *x, const tnk_int *incx, const T *beta, T *y, const tnk_int *incy) {
   // A matrix that is not read may be beyond memory.
-  const tnk_int worth_while =
-      is_value(*alpha, 0) ? 1 : *m * *n * static_cast<tnk_int>(sizeof(T)) / bytes_a_thread;
   const bool plain = is_plain(*trans);
-  Cut cut{1, !plain, plain ? *m : *n, 64 / static_cast<tnk_int>(sizeof(T))};
-  if (worth_while > 1)
-    cut.slices = static_cast<int>(
-        std::min({worth_while, cut.extent / cut.tile, static_cast<tnk_int>(usable_threads())}));
+  const double worth_while =
+      is_value(*alpha, 0) ? 1
+                          : static_cast<double>(*m * *n) * sizeof(T) / static_cast<double>(bytes_a_thread);
+  const Cut cut = cut_tiles(!plain, plain ? *m : *n, 64 / static_cast<tnk_int>(sizeof(T)), worth_while,
+                            worth_while < 2 ? 1 : usable_threads());
   if (cut.slices <= 1) return run(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
   spread(cut.slices, cut.slices, [&](int i) {
     const tnk_int first = cut.begin(i), past = cut.begin(i + 1), size = past - first;

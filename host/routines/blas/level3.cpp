@@ -29,12 +29,9 @@ static_assert(static_cast<double>(8 * small_order * small_order * small_order) <
 // Good arguments of a small product. Numbers share a question: where one is negative, so is their union.
 [[gnu::always_inline]] inline bool are_usual(char transa, char transb, tnk_int m, tnk_int n, tnk_int k,
                                              tnk_int lda, tnk_int ldb, tnk_int ldc) {
-  constexpr std::uint64_t usual_gap = 1 << 20;
-  const auto from = [](tnk_int least, tnk_int size) {
-    return static_cast<std::uint64_t>(size) - static_cast<std::uint64_t>(least);
-  };
-  const auto sizes = from(1, m) | from(1, n) | from(1, k);
-  const auto gaps = from(is_plain(transa) ? m : k, lda) | from(is_plain(transb) ? k : n, ldb) | from(m, ldc);
+  const auto sizes = above(1, m) | above(1, n) | above(1, k);
+  const auto gaps =
+      above(is_plain(transa) ? m : k, lda) | above(is_plain(transb) ? k : n, ldb) | above(m, ldc);
   return sizes < small_order && gaps < usual_gap && is_option(transa) && is_option(transb);
 }
 

@@ -30,18 +30,12 @@ template <class T> struct Operation {
 template <class T> Cut cut_sides(bool left, tnk_int m, tnk_int n) {
   constexpr tnk_int line = 64 / static_cast<tnk_int>(sizeof(T));
   const tnk_int order = left ? m : n, others = left ? n : m;
-  Cut cut{1, left, others, left ? 4 : line};
+  const tnk_int tile = left ? 4 : line;
   constexpr double operations =
       is_complex<T> ? 4 : 1; // real ones, for each element of B and row of the square
-  const double all =
-      operations * static_cast<double>(order) * static_cast<double>(order) * static_cast<double>(others);
-  if (all < 2 * least_operations || others < 2 * cut.tile) return cut;
-  double most = usable_threads();
-  if (all / least_operations < most) most = all / least_operations;
-  const double tiles = static_cast<double>(others / cut.tile);
-  if (tiles < most) most = tiles;
-  cut.slices = static_cast<int>(most);
-  return cut;
+  const double worth_while = operations * static_cast<double>(order) * static_cast<double>(order) *
+                             static_cast<double>(others) / least_operations;
+  return cut_tiles(left, others, tile, worth_while, worth_while < 2 ? 1 : usable_threads());
 }
 
 // The same by the entries that take no memory: slower, and perhaps rounded otherwise.
@@ -109,11 +103,8 @@ template <class T>
 
 // Orders and widths that no limit is near, in a call that may be done in a fraction of a microsecond.
 bool are_usual(bool left, tnk_int m, tnk_int n, tnk_int lda, tnk_int ldb) {
-  constexpr std::uint64_t small = 64, usual_gap = 1 << 20;
-  const auto from = [](tnk_int least, tnk_int size) {
-    return static_cast<std::uint64_t>(size) - static_cast<std::uint64_t>(least);
-  };
-  return (from(1, m) | from(1, n)) < small && (from(left ? m : n, lda) | from(m, ldb)) < usual_gap;
+  constexpr std::uint64_t small = 64;
+  return (above(1, m) | above(1, n)) < small && (above(left ? m : n, lda) | above(m, ldb)) < usual_gap;
 }
 
 template <class T>

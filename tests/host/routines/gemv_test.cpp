@@ -20,7 +20,7 @@ template <class T> std::vector<T> numbers(tnk_int count, unsigned seed) {
   return x;
 }
 
-// All that one call touches, for both letters' lengths and every increment below.
+// Shapes cut by rows and by columns, each letter with increments in turn.
 template <class T, class Gemv> void expect_same_bits(Gemv gemv) {
   // Rows and columns beyond whole lines and groups, long and short; many more than there are threads for, and too few.
   const tnk_int shapes[][2] = {{517, 1003}, {1003, 517}, {7, 60001}, {60001, 7}, {3, 200000}, {40, 50}};

@@ -11,6 +11,7 @@
 #include "tests/support/error_recorder.h"
 #include "tests/support/product.h"
 #include "tests/support/random.h"
+#include "tools/tnk/support/threads.h"
 
 // In front of the host's service: counts requests for scratch, and refuses one of them.
 static std::atomic<int> requests{0}, refused_request{0};
@@ -26,6 +27,7 @@ using tnk::test::ErrorRecorder;
 using tnk::test::Random;
 using tnk::test::same_bits;
 using tnk::test::scalar;
+using tnk::tool::Threads;
 
 // One call of either operation. Behind the triangle that counts, and in the gaps, stand NaN; so they do on a unit diagonal.
 template <class T> struct Call {
@@ -66,11 +68,6 @@ template <class T> double distance(T x, T y) {
   using namespace tnk::reference;
   return static_cast<double>(std::max(std::abs(re(x) - re(y)), std::abs(im(x) - im(y))));
 }
-
-struct Threads {
-  explicit Threads(int n) { tnk_set_num_threads(n); }
-  ~Threads() { tnk_set_num_threads(0); }
-};
 
 // Both operations in every type, as f(a number of the type, public routine, kernel, name).
 template <class F> void with_each(F f) {
