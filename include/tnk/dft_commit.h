@@ -1,0 +1,58 @@
+/* How a descriptor's node is committed: strategies, what they are made of, and what the threading layer does for them.
+   No header for programs, see tnk/dft_node.h. All functions return a status unless said. */
+#ifndef TNK_DFT_COMMIT_H
+#define TNK_DFT_COMMIT_H
+
+#include <tnk/dft_node.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Strategies that the lists name ------------------------------------------------------------------------------------ */
+
+extern const DftiStrategy tnk_dft_bkd_as2s_n_m, tnk_dft_bkd_as2s_1_m, tnk_dft_bkd_ss2s_1_1,
+    tnk_dft_bkd_ds2s_1_1, tnk_dft_bkd1_c, tnk_dft_bkd1_z;
+
+/* ---- Core commits, and how many threads a transform may use ------------------------------------------------------------- */
+
+typedef tnk_int DftiCoreCommit(DftiNode *node);
+DftiCoreCommit tnk_dft_commit_descriptor_core_s_c2c_1d, tnk_dft_commit_descriptor_core_s_c2c_md,
+    tnk_dft_commit_descriptor_core_s_r2c_1d, tnk_dft_commit_descriptor_core_s_r2c_md,
+    tnk_dft_commit_descriptor_core_d_c2c_1d, tnk_dft_commit_descriptor_core_d_c2c_md,
+    tnk_dft_commit_descriptor_core_d_r2c_1d, tnk_dft_commit_descriptor_core_d_r2c_md;
+
+typedef tnk_int DftiModeDefinition(DftiNode *node, int32_t dynamic);
+DftiModeDefinition tnk_dft_threaded_mode_definition_s_c2c_1d, tnk_dft_threaded_mode_definition_s_c2c_md,
+    tnk_dft_threaded_mode_definition_s_r2c_1d, tnk_dft_threaded_mode_definition_s_r2c_md,
+    tnk_dft_threaded_mode_definition_d_c2c_1d, tnk_dft_threaded_mode_definition_d_c2c_md,
+    tnk_dft_threaded_mode_definition_d_r2c_1d, tnk_dft_threaded_mode_definition_d_r2c_md;
+
+/* ---- Signal records and buffers --------------------------------------------------------------------------------------- */
+
+/* The record and the buffer size of a node of the chain, by the kind of its data: interleaved, in two arrays, real. */
+typedef tnk_int DftiRecordInit(DftiNode *node, DftiNode *root);
+DftiRecordInit tnk_dft_vpk_init_s_c2c, tnk_dft_vpk_init_d_c2c, tnk_dft_vpk_init_s_ri2ri,
+    tnk_dft_vpk_init_d_ri2ri, tnk_dft_vpk_init_s_r2c, tnk_dft_vpk_init_d_r2c, tnk_dft_c_vpk_real_init,
+    tnk_dft_z_vpk_real_init;
+
+/* Sets up a node from 1 on of a real transform, whose data are complex. */
+DftiRecordInit tnk_dft_complex_for_real_dft_s, tnk_dft_complex_for_real_dft_d;
+
+/* The workspace, a slice of maximum_buffer_size bytes for each user thread or thread. */
+tnk_int tnk_dft_vpk_buffer_allocation(DftiNode *node);
+
+/* 1, and *flag (unless null) the signal record's scale flag, if such a record can scale as the node asks; else 0. */
+int32_t tnk_dft_vpk_can_scale(const DftiNode *node, int32_t *flag);
+
+/* The status for one of a signal primitive. */
+tnk_int tnk_dft_transfer_vpk_tnk_error(int32_t signal_status);
+
+/* ---- Imported from the host -------------------------------------------------------------------------------------------- */
+
+/* Builds the chain of nodes, one for each committed dimension, and calls the core commit of the same name. */
+DftiCoreCommit tnk_dft_commit_node_s_c2c_1d_omp, tnk_dft_commit_node_s_c2c_md_omp,
+    tnk_dft_commit_node_s_r2c_1d_omp, tnk_dft_commit_node_s_r2c_md_omp, tnk_dft_commit_node_d_c2c_1d_omp,
+    tnk_dft_commit_node_d_c2c_md_omp, tnk_dft_commit_node_d_r2c_1d_omp, tnk_dft_commit_node_d_r2c_md_omp;
+
+TNK_END_DECLS
+
+#endif

@@ -1,0 +1,108 @@
+/* How a committed node computes: compute entries, drivers of batches, wrappers of signal primitives, and what the
+   threading layer calls and offers. No header for programs, see tnk/dft_node.h. All functions return a status unless
+   said. */
+#ifndef TNK_DFT_COMPUTE_H
+#define TNK_DFT_COMPUTE_H
+
+#include <tnk/dft_node.h>
+
+TNK_BEGIN_DECLS
+
+/* ---- Compute entries ---------------------------------------------------------------------------------------------------
+   By direction, precision, kind, shape, and place: i in place, o out of place. */
+
+DftiCompute tnk_dft_compute_fwd_s_c2c_1d_i, tnk_dft_compute_fwd_s_c2c_1d_o, tnk_dft_compute_bwd_s_c2c_1d_i,
+    tnk_dft_compute_bwd_s_c2c_1d_o, tnk_dft_compute_fwd_s_c2c_md_i, tnk_dft_compute_fwd_s_c2c_md_o,
+    tnk_dft_compute_bwd_s_c2c_md_i, tnk_dft_compute_bwd_s_c2c_md_o, tnk_dft_compute_fwd_s_r2c_1d_i,
+    tnk_dft_compute_fwd_s_r2c_1d_o, tnk_dft_compute_bwd_s_r2c_1d_i, tnk_dft_compute_bwd_s_r2c_1d_o,
+    tnk_dft_compute_fwd_s_r2c_md_i, tnk_dft_compute_fwd_s_r2c_md_o, tnk_dft_compute_bwd_s_r2c_md_i,
+    tnk_dft_compute_bwd_s_r2c_md_o;
+DftiCompute tnk_dft_compute_fwd_d_c2c_1d_i, tnk_dft_compute_fwd_d_c2c_1d_o, tnk_dft_compute_bwd_d_c2c_1d_i,
+    tnk_dft_compute_bwd_d_c2c_1d_o, tnk_dft_compute_fwd_d_c2c_md_i, tnk_dft_compute_fwd_d_c2c_md_o,
+    tnk_dft_compute_bwd_d_c2c_md_i, tnk_dft_compute_bwd_d_c2c_md_o, tnk_dft_compute_fwd_d_r2c_1d_i,
+    tnk_dft_compute_fwd_d_r2c_1d_o, tnk_dft_compute_bwd_d_r2c_1d_i, tnk_dft_compute_bwd_d_r2c_1d_o,
+    tnk_dft_compute_fwd_d_r2c_md_i, tnk_dft_compute_fwd_d_r2c_md_o, tnk_dft_compute_bwd_d_r2c_md_i,
+    tnk_dft_compute_bwd_d_r2c_md_o;
+
+/* ---- Batches -----------------------------------------------------------------------------------------------------------
+   `count` transforms of the node, one after another, each at the node's distances from the one before, in one slice of
+   workspace. c, z: complex data; s, d: real data; sc, dz: real to complex; cs, zd: complex to real. For storage in two
+   arrays source and destination are addresses of pairs of pointers. */
+
+typedef tnk_int DftiDriver(DftiNode *node, void *source, tnk_int count, void *work);
+typedef tnk_int DftiDriverOut(DftiNode *node, void *source, void *destination, tnk_int count, void *work);
+DftiDriver tnk_dft_xcforward, tnk_dft_xzforward, tnk_dft_xsforward, tnk_dft_xdforward, tnk_dft_xscforward,
+    tnk_dft_xdzforward;
+DftiDriver tnk_dft_xcbackward, tnk_dft_xzbackward, tnk_dft_xsbackward, tnk_dft_xdbackward,
+    tnk_dft_xcsbackward, tnk_dft_xzdbackward;
+DftiDriverOut tnk_dft_xcforward_out, tnk_dft_xzforward_out, tnk_dft_xsforward_out, tnk_dft_xdforward_out,
+    tnk_dft_xscforward_out, tnk_dft_xdzforward_out;
+DftiDriverOut tnk_dft_xcbackward_out, tnk_dft_xzbackward_out, tnk_dft_xsbackward_out, tnk_dft_xdbackward_out,
+    tnk_dft_xcsbackward_out, tnk_dft_xzdbackward_out;
+
+/* ---- Users of one descriptor ------------------------------------------------------------------------------------------- */
+
+/* The slot of the calling thread, from 0; waits for one where all are in use. Negative: none. */
+int32_t tnk_dft_grasp_user_thread(DftiNode *node);
+void tnk_dft_release_user_thread(DftiNode *node, int32_t slot);
+
+/* ---- Kernels that wrap signal primitives --------------------------------------------------------------------------------- */
+
+DftiKernel tnk_dft_xvpks_fwd_32fc, tnk_dft_xvpks_fwd_64fc, tnk_dft_xvpks_fwd_32f, tnk_dft_xvpks_fwd_64f,
+    tnk_dft_xvpks_fwd_rev_32fc, tnk_dft_xvpks_fwd_rev_64fc, tnk_dft_xvpks_fwd_rtocomplex_32f,
+    tnk_dft_xvpks_fwd_rtocomplex_64f;
+DftiKernel tnk_dft_xvpks_inv_32fc, tnk_dft_xvpks_inv_64fc, tnk_dft_xvpks_inv_32f, tnk_dft_xvpks_inv_64f,
+    tnk_dft_xvpks_inv_rev_32fc, tnk_dft_xvpks_inv_rev_64fc, tnk_dft_xvpks_inv_complextor_32f,
+    tnk_dft_xvpks_inv_complextor_64f;
+
+/* ---- Rows -----------------------------------------------------------------------------------------------------------------
+   `count` rows of `length` elements between a dense buffer and strided data, from the given elements on. */
+
+void tnk_dft_gather_s_s(tnk_int length, tnk_int count, float *dense, tnk_int dense_index,
+                        const float *strided, tnk_int stride, tnk_int index);
+void tnk_dft_gather_d_d(tnk_int length, tnk_int count, double *dense, tnk_int dense_index,
+                        const double *strided, tnk_int stride, tnk_int index);
+void tnk_dft_gather_c_c(tnk_int length, tnk_int count, tnk_complex8 *dense, tnk_int dense_index,
+                        const tnk_complex8 *strided, tnk_int stride, tnk_int index);
+void tnk_dft_gather_z_z(tnk_int length, tnk_int count, tnk_complex16 *dense, tnk_int dense_index,
+                        const tnk_complex16 *strided, tnk_int stride, tnk_int index);
+void tnk_dft_scatter_s_s(tnk_int length, tnk_int count, const float *dense, tnk_int dense_index,
+                         float *strided, tnk_int stride, tnk_int index);
+void tnk_dft_scatter_d_d(tnk_int length, tnk_int count, const double *dense, tnk_int dense_index,
+                         double *strided, tnk_int stride, tnk_int index);
+void tnk_dft_scatter_c_c(tnk_int length, tnk_int count, const tnk_complex8 *dense, tnk_int dense_index,
+                         tnk_complex8 *strided, tnk_int stride, tnk_int index);
+void tnk_dft_scatter_z_z(tnk_int length, tnk_int count, const tnk_complex16 *dense, tnk_int dense_index,
+                         tnk_complex16 *strided, tnk_int stride, tnk_int index);
+
+/* ---- Two dimensions --------------------------------------------------------------------------------------------------------
+   Complex in place and out of place; real forward and backward with complex (dzz, zzd) and with packed rows (dz, zd). */
+
+DftiPlane tnk_dft_xcdft2d, tnk_dft_xcdft2d_out, tnk_dft_xzdft2d, tnk_dft_xzdft2d_out;
+DftiRealPlane tnk_dft_xdzzdft2d, tnk_dft_xzzddft2d, tnk_dft_xdzdft2d, tnk_dft_xzddft2d;
+
+/* `count` columns side by side, the batch varying fastest; and one dimension of a transform, through a row buffer. */
+tnk_int tnk_dft_xzdft_mult(tnk_complex16 *data, tnk_int length, tnk_int stride, tnk_int count,
+                           DftiKernel *kernel, DftiNode *node, void *work);
+tnk_int tnk_dft_xzdft1d_copy(tnk_complex16 *data, tnk_int length, tnk_int stride, tnk_int count,
+                             tnk_int distance, DftiKernel *kernel, DftiNode *node, void *work);
+
+/* ---- Imported from the host --------------------------------------------------------------------------------------------------
+   The whole compute on node->threads threads; the arrays with the node's offsets applied. */
+
+typedef tnk_int DftiParallel(DftiNode **node, void *data);
+typedef tnk_int DftiParallelOut(DftiNode **node, void *source, void *destination);
+DftiParallel tnk_dft_compute_forward_c_par, tnk_dft_compute_forward_z_par, tnk_dft_compute_forward_s_par,
+    tnk_dft_compute_forward_d_par, tnk_dft_compute_forward_sc_par, tnk_dft_compute_forward_dz_par;
+DftiParallel tnk_dft_compute_backward_c_par, tnk_dft_compute_backward_z_par, tnk_dft_compute_backward_s_par,
+    tnk_dft_compute_backward_d_par, tnk_dft_compute_backward_cs_par, tnk_dft_compute_backward_zd_par;
+DftiParallelOut tnk_dft_compute_forward_c_out_par, tnk_dft_compute_forward_z_out_par,
+    tnk_dft_compute_forward_s_out_par, tnk_dft_compute_forward_d_out_par, tnk_dft_compute_forward_sc_out_par,
+    tnk_dft_compute_forward_dz_out_par;
+DftiParallelOut tnk_dft_compute_backward_c_out_par, tnk_dft_compute_backward_z_out_par,
+    tnk_dft_compute_backward_s_out_par, tnk_dft_compute_backward_d_out_par,
+    tnk_dft_compute_backward_cs_out_par, tnk_dft_compute_backward_zd_out_par;
+
+TNK_END_DECLS
+
+#endif
