@@ -16,4 +16,10 @@ const DftiStrategy *const *strategies(int32_t precision, int32_t domain, bool se
 void static_uncommit(DftiNode *node);
 void static_destroy(DftiNode *node);
 
+// Real planes in single precision, as tnk_dft_xdzzdft2d and kin are in double: with complex rows forward and backward, with
+// packed rows forward and backward. `node` is the first of the chain. Of the second one, the kernels and the complex record
+// serve columns of complex numbers; with packed storage its format functions and its real record, in the same format as
+// the rows', serve the columns that are real: the first, and that of frequency N/2. Only the first node scales.
+DftiRealPlane xsccdft2d, xccsdft2d, xscdft2d, xcsdft2d;
+
 } // namespace tnk::dft
