@@ -115,6 +115,62 @@ void tnk_blas_zgemm(const char *transa, const char *transb, const tnk_int *m, co
                     const tnk_complex16 *b, const tnk_int *ldb, const tnk_complex16 *beta, tnk_complex16 *c,
                     const tnk_int *ldc);
 
+/* ---- Symmetric and Hermitian matrices ----------------------------------------------------------------------------
+
+   Matrices of which only the triangle counts that uplo names, "U" or "L"; the other one is neither read nor written. Of a
+   Hermitian matrix (hemm, herk, her2k; in the types c and z) the imaginary parts of the diagonal are not read, and those
+   of C come out as zeros. Matrices are column-major, letters in either case, semantics those of the paper above.
+
+     symm, hemm    C := alpha A B + beta C for side "L", alpha B A + beta C for "R". A is symmetric or Hermitian, of order m
+                   for "L" and n for "R"; B and C are m by n, with all their elements.
+     syrk          C := alpha op(A) op(A)^T + beta C, C symmetric of order n, op(A) n by k. trans: "N" op(A) = A, "T" its
+                   transpose; "C" is the same as "T" in the real types and refused in the complex ones.
+     herk          C := alpha op(A) op(A)^H + beta C, C Hermitian, alpha and beta real. trans: "N" or "C", the conjugate
+                   transpose.
+     syr2k         C := alpha op(A) op(B)^T + alpha op(B) op(A)^T + beta C, op(A) and op(B) n by k, trans as in syrk.
+     her2k         C := alpha op(A) op(B)^H + conj(alpha) op(B) op(A)^H + beta C, beta real, trans as in herk.
+
+   Nothing is done when C is empty. alpha = 0 or k = 0 leaves A and B unread, and their addresses may then be null; with a
+   beta of 1 C then stays as it is, imaginary parts on the diagonal included. beta = 0 stores without reading C. Bad
+   arguments are reported as above, with nothing touched. C must not overlap with A, B or a scalar.
+
+   When there is no memory for packed blocks, that is reported as TNK_ERROR_MEMORY in the routine's name, and C stays as it
+   was. An element has the same bits for every number of threads. */
+#define TNK_BLAS_SYMMETRIC_PRODUCT(name, T)                                                                  \
+  void name(const char *side, const char *uplo, const tnk_int *m, const tnk_int *n, const T *alpha,          \
+            const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, const T *beta, T *c,             \
+            const tnk_int *ldc)
+TNK_BLAS_SYMMETRIC_PRODUCT(tnk_blas_ssymm, float);
+TNK_BLAS_SYMMETRIC_PRODUCT(tnk_blas_dsymm, double);
+TNK_BLAS_SYMMETRIC_PRODUCT(tnk_blas_csymm, tnk_complex8);
+TNK_BLAS_SYMMETRIC_PRODUCT(tnk_blas_zsymm, tnk_complex16);
+TNK_BLAS_SYMMETRIC_PRODUCT(tnk_blas_chemm, tnk_complex8);
+TNK_BLAS_SYMMETRIC_PRODUCT(tnk_blas_zhemm, tnk_complex16);
+#undef TNK_BLAS_SYMMETRIC_PRODUCT
+
+#define TNK_BLAS_RANK_K(name, T, Scalar)                                                                     \
+  void name(const char *uplo, const char *trans, const tnk_int *n, const tnk_int *k, const Scalar *alpha,    \
+            const T *a, const tnk_int *lda, const Scalar *beta, T *c, const tnk_int *ldc)
+TNK_BLAS_RANK_K(tnk_blas_ssyrk, float, float);
+TNK_BLAS_RANK_K(tnk_blas_dsyrk, double, double);
+TNK_BLAS_RANK_K(tnk_blas_csyrk, tnk_complex8, tnk_complex8);
+TNK_BLAS_RANK_K(tnk_blas_zsyrk, tnk_complex16, tnk_complex16);
+TNK_BLAS_RANK_K(tnk_blas_cherk, tnk_complex8, float);
+TNK_BLAS_RANK_K(tnk_blas_zherk, tnk_complex16, double);
+#undef TNK_BLAS_RANK_K
+
+#define TNK_BLAS_RANK_2K(name, T, Beta)                                                                      \
+  void name(const char *uplo, const char *trans, const tnk_int *n, const tnk_int *k, const T *alpha,         \
+            const T *a, const tnk_int *lda, const T *b, const tnk_int *ldb, const Beta *beta, T *c,          \
+            const tnk_int *ldc)
+TNK_BLAS_RANK_2K(tnk_blas_ssyr2k, float, float);
+TNK_BLAS_RANK_2K(tnk_blas_dsyr2k, double, double);
+TNK_BLAS_RANK_2K(tnk_blas_csyr2k, tnk_complex8, tnk_complex8);
+TNK_BLAS_RANK_2K(tnk_blas_zsyr2k, tnk_complex16, tnk_complex16);
+TNK_BLAS_RANK_2K(tnk_blas_cher2k, tnk_complex8, float);
+TNK_BLAS_RANK_2K(tnk_blas_zher2k, tnk_complex16, double);
+#undef TNK_BLAS_RANK_2K
+
 /* ---- Triangular matrices ------------------------------------------------------------------------------------------
 
    A is triangular, of order m for side "L" and n for "R", and B is m by n, column-major; both routines put their result in

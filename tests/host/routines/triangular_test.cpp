@@ -1,30 +1,24 @@
 // The public triangular solves and multiplies: what they refuse, what they need not look at, that a good call reaches its
 // kernel, and that threads change nothing, not even when one of them gets no memory.
 #include <atomic>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <thread>
 #include <tnk/blas.h>
 #include <tnk/blas_level3.h>
 #include <tnk/host.h>
 
+#include "tests/host/routines/services.h"
 #include "tests/support/error_recorder.h"
 #include "tests/support/product.h"
 #include "tests/support/random.h"
 #include "tools/tnk/support/threads.h"
 
-// In front of the host's service: counts requests for scratch, and refuses one of them.
-static std::atomic<int> requests{0}, refused_request{0};
-extern "C" void *tnk_serv_allocate(int64_t size, int32_t alignment) {
-  static const auto service =
-      reinterpret_cast<decltype(&tnk_serv_allocate)>(dlsym(RTLD_NEXT, "tnk_serv_allocate"));
-  return ++requests == refused_request ? nullptr : service(size, alignment);
-}
-
 namespace {
 
 using tnk::test::ErrorRecorder;
 using tnk::test::Random;
+using tnk::test::refused_request;
+using tnk::test::requests;
 using tnk::test::same_bits;
 using tnk::test::scalar;
 using tnk::tool::Threads;
