@@ -114,19 +114,18 @@ enum DftiStatus {
 
 /* *handle := a new, uncommitted descriptor; left alone on a failure. Behind the dimension: its length, a tnk_int, if it
    is 1, otherwise the address of that many lengths. */
-tnk_int DftiCreateDescriptor(DftiHandle *handle, DftiConfigValue precision, DftiConfigValue domain,
-                             tnk_int dimension, ...);
-tnk_int DftiCreateDescriptor_s_1d(DftiHandle *handle, DftiConfigValue domain, tnk_int length);
-tnk_int DftiCreateDescriptor_d_1d(DftiHandle *handle, DftiConfigValue domain, tnk_int length);
-tnk_int DftiCreateDescriptor_s_md(DftiHandle *handle, DftiConfigValue domain, tnk_int dimension,
+tnk_int DftiCreateDescriptor(DftiHandle *handle, int32_t precision, int32_t domain, tnk_int dimension, ...);
+tnk_int DftiCreateDescriptor_s_1d(DftiHandle *handle, int32_t domain, tnk_int length);
+tnk_int DftiCreateDescriptor_d_1d(DftiHandle *handle, int32_t domain, tnk_int length);
+tnk_int DftiCreateDescriptor_s_md(DftiHandle *handle, int32_t domain, tnk_int dimension,
                                   const tnk_int *lengths);
-tnk_int DftiCreateDescriptor_d_md(DftiHandle *handle, DftiConfigValue domain, tnk_int dimension,
+tnk_int DftiCreateDescriptor_d_md(DftiHandle *handle, int32_t domain, tnk_int dimension,
                                   const tnk_int *lengths);
 
 /* Sets a parameter, its value behind it, or reads it to the address behind it. Setting leaves the descriptor to be
    committed anew, also where the value is refused; but not a name, nor a scale that it already has. */
-tnk_int DftiSetValue(DftiHandle handle, DftiParam parameter, ...);
-tnk_int DftiGetValue(DftiHandle handle, DftiParam parameter, ...);
+tnk_int DftiSetValue(DftiHandle handle, int32_t parameter, ...);
+tnk_int DftiGetValue(DftiHandle handle, int32_t parameter, ...);
 
 /* DftiDeclined stands for every failure but those of the descriptor itself. */
 tnk_int DftiCommitDescriptor(DftiHandle handle);
@@ -149,10 +148,10 @@ tnk_int DftiErrorClass(tnk_int status, tnk_int other);
 const char *DftiErrorMessage(tnk_int status);
 
 /* The same under the names that a Fortran compiler makes of them. */
-tnk_int tnk_dft_dfticreatedescriptor(DftiHandle *handle, DftiConfigValue precision, DftiConfigValue domain,
-                                     tnk_int dimension, ...);
-tnk_int tnk_dft_dftisetvalue(DftiHandle handle, DftiParam parameter, ...);
-tnk_int tnk_dft_dftigetvalue(DftiHandle handle, DftiParam parameter, ...);
+tnk_int tnk_dft_dfticreatedescriptor(DftiHandle *handle, int32_t precision, int32_t domain, tnk_int dimension,
+                                     ...);
+tnk_int tnk_dft_dftisetvalue(DftiHandle handle, int32_t parameter, ...);
+tnk_int tnk_dft_dftigetvalue(DftiHandle handle, int32_t parameter, ...);
 tnk_int tnk_dft_dfticommitdescriptor(DftiHandle handle);
 tnk_int tnk_dft_dfticomputeforward(DftiHandle handle, void *data, ...);
 tnk_int tnk_dft_dfticomputebackward(DftiHandle handle, void *data, ...);

@@ -9,6 +9,17 @@
 
 namespace tnk::dft {
 
+// ---- Nodes ------------------------------------------------------------------------------------------------------------
+
+inline bool is_node(const DftiNode *node) {
+  return node && node->magic == TNK_DFT_MAGIC;
+}
+
+// Null for a handle that is none.
+inline DftiNode *node_at(const DftiHandle *handle) {
+  return handle && is_node(*handle) ? *handle : nullptr;
+}
+
 // The strategies of a precision, domain and shape, in the order in which they are tried; ends with null.
 const DftiStrategy *const *strategies(int32_t precision, int32_t domain, bool several_dimensions);
 
@@ -16,10 +27,34 @@ const DftiStrategy *const *strategies(int32_t precision, int32_t domain, bool se
 void static_uncommit(DftiNode *node);
 void static_destroy(DftiNode *node);
 
+// ---- Real planes --------------------------------------------------------------------------------------------------------
 // Real planes in single precision, as tnk_dft_xdzzdft2d and kin are in double: with complex rows forward and backward, with
 // packed rows forward and backward. `node` is the first of the chain. Of the second one, the kernels and the complex record
 // serve columns of complex numbers; with packed storage its format functions and its real record, in the same format as
 // the rows', serve the columns that are real: the first, and that of frequency N/2. Only the first node scales.
 DftiRealPlane xsccdft2d, xccsdft2d, xscdft2d, xcsdft2d;
+
+// ---- The methods of a node, see DftiMethods -----------------------------------------------------------------------------
+
+extern const DftiMethods static_methods;
+
+tnk_int static_dfti_commit(DftiNode *node);
+tnk_int static_dt_commit(DftiNode *node);
+tnk_int getInputStrides(const DftiNode *node, tnk_int *strides);
+tnk_int getOutputStrides(const DftiNode *node, tnk_int *strides);
+tnk_int setInputStrides(DftiNode *node, const tnk_int *strides);
+tnk_int setOutputStrides(DftiNode *node, const tnk_int *strides);
+tnk_int getLengths(const DftiNode *node, tnk_int *lengths);
+tnk_int getDescriptorName(const DftiNode *node, char *name, tnk_int length);
+tnk_int setDescriptorName(DftiNode *node, const char *name, tnk_int length, char pad);
+tnk_int getScale(const DftiNode *node, int32_t parameter, double *scale);
+tnk_int setScale(DftiNode *node, int32_t parameter, double scale);
+tnk_int copy_node(const DftiNode *source, DftiNode **copy);
+tnk_int getInputDistance(const DftiNode *node, tnk_int *value);
+tnk_int getOutputDistance(const DftiNode *node, tnk_int *value);
+tnk_int getNumberOfTransforms(const DftiNode *node, tnk_int *value);
+tnk_int setInputDistance(DftiNode *node, tnk_int value);
+tnk_int setOutputDistance(DftiNode *node, tnk_int value);
+tnk_int setNumberOfTransforms(DftiNode *node, tnk_int value);
 
 } // namespace tnk::dft
