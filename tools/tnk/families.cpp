@@ -33,6 +33,7 @@ constexpr std::pair<const char *, const char *> strays[] = {{"fft_fix_twiddle_ta
                                                             {"fft_fix_twiddle_table_64f", "e9_"},
                                                             {"mpn_addmul", "tnk_gmp_"},
                                                             {"tnk_cconj", "tnk_trans_"},
+                                                            {"dense_matrix_chunk_setup", "tnk_trans_"},
                                                             {"tnk_zconj", "tnk_trans_"}};
 
 std::string filed_as(const std::string &name) {
