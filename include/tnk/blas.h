@@ -75,13 +75,87 @@ void tnk_blas_zgemv(const char *trans, const tnk_int *m, const tnk_int *n, const
                     const tnk_complex16 *a, const tnk_int *lda, const tnk_complex16 *x, const tnk_int *incx,
                     const tnk_complex16 *beta, tnk_complex16 *y, const tnk_int *incy);
 
-/* A := alpha x x^T + A, A symmetric of order n. Only the triangle that uplo names, "U" or "L" in either case, is read and
-   written, a column at a time: column j gets (alpha x[j]) x. Nothing is done when n or alpha is 0; a column whose alpha
-   x[j] is zero stays. A must not overlap x. */
-void tnk_blas_ssyr(const char *uplo, const tnk_int *n, const float *alpha, const float *x,
-                   const tnk_int *incx, float *a, const tnk_int *lda);
-void tnk_blas_dsyr(const char *uplo, const tnk_int *n, const double *alpha, const double *x,
-                   const tnk_int *incx, double *a, const tnk_int *lda);
+/* ---- Half of a square matrix and vector ----------------------------------------------------------------------------
+
+   A is of order n and symmetric, or Hermitian in the complex types, or triangular. Only the triangle that uplo names, "U"
+   or "L" in either case, is read or written, in one of three forms, all by columns:
+
+     full     element (i, j) at a[i + j * lda], lda n or more; what else stands there is not touched
+     packed   no gaps: element (i, j) of the upper triangle at ap[i + j * (j + 1) / 2],
+              of the lower one at ap[i + j * (2 * n - j - 1) / 2]
+     band     the diagonal and k diagonals beside it, element (i, j) of the upper triangle at a[k + i - j + j * lda], of the
+              lower one at a[i - j + j * lda], lda k + 1 or more; corners that no element stands in are not touched
+
+   The diagonal of a Hermitian matrix is real: stored imaginary parts are not read there, and are 0 after an update. Nothing
+   is done when n is 0. Bad arguments are reported as above, with nothing touched; so is an order whose packed triangle would
+   be beyond memory. Arrays must be aligned to their real type; what is written must not overlap with anything that is read.
+
+   A is read once. A vector with another increment than 1 is copied to scratch memory, and both vectors of an update by two
+   products always are; when that cannot be had, it is reported as TNK_ERROR_MEMORY and nothing is touched. */
+
+/* y := alpha A x + beta y, A symmetric (symv full, spmv packed, sbmv band) or Hermitian (hemv, hpmv, hbmv). beta = 0 stores
+   without reading y; alpha = 0 leaves A and x unread, and their addresses may then be null; with a beta of 1 besides,
+   nothing is done. */
+#define TNK_BLAS_SYMMETRIC(full, packed, band, T)                                                            \
+  void full(const char *uplo, const tnk_int *n, const T *alpha, const T *a, const tnk_int *lda, const T *x,  \
+            const tnk_int *incx, const T *beta, T *y, const tnk_int *incy);                                  \
+  void packed(const char *uplo, const tnk_int *n, const T *alpha, const T *ap, const T *x,                   \
+              const tnk_int *incx, const T *beta, T *y, const tnk_int *incy);                                \
+  void band(const char *uplo, const tnk_int *n, const tnk_int *k, const T *alpha, const T *a,                \
+            const tnk_int *lda, const T *x, const tnk_int *incx, const T *beta, T *y, const tnk_int *incy)
+TNK_BLAS_SYMMETRIC(tnk_blas_ssymv, tnk_blas_sspmv, tnk_blas_ssbmv, float);
+TNK_BLAS_SYMMETRIC(tnk_blas_dsymv, tnk_blas_dspmv, tnk_blas_dsbmv, double);
+TNK_BLAS_SYMMETRIC(tnk_blas_chemv, tnk_blas_chpmv, tnk_blas_chbmv, tnk_complex8);
+TNK_BLAS_SYMMETRIC(tnk_blas_zhemv, tnk_blas_zhpmv, tnk_blas_zhbmv, tnk_complex16);
+#undef TNK_BLAS_SYMMETRIC
+
+/* A triangular; trmv, tpmv, tbmv: x := op(A) x. trsv, tpsv, tbsv: x := the solution of op(A) y = x; no test for
+   singularity is made, and a zero on the diagonal gives infinities and NaN. trans: "N" op(A) = A, "T" its transpose, "C"
+   its conjugate transpose (in the real types the same as "T"). diag: "N", or "U" where the diagonal counts as ones and is
+   not read. Both in either case. */
+#define TNK_BLAS_TRIANGULAR(full, packed, band, T)                                                           \
+  void full(const char *uplo, const char *trans, const char *diag, const tnk_int *n, const T *a,             \
+            const tnk_int *lda, T *x, const tnk_int *incx);                                                  \
+  void packed(const char *uplo, const char *trans, const char *diag, const tnk_int *n, const T *ap, T *x,    \
+              const tnk_int *incx);                                                                          \
+  void band(const char *uplo, const char *trans, const char *diag, const tnk_int *n, const tnk_int *k,       \
+            const T *a, const tnk_int *lda, T *x, const tnk_int *incx)
+TNK_BLAS_TRIANGULAR(tnk_blas_strmv, tnk_blas_stpmv, tnk_blas_stbmv, float);
+TNK_BLAS_TRIANGULAR(tnk_blas_dtrmv, tnk_blas_dtpmv, tnk_blas_dtbmv, double);
+TNK_BLAS_TRIANGULAR(tnk_blas_ctrmv, tnk_blas_ctpmv, tnk_blas_ctbmv, tnk_complex8);
+TNK_BLAS_TRIANGULAR(tnk_blas_ztrmv, tnk_blas_ztpmv, tnk_blas_ztbmv, tnk_complex16);
+TNK_BLAS_TRIANGULAR(tnk_blas_strsv, tnk_blas_stpsv, tnk_blas_stbsv, float);
+TNK_BLAS_TRIANGULAR(tnk_blas_dtrsv, tnk_blas_dtpsv, tnk_blas_dtbsv, double);
+TNK_BLAS_TRIANGULAR(tnk_blas_ctrsv, tnk_blas_ctpsv, tnk_blas_ctbsv, tnk_complex8);
+TNK_BLAS_TRIANGULAR(tnk_blas_ztrsv, tnk_blas_ztpsv, tnk_blas_ztbsv, tnk_complex16);
+#undef TNK_BLAS_TRIANGULAR
+
+/* A := alpha x x^T + A, A symmetric (syr full, spr packed); A := alpha x x^H + A, A Hermitian and alpha real (her, hpr).
+   Element (i, j) becomes a + (alpha conj(x[j])) x[i], each product and sum rounded: the same bits wherever it stands.
+   Nothing is done when alpha is 0; a column whose factor is zero stays as it is, but for its diagonal's imaginary part. */
+#define TNK_BLAS_UPDATE(full, packed, R, T)                                                                  \
+  void full(const char *uplo, const tnk_int *n, const R *alpha, const T *x, const tnk_int *incx, T *a,       \
+            const tnk_int *lda);                                                                             \
+  void packed(const char *uplo, const tnk_int *n, const R *alpha, const T *x, const tnk_int *incx, T *ap)
+TNK_BLAS_UPDATE(tnk_blas_ssyr, tnk_blas_sspr, float, float);
+TNK_BLAS_UPDATE(tnk_blas_dsyr, tnk_blas_dspr, double, double);
+TNK_BLAS_UPDATE(tnk_blas_cher, tnk_blas_chpr, float, tnk_complex8);
+TNK_BLAS_UPDATE(tnk_blas_zher, tnk_blas_zhpr, double, tnk_complex16);
+#undef TNK_BLAS_UPDATE
+
+/* A := alpha x y^T + alpha y x^T + A, A symmetric (syr2 full, spr2 packed); A := alpha x y^H + conj(alpha) y x^H + A, A
+   Hermitian (her2, hpr2). Nothing is done when alpha is 0; a column j with zeros for x[j] and y[j] stays as it is, but for
+   its diagonal's imaginary part. */
+#define TNK_BLAS_UPDATE(full, packed, T)                                                                     \
+  void full(const char *uplo, const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, const T *y, \
+            const tnk_int *incy, T *a, const tnk_int *lda);                                                  \
+  void packed(const char *uplo, const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx,           \
+              const T *y, const tnk_int *incy, T *ap)
+TNK_BLAS_UPDATE(tnk_blas_ssyr2, tnk_blas_sspr2, float);
+TNK_BLAS_UPDATE(tnk_blas_dsyr2, tnk_blas_dspr2, double);
+TNK_BLAS_UPDATE(tnk_blas_cher2, tnk_blas_chpr2, tnk_complex8);
+TNK_BLAS_UPDATE(tnk_blas_zher2, tnk_blas_zhpr2, tnk_complex16);
+#undef TNK_BLAS_UPDATE
 
 /* ---- Matrix products -----------------------------------------------------------------------------------------
 

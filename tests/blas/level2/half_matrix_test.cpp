@@ -1,0 +1,304 @@
+// Public routines of half a square matrix and vectors: one table of names, each run in every type and storage against its
+// definition in wider arithmetic. What a routine must not read is NaN, what it must not write is watched.
+#include <algorithm>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <tnk/blas.h>
+#include <tnk/host.h>
+
+#include "support/allocations.h"
+#include "support/error_recorder.h"
+#include "support/product.h"
+#include "tools/tnk/support/threads.h"
+
+namespace {
+
+using namespace tnk;
+using namespace tnk::test;
+using reference::Real, reference::Sum, reference::is_pair;
+
+enum Kind { product, multiply, solve, update, update_by_two };
+struct Routine {
+  const char *real, *complex; // names behind the letter of the type
+  Kind kind;
+  const char *arguments;
+};
+const Routine routines[] = {
+    {"symv", "hemv", product, "uplo n alpha a lda x incx beta y incy"},
+    {"spmv", "hpmv", product, "uplo n alpha ap x incx beta y incy"},
+    {"sbmv", "hbmv", product, "uplo n k alpha a lda x incx beta y incy"},
+    {"trmv", "trmv", multiply, "uplo trans diag n a lda x incx"},
+    {"tpmv", "tpmv", multiply, "uplo trans diag n ap x incx"},
+    {"tbmv", "tbmv", multiply, "uplo trans diag n k a lda x incx"},
+    {"trsv", "trsv", solve, "uplo trans diag n a lda x incx"},
+    {"tpsv", "tpsv", solve, "uplo trans diag n ap x incx"},
+    {"tbsv", "tbsv", solve, "uplo trans diag n k a lda x incx"},
+    {"syr", "her", update, "uplo n alpha x incx a lda"},
+    {"spr", "hpr", update, "uplo n alpha x incx ap"},
+    {"syr2", "her2", update_by_two, "uplo n alpha x incx y incy a lda"},
+    {"spr2", "hpr2", update_by_two, "uplo n alpha x incx y incy ap"},
+};
+
+template <std::size_t> using address_of_one = void *;
+template <std::size_t... i> void call_with(void *routine, void *const *a, std::index_sequence<i...>) {
+  reinterpret_cast<void (*)(address_of_one<i>...)>(routine)(a[i]...);
+}
+
+struct Setting {
+  char uplo = 'U', trans = 'N', diag = 'N';
+  tnk_int n = 5, k = 2, gap = 1, incx = 1, incy = 1;
+  double alpha = 0.75, beta = -0.5;
+};
+
+// One call with its operands.
+template <class T> struct Call : Setting {
+  using R = Real<T>;
+
+  Call(const Routine &r, const Setting &setting)
+      : Setting(setting), routine(r), upper(uplo == 'U' || uplo == 'u'), banded(has("k")), packed(has("ap")),
+        lda((banded ? k + 1 : std::max<tnk_int>(n, 1)) + gap), by(scalar<T>(alpha, alpha == 0 ? 0 : 0.25)),
+        real_by(static_cast<R>(alpha)), beta_(scalar<T>(beta, beta == 0 || beta == 1 ? 0 : 0.5)),
+        a(static_cast<std::size_t>(packed ? n * (n + 1) / 2 : lda * n)), x(n, incx), y(n, incy) {
+    Random random;
+    const T junk = scalar<T>(test::nan, test::nan);
+    for (std::size_t i = 0; i < a.size(); ++i) a.put(i, junk);
+    for (tnk_int j = 0; j < n; ++j) {
+      for (tnk_int i = 0; i < n; ++i)
+        if (is_stored(i, j)) a.put(index(i, j), stored_number(random, i, j));
+      x.put(j, random.number<T>());
+      y.put(j, is_zero(beta_) && routine.kind == product ? junk : random.number<T>());
+    }
+    remember();
+  }
+
+  bool has(const std::string &name) const {
+    std::istringstream words(routine.arguments);
+    for (std::string word; words >> word;)
+      if (word == name) return true;
+    return false;
+  }
+  std::string name() const { return letter() + std::string(is_pair<T> ? routine.complex : routine.real); }
+  std::string text() const {
+    std::ostringstream s;
+    s << name() << ' ' << uplo << trans << diag << " n " << n << " k " << k << " gap " << gap << " inc "
+      << incx << ' ' << incy << " alpha " << alpha << " beta " << beta;
+    return s.str();
+  }
+
+  std::vector<void *> addresses() {
+    std::vector<void *> list;
+    std::istringstream words(routine.arguments);
+    void *const factor = is_pair<T> && routine.kind == update ? static_cast<void *>(&real_by) : &by;
+    for (std::string word; words >> word;)
+      for (const auto &[key, address] : {std::pair<const char *, void *>{"uplo", &uplo},
+                                         {"trans", &trans},
+                                         {"diag", &diag},
+                                         {"n", &n},
+                                         {"k", &k},
+                                         {"alpha", factor},
+                                         {"beta", &beta_},
+                                         {"a", a.data()},
+                                         {"ap", a.data()},
+                                         {"lda", &lda},
+                                         {"x", x.data()},
+                                         {"incx", &incx},
+                                         {"y", y.data()},
+                                         {"incy", &incy}})
+        if (word == key) list.push_back(address);
+    return list;
+  }
+  void run(const std::vector<void *> &arguments) const {
+    const std::string symbol = "tnk_blas_" + name();
+    void *const address = dlsym(RTLD_DEFAULT, symbol.c_str());
+    ASSERT_NE(address, nullptr) << symbol;
+    switch (arguments.size()) {
+    case 6:
+      return call_with(address, arguments.data(), std::make_index_sequence<6>());
+    case 7:
+      return call_with(address, arguments.data(), std::make_index_sequence<7>());
+    case 8:
+      return call_with(address, arguments.data(), std::make_index_sequence<8>());
+    case 9:
+      return call_with(address, arguments.data(), std::make_index_sequence<9>());
+    case 10:
+      return call_with(address, arguments.data(), std::make_index_sequence<10>());
+    case 11:
+      return call_with(address, arguments.data(), std::make_index_sequence<11>());
+    default:
+      FAIL() << arguments.size();
+    }
+  }
+  void run() { run(addresses()); }
+
+  // ---- The matrix --------------------------------------------------------------------------------------------------
+
+  bool is_stored(tnk_int i, tnk_int j) const {
+    return (upper ? i <= j : i >= j) && (!banded || std::abs(i - j) <= k);
+  }
+  std::size_t index(tnk_int i, tnk_int j) const {
+    if (packed) return static_cast<std::size_t>(upper ? i + j * (j + 1) / 2 : i + j * (2 * n - j - 1) / 2);
+    return static_cast<std::size_t>((banded ? (upper ? k : 0) + i - j : i) + j * lda);
+  }
+  bool is_triangular() const { return routine.kind == multiply || routine.kind == solve; }
+  // Of a triangle to be solved, so that solutions do not grow.
+  T stored_number(Random &random, tnk_int i, tnk_int j) const {
+    T value = random.number<T>();
+    if (i == j && is_triangular())
+      return diag == 'N' || diag == 'n' ? scalar<T>(1.5, 0.5) : scalar<T>(test::nan, 0);
+    if (i == j && is_pair<T>) return scalar<T>(static_cast<double>(reference::re(value)), test::nan);
+    if (routine.kind == solve) value = static_cast<R>(1. / static_cast<double>(n)) * value;
+    return value;
+  }
+  // As it was before the call.
+  T element(tnk_int i, tnk_int j) const {
+    const bool reflected = !is_stored(i, j);
+    if (reflected && (is_triangular() || !is_stored(j, i))) return T{};
+    if (i == j && is_triangular() && (diag == 'U' || diag == 'u')) return scalar<T>(1);
+    const T value = before_a[reflected ? index(j, i) : index(i, j)];
+    if (i == j && !is_triangular()) return scalar<T>(static_cast<double>(reference::re(value)));
+    return reflected ? reference::conj(value) : value;
+  }
+  T of_operation(tnk_int i, tnk_int j) const {
+    if (trans == 'N' || trans == 'n') return element(i, j);
+    const T value = element(j, i);
+    return trans == 'C' || trans == 'c' ? reference::conj(value) : value;
+  }
+
+  // ---- What must be, and what must stay ----------------------------------------------------------------------------
+
+  void remember() {
+    before_a.clear(), before_x.clear(), before_y.clear();
+    for (std::size_t i = 0; i < a.size(); ++i) before_a.push_back(a.get(i));
+    for (tnk_int i = 0; i < n; ++i) before_x.push_back(x.get(i)), before_y.push_back(y.get(i));
+  }
+  static bool equals(const Strided<T> &v, const std::vector<T> &expected) {
+    for (tnk_int i = 0; i < v.n(); ++i) {
+      const T value = v.get(i);
+      if (!same_bits(&value, &expected[static_cast<std::size_t>(i)])) return false;
+    }
+    return v.intact();
+  }
+  bool untouched(bool with_matrix = true, bool with_x = true, bool with_y = true) const {
+    return a.intact() && x.intact() && y.intact() &&
+           (!with_matrix || same_bits(a.data(), before_a.data(), a.size())) &&
+           (!with_x || equals(x, before_x)) && (!with_y || equals(y, before_y));
+  }
+  std::string fault() const {
+    const bool changes_x = is_triangular(), changes_y = routine.kind == product;
+    const bool updates = !changes_x && !changes_y && alpha != 0;
+    if (!untouched(!updates, !changes_x, !changes_y)) return "touched what is not its own";
+    std::vector<bool> idle(a.size(), true);
+    for (tnk_int i = 0; i < n; ++i) {
+      if (!(changes_y ? right_product(i) : changes_x ? right_triangular(i) : !updates || right_column(i)))
+        return "wrong at " + std::to_string(i);
+      for (tnk_int j = 0; j < n; ++j)
+        if (is_stored(i, j)) idle[index(i, j)] = false;
+    }
+    for (std::size_t i = 0; i < idle.size(); ++i)
+      if (idle[i] && !same_bits(&before_a[i], a.data() + i)) return "touched a gap";
+    return "";
+  }
+
+  Routine routine;
+  bool upper, banded, packed;
+  tnk_int lda;
+  T by;
+  R real_by;
+  T beta_;
+  Guarded<T> a;
+  Strided<T> x, y;
+  std::vector<T> before_a, before_x, before_y;
+
+private:
+  static constexpr long double eps = std::numeric_limits<R>::epsilon();
+  static std::string letter() {
+    return std::is_same_v<T, float> ? "s" : std::is_same_v<T, double> ? "d" : sizeof(T) == 8 ? "c" : "z";
+  }
+  static T at(const std::vector<T> &v, tnk_int i) { return v[static_cast<std::size_t>(i)]; }
+
+  bool right_product(tnk_int i) const {
+    Sum sum;
+    for (tnk_int j = 0; j < n; ++j) reference::add_product(sum, element(i, j), at(before_x, j), false);
+    return reference::holds(reference::updated(by, sum, beta_, at(before_y, i), n), y.get(i));
+  }
+  // The product of op(A) with what x was, or with the solution that it became, against the other one of the two.
+  bool right_triangular(tnk_int i) const {
+    Sum sum;
+    for (tnk_int j = 0; j < n; ++j)
+      reference::add_product(sum, of_operation(i, j), routine.kind == solve ? x.get(j) : at(before_x, j),
+                             false);
+    sum.size *= static_cast<long double>(n + 8) * eps;
+    return reference::holds(sum, routine.kind == solve ? at(before_x, i) : x.get(i));
+  }
+  bool right_column(tnk_int j) const {
+    for (tnk_int i = 0; i < n; ++i) {
+      if (!is_stored(i, j)) continue;
+      Sum sum;
+      const auto add = [&](T factor, T p, T q) { // factor p conj(q)
+        Sum pair;
+        reference::add_product(pair, p, reference::conj(q), false);
+        sum.re += reference::re(factor) * pair.re - reference::im(factor) * pair.im;
+        sum.im += reference::re(factor) * pair.im + reference::im(factor) * pair.re;
+        sum.size += reference::magnitude(factor) * pair.size;
+      };
+      if (routine.kind == update) {
+        add(reference::number<T>(real_by), at(before_x, i), at(before_x, j));
+      } else {
+        add(by, at(before_x, i), at(before_y, j));
+        add(reference::conj(by), at(before_y, i), at(before_x, j));
+      }
+      const T was = element(i, j), got = a.get(index(i, j));
+      sum.re += reference::re(was);
+      sum.im = i == j ? 0 : sum.im + reference::im(was);
+      sum.size = 8 * eps * (sum.size + reference::magnitude(was));
+      if (!reference::holds(sum, got) || (i == j && reference::im(got) != 0)) return false;
+    }
+    return true;
+  }
+};
+
+template <class F> void with_each(F f) {
+  for (const Routine &routine : routines)
+    f(float{}, routine), f(double{}, routine), f(tnk_complex8{}, routine), f(tnk_complex16{}, routine);
+}
+// Every letter in either case, increments of both signs, orders around the groups and blocks of columns, bands narrower
+// and wider than these, factors that are special.
+TEST(HalfMatrix, AgreesWithTheDefinition) {
+  ErrorRecorder errors;
+  with_each([](auto zero, const Routine &routine) {
+    using T = decltype(zero);
+    const auto expect_right = [&](const Setting &setting) {
+      Call<T> call(routine, setting);
+      call.run();
+      EXPECT_EQ(call.fault(), "") << call.text();
+    };
+    const bool triangular = routine.kind == multiply || routine.kind == solve;
+    const bool banded = Call<T>(routine, {}).banded;
+    unsigned turn = 0;
+    for (const tnk_int n : {0, 1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 18, 31, 33, 64, 67, 130, 137})
+      for (const char uplo : {'U', 'l'})
+        for (const char *letters : {"NN", "TN", "CN", "nu", "tU", "cU"}) {
+          if (!triangular && letters[0] != 'N' && letters[1] != 'N') continue;
+          const tnk_int increments[] = {1, -1, 3, -2};
+          Setting s{uplo, letters[0], letters[1], n};
+          s.incx = increments[turn % 4], s.incy = increments[turn / 4 % 4], s.gap = turn % 3;
+          for (const tnk_int k : {0, 1, 2, 3, 5, 8, 20, 70, 200}) {
+            if (k > n + 1 || (k > 0 && !banded)) break;
+            s.k = k;
+            expect_right(s);
+          }
+          ++turn;
+        }
+    for (const double alpha : {0., 1., -2.})
+      for (const double beta : {0., 1., 0.5}) {
+        Setting s;
+        s.alpha = alpha, s.beta = beta;
+        for (const char uplo : {'u', 'L'})
+          for (const tnk_int n : {5, 70}) s.uplo = uplo, s.n = n, s.incy = n - 3, expect_right(s);
+      }
+  });
+  EXPECT_EQ(errors.last().message, "");
+}
+
+} // namespace
