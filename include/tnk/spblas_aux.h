@@ -95,6 +95,9 @@
                 one a triangle: as kk, but with a diag_flag that is not 0 there is no diagonal, for the triangle that
                 leaves it to the other. Real runs go to tnk_blas_?dot and all to tnk_blas_?axpy, a call a run and
                 right-hand side.
+     skysvk     (flag, m, flag2, diag_flag, values, pointer, y)
+                y := op(A)^-1 y with the A that skymmkk multiplies by: the same flags. A run of none is divided by as if
+                its diagonal were 0. Real runs go to tnk_blas_?dot and all to tnk_blas_?axpy.
 
    Method: Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed. (2003), sections 3.4 and 4.1. */
 #ifndef TNK_SPBLAS_AUX_H
@@ -167,7 +170,9 @@ enum tnk_spblas_flag { TNK_SPBLAS_TRANSPOSED = 1, TNK_SPBLAS_UPPER = 2, TNK_SPBL
   TNK_SP_BSC_GAUSS(p##t##bsc_cspblas_gauss, T, I)                                                            \
   TNK_SP_SKYMM(p##t##skymmgk, T, I)                                                                          \
   TNK_SP_SKYMM(p##t##skymmkk, T, I)                                                                          \
-  TNK_SP_SKYMM(p##t##skymmsk, T, I)
+  TNK_SP_SKYMM(p##t##skymmsk, T, I)                                                                          \
+  void p##t##skysvk(const I *flag, const I *m, const I *flag2, const I *diag_flag, const T *values,          \
+                    const I *pointer, T *y);
 
 #define TNK_SP_FIND_DIAG(name, I)                                                                            \
   void name(const I *diag_distance, const I *diag_count, I *band_first, I *band_last, I *span_first,         \

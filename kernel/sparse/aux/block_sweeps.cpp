@@ -1,6 +1,7 @@
 // Division by the diagonal, and Gauss-Seidel sweeps over block rows and block columns. Elements are updated one after
 // another, within a block too: the sweep is that of the matrix of elements.
 #include "kernel/sparse/aux/blocks.h"
+#include "kernel/sparse/quotient.h"
 
 namespace tnk::sparse {
 namespace {

@@ -1,4 +1,4 @@
-// Square blocks in compressed rows or columns, and the quotient that sweeps and divisions by diagonals share.
+// Square blocks in compressed rows or columns.
 #pragma once
 
 #include "kernel/frame/element.h"
@@ -39,17 +39,5 @@ template <class Side, class T, class I> struct Blocks {
                (Side::by_rows ? wrapped_product(r, size) + s : wrapped_product(s, size) + r));
   }
 };
-
-// a / b. Complex quotients are formed in the next wider type, whose range holds the squares of all parts.
-template <class T> inline T quotient(T a, T b) {
-  if constexpr (is_complex<T>) {
-    using W = std::conditional_t<sizeof(T) == 8, double, long double>;
-    const W re = b.re, im = b.im, scale = W(1) / (re * re + im * im);
-    return {static_cast<real_of<T>>((a.re * re + a.im * im) * scale),
-            static_cast<real_of<T>>((a.im * re - a.re * im) * scale)};
-  } else {
-    return a / b;
-  }
-}
 
 } // namespace tnk::sparse

@@ -1,6 +1,7 @@
-// Skyline products: dense runs that end at the diagonal, handed to the dense routines.
+// Skyline products and solves: dense runs that end at the diagonal, handed to the dense routines.
 #include "kernel/frame/element.h"
 #include "kernel/frame/host_blas.h"
+#include "kernel/sparse/quotient.h"
 #include "kernel/sparse/wrapped.h"
 #include <tnk/spblas_aux.h>
 
@@ -80,6 +81,21 @@ template <class T, class I> void sk(const Skyline<T, I> &job, I, I, I diag_flag)
   add_columns(job, true);
 }
 
+template <class T, class I>
+void solve(I flag, I m, I flag2, I diag_flag, const T *values, const I *pointer, T *y) {
+  const bool unit = diag_flag != 0, by_rows = (flag != 0) == (flag2 != 0);
+  for (I step = 0; step < m; ++step) {
+    const I i = by_rows ? step : m - 1 - step, start = get(pointer + i);
+    const I length = wrapped_difference(get(pointer + i + 1), start), before = length > 0 ? length - 1 : 0;
+    const T *const run = values + wrapped_difference(start, get(pointer));
+    T *const target = y + i, *const others = target - before;
+    const T pivot = length > 0 && !unit ? get(run + before) : T{};
+    if (by_rows && before > 0) put(target, get(target) - dot<T>(before, run, others));
+    if (!unit) put(target, quotient(get(target), pivot));
+    if (!by_rows && before > 0) host_axpy<T>(before, T{} - get(target), run, others);
+  }
+}
+
 } // namespace
 } // namespace tnk::sparse
 
@@ -93,5 +109,9 @@ template <class T, class I> void sk(const Skyline<T, I> &job, I, I, I diag_flag)
 #define ENTRIES(p, t, T, I, ...)                                                                             \
   ENTRY(p##t##skymmgk, gk, T, I)                                                                             \
   ENTRY(p##t##skymmkk, kk, T, I)                                                                             \
-  ENTRY(p##t##skymmsk, sk, T, I)
+  ENTRY(p##t##skymmsk, sk, T, I)                                                                             \
+  void p##t##skysvk(const I *flag, const I *m, const I *flag2, const I *diag_flag, const T *values,          \
+                    const I *pointer, T *y) {                                                                \
+    tnk::sparse::solve(*flag, *m, *flag2, *diag_flag, values, pointer, y);                                   \
+  }
 TNK_SP_AUX_EACH(ENTRIES, )
