@@ -35,6 +35,7 @@ constexpr struct {
     {"tnk_blas_", 1},       {"e9_vpksMalloc_", 0},    // addresses
     {"e9_vpks_initTab", 0}, {"e9_vpks_createTab", 0}, // addresses
     {"e9_vpks", -9},                                  // no memory
+    {"tnk_conv_", -2000},                             // no such kernel
     {"vpkGetMax", 36},                                // no processor that is known
 };
 

@@ -11,7 +11,7 @@
 
 namespace tnk::test {
 
-constexpr std::size_t block_header = 4096, block_fence = 64;
+constexpr std::size_t block_header = 8192, block_fence = 64;
 
 } // namespace tnk::test
 

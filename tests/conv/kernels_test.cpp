@@ -1,0 +1,263 @@
+// The kernels of the grid, found by their names: against the definition, and every status.
+#include "conv/problem.h"
+#include "support/allocations.h"
+#include "support/named.h"
+#include <map>
+
+namespace tnk::test {
+namespace {
+
+template <class T, class A> struct Kind {
+  using data = T;
+  using arithmetic = A;
+};
+template <class K> const char *letters() {
+  using T = typename K::data;
+  constexpr bool mixed = !std::is_same_v<T, typename K::arithmetic>;
+  if (reference::is_pair<T>) return mixed ? "cz" : sizeof(T) == 8 ? "cc" : "zz";
+  return mixed ? "sd" : sizeof(T) == 4 ? "ss" : "dd";
+}
+
+template <class T> struct Kernels {
+  TNK_CONV_1D((*one), T);
+  TNK_CONV_ALL((*all), T);
+};
+template <class F> F *named(const std::string &name) {
+  void *const address = dlsym(RTLD_DEFAULT, name.c_str());
+  EXPECT_NE(address, nullptr) << name;
+  return reinterpret_cast<F *>(address);
+}
+template <class K> Kernels<typename K::data> kernels(const char *method, bool correlates) {
+  using T = typename K::data;
+  const std::string prefix = std::string("tnk_conv_") + letters<K>() + method;
+  const std::string suffix = correlates ? "_corr_de" : "_conv_de";
+  return {named<TNK_CONV_1D(, T)>(prefix + "_1d" + suffix),
+          named<TNK_CONV_ALL(, T)>(prefix + "_all" + suffix)};
+}
+
+constexpr const char *methods[] = {"direct"};
+
+// How far an element may be off. Integers are exact by the sum itself; transforms keep the whole within some roundings
+// for every doubling of their length, of the product of the operands' norms.
+template <class K> std::string fault(Problem<typename K::data> &p, const std::string &method) {
+  using R = reference::Real<typename K::data>;
+  if (method == "direct") return p.fault(0);
+  constexpr wide eps = std::numeric_limits<reference::Real<typename K::arithmetic>>::epsilon();
+  constexpr wide rounding = std::numeric_limits<R>::epsilon();
+  wide xx = 0, yy = 0, length = 2;
+  const auto square = [](auto v) {
+    return reference::re(v) * reference::re(v) + reference::im(v) * reference::im(v);
+  };
+  each_index(p.conv.xshape, [&](const Shape &i) { xx += square(p.x.get(i)); });
+  each_index(p.conv.yshape, [&](const Shape &i) { yy += square(p.y.get(i)); });
+  for (std::size_t k = 0; k < p.conv.dims(); ++k) length *= p.conv.xshape[k] + p.conv.yshape[k];
+  return p.fault(rounding, 4 * eps * std::log2(length) * std::sqrt(xx * yy));
+}
+
+template <class K> class ConvKernels : public testing::Test {};
+using Kinds = testing::Types<Kind<float, float>, Kind<double, double>, Kind<float, double>,
+                             Kind<tnk_complex8, tnk_complex8>, Kind<tnk_complex16, tnk_complex16>,
+                             Kind<tnk_complex8, tnk_complex16>>;
+TYPED_TEST_SUITE(ConvKernels, Kinds);
+
+// Integers make every sum exact, in whatever order: so direct results have no bit to spare.
+TYPED_TEST(ConvKernels, OneDimension) {
+  using T = typename TypeParam::data;
+  const int32_t lengths[] = {1, 2, 3, 4, 5, 8, 9, 13, 31, 64, 70, 150, 333};
+  Random random;
+  for (const std::string method : methods)
+    for (const bool correlates : {false, true}) {
+      const auto kernel = kernels<TypeParam>(method.c_str(), correlates);
+      for (const int32_t nx : lengths)
+        for (const int32_t ny : lengths)
+          for (int round = 0; round < 6; ++round) {
+            // Off the boundaries of vectors, and of elements.
+            const std::size_t shift = round == 4 ? sizeof(T) : round == 5 ? sizeof(T) / 2 : 0;
+            auto p = random_problem<T>(random, correlates, {nx}, {ny}, true, shift);
+            ASSERT_EQ(p.run(kernel.one, kernel.all), 0) << method << " " << p.name();
+            ASSERT_EQ(fault<TypeParam>(p, method), "") << method << " " << p.name();
+          }
+    }
+  EXPECT_EQ(allocations.live, 0);
+  EXPECT_EQ(allocations.overrun, 0);
+}
+
+TYPED_TEST(ConvKernels, SeveralDimensions) {
+  using T = typename TypeParam::data;
+  const Shape shapes[][2] = {{{1, 1}, {1, 1}},
+                             {{3, 3}, {20, 9}},
+                             {{5, 2}, {40, 11}},
+                             {{20, 9}, {3, 3}},
+                             {{2, 30}, {30, 2}},
+                             {{1, 6}, {9, 6}},
+                             {{4, 5}, {70, 23}},
+                             {{3, 2, 4}, {12, 7, 5}},
+                             {{4, 9, 2}, {3, 4, 6}},
+                             {{2, 3, 1}, {21, 6, 3}},
+                             {{2, 3, 2, 2}, {9, 5, 3, 4}},
+                             {{6, 1, 2, 3}, {2, 6, 2, 1}},
+                             {{2, 1, 2, 1, 2, 1, 2}, {3, 6, 2, 2, 2, 2, 3}}};
+  Random random;
+  for (const std::string method : methods)
+    for (const bool correlates : {false, true}) {
+      const auto kernel = kernels<TypeParam>(method.c_str(), correlates);
+      for (const auto &shape : shapes)
+        for (int round = 0; round < 12; ++round) {
+          auto p = random_problem<T>(random, correlates, shape[0], shape[1], true, round % 3 ? 0 : sizeof(T));
+          ASSERT_EQ(p.run(kernel.one, kernel.all), 0) << method << " " << p.name();
+          ASSERT_EQ(fault<TypeParam>(p, method), "") << method << " " << p.name();
+        }
+    }
+  EXPECT_EQ(allocations.live, 0);
+  EXPECT_EQ(allocations.overrun, 0);
+}
+
+// Start, decimation and length over all that is valid, and beyond.
+TYPED_TEST(ConvKernels, EveryPosition) {
+  using T = typename TypeParam::data;
+  for (const std::string method : methods)
+    for (const bool correlates : {false, true}) {
+      const auto kernel = kernels<TypeParam>(method.c_str(), correlates);
+      for (int32_t nx = 1; nx <= 3; ++nx)
+        for (int32_t ny = 1; ny <= 4; ++ny)
+          for (int32_t start = -nx - 1; start <= nx + ny; ++start)
+            for (int32_t dec = 0; dec <= 3; ++dec)
+              for (int32_t nz = 1; nz <= nx + ny; ++nz) {
+                Problem<T> p({correlates, {nx}, {ny}, {nz}, {start}, {dec}}, {1}, {-1}, {2}, true);
+                const int32_t status = p.run(kernel.one, kernel.all);
+                ASSERT_EQ(status, p.conv.status()) << method << " " << p.name();
+                if (status == 0)
+                  ASSERT_EQ(fault<TypeParam>(p, method), "") << method << " " << p.name();
+                else
+                  ASSERT_TRUE(p.z.untouched());
+              }
+    }
+}
+
+// Numbers whose sums round: within what the additions of a sum can do.
+TYPED_TEST(ConvKernels, Rounding) {
+  using T = typename TypeParam::data;
+  using R = reference::Real<T>;
+  constexpr wide eps = std::numeric_limits<reference::Real<typename TypeParam::arithmetic>>::epsilon();
+  Random random;
+  for (const bool correlates : {false, true}) {
+    const auto kernel = kernels<TypeParam>("direct", correlates);
+    for (const int32_t n : {7, 90, 200}) {
+      auto p = random_problem<T>(random, correlates, {n}, {150}, false);
+      ASSERT_EQ(p.run(kernel.one, kernel.all), 0);
+      EXPECT_EQ(p.fault(static_cast<wide>(n + 4) * eps + std::numeric_limits<R>::epsilon()), "") << p.name();
+    }
+  }
+}
+
+// Every kernel: what is refused, in which order, for each argument alone and for what follows it as well.
+TYPED_TEST(ConvKernels, Statuses) {
+  using T = typename TypeParam::data;
+  struct Arguments {
+    int32_t dims = 2;
+    T x[4] = {}, y[9] = {}, z[16] = {};
+    const T *px = x, *py = y;
+    T *pz = z;
+    int32_t xshape[2] = {2, 2}, yshape[2] = {3, 3}, zshape[2] = {2, 2}, zstride[2] = {1, 2};
+    int32_t start[2] = {1, 1}, dec[2] = {1, 1};
+  };
+  using Change = void (*)(Arguments &, int);
+  const struct {
+    int32_t status;
+    Change spoil;
+  } in_one[] = {
+      {TNK_CONV_NULL_X, [](Arguments &a, int) { a.px = nullptr; }},
+      {TNK_CONV_BAD_XSHAPE, [](Arguments &a, int k) { a.xshape[k] = 0; }},
+      {TNK_CONV_NULL_Y, [](Arguments &a, int) { a.py = nullptr; }},
+      {TNK_CONV_BAD_YSHAPE, [](Arguments &a, int k) { a.yshape[k] = -1; }},
+      {TNK_CONV_NULL_Z, [](Arguments &a, int) { a.pz = nullptr; }},
+      {TNK_CONV_BAD_ZSHAPE, [](Arguments &a, int k) { a.zshape[k] = 0; }},
+      {TNK_CONV_BAD_ZSTRIDE, [](Arguments &a, int k) { a.zstride[k] = 0; }},
+      {TNK_CONV_BAD_START, [](Arguments &a, int k) { a.start[k] = 1 << 30; }},
+      {TNK_CONV_BAD_END, [](Arguments &a, int k) { a.dec[k] = 0; }},
+  };
+  constexpr int orders[2][9] = {{0, 1, 2, 3, 4, 5, 6, 7, 8}, {0, 2, 4, 1, 3, 5, 6, 7, 8}};
+  for (const char *method : methods)
+    for (const bool correlates : {false, true}) {
+      const auto kernel = kernels<TypeParam>(method, correlates);
+      for (const bool several : {false, true})
+        for (int first = 0; first < 9; ++first)
+          for (int k = 0; k <= several; ++k) {
+            Arguments a;
+            for (int i = first; i < 9; ++i) in_one[orders[several][i]].spoil(a, k);
+            // Of the first dimension nothing is looked at before the addresses, of the second nothing before the first.
+            if (several && k == 1 && first >= 3) a.dec[0] = 5;
+            const int32_t expected = several && k == 1 && first >= 3 ? int32_t{TNK_CONV_BAD_END}
+                                                                     : in_one[orders[several][first]].status;
+            const int32_t got = several ? kernel.all(a.dims, a.px, a.xshape, a.zstride, a.py, a.yshape,
+                                                     a.zstride, a.pz, a.zshape, a.zstride, a.start, a.dec)
+                                        : kernel.one(a.px, 1, a.py, 1, a.pz, a.zstride[0], a.xshape[0],
+                                                     a.yshape[0], a.start[0], a.zshape[0], a.dec[0]);
+            EXPECT_EQ(got, expected) << method << first << k;
+          }
+      for (const int32_t dims : {-1, 0, 1, 8})
+        EXPECT_EQ(kernel.all(dims, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                             nullptr, nullptr, nullptr),
+                  int32_t{TNK_CONV_BAD_DIMS});
+    }
+}
+
+// Each request for memory refused in turn: nothing written, nothing kept.
+TYPED_TEST(ConvKernels, Memory) {
+  using T = typename TypeParam::data;
+  for (const std::string method : methods)
+    for (const bool correlates : {false, true})
+      for (const bool several : {false, true}) {
+        const auto kernel = kernels<TypeParam>(method.c_str(), correlates);
+        const Shape xs = several ? Shape{4, 3} : Shape{9}, ys = several ? Shape{12, 10} : Shape{100};
+        Conv c{correlates, xs, ys, ys, Shape(xs.size(), 0), Shape(xs.size(), 1)};
+        Problem<T> p(c, Shape(xs.size(), 2), Shape(xs.size(), -2), Shape(xs.size(), 1), true);
+        int refused = 0;
+        for (;; ++refused) {
+          allocations.reset();
+          allocations.refuse = refused + 1;
+          const int32_t status = p.run(kernel.one, kernel.all);
+          EXPECT_EQ(allocations.live, 0);
+          if (allocations.refuse > 0) break; // it asked for less
+          ASSERT_EQ(status, int32_t{TNK_CONV_NO_MEMORY}) << method << refused;
+          EXPECT_TRUE(p.z.untouched());
+        }
+        allocations.reset();
+        EXPECT_GE(refused, 2);
+        EXPECT_EQ(fault<TypeParam>(p, method), "") << p.name();
+      }
+}
+
+// With dec 1 the kernel without that argument computes the same bits; all other such names refuse.
+TEST(ConvWithoutDecimation, Kernels) {
+  Random random;
+  for (const bool correlates : {false, true}) {
+    auto p = random_problem<float>(random, correlates, {37}, {211}, false);
+    p.conv = {correlates, {37}, {211}, {p.conv.zshape[0] / 2 + 1}, {0}, {1}};
+    const auto kernel = kernels<Kind<float, float>>("direct", correlates);
+    ASSERT_EQ(p.run(kernel.one, kernel.all), 0);
+    std::vector<float> with(static_cast<std::size_t>(p.conv.zshape[0])), without = with;
+    const auto call = [&](auto f, float *z, auto... more) {
+      return f(p.x.data(), *p.x.stride(), p.y.data(), *p.y.stride(), z, 1, 37, 211, 0, p.conv.zshape[0],
+               more...);
+    };
+    const auto nd = named<TNK_CONV_1D_ND(, float)>(correlates ? "tnk_conv_ssdirect_1d_corr_nd"
+                                                              : "tnk_conv_ssdirect_1d_conv_nd");
+    ASSERT_EQ(call(kernel.one, with.data(), 1), 0);
+    ASSERT_EQ(call(nd, without.data()), 0);
+    EXPECT_EQ(with, without);
+    EXPECT_EQ(call(nd, static_cast<float *>(nullptr)), int32_t{TNK_CONV_NULL_Z});
+  }
+  for (const char *types : {"ss", "dd", "sd", "cc", "zz", "cz"})
+    for (const char *method : {"direct", "fft"})
+      for (const char *shape : {"1d", "all"})
+        for (const char *job : {"conv", "corr"}) {
+          const std::string name =
+              std::string("tnk_conv_") + types + method + "_" + shape + "_" + job + "_nd";
+          if (name.find("ssdirect_1d") != name.npos) continue;
+          EXPECT_EQ(named<int32_t()>(name)(), -2000) << name;
+        }
+}
+
+} // namespace
+} // namespace tnk::test

@@ -1,0 +1,232 @@
+// Task records: their life, what freezes them, and which kernel they choose.
+#include "support/allocations.h"
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <tnk/conv_kernels.h>
+#include <tnk/services.h>
+#include <vector>
+
+namespace tnk::test {
+namespace {
+
+constexpr int32_t none = 0;
+
+class ConvTask : public testing::Test {
+protected:
+  void SetUp() override { allocations.reset(); }
+  void TearDown() override {
+    for (tnk_conv_task *&task : tasks_) tnk_conv_DeleteTask(&task);
+    EXPECT_EQ(allocations.live, 0);
+    EXPECT_EQ(allocations.overrun, 0);
+  }
+  // x 2 (by 2 ...), y 3, z 4.
+  tnk_conv_task *make(int32_t job, int32_t mode, int32_t kind, int32_t precision, int32_t dims) {
+    const int32_t xshape[] = {2, 2, 2}, yshape[] = {3, 3, 3}, zshape[] = {4, 4, 4};
+    tnk_conv_task *task = nullptr;
+    EXPECT_EQ(tnk_conv_NewTask(&task, job, 7, mode, kind, precision, dims, xshape, yshape, zshape), none);
+    tasks_.push_back(task);
+    return task;
+  }
+  std::vector<tnk_conv_task *> tasks_;
+};
+
+const double x[8] = {1, 10, 2, 20, 3, 30, 4, 40}, y[27] = {1, 2, 3};
+
+TEST_F(ConvTask, StartsAndCopies) {
+  tnk_conv_task *task = make(2, 1, 1, 2, 1);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(task) % 4096, 0u);
+  EXPECT_EQ(task->status, 0);
+  EXPECT_EQ(task->committed, 0);
+  EXPECT_EQ(task->second, 7);
+  EXPECT_EQ(task->internal_precision, 2);
+  EXPECT_EQ(task->xstride, nullptr);
+  EXPECT_EQ(task->start, nullptr);
+  EXPECT_EQ(task->aux, nullptr);
+
+  const int32_t start[] = {-1}, steps[] = {2};
+  EXPECT_EQ(tnk_conv_EditTask(task, 5, start), none);
+  EXPECT_EQ(tnk_conv_EditTask(task, 4, steps), none);
+  EXPECT_EQ(tnk_conv_CommitTask(task), none);
+  tnk_conv_task *copy = nullptr;
+  ASSERT_EQ(tnk_conv_CopyTask(&copy, task), none);
+  tasks_.push_back(copy);
+  EXPECT_EQ(copy->committed, 1);
+  EXPECT_EQ(copy->reserved, 2);
+  EXPECT_EQ(copy->second, 7);
+  EXPECT_EQ(copy->zshape, copy->zshape_values);
+  EXPECT_EQ(copy->start, copy->start_values);
+  EXPECT_EQ(copy->decimation, nullptr);
+  EXPECT_EQ(copy->xstride, nullptr);
+  task->start_values[0] = 100; // the copy has its own
+  double z[4];
+  ASSERT_EQ(tnk_conv_Exec(copy, x, nullptr, y, nullptr, z, nullptr), none);
+  EXPECT_EQ(z[0], 10);
+  EXPECT_EQ(z[1], 21);
+  EXPECT_EQ(z[3], 3);
+}
+
+TEST_F(ConvTask, KeepsAnOperand) {
+  const int32_t xshape = 2, yshape = 3, zshape = 4, stride = -2;
+  tnk_conv_task *task = nullptr;
+  ASSERT_EQ(tnk_conv_NewTaskX(&task, 1, 0, 1, 1, 2, 1, &xshape, &yshape, &zshape, x, &stride), none);
+  tasks_.push_back(task);
+  double z[4];
+  ASSERT_EQ(tnk_conv_ExecX(task, y, nullptr, z, nullptr), none); // 2 1 over 1 2 3
+  EXPECT_EQ(std::vector<double>(z, z + 4), (std::vector<double>{2, 5, 8, 3}));
+  EXPECT_EQ(tnk_conv_ExecX(nullptr, y, nullptr, z, nullptr), int32_t{TNK_CONV_NULL});
+  // Without one of its own the kernel has nothing to read.
+  EXPECT_EQ(tnk_conv_ExecX(make(1, 1, 1, 2, 1), y, nullptr, z, nullptr), int32_t{TNK_CONV_NULL_X});
+}
+
+TEST_F(ConvTask, Edits) {
+  tnk_conv_task *task = make(1, 1, 1, 2, 2);
+  const int32_t values[] = {1, 2};
+  for (int32_t parameter = -1; parameter <= 20; ++parameter) {
+    const bool settable = (parameter >= 3 && parameter <= 6) || parameter == 9;
+    const bool known = parameter >= 1 && parameter <= 19;
+    const int32_t expected = settable ? TNK_CONV_OK : known ? TNK_CONV_EDIT_FIXED : TNK_CONV_EDIT_RANGE;
+    EXPECT_EQ(tnk_conv_CommitTask(task), none);
+    EXPECT_EQ(tnk_conv_EditTask(task, parameter, values), expected) << parameter;
+    EXPECT_EQ(task->committed, 0) << parameter;
+    EXPECT_EQ(tnk_conv_ccGetStatus(task), none); // such refusals do not stick
+  }
+  EXPECT_EQ(task->mode, 1);
+  EXPECT_EQ(task->internal_precision, 1);
+  EXPECT_EQ(std::memcmp(task->start, values, sizeof values), 0);
+  EXPECT_EQ(std::memcmp(task->decimation, values, sizeof values), 0);
+  tnk_conv_CommitTask(task);
+  EXPECT_EQ(tnk_conv_EditTask(task, 3, nullptr), int32_t{TNK_CONV_NULL});
+  EXPECT_EQ(task->committed, 0);
+  EXPECT_EQ(tnk_conv_EditTask(nullptr, 3, values), int32_t{TNK_CONV_NULL});
+}
+
+TEST_F(ConvTask, FreezesWithAStatus) {
+  tnk_conv_task *task = make(1, 1, 1, 2, 1), *copy = nullptr;
+  double z[4] = {};
+  const int32_t start = 9;
+  tnk_conv_EditTask(task, 5, &start);
+  EXPECT_EQ(tnk_conv_Exec(task, x, nullptr, y, nullptr, z, nullptr), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(task->committed, 1);
+  EXPECT_EQ(tnk_conv_ccGetStatus(task), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(tnk_conv_EditTask(task, 3, &start), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(tnk_conv_EditTask(task, 99, nullptr), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(task->committed, 1);
+  EXPECT_EQ(tnk_conv_CommitTask(task), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(tnk_conv_CopyTask(&copy, task), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(copy, nullptr);
+  EXPECT_EQ(tnk_conv_ccSetStatus(task, 5), int32_t{TNK_CONV_BAD_START});
+  EXPECT_EQ(tnk_conv_Exec(task, x, nullptr, y, nullptr, z, nullptr), 5);
+  EXPECT_EQ(tnk_conv_ccSetStatus(task, 0), 5);
+  const int32_t zero = 0;
+  EXPECT_EQ(tnk_conv_EditTask(task, 5, &zero), none);
+  EXPECT_EQ(tnk_conv_Exec(task, x, nullptr, y, nullptr, z, nullptr), none);
+  EXPECT_EQ(z[3], 30);
+}
+
+TEST_F(ConvTask, NullsAndMemory) {
+  tnk_conv_task *task = make(1, 1, 1, 2, 1), *absent = nullptr;
+  const int32_t null = TNK_CONV_NULL, no_memory = TNK_CONV_NO_TASK_MEMORY, n = 1;
+  EXPECT_EQ(tnk_conv_NewTask(nullptr, 1, 0, 0, 1, 1, 1, &n, &n, &n), null);
+  EXPECT_EQ(tnk_conv_CopyTask(nullptr, task), null);
+  EXPECT_EQ(tnk_conv_CopyTask(&absent, nullptr), null);
+  EXPECT_EQ(tnk_conv_CommitTask(nullptr), null);
+  EXPECT_EQ(tnk_conv_Exec(nullptr, x, nullptr, y, nullptr, nullptr, nullptr), null);
+  EXPECT_EQ(tnk_conv_ccGetStatus(nullptr), null);
+  EXPECT_EQ(tnk_conv_ccSetStatus(nullptr, 1), null);
+  EXPECT_EQ(tnk_conv_DeleteTask(nullptr), null);
+  EXPECT_EQ(tnk_conv_DeleteTask(&absent), none);
+  allocations.refuse = 1;
+  EXPECT_EQ(tnk_conv_NewTask(&absent, 1, 0, 0, 1, 1, 1, &n, &n, &n), no_memory);
+  allocations.refuse = 1;
+  EXPECT_EQ(tnk_conv_CopyTask(&absent, task), no_memory);
+  EXPECT_EQ(absent, nullptr);
+}
+
+// aux: a block of one number, copied with 1 added.
+int32_t copy_aux(tnk_conv_task *task, void **new_aux, void *old_aux, ...) {
+  EXPECT_EQ(task->zshape, task->zshape_values); // the rest of the task stands
+  const auto number = *static_cast<const int *>(old_aux);
+  if (number == 0) return 1;
+  *new_aux = tnk_serv_tnk_malloc(sizeof number, 16);
+  *static_cast<int *>(*new_aux) = number + 1;
+  return 0;
+}
+int32_t release_aux(tnk_conv_task *task) {
+  return *static_cast<const int *>(task->aux) < 0;
+}
+
+TEST_F(ConvTask, CarriesWhatIsHungOntoIt) {
+  const auto hang = [&](int number) {
+    tnk_conv_task *const task = make(1, 1, 1, 2, 1);
+    task->aux = tnk_serv_tnk_malloc(sizeof number, 16);
+    *static_cast<int *>(task->aux) = number;
+    task->aux_copy = copy_aux, task->aux_release = release_aux;
+    return task;
+  };
+  tnk_conv_task *copy = nullptr;
+  ASSERT_EQ(tnk_conv_CopyTask(&copy, hang(5)), none);
+  EXPECT_EQ(*static_cast<int *>(copy->aux), 6);
+  EXPECT_EQ(tnk_conv_DeleteTask(&copy), none);
+  EXPECT_EQ(copy, nullptr);
+  EXPECT_EQ(tnk_conv_CopyTask(&copy, hang(0)), int32_t{TNK_CONV_AUX_COPY});
+  EXPECT_EQ(copy, nullptr);
+  for (const bool with_function : {false, true}) {
+    tnk_conv_task *task = hang(-1);
+    tasks_.pop_back();
+    if (!with_function) task->aux_release = nullptr;
+    EXPECT_EQ(tnk_conv_DeleteTask(&task), int32_t{TNK_CONV_AUX_RELEASE});
+    EXPECT_EQ(task, nullptr);
+  }
+}
+
+// The kernel is known by what it computes: the square of 1 + 2^-13 needs more than single arithmetic, that of 1 + 2^-30
+// double data; a pair is told from two reals by its product.
+TEST_F(ConvTask, ChoosesAKernel) {
+  const double eps = std::numeric_limits<float>::epsilon();
+  for (const int32_t mode : {1})
+    for (const int32_t dims : {1, 2, 3})
+      for (const int32_t job : {1, 2, 3})
+        for (const int32_t kind : {1, 2, 9})
+          for (const int32_t precision : {1, 2, 5})
+            for (const int32_t internal : {1, 2, 5}) {
+              SCOPED_TRACE(testing::Message() << mode << dims << job << kind << precision << internal);
+              tnk_conv_task *const task = make(job, mode, kind, precision, dims);
+              tnk_conv_EditTask(task, 9, &internal);
+              const bool complex = kind == 2, single = precision == 1;
+              // Sums of x[0] y[0] and x[1] y[1] in one output of a correlation, of a convolution with y reversed.
+              double xs[16] = {}, ys[54] = {}, zs[128] = {};
+              float xf[16] = {}, yf[54] = {}, zf[128] = {};
+              const int parts = complex ? 2 : 1, first = job == 2 ? 0 : 1;
+              const double factor = 1 + std::ldexp(1.0, single ? -13 : -30);
+              const auto put = [&](double *d, float *f, int at, double value) {
+                d[at * parts] = value, f[at * parts] = static_cast<float>(value);
+              };
+              put(xs, xf, 0, factor), put(xs, xf, 1, -1);
+              put(ys, yf, first, factor), put(ys, yf, 1 - first, 1);
+              if (complex) xs[1] = xf[1] = 1;
+              const int32_t start[] = {job == 2 ? 0 : 1, 0, 0}, dec[] = {1, 1, 1};
+              tnk_conv_EditTask(task, 5, start);
+              if (kind == 9) tnk_conv_EditTask(task, 6, dec);
+              for (int k = 0; k < dims; ++k) task->zshape[k] = 1;
+              const int32_t status = single ? tnk_conv_Exec(task, xf, nullptr, yf, nullptr, zf, nullptr)
+                                            : tnk_conv_Exec(task, xs, nullptr, ys, nullptr, zs, nullptr);
+              if (!single && internal == 1 && dims == 1) {
+                EXPECT_EQ(status, int32_t{TNK_CONV_NO_KERNEL});
+                EXPECT_EQ(task->status, int32_t{TNK_CONV_NO_KERNEL});
+                continue;
+              }
+              ASSERT_EQ(status, none);
+              const double exact = factor * factor - 1, got = single ? double{zf[0]} : zs[0];
+              const bool in_double = !single || internal != 1;
+              // Single arithmetic loses the square's last bit, and transforms in single a few more.
+              EXPECT_NEAR(got, exact, !in_double ? 16 * eps : single ? eps * exact : 1e-15);
+              EXPECT_EQ(got == exact, in_double || mode != 1);
+              const double im = single ? double{zf[1]} : zs[1];
+              EXPECT_NEAR(im, complex ? factor : 0, single ? 8 * eps : 1e-15);
+            }
+}
+
+} // namespace
+} // namespace tnk::test
