@@ -6,11 +6,6 @@
 
 namespace tnk::host {
 
-template <class T> struct real_part { using type = T; };
-template <> struct real_part<tnk_complex8> { using type = float; };
-template <> struct real_part<tnk_complex16> { using type = double; };
-template <class T> using real_of = typename real_part<T>::type;
-
 template <class C, class = decltype(C::re)> C operator+(C a, C b) {
   return {a.re + b.re, a.im + b.im};
 }
@@ -43,12 +38,6 @@ template <class T> T conjugate(T a) {
 }
 template <bool Conjugated, class T> T conjugate_if(T a) {
   return Conjugated ? conjugate(a) : a;
-}
-template <class T> T number(real_of<T> re) {
-  if constexpr (is_complex<T>)
-    return {re, 0};
-  else
-    return re;
 }
 template <class T> real_of<T> real_part_of(T a) {
   if constexpr (is_complex<T>)

@@ -48,7 +48,7 @@ void in_square(const Task &task, const Group<S> &group, bool ascending, T *x) {
 template <bool Conjugated, class S, class T>
 void off_square(const Task &task, AddProduct<T> *add, const Group<S> &group, T *x) {
   const S &a = group.a;
-  const T alpha = number<T>(task.solve ? -1 : 1);
+  const T alpha = from_real<T>(task.solve ? -1 : 1);
   const tnk_int rows = group.rows(), lda = a.step(group.first);
   if (rows > 0) {
     T *const there = x + group.top, *const here = x + group.first;

@@ -10,7 +10,7 @@ namespace tnk::host {
 namespace {
 
 template <class T> void make_real(T &on_diagonal) {
-  on_diagonal = number<T>(real_part_of(on_diagonal));
+  on_diagonal = from_real<T>(real_part_of(on_diagonal));
 }
 
 // Rows `from` ... `to` - 1 of a column, the diagonal among them, its imaginary part unread.
@@ -25,7 +25,7 @@ void add_piece(T *column, tnk_int diagonal, tnk_int from, tnk_int to, Term term)
 // to stay since its factor is zero.
 template <class S, class T> void add_one(AddOuter<T> *add, const S &a, real_of<T> by, const T *x) {
   constexpr tnk_int most = std::min<tnk_int>(S::together, 4);
-  const T alpha = number<T>(by);
+  const T alpha = from_real<T>(by);
   const tnk_int adjacent = 1, one = 1;
   for (tnk_int j = 0; j < a.n; j += most) {
     const Group<S> group(a, j, std::min(most, a.n - j));
@@ -54,7 +54,7 @@ template <class S, class T> void add_one(AddOuter<T> *add, const S &a, real_of<T
 // kernel multiplies with two factors.
 template <class S, class T> void add_two(AddProduct<T> *add, const S &a, T alpha, const T *xy) {
   const T *const x = xy, *const y = xy + a.n;
-  const T one = number<T>(1);
+  const T one = from_real<T>(1);
   const tnk_int two = 2;
   for (tnk_int j = 0; j < a.n; ++j) {
     T *const column = a.column(j);
