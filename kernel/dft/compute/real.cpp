@@ -183,7 +183,7 @@ tnk_int complex_backward(const Dimensions &all, char *source, const Dimensions &
     if (const tnk_int status = along_dimension<C>(middle, d, first, first, rows)) return status;
 
   const Loop &own = all.loops[0], &next = all.loops[1], &row = middle.loops[0], &column = middle.loops[1];
-  Loop planes[DftiMaxDimension];
+  Loop planes[DftiMaxDimension] = {};
   for (int d = 2; d < all.rank; ++d)
     planes[d - 2] = {all.loops[d].length, middle.loops[d].in, all.loops[d].out};
   return for_each(planes, all.rank - 2, [&](tnk_int in, tnk_int out) {
