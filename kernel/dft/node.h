@@ -6,6 +6,7 @@
 #pragma once
 
 #include <tnk/dft_node.h>
+#include <tnk/signal_vector.h>
 
 namespace tnk::dft {
 
@@ -56,5 +57,11 @@ tnk_int getNumberOfTransforms(const DftiNode *node, tnk_int *value);
 tnk_int setInputDistance(DftiNode *node, tnk_int value);
 tnk_int setOutputDistance(DftiNode *node, tnk_int value);
 tnk_int setNumberOfTransforms(DftiNode *node, tnk_int value);
+
+// The status for one of a signal primitive.
+inline tnk_int status_of(int32_t signal_status) {
+  if (signal_status == TNK_SIGNAL_OK) return DftiNoError;
+  return signal_status == TNK_SIGNAL_NO_MEMORY ? DftiMemoryError : DftiInternalError;
+}
 
 } // namespace tnk::dft
