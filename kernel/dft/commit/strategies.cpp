@@ -6,12 +6,12 @@ namespace {
 
 // The last of every list: the general way, by a chain of nodes that the threading layer builds.
 template <DftiCoreCommit *commit_node> tnk_int commit_legacy(const DftiStrategy *, DftiNode *node) {
+  node->uncommit(node);
+  forget_route(node);
   // What it cannot compute comes here when a strategy that can had no memory for it.
   if (node->committed_transforms.rank > 1) return declined;
   const bool ordered_line = node->committed_rank == 1 && node->axis.ordering == DftiOrdered;
   if (is_split(node) && !ordered_line && !is_inner(node)) return declined;
-  node->uncommit(node);
-  forget_route(node);
   return commit_node(node);
 }
 
