@@ -28,7 +28,7 @@ tnk_int make_record(const Records &kind, tnk_signal_dft *DftiRecords::*record, D
   int32_t signal_status = kind.make(&(node->records.*record), static_cast<int32_t>(length), unscaled, 0);
   int32_t size = 0;
   if (signal_status == 0) signal_status = kind.work_size(node->records.*record, &size);
-  if (signal_status != 0) return give_up(node, root, tnk_dft_transfer_vpk_tnk_error(signal_status));
+  if (signal_status != 0) return give_up(node, root, status_of(signal_status));
   node->buffer_size = std::max(node->buffer_size, int64_t{size});
   return DftiNoError;
 }

@@ -23,7 +23,5 @@ int32_t tnk_dft_vpk_can_scale(const DftiNode *node, int32_t *flag) {
 }
 
 tnk_int tnk_dft_transfer_vpk_tnk_error(int32_t signal_status) {
-  constexpr int32_t signal_no_memory = -9;
-  if (signal_status == 0) return DftiNoError;
-  return signal_status == signal_no_memory ? DftiMemoryError : DftiInternalError;
+  return tnk::dft::status_of(signal_status);
 }

@@ -22,8 +22,8 @@ template <class T, bool is_inverse> tnk_int compute(DftiNode *node, const void *
   constexpr auto transform = is_inverse ? p::inverse : p::forward;
   uint8_t work[most_work + 8];
   const auto *const small = static_cast<const Small *>(node->strategy_data);
-  return tnk_dft_transfer_vpk_tnk_error(transform(static_cast<const complex *>(source),
-                                                  static_cast<complex *>(destination), small->record, work));
+  return status_of(transform(static_cast<const complex *>(source), static_cast<complex *>(destination),
+                             small->record, work));
 }
 template <class T, bool is_inverse> tnk_int compute_i(DftiNode *node, void *data, void *, void *, void *) {
   return compute<T, is_inverse>(node, data, data);
@@ -64,7 +64,7 @@ template <class T> tnk_int make(tnk_int length, int32_t flag, Small **made) {
     return DftiNoError;
   }
   release<T>(small);
-  return signal_status != 0 ? tnk_dft_transfer_vpk_tnk_error(signal_status) : declined_small;
+  return signal_status != 0 ? status_of(signal_status) : declined_small;
 }
 
 template <class T> tnk_int commit(const DftiStrategy *strategy, DftiNode *node) {

@@ -237,7 +237,7 @@ tnk_int compute_row(const Rows &rows, parts<T> source, parts<T> destination, T s
     copy_row(dense.re, 1, destination.re, out, rows.length);
     copy_row(dense.im, 1, destination.im, out, rows.length);
   }
-  return tnk_dft_transfer_vpk_tnk_error(signal_status);
+  return status_of(signal_status);
 }
 
 template <class T, bool is_inverse>
@@ -277,7 +277,7 @@ template <class T> tnk_int make_rows(const DftiNode *node, Rows *made) {
   made->backward_scale = scales ? 1 : node->backward_scale;
   int32_t signal_status = kind.make(&made->record, static_cast<int32_t>(made->length), made->flag, 0);
   if (signal_status == 0) signal_status = kind.work_size(made->record, &made->work_size);
-  return tnk_dft_transfer_vpk_tnk_error(signal_status);
+  return status_of(signal_status);
 }
 
 template <class T> tnk_int commit_rows(const DftiStrategy *strategy, DftiNode *node) {
