@@ -1,0 +1,463 @@
+// Which method a commit takes, what it leaves in the node, what becomes of it when memory is short, and transforms of data
+// in two arrays.
+#include <cmath>
+#include <complex>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <tnk/dft_commit.h>
+#include <tnk/dft_compute.h>
+#include <tnk/services.h>
+#include <vector>
+
+#include "reference/fourier.h"
+#include "support/allocations.h"
+#include "support/random.h"
+
+namespace {
+int32_t cache_known = 1, cache_bytes = 1 << 20;
+}
+
+// In place of the host's, so that thread counts do not depend on the processor.
+void tnk_serv_cache_info(int32_t *info) {
+  info[0] = cache_known, info[1] = cache_bytes;
+}
+
+namespace {
+
+using tnk::test::allocations;
+using Ints = std::vector<tnk_int>;
+
+// A configuration, dimension 0 first.
+struct Configuration {
+  int32_t precision, domain;
+  Ints lengths;
+  std::vector<std::pair<DftiParam, tnk_int>> values = {};
+  Ints input = {}, output = {}; // strides, behind an offset
+  double forward = 1, backward = 1;
+  bool inner = false;
+};
+
+class Plan {
+public:
+  explicit Plan(const Configuration &setup) {
+    const Ints c_order(setup.lengths.rbegin(), setup.lengths.rend());
+    const auto rank = static_cast<tnk_int>(c_order.size());
+    const auto precision = static_cast<DftiConfigValue>(setup.precision);
+    const auto domain = static_cast<DftiConfigValue>(setup.domain);
+    EXPECT_EQ(rank == 1 ? DftiCreateDescriptor(&handle, precision, domain, rank, c_order[0])
+                        : DftiCreateDescriptor(&handle, precision, domain, rank, c_order.data()),
+              DftiNoError);
+    for (const auto &[parameter, value] : setup.values) set(parameter, value);
+    if (!setup.input.empty()) handle->methods->setInputStrides(handle, setup.input.data());
+    if (!setup.output.empty()) handle->methods->setOutputStrides(handle, setup.output.data());
+    DftiSetValue(handle, DftiParamForwardScale, setup.forward);
+    DftiSetValue(handle, DftiParamBackwardScale, setup.backward);
+    if (setup.inner) handle->flags |= TNK_DFT_INNER;
+  }
+  Plan(const Plan &) = delete;
+  Plan &operator=(const Plan &) = delete;
+  ~Plan() { DftiFreeDescriptor(&handle); }
+
+  tnk_int set(DftiParam parameter, tnk_int value) const { return DftiSetValue(handle, parameter, value); }
+  tnk_int commit() const { return DftiCommitDescriptor(handle); }
+  bool is_committed() const {
+    return handle->commit_status == DftiCommitted && handle->compute_forward && handle->compute_backward;
+  }
+  operator DftiHandle() const { return handle; }
+  DftiNode *operator->() const { return handle; }
+
+  DftiHandle handle = nullptr;
+};
+
+constexpr std::pair<DftiParam, tnk_int> out_of_place{DftiParamPlacement, DftiNotInPlace},
+    split{DftiParamComplexStorage, DftiRealReal}, scrambled{DftiParamOrdering, DftiBackwardScrambled},
+    complex_rows{DftiParamConjugateEvenStorage, DftiComplexComplex},
+    packed_cce{DftiParamPackedFormat, DftiFormatCce};
+constexpr std::pair<DftiParam, tnk_int> batch(tnk_int n) {
+  return {DftiParamNumberOfTransforms, n};
+}
+constexpr std::pair<DftiParam, tnk_int> users(tnk_int n) {
+  return {DftiParamNumberOfUserThreads, n};
+}
+
+// ---- Which strategy takes what -----------------------------------------------------------------------------------------
+
+TEST(DftCommit, EachConfigurationHasItsStrategy) {
+  for (const int32_t precision : {DftiSingle, DftiDouble}) {
+    const bool single = precision == DftiSingle;
+    const DftiStrategy *const small = single ? &tnk_dft_bkd1_c : &tnk_dft_bkd1_z;
+    const DftiStrategy *const rows = single ? &tnk_dft_bkd_ss2s_1_1 : &tnk_dft_bkd_ds2s_1_1;
+    const DftiStrategy *const dimensions = &tnk_dft_bkd_as2s_n_m;
+    const DftiStrategy *const legacy = nullptr;
+    const tnk_int too_long = (tnk_int{1} << (single ? 26 : 25)) + 1;
+    const int32_t c = DftiComplex, r = DftiReal;
+    struct Choice {
+      Configuration setup;
+      const DftiStrategy *strategy;
+      int32_t arrays; // 0: no strategy takes it
+    };
+    const Choice choices[] = {
+        {{precision, c, {1}}, small, 1},
+        {{precision, c, {64}}, small, 1},
+        {{precision, c, {64}, {out_of_place}}, small, 2},
+        {{precision, c, {64}, {users(2)}}, small, 1},
+        {{precision, c, {64}, {scrambled}}, small, 1},
+        {{precision, c, {64}, {}, {0, 1}, {0, 2}}, small, 1},
+        {{precision, c, {64}, {out_of_place}, {0, 1}, {0, 2}}, legacy, 2},
+        {{precision, c, {64}, {}, {0, 2}}, legacy, 1},
+        {{precision, c, {64}, {}, {1, 1}}, legacy, 1},
+        {{precision, c, {64}, {batch(2)}}, legacy, 1},
+        {{precision, c, {64}, {batch(0)}}, legacy, 1},
+        {{precision, c, {64}, {}, {}, {}, 1, 1, true}, legacy, 1},
+        {{precision, c, {3}, {}, {}, {}, 1. / 3}, small, 1},
+        {{precision, c, {3}, {}, {}, {}, 1, 1. / 3}, small, 1},
+        {{precision, c, {3}, {}, {}, {}, 1 / std::sqrt(3.), 1 / std::sqrt(3.)}, small, 1},
+        {{precision, c, {3}, {}, {}, {}, 1. / 3, 1. / 3}, legacy, 1},
+        {{precision, c, {64}, {}, {}, {}, 0.7}, legacy, 1},
+        {{precision, c, {4097}}, legacy, 1},
+        {{precision, c, {997}}, legacy, 1}, // a convolution: much work, none on the stack
+        {{precision, c, {6000}, {scrambled}}, legacy, 1},
+        {{precision, c, {too_long}, {}, {0, 2}}, legacy, 0},
+        {{precision, c, {8, 6}}, legacy, 1},
+        {{precision, c, {64, 1}}, legacy, 1},
+        {{precision, c, {too_long, 2}}, legacy, 0},
+        {{precision, c, {2, 3, 2, 3, 2, 3, 2}, {out_of_place}}, legacy, 2},
+        {{precision, c, {64}, {split}}, rows, 2},
+        {{precision, c, {64}, {split, batch(5), out_of_place}}, rows, 4},
+        {{precision, c, {6000}, {split, scrambled}, {3, 2}, {}, 0.7}, rows, 2},
+        {{precision, c, {64}, {split}, {}, {}, 1, 1, true}, legacy, 2},
+        {{precision, c, {too_long}, {split}}, legacy, 0},
+        {{precision, c, {8, 6}, {split}}, dimensions, 2},
+        {{precision, c, {8, 6, 4}, {split, out_of_place, batch(3)}}, dimensions, 4},
+        {{precision, c, {8, 1}, {split}}, rows, 2},
+        {{precision, r, {64}}, legacy, 1},
+        {{precision, r, {64}, {split, out_of_place}}, legacy, 2},
+        {{precision, r, {64}, {packed_cce}}, legacy, 0},
+        {{precision, r, {64}, {complex_rows}}, legacy, 1},
+        {{precision, r, {8, 6}, {packed_cce}}, legacy, 0},
+        {{precision, r, {too_long}}, legacy, 0},
+        {{precision, r, {8, 6}}, legacy, 1},
+        {{precision, r, {8, 6, 4}}, legacy, 0},
+        {{precision, r, {8, 6, 4}, {complex_rows}}, legacy, 1},
+        {{precision, r, {4, 3, 2, 3}}, legacy, 0},
+        {{precision, r, {4, 3, 2, 3}, {complex_rows, out_of_place}}, legacy, 2},
+    };
+    for (const Choice &choice : choices) {
+      SCOPED_TRACE("row " + std::to_string(&choice - choices) + (single ? " single" : " double"));
+      Plan plan(choice.setup);
+      const int before = allocations.live;
+      const bool taken = choice.arrays > 0;
+      ASSERT_EQ(plan.commit(), taken ? DftiNoError : DftiDeclined);
+      EXPECT_EQ(plan->strategy, choice.strategy);
+      EXPECT_EQ(plan.is_committed(), taken);
+      EXPECT_EQ(taken ? plan->nioargs : 0, choice.arrays);
+      EXPECT_TRUE(taken || allocations.live == before);
+    }
+  }
+}
+
+// The statuses of a core commit do not come through to a caller of commit; here they are.
+TEST(DftCommit, CoreCommitsSayWhyTheyFail) {
+  struct Refusal {
+    Configuration setup;
+    DftiCoreCommit *commit;
+    tnk_int status;
+  };
+  const tnk_int too_long = (tnk_int{1} << 25) + 1;
+  const Refusal refusals[] = {
+      {{DftiDouble, DftiComplex, {too_long}, {}, {0, 2}}, tnk_dft_commit_node_d_c2c_1d_omp, 9},
+      {{DftiDouble, DftiComplex, {too_long}, {scrambled}}, tnk_dft_commit_node_d_c2c_1d_omp, 9},
+      {{DftiDouble, DftiComplex, {tnk_int{1} << 27, 2}}, tnk_dft_commit_node_d_c2c_md_omp, 9},
+      {{DftiSingle, DftiComplex, {2, 2 * too_long}}, tnk_dft_commit_node_s_c2c_md_omp, 9},
+      {{DftiSingle, DftiComplex, {2, -5, 3}}, tnk_dft_commit_node_s_c2c_md_omp, 7},
+      {{DftiDouble, DftiReal, {too_long}}, tnk_dft_commit_node_d_r2c_1d_omp, 9},
+      {{DftiDouble, DftiReal, {8}, {packed_cce}}, tnk_dft_commit_node_d_r2c_1d_omp, 6},
+      {{DftiSingle, DftiReal, {8, 6, 4}}, tnk_dft_commit_node_s_r2c_md_omp, 6},
+      {{DftiSingle, DftiComplex, {8}, {users(0x8000000)}}, tnk_dft_commit_node_s_c2c_1d_omp, 1},
+  };
+  for (const Refusal &refusal : refusals) {
+    SCOPED_TRACE("row " + std::to_string(&refusal - refusals));
+    Plan plan(refusal.setup);
+    plan->strategy_list = nullptr; // normalised, not committed
+    ASSERT_EQ(plan.commit(), DftiDeclined);
+    const int before = allocations.live;
+    EXPECT_EQ(refusal.commit(plan), refusal.status);
+    EXPECT_EQ(allocations.live, before);
+    EXPECT_FALSE(plan.is_committed());
+  }
+}
+
+// ---- What one commit leaves to the next -----------------------------------------------------------------------------------
+
+TEST(DftCommit, FlagsAreThoseOfTheLastCommit) {
+  constexpr uint32_t contiguous = TNK_DFT_CONTIGUOUS, plane = TNK_DFT_PLANE, one_shot = TNK_DFT_ONE_SHOT;
+  const Plan line({DftiDouble, DftiComplex, {5000}}), square({DftiSingle, DftiReal, {8, 6}});
+  const struct {
+    const Plan &plan;
+    std::pair<DftiParam, tnk_int> change;
+    uint32_t flags;
+    bool slots;
+  } steps[] = {
+      {line, batch(1), contiguous | one_shot, false},
+      {line, users(2), contiguous, true}, // or both would have the whole workspace
+      {line, batch(3), 0, true},
+      {line, users(1), 0, false},
+      {line, batch(1), contiguous | one_shot, false},
+      {square, batch(1), plane, false},
+      {square, users(3), 0, true},
+      {square, batch(2), 0, true},
+      {square, users(1), 0, false},
+      {square, batch(1), plane, false},
+  };
+  for (const auto &step : steps) {
+    SCOPED_TRACE("step " + std::to_string(&step - steps));
+    step.plan.set(step.change.first, step.change.second);
+    ASSERT_EQ(step.plan.commit(), DftiNoError);
+    EXPECT_TRUE(step.plan->threads == 1 || step.plan->user_threads == 1);
+    EXPECT_EQ(step.plan->flags, step.flags);
+    EXPECT_EQ(step.plan->thread_slots != nullptr, step.slots);
+  }
+}
+
+// Each way of committing, by one that stands for it.
+const Configuration ways[] = {
+    {DftiDouble, DftiComplex, {64}},
+    {DftiSingle, DftiComplex, {5000}},
+    {DftiDouble, DftiComplex, {6, 5, 4}, {out_of_place, users(3)}},
+    {DftiSingle, DftiComplex, {6000}, {scrambled}},
+    {DftiDouble, DftiComplex, {12}, {split, batch(2)}, {0, 3}},
+    {DftiSingle, DftiComplex, {4, 3, 2}, {split, batch(2), {DftiParamInputDistance, 24}}},
+    {DftiSingle, DftiReal, {12}},
+    {DftiDouble, DftiReal, {6, 5}},
+    {DftiSingle, DftiReal, {6, 5, 4, 3}, {complex_rows}},
+};
+
+TEST(DftCommit, ARepeatedCommitLosesNothing) {
+  for (const Configuration &way : ways) {
+    SCOPED_TRACE("way " + std::to_string(&way - ways));
+    const int nothing = allocations.live;
+    {
+      Plan plan(way);
+      ASSERT_EQ(plan.commit(), DftiNoError);
+      const int committed = allocations.live;
+      const DftiStrategy *const strategy = plan->strategy;
+      const int made = allocations.made;
+      ASSERT_EQ(plan.commit(), DftiNoError);
+      EXPECT_TRUE(strategy != &tnk_dft_bkd1_z || allocations.made == made); // what it has is kept
+      EXPECT_EQ(plan.set(DftiParamPlacement, 77), DftiInconsistentConfiguration);
+      EXPECT_FALSE(plan.is_committed());
+      EXPECT_EQ(allocations.live, committed);
+      ASSERT_EQ(plan.commit(), DftiNoError);
+      EXPECT_EQ(allocations.live, committed);
+      EXPECT_EQ(plan->strategy, strategy);
+      // From one way to another and back.
+      DftiSetValue(plan, DftiParamForwardScale, 0.7);
+      plan.set(DftiParamOrdering, DftiOrdered);
+      EXPECT_EQ(plan.commit(), DftiNoError);
+      plan->uncommit(plan);
+      plan->uncommit(plan);
+    }
+    EXPECT_EQ(allocations.live, nothing);
+  }
+}
+
+// ---- Little memory -----------------------------------------------------------------------------------------------------
+
+// Forward and back, on numbers that any layout may have.
+bool computes(const Plan &plan) {
+  std::vector<double> arrays[4];
+  for (std::vector<double> &array : arrays) array.assign(20000, 0.0);
+  return DftiComputeForward(plan, arrays[0].data(), arrays[1].data(), arrays[2].data(), arrays[3].data()) ==
+             0 &&
+         DftiComputeBackward(plan, arrays[0].data(), arrays[1].data(), arrays[2].data(), arrays[3].data()) ==
+             0;
+}
+
+TEST(DftCommit, EveryAllocationMayFail) {
+  for (const Configuration &way : ways)
+    for (const bool again : {false, true}) {
+      SCOPED_TRACE("way " + std::to_string(&way - ways) + (again ? " again" : ""));
+      Plan plan(way);
+      const int before = allocations.live;
+      for (int n = 1, refused = n; refused; ++n) {
+        ASSERT_TRUE(!again || plan.commit() == DftiNoError);
+        plan.set(DftiParamPlacement, 77); // refused, and so to be committed anew
+        allocations.refuse = n;
+        const tnk_int status = plan.commit();
+        refused = allocations.refuse == 0;
+        allocations.refuse = 0;
+        // A later strategy may have been content with less.
+        ASSERT_TRUE(status == DftiNoError || (refused && status == DftiDeclined)) << status;
+        EXPECT_EQ(plan.is_committed(), status == DftiNoError);
+        EXPECT_TRUE(status == DftiNoError ? computes(plan) : allocations.live == before) << n;
+        plan->uncommit(plan);
+        EXPECT_EQ(allocations.live, before) << n;
+      }
+      ASSERT_EQ(plan.commit(), DftiNoError);
+    }
+}
+
+// ---- Threads -----------------------------------------------------------------------------------------------------------
+
+int32_t hardware;
+
+TEST(DftCommit, SuggestedThreads) {
+  DftiApi api = {nullptr, nullptr, [] { return hardware; }, nullptr, nullptr};
+  const int32_t in = DftiInPlace, out = DftiNotInPlace;
+  // The largest numbers are sqrt(D ln D / 313600) + 0.5, D bytes, times the dimensions where there are several.
+  const struct {
+    DftiModeDefinition *define;
+    int32_t rank;
+    tnk_int total, count;
+    int32_t placement, hardware, cache, threads;
+  } rows[] = {
+      {tnk_dft_threaded_mode_definition_d_c2c_1d, 1, 1 << 20, 1, in, 0, 1 << 20, 1},
+      {tnk_dft_threaded_mode_definition_d_c2c_1d, 1, 1000, 100, in, 0, 1 << 20, 9},
+      {tnk_dft_threaded_mode_definition_d_r2c_1d, 1, 1000, 100, out, 0, 1 << 20, 12},
+      {tnk_dft_threaded_mode_definition_s_c2c_1d, 1, 1000, 100, in, 0, 1 << 19, 6},
+      {tnk_dft_threaded_mode_definition_s_r2c_1d, 1, 1000, 100, in, 0, 1 << 20, 1}, // in the cache
+      {tnk_dft_threaded_mode_definition_s_c2c_1d, 1, 8, 100, in, 0, 0, 1},          // 8192 bytes of cache
+      {tnk_dft_threaded_mode_definition_s_c2c_1d, 1, 10, 103, in, 0, 0, 64},       // root below 1: no opinion
+      {tnk_dft_threaded_mode_definition_d_c2c_1d, 1, 1000, 0, in, 0, 1 << 20, 64}, // nothing to do
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 1024, 1, in, 8, 0, 1},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 2048, 1, in, 8, 0, 8},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 340, 1, in, 8, 0, 1},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 343, 1, in, 8, 0, 8},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 8192, 1, in, 8, 0, 8},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 8193, 1, in, 8, 0, 4},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 32000, 1, in, 2, 0, 2},
+      {tnk_dft_threaded_mode_definition_s_c2c_md, 3, 32001, 1, in, 2, 0, 9},
+      {tnk_dft_threaded_mode_definition_s_r2c_md, 3, 32001, 1, in, 1, 0, 9},
+      {tnk_dft_threaded_mode_definition_d_r2c_md, 3, 342, 1, in, 8, 0, 1},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 1000, 4, in, 8, 1 << 20, 1},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 2, 1000, 4, in, 8, 1 << 15, 8},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 1, 1000, 4, in, 8, 1 << 15, 2},
+      {tnk_dft_threaded_mode_definition_d_c2c_md, 1, 1000000, 1, in, 8, 1 << 15, 1},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE("row " + std::to_string(&row - rows));
+    hardware = row.hardware, cache_bytes = row.cache, cache_known = row.cache > 0;
+    DftiNode node = {};
+    node.api_entries = &api;
+    node.user_threads = 1, node.threads = 64;
+    node.committed_rank = row.rank, node.total_length = row.total, node.number_of_transforms = row.count;
+    node.placement = row.placement;
+    node.axis.input_stride = node.axis.output_stride = 1;
+    EXPECT_EQ(row.define(&node, 1), DftiNoError);
+    EXPECT_EQ(node.threads, row.threads);
+    node.threads = 64; // as asked, but for what cannot use them
+    EXPECT_EQ(row.define(&node, 0), DftiNoError);
+    EXPECT_EQ(node.threads, row.rank == 1 && row.count == 1 ? 1 : 64);
+  }
+}
+
+// ---- Data in two arrays ----------------------------------------------------------------------------------------------------
+
+// A transform of a few numbers in any layout by its definition. Strides are those of one of the two arrays.
+template <class T>
+void compare_split(const Configuration &setup, tnk_int count, tnk_int in_distance, tnk_int out_distance) {
+  using tnk::reference::Wide;
+  const Plan plan(setup);
+  ASSERT_EQ(plan.set(DftiParamNumberOfTransforms, count), DftiNoError);
+  plan.set(DftiParamInputDistance, in_distance), plan.set(DftiParamOutputDistance, out_distance);
+  ASSERT_EQ(plan.commit(), DftiNoError);
+  const bool in_place = plan->placement == DftiInPlace;
+  constexpr std::size_t room = 4000;
+  constexpr T untouched = 77;
+  const auto rank = setup.lengths.size();
+  const auto at = [&](const Ints &strides, tnk_int number, const Ints &index, tnk_int distance) {
+    tnk_int place = strides[0] + number * distance;
+    for (std::size_t d = 0; d < rank; ++d) place += index[d] * strides[d + 1];
+    return static_cast<std::size_t>(place);
+  };
+  const auto next = [&](Ints &index) {
+    for (std::size_t d = 0; d < rank; ++d) {
+      if (++index[d] < setup.lengths[d]) return true;
+      index[d] = 0;
+    }
+    return false;
+  };
+  const Ints &output = in_place ? setup.input : setup.output;
+  if (in_place) out_distance = in_distance;
+
+  for (const int sign : {-1, 1}) {
+    std::vector<T> re(room, untouched), im(room, untouched);
+    tnk::test::Random random(static_cast<unsigned>(count));
+    for (std::size_t i = 0; i < room; ++i)
+      re[i] = random.template number<T>(), im[i] = random.template number<T>();
+    std::vector<T> source[2] = {re, im},
+                   target[2] = {std::vector<T>(room, untouched), std::vector<T>(room, untouched)};
+    std::vector<T> *const result = in_place ? source : target;
+    const std::vector<T> before[2] = {result[0], result[1]};
+    EXPECT_EQ(sign < 0 ? DftiComputeForward(plan, source[0].data(), source[1].data(), target[0].data(),
+                                            target[1].data())
+                       : DftiComputeBackward(plan, source[0].data(), source[1].data(), target[0].data(),
+                                             target[1].data()),
+              DftiNoError);
+    std::vector<bool> written(room, false);
+    const long double scale = sign < 0 ? setup.forward : setup.backward;
+    for (tnk_int number = 0; number < count; ++number) {
+      Ints k(rank, 0);
+      do {
+        Wide sum = 0;
+        long double size = 0;
+        Ints j(rank, 0);
+        do {
+          Wide factor = 1;
+          for (std::size_t d = 0; d < rank; ++d) {
+            const auto n = static_cast<std::size_t>(setup.lengths[d]);
+            factor *= tnk::reference::root(static_cast<std::size_t>(j[d] * k[d]) % n, n, sign);
+          }
+          const std::size_t from = at(setup.input, number, j, in_distance);
+          const Wide x = {static_cast<long double>(re[from]), static_cast<long double>(im[from])};
+          sum += x * factor, size += std::abs(x);
+        } while (next(j));
+        const std::size_t to = at(output, number, k, out_distance);
+        written[to] = true;
+        const Wide got = {static_cast<long double>(result[0][to]), static_cast<long double>(result[1][to])};
+        const long double bound = 4 * std::numeric_limits<T>::epsilon() * scale * size;
+        ASSERT_TRUE(std::abs(got - scale * sum) <= bound)
+            << "number " << number << " sign " << sign << " got " << got;
+      } while (next(k));
+    }
+    for (std::size_t i = 0; i < room; ++i)
+      ASSERT_TRUE(written[i] || (result[0][i] == before[0][i] && result[1][i] == before[1][i])) << i;
+  }
+}
+
+TEST(DftCommit, DataInTwoArrays) {
+  struct Layout {
+    Ints lengths, input, output;
+    tnk_int count, in_distance, out_distance;
+  };
+  const Layout layouts[] = {
+      {{7}, {0, 1}, {0, 1}, 1, 0, 0},
+      {{16}, {3, 1}, {5, 1}, 3, 17, 20},
+      {{12}, {40, -3}, {2, 5}, 4, 50, 60}, // against the order
+      {{12}, {0, 5}, {1, 4}, 4, 1, 1},     // the batch varies fastest
+      {{5, 6}, {0, 1, 5}, {0, 6, 1}, 1, 0, 0},
+      {{5, 6}, {2, 20, 3}, {1, 1, 7}, 3, 120, 42},
+      {{4, 3, 5}, {1, 15, 1, 3}, {0, 1, 4, 12}, 2, 70, 60},
+      {{4, 1, 5}, {0, 2, 2, 8}, {0, 10, 1, 1}, 2, 1, 40},
+  };
+  for (const Layout &layout : layouts)
+    for (const bool in_place : {true, false}) {
+      double product = 1;
+      for (const tnk_int length : layout.lengths) product *= static_cast<double>(length);
+      const std::pair<double, double> scales[] = {{1, 1}, {1, 1 / product}, {0.7, 1.5}};
+      for (const auto &[forward, backward] : scales) {
+        SCOPED_TRACE("layout " + std::to_string(&layout - layouts) +
+                     (in_place ? " in place" : " out of place"));
+        Configuration setup = {DftiSingle,   DftiComplex,   layout.lengths, {split},
+                               layout.input, layout.output, forward,        backward};
+        if (!in_place) setup.values.push_back(out_of_place);
+        compare_split<float>(setup, layout.count, layout.in_distance, layout.out_distance);
+        setup.precision = DftiDouble;
+        compare_split<double>(setup, layout.count, layout.in_distance, layout.out_distance);
+      }
+    }
+}
+
+} // namespace
