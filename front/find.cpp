@@ -31,12 +31,23 @@ constexpr struct {
   const char *prefix;
   std::int64_t status;
 } failing[] = {
-    {"tnk_blas_i", 0},                                // positions count from 1
-    {"tnk_blas_", 1},       {"e9_vpksMalloc_", 0},    // addresses
-    {"e9_vpks_initTab", 0}, {"e9_vpks_createTab", 0}, // addresses
-    {"e9_vpks", -9},                                  // no memory
-    {"tnk_conv_", -2000},                             // no such kernel
-    {"vpkGetMax", 36},                                // no processor that is known
+    {"tnk_blas_i", 0}, // positions count from 1
+    {"tnk_blas_", 1},
+    {"e9_vpksMalloc_", 0}, // addresses
+    {"e9_vpks_initTab", 0},
+    {"e9_vpks_createTab", 0},
+    {"e9_vpks", -9},      // no memory
+    {"tnk_conv_", -2000}, // no such kernel
+    {"vpkGetMax", 36},    // no processor that is known
+    {"DftiError", 0},     // texts, and not of that class
+    {"tnk_dft_dftierror", 0},
+    {"tnk_dft_dfti_error", 0},
+    {"tnk_dft_Iotensor_is", 0}, // no
+    {"tnk_dft_vpk_can", 0},
+    {"tnk_dft_determine", 0}, // no arrays
+    {"tnk_dft_grasp", -1},    // no slot
+    {"Dfti", 7},              // DftiInternalError
+    {"tnk_dft_", 7},
 };
 
 std::int64_t failing_status(const char *name) {

@@ -44,6 +44,18 @@ constexpr Message catalog[] = {
      "kernel library {s} is for processor class {d} ({s}), this processor is of class {d} ({s})"},
     {message_no_avx, "this processor has no AVX, and there is no kernel library for it"},
     {message_avx_not_saved, "this processor has AVX, but the operating system does not save its registers"},
+    // Statuses of Fourier transforms, from 0, and any other.
+    {761, "no error"},
+    {762, "no memory"},
+    {763, "bad arguments of a creation, or a transform before the commit"},
+    {764, "a parameter, value or number of arrays that is not valid for this descriptor"},
+    {765, "a failure in the threading layer"},
+    {766, "no descriptor"},
+    {767, "a parameter or value that is reserved and not implemented"},
+    {768, "internal error, or no kernel library"},
+    {769, "more threads in one descriptor than its number of user threads"},
+    {770, "a length beyond what can be transformed"},
+    {771, "an unknown status, or 100: no method takes the configuration, or there is no memory for it"},
 };
 
 constexpr bool is_placeholder(std::string_view text, std::size_t at) {

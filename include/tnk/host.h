@@ -69,8 +69,8 @@ void *tnk_kernel_require(const char *name);
 
 /* The front library, libtnk.so, has each function of the kernel library as a symbol. Where there is none, each call is
    reported in its name and does nothing; it returns NaN as a real or complex number, a null address, and as an integer a
-   number that says so: 1 from functions of tnk_blas_, but 0 from those that return a position (i?amax and kin), and 0 from
-   dll_cpu_version. */
+   number that says so: 1 from functions of tnk_blas_, but 0 from those that return a position (i?amax and kin), 0 from
+   dll_cpu_version, and DftiInternalError from those of tnk/dfti.h that return a status. */
 
 /* ---- Threads ------------------------------------------------------------------------------------------------ */
 

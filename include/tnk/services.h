@@ -73,7 +73,9 @@ void tnk_serv_getversionstring_c(char *buffer, int32_t length);
      13   s library                                                   the file is no kernel library
      14   s library  d its class  s name of that  d class  s name     a kernel library for another processor class
      15   none                                                        no AVX
-     16   none                                                        AVX that the system does not save */
+     16   none                                                        AVX that the system does not save
+    761   none, up to 770                                             statuses 0 to 9 of transforms (tnk/dfti.h)
+    771   none                                                        any other of their statuses */
 const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...);
 
 /* Writes that text and a newline to standard output. channel is always 1. */

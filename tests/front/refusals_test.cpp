@@ -8,6 +8,7 @@
 #include <string>
 #include <tnk/blas_level1.h>
 #include <tnk/blas_level3.h>
+#include <tnk/dfti.h>
 #include <tnk/host.h>
 #include <tnk/kernel.h>
 #include <vector>
@@ -38,6 +39,12 @@ void expect_refusals(tnk_status status) {
     EXPECT_TRUE(tnk_blas_idamax(&n, &x, &n) == 0 && reported("tnk_blas_idamax"));
     EXPECT_TRUE(tnk_blas_dgemm_get_kernel(0, nullptr) == 1 && reported("tnk_blas_dgemm_get_kernel"));
     EXPECT_TRUE(dll_cpu_version() == TNK_CLASS_NONE && reported("dll_cpu_version"));
+    DftiHandle handle = nullptr;
+    EXPECT_TRUE(DftiCreateDescriptor_d_1d(&handle, DftiComplex, 8) == DftiInternalError && !handle &&
+                reported("DftiCreateDescriptor_d_1d"));
+    EXPECT_TRUE(tnk_dft_dfti_commit_descriptor_external(&handle) == DftiInternalError &&
+                reported("tnk_dft_dfti_commit_descriptor_external"));
+    EXPECT_TRUE(!DftiErrorMessage(DftiInternalError) && reported("DftiErrorMessage"));
     tnk_blas_dscal(&n, &x, &x, &n);
     EXPECT_TRUE(x == 3 && reported("tnk_blas_dscal"));
   }

@@ -1,0 +1,58 @@
+// Descriptors in tests.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <tnk/dft_node.h>
+#include <vector>
+
+namespace tnk::test {
+
+using Ints = std::vector<tnk_int>;
+
+// A descriptor that is freed with its owner; no block may be left.
+class Plan {
+public:
+  Plan(int32_t precision, int32_t domain, Ints lengths) {
+    const auto dimension = static_cast<tnk_int>(lengths.size());
+    const tnk_int status = dimension == 1
+                               ? DftiCreateDescriptor(&handle, precision, domain, dimension, lengths[0])
+                               : DftiCreateDescriptor(&handle, precision, domain, dimension, lengths.data());
+    EXPECT_EQ(status, DftiNoError);
+  }
+  Plan(const Plan &) = delete;
+  Plan &operator=(const Plan &) = delete;
+  ~Plan() {
+    EXPECT_EQ(DftiFreeDescriptor(&handle), DftiNoError);
+    EXPECT_EQ(handle, nullptr);
+  }
+  operator DftiHandle() const { return handle; }
+  DftiNode *operator->() const { return handle; }
+  DftiHandle handle = nullptr;
+};
+
+// What a compute entry of a test was called with.
+struct Call {
+  DftiNode *node;
+  void *arrays[4];
+};
+inline Call seen;
+inline tnk_int record(DftiNode *node, void *a, void *b, void *c, void *d) {
+  seen = {node, {a, b, c, d}};
+  return 42;
+}
+
+inline void pretend_committed(DftiNode *node) {
+  node->commit_status = DftiCommitted;
+  node->compute_forward = node->compute_backward = record;
+  node->flags |= TNK_DFT_CONTIGUOUS;
+}
+inline bool looks_committed(const DftiNode *node) {
+  return node->commit_status == DftiCommitted && node->compute_forward && node->compute_backward &&
+         (node->flags & TNK_DFT_CONTIGUOUS);
+}
+inline bool looks_uncommitted(const DftiNode *node) {
+  return node->commit_status == DftiUncommitted && !node->compute_forward && !node->compute_backward &&
+         !(node->flags & TNK_DFT_CONTIGUOUS);
+}
+
+} // namespace tnk::test
