@@ -9,6 +9,7 @@ void add_blas_level1(std::vector<Row> &rows);
 void add_sparse_vectors(std::vector<Row> &rows);
 void add_matrix_vector(std::vector<Row> &rows);
 void add_rank_one(std::vector<Row> &rows);
+void add_half_matrices(std::vector<Row> &rows);
 void add_products(std::vector<Row> &rows);
 void add_symmetric(std::vector<Row> &rows);
 void add_triangles(std::vector<Row> &rows);
@@ -20,9 +21,10 @@ void add_transforms_of_any_length(std::vector<Row> &rows);
 
 inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
-  for (const auto &add : {add_blas_level1, add_sparse_vectors, add_matrix_vector, add_rank_one, add_products,
-                          add_symmetric, add_triangles, add_factorizations, add_rotations,
-                          add_sparse_matrices, add_power_of_two_transforms, add_transforms_of_any_length})
+  for (const auto &add :
+       {add_blas_level1, add_sparse_vectors, add_matrix_vector, add_rank_one, add_half_matrices, add_products,
+        add_symmetric, add_triangles, add_factorizations, add_rotations, add_sparse_matrices,
+        add_power_of_two_transforms, add_transforms_of_any_length})
     add(rows);
   return rows;
 }

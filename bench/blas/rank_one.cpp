@@ -1,10 +1,8 @@
-// Rank-one updates and band products beside the BLAS library. Only syr has a public form; of the others the kernels
-// themselves are measured.
+// Rank-one updates and products of general bands beside the BLAS library: the kernels, which have no public forms.
 
 #include "bench/families.h"
 #include "bench/operands.h"
 
-#include <tnk/blas.h>
 #include <tnk/blas_level2.h>
 #include <tnk/host.h>
 
@@ -21,9 +19,6 @@ template <class I, class T>
 using Gbmv = void(const char *, const I *, const I *, const I *, const I *, const T *, const T *, const I *,
                   const T *, const I *, const T *, T *, const I *);
 
-template <class I, class T>
-using Syr = void(const char *, const I *, const T *, const T *, const I *, T *, const I *);
-
 template <class T> constexpr bool is_complex = std::is_class_v<T>;
 template <class T> T scalar(double re) {
   using R = std::conditional_t<std::is_same_v<T, float> || std::is_same_v<T, tnk_complex8>, float, double>;
@@ -38,12 +33,6 @@ template <class I, class T> Call update(Ger<I, T> *routine) {
   return repeated<I>(routine, [](auto *f, auto &n, auto &one, Operands &o) {
     const T alpha = scalar<T>(1.0 / 1024), *const x = o.y<T>();
     f(&n, &n, &alpha, x, &one, x + n, &one, o.x<T>(), &n);
-  });
-}
-template <class I, class T> Call triangle_update(Syr<I, T> *routine) {
-  return repeated<I>(routine, [](auto *f, auto &n, auto &one, Operands &o) {
-    const T alpha = scalar<T>(1.0 / 1024);
-    f("L", &n, &alpha, o.y<T>(), &one, o.x<T>(), &n);
   });
 }
 template <class I, class T> Call product(Gbmv<I, T> *routine, char trans, tnk_int half) {
@@ -72,21 +61,6 @@ template <class T> void add_ger(std::vector<Row> &rows, const std::string &name,
     contest.mix = Mix::update;
     contest.law = Law::close;
     return on_operands(contest, "B", n, update(ours), update(openblas().routine<Ger<int, T>>(name + "_")));
-  };
-  rows.push_back(std::move(row));
-}
-
-template <class T> void add_syr(std::vector<Row> &rows, const std::string &name, Syr<tnk_int, T> *ours) {
-  Row row = update_row("level2/syr", name);
-  row.prepare = [=](tnk_int n) {
-    Contest contest;
-    contest.element = name[0];
-    contest.elements = static_cast<std::size_t>(n * n);
-    contest.bytes = sizeof(T) * static_cast<double>(n * (n + 1));
-    contest.mix = Mix::update;
-    contest.law = Law::close;
-    return on_operands(contest, "B", n, triangle_update(ours),
-                       triangle_update(openblas().routine<Syr<int, T>>(name + "_")));
   };
   rows.push_back(std::move(row));
 }
@@ -122,8 +96,6 @@ void add_rank_one(std::vector<Row> &rows) {
   add_gbmv<double>(rows, "dgbmv", TNK_KERNEL_ENTRY(tnk_blas_dgbmv));
   add_gbmv<tnk_complex8>(rows, "cgbmv", TNK_KERNEL_ENTRY(tnk_blas_cgbmv));
   add_gbmv<tnk_complex16>(rows, "zgbmv", TNK_KERNEL_ENTRY(tnk_blas_zgbmv));
-  add_syr<float>(rows, "ssyr", tnk_blas_ssyr);
-  add_syr<double>(rows, "dsyr", tnk_blas_dsyr);
   ADD(sger, float);
   ADD(dger, double);
   ADD(cgeru, tnk_complex8);
