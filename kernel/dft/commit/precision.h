@@ -19,12 +19,14 @@ struct Records {
 // Where such records do not scale.
 inline constexpr int32_t unscaled = 8;
 
-// Two paths take complex transforms that are too long for signal records, and codelets short ones whose length is no power
-// of two. Null: the library has none, and a transform goes the way that it would take had they declined it.
-struct LargePath {
+// Two paths take complex transforms that are too long for signal records: in four steps, or as a convolution, which names
+// its kernels itself. Codelets take short ones whose length is no power of two. Null: the library has none, and a transform
+// goes the way that it would take had they declined it.
+struct FourStep {
   tnk_int (*init)(int32_t variant, DftiNode *node, DftiNode *root);
   DftiKernelPair pair;
 };
+using Bluestein = tnk_int(DftiNode *node);
 struct Codelets { // from length 2 on
   DftiKernel *const *forward, *const *inverse;
 };
@@ -59,8 +61,8 @@ template <> struct precision<float> {
   static constexpr DftiKernelPair split_wrappers{tnk_dft_xvpks_fwd_32f, tnk_dft_xvpks_inv_32f};
   static constexpr DftiKernelPair real_wrappers{tnk_dft_xvpks_fwd_rtocomplex_32f,
                                                 tnk_dft_xvpks_inv_complextor_32f};
-  static constexpr LargePath four_step{nullptr, {nullptr, nullptr}};
-  static constexpr LargePath chirp{nullptr, {nullptr, nullptr}};
+  static constexpr FourStep four_step{nullptr, {nullptr, nullptr}};
+  static constexpr Bluestein *bluestein = nullptr;
   static constexpr Codelets small{nullptr, nullptr};
 
   using Format = DftiFormatSingle;
@@ -110,8 +112,8 @@ template <> struct precision<double> {
   static constexpr DftiKernelPair split_wrappers{tnk_dft_xvpks_fwd_64f, tnk_dft_xvpks_inv_64f};
   static constexpr DftiKernelPair real_wrappers{tnk_dft_xvpks_fwd_rtocomplex_64f,
                                                 tnk_dft_xvpks_inv_complextor_64f};
-  static constexpr LargePath four_step{nullptr, {nullptr, nullptr}};
-  static constexpr LargePath chirp{nullptr, {nullptr, nullptr}};
+  static constexpr FourStep four_step{nullptr, {nullptr, nullptr}};
+  static constexpr Bluestein *bluestein = nullptr;
   static constexpr Codelets small{nullptr, nullptr};
 
   using Format = DftiFormatDouble;

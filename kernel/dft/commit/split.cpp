@@ -10,6 +10,7 @@
 #include <tnk/services.h>
 
 #include "kernel/dft/commit/strategy.h"
+#include "kernel/dft/compute/lines.h"
 
 namespace tnk::dft {
 namespace {
@@ -18,8 +19,9 @@ bool accepts(const DftiNode *node) {
   return is_split(node) && !is_inner(node);
 }
 
-template <class T> T *advanced(void *part, int64_t numbers) {
-  return part ? static_cast<T *>(part) + numbers : nullptr;
+// Null, which stands for no array, stays null.
+char *advanced(void *part, int64_t bytes) {
+  return part ? static_cast<char *>(part) + bytes : nullptr;
 }
 
 // Bytes of one of the two parts of a number.
@@ -159,14 +161,13 @@ template <Entry entry>
 tnk_int compute_batches(DftiNode *node, void *first, void *second, void *third, void *fourth) {
   const auto *const batches = static_cast<const Batches *>(node->strategy_data);
   DftiNode *const inner = batches->inner;
-  const bool in_place = node->placement == DftiInPlace;
+  if (node->placement == DftiInPlace) third = fourth = nullptr; // whatever the caller has passed
   const int64_t size = part_size(node);
   const int64_t in = batches->last.input_stride * size, out = batches->last.output_stride * size;
   tnk_int status = 0;
   for (int64_t i = 0; status == 0 && i < batches->last.length; ++i)
-    status = (inner->*entry)(inner, advanced<char>(first, i * in), advanced<char>(second, i * in),
-                             in_place ? nullptr : advanced<char>(third, i * out),
-                             in_place ? nullptr : advanced<char>(fourth, i * out));
+    status = (inner->*entry)(inner, advanced(first, i * in), advanced(second, i * in),
+                             advanced(third, i * out), advanced(fourth, i * out));
   return status;
 }
 
@@ -191,7 +192,7 @@ tnk_int detach_batches(const DftiStrategy *strategy, DftiNode *node) {
 
 // ---- Rows ---------------------------------------------------------------------------------------------------------------
 
-struct Rows {
+struct RowPlan {
   tnk_signal_dft *record;
   int64_t length;
   int32_t flag, work_size;
@@ -200,77 +201,114 @@ struct Rows {
   int64_t row_bytes;
 };
 
-template <class T> void release(Rows *rows) {
-  if (!rows) return;
-  if (rows->record) precision<T>::split_records.release(rows->record);
-  tnk_serv_tnk_free(rows);
+template <class T> void release(RowPlan *plan) {
+  if (!plan) return;
+  if (plan->record) precision<T>::split_records.release(plan->record);
+  tnk_serv_tnk_free(plan);
 }
 
-template <class T> struct parts { T *re, *im; };
+// One of the two arrays on one side, from its first row on.
+template <class T> struct Part {
+  T *first;
+  tnk_int stride, distance;
+  T *row(tnk_int i) const { return first + i * distance; }
+};
 
-// A row with stride 1 from one with any, or the other way; an increment below 0 counts from the far end.
-template <class T> void copy_row(const T *source, tnk_int from, T *destination, tnk_int to, tnk_int length) {
-  if (from < 0) source += (length - 1) * from;
-  if (to < 0) destination += (length - 1) * to;
-  precision<T>::copy(&length, source, &from, destination, &to);
+// Between `count` rows, at most eight, and as many of a buffer. Eight rows side by side, as columns are, fill whole lines
+// of the cache. An increment below 0 counts from a vector's far end.
+template <class T>
+void gather_rows(const Part<T> &from, tnk_int first, tnk_int count, tnk_int length, const Rows &buffer) {
+  constexpr tnk_int size = sizeof(T), adjacent = 1;
+  if (count == rows_at_once && from.distance == 1)
+    return gather_eight<T>(reinterpret_cast<const char *>(from.row(first)), from.stride * size, length,
+                           buffer);
+  const tnk_int end = from.stride < 0 ? (length - 1) * from.stride : 0;
+  for (tnk_int l = 0; l < count; ++l)
+    precision<T>::copy(&length, from.row(first + l) + end, &from.stride, at<T>(buffer[l]), &adjacent);
+}
+template <class T>
+void scatter_rows(const Rows &buffer, tnk_int length, const Part<T> &to, tnk_int first, tnk_int count) {
+  constexpr tnk_int size = sizeof(T), adjacent = 1;
+  if (count == rows_at_once && to.distance == 1)
+    return scatter_eight<T>(buffer, reinterpret_cast<char *>(to.row(first)), to.stride * size, length);
+  const tnk_int end = to.stride < 0 ? (length - 1) * to.stride : 0;
+  for (tnk_int l = 0; l < count; ++l)
+    precision<T>::copy(&length, at<T>(buffer[l]), &adjacent, to.row(first + l) + end, &to.stride);
 }
 
 template <class T, bool is_inverse>
-tnk_int compute_row(const Rows &rows, parts<T> source, parts<T> destination, T scale, uint8_t *work) {
+tnk_int compute_row(const RowPlan &plan, const T *re, const T *im, T *to_re, T *to_im, uint8_t *work) {
   constexpr auto transform = is_inverse ? precision<T>::split_inverse : precision<T>::split_forward;
-  // Two rows of temporaries stand behind the work of the primitive.
-  T *const re = reinterpret_cast<T *>(work + (rows.work_size + 63) / 64 * 64);
-  const parts<T> dense = {re, re + rows.row_bytes / static_cast<int64_t>(sizeof(T))};
-  const tnk_int in = rows.row.input_stride, out = rows.row.output_stride;
-  if (in != 1) {
-    copy_row(source.re, in, dense.re, 1, rows.length);
-    copy_row(source.im, in, dense.im, 1, rows.length);
+  constexpr tnk_int adjacent = 1;
+  const T scale = static_cast<T>(is_inverse ? plan.backward_scale : plan.forward_scale);
+  const tnk_int status = status_of(transform(re, im, to_re, to_im, plan.record, work));
+  if (scale != 1)
+    for (T *const part : {to_re, to_im}) precision<T>::scale(&plan.length, &scale, part, &adjacent);
+  return status;
+}
+
+template <class T> using Parts = Part<T>[2]; // real, imaginary
+
+// Rows with stride 1 where they stand, others through the buffers, one for each part.
+template <class T, bool is_inverse>
+tnk_int compute_all(const RowPlan &plan, const Parts<T> &from, const Parts<T> &to, uint8_t *work,
+                    const Rows *const (&buffers)[2]) {
+  const tnk_int count = plan.batch.length, length = plan.length;
+  for (tnk_int first = 0; first < count; first += rows_at_once) {
+    const tnk_int rows = count - first < rows_at_once ? count - first : rows_at_once;
+    if (from[0].stride != 1)
+      for (int part = 0; part < 2; ++part) gather_rows(from[part], first, rows, length, *buffers[part]);
+    for (tnk_int l = 0; l < rows; ++l) {
+      const auto row = [&](const Parts<T> &side, int part) {
+        return side[part].stride == 1 ? side[part].row(first + l) : at<T>((*buffers[part])[l]);
+      };
+      const tnk_int status =
+          compute_row<T, is_inverse>(plan, row(from, 0), row(from, 1), row(to, 0), row(to, 1), work);
+      if (status) return status;
+    }
+    if (to[0].stride != 1)
+      for (int part = 0; part < 2; ++part) scatter_rows(*buffers[part], length, to[part], first, rows);
   }
-  const parts<T> from = in == 1 ? source : dense, to = out == 1 ? destination : dense;
-  const int32_t signal_status = transform(from.re, from.im, to.re, to.im, rows.record, work);
-  if (scale != 1) {
-    constexpr tnk_int adjacent = 1;
-    precision<T>::scale(&rows.length, &scale, to.re, &adjacent);
-    precision<T>::scale(&rows.length, &scale, to.im, &adjacent);
-  }
-  if (out != 1) {
-    copy_row(dense.re, 1, destination.re, out, rows.length);
-    copy_row(dense.im, 1, destination.im, out, rows.length);
-  }
-  return status_of(signal_status);
+  return DftiNoError;
 }
 
 template <class T, bool is_inverse>
 tnk_int compute_rows(DftiNode *node, void *first, void *second, void *third, void *fourth) {
-  const Rows &rows = *static_cast<const Rows *>(node->strategy_data);
+  const RowPlan &plan = *static_cast<const RowPlan *>(node->strategy_data);
+  if (plan.batch.length < 1) return DftiNoError;
   const bool in_place = node->placement == DftiInPlace;
-  if (in_place) third = first, fourth = second;
   const int64_t in = node->input_offset, out = in_place ? in : node->output_offset;
-  const T scale = static_cast<T>(is_inverse ? rows.backward_scale : rows.forward_scale);
-  const bool strided = rows.row.input_stride != 1 || rows.row.output_stride != 1;
+  const auto part = [](void *array, int64_t offset, int64_t stride, int64_t distance) {
+    return Part<T>{static_cast<T *>(array) + offset, stride, distance};
+  };
+  const tnk_int in_stride = plan.row.input_stride, out_stride = plan.row.output_stride;
+  const Parts<T> from = {part(first, in, in_stride, plan.batch.input_stride),
+                         part(second, in, in_stride, plan.batch.input_stride)};
+  const Parts<T> to = {part(in_place ? first : third, out, out_stride, plan.batch.output_stride),
+                       part(in_place ? second : fourth, out, out_stride, plan.batch.output_stride)};
+
   constexpr int32_t alignment = 64;
-  auto *const work = static_cast<uint8_t *>(
-      tnk_serv_allocate(rows.work_size + alignment + (strided ? 2 * rows.row_bytes : 0), alignment));
+  auto *const work = static_cast<uint8_t *>(tnk_serv_allocate(plan.work_size, alignment));
   if (!work) return DftiMemoryError;
-  tnk_int status = 0;
-  for (int64_t i = 0; status == 0 && i < rows.batch.length; ++i) {
-    const int64_t from = in + i * rows.batch.input_stride, to = out + i * rows.batch.output_stride;
-    status = compute_row<T, is_inverse>(rows, {advanced<T>(first, from), advanced<T>(second, from)},
-                                        {advanced<T>(third, to), advanced<T>(fourth, to)}, scale, work);
+  tnk_int status = DftiMemoryError;
+  if (in_stride == 1 && out_stride == 1) {
+    status = compute_all<T, is_inverse>(plan, from, to, work, {nullptr, nullptr});
+  } else {
+    const Rows re(plan.row_bytes, plan.batch.length), im(plan.row_bytes, plan.batch.length);
+    if (!re.missing() && !im.missing()) status = compute_all<T, is_inverse>(plan, from, to, work, {&re, &im});
   }
   tnk_serv_deallocate(work);
   return status;
 }
 
-template <class T> tnk_int make_rows(const DftiNode *node, Rows *made) {
+template <class T> tnk_int make_rows(const DftiNode *node, RowPlan *made) {
   constexpr Records kind = precision<T>::split_records;
   if (!is_within_limit<T>(node->axis.length)) return DftiLengthExceedsLimit;
   if (node->axis.length < 1) return declined;
   made->length = node->axis.length;
   made->row = node->committed_lengths.dims[0];
   made->batch = node->committed_transforms.dims[0];
-  // From one line of the cache to the next.
-  made->row_bytes = (made->length * static_cast<int64_t>(sizeof(T)) + 63) / 64 * 64;
+  made->row_bytes = made->length * static_cast<int64_t>(sizeof(T));
   made->flag = unscaled;
   const bool scales = tnk_dft_vpk_can_scale(node, &made->flag) && made->flag != unscaled;
   made->forward_scale = scales ? 1 : node->forward_scale;
@@ -284,19 +322,19 @@ template <class T> tnk_int commit_rows(const DftiStrategy *strategy, DftiNode *n
   if (node->precision != (sizeof(T) == sizeof(float) ? DftiSingle : DftiDouble) || !accepts(node) ||
       node->committed_rank != 1 || node->committed_transforms.rank != 1)
     return declined;
-  auto *const rows =
-      static_cast<Rows *>(tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(Rows)), alignof(Rows)));
-  if (!rows) return DftiMemoryError;
-  if (const tnk_int status = make_rows<T>(node, rows)) {
-    release<T>(rows);
+  auto *const plan =
+      static_cast<RowPlan *>(tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(RowPlan)), alignof(RowPlan)));
+  if (!plan) return DftiMemoryError;
+  if (const tnk_int status = make_rows<T>(node, plan)) {
+    release<T>(plan);
     return status;
   }
-  return take(strategy, node, rows, compute_rows<T, false>, compute_rows<T, true>);
+  return take(strategy, node, plan, compute_rows<T, false>, compute_rows<T, true>);
 }
 
 template <class T> tnk_int detach_rows(const DftiStrategy *strategy, DftiNode *node) {
   if (node->strategy != strategy) return DftiInternalError;
-  release<T>(let_go<Rows>(node));
+  release<T>(let_go<RowPlan>(node));
   return DftiNoError;
 }
 
