@@ -1,5 +1,4 @@
 // Symmetric rank-one updates by the public routines, which have no kernel of their own.
-#include "support/error_recorder.h"
 #include "support/guarded.h"
 #include "support/named.h"
 #include "support/random.h"
@@ -39,18 +38,6 @@ TYPED_TEST(Syr, AddsToOneTriangle) {
           ASSERT_TRUE(a.size() == 0 || std::memcmp(a.data(), expected.data(), a.size() * sizeof(T)) == 0)
               << n << uplo << inc;
         }
-  ErrorRecorder errors;
-  const tnk_int n = 3, zero = 0, one = 1, small = 2;
-  const T alpha = 1;
-  T x[3] = {}, a[9] = {};
-  const Named<T> syr("tnk_blas_?syr");
-  const auto refuses = [&](const char *argument) { return errors.take().argument == argument; };
-  syr("Q", &n, &alpha, static_cast<const T *>(x), &one, static_cast<T *>(a), &n);
-  EXPECT_TRUE(refuses("uplo"));
-  syr("U", &n, &alpha, static_cast<const T *>(x), &zero, static_cast<T *>(a), &n);
-  EXPECT_TRUE(refuses("incx"));
-  syr("U", &n, &alpha, static_cast<const T *>(x), &one, static_cast<T *>(a), &small);
-  EXPECT_TRUE(refuses("lda"));
 }
 
 } // namespace
