@@ -13,6 +13,9 @@
        DftiComputeForward(plan, data);
      DftiFreeDescriptor(&plan);
 
+   Any length of at least 1 has a transform; commit refuses one of some 10^8 and more. Lengths, strides and distances count
+   elements, never bytes.
+
    All results are statuses unless said. Setting, committing and freeing one descriptor is for one thread at a time;
    computing is for as many as DftiParamNumberOfUserThreads says. C and C++ alike. */
 #ifndef TNK_DFTI_H
@@ -96,18 +99,49 @@ typedef enum DftiConfigValue {
 enum DftiStatus {
   DftiNoError = 0,
   DftiMemoryError = 1,
-  DftiInvalidConfiguration = 2, /* bad arguments of a creation; a compute before the commit */
-  DftiInconsistentConfiguration =
-      3, /* a parameter or value that is not valid here; a null address for a handle */
+  DftiInvalidConfiguration = 2,      /* bad arguments of a creation; a compute before the commit */
+  DftiInconsistentConfiguration = 3, /* a parameter or value not valid here; a null address of a handle */
   DftiMultithreadedError = 4,
   DftiBadDescriptor = 5, /* a null handle or what is no descriptor */
   DftiUnimplemented = 6, /* a parameter or value that is reserved */
   DftiInternalError = 7, /* also: no kernel library */
   DftiNumberOfThreadsError = 8,
   DftiLengthExceedsLimit = 9,
-  DftiDeclined =
-      100 /* from a commit: no method takes this configuration, or there was no memory for the one that does */
+  DftiDeclined = 100 /* from a commit: no method takes this configuration, or there is no memory for it */
 };
+
+/* ---- Layouts ------------------------------------------------------------------------------------------------------
+
+   An element stands at offset + k1 stride1 + k2 stride2 + ..., in elements of its array: complex numbers where they are
+   interleaved, otherwise real ones. Input strides, offset and distance are those of what a compute reads, output ones of
+   what it writes, in either direction; so a transform whose two sides differ takes a descriptor for each direction, or
+   strides exchanged and a commit in between. In place complex data have the input ones on both sides. Unless set, strides
+   are those of dense arrays of the lengths, also where half a spectrum needs more room or less: then set them. Arrays need
+   no alignment beyond that of their numbers; out of place, the source keeps its values and must not overlap with the
+   destination.
+
+   A spectrum of N real numbers, y[N - k] being the conjugate of y[k], is its lower half, y[k] = Rk + i Ik for k up to N/2.
+   With DftiComplexComplex as conjugate-even storage these are N/2 + 1 complex numbers along the last dimension, whole
+   spectra along the others; in 1 to 7 dimensions. With DftiComplexReal, in 1 and 2 dimensions, they are real numbers in the
+   packed format:
+
+                 N = 6                                N = 5
+     Ccs    R0  0 R1 I1 R2 I2 R3  0        R0  0 R1 I1 R2 I2           N + 2, with an odd N N + 1 numbers
+     Pack   R0 R1 I1 R2 I2 R3              R0 R1 I1 R2 I2              N numbers
+     Perm   R0 R3 R1 I1 R2 I2              R0 R1 I1 R2 I2              N numbers
+
+   Of two dimensions each row is in that format. Columns of frequency 0 and N/2 are spectra of real columns in turn, and in
+   the same format; the others are whole spectra, real and imaginary parts in columns of their own. With 4 rows of 4, and . for
+   what is neither written nor read:
+
+     Ccs    R00  0  R01 I01 R02  0         Pack   R00 R01 I01 R02         Perm   R00 R02 R01 I01
+             0   0  R11 I11  0   0                R10 R11 I11 R12                R20 R22 R11 I11
+            R10  0  R21 I21 R12  0                I10 R21 I21 I12                R10 R12 R21 I21
+            I10  0  R31 I31 I12  0                R20 R31 I31 R22                I10 I12 R31 I31
+            R20  .   .   .  R22  .
+             0   .   .   .   0   .
+
+   DftiFormatCce is the format of complex storage; a packed one by that name is not accepted by commit. */
 
 /* ---- By value -----------------------------------------------------------------------------------------------------
    Dimensions come in C's order: the last one varies fastest, and has stride 1 unless strides are set. */

@@ -33,7 +33,9 @@ use() { # a prefix
   quietly "$CC" -std=c11 $strict "$examples/axpy.c" $cflags $libs "$rpath" -o "$work/consumer/axpy"
   # shellcheck disable=SC2086
   quietly "$CXX" -std=c++17 $strict "$examples/statistics.cpp" $cflags $libs "$rpath" -o "$work/consumer/statistics"
-  set -- axpy statistics
+  # shellcheck disable=SC2086
+  quietly "$CC" -std=c11 $strict "$examples/cycle.c" $cflags $libs -lm "$rpath" -o "$work/consumer/cycle"
+  set -- axpy statistics cycle
   if [ -n "$FC" ]; then
     # shellcheck disable=SC2086
     quietly "$FC" -O2 -Wall -Werror "$examples/product.f90" $libs "$rpath" -o "$work/consumer/product"

@@ -23,6 +23,11 @@ deviation 44.1183
 peak      253.8 at 2506
 norm      3842.2354' "$("$program" "$data/sunspots.csv" 2>&1)"
     ;;
+  *cycle)
+    same "$program" 'mean      51.9648
+cycle     11.03 years
+amplitude 29.4624' "$("$program" "$data/sunspots.csv" 2>&1)"
+    ;;
   *cholesky)
     same "$program" 'order 500, solved to 13 digits' "$("$program" 2>&1)"
     ;;

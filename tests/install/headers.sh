@@ -19,6 +19,7 @@ while read -r include; do
   echo "$include" | compile "$CC" c c99
   echo "$include" | compile "$CXX" c++ c++11
 done <"$work/headers"
+for header in tnk/*.hpp; do echo "#include <$header>" | compile "$CXX" c++ c++17; done
 
 for language in "$CC c c99" "$CC c c17" "$CXX c++ c++17"; do
   # shellcheck disable=SC2086  # three words
