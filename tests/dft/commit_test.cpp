@@ -223,6 +223,10 @@ TEST(Commits, ARepeatedCommitLosesNothing) {
       ASSERT_EQ(plan.commit(), DftiNoError);
       const int committed = allocations.live;
       const DftiStrategy *const strategy = plan->strategy;
+      for (const DftiStrategy *const other :
+           {&tnk_dft_bkd1_c, &tnk_dft_bkd1_z, &tnk_dft_bkd_as2s_n_m, &tnk_dft_bkd_as2s_1_m,
+            &tnk_dft_bkd_ss2s_1_1, &tnk_dft_bkd_ds2s_1_1})
+        EXPECT_TRUE(other == strategy || other->detach(other, plan) == DftiInternalError);
       const int made = allocations.made;
       ASSERT_EQ(plan.commit(), DftiNoError);
       EXPECT_TRUE(strategy != &tnk_dft_bkd1_z || allocations.made == made); // what it has is kept
