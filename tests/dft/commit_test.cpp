@@ -169,6 +169,19 @@ TEST(Commits, CoreCommitsSayWhyTheyFail) {
   }
 }
 
+// Parts of larger transforms that are never computed by themselves, should somebody do so.
+TEST(Commits, InnerSplitNodesWithoutKernelsRefuseToCompute) {
+  for (const Configuration &as :
+       {Configuration{DftiDouble, DftiComplex, {8, 6}, {split}, {}, {}, 1, 1, true},
+        Configuration{DftiSingle, DftiComplex, {8}, {split, scrambled}, {}, {}, 1, 1, true}}) {
+    const Configured plan(as);
+    ASSERT_EQ(plan.commit(), DftiNoError);
+    double re[48] = {}, im[48] = {};
+    EXPECT_EQ(DftiComputeForward(plan, re, im), DftiUnimplemented);
+    EXPECT_EQ(DftiComputeBackward(plan, re, im), DftiUnimplemented);
+  }
+}
+
 // ---- What one commit leaves to the next -----------------------------------------------------------------------------------
 
 TEST(Commits, FlagsAreThoseOfTheLastCommit) {
