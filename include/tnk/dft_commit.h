@@ -7,12 +7,29 @@
 
 TNK_BEGIN_DECLS
 
-/* ---- Strategies that the lists name ------------------------------------------------------------------------------------ */
+/* ---- Strategies that the lists name ------------------------------------------------------------------------------------
+   commit declines with DftiDeclined or 101, or fails with another status, and leaves the node as it was then; one that
+   takes it has uncommitted it from any other strategy. detach refuses another strategy's node with DftiInternalError.
+
+     as2s_n_m, as2s_1_m          complex data in two arrays, of several dimensions or batches: nodes within the node
+     ss2s_1_1, ds2s_1_1          the same, single and double, of one dimension and one batch: row by row
+     bkd1_c, bkd1_z              short interleaved transforms, contiguous and alone, by one call of a signal primitive
+
+   What none of them takes, and all real data, goes to the core commits. */
 
 extern const DftiStrategy tnk_dft_bkd_as2s_n_m, tnk_dft_bkd_as2s_1_m, tnk_dft_bkd_ss2s_1_1,
     tnk_dft_bkd_ds2s_1_1, tnk_dft_bkd1_c, tnk_dft_bkd1_z;
 
-/* ---- Core commits, and how many threads a transform may use ------------------------------------------------------------- */
+/* ---- Core commits, and how many threads a transform may use -------------------------------------------------------------
+   By precision (s, d), kind (c2c, r2c) and shape.
+
+   Core commit: for a node with its chain, log2 and total lengths. DftiMemoryError, DftiUnimplemented for real data in
+   complex rows without complex storage or packed in more than two dimensions, DftiLengthExceedsLimit for a length beyond
+   2^27 - 1 where it is a power of two and 2^25 - 1 otherwise (single: twice that), DftiInternalError; the node is then
+   uncommitted and its chain gone.
+
+   Mode definition: sets flags, lowers threads to what the configuration can use, and makes the slots of user threads.
+   dynamic not 0: also to what the size of the data is worth. DftiMemoryError. */
 
 typedef tnk_int DftiCoreCommit(DftiNode *node);
 DftiCoreCommit tnk_dft_commit_descriptor_core_s_c2c_1d, tnk_dft_commit_descriptor_core_s_c2c_md,
@@ -28,7 +45,8 @@ DftiModeDefinition tnk_dft_threaded_mode_definition_s_c2c_1d, tnk_dft_threaded_m
 
 /* ---- Signal records and buffers --------------------------------------------------------------------------------------- */
 
-/* The record and the buffer size of a node of the chain, by the kind of its data: interleaved, in two arrays, real. */
+/* The record and the buffer size of a node of the chain, by the kind of its data: interleaved, in two arrays, real; r2c
+   with the functions of the packed format, real_init without. A failure ends the root's commit as told above. */
 typedef tnk_int DftiRecordInit(DftiNode *node, DftiNode *root);
 DftiRecordInit tnk_dft_vpk_init_s_c2c, tnk_dft_vpk_init_d_c2c, tnk_dft_vpk_init_s_ri2ri,
     tnk_dft_vpk_init_d_ri2ri, tnk_dft_vpk_init_s_r2c, tnk_dft_vpk_init_d_r2c, tnk_dft_c_vpk_real_init,
@@ -37,7 +55,8 @@ DftiRecordInit tnk_dft_vpk_init_s_c2c, tnk_dft_vpk_init_d_c2c, tnk_dft_vpk_init_
 /* Sets up a node from 1 on of a real transform, whose data are complex. */
 DftiRecordInit tnk_dft_complex_for_real_dft_s, tnk_dft_complex_for_real_dft_d;
 
-/* The workspace, a slice of maximum_buffer_size bytes for each user thread or thread. */
+/* The workspace, a slice of maximum_buffer_size bytes, rounded up to whole pages, for each user thread or thread. Without
+   memory the node is uncommitted. */
 tnk_int tnk_dft_vpk_buffer_allocation(DftiNode *node);
 
 /* 1, and *flag (unless null) the signal record's scale flag, if such a record can scale as the node asks; else 0. */

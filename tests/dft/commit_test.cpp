@@ -169,6 +169,19 @@ TEST(Commits, CoreCommitsSayWhyTheyFail) {
   }
 }
 
+// Parts of larger transforms that are never computed by themselves, should somebody do so.
+TEST(Commits, InnerSplitNodesWithoutKernelsRefuseToCompute) {
+  for (const Configuration &as :
+       {Configuration{DftiDouble, DftiComplex, {8, 6}, {split}, {}, {}, 1, 1, true},
+        Configuration{DftiSingle, DftiComplex, {8}, {split, scrambled}, {}, {}, 1, 1, true}}) {
+    const Configured plan(as);
+    ASSERT_EQ(plan.commit(), DftiNoError);
+    double re[48] = {}, im[48] = {};
+    EXPECT_EQ(DftiComputeForward(plan, re, im), DftiUnimplemented);
+    EXPECT_EQ(DftiComputeBackward(plan, re, im), DftiUnimplemented);
+  }
+}
+
 // ---- What one commit leaves to the next -----------------------------------------------------------------------------------
 
 TEST(Commits, FlagsAreThoseOfTheLastCommit) {
@@ -223,6 +236,10 @@ TEST(Commits, ARepeatedCommitLosesNothing) {
       ASSERT_EQ(plan.commit(), DftiNoError);
       const int committed = allocations.live;
       const DftiStrategy *const strategy = plan->strategy;
+      for (const DftiStrategy *const other :
+           {&tnk_dft_bkd1_c, &tnk_dft_bkd1_z, &tnk_dft_bkd_as2s_n_m, &tnk_dft_bkd_as2s_1_m,
+            &tnk_dft_bkd_ss2s_1_1, &tnk_dft_bkd_ds2s_1_1})
+        EXPECT_TRUE(other == strategy || other->detach(other, plan) == DftiInternalError);
       const int made = allocations.made;
       ASSERT_EQ(plan.commit(), DftiNoError);
       EXPECT_TRUE(strategy != &tnk_dft_bkd1_z || allocations.made == made); // what it has is kept
