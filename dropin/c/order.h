@@ -13,7 +13,7 @@ namespace tnk::dropin {
 // The first bad one is reported.
 class Order {
 public:
-  Order(const char *name, int layout) : call_{name, layout == 102 ? Way::c_by_rows : Way::c_by_columns} {
+  Order(const char *name, int layout) : call_{name, layout == 101 ? Way::c_by_rows : Way::c_by_columns} {
     if (layout != 101 && layout != 102) refuse(1, "layout", layout);
   }
 
