@@ -30,7 +30,8 @@ void find_folder(char (&folder)[PATH_MAX]) {
   char path[2 * PATH_MAX], origin[PATH_MAX];
   const char *const name = dladdr1(&table, &self, &map, RTLD_DL_LINKMAP) ? self.dli_fname : "";
   const char *const slash = std::strrchr(name, '/');
-  if (*name == '\0' || dlinfo(map, RTLD_DI_ORIGIN, origin) != 0) give_up("BLAS", "does not know its place", "");
+  if (*name == '\0' || dlinfo(map, RTLD_DI_ORIGIN, origin) != 0)
+    give_up("BLAS", "does not know its place", "");
   std::snprintf(path, sizeof path, "%s/%s", origin, slash ? slash + 1 : name);
   if (!realpath(path, folder)) give_up(path, "the file is gone", "");
   *std::strrchr(folder, '/') = '\0';

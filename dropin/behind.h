@@ -22,11 +22,10 @@
   TNK_KERNEL(X, copy)                                                                                        \
   TNK_KERNEL(X, swap)                                                                                        \
   TNK_ALL(X, scal)                                                                                           \
-  X(csscal) X(zdscal) X(xsdot) X(xddot) X(dsdot) X(sdsdot) X(cdotu) X(zdotu) X(xcdotc) X(zdotc)              \
-  TNK_REAL(X, asum)                                                                                          \
-  X(scasum) X(dzasum) X(isamax) X(idamax) X(icamax) X(izamax) X(xsrot) X(xdrot) X(xcsrot) X(xzdrot)          \
-  TNK_REAL(X, rotm)                                                                                          \
-  TNK_REAL(X, rotmg)
+  X(csscal)                                                                                                  \
+  X(zdscal) X(xsdot) X(xddot) X(dsdot) X(sdsdot) X(cdotu) X(zdotu) X(xcdotc) X(zdotc) TNK_REAL(X, asum)      \
+      X(scasum) X(dzasum) X(isamax) X(idamax) X(icamax) X(izamax) X(xsrot) X(xdrot) X(xcsrot) X(xzdrot)      \
+          TNK_REAL(X, rotm) TNK_REAL(X, rotmg)
 
 #define TNK_BEHIND_MATRIX_VECTOR(X)                                                                          \
   TNK_KERNEL(X, gemv)                                                                                        \

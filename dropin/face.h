@@ -3,8 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 #include <tnk/types.h>
+#include <type_traits>
 
 #include "dropin/behind.h"
 

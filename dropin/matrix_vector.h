@@ -19,7 +19,8 @@ void gemv(Call call, Run *kernel, Run *routine, char trans, tnk_int m, tnk_int n
 
 template <class T, class Run, class Scale>
 void gbmv(Call call, Run *run, Scale *scale, char trans, tnk_int m, tnk_int n, tnk_int kl, tnk_int ku,
-          const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
+          const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y,
+          tnk_int incy) {
   if (const int bad = faults::gbmv(trans, m, n, kl, ku, lda, incx, incy)) return call.refuse(bad);
   if (is_zero(*alpha)) {
     // The kernel multiplies by zero what is not to be read; the full product only scales.
@@ -64,8 +65,8 @@ void trmv(Call call, Run *run, char uplo, char trans, char diag, tnk_int n, cons
 }
 
 template <class T, class Run>
-void tbmv(Call call, Run *run, char uplo, char trans, char diag, tnk_int n, tnk_int k, const T *a, tnk_int lda,
-          T *x, tnk_int incx) {
+void tbmv(Call call, Run *run, char uplo, char trans, char diag, tnk_int n, tnk_int k, const T *a,
+          tnk_int lda, T *x, tnk_int incx) {
   if (const int bad = faults::tbmv(uplo, trans, diag, n, k, lda, incx)) return call.refuse(bad);
   run(&uplo, &trans, &diag, &n, &k, a, &lda, x, &incx);
 }

@@ -91,8 +91,8 @@ void xerbla_(const char *name, const Int *position, std::size_t length) {
     return;
   }
   char message[128];
-  std::snprintf(message, sizeof message, " ** On entry to %s parameter number %2d had an illegal value", routine,
-                number);
+  std::snprintf(message, sizeof message, " ** On entry to %s parameter number %2d had an illegal value",
+                routine, number);
   end_program(routine, number, message);
 }
 
@@ -104,15 +104,16 @@ void cblas_xerbla(Int position, const char *name, const char *form, ...) {
   const int number = way_of_report == Way::c_by_rows ? position_by_rows(static_cast<int>(position), name)
                                                      : static_cast<int>(position);
   char message[256];
-  int size = number > 0
-                 ? std::snprintf(message, sizeof message, "Parameter %d to routine %s was incorrect ", number, name)
-                 : std::snprintf(message, sizeof message, "Routine %s: ", name);
+  int size = number > 0 ? std::snprintf(message, sizeof message, "Parameter %d to routine %s was incorrect ",
+                                        number, name)
+                        : std::snprintf(message, sizeof message, "Routine %s: ", name);
   if (size >= static_cast<int>(sizeof message)) size = sizeof message - 1;
   va_list arguments;
   va_start(arguments, form);
   std::vsnprintf(message + size, sizeof message - static_cast<std::size_t>(size), form, arguments);
   va_end(arguments);
-  for (std::size_t end = std::strlen(message); end > 0 && (message[end - 1] == '\n' || message[end - 1] == ' ');)
+  for (std::size_t end = std::strlen(message);
+       end > 0 && (message[end - 1] == '\n' || message[end - 1] == ' ');)
     message[--end] = '\0';
   end_program(name, number, message);
 }

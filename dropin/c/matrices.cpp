@@ -1,13 +1,14 @@
 // The C face: products, solves and updates of matrices.
-#include "dropin/c/order.h"
 #include "dropin/matrices.h"
+#include "dropin/c/order.h"
 
 namespace tnk::dropin {
 namespace {
 
 template <class T, class Run>
 void product(const char *name, Run *run, int layout, int transa, int transb, tnk_int m, tnk_int n, tnk_int k,
-             const T *alpha, const T *a, tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c, tnk_int ldc) {
+             const T *alpha, const T *a, tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c,
+             tnk_int ldc) {
   Order order(name, layout);
   const char ta = order.trans(2, transa, "TransA"), tb = order.trans(3, transb, "TransB");
   if (!order) return;
@@ -16,8 +17,9 @@ void product(const char *name, Run *run, int layout, int transa, int transb, tnk
 }
 
 template <class T, class Run>
-void symmetric(const char *name, Run *run, int layout, int side, int uplo, tnk_int m, tnk_int n, const T *alpha,
-               const T *a, tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c, tnk_int ldc) {
+void symmetric(const char *name, Run *run, int layout, int side, int uplo, tnk_int m, tnk_int n,
+               const T *alpha, const T *a, tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c,
+               tnk_int ldc) {
   Order order(name, layout);
   const char s = order.side(2, side), u = order.uplo(3, uplo);
   if (!order) return;
@@ -25,15 +27,16 @@ void symmetric(const char *name, Run *run, int layout, int side, int uplo, tnk_i
   symm(order.call(), run, s, u, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
-template <class T, class Run>
-void triangular(const char *name, Run *run, int layout, int side, int uplo, int transa, int diag, tnk_int m,
-                tnk_int n, const T *alpha, const T *a, tnk_int lda, T *b, tnk_int ldb) {
+// apply(call, letters, m, n)
+template <class Apply>
+void triangular(const char *name, int layout, int side, int uplo, int transa, int diag, tnk_int m, tnk_int n,
+                const Apply &apply) {
   Order order(name, layout);
   const char s = order.side(2, side), u = order.uplo(3, uplo), t = order.trans(4, transa, "Trans"),
              d = order.diag(5, diag);
   if (!order) return;
   if (order.by_rows()) std::swap(m, n);
-  trmm(order.call(), run, s, u, t, d, m, n, alpha, a, lda, b, ldb);
+  apply(order.call(), s, u, t, d, m, n);
 }
 
 // By rows "transposed" and "not" change places; which kind of transpose is the one that the routine has.
@@ -42,27 +45,28 @@ char update_letter(const Order &order, char trans, char transpose) {
 }
 
 template <class T, class Run, class S>
-void update(const char *name, Run *run, const char *transposes, int layout, int uplo, int trans, tnk_int n, tnk_int k,
-            const S *alpha, const T *a, tnk_int lda, const S *beta, T *c, tnk_int ldc) {
+void update(const char *name, Run *run, const char *transposes, int layout, int uplo, int trans, tnk_int n,
+            tnk_int k, const S *alpha, const T *a, tnk_int lda, const S *beta, T *c, tnk_int ldc) {
   Order order(name, layout);
   const char u = order.uplo(2, uplo), t = order.trans(3, trans);
   if (!order) return;
-  syrk(order.call(), run, transposes, u, update_letter(order, t, *transposes), n, k, alpha, a, lda, beta, c, ldc);
+  syrk(order.call(), run, transposes, u, update_letter(order, t, *transposes), n, k, alpha, a, lda, beta, c,
+       ldc);
 }
 
 // hermitian: the second product's factor is the conjugate of the first's, and by rows they change places.
 template <bool hermitian, class T, class Run, class S>
 void update_2(const char *name, Run *run, const char *transposes, int layout, int uplo, int trans, tnk_int n,
-              tnk_int k, const T *alpha, const T *a, tnk_int lda, const T *b, tnk_int ldb, const S *beta, T *c,
-              tnk_int ldc) {
+              tnk_int k, const T *alpha, const T *a, tnk_int lda, const T *b, tnk_int ldb, const S *beta,
+              T *c, tnk_int ldc) {
   Order order(name, layout);
   const char u = order.uplo(2, uplo), t = order.trans(3, trans);
   if (!order) return;
   T factor = *alpha;
   if constexpr (hermitian)
     if (order.by_rows()) factor = conjugate(factor);
-  syr2k(order.call(), run, transposes, u, update_letter(order, t, *transposes), n, k, &factor, a, lda, b, ldb, beta, c,
-        ldc);
+  syr2k(order.call(), run, transposes, u, update_letter(order, t, *transposes), n, k, &factor, a, lda, b, ldb,
+        beta, c, ldc);
 }
 
 } // namespace
@@ -78,10 +82,18 @@ TNK_BEGIN_DECLS
                     Int ldb, S beta, T *c, Int ldc) {                                                        \
     symmetric(#name, behind().name, layout, side, uplo, m, n, at(alpha), a, lda, b, ldb, at(beta), c, ldc);  \
   }
-#define TNK_TRIANGULAR(name, T, S)                                                                           \
-  void cblas_##name(int layout, int side, int uplo, int transa, int diag, Int m, Int n, S alpha, const T *a, \
-                    Int lda, T *b, Int ldb) {                                                                \
-    triangular(#name, behind().name, layout, side, uplo, transa, diag, m, n, at(alpha), a, lda, b, ldb);     \
+#define TNK_TRIANGULAR(t, T, S)                                                                              \
+  void cblas_##t##trmm(int layout, int side, int uplo, int trans, int diag, Int m, Int n, S alpha,           \
+                       const T *a, Int lda, T *b, Int ldb) {                                                 \
+    triangular(#t "trmm", layout, side, uplo, trans, diag, m, n, [&](const Call &call, auto... turned) {     \
+      trmm(call, behind().t##trmm, turned..., at(alpha), a, lda, b, ldb);                                    \
+    });                                                                                                      \
+  }                                                                                                          \
+  void cblas_##t##trsm(int layout, int side, int uplo, int trans, int diag, Int m, Int n, S alpha,           \
+                       const T *a, Int lda, T *b, Int ldb) {                                                 \
+    triangular(#t "trsm", layout, side, uplo, trans, diag, m, n, [&](const Call &call, auto... turned) {     \
+      trsm(call, behind().t##trsm, behind().t##gemm, turned..., at(alpha), a, lda, b, ldb);                  \
+    });                                                                                                      \
   }
 #define TNK_UPDATE(name, transposes, T, B)                                                                   \
   void cblas_##name(int layout, int uplo, int trans, Int n, Int k, B alpha, const T *a, Int lda, B beta,     \
@@ -103,8 +115,7 @@ TNK_BEGIN_DECLS
             at(beta), c, ldc);                                                                               \
   }                                                                                                          \
   TNK_SYMMETRIC(t##symm, T, S)                                                                               \
-  TNK_TRIANGULAR(t##trmm, T, S)                                                                              \
-  TNK_TRIANGULAR(t##trsm, T, S)                                                                              \
+  TNK_TRIANGULAR(t, T, S)                                                                                    \
   TNK_UPDATE(t##syrk, transposes_of_syrk<T>, T, S)                                                           \
   TNK_UPDATE_2(t##syr2k, false, transposes_of_syrk<T>, T, S, S)
 TNK_C_TYPES(TNK_FACE)

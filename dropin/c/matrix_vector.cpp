@@ -1,14 +1,14 @@
 // The C face: matrix and vector.
-#include "dropin/c/order.h"
 #include "dropin/matrix_vector.h"
+#include "dropin/c/order.h"
 
 namespace tnk::dropin {
 namespace {
 
 // y := alpha op(A) x + beta y for the conjugate of the matrix that `multiply` has: on conjugates of all the rest.
 template <class T, class Multiply>
-void on_conjugates(const T *alpha, tnk_int size_x, const T *x, tnk_int incx, const T *beta, tnk_int size_y, T *y,
-                   tnk_int incy, const Multiply &multiply) {
+void on_conjugates(const T *alpha, tnk_int size_x, const T *x, tnk_int incx, const T *beta, tnk_int size_y,
+                   T *y, tnk_int incy, const Multiply &multiply) {
   const T a = conjugate(*alpha), b = conjugate(*beta);
   const Conjugated<T> copy(is_zero(*alpha) ? 0 : size_x, x, incx);
   conjugate_in_place(size_y, y, incy);
@@ -22,8 +22,9 @@ template <class T> bool asks_for_conjugate(const Order &order, char trans) {
 }
 
 template <class T, class Run>
-void general(const char *name, Run *kernel, Run *run, int layout, int trans, tnk_int m, tnk_int n, const T *alpha,
-             const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
+void general(const char *name, Run *kernel, Run *run, int layout, int trans, tnk_int m, tnk_int n,
+             const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y,
+             tnk_int incy) {
   Order order(name, layout);
   const char t = order.trans(2, trans);
   if (!order) return;
@@ -40,8 +41,8 @@ void general(const char *name, Run *kernel, Run *run, int layout, int trans, tnk
 
 template <class T, class Run, class Scale>
 void banded(const char *name, Run *run, Scale *scale, int layout, int trans, tnk_int m, tnk_int n, tnk_int kl,
-            tnk_int ku, const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y,
-            tnk_int incy) {
+            tnk_int ku, const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta,
+            T *y, tnk_int incy) {
   Order order(name, layout);
   const char t = order.trans(2, trans);
   if (!order) return;
@@ -51,7 +52,8 @@ void banded(const char *name, Run *run, Scale *scale, int layout, int trans, tnk
     gbmv(order.call(), run, scale, turned(t), n, m, ku, kl, alpha_, a, lda, x_, incx_, beta_, y, incy);
   };
   if constexpr (is_complex<T>)
-    if (asks_for_conjugate<T>(order, t) && !faults::gbmv('n', n, m, ku, kl, lda, incx, incy) && m > 0 && n > 0)
+    if (asks_for_conjugate<T>(order, t) && !faults::gbmv('n', n, m, ku, kl, lda, incx, incy) && m > 0 &&
+        n > 0)
       return on_conjugates(alpha, m, x, incx, beta, n, y, incy, multiply);
   multiply(alpha, x, incx, beta);
 }
@@ -59,16 +61,16 @@ void banded(const char *name, Run *run, Scale *scale, int layout, int trans, tnk
 // Symmetric and Hermitian matrices in each storage: `multiply` is called with everything but the matrix, `bad` is what the
 // checks say. By rows a Hermitian matrix is the conjugate of the one behind.
 template <class T, class Multiply>
-void by_symmetry(const Order &order, int bad, tnk_int n, const T *alpha, const T *x, tnk_int incx, const T *beta, T *y,
-                 tnk_int incy, const Multiply &multiply) {
+void by_symmetry(const Order &order, int bad, tnk_int n, const T *alpha, const T *x, tnk_int incx,
+                 const T *beta, T *y, tnk_int incy, const Multiply &multiply) {
   if constexpr (is_complex<T>)
     if (order.by_rows() && !bad && n > 0) return on_conjugates(alpha, n, x, incx, beta, n, y, incy, multiply);
   multiply(alpha, x, incx, beta);
 }
 
 template <class T, class Run>
-void symmetric(const char *name, Run *run, int layout, int uplo, tnk_int n, const T *alpha, const T *a, tnk_int lda,
-               const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
+void symmetric(const char *name, Run *run, int layout, int uplo, tnk_int n, const T *alpha, const T *a,
+               tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
   Order order(name, layout);
   const char u = order.uplo(2, uplo);
   if (!order) return;
@@ -79,8 +81,8 @@ void symmetric(const char *name, Run *run, int layout, int uplo, tnk_int n, cons
 }
 
 template <class T, class Run>
-void symmetric_band(const char *name, Run *run, int layout, int uplo, tnk_int n, tnk_int k, const T *alpha, const T *a,
-                    tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
+void symmetric_band(const char *name, Run *run, int layout, int uplo, tnk_int n, tnk_int k, const T *alpha,
+                    const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
   Order order(name, layout);
   const char u = order.uplo(2, uplo);
   if (!order) return;
@@ -129,8 +131,8 @@ void triangular(const char *name, Run *run, int layout, int uplo, int trans, int
 }
 
 template <class T, class Run>
-void triangular_band(const char *name, Run *run, int layout, int uplo, int trans, int diag, tnk_int n, tnk_int k,
-                     const T *a, tnk_int lda, T *x, tnk_int incx) {
+void triangular_band(const char *name, Run *run, int layout, int uplo, int trans, int diag, tnk_int n,
+                     tnk_int k, const T *a, tnk_int lda, T *x, tnk_int incx) {
   by_triangle(
       name, layout, uplo, trans, diag, n, x, incx,
       [&](char u, char t, char d) { return faults::tbmv(u, t, d, n, k, lda, incx); },
@@ -138,8 +140,8 @@ void triangular_band(const char *name, Run *run, int layout, int uplo, int trans
 }
 
 template <class T, class Run>
-void triangular_packed(const char *name, Run *run, int layout, int uplo, int trans, int diag, tnk_int n, const T *a,
-                       T *x, tnk_int incx) {
+void triangular_packed(const char *name, Run *run, int layout, int uplo, int trans, int diag, tnk_int n,
+                       const T *a, T *x, tnk_int incx) {
   by_triangle(
       name, layout, uplo, trans, diag, n, x, incx,
       [&](char u, char t, char d) { return faults::tpmv(u, t, d, n, incx); },
@@ -163,8 +165,8 @@ void update(const char *name, Run *run, int layout, int uplo, tnk_int n, const r
 }
 
 template <class T, class Run>
-void update_packed(const char *name, Run *run, int layout, int uplo, tnk_int n, const real_of<T> *alpha, const T *x,
-                   tnk_int incx, T *a) {
+void update_packed(const char *name, Run *run, int layout, int uplo, tnk_int n, const real_of<T> *alpha,
+                   const T *x, tnk_int incx, T *a) {
   Order order(name, layout);
   const char u = order.uplo(2, uplo);
   if (!order) return;
@@ -179,8 +181,8 @@ void update_packed(const char *name, Run *run, int layout, int uplo, tnk_int n, 
 // Updates with two vectors, which by rows change places if they are conjugated.
 
 template <class T, class Run>
-void update_2(const char *name, Run *run, int layout, int uplo, tnk_int n, const T *alpha, const T *x, tnk_int incx,
-              const T *y, tnk_int incy, T *a, tnk_int lda) {
+void update_2(const char *name, Run *run, int layout, int uplo, tnk_int n, const T *alpha, const T *x,
+              tnk_int incx, const T *y, tnk_int incy, T *a, tnk_int lda) {
   Order order(name, layout);
   const char u = order.uplo(2, uplo);
   if (!order) return;

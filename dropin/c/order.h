@@ -22,17 +22,27 @@ public:
   bool by_rows() const { return call_.way == Way::c_by_rows; }
 
   char trans(int position, int value, const char *argument = "Trans") {
-    return read(position, argument, value, value == 111 ? 'n' : value == 112 ? 't' : value == 113 ? 'c' : '\0');
+    return read(position, argument, value,
+                value == 111   ? 'n'
+                : value == 112 ? 't'
+                : value == 113 ? 'c'
+                               : '\0');
   }
   char diag(int position, int value) {
     return read(position, "Diag", value, value == 131 ? 'n' : value == 132 ? 'u' : '\0');
   }
   // The triangle and the side as they are to the call that is made: the other ones by rows.
   char uplo(int position, int value) {
-    return read(position, "Uplo", value, value == (by_rows() ? 122 : 121) ? 'u' : value == 121 || value == 122 ? 'l' : '\0');
+    return read(position, "Uplo", value,
+                value == (by_rows() ? 122 : 121) ? 'u'
+                : value == 121 || value == 122   ? 'l'
+                                                 : '\0');
   }
   char side(int position, int value) {
-    return read(position, "Side", value, value == (by_rows() ? 142 : 141) ? 'l' : value == 141 || value == 142 ? 'r' : '\0');
+    return read(position, "Side", value,
+                value == (by_rows() ? 142 : 141) ? 'l'
+                : value == 141 || value == 142   ? 'r'
+                                                 : '\0');
   }
 
 private:
@@ -74,7 +84,8 @@ public:
     if (n > room) {
       x_ = static_cast<T *>(std::malloc(static_cast<std::size_t>(n) * sizeof(T)));
       if (!x_) {
-        const tnk_error error{TNK_ERROR_MEMORY, "cblas", 0, "", "", "", "BLAS: no memory for a copy of a vector"};
+        const tnk_error error{
+            TNK_ERROR_MEMORY, "cblas", 0, "", "", "", "BLAS: no memory for a copy of a vector"};
         behind().report_error(&error);
         std::exit(EXIT_FAILURE);
       }

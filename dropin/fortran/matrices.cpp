@@ -6,7 +6,9 @@ using namespace tnk::dropin;
 TNK_BEGIN_DECLS
 
 #define TNK_CALL(routine)                                                                                    \
-  Call { #routine, Way::fortran }
+  Call {                                                                                                     \
+#routine, Way::fortran                                                                                   \
+  }
 
 #define TNK_SYMMETRIC(name, T)                                                                               \
   void name##_(const char *side, const char *uplo, const Int *m, const Int *n, const T *alpha, const T *a,   \
@@ -14,11 +16,17 @@ TNK_BEGIN_DECLS
     symm(TNK_CALL(name), behind().name, lower(*side), lower(*uplo), *m, *n, alpha, a, *lda, b, *ldb, beta,   \
          c, *ldc);                                                                                           \
   }
-#define TNK_TRIANGULAR(name, T)                                                                              \
-  void name##_(const char *side, const char *uplo, const char *transa, const char *diag, const Int *m,       \
-               const Int *n, const T *alpha, const T *a, const Int *lda, T *b, const Int *ldb) {             \
-    trmm(TNK_CALL(name), behind().name, lower(*side), lower(*uplo), lower(*transa), lower(*diag), *m, *n,    \
-         alpha, a, *lda, b, *ldb);                                                                           \
+#define TNK_MULTIPLY(t, T)                                                                                   \
+  void t##trmm_(const char *side, const char *uplo, const char *transa, const char *diag, const Int *m,      \
+                const Int *n, const T *alpha, const T *a, const Int *lda, T *b, const Int *ldb) {            \
+    trmm(TNK_CALL(t##trmm), behind().t##trmm, lower(*side), lower(*uplo), lower(*transa), lower(*diag), *m,  \
+         *n, alpha, a, *lda, b, *ldb);                                                                       \
+  }
+#define TNK_SOLVE(t, T)                                                                                      \
+  void t##trsm_(const char *side, const char *uplo, const char *transa, const char *diag, const Int *m,      \
+                const Int *n, const T *alpha, const T *a, const Int *lda, T *b, const Int *ldb) {            \
+    trsm(TNK_CALL(t##trsm), behind().t##trsm, behind().t##gemm, lower(*side), lower(*uplo), lower(*transa),  \
+         lower(*diag), *m, *n, alpha, a, *lda, b, *ldb);                                                     \
   }
 // Updates: the letters of their transposes, and the type of the scalars that may be real.
 #define TNK_UPDATE(name, transposes, T, S)                                                                   \
@@ -42,8 +50,8 @@ TNK_BEGIN_DECLS
          *ldb, beta, c, *ldc);                                                                               \
   }                                                                                                          \
   TNK_SYMMETRIC(t##symm, T)                                                                                  \
-  TNK_TRIANGULAR(t##trmm, T)                                                                                 \
-  TNK_TRIANGULAR(t##trsm, T)                                                                                 \
+  TNK_MULTIPLY(t, T)                                                                                         \
+  TNK_SOLVE(t, T)                                                                                            \
   TNK_UPDATE(t##syrk, transposes_of_syrk<T>, T, T)                                                           \
   TNK_UPDATE_2(t##syr2k, transposes_of_syrk<T>, T, T)
 TNK_TYPES(TNK_FACE)

@@ -6,7 +6,9 @@ using namespace tnk::dropin;
 TNK_BEGIN_DECLS
 
 #define TNK_CALL(routine)                                                                                    \
-  Call { #routine, Way::fortran }
+  Call {                                                                                                     \
+#routine, Way::fortran                                                                                   \
+  }
 
 #define TNK_FACE(t, T)                                                                                       \
   void t##gemv_(const char *trans, const Int *m, const Int *n, const T *alpha, const T *a, const Int *lda,   \
