@@ -64,9 +64,7 @@ void fill() {
     return address;
   };
 #define TNK_FIND(name) table.name = reinterpret_cast<decltype(table.name)>(entry("tnk_blas_" #name));
-  TNK_BEHIND_VECTORS(TNK_FIND)
-  TNK_BEHIND_MATRIX_VECTOR(TNK_FIND)
-  TNK_BEHIND_MATRICES(TNK_FIND)
+  TNK_BEHIND(TNK_FIND)
 #undef TNK_FIND
   table.report_error = symbol<decltype(tnk_report_error)>(host, "tnk_report_error");
 }

@@ -7,7 +7,6 @@ using namespace tnk::dropin;
 
 TNK_BEGIN_DECLS
 
-// clang-format off
 #define TNK_FACE(t, T, S)                                                                                    \
   void cblas_##t##axpy(Int n, S alpha, const T *x, Int incx, T *y, Int incy) {                               \
     behind().x##t##axpy(wide(n), at(alpha), x, wide(incx), y, wide(incy));                                   \
@@ -35,7 +34,9 @@ void cblas_zdscal(Int n, double alpha, tnk_complex16 *x, Int incx) {
   R cblas_##asum(Int n, const T *x, Int incx) {                                                              \
     return incx > 0 ? behind().asum(wide(n), x, wide(incx)) : R(0);                                          \
   }                                                                                                          \
-  R cblas_##norm(Int n, const T *x, Int incx) { return nrm2(tnk_int{n}, x, tnk_int{incx}); }                 \
+  R cblas_##norm(Int n, const T *x, Int incx) {                                                              \
+    return nrm2(tnk_int{n}, x, tnk_int{incx});                                                               \
+  }                                                                                                          \
   std::size_t cblas_##amax(Int n, const T *x, Int incx) {                                                    \
     const tnk_int position = behind().amax(wide(n), x, wide(incx));                                          \
     return position > 0 ? static_cast<std::size_t>(position - 1) : 0;                                        \
@@ -79,18 +80,29 @@ TNK_ROTATE(zdrot, xzdrot, double, tnk_complex16)
 #undef TNK_ROTATE
 
 #define TNK_FACE(t, T)                                                                                       \
-  void cblas_##t##rotg(T *a, T *b, T *c, T *s) { rotg(a, b, c, s); }                                         \
+  void cblas_##t##rotg(T *a, T *b, T *c, T *s) {                                                             \
+    rotg(a, b, c, s);                                                                                        \
+  }                                                                                                          \
   void cblas_##t##rotm(Int n, T *x, Int incx, T *y, Int incy, const T *param) {                              \
     behind().t##rotm(wide(n), x, wide(incx), y, wide(incy), param);                                          \
   }                                                                                                          \
-  void cblas_##t##rotmg(T *d1, T *d2, T *x1, T y1, T *param) { behind().t##rotmg(d1, d2, x1, &y1, param); }
+  void cblas_##t##rotmg(T *d1, T *d2, T *x1, T y1, T *param) {                                               \
+    behind().t##rotmg(d1, d2, x1, &y1, param);                                                               \
+  }
 TNK_REAL_TYPES(TNK_FACE)
 #undef TNK_FACE
-void cblas_crotg(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_complex8 *s) { rotg(a, b, c, s); }
-void cblas_zrotg(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s) { rotg(a, b, c, s); }
+void cblas_crotg(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_complex8 *s) {
+  rotg(a, b, c, s);
+}
+void cblas_zrotg(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s) {
+  rotg(a, b, c, s);
+}
 
-float cblas_scabs1(const tnk_complex8 *z) { return std::abs(z->re) + std::abs(z->im); }
-double cblas_dcabs1(const tnk_complex16 *z) { return std::abs(z->re) + std::abs(z->im); }
-// clang-format on
+float cblas_scabs1(const tnk_complex8 *z) {
+  return std::abs(z->re) + std::abs(z->im);
+}
+double cblas_dcabs1(const tnk_complex16 *z) {
+  return std::abs(z->re) + std::abs(z->im);
+}
 
 TNK_END_DECLS

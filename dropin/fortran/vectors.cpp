@@ -7,7 +7,6 @@ using namespace tnk::dropin;
 
 TNK_BEGIN_DECLS
 
-// clang-format off
 #define TNK_FACE(t, T)                                                                                       \
   void t##axpy_(const Int *n, const T *alpha, const T *x, const Int *incx, T *y, const Int *incy) {          \
     behind().x##t##axpy(wide(*n), alpha, x, wide(*incx), y, wide(*incy));                                    \
@@ -38,7 +37,9 @@ TNK_SCALE(zdscal, double, tnk_complex16)
   R name##_(const Int *n, const T *x, const Int *incx) {                                                     \
     return *incx > 0 ? behind().name(wide(*n), x, wide(*incx)) : R(0);                                       \
   }                                                                                                          \
-  void name##sub_(const Int *n, const T *x, const Int *incx, R *result) { *result = name##_(n, x, incx); }
+  void name##sub_(const Int *n, const T *x, const Int *incx, R *result) {                                    \
+    *result = name##_(n, x, incx);                                                                           \
+  }
 TNK_SUM(sasum, float, float)
 TNK_SUM(dasum, double, double)
 TNK_SUM(scasum, float, tnk_complex8)
@@ -49,7 +50,9 @@ TNK_SUM(dzasum, double, tnk_complex16)
   Int name##_(const Int *n, const T *x, const Int *incx) {                                                   \
     return static_cast<Int>(behind().name(wide(*n), x, wide(*incx)));                                        \
   }                                                                                                          \
-  void name##sub_(const Int *n, const T *x, const Int *incx, Int *result) { *result = name##_(n, x, incx); }
+  void name##sub_(const Int *n, const T *x, const Int *incx, Int *result) {                                  \
+    *result = name##_(n, x, incx);                                                                           \
+  }
 TNK_POSITION(isamax, float)
 TNK_POSITION(idamax, double)
 TNK_POSITION(icamax, tnk_complex8)
@@ -57,8 +60,12 @@ TNK_POSITION(izamax, tnk_complex16)
 #undef TNK_POSITION
 
 #define TNK_NORM(name, R, T)                                                                                 \
-  R name##_(const Int *n, const T *x, const Int *incx) { return nrm2(tnk_int{*n}, x, tnk_int{*incx}); }      \
-  void name##sub_(const Int *n, const T *x, const Int *incx, R *result) { *result = name##_(n, x, incx); }
+  R name##_(const Int *n, const T *x, const Int *incx) {                                                     \
+    return nrm2(tnk_int{*n}, x, tnk_int{*incx});                                                             \
+  }                                                                                                          \
+  void name##sub_(const Int *n, const T *x, const Int *incx, R *result) {                                    \
+    *result = name##_(n, x, incx);                                                                           \
+  }
 TNK_NORM(snrm2, float, float)
 TNK_NORM(dnrm2, double, double)
 TNK_NORM(scnrm2, float, tnk_complex8)
@@ -78,11 +85,12 @@ TNK_DOT(ddot, xddot, double, double)
 TNK_DOT(dsdot, dsdot, double, float)
 #undef TNK_DOT
 
-float sdsdot_(const Int *n, const float *sb, const float *x, const Int *incx, const float *y, const Int *incy) {
+float sdsdot_(const Int *n, const float *sb, const float *x, const Int *incx, const float *y,
+              const Int *incy) {
   return behind().sdsdot(wide(*n), sb, x, wide(*incx), y, wide(*incy));
 }
-void sdsdotsub_(const Int *n, const float *sb, const float *x, const Int *incx, const float *y, const Int *incy,
-                float *result) {
+void sdsdotsub_(const Int *n, const float *sb, const float *x, const Int *incx, const float *y,
+                const Int *incy, float *result) {
   *result = sdsdot_(n, sb, x, incx, y, incy);
 }
 
@@ -113,23 +121,40 @@ TNK_ROTATE(zdrot, xzdrot, double, tnk_complex16)
 #undef TNK_ROTATE
 
 #define TNK_FACE(t, T)                                                                                       \
-  void t##rotg_(T *a, T *b, T *c, T *s) { rotg(a, b, c, s); }                                                \
+  void t##rotg_(T *a, T *b, T *c, T *s) {                                                                    \
+    rotg(a, b, c, s);                                                                                        \
+  }                                                                                                          \
   void t##rotm_(const Int *n, T *x, const Int *incx, T *y, const Int *incy, const T *param) {                \
     behind().t##rotm(wide(*n), x, wide(*incx), y, wide(*incy), param);                                       \
   }                                                                                                          \
-  void t##rotmg_(T *d1, T *d2, T *x1, const T *y1, T *param) { behind().t##rotmg(d1, d2, x1, y1, param); }
+  void t##rotmg_(T *d1, T *d2, T *x1, const T *y1, T *param) {                                               \
+    behind().t##rotmg(d1, d2, x1, y1, param);                                                                \
+  }
 TNK_REAL_TYPES(TNK_FACE)
 #undef TNK_FACE
-void crotg_(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_complex8 *s) { rotg(a, b, c, s); }
-void zrotg_(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s) { rotg(a, b, c, s); }
+void crotg_(tnk_complex8 *a, const tnk_complex8 *b, float *c, tnk_complex8 *s) {
+  rotg(a, b, c, s);
+}
+void zrotg_(tnk_complex16 *a, const tnk_complex16 *b, double *c, tnk_complex16 *s) {
+  rotg(a, b, c, s);
+}
 
-float scabs1_(const tnk_complex8 *z) { return std::abs(z->re) + std::abs(z->im); }
-double dcabs1_(const tnk_complex16 *z) { return std::abs(z->re) + std::abs(z->im); }
-void scabs1sub_(const tnk_complex8 *z, float *result) { *result = scabs1_(z); }
-void dcabs1sub_(const tnk_complex16 *z, double *result) { *result = dcabs1_(z); }
+float scabs1_(const tnk_complex8 *z) {
+  return std::abs(z->re) + std::abs(z->im);
+}
+double dcabs1_(const tnk_complex16 *z) {
+  return std::abs(z->re) + std::abs(z->im);
+}
+void scabs1sub_(const tnk_complex8 *z, float *result) {
+  *result = scabs1_(z);
+}
+void dcabs1sub_(const tnk_complex16 *z, double *result) {
+  *result = dcabs1_(z);
+}
 
 // Whether two letters are the same, case aside; a logical value has the size of an integer.
-Int lsame_(const char *a, const char *b) { return lower(*a) == lower(*b); }
-// clang-format on
+Int lsame_(const char *a, const char *b) {
+  return lower(*a) == lower(*b);
+}
 
 TNK_END_DECLS
