@@ -66,7 +66,7 @@ else
     lapack_run xlintstrf$t ${t}test_rfp.in
     for input in nep sep se2 svd ${t}ec ${t}ed ${t}gg ${t}gd ${t}sb ${t}sg ${t}bb glm gqr gsv csd lse ${t}bal ${t}bak \
       ${t}gbal ${t}gbak; do
-      lapack_run xeigtst$t $input.in
+      lapack_run xeigtst$t "$input.in"
     done
   done
   lapack_run xlintstds dstest.in
