@@ -45,3 +45,7 @@ void report(tnk_error_kind kind, const char *routine, const char *message) {
 tnk_error_handler tnk_set_error_handler(tnk_error_handler handler) {
   return tnk::host::handler.exchange(handler ? handler : tnk::host::write_to_stderr);
 }
+
+void tnk_report_error(const tnk_error *error) {
+  tnk::host::handler.load()(error);
+}

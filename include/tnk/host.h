@@ -34,6 +34,9 @@ typedef void (*tnk_error_handler)(const tnk_error *error);
    call this library; several threads may be in it at once. */
 tnk_error_handler tnk_set_error_handler(tnk_error_handler handler);
 
+/* Gives an error to the handler, for libraries that are built on this one. All texts are there, empty ones too. */
+void tnk_report_error(const tnk_error *error);
+
 /* ---- The kernel library ------------------------------------------------------------------------------------- */
 
 enum tnk_status {
