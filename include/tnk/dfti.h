@@ -141,6 +141,8 @@ enum DftiStatus {
             R20  .   .   .  R22  .
              0   .   .   .   0   .
 
+   In place rows of real numbers stand where those of the spectrum do, so there must be room for the longer ones.
+
    DftiFormatCce is the format of complex storage; a packed one by that name is not accepted by commit. */
 
 /* ---- By value -----------------------------------------------------------------------------------------------------

@@ -1,0 +1,308 @@
+// Computing by a committed descriptor: routes, callers side by side, memory that is not there, and what drivers, movers
+// and wrappers do at their edges.
+#include <atomic>
+#include <cstring>
+#include <thread>
+#include <tnk/blas_level1.h>
+#include <tnk/dft_commit.h>
+#include <tnk/dft_compute.h>
+#include <tnk/host.h>
+
+#include "dft/plan.h"
+#include "support/allocations.h"
+
+namespace tnk::test {
+namespace {
+
+using Numbers = std::vector<tnk_complex16>;
+
+Numbers some_numbers(std::size_t n, double first = 1) {
+  Numbers numbers(n);
+  for (std::size_t i = 0; i < n; ++i)
+    numbers[i] = {first + static_cast<double>(i % 7), static_cast<double>(i % 5) - first};
+  return numbers;
+}
+bool same(const Numbers &a, const Numbers &b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0;
+}
+
+template <class Value> void set(const Plan &plan, DftiParam parameter, Value value) {
+  EXPECT_EQ(DftiSetValue(plan, parameter, value), DftiNoError);
+}
+void commit(const Plan &plan) {
+  ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+}
+
+// ---- Callers side by side ----------------------------------------------------------------------------------------------
+
+constexpr uint64_t more_than_slots = 0x7FFFFFFF;
+
+// Threads that compute at once, each its own data. Returns how many results differ from `expected`.
+int differing(const Plan &plan, int threads, std::size_t numbers, const std::vector<Numbers> &expected) {
+  std::atomic<int> waiting{threads}, differ{0};
+  std::vector<std::thread> all;
+  for (int t = 0; t < threads; ++t)
+    all.emplace_back([&, t] {
+      --waiting;
+      while (waiting > 0) {
+      }
+      for (int round = 0; round < 200; ++round) {
+        Numbers data = some_numbers(numbers, t);
+        if (DftiComputeForward(plan, data.data()) != DftiNoError ||
+            !same(data, expected[static_cast<std::size_t>(t)]))
+          ++differ;
+      }
+    });
+  for (std::thread &thread : all) thread.join();
+  return differ;
+}
+
+TEST(Compute, AsManyCallersAsUserThreadsAndOneMore) {
+  constexpr int users = 3;
+  // A contiguous transform, which one call of the kernel does, a strided one, and a plane.
+  const struct {
+    Ints lengths, strides;
+  } cases[] = {{{240}, {0, 1}}, {{240}, {0, 2}}, {{12, 20}, {0, 20, 1}}};
+  for (const auto &[lengths, strides] : cases) {
+    Plan plan(DftiDouble, DftiComplex, lengths);
+    set(plan, DftiParamInputStrides, strides.data());
+    set(plan, DftiParamForwardScale, 0.5); // which the road without slots does not take
+    commit(plan); // for one user thread, whose flags must not outlive the next commit
+    std::vector<Numbers> expected;
+    for (int t = 0; t <= users; ++t) {
+      expected.push_back(some_numbers(480, t));
+      ASSERT_EQ(DftiComputeForward(plan, expected.back().data()), DftiNoError);
+    }
+    set(plan, DftiParamNumberOfUserThreads, tnk_int{users});
+    commit(plan);
+    ASSERT_NE(plan->thread_slots, nullptr);
+    EXPECT_EQ(differing(plan, users, 480, expected), 0);
+    EXPECT_EQ(differing(plan, users + 1, 480, expected), 0);
+    EXPECT_EQ(plan->thread_slots[0], more_than_slots);
+    // From now on also for threads that are known.
+    EXPECT_EQ(differing(plan, 1, 480, expected), 0);
+    for (int i = 1; i <= users; ++i) EXPECT_EQ(plan->thread_slots[users + i], 0u);
+  }
+}
+
+TEST(Compute, SlotsAreThoseOfTheirThreads) {
+  Plan plan(DftiDouble, DftiComplex, {240});
+  set(plan, DftiParamNumberOfUserThreads, tnk_int{2});
+  set(plan, DftiParamForwardScale, 0.5);
+  commit(plan);
+  ASSERT_NE(plan->workspace, nullptr);
+  const auto once = [&] {
+    const int32_t slot = tnk_dft_grasp_user_thread(plan);
+    tnk_dft_release_user_thread(plan, slot);
+    return slot;
+  };
+  EXPECT_EQ(once(), 0);
+  EXPECT_EQ(once(), 0);
+  std::thread([&] {
+    EXPECT_EQ(once(), 1);
+    EXPECT_EQ(plan->thread_slots[0], 2u);
+    // A third thread is one too many; the first free slot is anybody's from then on.
+    std::thread([&] { EXPECT_EQ(once(), 0); }).join();
+  }).join();
+  EXPECT_EQ(plan->thread_slots[0], more_than_slots);
+  const int32_t held = tnk_dft_grasp_user_thread(plan);
+  EXPECT_EQ(held, 0);
+  std::thread([&] { EXPECT_EQ(once(), 1); }).join();
+  tnk_dft_release_user_thread(plan, held);
+
+  void *const workspace = plan->workspace;
+  plan->workspace = nullptr; // nothing to share
+  EXPECT_EQ(once(), 0);
+  plan->workspace = workspace;
+}
+
+// ---- Memory that is not there ---------------------------------------------------------------------------------------------
+
+TEST(Compute, RefusedMemory) {
+  const struct {
+    int domain, storage, placement;
+    Ints lengths, input, output;
+  } cases[] = {{DftiComplex, DftiComplexComplex, DftiInPlace, {30}, {0, 2}, {0, 2}},
+               {DftiComplex, DftiRealReal, DftiInPlace, {30}, {0, 2}, {0, 2}},
+               {DftiComplex, DftiComplexComplex, DftiNotInPlace, {5, 6}, {0, 6, 1}, {0, 1, 5}},
+               {DftiComplex, DftiComplexComplex, DftiInPlace, {3, 4, 5}, {0, 20, 5, 1}, {0, 20, 5, 1}},
+               {DftiReal, DftiComplexComplex, DftiNotInPlace, {30}, {0, 2}, {0, 2}},
+               {DftiReal, DftiComplexReal, DftiInPlace, {6, 5}, {0, 6, 1}, {0, 6, 1}},
+               {DftiReal, DftiComplexComplex, DftiNotInPlace, {3, 4, 5}, {0, 20, 5, 1}, {0, 20, 5, 1}}};
+  for (const auto &c : cases)
+    for (const bool inverse : {false, true}) {
+      Plan plan(DftiDouble, c.domain, c.lengths);
+      set(plan, DftiParamPlacement, c.placement);
+      set(plan, c.domain == DftiReal ? DftiParamConjugateEvenStorage : DftiParamComplexStorage, c.storage);
+      set(plan, DftiParamInputStrides, c.input.data());
+      set(plan, DftiParamOutputStrides, c.output.data());
+      commit(plan);
+      Numbers a = some_numbers(200), b = a, d = a, e = a;
+      const auto run = [&] {
+        const auto function = inverse ? DftiComputeBackward : DftiComputeForward;
+        return function(plan, a.data(), b.data(), d.data(), e.data());
+      };
+      const int live = allocations.live;
+      int refusals = 0;
+      for (;; ++refusals) {
+        ASSERT_LT(refusals, 9);
+        allocations.refuse = refusals + 1;
+        const tnk_int status = run();
+        EXPECT_EQ(allocations.live, live);
+        if (status == DftiNoError) break;
+        EXPECT_EQ(status, DftiMemoryError);
+      }
+      allocations.refuse = 0;
+      EXPECT_GT(refusals, 0);
+      EXPECT_EQ(run(), DftiNoError);
+      EXPECT_EQ(allocations.overrun, 0);
+    }
+}
+
+// ---- Kernels that a test puts in ------------------------------------------------------------------------------------------
+
+int calls = 0;
+tnk_int failing_from = 0; // this call and all later ones; 0: none
+tnk_int negate(void *source, void *destination, DftiNode *node, void *) {
+  ++calls;
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(source) % 16, 0u);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(destination) % 16, 0u);
+  const auto *const from = static_cast<const double *>(source);
+  for (tnk_int i = 0; i < 2 * node->axis.length; ++i) static_cast<double *>(destination)[i] = -from[i];
+  return failing_from && calls >= failing_from ? tnk_int{42} : tnk_int{DftiNoError};
+}
+
+// The parallel kernel of one transform wants boundaries, which the caller's data need not have.
+TEST(Compute, OneTransformOnSeveralThreads) {
+  constexpr std::size_t n = 30;
+  for (const bool in_place : {false, true})
+    for (const std::size_t shift : {0, 1}) {
+      Plan plan(DftiDouble, DftiComplex, {n});
+      set(plan, DftiParamPlacement, in_place ? DftiInPlace : DftiNotInPlace);
+      set(plan, DftiParamForwardScale, 0.5);
+      commit(plan);
+      plan->flags = 0;
+      plan->threads = 2;
+      plan->kernels.second_double.forward = negate;
+      alignas(16) double source[2 * n + 1], destination[2 * n + 1] = {};
+      for (std::size_t i = 0; i <= 2 * n; ++i) source[i] = static_cast<double>(i);
+      double *const from = source + shift, *const to = in_place ? from : destination + shift;
+      for (const int refused : {1, 2, 0}) {
+        if (refused > 0 && (shift == 0 || (in_place && refused > 1))) continue;
+        const int live = allocations.live;
+        calls = 0;
+        allocations.refuse = refused;
+        EXPECT_EQ(DftiComputeForward(plan, from, to), refused ? DftiMemoryError : DftiNoError);
+        allocations.refuse = 0;
+        EXPECT_EQ(calls, !refused);
+        EXPECT_EQ(allocations.live, live);
+      }
+      for (std::size_t i = 0; i < 2 * n; ++i) {
+        EXPECT_EQ(to[i], -static_cast<double>(i + shift));
+        EXPECT_TRUE(in_place || from[i] == static_cast<double>(i + shift));
+      }
+    }
+}
+
+TEST(Compute, DriversStopAtTheFirstFailure) {
+  Plan plan(DftiDouble, DftiComplex, {16});
+  set(plan, DftiParamForwardScale, 0.5);
+  set(plan, DftiParamInputDistance, tnk_int{16});
+  set(plan, DftiParamNumberOfTransforms, tnk_int{20});
+  commit(plan);
+  plan->kernels.double_pair.forward = negate;
+  Numbers data = some_numbers(320);
+  calls = 0;
+  EXPECT_EQ(tnk_dft_xzforward(plan, data.data(), 0, nullptr), DftiNoError);
+  EXPECT_EQ(calls, 0);
+  failing_from = 13;
+  EXPECT_EQ(tnk_dft_xzforward(plan, data.data(), 20, nullptr), 42);
+  failing_from = 0;
+  EXPECT_EQ(calls, 13);
+  const Numbers before = some_numbers(320);
+  EXPECT_EQ(data[13 * 16 - 1].re, -before[13 * 16 - 1].re);
+  EXPECT_EQ(data[13 * 16].re, before[13 * 16].re);
+  // Several dimensions of numbers in two arrays are for the strategies.
+  plan->complex_storage = DftiRealReal, plan->committed_rank = 2;
+  double *parts[2] = {};
+  EXPECT_EQ(tnk_dft_xzforward(plan, parts, 1, nullptr), DftiUnimplemented);
+  EXPECT_EQ(tnk_dft_xzforward_out(plan, parts, parts, 1, nullptr), DftiUnimplemented);
+  plan->complex_storage = DftiComplexComplex, plan->committed_rank = 1;
+}
+
+// A failing primitive, here for want of a record, leaves the data as they were, and scaled.
+TEST(Compute, WrappersScaleAfterAFailure) {
+  DftiNode node{};
+  node.axis.length = 4;
+  node.forward_factor = 0.5, node.backward_factor = 4;
+  node.kernels.format_double = {e9_vpksDFTFwd_RToCCS_64f, e9_vpksDFTInv_CCSToR_64f};
+  node.packed_format = DftiFormatCcs, node.conjugate_even_storage = DftiComplexReal;
+  node.placement = DftiNotInPlace, node.committed_rank = 1;
+  const auto data_after = [&](DftiKernel *kernel) {
+    std::vector<double> data(10, 3);
+    EXPECT_EQ(kernel(data.data(), data.data(), &node, nullptr), DftiInternalError);
+    return data;
+  };
+  using Reals = std::vector<double>;
+  EXPECT_EQ(data_after(tnk_dft_xvpks_fwd_64fc), (Reals{1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 3, 3}));
+  EXPECT_EQ(data_after(tnk_dft_xvpks_inv_rev_64fc), (Reals{12, 12, 12, 12, 12, 12, 12, 12, 3, 3}));
+  EXPECT_EQ(data_after(tnk_dft_xvpks_fwd_rtocomplex_64f), (Reals{1.5, 1.5, 1.5, 1.5, 1.5, 3, 3, 3, 3, 3}));
+  node.packed_format = DftiFormatPerm;
+  EXPECT_EQ(data_after(tnk_dft_xvpks_fwd_rtocomplex_64f), (Reals{1.5, 1.5, 1.5, 1.5, 3, 3, 3, 3, 3, 3}));
+  EXPECT_EQ(data_after(tnk_dft_xvpks_inv_complextor_64f), (Reals{12, 12, 12, 12, 3, 3, 3, 3, 3, 3}));
+  node.packed_format = DftiFormatCcs, node.placement = DftiInPlace; // what is left of the last pair
+  EXPECT_EQ(data_after(tnk_dft_xvpks_inv_complextor_64f), (Reals{12, 12, 12, 12, 0, 3, 3, 3, 3, 3}));
+  std::vector<double> re(4, 3), im(4, 5);
+  double *parts[2] = {re.data(), im.data()};
+  EXPECT_EQ(tnk_dft_xvpks_fwd_64f(parts, parts, &node, nullptr), DftiInternalError);
+  EXPECT_EQ(re, Reals(4, 1.5));
+  EXPECT_EQ(im, Reals(4, 2.5));
+}
+
+// Kernels of the rows that want CCS get it from a block, since the destination has no room for it.
+TEST(Compute, RowsInCcs) {
+  for (const int storage : {DftiComplexComplex, DftiComplexReal})
+    for (const Ints &lengths : {Ints{5, 8}, Ints{4, 7}, Ints{3, 4, 6}}) {
+      if (storage == DftiComplexReal && lengths.size() > 2) continue;
+      Plan plan(DftiDouble, DftiReal, lengths);
+      set(plan, DftiParamPlacement, DftiNotInPlace);
+      set(plan, DftiParamConjugateEvenStorage, storage);
+      const tnk_int row = storage == DftiComplexReal ? lengths.back() / 2 * 2 + 2 : lengths.back() / 2 + 1;
+      const Ints plane{0, row, 1}, space{0, 4 * row, row, 1};
+      set(plan, DftiParamInputStrides, (lengths.size() == 2 ? plane : space).data());
+      commit(plan);
+      std::vector<double> spectrum(200), fitted(200, 7), through_block(200, 7);
+      for (std::size_t i = 0; i < spectrum.size(); ++i) spectrum[i] = static_cast<double>(i * i % 17);
+      // Columns that end up real begin as conjugates of themselves.
+      const bool half = storage == DftiComplexComplex;
+      if (half) std::fill(spectrum.begin(), spectrum.end(), 0), spectrum[4] = 3, spectrum[5] = 2;
+      EXPECT_EQ(DftiComputeBackward(plan, spectrum.data(), fitted.data()), DftiNoError);
+      plan->real_layout = 1;
+      EXPECT_EQ(DftiComputeBackward(plan, spectrum.data(), through_block.data()), DftiNoError);
+      plan->real_layout = 0;
+      for (std::size_t i = 0; i < 200; ++i) EXPECT_NEAR(fitted[i], through_block[i], 1e-12);
+    }
+}
+
+TEST(Compute, RowMovers) {
+  // Two rows of three elements, 5 apart, side by side from element 2 on.
+  const float strided[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
+  float dense[8] = {};
+  tnk_dft_gather_s_s(3, 2, dense, 1, strided, 5, 2);
+  const float rows[] = {0, 2, 7, 12, 3, 8, 13, 0};
+  EXPECT_EQ(std::memcmp(dense, rows, sizeof rows), 0);
+  float back[15] = {};
+  tnk_dft_scatter_s_s(3, 2, dense, 1, back, 5, 2);
+  for (int i = 0; i < 15; ++i) EXPECT_EQ(back[i], i % 5 == 2 || i % 5 == 3 ? strided[i] : 0.0f);
+
+  const Numbers columns = some_numbers(40);
+  Numbers line(4), again(40);
+  tnk_dft_gather_z_z(4, 1, line.data(), 0, columns.data(), 10, 3);
+  EXPECT_EQ(line[2].re, columns[23].re);
+  EXPECT_EQ(line[2].im, columns[23].im);
+  tnk_dft_scatter_z_z(4, 1, line.data(), 0, again.data(), 10, 3);
+  EXPECT_EQ(again[33].im, columns[33].im);
+}
+
+} // namespace
+} // namespace tnk::test

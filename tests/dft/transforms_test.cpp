@@ -1,0 +1,248 @@
+// Transforms from end to end: every way in which numbers may stand, against sums by definition.
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <sstream>
+#include <tnk/host.h>
+
+#include "dft/layouts.h"
+#include "dft/plan.h"
+
+namespace tnk::test {
+namespace {
+
+// Numbers of a test's data, with one that no transform leaves where nothing was written.
+template <class R> struct Array {
+  static constexpr R untouched = R(-12345);
+  std::vector<R> numbers;
+  std::vector<bool> used;
+
+  void reach(tnk_int place) {
+    if (static_cast<std::size_t>(place) >= numbers.size())
+      numbers.resize(static_cast<std::size_t>(place) + 1, untouched), used.resize(numbers.size());
+  }
+};
+template <class R> using Arrays = std::array<Array<R>, 2>;
+
+struct Config {
+  Sizes lengths;
+  int domain = DftiComplex, storage = DftiComplexComplex, format = DftiFormatCcs;
+  bool in_place = false;
+  Pattern input = Pattern::contiguous, output = Pattern::contiguous;
+  tnk_int batch = 1;
+  double forward = 1, backward = 1;
+  int user_threads = 1;
+
+  bool is_real() const { return domain == DftiReal; }
+  Kind kind(bool spectral) const {
+    if (!is_real()) return storage == DftiRealReal ? Kind::split : Kind::interleaved;
+    return !spectral ? Kind::real : storage == DftiComplexComplex ? Kind::half : Kind::packed;
+  }
+  std::string text() const {
+    std::ostringstream out;
+    for (const tnk_int n : lengths) out << n << ' ';
+    out << "domain " << domain << " storage " << storage << " format " << format << " in place " << in_place
+        << " patterns " << static_cast<int>(input) << static_cast<int>(output) << " batch " << batch
+        << " users " << user_threads;
+    return out.str();
+  }
+};
+
+// The two sides of one direction. In place real numbers stand where the spectrum leaves room for them.
+struct Sides {
+  Layout read, written;
+};
+Sides sides_of(const Config &config, bool inverse) {
+  const auto layout = [&](bool spectral, Pattern pattern) {
+    return Layout(config.kind(spectral), config.format, config.lengths, pattern, config.batch);
+  };
+  if (!config.in_place) return {layout(inverse, config.input), layout(!inverse, config.output)};
+  Layout spectrum = layout(true, config.input), numbers = spectrum;
+  if (config.is_real()) {
+    numbers.kind = Kind::real;
+    if (spectrum.kind == Kind::half) {
+      for (tnk_int &stride : numbers.strides) stride *= 2;
+      if (config.input == Pattern::permuted && numbers.strides.size() > 1)
+        spectrum.distance *= 2; // the last dimension, the slowest one, has more numbers than frequencies
+      else
+        numbers.strides.back() /= 2;
+      numbers.distance = 2 * spectrum.distance, numbers.offset *= 2;
+    }
+  }
+  return inverse ? Sides{spectrum, numbers} : Sides{numbers, spectrum};
+}
+
+void set_up(const Plan &plan, const Config &config, const Sides &sides, const Signal &signal) {
+  const auto set = [&](DftiParam parameter, auto value) {
+    EXPECT_EQ(DftiSetValue(plan, parameter, value), DftiNoError) << parameter;
+  };
+  const auto strides = [&](DftiParam parameter, const Layout &layout) {
+    Sizes all{layout.offset};
+    all.insert(all.end(), layout.strides.begin(), layout.strides.end());
+    set(parameter, all.data());
+  };
+  set(DftiParamPlacement, config.in_place ? DftiInPlace : DftiNotInPlace);
+  if (config.is_real()) {
+    set(DftiParamConjugateEvenStorage, config.storage);
+    if (config.storage == DftiComplexReal) set(DftiParamPackedFormat, config.format);
+  } else {
+    set(DftiParamComplexStorage, config.storage);
+  }
+  strides(DftiParamInputStrides, sides.read);
+  strides(DftiParamOutputStrides, sides.written);
+  set(DftiParamInputDistance, sides.read.distance);
+  set(DftiParamOutputDistance, sides.written.distance);
+  set(DftiParamNumberOfTransforms, config.batch);
+  set(DftiParamForwardScale, config.forward);
+  set(DftiParamBackwardScale, config.backward / static_cast<double>(product(signal.lengths)));
+  set(DftiParamNumberOfUserThreads, tnk_int{config.user_threads});
+}
+
+// The arrays of one side, filled; `room` makes them as large as another side needs.
+template <class R> Arrays<R> filled(const Layout &layout, const Signal &signal, bool spectral) {
+  Arrays<R> arrays;
+  layout.visit(signal, spectral, [&](int array, tnk_int place, long double value) {
+    arrays[static_cast<std::size_t>(array)].reach(place);
+    arrays[static_cast<std::size_t>(array)].numbers[static_cast<std::size_t>(place)] = static_cast<R>(value);
+  });
+  return arrays;
+}
+
+template <class R>
+tnk_int compute(const Plan &plan, bool inverse, Arrays<R> &source, Arrays<R> &destination) {
+  const auto run = inverse ? DftiComputeBackward : DftiComputeForward;
+  R *const from[2] = {source[0].numbers.data(), source[1].numbers.data()};
+  R *const to[2] = {destination[0].numbers.data(), destination[1].numbers.data()};
+  if (&source == &destination) return run(plan, from[0], from[1]);
+  return source[1].numbers.empty() ? run(plan, from[0], to[0]) : run(plan, from[0], from[1], to[0], to[1]);
+}
+
+// What the destination must be: errors in units of the norm of what was transformed, nothing else written. In place what
+// was read and is not written may have changed.
+template <class R>
+void expect_result(const Config &config, const Signal &signal, bool inverse, const Layout &written,
+                   const Arrays<R> &before, Arrays<R> &after) {
+  const auto n = static_cast<long double>(signal.numbers.size());
+  long double squares = 0;
+  for (const Wide value : signal.numbers) squares += std::norm(value);
+  // The spectrum has n times the squares; a backward transform is divided by n.
+  const long double scale = inverse ? config.backward : config.forward;
+  const long double bound = 8 * std::numeric_limits<R>::epsilon() * (std::log2(n) + 2) * std::sqrt(squares) *
+                            std::fabs(scale) * static_cast<long double>(config.batch);
+  long double worst = 0;
+  written.visit(signal, !inverse, [&](int array, tnk_int place, long double value) {
+    Array<R> &a = after[static_cast<std::size_t>(array)];
+    const R got = a.numbers[static_cast<std::size_t>(place)];
+    const long double error = std::fabs(got - scale * value);
+    if (!(error <= worst)) worst = error;
+    a.used[static_cast<std::size_t>(place)] = true;
+  });
+  EXPECT_LE(worst, bound);
+  tnk_int strays = 0;
+  for (std::size_t k = 0; k < 2; ++k)
+    for (std::size_t i = 0; i < after[k].numbers.size(); ++i) {
+      const bool was_data =
+          config.in_place && i < before[k].numbers.size() && before[k].numbers[i] != Array<R>::untouched;
+      strays += !after[k].used[i] && !was_data && after[k].numbers[i] != Array<R>::untouched;
+    }
+  EXPECT_EQ(strays, 0);
+}
+
+template <class R> void check(const Config &config, const Signal &signal) {
+  SCOPED_TRACE(config.text() + (sizeof(R) == 4 ? "single" : "double"));
+  for (const bool inverse : {false, true}) {
+    SCOPED_TRACE(inverse ? "backward" : "forward");
+    const Sides sides = sides_of(config, inverse);
+    const Plan plan(sizeof(R) == 4 ? DftiSingle : DftiDouble, config.domain, config.lengths);
+    set_up(plan, config, sides, signal);
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+
+    const Arrays<R> before = filled<R>(sides.read, signal, inverse);
+    Arrays<R> source = before, destination;
+    Arrays<R> &result = config.in_place ? source : destination;
+    sides.written.visit(signal, !inverse, [&](int array, tnk_int place, long double) {
+      result[static_cast<std::size_t>(array)].reach(place);
+    });
+    ASSERT_EQ(compute(plan, inverse, source, result), DftiNoError);
+    expect_result(config, signal, inverse, sides.written, before, result);
+    if (config.in_place) continue;
+    for (std::size_t k = 0; k < 2; ++k) EXPECT_EQ(source[k].numbers, before[k].numbers);
+  }
+}
+void check(const Config &config, const Signal &signal) {
+  check<float>(config, signal);
+  check<double>(config, signal);
+}
+
+constexpr Pattern patterns[] = {Pattern::contiguous, Pattern::gaps, Pattern::permuted,
+                                Pattern::batch_fastest};
+
+// Every pair of patterns, alone and in batches, on one thread and on several; scales take turns.
+void check_all_patterns(Config config, const Signal &signal) {
+  int turn = 0;
+  for (const bool in_place : {true, false})
+    for (const Pattern input : patterns)
+      for (const Pattern output : patterns) {
+        if (in_place && output != Pattern::contiguous) continue;
+        // In place half a spectrum needs more room than the numbers of another transform leave between theirs.
+        if (in_place && input == Pattern::batch_fastest && config.kind(true) == Kind::half) continue;
+        config.in_place = in_place, config.input = input, config.output = output;
+        config.batch = std::array<tnk_int, 4>{1, 3, 11, 1}[static_cast<std::size_t>(turn % 4)];
+        config.forward = turn % 3 == 0 ? 1 : 0.75, config.backward = turn % 5 == 0 ? 2 : 1;
+        config.user_threads = turn % 7 == 3 ? 2 : 1;
+        tnk_set_num_threads(turn % 2 == 0 ? 1 : 3);
+        ++turn;
+        check(config, signal);
+      }
+  tnk_set_num_threads(1);
+}
+
+TEST(Transforms, Complex) {
+  for (const int storage : {DftiComplexComplex, DftiRealReal})
+    for (const Sizes &lengths :
+         std::vector<Sizes>{{1}, {2}, {15}, {64}, {9, 10}, {16, 33}, {12, 10, 9}, {2, 3, 4, 5}}) {
+      Config config;
+      config.lengths = lengths, config.storage = storage;
+      check_all_patterns(config, Signal(lengths, false));
+    }
+}
+
+TEST(Transforms, RealToHalfASpectrum) {
+  for (const Sizes &lengths : std::vector<Sizes>{
+           {1}, {2}, {15}, {64}, {9, 10}, {10, 9}, {33, 16}, {12, 10, 9}, {9, 10, 12}, {3, 2, 4, 5}}) {
+    Config config;
+    config.lengths = lengths, config.domain = DftiReal;
+    check_all_patterns(config, Signal(lengths, true));
+  }
+}
+
+TEST(Transforms, RealToPackedFormats) {
+  for (const int format : {DftiFormatCcs, DftiFormatPack, DftiFormatPerm})
+    for (const Sizes &lengths :
+         std::vector<Sizes>{{1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {16, 33}, {34, 40}}) {
+      Config config;
+      config.lengths = lengths, config.domain = DftiReal, config.storage = DftiComplexReal,
+      config.format = format;
+      check_all_patterns(config, Signal(lengths, true));
+    }
+}
+
+// Whole blocks of columns and what is left of them, on one thread and on more than there are planes.
+TEST(Transforms, Larger) {
+  for (const Sizes &lengths : std::vector<Sizes>{{96, 85}, {2, 40, 36}, {2, 3, 2, 2, 3, 2, 2}})
+    for (const bool real : {false, true}) {
+      const Signal signal(lengths, real);
+      Config config;
+      config.lengths = lengths, config.domain = real ? DftiReal : DftiComplex;
+      for (const int threads : {1, 3})
+        for (const bool in_place : {true, false}) {
+          tnk_set_num_threads(threads);
+          config.in_place = in_place;
+          check(config, signal);
+        }
+    }
+  tnk_set_num_threads(1);
+}
+
+} // namespace
+} // namespace tnk::test
