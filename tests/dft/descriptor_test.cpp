@@ -25,119 +25,71 @@ const DftiHandle untouched = reinterpret_cast<DftiHandle>(8);
 
 // ---- Creation ---------------------------------------------------------------------------------------------------------------
 
-// A creation by every form; those that have no room for an argument take none of its faults.
 struct Creation {
   tnk_int precision, domain, dimension;
   Ints lengths;
 };
-using Create = std::function<tnk_int(DftiHandle *, const Creation &)>;
+using Create = tnk_int(DftiHandle *handle, const Creation &c);
+
+template <auto *function> tnk_int any(DftiHandle *handle, const Creation &c) {
+  const auto precision = static_cast<int32_t>(c.precision), domain = static_cast<int32_t>(c.domain);
+  return c.dimension == 1 ? function(handle, precision, domain, c.dimension, c.lengths[0])
+                          : function(handle, precision, domain, c.dimension, c.lengths.data());
+}
+template <auto *function> tnk_int line(DftiHandle *handle, const Creation &c) {
+  return function(handle, static_cast<int32_t>(c.domain), c.lengths[0]);
+}
+template <auto *function> tnk_int space(DftiHandle *handle, const Creation &c) {
+  return function(handle, static_cast<int32_t>(c.domain), c.dimension, c.lengths.data());
+}
+template <auto *function, class Precision> tnk_int by_address(DftiHandle *handle, const Creation &c) {
+  const auto precision = static_cast<Precision>(c.precision);
+  return function(handle, &precision, &c.domain, &c.dimension, c.lengths.data());
+}
+
+// The numbers that a form knows of precision and shape by itself.
 struct CreateForm {
-  const char *name;
-  int32_t precision; // 0: an argument
-  bool one_dimension, by_address;
-  Create create;
+  Create *create;
+  Ints precisions;
+  bool one_dimension, is_by_address;
+  bool has_dimension() const { return !one_dimension || is_by_address; }
 };
 const CreateForm create_forms[] = {
-    {"value", 0, false, false,
-     [](DftiHandle *handle, const Creation &c) {
-       const auto precision = static_cast<int32_t>(c.precision), domain = static_cast<int32_t>(c.domain);
-       return c.dimension == 1
-                  ? DftiCreateDescriptor(handle, precision, domain, c.dimension, c.lengths[0])
-                  : DftiCreateDescriptor(handle, precision, domain, c.dimension, c.lengths.data());
-     }},
-    {"twin", 0, false, false,
-     [](DftiHandle *handle, const Creation &c) {
-       const auto precision = static_cast<int32_t>(c.precision), domain = static_cast<int32_t>(c.domain);
-       return c.dimension == 1
-                  ? tnk_dft_dfticreatedescriptor(handle, precision, domain, c.dimension, c.lengths[0])
-                  : tnk_dft_dfticreatedescriptor(handle, precision, domain, c.dimension, c.lengths.data());
-     }},
-    {"s_1d", DftiSingle, true, false,
-     [](DftiHandle *handle, const Creation &c) {
-       return DftiCreateDescriptor_s_1d(handle, static_cast<int32_t>(c.domain), c.lengths[0]);
-     }},
-    {"d_1d", DftiDouble, true, false,
-     [](DftiHandle *handle, const Creation &c) {
-       return DftiCreateDescriptor_d_1d(handle, static_cast<int32_t>(c.domain), c.lengths[0]);
-     }},
-    {"s_md", DftiSingle, false, false,
-     [](DftiHandle *handle, const Creation &c) {
-       return DftiCreateDescriptor_s_md(handle, static_cast<int32_t>(c.domain), c.dimension,
-                                        c.lengths.data());
-     }},
-    {"d_md", DftiDouble, false, false,
-     [](DftiHandle *handle, const Creation &c) {
-       return DftiCreateDescriptor_d_md(handle, static_cast<int32_t>(c.domain), c.dimension,
-                                        c.lengths.data());
-     }},
-    {"address 1d", 0, true, true,
-     [](DftiHandle *handle, const Creation &c) {
-       return tnk_dft_dfti_create_descriptor_1d(handle, &c.precision, &c.domain, &c.dimension,
-                                                c.lengths.data());
-     }},
-    {"address highd", 0, false, true,
-     [](DftiHandle *handle, const Creation &c) {
-       return tnk_dft_dfti_create_descriptor_highd(handle, &c.precision, &c.domain, &c.dimension,
-                                                   c.lengths.data());
-     }},
-    {"address s_1d", 0, true, true,
-     [](DftiHandle *handle, const Creation &c) {
-       const auto precision = static_cast<float>(c.precision);
-       return tnk_dft_dfti_create_descriptor_s_1d(handle, &precision, &c.domain, &c.dimension,
-                                                  c.lengths.data());
-     }},
-    {"address s_md", 0, false, true,
-     [](DftiHandle *handle, const Creation &c) {
-       const auto precision = static_cast<float>(c.precision);
-       return tnk_dft_dfti_create_descriptor_s_md(handle, &precision, &c.domain, &c.dimension,
-                                                  c.lengths.data());
-     }},
-    {"address d_1d", 0, true, true,
-     [](DftiHandle *handle, const Creation &c) {
-       const auto precision = static_cast<double>(c.precision);
-       return tnk_dft_dfti_create_descriptor_d_1d(handle, &precision, &c.domain, &c.dimension,
-                                                  c.lengths.data());
-     }},
-    {"address d_md", 0, false, true,
-     [](DftiHandle *handle, const Creation &c) {
-       const auto precision = static_cast<double>(c.precision);
-       return tnk_dft_dfti_create_descriptor_d_md(handle, &precision, &c.domain, &c.dimension,
-                                                  c.lengths.data());
-     }},
+    {any<DftiCreateDescriptor>, {35, 36}, false, false},
+    {any<tnk_dft_dfticreatedescriptor>, {35, 36}, false, false},
+    {line<DftiCreateDescriptor_s_1d>, {35}, true, false},
+    {line<DftiCreateDescriptor_d_1d>, {36}, true, false},
+    {space<DftiCreateDescriptor_s_md>, {35}, false, false},
+    {space<DftiCreateDescriptor_d_md>, {36}, false, false},
+    {by_address<tnk_dft_dfti_create_descriptor_1d, tnk_int>, {35, 36}, true, true},
+    {by_address<tnk_dft_dfti_create_descriptor_highd, tnk_int>, {35, 36}, false, true},
+    {by_address<tnk_dft_dfti_create_descriptor_s_1d, float>, {35}, true, true},
+    {by_address<tnk_dft_dfti_create_descriptor_s_md, float>, {35}, false, true},
+    {by_address<tnk_dft_dfti_create_descriptor_d_1d, double>, {36}, true, true},
+    {by_address<tnk_dft_dfti_create_descriptor_d_md, double>, {36}, false, true},
 };
 
 TEST(DftCreate, EveryFormMakesTheSame) {
   allocations.reset();
   for (const CreateForm &form : create_forms)
-    for (const tnk_int precision : {DftiSingle, DftiDouble})
+    for (const tnk_int precision : form.precisions)
       for (const tnk_int domain : {DftiComplex, DftiReal})
-        for (const Ints &lengths : {Ints{6}, Ints{2, -3, 5}, Ints{2, 3, 4, 5, 6, 7, 8}}) {
-          SCOPED_TRACE(form.name);
-          if (form.one_dimension && lengths.size() > 1) continue;
-          DftiHandle handle = untouched;
-          const tnk_int status =
-              form.create(&handle, {precision, domain, static_cast<tnk_int>(lengths.size()), lengths});
-          const bool singles = std::string(form.name).substr(0, 9) == "address s";
-          const bool doubles = std::string(form.name).substr(0, 9) == "address d";
-          if ((singles && precision == DftiDouble) || (doubles && precision == DftiSingle)) {
-            EXPECT_EQ(status, DftiInvalidConfiguration);
-            continue;
-          }
-          ASSERT_EQ(status, DftiNoError);
-          EXPECT_EQ(handle->precision, form.precision ? form.precision : precision);
-          EXPECT_EQ(handle->forward_domain, domain);
-          EXPECT_EQ(handle->user_threads, 1);
-          Ints inner = lengths;
-          if (!form.by_address) std::reverse(inner.begin(), inner.end());
-          ASSERT_EQ(handle->lengths.rank, static_cast<int32_t>(inner.size()));
-          tnk_int stride = 1;
-          for (std::size_t i = 0; i < inner.size(); ++i) {
-            const IotensorDim &dim = handle->lengths.dims[i];
-            EXPECT_TRUE(dim.length == inner[i] && dim.input_stride == stride && dim.output_stride == stride)
-                << i;
-            stride *= inner[i];
-          }
+        for (Ints lengths : {Ints{6}, Ints{2, -3, 5}, Ints{2, 3, 4, 5, 6, 7, 8}}) {
+          SCOPED_TRACE(&form - create_forms);
+          const auto rank = static_cast<tnk_int>(lengths.size());
+          if (form.one_dimension && rank > 1) continue;
+          DftiHandle handle;
+          ASSERT_EQ(form.create(&handle, {precision, domain, rank, lengths}), DftiNoError);
+          EXPECT_TRUE(handle->precision == precision && handle->forward_domain == domain);
           EXPECT_TRUE(looks_uncommitted(handle));
+          if (!form.is_by_address) std::reverse(lengths.begin(), lengths.end());
+          ASSERT_EQ(handle->lengths.rank, rank);
+          tnk_int stride = 1;
+          for (std::size_t i = 0; i < lengths.size(); stride *= lengths[i++]) {
+            const IotensorDim &dim = handle->lengths.dims[i];
+            EXPECT_TRUE(dim.length == lengths[i] && dim.input_stride == stride && dim.output_stride == stride)
+                << i;
+          }
           EXPECT_EQ(DftiFreeDescriptor(&handle), DftiNoError);
         }
   EXPECT_EQ(allocations.live, 0);
@@ -145,35 +97,22 @@ TEST(DftCreate, EveryFormMakesTheSame) {
 
 TEST(DftCreate, RefusesInOrder) {
   allocations.reset();
-  const Ints seven = {2, 3, 4, 5, 6, 7, 8};
-  struct Row {
-    Creation creation;
-    bool null;
-    tnk_int status;
-  };
-  const Row rows[] = {
-      {{35, 32, 0, seven}, true, DftiInconsistentConfiguration},
-      {{35, 32, 0, seven}, false, DftiInvalidConfiguration},
-      {{35, 32, -1, seven}, false, DftiInvalidConfiguration},
-      {{35, 32, 8, seven}, false, DftiInvalidConfiguration},
-      {{35, 32, 1, {0}}, false, DftiInvalidConfiguration},
-      {{35, 32, 1, {-4}}, false, DftiInvalidConfiguration},
-      {{34, 32, 2, {4, 4}}, false, DftiInvalidConfiguration},
-      {{37, 32, 2, {4, 4}}, false, DftiInvalidConfiguration},
-      {{35, 31, 2, {4, 4}}, false, DftiInvalidConfiguration},
-      {{35, 34, 2, {4, 4}}, false, DftiInvalidConfiguration},
-      {{35, 32, 3, {4, 4, 0}}, false, DftiInvalidConfiguration},
-      {{35, 33, 3, {0, 4, 4}}, false, DftiInvalidConfiguration},
-      {{35, 33, 3, {4, 0, 4}}, false, DftiInvalidConfiguration},
-  };
+  const Creation invalid[] = {
+      {35, 32, 0, {4, 4}},   {35, 32, -1, {4, 4}},   {35, 32, 8, {2, 2, 2, 2, 2, 2, 2, 2}},
+      {35, 32, 1, {0}},      {35, 32, 1, {-4}},      {34, 32, 2, {4, 4}},
+      {37, 32, 2, {4, 4}},   {35, 31, 2, {4, 4}},    {36, 34, 2, {4, 4}},
+      {35, 32, 1, {0}},      {36, 32, 3, {4, 4, 0}}, {35, 33, 3, {0, 4, 4}},
+      {35, 33, 3, {4, 0, 4}}};
   for (const CreateForm &form : create_forms)
-    for (const Row &row : rows) {
-      const bool has_precision = form.precision == 0, has_dimension = !form.one_dimension || form.by_address;
-      if (!has_dimension && row.creation.dimension != 1 && !row.null) continue;
-      if (!has_precision && row.creation.precision != 35) continue;
+    for (const Creation &creation : invalid) {
+      EXPECT_EQ(form.create(nullptr, creation), DftiInconsistentConfiguration);
+      if (!form.has_dimension() && creation.dimension != 1) continue;
+      if (form.precisions.size() == 1 && !form.is_by_address &&
+          (creation.precision == 34 || creation.precision == 37))
+        continue;
       DftiHandle handle = untouched;
-      EXPECT_EQ(form.create(row.null ? nullptr : &handle, row.creation), row.status) << form.name;
-      EXPECT_EQ(handle, untouched) << form.name;
+      EXPECT_EQ(form.create(&handle, creation), DftiInvalidConfiguration) << &form - create_forms;
+      EXPECT_EQ(handle, untouched);
     }
   EXPECT_EQ(allocations.made, 0);
 }
@@ -382,48 +321,38 @@ TEST(DftDescriptors, LeaveNothingBehindWhenMemoryIsRefused) {
 
 // ---- Handles that are none, and the way to a compute entry ----------------------------------------------------------------
 
-using ByAddress = std::function<tnk_int(DftiHandle *, void **)>;
+using ByAddress = tnk_int(DftiHandle *handle, void *const *arrays);
+template <DftiComputeByAddress1 *function> tnk_int one(DftiHandle *handle, void *const *a) {
+  return function(handle, a[0]);
+}
+template <DftiComputeByAddress2 *function> tnk_int two(DftiHandle *handle, void *const *a) {
+  return function(handle, a[0], a[1]);
+}
+template <DftiComputeByAddress4 *function> tnk_int four(DftiHandle *handle, void *const *a) {
+  return function(handle, a[0], a[1], a[2], a[3]);
+}
+
 struct ComputeForm {
   int arrays;
   bool forward;
-  ByAddress call;
+  ByAddress *call;
 };
-
-std::vector<ComputeForm> compute_forms() {
-  std::vector<ComputeForm> forms;
-  for (const bool forward : {true, false}) {
-    const auto one = [&](DftiComputeByAddress1 *f) {
-      forms.push_back({1, forward, [f](DftiHandle *h, void **a) { return f(h, a[0]); }});
-    };
-    const auto two = [&](DftiComputeByAddress2 *f) {
-      forms.push_back({2, forward, [f](DftiHandle *h, void **a) { return f(h, a[0], a[1]); }});
-    };
-    const auto four = [&](DftiComputeByAddress4 *f) {
-      forms.push_back({4, forward, [f](DftiHandle *h, void **a) { return f(h, a[0], a[1], a[2], a[3]); }});
-    };
-    one(forward ? tnk_dft_dfti_compute_forward_c : tnk_dft_dfti_compute_backward_c);
-    one(forward ? tnk_dft_dfti_compute_forward_z : tnk_dft_dfti_compute_backward_z);
-    one(forward ? tnk_dft_dfti_compute_forward_s : tnk_dft_dfti_compute_backward_s);
-    one(forward ? tnk_dft_dfti_compute_forward_d : tnk_dft_dfti_compute_backward_d);
-    two(forward ? tnk_dft_dfti_compute_forward_cc : tnk_dft_dfti_compute_backward_cc);
-    two(forward ? tnk_dft_dfti_compute_forward_cs : tnk_dft_dfti_compute_backward_cs);
-    two(forward ? tnk_dft_dfti_compute_forward_sc : tnk_dft_dfti_compute_backward_sc);
-    two(forward ? tnk_dft_dfti_compute_forward_ss : tnk_dft_dfti_compute_backward_ss);
-    two(forward ? tnk_dft_dfti_compute_forward_zz : tnk_dft_dfti_compute_backward_zz);
-    two(forward ? tnk_dft_dfti_compute_forward_zd : tnk_dft_dfti_compute_backward_zd);
-    two(forward ? tnk_dft_dfti_compute_forward_dz : tnk_dft_dfti_compute_backward_dz);
-    two(forward ? tnk_dft_dfti_compute_forward_dd : tnk_dft_dfti_compute_backward_dd);
-    four(forward ? tnk_dft_dfti_compute_forward_ssss : tnk_dft_dfti_compute_backward_ssss);
-    four(forward ? tnk_dft_dfti_compute_forward_dddd : tnk_dft_dfti_compute_backward_dddd);
+#define TNK_BOTH(arrays, function, types)                                                                    \
+  {arrays, true, function<tnk_dft_dfti_compute_forward_##types>}, {                                          \
+    arrays, false, function<tnk_dft_dfti_compute_backward_##types>                                           \
   }
-  return forms;
-}
+const ComputeForm compute_forms[] = {TNK_BOTH(1, one, c),     TNK_BOTH(1, one, z),    TNK_BOTH(1, one, s),
+                                     TNK_BOTH(1, one, d),     TNK_BOTH(2, two, cc),   TNK_BOTH(2, two, cs),
+                                     TNK_BOTH(2, two, sc),    TNK_BOTH(2, two, ss),   TNK_BOTH(2, two, zz),
+                                     TNK_BOTH(2, two, zd),    TNK_BOTH(2, two, dz),   TNK_BOTH(2, two, dd),
+                                     TNK_BOTH(4, four, ssss), TNK_BOTH(4, four, dddd)};
+#undef TNK_BOTH
 
 TEST(DftCompute, ByAddressTellsWrongNumbersOfArraysFromUncommitted) {
   Plan plan(DftiDouble, DftiComplex, {6});
   double data[4];
   void *arrays[4] = {&data[0], &data[1], &data[2], &data[3]};
-  for (const ComputeForm &form : compute_forms()) {
+  for (const ComputeForm &form : compute_forms) {
     DftiHandle none = nullptr;
     EXPECT_EQ(form.call(nullptr, arrays), DftiBadDescriptor);
     EXPECT_EQ(form.call(&none, arrays), DftiBadDescriptor);
@@ -541,16 +470,17 @@ TEST(DftStatus, HasAClassAndAMessage) {
 
 TEST(DftOutline, CountsArrays) {
   DftiOutline outline = {};
-  const Ints lengths = {3, 0, 5, 6, 7, 8, 9};
-  EXPECT_EQ(tnk_dft_create_descriptor_md(&outline, 36, 32, 2, lengths.data()), DftiInvalidConfiguration);
-  EXPECT_EQ(tnk_dft_create_descriptor_md(&outline, 37, 32, 1, lengths.data()), DftiInvalidConfiguration);
-  EXPECT_EQ(tnk_dft_create_descriptor_md(&outline, 36, 31, 1, lengths.data()), DftiInvalidConfiguration);
-  EXPECT_EQ(tnk_dft_create_descriptor_md(&outline, 36, 32, 8, lengths.data()), DftiInvalidConfiguration);
+  const tnk_int lengths[] = {3, 5, 0};
+  for (const Ints &bad :
+       {Ints{36, 32, 3}, Ints{37, 32, 1}, Ints{36, 31, 1}, Ints{36, 32, 8}, Ints{36, 32, 0}})
+    EXPECT_EQ(tnk_dft_create_descriptor_md(&outline, static_cast<int32_t>(bad[0]),
+                                           static_cast<int32_t>(bad[1]), static_cast<int32_t>(bad[2]),
+                                           lengths),
+              DftiInvalidConfiguration);
   EXPECT_EQ(outline.rank, 0);
   for (const int32_t domain : {DftiComplex, DftiReal}) {
-    ASSERT_EQ(tnk_dft_create_descriptor_md(&outline, 36, domain, 5, lengths.data() + 2), DftiNoError);
-    EXPECT_EQ(outline.nioargs, 1);
-    EXPECT_EQ(outline.lengths[4], 9);
+    ASSERT_EQ(tnk_dft_create_descriptor_md(&outline, DftiDouble, domain, 2, lengths), DftiNoError);
+    EXPECT_TRUE(outline.nioargs == 1 && outline.lengths[1] == 5);
     outline.complex_storage = DftiRealReal;
     EXPECT_EQ(tnk_dft_determine_nioargs(&outline), domain == DftiComplex ? 2 : 1);
     outline.placement = DftiNotInPlace;
