@@ -31,7 +31,9 @@ Slices slices_of_whole(tnk_int m, tnk_int n, double operations) {
 
 Slices slices_of_triangle(Part part, tnk_int n, double operations) {
   Slices slices;
+  slices.columns = true;
   slices.count = slices_for(operations, n);
+  slices.begin[0] = 0;
   for (int i = 1; i <= slices.count; ++i) {
     const double share = static_cast<double>(i) / slices.count; // of the area
     const double edge = part == Part::upper ? std::sqrt(share) : 1 - std::sqrt(1 - share);

@@ -127,7 +127,7 @@ template <class T> struct Mirrored {
   }
 
 private:
-  static constexpr tnk_int square = 32;
+  static constexpr tnk_int square = 16;
 
   void make_full(T *full, tnk_int row, tnk_int rows, tnk_int column, tnk_int columns) const {
     for (tnk_int j = column; j < column + columns; ++j, full += square) {
@@ -157,9 +157,9 @@ enum class Part { whole, lower, upper };
 // Where slice i of C begins, and slice i - 1 ends: columns, or rows. Triangles are cut by columns.
 struct Slices {
   static constexpr int most = 64;
-  int count = 1;
-  bool columns = true;
-  tnk_int begin[most + 1] = {};
+  int count;
+  bool columns;
+  tnk_int begin[most + 1];
 };
 
 // For a job of so many real operations: as many slices as threads pay. Triangles are cut into equal areas.
@@ -232,8 +232,8 @@ template <class T, class Left, class Right, class Beta> struct PackedProduct {
     const tnk_int bytes = blocks.a_bytes + blocks.b_bytes;
     // All of it before C is touched; when it is too much, the slices take turns.
     bool at_once = slices.count > 1;
-    void *memory = tnk_serv_allocate(slices.count * bytes, page);
-    if (!memory && at_once) at_once = false, memory = tnk_serv_allocate(bytes, page);
+    void *memory = tnk_serv_allocate(slices.count * bytes, line);
+    if (!memory && at_once) at_once = false, memory = tnk_serv_allocate(bytes, line);
     if (tnk_serv_check_ptr(memory, routine) != 0) return;
     const auto run_slice = [&](int i) {
       char *const own = static_cast<char *>(memory) + (at_once ? i * bytes : 0);
@@ -251,10 +251,11 @@ template <class T, class Left, class Right, class Beta> struct PackedProduct {
   }
 
 private:
-  static constexpr tnk_int page = 4096;
+  static constexpr tnk_int line = 128;           // packed blocks begin at multiples of it; pages gain nothing
+  static constexpr tnk_int one_block_order = 64; // up to here a product is one block, whatever the cache
   // A square on the diagonal of a triangle is multiplied as a whole, and its triangle taken over: a multiple of the sides
   // of a tile.
-  static constexpr tnk_int square = 8;
+  static constexpr tnk_int square = is_complex<T> ? 4 : 8;
 
   struct Blocks {
     tnk_int rows, columns, steps; // steps: of one term
@@ -267,19 +268,23 @@ private:
     for (int i = 0; i < slices.count; ++i) widest = std::max(widest, slices.begin[i + 1] - slices.begin[i]);
     const tnk_int rows = slices.columns ? m : widest, columns = slices.columns ? widest : n,
                   steps = terms * k;
-    tnk_gemm_descriptor d{};
-    d.mr = kernel.mr, d.nr = kernel.nr, d.kr = kernel.kr;
-    kernel.get_blks_size(&rows, &columns, &steps, &d);
     const auto whole = [](tnk_int block, tnk_int all) {
       return std::min(std::max(block / square * square, square), rounded_up(all, square));
     };
+    tnk_gemm_descriptor d;
+    d.mb = d.nb = d.kb = one_block_order;
+    if (std::max({rows, columns, steps}) > one_block_order) {
+      d.mb = d.kb = 0; // to be chosen
+      d.mr = kernel.mr, d.nr = kernel.nr, d.kr = kernel.kr;
+      kernel.get_blks_size(&rows, &columns, &steps, &d);
+    }
     Blocks blocks{};
     blocks.rows = whole(d.mb, rows), blocks.columns = whole(d.nb, columns);
     blocks.steps = std::min(rounded_up(d.kb / terms, kernel.kr), rounded_up(k, kernel.kr));
     constexpr tnk_int beyond = 512; // what kernels may read behind panels
     const tnk_int step_bytes = terms * blocks.steps * static_cast<tnk_int>(sizeof(T));
-    blocks.a_bytes = rounded_up(blocks.rows * step_bytes + beyond, page);
-    blocks.b_bytes = rounded_up(blocks.columns * step_bytes + beyond, page);
+    blocks.a_bytes = rounded_up(blocks.rows * step_bytes + beyond, line);
+    blocks.b_bytes = rounded_up(blocks.columns * step_bytes + beyond, line);
     return blocks;
   }
 

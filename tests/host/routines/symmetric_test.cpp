@@ -154,14 +154,15 @@ template <class T> struct Call {
     if (name.hermitian && i == j) wanted.im = 0;
     return wanted;
   }
-  // What is wrong with C, if anything; of large matrices each `stride`-th element is looked at.
-  std::string fault(tnk_int stride = 1) const {
+  // What is wrong with C, if anything. Above row `all_from` only some elements are looked at.
+  std::string fault(tnk_int all_from = 0) const {
     for (tnk_int at = 0; at < ldc * n; ++at) {
       const tnk_int i = at % ldc, j = at / ldc;
       const T got = c.get(static_cast<std::size_t>(at)), &old = before[static_cast<std::size_t>(at)];
       const bool counts = i < m && (is_product() || i == j || (i < j) == upper());
       const bool real = name.hermitian && !is_product() && i == j;
-      if (counts ? at % stride == 0 && (!holds(expected(i, j), got) || (real && reference::im(got) != 0))
+      if (counts ? (i >= all_from || at % 997 == 0) &&
+                       (!holds(expected(i, j), got) || (real && reference::im(got) != 0))
                  : !same_bits(&got, &old))
         return "at " + std::to_string(i) + ", " + std::to_string(j) + ": " +
                std::to_string(reference::re(got));
@@ -223,8 +224,9 @@ TEST(PublicSymmetric, MeetsItsDefinition) {
 
 // Beyond the widest block of columns.
 TEST(PublicSymmetric, TakesMoreColumnsThanABlock) {
+  const Threads one(1);
   for (const char *letters : {"UN", "LT"})
-    EXPECT_EQ(Call<float>(names[6], letters, 5005, 3, 0.5, 1).run().fault(997), "") << letters;
+    EXPECT_EQ(Call<float>(names[6], letters, 5005, 3, 0.5, 1).run().fault(4980), "") << letters;
   EXPECT_EQ(Call<double>(names[1], "LU", 5, 5003, 0.5, 0).run().fault(), "");
 }
 
