@@ -137,7 +137,6 @@ template <class T> tnk_int commit_complex(DftiNode *root, DftiModeDefinition *de
   if (const tnk_int status = define_mode(root, root->dynamic)) return give_up(root, root, status);
   const bool out = root->placement != DftiInPlace;
   root->kernels.plane = root->committed_rank == 2 ? out ? p::plane_out : p::plane : nullptr;
-  if (is_split(root)) root->flags &= ~uint32_t{TNK_DFT_PLANE}; // planes are of interleaved numbers
 
   // The threading layer has set parallel entries of its own where it left several threads to one transform.
   const bool has_entries = one_dimensional && root->number_of_transforms < 2 && root->threads != 1;
