@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/routines/blas/arguments.h"
+#include "host/routines/blas/numbers.h"
 #include <algorithm>
 
 namespace tnk::host {
@@ -90,35 +91,78 @@ template <class T> struct BandArguments {
 
 // ---- Groups of columns ----------------------------------------------------------------------------------------------
 
-// `width` columns from `first` on. Off the square on the diagonal they have the rows `top` to `bottom` - 1 in common: a
-// matrix for a kernel. What a band has besides are two triangles: in the square, and at the far ends of its columns.
+// Columns that are done at once: as many as a kernel takes in one pass in every type, or as share a step.
+template <class S> constexpr tnk_int group_width = S::together < 4 ? S::together : 4;
+
+// body(first, width) for the groups of n columns, the width a constant but for the last group, so that the loops over the
+// square on the diagonal are written out.
+template <class S, class Body> void over_groups(tnk_int n, bool ascending, Body body) {
+  constexpr std::integral_constant<tnk_int, group_width<S>> whole;
+  const tnk_int rest = n / whole * whole;
+  if (!ascending && rest < n) body(rest, n - rest);
+  for (tnk_int j = 0; j < rest; j += whole) body(ascending ? j : rest - whole - j, whole);
+  if (ascending && rest < n) body(rest, n - rest);
+}
+
+// `width` columns from `first` on, no more than a band has diagonals. Off the square on the diagonal they have the rows
+// `top` to `bottom` - 1 in common: a matrix for a kernel. The columns of a band go on at their far ends.
 template <class S> struct Group {
   const S &a;
   tnk_int first, width, top, bottom;
 
-  Group(const S &stored, tnk_int j, tnk_int columns) : a(stored), first(j), width(columns) {
-    top = S::upper ? a.first(j + width - 1) : j + width;
-    bottom = S::upper ? j : a.past(j);
-    if (top > bottom) (S::upper ? top : bottom) = S::upper ? bottom : top;
-  }
+  Group(const S &stored, tnk_int j, tnk_int columns)
+      : a(stored), first(j), width(columns), top(S::upper ? a.first(j + width - 1) : j + width),
+        bottom(S::upper ? j : a.past(j)) {}
   tnk_int rows() const { return bottom - top; }
-  tnk_int past() const { return first + width; }
 
-  // f(c, from, to) for each column c and its rows in the square, without the diagonal.
-  template <class F> void in_square(tnk_int c, F f) const {
-    if (S::upper)
-      f(c, std::max(first, a.first(c)), c);
-    else
-      f(c, c + 1, std::min(past(), a.past(c)));
-  }
   // f(c, from, to) for the rows of each column beyond the common ones.
   template <class F> void at_far_ends(F f) const {
-    for (tnk_int c = first; S::banded && c < past(); ++c)
+    for (tnk_int c = first; S::banded && c < first + width; ++c)
       if (S::upper) {
-        f(c, a.first(c), std::max(a.first(c), top));
+        f(c, a.first(c), top);
       } else {
-        f(c, std::min(a.past(c), bottom), a.past(c));
+        f(c, bottom, a.past(c));
       }
+  }
+};
+
+// ---- Narrow bands ---------------------------------------------------------------------------------------------------
+
+// Up to so many diagonals beside the main one an element of the result is formed by itself, from a row of the matrix, since
+// calls of kernels would take longer than what they do.
+constexpr tnk_int narrow = 8;
+
+// f(k) with a constant where it is small, so that loops over the diagonals are written out.
+template <class F> void with_constant(tnk_int k, F f) {
+  switch (k) {
+  case 1:
+    return f(std::integral_constant<tnk_int, 1>());
+  case 2:
+    return f(std::integral_constant<tnk_int, 2>());
+  case 3:
+    return f(std::integral_constant<tnk_int, 3>());
+  case 4:
+    return f(std::integral_constant<tnk_int, 4>());
+  default:
+    return f(k);
+  }
+}
+
+// The part of a row of A, or of its transpose, that lies to one side of the diagonal: the d-th element from the diagonal
+// stands in column row + d * side, and `step` elements behind the one before it.
+template <bool Transposed, bool Conjugated, class B> struct HalfRow {
+  static constexpr tnk_int side = B::upper != Transposed ? 1 : -1;
+  const B &a;
+  tnk_int step;
+
+  explicit HalfRow(const B &band) : a(band), step(side * (Transposed ? 1 : a.lda - 1)) {}
+  // The sum of `count` elements with those of x, from the diagonal on.
+  template <class Count, class T> T product(tnk_int row, Count count, const T *x) const {
+    const auto *const diagonal = a.column(row) + row;
+    T sum{};
+    for (tnk_int d = 1; d <= count; ++d)
+      sum = sum + conjugate_if<Conjugated>(diagonal[d * step]) * x[row + d * side];
+    return sum;
   }
 };
 

@@ -9,36 +9,65 @@
 namespace tnk::host {
 namespace {
 
-// Rows from ... to - 1 of a column c off the diagonal, for the triangle that is stored and for its reflection.
-template <class T>
-void add_pieces(const T *column, tnk_int from, tnk_int to, T alpha, const T *x, T *y, tnk_int c) {
-  const T factor = alpha * x[c];
-  T sum{};
-  for (tnk_int i = from; i < to; ++i) {
-    y[i] = y[i] + factor * column[i];
-    sum = sum + conjugate(column[i]) * x[i];
+// The square on the diagonal, its sums in registers.
+template <class S, class T, class Width>
+void add_square(const S &a, tnk_int first, Width width, T alpha, const T *x, T *y) {
+  T sum[group_width<S>] = {};
+  x += first, y += first;
+  for (tnk_int c = 0; c < width; ++c) {
+    const T *const column = a.column(first + c) + first;
+    sum[c] = sum[c] + real_part_of(column[c]) * x[c];
+    for (tnk_int i = S::upper ? 0 : c + 1; i < (S::upper ? c : tnk_int{width}); ++i) {
+      sum[i] = sum[i] + column[i] * x[c];
+      sum[c] = sum[c] + conjugate(column[i]) * x[i];
+    }
   }
-  y[c] = y[c] + alpha * sum;
+  for (tnk_int c = 0; c < width; ++c) y[c] = y[c] + alpha * sum[c];
 }
 
 // y := y + alpha A x, groups of columns at a time, which serve as rows as well.
 template <class S, class T> void add_symmetric(AddBoth<T> *both, const S &a, T alpha, const T *x, T *y) {
-  constexpr tnk_int most = std::min<tnk_int>(S::together, 4);
-  for (tnk_int j = 0; j < a.n; j += most) {
-    const Group<S> group(a, j, std::min(most, a.n - j));
-    const auto pieces = [&](tnk_int c, tnk_int from, tnk_int to) {
-      add_pieces(a.column(c), from, to, alpha, x, y, c);
-    };
-    for (tnk_int c = j; c < group.past(); ++c) {
-      group.in_square(c, pieces);
-      y[c] = y[c] + alpha * (real_part_of(a.column(c)[c]) * x[c]);
-    }
-    group.at_far_ends(pieces);
+  over_groups<S>(a.n, true, [&](tnk_int j, auto width) {
+    add_square(a, j, width, alpha, x, y);
+    const Group<S> group(a, j, width);
+    group.at_far_ends([&](tnk_int c, tnk_int from, tnk_int to) {
+      const T *const column = a.column(c);
+      for (tnk_int i = from; i < to; ++i) {
+        y[i] = y[i] + alpha * (column[i] * x[c]);
+        y[c] = y[c] + alpha * (conjugate(column[i]) * x[i]);
+      }
+    });
     const tnk_int rows = group.rows(), lda = a.step(j);
     if (rows > 0)
       both(&rows, &group.width, a.column(j) + group.top, &lda, x + j, x + group.top, y + group.top, y + j,
            &alpha);
-  }
+  });
+}
+
+// The same for a narrow band, row by row.
+template <class B, class T> void add_narrow(const B &a, T alpha, const T *x, T *y) {
+  const HalfRow<false, false, B> stored(a);
+  const HalfRow<true, true, B> reflected(a);
+  const auto row = [&](tnk_int i, auto on_stored, auto on_reflected) {
+    y[i] = y[i] + alpha * (real_part_of(a.column(i)[i]) * x[i] + stored.product(i, on_stored, x) +
+                           reflected.product(i, on_reflected, x));
+  };
+  const auto at_an_end = [&](tnk_int i) {
+    const tnk_int before = std::min(i, a.k), behind = std::min(a.n - 1 - i, a.k);
+    B::upper ? row(i, behind, before) : row(i, before, behind);
+  };
+  const tnk_int head = std::min(a.k, a.n), tail = std::max(head, a.n - a.k);
+  for (tnk_int i = 0; i < head; ++i) at_an_end(i);
+  with_constant(a.k, [&](auto k) {
+    for (tnk_int i = head; i < tail; ++i) row(i, k, k);
+  });
+  for (tnk_int i = tail; i < a.n; ++i) at_an_end(i);
+}
+
+template <class S, class T> void run(AddBoth<T> *both, const S &a, T alpha, const T *x, T *y) {
+  if constexpr (S::banded)
+    if (a.k <= narrow) return add_narrow(a, alpha, x, y);
+  add_symmetric(both, a, alpha, x, y);
 }
 
 template <class T, class A>
@@ -61,9 +90,9 @@ void symmetric_product(const char *routine, const char *uplo, const tnk_int *n, 
   if (!factor || !sum) return;
   scale<T>(*n, *beta, sum.elements(), 1);
   if (is_letter(*uplo, 'u'))
-    add_symmetric(both, a.template triangle<true>(*n), *alpha, factor.elements(), sum.elements());
+    run(both, a.template triangle<true>(*n), *alpha, factor.elements(), sum.elements());
   else
-    add_symmetric(both, a.template triangle<false>(*n), *alpha, factor.elements(), sum.elements());
+    run(both, a.template triangle<false>(*n), *alpha, factor.elements(), sum.elements());
   sum.put_back();
 }
 

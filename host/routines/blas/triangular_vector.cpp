@@ -10,108 +10,136 @@ namespace tnk::host {
 namespace {
 
 // What is done with the triangle: x := op(A) x, or the solution of op(A) y = x.
-struct Task {
-  bool solve, transposed, conjugated, unit;
+template <bool Solve, bool Transposed, bool Conjugated> struct Task {
+  static constexpr bool solve = Solve, transposed = Transposed;
+  bool unit; // the diagonal, which is not read then
+
+  template <class T> static T element(T stored) { return conjugate_if<Conjugated>(stored); }
+  template <class T> static T with(T value, T product) { return Solve ? value - product : value + product; }
+  template <class T, class E> T on_diagonal(T value, const E &stored) const {
+    if (unit) return value;
+    return Solve ? value / element<T>(stored) : element<T>(stored) * value;
+  }
 };
 
-// The square on the diagonal of a group, a column at a time, in the order in which the columns can be done.
-template <bool Conjugated, class S, class T>
-void in_square(const Task &task, const Group<S> &group, bool ascending, T *x) {
-  const S &a = group.a;
-  const auto column = [&](tnk_int c) {
-    const auto *const elements = a.column(c);
-    const auto on_diagonal = [&](T value) {
-      if (task.unit) return value;
-      const T d = conjugate_if<Conjugated>(elements[c]);
-      return task.solve ? value / d : d * value;
-    };
-    group.in_square(c, [&](tnk_int, tnk_int from, tnk_int to) {
-      if (task.transposed) {
-        T sum = task.solve ? x[c] : on_diagonal(x[c]);
-        for (tnk_int i = from; i < to; ++i) {
-          const T product = conjugate_if<Conjugated>(elements[i]) * x[i];
-          sum = task.solve ? sum - product : sum + product;
-        }
-        x[c] = task.solve ? on_diagonal(sum) : sum;
-      } else {
-        if (task.solve) x[c] = on_diagonal(x[c]);
-        for (tnk_int i = from; i < to; ++i)
-          x[i] = task.solve ? x[i] - elements[i] * x[c] : x[i] + elements[i] * x[c];
-        if (!task.solve) x[c] = on_diagonal(x[c]);
-      }
-    });
-  };
-  for (tnk_int k = 0; k < group.width; ++k) column(ascending ? group.first + k : group.past() - 1 - k);
+// The square on the diagonal, a column at a time in the order in which columns can be done.
+template <class W, class S, class T, class Width>
+void in_square(const W &task, const S &a, tnk_int first, Width width, T *x) {
+  constexpr bool ascending = (S::upper != W::transposed) != W::solve;
+  T v[group_width<S>];
+  x += first;
+  for (tnk_int i = 0; i < width; ++i) v[i] = x[i];
+  for (tnk_int k = 0; k < width; ++k) {
+    const tnk_int c = ascending ? k : width - 1 - k;
+    const auto *const column = a.column(first + c) + first;
+    if (W::solve != W::transposed) v[c] = task.on_diagonal(v[c], column[c]);
+    for (tnk_int i = S::upper ? 0 : c + 1; i < (S::upper ? c : tnk_int{width}); ++i) {
+      T &to = W::transposed ? v[c] : v[i];
+      to = W::with(to, W::element(column[i]) * (W::transposed ? v[i] : v[c]));
+    }
+    if (W::solve == W::transposed) v[c] = task.on_diagonal(v[c], column[c]);
+  }
+  for (tnk_int i = 0; i < width; ++i) x[i] = v[i];
 }
 
 // What a group has off its square: added to the other elements of x, or transposed, taken from them.
-template <bool Conjugated, class S, class T>
-void off_square(const Task &task, AddProduct<T> *add, const Group<S> &group, T *x) {
-  const S &a = group.a;
-  const T alpha = from_real<T>(task.solve ? -1 : 1);
-  const tnk_int rows = group.rows(), lda = a.step(group.first);
+template <class W, class S, class T>
+void off_square(AddProduct<T> *add, const S &a, tnk_int first, tnk_int width, T *x) {
+  const Group<S> group(a, first, width);
+  const T alpha = from_real<T>(W::solve ? -1 : 1);
+  const tnk_int rows = group.rows(), lda = a.step(first);
   if (rows > 0) {
-    T *const there = x + group.top, *const here = x + group.first;
-    add(&rows, &group.width, a.column(group.first) + group.top, &lda, task.transposed ? there : here,
-        task.transposed ? here : there, &alpha);
+    T *const there = x + group.top, *const here = x + first;
+    add(&rows, &width, a.column(first) + group.top, &lda, W::transposed ? there : here,
+        W::transposed ? here : there, &alpha);
   }
   group.at_far_ends([&](tnk_int c, tnk_int from, tnk_int to) {
-    const auto *const elements = a.column(c);
+    const auto *const column = a.column(c);
     for (tnk_int i = from; i < to; ++i) {
-      T &changes = task.transposed ? x[c] : x[i];
-      const T product = conjugate_if<Conjugated>(elements[i]) * (task.transposed ? x[i] : x[c]);
-      changes = task.solve ? changes - product : changes + product;
+      T &changes = W::transposed ? x[c] : x[i];
+      changes = W::with(changes, W::element(column[i]) * (W::transposed ? x[i] : x[c]));
     }
   });
 }
 
-template <bool Conjugated, class S, class T>
-void run(const Task &task, AddProduct<T> *add, const S &a, T *x) {
+template <class W, class S, class T> void by_groups(const W &task, AddProduct<T> *add, const S &a, T *x) {
   // A product starts where the elements are that nothing else needs any more, a solve where they need nothing else.
-  const bool ascending = (S::upper != task.transposed) != task.solve;
-  // Its elements are needed elsewhere as they were before, or come from elsewhere: then the square is done last.
-  const bool square_last = task.transposed == task.solve;
-  constexpr tnk_int most = std::min<tnk_int>(S::together, 4);
-  const tnk_int groups = (a.n + most - 1) / most;
-  for (tnk_int i = 0; i < groups; ++i) {
-    const tnk_int first = (ascending ? i : groups - 1 - i) * most;
-    const Group<S> group(a, first, std::min(most, a.n - first));
-    if (!square_last) in_square<Conjugated>(task, group, ascending, x);
-    off_square<Conjugated>(task, add, group, x);
-    if (square_last) in_square<Conjugated>(task, group, ascending, x);
-  }
+  constexpr bool ascending = (S::upper != W::transposed) != W::solve;
+  over_groups<S>(a.n, ascending, [&](tnk_int first, auto width) {
+    // Elements that are needed elsewhere as they were before, or are summed up first: the square is done last.
+    constexpr bool square_last = W::transposed == W::solve;
+    if (!square_last) in_square(task, a, first, width, x);
+    off_square<W>(add, a, first, width, x);
+    if (square_last) in_square(task, a, first, width, x);
+  });
 }
 
-template <bool Upper, class A, class T>
-void run(const Task &task, AddProduct<T> *add, const A &a, tnk_int n, T *x) {
-  const auto triangle = a.template triangle<Upper>(n);
-  if (is_complex<T> && task.conjugated)
-    run<is_complex<T>>(task, add, triangle, x);
+// The same for a narrow band, row by row.
+template <class W, bool Conjugated, class B, class T> void by_rows(const W &task, const B &a, T *x) {
+  const HalfRow<W::transposed, Conjugated, B> half(a);
+  constexpr bool ascending = (half.side > 0) != W::solve;
+  const auto row = [&](tnk_int i, auto count) {
+    const T sum = half.product(i, count, x);
+    const auto &diagonal = a.column(i)[i];
+    x[i] = W::solve ? task.on_diagonal(x[i] - sum, diagonal) : task.on_diagonal(x[i], diagonal) + sum;
+  };
+  const tnk_int ends = std::min(a.k, a.n);
+  const auto at_the_end = [&] { // rows that the end of the matrix cuts short
+    for (tnk_int l = 0; l < ends; ++l) {
+      const tnk_int count = W::solve ? l : ends - 1 - l;
+      row(half.side > 0 ? a.n - 1 - count : count, count);
+    }
+  };
+  const auto elsewhere = [&] {
+    with_constant(a.k, [&](auto k) {
+      const tnk_int first = half.side > 0 ? 0 : ends, past = half.side > 0 ? a.n - ends : a.n;
+      for (tnk_int l = 0; l < past - first; ++l) row(ascending ? first + l : past - 1 - l, k);
+    });
+  };
+  if (W::solve) at_the_end();
+  elsewhere();
+  if (!W::solve) at_the_end();
+}
+
+template <bool Solve, bool Transposed, bool Conjugated, class S, class T>
+void run(bool unit, const S &a, AddProduct<T> *add, T *x) {
+  const Task<Solve, Transposed, Conjugated> task = {unit};
+  if constexpr (S::banded)
+    if (a.k <= narrow) return by_rows<decltype(task), Conjugated>(task, a, x);
+  by_groups(task, add, a, x);
+}
+
+template <bool Solve, class S, class T>
+void run(const char *trans, bool unit, const S &a, AddProduct<T> *add, T *x) {
+  if (is_plain(*trans))
+    run<Solve, false, false>(unit, a, add, x);
+  else if (is_complex<T> && is_letter(*trans, 'c'))
+    run<Solve, true, is_complex<T>>(unit, a, add, x);
   else
-    run<false>(task, add, triangle, x);
+    run<Solve, true, false>(unit, a, add, x);
 }
 
-template <class T, class A>
-void triangular(const char *routine, bool solve, const char *uplo, const char *trans, const char *diag,
-                const tnk_int *n, const A &a, T *x, const tnk_int *incx) {
+template <bool Solve, class T, class A>
+void triangular(const char *routine, const char *uplo, const char *trans, const char *diag, const tnk_int *n,
+                const A &a, T *x, const tnk_int *incx) {
   Arguments given(routine);
   if (!given.option("uplo", uplo, "UL") || !given.option("trans", trans, "NTC") ||
       !given.option("diag", diag, "NU") || !a.order(given, n) || !a.array(given, *n, *n > 0) ||
       !given.vector("x", x, *n > 0, "incx", incx, *n) || *n == 0)
     return;
-  const Task task = {solve, !is_plain(*trans), is_letter(*trans, 'c'), is_letter(*diag, 'u')};
   auto &kernels = matrix_kernels<T>;
-  AddProduct<T> *const add = (!task.transposed  ? kernels.plain
-                              : task.conjugated ? kernels.conjugated
-                                                : kernels.transposed)
+  AddProduct<T> *const add = (is_plain(*trans)         ? kernels.plain
+                              : is_letter(*trans, 'c') ? kernels.conjugated
+                                                       : kernels.transposed)
                                  .get(routine);
   if (!add) return;
   const SideBySide<T> elements(routine, *n, x, incx);
   if (!elements) return;
+  const bool unit = is_letter(*diag, 'u');
   if (is_letter(*uplo, 'u'))
-    run<true>(task, add, a, *n, elements.elements());
+    run<Solve>(trans, unit, a.template triangle<true>(*n), add, elements.elements());
   else
-    run<false>(task, add, a, *n, elements.elements());
+    run<Solve>(trans, unit, a.template triangle<false>(*n), add, elements.elements());
   elements.put_back();
 }
 
@@ -121,19 +149,19 @@ void triangular(const char *routine, bool solve, const char *uplo, const char *t
 #define TNK_PUBLIC(t, T, operation, solve)                                                                   \
   void tnk_blas_##t##tr##operation(const char *uplo, const char *trans, const char *diag, const tnk_int *n,  \
                                    const T *a, const tnk_int *lda, T *x, const tnk_int *incx) {              \
-    tnk::host::triangular("tnk_blas_" #t "tr" #operation, solve, uplo, trans, diag, n,                       \
-                          tnk::host::FullArguments<const T>{a, lda}, x, incx);                               \
+    tnk::host::triangular<solve>("tnk_blas_" #t "tr" #operation, uplo, trans, diag, n,                       \
+                                 tnk::host::FullArguments<const T>{a, lda}, x, incx);                        \
   }                                                                                                          \
   void tnk_blas_##t##tp##operation(const char *uplo, const char *trans, const char *diag, const tnk_int *n,  \
                                    const T *ap, T *x, const tnk_int *incx) {                                 \
-    tnk::host::triangular("tnk_blas_" #t "tp" #operation, solve, uplo, trans, diag, n,                       \
-                          tnk::host::PackedArguments<const T>{ap}, x, incx);                                 \
+    tnk::host::triangular<solve>("tnk_blas_" #t "tp" #operation, uplo, trans, diag, n,                       \
+                                 tnk::host::PackedArguments<const T>{ap}, x, incx);                          \
   }                                                                                                          \
   void tnk_blas_##t##tb##operation(const char *uplo, const char *trans, const char *diag, const tnk_int *n,  \
                                    const tnk_int *k, const T *a, const tnk_int *lda, T *x,                   \
                                    const tnk_int *incx) {                                                    \
-    tnk::host::triangular("tnk_blas_" #t "tb" #operation, solve, uplo, trans, diag, n,                       \
-                          tnk::host::BandArguments<const T>{k, a, lda}, x, incx);                            \
+    tnk::host::triangular<solve>("tnk_blas_" #t "tb" #operation, uplo, trans, diag, n,                       \
+                                 tnk::host::BandArguments<const T>{k, a, lda}, x, incx);                     \
   }
 #define TNK_BOTH(t, T) TNK_PUBLIC(t, T, mv, false) TNK_PUBLIC(t, T, sv, true)
 TNK_BOTH(s, float)

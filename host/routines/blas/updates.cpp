@@ -13,41 +13,33 @@ template <class T> void make_real(T &on_diagonal) {
   on_diagonal = from_real<T>(real_part_of(on_diagonal));
 }
 
-// Rows `from` ... `to` - 1 of a column, the diagonal among them, its imaginary part unread.
-template <class T, class Term>
-void add_piece(T *column, tnk_int diagonal, tnk_int from, tnk_int to, Term term) {
-  make_real(column[diagonal]);
-  for (tnk_int i = from; i < to; ++i) column[i] = column[i] + term(i);
-  make_real(column[diagonal]);
-}
-
 // A := A + alpha x x^H, groups of columns at a time: the rows that they have in common by the kernel, unless a column is
 // to stay since its factor is zero.
 template <class S, class T> void add_one(AddOuter<T> *add, const S &a, real_of<T> by, const T *x) {
-  constexpr tnk_int most = std::min<tnk_int>(S::together, 4);
   const T alpha = from_real<T>(by);
-  const tnk_int adjacent = 1, one = 1;
-  for (tnk_int j = 0; j < a.n; j += most) {
-    const Group<S> group(a, j, std::min(most, a.n - j));
+  const tnk_int one = 1;
+  over_groups<S>(a.n, true, [&](tnk_int j, auto width) {
+    const Group<S> group(a, j, width);
     const tnk_int rows = group.rows(), lda = a.step(j);
     bool zeros = false;
-    for (tnk_int c = j; c < group.past(); ++c) {
+    for (tnk_int c = j; c < j + width; ++c) {
+      T *const column = a.column(c);
       const T factor = by * conjugate(x[c]);
+      make_real(column[c]);
       if (is_value(factor, 0)) {
         zeros = true;
-        make_real(a.column(c)[c]);
-      } else {
-        add_piece(a.column(c), c, S::upper ? j : c, S::upper ? c + 1 : group.past(),
-                  [&](tnk_int i) { return factor * x[i]; });
+        continue;
       }
+      for (tnk_int i = S::upper ? j : c; i < (S::upper ? c + 1 : j + width); ++i)
+        column[i] = column[i] + factor * x[i];
+      make_real(column[c]);
     }
     if (rows > 0 && !zeros)
-      add(&rows, &group.width, &alpha, x + group.top, &adjacent, x + j, &adjacent, a.column(j) + group.top,
-          &lda);
-    for (tnk_int c = j; rows > 0 && zeros && c < group.past(); ++c)
+      add(&rows, &group.width, &alpha, x + group.top, &one, x + j, &one, a.column(j) + group.top, &lda);
+    for (tnk_int c = j; rows > 0 && zeros && c < j + width; ++c)
       if (!is_value(by * conjugate(x[c]), 0))
-        add(&rows, &one, &alpha, x + group.top, &adjacent, x + c, &adjacent, a.column(c) + group.top, &lda);
-  }
+        add(&rows, &one, &alpha, x + group.top, &one, x + c, &one, a.column(c) + group.top, &lda);
+  });
 }
 
 // A := A + alpha x y^H + conj(alpha) y x^H, a column at a time: x and y, one behind the other in xy, are a matrix that the
