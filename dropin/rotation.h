@@ -29,11 +29,12 @@ template <class R> void rotg(R *a, R *b, R *c, R *s) {
   constexpr R least = std::numeric_limits<R>::min(), most = 1 / least;
   const R factor = std::min(most, std::max(least, std::max(size_a, size_b)));
   const R p = *a / factor, q = *b / factor;
-  const R r = std::copysign(factor * std::sqrt(p * p + q * q), size_a > size_b ? *a : *b);
-  *c = *a / r;
-  *s = *b / r;
+  // By the scaled numbers also where r has lost digits below the smallest normal number.
+  const R h = std::copysign(std::sqrt(p * p + q * q), size_a > size_b ? *a : *b);
+  *c = p / h;
+  *s = q / h;
   *b = size_a > size_b ? *s : *c != 0 ? 1 / *c : R(1);
-  *a = r;
+  *a = factor * h;
 }
 
 // A complex number as (re, im) 2^exponent, the larger part from 1/2 to 1.

@@ -1,0 +1,184 @@
+// What the drop-in computes itself: norms and rotations over the whole range, and the published increments.
+#include "tests/dropin/faces.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+template <class T> struct Routines;
+#define TNK_ROUTINES(T, real, t, nrm2_)                                                                      \
+  template <> struct Routines<T> {                                                                           \
+    using R = real;                                                                                          \
+    static constexpr auto norm = nrm2_;                                                                      \
+    static constexpr auto rotate = t##rotg_;                                                                 \
+    static constexpr auto scale = t##scal_;                                                                  \
+  };
+TNK_ROUTINES(float, float, s, snrm2_)
+TNK_ROUTINES(double, double, d, dnrm2_)
+TNK_ROUTINES(complex8, float, c, scnrm2_)
+TNK_ROUTINES(complex16, double, z, dznrm2_)
+#undef TNK_ROUTINES
+
+template <class T> class Vectors : public testing::Test {
+protected:
+  using R = typename Routines<T>::R;
+  static constexpr bool complex = !std::is_same_v<T, R>;
+  static constexpr R eps = std::numeric_limits<R>::epsilon(), largest = std::numeric_limits<R>::max(),
+                     smallest = std::numeric_limits<R>::min(), infinity = std::numeric_limits<R>::infinity(),
+                     nan = std::numeric_limits<R>::quiet_NaN();
+
+  static T number(R re, R im) {
+    if constexpr (complex) {
+      T z;
+      __real__ z = re;
+      __imag__ z = im;
+      return z;
+    } else {
+      return re;
+    }
+  }
+  static R re(T z) { return __real__ z; }
+  static R im([[maybe_unused]] T z) {
+    if constexpr (complex)
+      return __imag__ z;
+    else
+      return 0;
+  }
+  static long double size(T z) {
+    return std::hypot(static_cast<long double>(re(z)), static_cast<long double>(im(z)));
+  }
+};
+using Types = testing::Types<float, double, complex8, complex16>;
+TYPED_TEST_SUITE(Vectors, Types);
+
+TYPED_TEST(Vectors, NormsNeitherOverflowNorVanish) {
+  using T = TypeParam;
+  using Real = typename TestFixture::R;
+  std::mt19937 random(7);
+  std::uniform_real_distribution<double> uniform(-1, 1);
+  const Real denormal = std::numeric_limits<Real>::denorm_min();
+  for (const Real scale : {Real(1), this->largest / 32, this->smallest, 50 * denormal,
+                           std::sqrt(this->smallest), std::sqrt(this->largest)})
+    for (const Int n : {1, 2, 9, 100, 1000})
+      for (const Int inc : {1, 3}) {
+        std::vector<T> x(static_cast<std::size_t>(n * inc), this->number(this->nan, 0));
+        long double sum = 0;
+        for (Int i = 0; i < n; ++i) {
+          // Others of quite another size between them.
+          const Real here = i % 5 == 3 ? Real(1e-3) : Real(1);
+          const T z = this->number(static_cast<Real>(uniform(random)) * here * scale / std::sqrt(Real(n)),
+                                   static_cast<Real>(uniform(random)) * scale / std::sqrt(Real(n)));
+          x[static_cast<std::size_t>(i * inc)] = z;
+          sum += this->size(z) * this->size(z);
+        }
+        const long double right = std::sqrt(sum), found = Routines<T>::norm(&n, x.data(), &inc);
+        EXPECT_TRUE(std::abs(found - right) <=
+                    (static_cast<long double>(n) / 2 + 4) * this->eps * right + denormal)
+            << scale << " " << n << " " << inc << ": " << found << " " << right;
+      }
+}
+
+TYPED_TEST(Vectors, NormsOfWhatIsNoNumber) {
+  using T = TypeParam;
+  std::vector<T> x(40, this->number(1, 1));
+  const Int n = 40, one = 1;
+  x[7] = this->number(this->infinity, 0);
+  EXPECT_EQ(Routines<T>::norm(&n, x.data(), &one), this->infinity);
+  x[30] = this->number(-this->infinity, 2);
+  EXPECT_EQ(Routines<T>::norm(&n, x.data(), &one), this->infinity);
+  x[20] = this->number(1, this->nan);
+  if (!this->complex) x[20] = this->number(this->nan, 0);
+  EXPECT_TRUE(std::isnan(Routines<T>::norm(&n, x.data(), &one)));
+  for (const Int increment : {0, -1}) EXPECT_EQ(Routines<T>::norm(&n, x.data(), &increment), 0);
+  const Int none = 0;
+  EXPECT_EQ(Routines<T>::norm(&none, nullptr, &one), 0);
+}
+
+TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
+  using T = TypeParam;
+  using Real = typename TestFixture::R;
+  std::vector<Real> sizes;
+  for (const Real size : {Real(0), std::numeric_limits<Real>::denorm_min() * 1000, this->smallest, Real(1),
+                          Real(-3), std::sqrt(this->largest), this->largest / 4})
+    sizes.push_back(size);
+  for (const Real p : sizes)
+    for (const Real q : sizes) {
+      const T a = this->number(p, -p / 2), b = this->number(q / 2, q);
+      T r = a, s, z = b;
+      Real c;
+      Routines<T>::rotate(&r, &z, &c, &s);
+      const std::complex<long double> ac(this->re(a), this->im(a)), bc(this->re(b), this->im(b)),
+          rc(this->re(r), this->im(r)), sc(this->re(s), this->im(s));
+      // Numbers near the least one have no more digits than they have.
+      const long double h = std::hypot(std::abs(ac), std::abs(bc)),
+                        denormal = std::numeric_limits<Real>::denorm_min(),
+                        bound = 16 * this->eps * h + 4 * denormal, lost = h > 0 ? 4 * denormal / h : 0;
+      EXPECT_TRUE(std::abs(std::norm(sc) + static_cast<long double>(c) * c - 1) <= 16 * this->eps)
+          << p << " " << q;
+      EXPECT_TRUE(std::abs(std::abs(rc) - h) <= bound) << p << " " << q;
+      EXPECT_TRUE(std::abs(static_cast<long double>(c) * ac + sc * bc - rc) <= bound) << p << " " << q;
+      EXPECT_TRUE(std::abs(static_cast<long double>(c) * bc - std::conj(sc) * ac) <= bound + lost * h)
+          << p << " " << q;
+      if constexpr (!TestFixture::complex) {
+        // z gives c and s back.
+        const long double zl = this->re(z);
+        if (std::abs(zl) < 1) {
+          EXPECT_TRUE(std::abs(zl - s) <= 4 * this->eps);
+        }
+        if (std::abs(zl) > 1) {
+          EXPECT_TRUE(std::abs(1 / zl - c) <= 4 * this->eps + denormal);
+        }
+        if (zl == 1) {
+          EXPECT_EQ(c, 0);
+        }
+      } else {
+        EXPECT_EQ(std::memcmp(&z, &b, sizeof z), 0);
+      }
+    }
+}
+
+TYPED_TEST(Vectors, ScalingMultipliesAndPassesOverBackwardVectors) {
+  using T = TypeParam;
+  const T zero = this->number(0, 0);
+  std::vector<T> x(6, this->number(this->infinity, 1));
+  const Int n = 6, one = 1;
+  for (const Int increment : {0, -1}) {
+    Routines<T>::scale(&n, &zero, x.data(), &increment);
+    EXPECT_EQ(this->re(x[0]), this->infinity);
+  }
+  Routines<T>::scale(&n, &zero, x.data(), &one);
+  for (const T &element : x) EXPECT_TRUE(std::isnan(this->re(element)));
+}
+
+TEST(Functions, ResultsInRegistersAndByAddress) {
+  const Int n = 2, one = 1, minus_one = -1;
+  const complex8 x[] = {{1, 2}, {3, -1}}, y[] = {{2, 0}, {1, 1}};
+  const complex8 dot = cdotc_(&n, x, &one, y, &one); // (1 - 2i) 2 + (3 + i) (1 + i)
+  EXPECT_EQ(__real__ dot, 4);
+  EXPECT_EQ(__imag__ dot, 0);
+  const complex16 u[] = {{1, 2}, {3, -1}}, v[] = {{2, 0}, {1, 1}};
+  const complex16 product = zdotu_(&n, u, &one, v, &minus_one); // (1 + 2i) (1 + i) + (3 - i) 2
+  EXPECT_EQ(__real__ product, 5);
+  EXPECT_EQ(__imag__ product, 1);
+  const double values[] = {1, -7, 7, 2};
+  const Int four = 4, none = 0;
+  Int position = 0;
+  idamaxsub_(&four, values, &one, &position);
+  EXPECT_EQ(position, 2);
+  EXPECT_EQ(idamax_(&four, values, &minus_one), 0);
+  EXPECT_EQ(cblas_idamax(4, values, 1), 1u);
+  EXPECT_EQ(cblas_idamax(none, values, 1), 0u);
+  EXPECT_EQ(dasum_(&four, values, &minus_one), 0);
+  EXPECT_EQ(scasum_(&n, x, &one), 7);
+  EXPECT_NE(lsame_("n", "N"), 0);
+  EXPECT_EQ(lsame_("n", "T"), 0);
+}
+
+} // namespace
