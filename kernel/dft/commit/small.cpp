@@ -1,7 +1,6 @@
 // Short contiguous transforms: the compute entries call the signal primitive, with its work on the stack. No allocation,
 // no slot and no branch on threads, so any number of callers may compute at once.
 #include <cstdint>
-#include <tnk/services.h>
 
 #include "kernel/dft/commit/strategy.h"
 
@@ -11,6 +10,7 @@ namespace {
 constexpr int32_t longest = 4096, most_work = 2048;
 
 struct Small {
+  const Records *kind;
   tnk_signal_dft *record;
   tnk_int length;
   int32_t flag;
@@ -44,48 +44,36 @@ template <class T> bool accepts(const DftiNode *node, int32_t *flag) {
          node->output_offset == 0 && tnk_dft_vpk_can_scale(node, flag);
 }
 
-template <class T> void release(Small *small) {
-  if (!small) return;
-  if (small->record) precision<T>::complex_records.release(small->record);
+void release(Small *small) {
+  if (small->record) small->kind->release(small->record);
   tnk_serv_tnk_free(small);
 }
 
-template <class T> tnk_int make(tnk_int length, int32_t flag, Small **made) {
-  constexpr Records kind = precision<T>::complex_records;
-  auto *const small =
-      static_cast<Small *>(tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(Small)), alignof(Small)));
-  if (!small) return DftiMemoryError;
-  small->length = length;
-  small->flag = flag;
-  int32_t size = 0, signal_status = kind.make(&small->record, static_cast<int32_t>(length), flag, 0);
-  if (signal_status == 0) signal_status = kind.work_size(small->record, &size);
-  if (signal_status == 0 && size <= most_work) {
-    *made = small;
-    return DftiNoError;
-  }
-  release<T>(small);
-  return signal_status != 0 ? status_of(signal_status) : declined_small;
+template <class T> tnk_int make(const DftiNode *node, Small *small) {
+  small->kind = &precision<T>::complex_records;
+  small->length = node->axis.length;
+  tnk_dft_vpk_can_scale(node, &small->flag);
+  int32_t size = 0;
+  int32_t signal_status =
+      small->kind->make(&small->record, static_cast<int32_t>(small->length), small->flag, 0);
+  if (signal_status == 0) signal_status = small->kind->work_size(small->record, &size);
+  if (signal_status != 0) return status_of(signal_status);
+  return size <= most_work ? tnk_int{DftiNoError} : declined_small;
 }
 
 template <class T> tnk_int commit(const DftiStrategy *strategy, DftiNode *node) {
   int32_t flag;
   if (!accepts<T>(node, &flag)) return declined_small;
-  Small *small = data_of<Small>(strategy, node);
+  auto *small = node->strategy == strategy ? static_cast<Small *>(node->strategy_data) : nullptr;
   if (!small || small->length != node->axis.length || small->flag != flag)
-    if (const tnk_int status = make<T>(node->axis.length, flag, &small)) return status;
+    if (const tnk_int status = make_block(node, make<T>, &small)) return status;
   return node->placement == DftiInPlace
              ? take(strategy, node, small, compute_i<T, false>, compute_i<T, true>)
              : take(strategy, node, small, compute_o<T, false>, compute_o<T, true>);
 }
 
-template <class T> tnk_int detach(const DftiStrategy *strategy, DftiNode *node) {
-  if (node->strategy != strategy) return DftiInternalError;
-  release<T>(let_go<Small>(node));
-  return DftiNoError;
-}
-
 } // namespace
 } // namespace tnk::dft
 
-const DftiStrategy tnk_dft_bkd1_c = {tnk::dft::commit<float>, tnk::dft::detach<float>};
-const DftiStrategy tnk_dft_bkd1_z = {tnk::dft::commit<double>, tnk::dft::detach<double>};
+const DftiStrategy tnk_dft_bkd1_c = {tnk::dft::commit<float>, tnk::dft::detach<tnk::dft::Small>};
+const DftiStrategy tnk_dft_bkd1_z = {tnk::dft::commit<double>, tnk::dft::detach<tnk::dft::Small>};

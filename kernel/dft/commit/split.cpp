@@ -2,7 +2,7 @@
 //
 //   as2s_n_m     several dimensions     a node for each, over all the others as its batch
 //   as2s_1_m     several batches        a node for all but the last batch, which is looped over
-//   ?s2s_1_1     one of each            the rows, one after another, by a signal record
+//   ?s2s_1_1     one of each            the rows by a signal record, eight at a time where they stand side by side
 //
 // The nodes they make are committed by the same list, so each strategy does a step. Nothing is kept from one compute to the
 // next, so any number of callers may compute at once.
@@ -54,12 +54,11 @@ tnk_int commit_inner(DftiNode *inner) {
 
 // ---- Several dimensions -------------------------------------------------------------------------------------------------
 
-struct Dimensions {
+struct DimensionPlan {
   DftiNode *nodes[DftiMaxDimension]; // null behind the last one
 };
 
-void release(Dimensions *dimensions) {
-  if (!dimensions) return;
+void release(DimensionPlan *dimensions) {
   for (DftiNode *const inner : dimensions->nodes)
     if (inner) inner->destroy(inner);
   tnk_serv_tnk_free(dimensions);
@@ -101,7 +100,7 @@ using Entry = DftiCompute *DftiNode::*;
 
 template <Entry entry>
 tnk_int compute_dimensions(DftiNode *node, void *first, void *second, void *third, void *fourth) {
-  const auto *const dimensions = static_cast<const Dimensions *>(node->strategy_data);
+  const auto *const dimensions = static_cast<const DimensionPlan *>(node->strategy_data);
   DftiNode *inner = dimensions->nodes[0];
   tnk_int status = (inner->*entry)(inner, first, second, third, fourth);
   const bool in_place = node->placement == DftiInPlace;
@@ -113,40 +112,33 @@ tnk_int compute_dimensions(DftiNode *node, void *first, void *second, void *thir
   return status;
 }
 
-tnk_int commit_dimensions(const DftiStrategy *strategy, DftiNode *node) {
-  if (!accepts(node) || node->committed_rank == 1) return declined;
-  auto *const dimensions = static_cast<Dimensions *>(
-      tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(Dimensions)), alignof(Dimensions)));
-  if (!dimensions) return DftiMemoryError;
+tnk_int make_dimensions(const DftiNode *node, DimensionPlan *plan) {
   for (int32_t d = 0; d < node->committed_rank; ++d)
-    if (const tnk_int status = make_dimension(node, d, &dimensions->nodes[d])) {
-      release(dimensions);
-      return status;
-    }
-  return take(strategy, node, dimensions, compute_dimensions<&DftiNode::compute_forward>,
-              compute_dimensions<&DftiNode::compute_backward>);
+    if (const tnk_int status = make_dimension(node, d, &plan->nodes[d])) return status;
+  return DftiNoError;
 }
 
-tnk_int detach_dimensions(const DftiStrategy *strategy, DftiNode *node) {
-  if (node->strategy != strategy) return DftiInternalError;
-  release(let_go<Dimensions>(node));
-  return DftiNoError;
+tnk_int commit_dimensions(const DftiStrategy *strategy, DftiNode *node) {
+  if (!accepts(node) || node->committed_rank == 1) return declined;
+  DimensionPlan *plan;
+  if (const tnk_int status = make_block(node, make_dimensions, &plan)) return status;
+  return take(strategy, node, plan, compute_dimensions<&DftiNode::compute_forward>,
+              compute_dimensions<&DftiNode::compute_backward>);
 }
 
 // ---- Several batches ----------------------------------------------------------------------------------------------------
 
-struct Batches {
+struct BatchPlan {
   DftiNode *inner;
   IotensorDim last;
 };
 
-void release(Batches *batches) {
-  if (!batches) return;
+void release(BatchPlan *batches) {
   if (batches->inner) batches->inner->destroy(batches->inner);
   tnk_serv_tnk_free(batches);
 }
 
-tnk_int make_batches(const DftiNode *node, Batches *made) {
+tnk_int make_batches(const DftiNode *node, BatchPlan *made) {
   if (const tnk_int status = make_inner(node, node->committed_lengths.dims[0], &made->inner)) return status;
   DftiNode *const inner = made->inner;
   inner->forward_scale = node->forward_scale;
@@ -159,7 +151,7 @@ tnk_int make_batches(const DftiNode *node, Batches *made) {
 
 template <Entry entry>
 tnk_int compute_batches(DftiNode *node, void *first, void *second, void *third, void *fourth) {
-  const auto *const batches = static_cast<const Batches *>(node->strategy_data);
+  const auto *const batches = static_cast<const BatchPlan *>(node->strategy_data);
   DftiNode *const inner = batches->inner;
   if (node->placement == DftiInPlace) third = fourth = nullptr; // whatever the caller has passed
   const int64_t size = part_size(node);
@@ -173,26 +165,16 @@ tnk_int compute_batches(DftiNode *node, void *first, void *second, void *third, 
 
 tnk_int commit_batches(const DftiStrategy *strategy, DftiNode *node) {
   if (!accepts(node) || node->committed_rank != 1 || node->committed_transforms.rank < 2) return declined;
-  auto *const batches =
-      static_cast<Batches *>(tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(Batches)), alignof(Batches)));
-  if (!batches) return DftiMemoryError;
-  if (const tnk_int status = make_batches(node, batches)) {
-    release(batches);
-    return status;
-  }
-  return take(strategy, node, batches, compute_batches<&DftiNode::compute_forward>,
+  BatchPlan *plan;
+  if (const tnk_int status = make_block(node, make_batches, &plan)) return status;
+  return take(strategy, node, plan, compute_batches<&DftiNode::compute_forward>,
               compute_batches<&DftiNode::compute_backward>);
-}
-
-tnk_int detach_batches(const DftiStrategy *strategy, DftiNode *node) {
-  if (node->strategy != strategy) return DftiInternalError;
-  release(let_go<Batches>(node));
-  return DftiNoError;
 }
 
 // ---- Rows ---------------------------------------------------------------------------------------------------------------
 
 struct RowPlan {
+  const Records *kind;
   tnk_signal_dft *record;
   int64_t length;
   int32_t flag, work_size;
@@ -201,9 +183,8 @@ struct RowPlan {
   int64_t row_bytes;
 };
 
-template <class T> void release(RowPlan *plan) {
-  if (!plan) return;
-  if (plan->record) precision<T>::split_records.release(plan->record);
+void release(RowPlan *plan) {
+  if (plan->record) plan->kind->release(plan->record);
   tnk_serv_tnk_free(plan);
 }
 
@@ -302,7 +283,7 @@ tnk_int compute_rows(DftiNode *node, void *first, void *second, void *third, voi
 }
 
 template <class T> tnk_int make_rows(const DftiNode *node, RowPlan *made) {
-  constexpr Records kind = precision<T>::split_records;
+  made->kind = &precision<T>::split_records;
   if (!is_within_limit<T>(node->axis.length)) return DftiLengthExceedsLimit;
   if (node->axis.length < 1) return declined;
   made->length = node->axis.length;
@@ -313,8 +294,8 @@ template <class T> tnk_int make_rows(const DftiNode *node, RowPlan *made) {
   const bool scales = tnk_dft_vpk_can_scale(node, &made->flag) && made->flag != unscaled;
   made->forward_scale = scales ? 1 : node->forward_scale;
   made->backward_scale = scales ? 1 : node->backward_scale;
-  int32_t signal_status = kind.make(&made->record, static_cast<int32_t>(made->length), made->flag, 0);
-  if (signal_status == 0) signal_status = kind.work_size(made->record, &made->work_size);
+  int32_t signal_status = made->kind->make(&made->record, static_cast<int32_t>(made->length), made->flag, 0);
+  if (signal_status == 0) signal_status = made->kind->work_size(made->record, &made->work_size);
   return status_of(signal_status);
 }
 
@@ -322,20 +303,9 @@ template <class T> tnk_int commit_rows(const DftiStrategy *strategy, DftiNode *n
   if (node->precision != (sizeof(T) == sizeof(float) ? DftiSingle : DftiDouble) || !accepts(node) ||
       node->committed_rank != 1 || node->committed_transforms.rank != 1)
     return declined;
-  auto *const plan =
-      static_cast<RowPlan *>(tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(RowPlan)), alignof(RowPlan)));
-  if (!plan) return DftiMemoryError;
-  if (const tnk_int status = make_rows<T>(node, plan)) {
-    release<T>(plan);
-    return status;
-  }
+  RowPlan *plan;
+  if (const tnk_int status = make_block(node, make_rows<T>, &plan)) return status;
   return take(strategy, node, plan, compute_rows<T, false>, compute_rows<T, true>);
-}
-
-template <class T> tnk_int detach_rows(const DftiStrategy *strategy, DftiNode *node) {
-  if (node->strategy != strategy) return DftiInternalError;
-  release<T>(let_go<RowPlan>(node));
-  return DftiNoError;
 }
 
 } // namespace
@@ -343,7 +313,7 @@ template <class T> tnk_int detach_rows(const DftiStrategy *strategy, DftiNode *n
 
 using namespace tnk::dft;
 
-const DftiStrategy tnk_dft_bkd_as2s_n_m = {commit_dimensions, detach_dimensions};
-const DftiStrategy tnk_dft_bkd_as2s_1_m = {commit_batches, detach_batches};
-const DftiStrategy tnk_dft_bkd_ss2s_1_1 = {commit_rows<float>, detach_rows<float>};
-const DftiStrategy tnk_dft_bkd_ds2s_1_1 = {commit_rows<double>, detach_rows<double>};
+const DftiStrategy tnk_dft_bkd_as2s_n_m = {commit_dimensions, detach<DimensionPlan>};
+const DftiStrategy tnk_dft_bkd_as2s_1_m = {commit_batches, detach<BatchPlan>};
+const DftiStrategy tnk_dft_bkd_ss2s_1_1 = {commit_rows<float>, detach<RowPlan>};
+const DftiStrategy tnk_dft_bkd_ds2s_1_1 = {commit_rows<double>, detach<RowPlan>};

@@ -2,6 +2,8 @@
 // or a want of memory leaves whatever an earlier commit has made.
 #pragma once
 
+#include <tnk/services.h>
+
 #include "kernel/dft/commit/precision.h"
 
 namespace tnk::dft {
@@ -11,11 +13,6 @@ inline constexpr tnk_int declined = DftiDeclined, declined_small = 101;
 
 inline bool is_inner(const DftiNode *node) {
   return (node->flags & TNK_DFT_INNER) != 0;
-}
-
-// The strategy's own block, if the node is its.
-template <class Data> Data *data_of(const DftiStrategy *strategy, DftiNode *node) {
-  return node->strategy == strategy ? static_cast<Data *>(node->strategy_data) : nullptr;
 }
 
 // Gives up what flags and kernels an earlier commit has left; callers might share a workspace by them otherwise.
@@ -41,11 +38,27 @@ inline tnk_int take(const DftiStrategy *strategy, DftiNode *node, void *data, Df
   return DftiNoError;
 }
 
-// For detach: the strategy's block, which is the caller's now; null where there is none.
-template <class Data> Data *let_go(DftiNode *node) {
-  Data *const data = static_cast<Data *>(node->strategy_data);
+// A block of a strategy's own, zeroed and then filled in by make(node, block). release(block) also takes one that is half
+// made.
+template <class Data>
+tnk_int make_block(const DftiNode *node, tnk_int (*make)(const DftiNode *node, Data *block), Data **made) {
+  auto *const block =
+      static_cast<Data *>(tnk_serv_tnk_calloc(1, static_cast<int64_t>(sizeof(Data)), alignof(Data)));
+  if (!block) return DftiMemoryError;
+  const tnk_int status = make(node, block);
+  if (status == DftiNoError)
+    *made = block;
+  else
+    release(block);
+  return status;
+}
+
+// The detach of a strategy with such a block.
+template <class Data> tnk_int detach(const DftiStrategy *strategy, DftiNode *node) {
+  if (node->strategy != strategy) return DftiInternalError;
+  if (node->strategy_data) release(static_cast<Data *>(node->strategy_data));
   node->strategy_data = nullptr;
-  return data;
+  return DftiNoError;
 }
 
 } // namespace tnk::dft
