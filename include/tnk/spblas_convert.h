@@ -98,9 +98,9 @@
             nnz and m integers come from tnk_serv_allocate; *status is 1 without them, and stays otherwise.
 
    Incomplete factorizations L D L^T, d only; L unit lower by columns without its diagonal
-     dcscgss (m, values, pointer, row_index, diag, w, y)
-            y := D^-1 L^-1 w for a diagonal D. Column j (from 1) of L is the positions pointer[j-1] ... pointer[j] - 1,
-            rows and positions from 1. w becomes L^-1 w. An m of 0 divides by zero.
+     dcscgss (m, values, row_index, pointer, work, y, diag)
+            y := D^-1 L^-1 work for a diagonal D. Column j (from 1) of L is the positions pointer[j-1] ... pointer[j] - 1,
+            rows and positions from 1. work becomes L^-1 work. An m of 0 divides by zero.
      tnk_ildlt_sv (m, values, pointer, col_index, diag, off_diag, unused, pairs, work, y, job)
             y := (L D L^T)^-1 work; work becomes L^-1 work. col_index holds the rows of each column. Bit j % 32 of pairs[j /
             32], j from 0, says that rows j and j + 1 are one pivot [diag[j], off_diag[j]; off_diag[j], diag[j+1]]. The
@@ -158,8 +158,8 @@
   TNK_SP_ROW_LISTS(p##scoofill_coo2csr_data_u, I)                                                            \
   TNK_SP_ROW_LISTS(p##scoofill_0coo2csr_data_l, I)                                                           \
   TNK_SP_ROW_LISTS(p##scoofill_0coo2csr_data_u, I)                                                           \
-  void p##dcscgss(const I *m, const double *values, const I *pointer, const I *row_index,                    \
-                  const double *diag, double *w, double *y);                                                 \
+  void p##dcscgss(const I *m, const double *values, const I *row_index, const I *pointer, double *work,      \
+                  double *y, const double *diag);                                                            \
   void p##tnk_ildlt_sv(const int32_t *m, const double *values, const int32_t *pointer,                       \
                        const int32_t *col_index, const double *diag, const double *off_diag,                 \
                        const void *unused, const uint32_t *pairs, double *work, double *y, int32_t *job);

@@ -11,10 +11,11 @@
      diagonal   n u _             read from the matrix, or ones that are not read; _ for g and a
      layout     c f               dense operands by rows or by columns; c with base 0, f with base 1
      operation  mv mm gemv        y += alpha op(A) x, C += alpha op(A) B, y := A x
+                sv sm             y := op(A)^-1 y, C := op(A)^-1 C, in place
      mode       seq par           the whole job, or a piece of it: first ... last, from one, both included
 
    With lp64 every index and size is a 32-bit integer and so is all arithmetic on them. All arguments travel by
-   address, alpha too. Nothing is checked, nothing allocated. What is written, y or C, must not overlap with anything
+   address, alpha too. Nothing is checked; nothing allocated but in some solves, below. What is written, y or C, must not overlap with anything
    that is read: x, B, alpha, the arrays of A, sizes; what is only read may coincide or overlap. What a piece is depends
    on the operation:
 
@@ -22,9 +23,9 @@
                             afterwards by split_par, split_syml_par or split_symu_par
      coo mv of g, s, h, a   stored entries, with a private y each
      coo mv of t, dia mv    nothing: first and last are not read, the whole matrix is run
-     mm                     right-hand sides
+     mm, sm                 right-hand sides
 
-   Where pieces are read, one with last < first is empty, and the call returns at once. So do seq kernels, csr mm and
+   Where pieces are read, one with last < first is empty, and the call returns at once. So do seq products, csr mm and
    all of dia with m < 1. The other coo kernels and bsr do not ask: with m < 1 coo adds the entries all the same, and
    none of a diagonal of ones.
 
@@ -75,6 +76,36 @@
    too the other triangle has no effect. x and y are whole vectors; a lower triangle touches y up to the end of block
    row `last`.
 
+   Solves. alpha is read by csr nd_n and cd_n alone: y_i *= alpha / a_ii, the quotient first; those of coo and dia divide,
+   coo by each entry on the diagonal. A zero pivot gives what IEEE 754 division gives. Complex quotients are formed in a
+   wider type, in which squares neither overflow nor vanish.
+
+   csr: rows ascend and, but for a diagonal of ones, hold their diagonal: a pivot is found by its place. Let k be the
+   first position in row i whose column is not below i, or one past the row's end where there is none; of op n and s. A
+   lower triangle takes what stands at k for its pivot, so that a row without a diagonal gets the next entry there is,
+   be it of the next row; what stands behind k does not count; an empty row has the k of the row before, the first one
+   its start. An upper triangle counts what stands behind k, which in an empty row is its start. Of op t and c: the
+   lower search goes back from the row's last position to a column that is not above i, the upper one forward to one that
+   is not below, both past the row's bounds if need be: so first and last rows must have such an entry, or be empty.
+   Beside a diagonal of ones an entry at k counts unless it is on the diagonal (never in lower ones of op n and s, where
+   it would be above). Those of kind d seek as op n does.
+
+   sv sums a lower row in order, an upper one as csr mv does. sm of op n and s takes an array of n elements from
+   tnk_serv_allocate, sums in order and multiplies by the pivot's reciprocal; without memory it divides, one right-hand
+   side after another, and columns are then solved as by sv. Those of op t and c, which add t a_ij with t = 0 - y_i walking
+   away from the pivot, divide and allocate nothing. With m = 0 kind t of op n and s divides by zero: not to be called.
+
+   coo: entries of the other triangle do not count, nor beside ones those on the diagonal; of several on the diagonal of a
+   row the last does. Every row must have one. Each call lists the rows (tnk/spblas_convert.h) in memory of m, m and nnz
+   integers, without the first beside ones, and as much again as the list takes. A row's sum goes in rounds of four in
+   four sums. Without memory the result is not the solution: for each row in turn the entries of all rows in the triangle
+   are summed, and the last entry on the diagonal divides. st of real types is nt. m, alpha, n and x stand in the lists of
+   arguments as in the products; n, alpha and x are not read.
+
+   dia: band_first, band_last are what find_diag_par_ln, _lu, _un, _uu (tnk/spblas_aux.h) found, `diag` span_last of a lower
+   triangle and span_first of an upper one: the main diagonal, which is not read beside ones. Elements of the band that are
+   not strictly in the triangle or not in the matrix are passed over; of kind d only `diag` is read.
+
    Method: the compressed and coordinate forms as in Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed.
    (2003), section 3.4. mv and mm add what USMV and USMM do in I. Duff, M. Heroux, R. Pozo, ACM TOMS 28 (2002). */
 #ifndef TNK_SPBLAS_GRID_H
@@ -112,6 +143,13 @@
 #define TNK_SP_CSR_MM_SEQ_R(X, ...) X(n, d, _, n, __VA_ARGS__) X(n, d, _, u, __VA_ARGS__)
 #define TNK_SP_CSR_MM_SEQ_C(X, ...) X(c, d, _, n, __VA_ARGS__)
 
+#define TNK_SP_CSR_SV_SEQ_R(X, ...)                                                                          \
+  X(n, d, _, n, __VA_ARGS__) TNK_SP_FOUR(X, n, t, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
+#define TNK_SP_CSR_SV_SEQ_C(X, ...)                                                                          \
+  X(c, d, _, n, __VA_ARGS__) TNK_SP_FOUR(X, c, t, __VA_ARGS__) TNK_SP_FOUR(X, s, t, __VA_ARGS__)
+#define TNK_SP_CSR_SM_PAR_R(X, ...) TNK_SP_CSR_SV_SEQ_R(X, __VA_ARGS__)
+#define TNK_SP_CSR_SM_PAR_C(X, ...) TNK_SP_CSR_SV_SEQ_C(X, __VA_ARGS__)
+
 #define TNK_SP_COO_MV_PAR_R(X, ...)                                                                          \
   X(n, g, _, _, __VA_ARGS__)                                                                                 \
   TNK_SP_SKEW(X, n, __VA_ARGS__) TNK_SP_FOUR(X, n, s, __VA_ARGS__) TNK_SP_FOUR(X, n, t, __VA_ARGS__)
@@ -125,6 +163,12 @@
 
 #define TNK_SP_COO_MM_PAR_R(X, ...) TNK_SP_COO_MV_PAR_R(X, __VA_ARGS__) TNK_SP_COO_MV_SEQ_R(X, __VA_ARGS__)
 #define TNK_SP_COO_MM_PAR_C(X, ...) TNK_SP_COO_MV_PAR_C(X, __VA_ARGS__) TNK_SP_COO_MV_SEQ_C(X, __VA_ARGS__)
+
+#define TNK_SP_COO_SV_SEQ_R(X, ...) X(n, d, _, n, __VA_ARGS__) TNK_SP_FOUR(X, n, t, __VA_ARGS__)
+#define TNK_SP_COO_SV_SEQ_C(X, ...) X(s, d, _, n, __VA_ARGS__) TNK_SP_FOUR(X, s, t, __VA_ARGS__)
+/* With st of real types too. */
+#define TNK_SP_COO_SM_PAR_R(X, ...) TNK_SP_COO_SV_SEQ_R(X, __VA_ARGS__) TNK_SP_FOUR(X, s, t, __VA_ARGS__)
+#define TNK_SP_COO_SM_PAR_C(X, ...) X(s, d, _, n, __VA_ARGS__)
 
 #define TNK_SP_DIA_MV_PAR_R(X, ...)                                                                          \
   X(n, g, _, _, __VA_ARGS__)                                                                                 \
@@ -141,6 +185,13 @@
   TNK_SP_FOUR(X, c, t, __VA_ARGS__) TNK_SP_FOUR(X, n, h, __VA_ARGS__) TNK_SP_FOUR(X, t, h, __VA_ARGS__)
 #define TNK_SP_DIA_MM_PAR_R(X, ...) TNK_SP_DIA_MV_PAR_R(X, __VA_ARGS__)
 #define TNK_SP_DIA_MM_PAR_C(X, ...) TNK_SP_DIA_MV_PAR_C(X, __VA_ARGS__)
+
+#define TNK_SP_DIA_SV_SEQ_R(X, ...) TNK_SP_DIA_SM_SEQ_R(X, __VA_ARGS__) TNK_SP_DIA_SM_PAR_R(X, __VA_ARGS__)
+#define TNK_SP_DIA_SV_SEQ_C(X, ...) TNK_SP_DIA_SM_SEQ_C(X, __VA_ARGS__) TNK_SP_DIA_SM_PAR_C(X, __VA_ARGS__)
+#define TNK_SP_DIA_SM_PAR_R(X, ...) TNK_SP_FOUR(X, n, t, __VA_ARGS__) TNK_SP_FOUR(X, t, t, __VA_ARGS__)
+#define TNK_SP_DIA_SM_PAR_C(X, ...) TNK_SP_FOUR(X, c, t, __VA_ARGS__)
+#define TNK_SP_DIA_SM_SEQ_R(X, ...) X(n, d, _, n, __VA_ARGS__)
+#define TNK_SP_DIA_SM_SEQ_C(X, ...) X(c, d, _, n, __VA_ARGS__)
 
 #define TNK_SP_BSR_MV_PAR_R(X, ...) X(n, s, l, n, __VA_ARGS__) X(n, s, u, n, __VA_ARGS__)
 #define TNK_SP_BSR_GEMV_PAR_R(X, ...) X(n, g, _, _, __VA_ARGS__)
@@ -215,6 +266,34 @@
                    par)(const I *first, const I *last, const I *m, const I *n, const I *k, const T *alpha,   \
                         const T *values, const I *diag_stride, const I *diag_distance, const I *diag_count,  \
                         const T *b, const I *ldb, T *c, const I *ldc);
+#define TNK_SP_CSR_SV_SEQ(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, sv,                                                 \
+                   seq)(const I *m, const T *alpha, const T *values, const I *col_index, const I *row_start, \
+                        const I *row_end, T *y);
+#define TNK_SP_CSR_SM_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, csr, b, l, sm, par)(                                           \
+      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
+      const I *col_index, const I *row_start, const I *row_end, T *c, const I *ldc);
+#define TNK_SP_COO_SV_SEQ(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, sv,                                                 \
+                   seq)(const I *m, const I *n, const T *alpha, const T *values, const I *row_index,         \
+                        const I *col_index, const I *nnz, const T *x, T *y);
+#define TNK_SP_COO_SM_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
+  void TNK_SP_NAME(op, kind, tri, diag, p, t, coo, b, l, sm, par)(                                           \
+      const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
+      const I *row_index, const I *col_index, const I *nnz, T *c, const I *ldc);
+#define TNK_SP_DIA_SV_SEQ(op, kind, tri, diagonal, p, t, T, I, b, l)                                         \
+  void TNK_SP_NAME(op, kind, tri, diagonal, p, t, dia, b, l, sv,                                             \
+                   seq)(const I *m, const T *values, const I *diag_stride, const I *diag_distance, T *y,     \
+                        const I *band_first, const I *band_last, const I *diag);
+#define TNK_SP_DIA_SM_PAR(op, kind, tri, diagonal, p, t, T, I, b, l)                                         \
+  void TNK_SP_NAME(op, kind, tri, diagonal, p, t, dia, b, l, sm, par)(                                       \
+      const I *first, const I *last, const I *m, const T *values, const I *diag_stride,                      \
+      const I *diag_distance, T *c, const I *ldc, const I *band_first, const I *band_last, const I *diag);
+#define TNK_SP_DIA_SM_SEQ(op, kind, tri, diagonal, p, t, T, I, b, l)                                         \
+  void TNK_SP_NAME(op, kind, tri, diagonal, p, t, dia, b, l, sm, seq)(                                       \
+      const I *m, const I *nrhs, const T *values, const I *diag_stride, const I *diag_distance, T *c,        \
+      const I *ldc, const I *band_first, const I *band_last, const I *diag);
 #define TNK_SP_BSR_MV_PAR(op, kind, tri, diag, p, t, T, I, b, l)                                             \
   void TNK_SP_NAME(op, kind, tri, diag, p, t, bsr, b, l, mv, par)(                                           \
       const I *first, const I *last, const I *m, const I *block_size, const T *alpha, const T *values,       \
@@ -243,6 +322,13 @@
   TNK_SP_EACH(t, COO_MM_PAR, TNK_SP_COO_MM_PAR)                                                              \
   TNK_SP_EACH_1F(t, DIA_MV_PAR, TNK_SP_DIA_MV_PAR)                                                           \
   TNK_SP_EACH_1F(t, DIA_MM_PAR, TNK_SP_DIA_MM_PAR)                                                           \
+  TNK_SP_EACH(t, CSR_SV_SEQ, TNK_SP_CSR_SV_SEQ)                                                              \
+  TNK_SP_EACH(t, CSR_SM_PAR, TNK_SP_CSR_SM_PAR)                                                              \
+  TNK_SP_EACH(t, COO_SV_SEQ, TNK_SP_COO_SV_SEQ)                                                              \
+  TNK_SP_EACH(t, COO_SM_PAR, TNK_SP_COO_SM_PAR)                                                              \
+  TNK_SP_EACH_1F(t, DIA_SV_SEQ, TNK_SP_DIA_SV_SEQ)                                                           \
+  TNK_SP_EACH_1F(t, DIA_SM_PAR, TNK_SP_DIA_SM_PAR)                                                           \
+  TNK_SP_EACH_1F(t, DIA_SM_SEQ, TNK_SP_DIA_SM_SEQ)                                                           \
   TNK_SP_EACH(t, BSR_MV_PAR, TNK_SP_BSR_MV_PAR)                                                              \
   TNK_SP_EACH_1F(t, BSR_GEMV_PAR, TNK_SP_BSR_GEMV_PAR)
 

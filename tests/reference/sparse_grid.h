@@ -28,11 +28,12 @@ struct GridName {
   bool counts(tnk_int row, tnk_int column) const {
     return kind == 'g' || inside(row, column) || (row == column && diagonal == 'n');
   }
+  bool solves() const { return operation == "sv" || operation == "sm"; }
   bool mirrors() const { return kind == 's' || kind == 'h' || kind == 'a'; }
   // Whether kernels add the whole row first and take away afterwards what does not count.
   bool adds_whole_rows() const {
     const bool in_one_pass = operation == "mv" && (kind == 's' || kind == 'h') && diagonal == 'n';
-    return storage == "csr" && kind != 'g' && kind != 'd' && !in_one_pass;
+    return storage == "csr" && kind != 'g' && kind != 'd' && !in_one_pass && !solves();
   }
   // Whether rows of op(A) are columns of what is stored. The transpose of a Hermitian matrix is formed as its
   // conjugate, and op c of compressed skew rows is the conjugate alone.

@@ -29,6 +29,7 @@ template <class T, class I> struct GridArguments {
   const I *ldx = nullptr;
   T *y = nullptr;
   const I *ldy = nullptr;
+  const I *band_first = nullptr, *band_last = nullptr, *diag = nullptr;
 
   // Which of them a kernel has, the header of the grid tells.
   void call(void *address, const reference::GridName &name) const {
@@ -49,6 +50,14 @@ template <class T, class I> struct GridArguments {
     if (cell == "dia_mv_par") kernel(first, last, m, n, alpha, values, stride, rows, count, x, y);
     if (cell == "dia_mm_par")
       kernel(first, last, m, n, sides, alpha, values, stride, rows, count, x, ldx, y, ldy);
+    if (cell == "csr_sv_seq") kernel(m, alpha, values, columns, rows, row_end, y);
+    if (cell == "csr_sm_par") kernel(first, last, m, n, alpha, values, columns, rows, row_end, y, ldy);
+    if (cell == "coo_sv_seq") kernel(m, n, alpha, values, rows, columns, count, x, y);
+    if (cell == "coo_sm_par") kernel(first, last, m, n, alpha, values, rows, columns, count, y, ldy);
+    if (cell == "dia_sv_seq") kernel(m, values, stride, rows, y, band_first, band_last, diag);
+    if (cell == "dia_sm_par")
+      kernel(first, last, m, values, stride, rows, y, ldy, band_first, band_last, diag);
+    if (cell == "dia_sm_seq") kernel(m, sides, values, stride, rows, y, ldy, band_first, band_last, diag);
     if (cell == "bsr_mv_par") kernel(first, last, m, block, alpha, values, columns, rows, row_end, x, y);
     if (cell == "bsr_gemv_par") kernel(first, last, m, block, unused, values, columns, rows, unused, x, y);
   }

@@ -64,9 +64,9 @@ bool forward_with_pairs(std::int32_t m, const UnitLower<std::int32_t> &l, const 
 } // namespace tnk::sparse
 
 #define SWEEP(p, I)                                                                                          \
-  void p##dcscgss(const I *m, const double *values, const I *pointer, const I *row_index,                    \
-                  const double *diag, double *w, double *y) {                                                \
-    tnk::sparse::forward<I>(*m, {values, pointer, row_index}, diag, w, y);                                   \
+  void p##dcscgss(const I *m, const double *values, const I *row_index, const I *pointer, double *work,      \
+                  double *y, const double *diag) {                                                           \
+    tnk::sparse::forward<I>(*m, {values, pointer, row_index}, diag, work, y);                                \
   }
 SWEEP(tnk_spblas_, tnk_int)
 SWEEP(tnk_spblas_lp64_, int32_t)
@@ -76,7 +76,7 @@ SWEEP(tnk_spblas_lp64_, int32_t)
             const double *diag, const double *off_diag, const void *, const uint32_t *pairs, double *work,   \
             double *y, int32_t *job) {                                                                       \
     if (*job == 1) return;                                                                                   \
-    if (*job > 1) return tnk_spblas_lp64_dcscgss(m, values, pointer, col_index, diag, work, y);              \
+    if (*job > 1) return tnk_spblas_lp64_dcscgss(m, values, col_index, pointer, work, y, diag);              \
     const tnk::sparse::UnitLower<int32_t> l = {values, pointer, col_index};                                  \
     if (!tnk::sparse::forward_with_pairs(*m, l, diag, off_diag, pairs, work, y)) *job = 2;                   \
     for (int32_t j = *m - 1; j >= 0; --j) y[j] -= l.dot_column(j, y);                                        \

@@ -1,0 +1,6 @@
+// Solves with stored diagonals, single precision complex elements.
+#include "kernel/sparse/grid/dia/solve.h"
+
+TNK_SP_EACH_1F(c, DIA_SV_SEQ, TNK_DIA_SV_SEQ_ENTRY)
+TNK_SP_EACH_1F(c, DIA_SM_PAR, TNK_DIA_SM_PAR_ENTRY)
+TNK_SP_EACH_1F(c, DIA_SM_SEQ, TNK_DIA_SM_SEQ_ENTRY)

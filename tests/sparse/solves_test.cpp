@@ -1,0 +1,407 @@
+// Solves of the sparse grid: each kernel of the export list held against substitution, and what its letters fix besides:
+// where pivots are sought, in which order terms come, what happens without memory.
+#include "sparse/aux_form.h"
+#include "sparse/grid_call.h"
+#include "sparse/stored.h"
+#include "support/allocations.h"
+#include <algorithm>
+#include <cmath>
+#include <tnk/spblas_grid.h>
+
+namespace {
+
+using namespace tnk::test;
+using namespace tnk::test::reference;
+
+// A triangle or a diagonal with its storage's arrays, and what must not count, which is NaN: the other triangle, what is
+// stored on a diagonal of ones, of several triples on a diagonal all but the last.
+template <class T, class I> struct Triangle {
+  Triangle(const GridName &of, I rows, I most, Random &random) : name(of), m(rows) {
+    const bool unit = name.diagonal == 'u';
+    const auto number = [&](bool diagonal) {
+      T v = random.number<T>();
+      if constexpr (std::is_floating_point_v<T>)
+        return diagonal ? std::copysign(most + 1 + std::fabs(v), v) : v;
+      else
+        return diagonal ? T{v.re, static_cast<decltype(v.re)>(most + 2) * (v.im < 0 ? -1 : 1)} : v;
+    };
+    const auto store = [&](I i, I j) {
+      const bool is_one = name.counts(i, j) && !(name.kind == 'd' && i != j);
+      entries.push_back({i, j, is_one ? number(i == j) : junk<T>()});
+      values.push_back(entries.back().value);
+    };
+    const I base = name.base - '0';
+    if (name.storage == "dia") {
+      stride = m + 2;
+      for (I k = -m; k <= m; ++k)
+        if (k == 0 || (random.integer(0, m / most + 1) == 0 && name.kind != 'd')) {
+          diagonals.push_back(k);
+          for (I i = 0; i < stride; ++i)
+            if (i < m && i + k >= 0 && i + k < m)
+              store(i, i + k);
+            else
+              values.push_back(junk<T>());
+        }
+      const I count = static_cast<I>(diagonals.size());
+      diagonals.push_back(0); // behind the last, for the search
+      I status, span_first, span_last;
+      const std::string find = std::string("find_diag_par_") + name.triangle + name.diagonal;
+      Named<T>{(sizeof(I) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") +
+               (name.kind == 'd' ? "find_diag_par_ln" : find)}(diagonals.data(), &count, &band_first,
+                                                               &band_last, &span_first, &span_last, &status);
+      diag = name.triangle == 'u' ? span_first : span_last;
+      return;
+    }
+    for (I i = 0; i < m; ++i) {
+      std::vector<I> row;
+      if (!unit || random.integer(0, 1) == 0) row.push_back(i); // ones may be stored or not
+      for (I k = static_cast<I>(random.integer(0, most)); k > 0; --k) {
+        // The searches of the transposes have nothing else to stop at.
+        const I j = static_cast<I>(random.integer(0, m - 1));
+        if (!(unit && row.empty() && name.storage == "csr")) row.push_back(j);
+      }
+      std::sort(row.begin(), row.end());
+      if (name.storage == "csr") row.erase(std::unique(row.begin(), row.end()), row.end());
+      row_start.push_back(static_cast<I>(columns.size()) + 7);
+      for (const I j : row) columns.push_back(j + base), store(i, j), rows_of.push_back(i + base);
+      row_end.push_back(static_cast<I>(columns.size()) + 7);
+    }
+    if (name.storage != "coo") return;
+    for (std::size_t k = 1; k < values.size(); ++k) { // in any order
+      const auto j = static_cast<std::size_t>(random.integer(0, static_cast<tnk_int>(k)));
+      std::swap(values[k], values[j]), std::swap(entries[k], entries[j]);
+      std::swap(columns[k], columns[j]), std::swap(rows_of[k], rows_of[j]);
+    }
+    std::vector<bool> seen(static_cast<std::size_t>(m));
+    for (std::size_t k = entries.size(); k-- > 0 && name.kind == 't';)
+      if (auto &e = entries[k]; e.row == e.column && name.diagonal == 'n') {
+        if (seen[static_cast<std::size_t>(e.row)]) e.value = T{}, values[k] = junk<T>();
+        seen[static_cast<std::size_t>(e.row)] = true;
+      }
+  }
+
+  GridName name;
+  I m, stride = 0, band_first = 0, band_last = 0, diag = 0;
+  std::vector<SparseEntry<T>> entries;
+  std::vector<T> values;
+  std::vector<I> columns, rows_of, row_start, row_end, diagonals;
+};
+
+template <class T, class I>
+std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random &random) {
+  using Real = std::conditional_t<sizeof(T) == (std::is_floating_point_v<T> ? 4 : 8), float, double>;
+  const bool par = name.mode == "par", sm = name.operation == "sm";
+  Triangle<T, I> a(name, m, most, random);
+  // Diagonals of triples divide once each: a product of all of them stands for what they are.
+  auto meant_entries = a.entries;
+  GridName meant_name = name;
+  if (name.kind == 'd') {
+    std::vector<wide> product_of(static_cast<std::size_t>(m), 1);
+    for (const auto &e : a.entries)
+      if (e.row == e.column)
+        product_of[static_cast<std::size_t>(e.row)] =
+            product(product_of[static_cast<std::size_t>(e.row)], widened(e.value));
+    meant_entries.clear();
+    for (I i = 0; i < m; ++i)
+      meant_entries.push_back({i, i, narrow<T>(product_of[static_cast<std::size_t>(i)])});
+    meant_name.triangle = 'l', meant_name.diagonal = 'n';
+  }
+  const GridMatrix<T> meant(meant_name, m, m, meant_entries);
+  const tnk_int count = sm ? random.integer(1, 19) : 1;
+  Sides<T> y(m, count, name.layout == 'c', sm ? 2 : 0, random.integer(0, 1) ? page_end : 4);
+  y.fill([&] { return random.number<T>(); });
+  const Sides<T> b = y;
+
+  const Guarded<T> values(a.values);
+  const Guarded<I> columns(a.columns),
+      rows(name.storage == "csr"   ? a.row_start
+           : name.storage == "coo" ? a.rows_of
+                                   : a.diagonals),
+      row_end(a.row_end);
+  const I ldy = static_cast<I>(y.ld()), n = static_cast<I>(count), nnz = static_cast<I>(a.values.size());
+  const T alpha = narrow<T>(name.storage == "csr" && name.kind == 'd' ? 2 : not_a_number);
+  GridArguments<T, I> g;
+  I first = 1, last = n;
+  g.first = &first, g.last = &last, g.m = &m, g.n = &n, g.sides = &n, g.count = &nnz, g.stride = &a.stride;
+  g.alpha = &alpha, g.values = values.data(), g.rows = rows.data(), g.row_end = row_end.data();
+  g.columns = columns.data(), g.y = y.data(), g.ldy = &ldy;
+  g.band_first = &a.band_first, g.band_last = &a.band_last, g.diag = &a.diag;
+  allocations.reset();
+  if (par && sm) {
+    last = 0;
+    g.call(kernel, name);
+    if (!y.same_as(b)) return "an empty piece does something";
+    const tnk_int cut = random.integer(0, count);
+    last = static_cast<I>(cut);
+    g.call(kernel, name);
+    first = last + 1, last = n;
+  }
+  g.call(kernel, name);
+  if (allocations.live != 0 || allocations.overrun != 0) return "memory";
+
+  for (tnk_int k = 0; k < count; ++k) {
+    const auto x = y.side(k), right = b.side(k);
+    const auto sums = meant.times(x);
+    for (I i = 0; i < m; ++i) {
+      const auto &sum = sums[static_cast<std::size_t>(i)];
+      wide rhs = right[static_cast<std::size_t>(i)];
+      if (name.storage == "csr" && name.kind == 'd') rhs *= 2;
+      const auto bound = (sum.terms + 8) * std::numeric_limits<Real>::epsilon() * (sum.size + size_of(rhs));
+      if (!(size_of(sum.value - rhs) <= bound))
+        return "row " + std::to_string(i) + ", side " + std::to_string(k) + ": residual " +
+               std::to_string(size_of(sum.value - rhs)) + ", bound " + std::to_string(bound);
+    }
+  }
+  return y.intact() ? "" : "outside of the output";
+}
+
+template <class T> std::string solve_trials(void *kernel, const GridName &name, Random &random) {
+  struct Size {
+    tnk_int m, most;
+  };
+  std::vector<Size> sizes = {{1, 3}, {2, 1}, {16, 20}, {33, 60}};
+  if (name.type == 'd' && !name.lp64) {
+    sizes.push_back({17, 5});
+    if (name.storage == "csr" && name.operation == "sv")
+      sizes.insert(sizes.end(), {{2001, 3}, {4001, 3}, {10001, 3}, {20001, 2}});
+    if (name.storage == "csr" && name.operation == "sm") sizes.insert(sizes.end(), {{4001, 3}, {20001, 1}});
+  }
+  for (const auto [m, most] : sizes) {
+    const std::string wrong = name.lp64 ? solve_trial<T, std::int32_t>(kernel, name, m, most, random)
+                                        : solve_trial<T, tnk_int>(kernel, name, m, most, random);
+    if (!wrong.empty()) return std::to_string(m) + " rows: " + wrong;
+  }
+  return "";
+}
+
+TEST(SparseSolves, UndoTheProductOfTheirLetters) {
+  Random random;
+  int solves = 0;
+  for (const std::string &text : exported_names()) {
+    const GridName name = decoded(text).value();
+    if (!name.solves()) continue;
+    ++solves;
+    void *const kernel = dlsym(RTLD_DEFAULT, text.c_str());
+    ASSERT_TRUE(kernel) << text;
+    EXPECT_EQ((name.type == 's'   ? solve_trials<float>(kernel, name, random)
+               : name.type == 'd' ? solve_trials<double>(kernel, name, random)
+               : name.type == 'c' ? solve_trials<tnk_complex8>(kernel, name, random)
+                                  : solve_trials<tnk_complex16>(kernel, name, random)),
+              "")
+        << text;
+  }
+  EXPECT_EQ(solves, 888);
+}
+
+// ---- What is fixed bit by bit ----------------------------------------------------------------------------------
+
+using Vector = std::vector<double>;
+
+// Compressed rows in double precision, base 1, pointers from 1.
+struct Rows {
+  tnk_int m() const { return static_cast<tnk_int>(start.size()); }
+  Rows &row(std::initializer_list<std::pair<tnk_int, double>> entries) {
+    start.push_back(static_cast<tnk_int>(values.size()) + 1);
+    for (const auto &[j, v] : entries) columns.push_back(j), values.push_back(v);
+    end.push_back(static_cast<tnk_int>(values.size()) + 1);
+    return *this;
+  }
+  Vector sv(const std::string &letters, Vector y, double alpha = 3) const {
+    const tnk_int rows = m();
+    Named<double>{"tnk_spblas_?csr1" + letters + "f__svout_seq"}(&rows, &alpha, values.data(), columns.data(),
+                                                                 start.data(), end.data(), y.data());
+    return y;
+  }
+  // As the only right-hand side of three.
+  Vector sm(const std::string &letters, Vector y, double alpha = 3) const {
+    const tnk_int rows = m(), one_side = 2, sides = 3;
+    Vector c(y.size(), 77);
+    c.insert(c.end(), y.begin(), y.end());
+    c.insert(c.end(), y.size(), 77);
+    Named<double>{"tnk_spblas_?csr1" + letters + "f__smout_par"}(&one_side, &one_side, &rows, &sides, &alpha,
+                                                                 values.data(), columns.data(), start.data(),
+                                                                 end.data(), c.data(), &rows);
+    EXPECT_TRUE(c.front() == 77 && c.back() == 77);
+    return Vector(c.begin() + rows, c.begin() + 2 * rows);
+  }
+  std::vector<tnk_int> columns, start, end;
+  Vector values;
+};
+
+// Pivots are found by their places, as the header says.
+TEST(SparseSolves, PivotsStandWhereTheSearchStops) {
+  const double nan = not_a_number;
+  const struct {
+    const char *letters;
+    Rows rows;
+    Vector b, x;
+  } cases[] = {
+      // lower: what is behind the stop does not count, be it repeated or not
+      {"ntln", Rows().row({{1, 2}, {2, nan}}).row({{1, 1}, {2, 4}, {2, nan}}), {2, 9}, {1, 2}},
+      // no diagonal: the next entry there is, above it or in the next row; an empty row has the pivot of the one before
+      {"ntln", Rows().row({{1, 2}}).row({{1, 1}, {3, 4}}).row({{3, 1}}), {2, 9, 5}, {1, 2, 5}},
+      {"ntln", Rows().row({{1, 2}}).row({{1, 1}}).row({{3, 4}}), {2, 9, 8}, {1, 2, 2}},
+      {"ntln", Rows().row({{1, 2}}).row({}).row({{3, 4}}), {2, 6, 8}, {1, 3, 2}},
+      {"ntln", Rows().row({}).row({{2, 4}}), {8, 8}, {2, 2}},
+      {"ntlu", Rows().row({{1, nan}}).row({{1, 2}, {3, nan}}).row({}), {1, 5, 7}, {1, 3, 7}},
+      // upper: entries below are passed over; an empty row takes the next value there is, for row 1 that of row 2
+      {"ntun", Rows().row({{1, 2}, {2, 3}}).row({{1, nan}, {2, 4}}), {8, 8}, {1, 2}},
+      {"ntun", Rows().row({}).row({{2, 4}}), {8, 8}, {2, 2}},
+      {"ntuu", Rows().row({{2, 3}}).row({{1, nan}, {2, nan}}), {8, 2}, {2, 2}},
+      {"ntuu", Rows().row({{1, nan}, {2, 3}}).row({{1, nan}}), {8, 2}, {2, 2}},
+      // transposed: sought from the end, or from the start
+      {"ttln", Rows().row({{1, 2}, {2, nan}}).row({{1, 3}, {2, 4}}), {8, 8}, {1, 2}},
+      {"ttlu", Rows().row({{1, nan}}).row({{1, 3}}), {8, 2}, {2, 2}},
+      {"ttlu", Rows().row({}).row({{1, 3}, {2, nan}}), {8, 2}, {2, 2}},
+      {"ttun", Rows().row({{1, 2}, {2, 3}}).row({{1, nan}, {2, 4}}), {2, 11}, {1, 2}},
+      {"ttuu", Rows().row({{2, 3}}).row({{2, nan}}), {2, 8}, {2, 2}},
+      // a diagonal, with alpha 3
+      {"nd_n", Rows().row({{1, 2}, {2, nan}}).row({{1, nan}, {2, 4}}), {2, 4}, {3, 3}},
+  };
+  for (const auto &c : cases) {
+    EXPECT_EQ(c.rows.sv(c.letters, c.b), c.x) << c.letters;
+    EXPECT_EQ(c.rows.sm(c.letters, c.b), c.x) << c.letters << " of several";
+  }
+  EXPECT_TRUE(std::isinf(Rows().row({{1, 0}}).sv("ntln", {1})[0])) << "a zero pivot";
+}
+
+TEST(SparseSolves, TermsComeInTheirOrder) {
+  Random random;
+  for (int trial = 0; trial < 50; ++trial) {
+    Rows a, upper;
+    const tnk_int m = random.integer(1, 40);
+    for (tnk_int i = 1; i <= m; ++i) {
+      a.row({}), upper.row({});
+      for (Rows *const rows : {&a, &upper}) {
+        const bool lower = rows == &a;
+        for (tnk_int j = lower ? 1 : i; j <= (lower ? i : m); ++j)
+          if (j == i || random.integer(0, 2) == 0)
+            rows->columns.push_back(j),
+                rows->values.push_back(j == i ? 3 + random.real<double>() : random.real<double>());
+        rows->end.back() = static_cast<tnk_int>(rows->values.size()) + 1;
+      }
+    }
+    Vector b(static_cast<std::size_t>(m));
+    for (double &v : b) v = random.real<double>();
+    const auto each = [](const Rows &rows, tnk_int i, auto visit) {
+      for (tnk_int k = rows.start[i] - 1; k < rows.end[i] - 1; ++k)
+        visit(rows.columns[k] - 1, rows.values[k]);
+    };
+    for (const bool reciprocal : {false, true}) {
+      Vector y = b;
+      for (tnk_int i = 0; i < m; ++i) {
+        double sum = 0;
+        each(a, i, [&](tnk_int j, double v) {
+          if (j < i)
+            sum += y[j] * v;
+          else
+            y[i] = reciprocal ? (y[i] - sum) * (1 / v) : (y[i] - sum) / v;
+        });
+      }
+      EXPECT_EQ(reciprocal ? a.sm("ntln", b) : a.sv("ntln", b), y);
+      if (!reciprocal) { // which is what several sides are without memory
+        allocations.reset(), allocations.refuse = 1;
+        EXPECT_EQ(a.sm("ntln", b), y);
+        EXPECT_EQ(allocations.live, 0);
+        allocations.refuse = 1;
+        EXPECT_EQ(upper.sm("ntun", b), upper.sv("ntun", b));
+      }
+    }
+    Vector down = b, up = b;
+    for (tnk_int i = m - 1; i >= 0; --i) { // from the end of the row
+      down[i] /= a.values[a.end[i] - 2];
+      for (tnk_int k = a.end[i] - 3; k >= a.start[i] - 1; --k)
+        down[a.columns[k] - 1] += (0 - down[i]) * a.values[k];
+    }
+    for (tnk_int i = 0; i < m; ++i)
+      each(upper, i, [&](tnk_int j, double v) {
+        if (j == i)
+          up[i] /= v;
+        else
+          up[j] += (0 - up[i]) * v;
+      });
+    for (const char *several : {"", "several"}) {
+      EXPECT_EQ(*several ? a.sm("ttln", b) : a.sv("ttln", b), down) << several;
+      EXPECT_EQ(*several ? upper.sm("ttun", b) : upper.sv("ttun", b), up) << several;
+    }
+  }
+}
+
+// A row's triples in rounds of four; refused any of its blocks, the kernel makes do with what is no solution.
+TEST(SparseSolves, TriplesInRoundsAndWithoutMemory) {
+  Random random;
+  for (const bool upper : {false, true}) {
+    const tnk_int m = 23, one_side = 1;
+    std::vector<tnk_int> rows, columns;
+    Vector values, b, none;
+    for (tnk_int i = 1; i <= m; ++i) {
+      b.push_back(random.real<double>());
+      for (tnk_int j = 1; j <= m; ++j)
+        if (j == i || random.integer(0, 1))
+          rows.push_back(i), columns.push_back(j), values.push_back(i == j ? 9 : random.real<double>());
+    }
+    const tnk_int nnz = static_cast<tnk_int>(values.size());
+    const auto call = [&](const std::string &operation) {
+      const std::string name = std::string("tnk_spblas_?coo1nt") + (upper ? "u" : "l") + "nf__" + operation;
+      const tnk_int unread = -1;
+      Vector y = b;
+      if (operation == "svout_seq")
+        Named<double>{name}(&m, &unread, none.data(), values.data(), rows.data(), columns.data(), &nnz,
+                            none.data(), y.data());
+      else
+        Named<double>{name}(&one_side, &one_side, &m, &unread, none.data(), values.data(), rows.data(),
+                            columns.data(), &nnz, y.data(), &m);
+      return y;
+    };
+    const auto counts = [&](tnk_int e) { return upper ? columns[e] > rows[e] : columns[e] < rows[e]; };
+    Vector y = b, makeshift = b;
+    for (tnk_int step = 0; step < m; ++step) {
+      const tnk_int i = upper ? m - 1 - step : step;
+      std::vector<double> terms;
+      double all = 0, last = 0;
+      for (tnk_int e = 0; e < nnz; ++e) {
+        if (counts(e)) all += makeshift[columns[e] - 1] * values[e];
+        if (counts(e) && rows[e] == i + 1) terms.push_back(y[columns[e] - 1] * values[e]);
+        if (columns[e] == rows[e]) last = values[e];
+      }
+      double part[4] = {}, sum;
+      std::size_t k = 0;
+      for (; k + 4 <= terms.size(); k += 4)
+        for (std::size_t q = 0; q < 4; ++q) part[q] += terms[k + q];
+      sum = ((part[0] + part[1]) + part[2]) + part[3];
+      for (; k < terms.size(); ++k) sum += terms[k];
+      y[i] = (y[i] - sum) / 9;
+      makeshift[i] = (makeshift[i] - all) / last;
+    }
+    for (const char *operation : {"svout_seq", "smout_par"}) {
+      EXPECT_EQ(call(operation), y) << operation;
+      for (int refused = 1; refused <= 5; ++refused) {
+        allocations.reset(), allocations.refuse = refused;
+        EXPECT_EQ(call(operation), makeshift) << operation << refused;
+        EXPECT_EQ(allocations.live, 0);
+      }
+      allocations.reset();
+      call(operation);
+      EXPECT_EQ(allocations.made, 5);
+    }
+  }
+}
+
+// Pivots whose squares no number holds.
+TEST(SparseSolves, ComplexPivotsNeitherOverflowNorVanish) {
+  const tnk_int m = 1, position = 1, next = 2;
+  for (const double size : {1e200, 1e-200}) {
+    tnk_complex16 a = {size, size}, y = {2 * size, 0};
+    const tnk_complex16 alpha = {2 * size, 0};
+    tnk_spblas_zcsr1ntlnf__svout_seq(&m, &alpha, &a, &position, &position, &next, &y);
+    EXPECT_TRUE(y.re == 1 && y.im == -1) << size;
+    y = {1, 0};
+    tnk_spblas_zcsr1cd_nf__svout_seq(&m, &alpha, &a, &position, &position, &next, &y);
+    EXPECT_TRUE(y.re == 1 && y.im == 1) << size;
+    tnk_complex8 b = {static_cast<float>(size > 1 ? 1e30 : 1e-30), 0}, x = b;
+    tnk_spblas_ccsr1ttunf__svout_seq(&m, &x, &b, &position, &position, &next, &x);
+    EXPECT_TRUE(x.re == 1 && x.im == 0);
+  }
+}
+
+} // namespace
