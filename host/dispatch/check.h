@@ -85,6 +85,10 @@ public:
   bool number(int position, const char *name, tnk_int value, bool good, const char *expected) const {
     return __builtin_expect(good, 1) || refuse_number(position, name, value, expected);
   }
+  // An array that `good` speaks for; else `found` says where it lies.
+  bool place(int position, const char *name, bool good, const char *found, const char *expected) const {
+    return __builtin_expect(good, 1) || refuse(position, name, found, expected);
+  }
   bool range(int position, const char *name, tnk_int value, tnk_int low, tnk_int high) const {
     return __builtin_expect(value >= low && value <= high, 1) ||
            refuse_range(position, name, value, low, high);

@@ -28,6 +28,49 @@
 
 TNK_BEGIN_DECLS
 
+/* ---- Public routines ------------------------------------------------------------------------------------------
+
+   Everything travels by value, but for complex factors, of which the address is given.
+
+   Bad arguments are reported through the error handler (tnk/host.h), the first of the list only, and nothing is touched:
+   letters that are none; negative sizes, or beyond memory; leading dimensions that are too small, in place both of them, or
+   with which the matrix could not lie in memory; strides below 1; null addresses of arrays that have elements, and of
+   factors; and arrays that overlap. What is written may lie in the very place of an operand that is not transposed (same
+   address, same leading dimension and stride); otherwise it must not share an element with what is read. Between each
+   other's rows, or in turns along them, matrices may lie. errno stays as it was. With rows or cols of 0 nothing is done.
+
+   Large matrices are cut for threads, as many as tnk/host.h says, but for transposition in place. Results have the same
+   bits for every number of them. */
+
+/* omatcopy       B := alpha op(A)
+   omatcopy2      the same with strides: element (i, j) of A, ordering R, at a[i * lda + j * stridea]. Either of a matrix's
+                  leading dimension and stride may be the larger one; the larger one spans the line that the other makes, so
+                  that every element has its place.
+   omatadd        C := alpha op(A) + beta op(B), C of rows by cols
+   imatcopy       AB := alpha op(AB), read with lda and written with ldb, without any memory. Fast where nothing is
+                  transposed, and where rows = cols = lda = ldb; other transpositions follow cycles, and take a time that is
+                  given below with the kernels.
+   imatcopy_work  the same through `work`, a place for rows * cols elements that does not overlap AB: the matrix is moved
+                  there and copied back by omatcopy. Not touched, and may be null, where nothing is transposed. */
+#define TNK_TRANS_PUBLIC(t, T, Factor)                                                                       \
+  void tnk_trans_##t##omatcopy(char ordering, char trans, tnk_int rows, tnk_int cols, Factor alpha,          \
+                               const T *a, tnk_int lda, T *b, tnk_int ldb);                                  \
+  void tnk_trans_##t##omatcopy2(char ordering, char trans, tnk_int rows, tnk_int cols, Factor alpha,         \
+                                const T *a, tnk_int lda, tnk_int stridea, T *b, tnk_int ldb,                 \
+                                tnk_int strideb);                                                            \
+  void tnk_trans_##t##omatadd(char ordering, char transa, char transb, tnk_int rows, tnk_int cols,           \
+                              Factor alpha, const T *a, tnk_int lda, Factor beta, const T *b, tnk_int ldb,   \
+                              T *c, tnk_int ldc);                                                            \
+  void tnk_trans_##t##imatcopy(char ordering, char trans, tnk_int rows, tnk_int cols, Factor alpha, T *ab,   \
+                               tnk_int lda, tnk_int ldb);                                                    \
+  void tnk_trans_##t##imatcopy_work(char ordering, char trans, tnk_int rows, tnk_int cols, Factor alpha,     \
+                                    T *ab, tnk_int lda, tnk_int ldb, T *work);
+TNK_TRANS_PUBLIC(s, float, float)
+TNK_TRANS_PUBLIC(d, double, double)
+TNK_TRANS_PUBLIC(c, tnk_complex8, const tnk_complex8 *)
+TNK_TRANS_PUBLIC(z, tnk_complex16, const tnk_complex16 *)
+#undef TNK_TRANS_PUBLIC
+
 /* ---- Kernels --------------------------------------------------------------------------------------------------
 
    Link with -ltnk. Everything travels by value, a complex alpha as C passes its complex numbers. Sizes have no sign. Nothing

@@ -14,15 +14,40 @@ template <bool Conj, class T> void scale_square(count n, T *ab, T alpha) {
   for (count i = 0; i < n; ++i) scale_row<Conj, 16>(n, alpha, ab + i * n, ab + i * n);
 }
 
-template <bool Conj, class T> void transpose_square(count n, T *ab, T alpha) {
-  const auto changed = [=](T x) { return alpha * conjugated_if<Conj, T>(x); };
-  for (count i = 0; i < n; ++i)
-    for (count j = 0; j <= i; ++j) {
-      T *const lower = ab + i * n + j, *const upper = ab + j * n + i;
-      const T x = changed(get(lower));
-      put(lower, changed(get(upper)));
-      put(upper, x);
+// A tile below the diagonal and its counterpart above it, each a line of the cache wide and as high.
+template <bool Conj, class T> inline void exchange_tiles(count n, T *lower, T *upper, T alpha) {
+  constexpr int tile = 64 / sizeof(T), rows = per_vector<T>;
+  const auto change = [=](Columns<T> &x) TNK_INLINED {
+    for (auto &v : x.column) v = scaled(alpha, conjugated_if<Conj, T>(v));
+  };
+  for (count i = 0; i < tile; i += rows)
+    for (count j = 0; j < tile; j += columns_a_block) {
+      T *const down = lower + i * n + j, *const up = upper + j * n + i;
+      Columns<T> x = load_columns(down, n), y;
+      unrolled<columns_a_block>([&](auto k) TNK_INLINED { y.column[k] = loadu<vec_of<T>>(up + k * n); });
+      change(x), change(y);
+      unrolled<columns_a_block>([&](auto k) TNK_INLINED { storeu(up + k * n, x.column[k]); });
+      store_columns(down, n, y);
     }
+}
+
+template <bool Conj, class T> void transpose_square(count n, T *ab, T alpha) {
+  constexpr count tile = 64 / sizeof(T);
+  const auto change = [=](T x) { return alpha * conjugated_if<Conj, T>(x); };
+  for (count top = 0; top < n; top += tile) {
+    const count bottom = std::min(top + tile, n);
+    count left = 0;
+    if (bottom - top == tile)
+      for (; left < top; left += tile)
+        exchange_tiles<Conj>(n, ab + top * n + left, ab + left * n + top, alpha);
+    for (count i = top; i < bottom; ++i)
+      for (count j = left; j <= i; ++j) {
+        T *const lower = ab + i * n + j, *const upper = ab + j * n + i;
+        const T x = change(get(lower));
+        put(lower, change(get(upper)));
+        put(upper, x);
+      }
+  }
 }
 
 // ---- Rows that move -------------------------------------------------------------------------------------------------

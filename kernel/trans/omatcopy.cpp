@@ -29,15 +29,31 @@ void copy_rows(count rows, count cols, const T *a, count lda, count stridea, T *
 
 // ---- Transposed -----------------------------------------------------------------------------------------------------
 
-// Blocks that halving comes down to: at most so many rows and columns.
+// Halving: the larger side of a matrix is cut in two until both are at most so long.
 constexpr count smallest = 4;
 
-template <bool Conj, class T>
-inline void transpose_small(count rows, count cols, const T *a, count lda, count stridea, T *b, count ldb,
-                            count strideb, T alpha) {
-  for (count i = 0; i < rows; ++i)
-    for (count j = 0; j < cols; ++j)
-      put(b + j * ldb + i * strideb, alpha * conjugated_if<Conj, T>(get(a + i * lda + j * stridea)));
+// What stays the same from cut to cut.
+template <class T> struct Places {
+  count lda, stridea, ldb, strideb;
+  T alpha;
+};
+
+template <bool Conj, bool Dense, class T>
+inline void transpose_small(count rows, count cols, const T *a, T *b, const Places<T> &p) {
+  if constexpr (Dense) {
+    // Blocks of 2 to 4 rows and columns are covered by four of two by two, which may overlap: no loop, whose end the
+    // processor would have to guess for each of them.
+    const count i = rows - 2, j = cols - 2;
+    transpose_two<Conj>(a, p.lda, b, p.ldb, p.alpha);
+    transpose_two<Conj>(a + j, p.lda, b + j * p.ldb, p.ldb, p.alpha);
+    transpose_two<Conj>(a + i * p.lda, p.lda, b + i, p.ldb, p.alpha);
+    transpose_two<Conj>(a + i * p.lda + j, p.lda, b + j * p.ldb + i, p.ldb, p.alpha);
+  } else {
+    for (count i = 0; i < rows; ++i)
+      for (count j = 0; j < cols; ++j)
+        put(b + j * p.ldb + i * p.strideb,
+            p.alpha * conjugated_if<Conj, T>(get(a + i * p.lda + j * p.stridea)));
+  }
 }
 
 template <class T> void move_transposed(count rows, count cols, const T *a, count lda, T *b, count ldb) {
@@ -55,52 +71,59 @@ template <class T> void move_transposed(count rows, count cols, const T *a, coun
   }
 }
 
-template <class T>
-void scale_transposed(count rows, count cols, const T *a, count lda, count stridea, T *b, count ldb,
-                      count strideb, T alpha) {
-  // The larger side is halved; the stack holds the first halves only.
+template <bool Dense, class T>
+void scale_transposed(count rows, count cols, const T *a, T *b, const Places<T> &p) {
+  // The second half by the loop: the stack holds first halves only.
   while (rows > smallest || cols > smallest) {
     if (rows > cols) {
       const count half = rows / 2;
-      scale_transposed(half, cols, a, lda, stridea, b, ldb, strideb, alpha);
-      rows -= half, a += half * lda, b += half * strideb;
+      scale_transposed<Dense>(half, cols, a, b, p);
+      rows -= half, a += half * p.lda, b += half * p.strideb;
     } else {
       const count half = cols / 2;
-      scale_transposed(rows, half, a, lda, stridea, b, ldb, strideb, alpha);
-      cols -= half, a += half * stridea, b += half * ldb;
+      scale_transposed<Dense>(rows, half, a, b, p);
+      cols -= half, a += half * p.stridea, b += half * p.ldb;
     }
   }
-  transpose_small<false>(rows, cols, a, lda, stridea, b, ldb, strideb, alpha);
+  transpose_small<false, Dense>(rows, cols, a, b, p);
 }
 
 template <class T>
 void transpose_copy(count rows, count cols, const T *a, count lda, count stridea, T *b, count ldb,
                     count strideb, T alpha) {
   if (rows == 0 || cols == 0) return;
-  if (is_one(alpha) && stridea == 1 && strideb == 1)
+  const Places<T> p{lda, stridea, ldb, strideb, alpha};
+  const bool dense = stridea == 1 && strideb == 1;
+  if (is_one(alpha) && dense)
     move_transposed(rows, cols, a, lda, b, ldb);
   else
-    scale_transposed(rows, cols, a, lda, stridea, b, ldb, strideb, alpha);
+    (dense && rows > 1 && cols > 1 ? scale_transposed<true, T> : scale_transposed<false, T>)(rows, cols, a, b,
+                                                                                             p);
 }
 
 // Conjugates are never only moved, whatever alpha is.
+template <bool Dense, class T>
+void halve_conjugates(count rows, count cols, const T *a, T *b, const Places<T> &p) {
+  if (rows <= smallest && cols <= smallest) {
+    transpose_small<true, Dense>(rows, cols, a, b, p);
+  } else if (rows > cols) {
+    const count half = rows / 2;
+    halve_conjugates<Dense>(half, cols, a, b, p);
+    halve_conjugates<Dense>(rows - half, cols, a + half * p.lda, b + half * p.strideb, p);
+  } else {
+    const count half = cols / 2;
+    halve_conjugates<Dense>(rows, half, a, b, p);
+    halve_conjugates<Dense>(rows, cols - half, a + half * p.stridea, b + half * p.ldb, p);
+  }
+}
+
 template <class T>
 void transpose_conjugates(count rows, count cols, const T *a, count lda, count stridea, T *b, count ldb,
                           count strideb, T alpha) {
   if (rows == 0 || cols == 0) return;
-  if (rows <= smallest && cols <= smallest)
-    return transpose_small<true>(rows, cols, a, lda, stridea, b, ldb, strideb, alpha);
-  if (rows > cols) {
-    const count half = rows / 2;
-    transpose_conjugates(half, cols, a, lda, stridea, b, ldb, strideb, alpha);
-    transpose_conjugates(rows - half, cols, a + half * lda, lda, stridea, b + half * strideb, ldb, strideb,
-                         alpha);
-  } else {
-    const count half = cols / 2;
-    transpose_conjugates(rows, half, a, lda, stridea, b, ldb, strideb, alpha);
-    transpose_conjugates(rows, cols - half, a + half * stridea, lda, stridea, b + half * ldb, ldb, strideb,
-                         alpha);
-  }
+  const Places<T> p{lda, stridea, ldb, strideb, alpha};
+  (stridea == 1 && strideb == 1 && rows > 1 && cols > 1 ? halve_conjugates<true, T>
+                                                        : halve_conjugates<false, T>)(rows, cols, a, b, p);
 }
 
 // ---- By letters -----------------------------------------------------------------------------------------------------

@@ -7,6 +7,16 @@
 
 namespace tnk::trans {
 
+// The even lanes of one, the odd ones of the other.
+template <class V> inline V alternately(V even, V odd) {
+  if constexpr (sizeof(even) / sizeof(even[0]) == 8)
+    return __builtin_shufflevector(even, odd, 0, 9, 2, 11, 4, 13, 6, 15);
+  else if constexpr (sizeof(even) / sizeof(even[0]) == 4)
+    return __builtin_shufflevector(even, odd, 0, 5, 2, 7);
+  else
+    return __builtin_shufflevector(even, odd, 0, 3);
+}
+
 // One element, or all elements of a vector of T, conjugated or not. 0 - im, so that both zeros become +0.
 template <bool Conj, class T, class X> inline X conjugated_if(X x) {
   if constexpr (!Conj || !is_complex<T>)
@@ -14,7 +24,7 @@ template <bool Conj, class T, class X> inline X conjugated_if(X x) {
   else if constexpr (std::is_same_v<X, T>)
     return conjugate(x);
   else
-    return blended < sizeof(T) == 8 ? 0xAA : 0xA > (x, X{} - x); // odd lanes
+    return alternately(x, X{} - x);
 }
 
 // Elements 0 ... n - 1 of a row in order: `Pass` of them at a time by vector(i) once `written` has come to a boundary of

@@ -1,0 +1,321 @@
+// Public copies, sums and changes in place of matrices: what they refuse, and that they do what the kernels do, whole, in
+// parts and in place.
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <tnk/host.h>
+#include <tnk/trans.h>
+
+#include "tests/support/error_recorder.h"
+#include "tests/trans/matrix.h"
+
+namespace {
+
+using namespace tnk::test;
+using tnk::reference::operator*, tnk::reference::operator+;
+using tnk::reference::is_pair, tnk::reference::number, tnk::reference::same;
+
+template <class T> struct Public;
+#define PUBLIC(e, T)                                                                                         \
+  template <> struct Public<T> {                                                                             \
+    static constexpr auto copy = tnk_trans_##e##omatcopy;                                                    \
+    static constexpr auto copy2 = tnk_trans_##e##omatcopy2;                                                  \
+    static constexpr auto add = tnk_trans_##e##omatadd;                                                      \
+    static constexpr auto change = tnk_trans_##e##imatcopy;                                                  \
+    static constexpr auto change_through = tnk_trans_##e##imatcopy_work;                                     \
+    static constexpr auto copy_kernel = tnk_trans_tnk_##e##omatcopy2;                                        \
+    static constexpr auto add_kernel = tnk_trans_tnk_##e##omatadd;                                           \
+    static constexpr auto change_kernel = tnk_trans_tnk_##e##imatcopy;                                       \
+  };
+PUBLIC(s, float)
+PUBLIC(d, double)
+PUBLIC(c, tnk_complex8)
+PUBLIC(z, tnk_complex16)
+#undef PUBLIC
+
+// As the routines take factors.
+template <class T> auto passed(const T &factor) {
+  if constexpr (is_pair<T>)
+    return &factor;
+  else
+    return factor;
+}
+
+// ---- Refusals -------------------------------------------------------------------------------------------------------
+
+constexpr tnk_int beyond = tnk_int{1} << 62;
+tnk_complex16 memory[3][64], factor_given = {2, 1};
+
+// A good call of any routine: rows 3, cols 4.
+struct Call {
+  char ordering = 'R', trans = 'N', transb = 'N';
+  tnk_int rows = 3, cols = 4, lda = 5, stridea = 1, ldb = 6, strideb = 1, ldc = 7;
+  tnk_complex16 *alpha = &factor_given, *beta = &factor_given, *a = memory[0], *b = memory[1], *c = memory[2];
+
+  void copy() const { tnk_trans_zomatcopy(ordering, trans, rows, cols, alpha, a, lda, b, ldb); }
+  void copy2() const {
+    tnk_trans_zomatcopy2(ordering, trans, rows, cols, alpha, a, lda, stridea, b, ldb, strideb);
+  }
+  void add() const {
+    tnk_trans_zomatadd(ordering, trans, transb, rows, cols, alpha, a, lda, beta, b, ldb, c, ldc);
+  }
+  void change() const { tnk_trans_zimatcopy(ordering, trans, rows, cols, alpha, a, lda, ldb); }
+  void change_through() const {
+    tnk_trans_zimatcopy_work(ordering, trans, rows, cols, alpha, a, lda, ldb, b);
+  }
+};
+
+TEST(PublicTransposition, RefusesBadArgumentsAndTouchesNothing) {
+  constexpr auto copy = &Call::copy, copy2 = &Call::copy2, add = &Call::add, change = &Call::change,
+                 through = &Call::change_through;
+  const struct {
+    void (Call::*routine)() const;
+    std::function<void(Call &)> spoil;
+    const char *message;
+  } cases[] = {
+      {copy, [](Call &x) { x.ordering = 'N'; },
+       "zomatcopy: argument 1 (ordering) is 'N', expected one of R, C"},
+      {copy, [](Call &x) { x.trans = 'S'; }, "2 (trans) is 'S', expected one of N, T, R, C"},
+      {copy, [](Call &x) { x.rows = -1; }, "3 (rows) is -1, expected 0 or more"},
+      {copy, [](Call &x) { x.cols = beyond; }, "4 (cols) is"},
+      {copy, [](Call &x) { x.alpha = nullptr; }, "5 (alpha) is a null address"},
+      {copy, [](Call &x) { x.a = nullptr; }, "6 (a) is a null address"},
+      {copy, [](Call &x) { x.lda = 3; }, "7 (lda) is 3, expected 4 or more"},
+      {copy, [](Call &x) { x.ordering = 'c', x.lda = 2; }, "7 (lda) is 2, expected 3 or more"},
+      {copy, [](Call &x) { x.lda = beyond; }, "7 (lda) is"},
+      {copy, [](Call &x) { x.b = nullptr; }, "8 (b) is a null address"},
+      {copy, [](Call &x) { x.trans = 't', x.ldb = 2; }, "9 (ldb) is 2, expected 3 or more"},
+      {copy, [](Call &x) { x.b = x.a + 8; },
+       "8 (b) is an array that overlaps a, expected one apart from it, or its"},
+      {copy, [](Call &x) { x.b = x.a, x.trans = 'T', x.ldb = 5; }, "expected one apart from it"},
+      {copy2, [](Call &x) { x.stridea = 0; }, "zomatcopy2: argument 8 (stridea) is 0, expected 1 or more"},
+      {copy2, [](Call &x) { x.lda = -5; }, "7 (lda) is -5, expected 1 or more"},
+      {copy2, [](Call &x) { x.stridea = 2; }, "7 (lda) is 5, expected a place for each element"},
+      {copy2, [](Call &x) { x.b = nullptr; }, "9 (b) is a null address"},
+      {copy2, [](Call &x) { x.strideb = beyond; }, "10 (ldb) is 6, expected a matrix that fits into memory"},
+      {copy2, [](Call &x) { x.strideb = -1; }, "11 (strideb) is -1, expected 1 or more"},
+      {copy2, [](Call &x) { x.b = x.a + 1; }, "9 (b) is an array that overlaps a"},
+      {add, [](Call &x) { x.ordering = '\0'; }, "zomatadd: argument 1 (ordering) is the byte 0"},
+      {add, [](Call &x) { x.trans = 'X'; }, "2 (transa) is 'X'"},
+      {add, [](Call &x) { x.transb = 'X'; }, "3 (transb) is 'X'"},
+      {add, [](Call &x) { x.cols = -4; }, "5 (cols) is -4"},
+      {add, [](Call &x) { x.alpha = nullptr; }, "6 (alpha) is a null address"},
+      {add, [](Call &x) { x.lda = 3; }, "8 (lda) is 3, expected 4 or more"},
+      {add, [](Call &x) { x.beta = nullptr; }, "9 (beta) is a null address"},
+      {add, [](Call &x) { x.transb = 'C', x.ldb = 2; }, "11 (ldb) is 2, expected 3 or more"},
+      {add, [](Call &x) { x.c = nullptr; }, "12 (c) is a null address"},
+      {add, [](Call &x) { x.ldc = 3; }, "13 (ldc) is 3, expected 4 or more"},
+      {add, [](Call &x) { x.c = x.a; },
+       "12 (c) is an array that overlaps a, expected one apart from it, or its"},
+      {add, [](Call &x) { x.c = x.b, x.ldc = x.ldb, x.transb = 'T'; },
+       "an array that overlaps b, expected one apart"},
+      {change, [](Call &x) { x.a = nullptr; }, "zimatcopy: argument 6 (ab) is a null address"},
+      {change, [](Call &x) { x.lda = 3; }, "7 (lda) is 3, expected 4 or more"},
+      {change, [](Call &x) { x.trans = 'T', x.ldb = 2; }, "8 (ldb) is 2, expected 3 or more"},
+      {change, [](Call &x) { x.trans = 'T', x.rows = 1, x.cols = 1, x.lda = x.ldb = beyond; }, "8 (ldb) is"},
+      {through, [](Call &x) { x.trans = 'T', x.b = nullptr; },
+       "zimatcopy_work: argument 9 (work) is a null address"},
+      {through, [](Call &x) { x.trans = 'T', x.b = x.a + 13; }, "9 (work) is an array that overlaps ab"},
+  };
+  ErrorRecorder errors;
+  const auto fill = [] {
+    for (auto &array : memory) std::fill(std::begin(array), std::end(array), tnk_complex16{7, 8});
+  };
+  const auto is_filled = [] {
+    return std::all_of(memory[0], memory[0] + 3 * 64, [](const auto &x) { return x.re == 7 && x.im == 8; });
+  };
+  for (const auto &c : cases) {
+    fill();
+    Call call;
+    (call.*c.routine)();
+    EXPECT_TRUE(errors.last().count == 0 && !is_filled()) << errors.take().message;
+    fill();
+    c.spoil(call);
+    (call.*c.routine)();
+    EXPECT_NE(errors.bad_argument().find(c.message), std::string::npos) << c.message << "\n"
+                                                                        << errors.take().message;
+    EXPECT_TRUE(is_filled()) << c.message;
+  }
+  // What is empty needs no arrays.
+  Call empty;
+  empty.rows = 0, empty.a = empty.b = empty.c = nullptr;
+  empty.copy(), empty.copy2(), empty.add(), empty.change(), empty.change_through();
+  EXPECT_EQ(errors.last().message, "");
+}
+
+// Two matrices anywhere in one array: what shares an element is refused, unless it is all in one place; what does not is
+// copied, as long as strides agree.
+TEST(PublicTransposition, TellsWhichMatricesOverlap) {
+  Random random;
+  ErrorRecorder errors;
+  int apart = 0, refused = 0;
+  for (int turn = 0; turn < 30000; ++turn) {
+    const auto size = [&](tnk_int low, tnk_int high) { return static_cast<Size>(random.integer(low, high)); };
+    const char trans = random.integer(0, 1) ? 'T' : 'N';
+    const Size rows = size(1, 4), cols = size(1, 4);
+    const auto any = [&](Size r, Size c, Size stride) {
+      Layout m{r, c, stride * (c - 1) + 1 + size(0, 20), stride};
+      if (random.integer(0, 2) == 0) m = {r, c, stride, stride * (r - 1) + 1 + size(0, 20)};
+      return m;
+    };
+    const Layout a = any(rows, cols, size(1, 3)), from = seen(trans, a),
+                 b = any(from.rows, from.cols,
+                         random.integer(0, 3) ? std::min(a.by_row, a.by_col) : size(1, 3));
+    const Size first = size(0, 40), second = size(0, 40);
+    std::vector<double> array(200);
+    for (std::size_t i = 0; i < array.size(); ++i) array[i] = static_cast<double>(i);
+    std::vector<double> expected = array;
+    std::vector<bool> read(array.size());
+    for (Size i = 0; i < a.rows; ++i)
+      for (Size j = 0; j < a.cols; ++j) read[first + a.at(i, j)] = true;
+    bool shared = false;
+    for (Size i = 0; i < b.rows; ++i)
+      for (Size j = 0; j < b.cols; ++j) {
+        shared |= read[second + b.at(i, j)];
+        expected[second + b.at(i, j)] = 2 * array[first + from.at(i, j)];
+      }
+    const bool in_place = trans == 'N' && first == second && (a.by_row == b.by_row || rows == 1) &&
+                          (a.by_col == b.by_col || cols == 1);
+    tnk_trans_domatcopy2('R', trans, static_cast<tnk_int>(rows), static_cast<tnk_int>(cols), 2, &array[first],
+                         static_cast<tnk_int>(a.by_row), static_cast<tnk_int>(a.by_col), &array[second],
+                         static_cast<tnk_int>(b.by_row), static_cast<tnk_int>(b.by_col));
+    const bool accepted = errors.take().count == 0;
+    if (accepted) {
+      EXPECT_TRUE(in_place || !shared);
+      EXPECT_EQ(array, expected);
+    } else {
+      EXPECT_TRUE(shared || std::min(a.by_row, a.by_col) != std::min(b.by_row, b.by_col))
+          << trans << ' ' << rows << " by " << cols << ": " << first << " + " << a.by_row << ", " << a.by_col
+          << "; " << second << " + " << b.by_row << ", " << b.by_col;
+    }
+    (accepted ? apart : refused) += 1;
+  }
+  EXPECT_TRUE(apart > 5000 && refused > 5000) << apart << ' ' << refused;
+}
+
+// ---- Results --------------------------------------------------------------------------------------------------------
+
+template <class T> struct PublicTranspositionOf : testing::Test {
+  ~PublicTranspositionOf() override {
+    tnk_set_num_threads(0);
+    EXPECT_EQ(errors.last().message, "");
+  }
+  // The same array by the kernel, and by the public routine with several numbers of threads.
+  void expect_same(const std::vector<T> &before, const std::function<void(T *)> &kernel,
+                   const std::function<void(T *)> &routine, const std::string &what) {
+    std::vector<T> expected = before;
+    kernel(expected.data());
+    for (const int threads : {1, 2, 3, 4}) {
+      tnk_set_num_threads(threads);
+      Guarded<T> found(before, 64);
+      routine(found.data());
+      EXPECT_TRUE(same_elements(found, expected)) << what << ", threads: " << threads;
+    }
+  }
+  ErrorRecorder errors;
+  Random random;
+};
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+TYPED_TEST_SUITE(PublicTranspositionOf, Types);
+
+// Long and short sides, odd, and large enough for threads.
+constexpr tnk_int shapes[][2] = {{515, 521}, {3, 90001}, {90001, 3}};
+
+TYPED_TEST(PublicTranspositionOf, HasTheKernelsBitsForEveryNumberOfThreads) {
+  using T = TypeParam;
+  using P = Public<T>;
+  for (const auto &[rows, cols] : shapes)
+    for (const char trans : {'N', 't', 'R', 'C'}) {
+      const char ordering = trans == 'N' || trans == 'C' ? 'R' : 'c';
+      const bool by_rows = ordering == 'R', turned = transposes(trans);
+      const tnk_int inner = by_rows ? cols : rows, outer = by_rows ? rows : cols, lda = inner + 3,
+                    ldb = (turned ? outer : inner) + 1, lines = turned ? inner : outer;
+      const T alpha = factor<T>(this->random.integer(0, 2)), beta = number<T>(-0.5f, 2);
+      const auto a = filled<T>(static_cast<Size>(2 * outer * lda), this->random),
+                 b = filled<T>(static_cast<Size>(2 * lines * ldb), this->random);
+      const std::string what = std::string{ordering, trans} + ' ' + std::to_string(rows);
+      const auto u = [](tnk_int n) { return static_cast<Size>(n); };
+      this->expect_same(
+          b,
+          [&](T *to) {
+            P::copy_kernel(ordering, trans, u(rows), u(cols), alpha, a.data(), u(lda), 1, to, u(ldb), 1);
+          },
+          [&](T *to) { P::copy(ordering, trans, rows, cols, passed(alpha), a.data(), lda, to, ldb); },
+          "copy " + what);
+      this->expect_same(
+          b,
+          [&](T *to) {
+            P::copy_kernel(ordering, trans, u(rows), u(cols), alpha, a.data(), u(2 * lda), 2, to, 1,
+                           u(lines));
+          },
+          [&](T *to) {
+            P::copy2(ordering, trans, rows, cols, passed(alpha), a.data(), 2 * lda, 2, to, 1, lines);
+          },
+          "copy2 " + what);
+      this->expect_same(
+          b,
+          [&](T *c) {
+            P::add_kernel(ordering, turned ? 'C' : 'R', 'N', u(turned ? cols : rows), u(turned ? rows : cols),
+                          alpha, a.data(), u(lda), beta, c, u(ldb), c, u(ldb));
+          },
+          [&](T *c) {
+            P::add(ordering, turned ? 'C' : 'R', 'N', turned ? cols : rows, turned ? rows : cols,
+                   passed(alpha), a.data(), lda, passed(beta), c, ldb, c, ldb);
+          },
+          "add " + what);
+      if (!turned)
+        for (const tnk_int ld : {lda, lda - 1})
+          this->expect_same(
+              a,
+              [&](T *ab) { P::change_kernel(ordering, trans, u(rows), u(cols), alpha, ab, u(lda), u(ld)); },
+              [&](T *ab) { P::change(ordering, trans, rows, cols, passed(alpha), ab, lda, ld); },
+              "change " + what);
+      // Through a workspace: what a copy out of place leaves.
+      std::vector<T> work(static_cast<Size>(rows * cols)), array = a;
+      array.resize(std::max(a.size(), b.size()));
+      this->expect_same(
+          array,
+          [&](T *ab) {
+            const std::vector<T> from = array;
+            P::copy_kernel(ordering, trans, u(rows), u(cols), alpha, from.data(), u(lda), 1, ab, u(ldb), 1);
+          },
+          [&](T *ab) {
+            P::change_through(ordering, trans, rows, cols, passed(alpha), ab, lda, ldb, work.data());
+          },
+          "change through " + what);
+    }
+}
+
+// The kernel would walk the arrays as they lie in memory.
+TYPED_TEST(PublicTranspositionOf, AddsOneRowOrColumnInPlaceByTheDefinition) {
+  using T = TypeParam;
+  for (const tnk_int count : {1, 5, 40, 70001})
+    for (const bool row : {false, true})
+      for (const char trans : {'T', 'C'})
+        for (const bool first : {false, true}) {
+          const tnk_int ldb = row ? 3 : count + 1, ldc = row ? count + 2 : 2, stepb = row ? ldb : 1,
+                        stepc = row ? 1 : ldc;
+          const T alpha = factor<T>(2), beta = number<T>(-0.5f, 2);
+          const auto b = filled<T>(static_cast<Size>(3 * count + 4), this->random),
+                     c = filled<T>(static_cast<Size>(2 * count + 4), this->random);
+          const tnk_int rows = row ? 1 : count, cols = row ? count : 1;
+          this->expect_same(
+              c,
+              [&](T *sum) {
+                for (tnk_int k = 0; k < count; ++k)
+                  sum[k * stepc] =
+                      alpha * sum[k * stepc] + beta * taken(trans, b[static_cast<Size>(k * stepb)]);
+              },
+              [&](T *sum) {
+                if (first)
+                  Public<T>::add('R', 'N', trans, rows, cols, passed(alpha), sum, ldc, passed(beta), b.data(),
+                                 ldb, sum, ldc);
+                else
+                  Public<T>::add('R', trans, 'N', rows, cols, passed(beta), b.data(), ldb, passed(alpha), sum,
+                                 ldc, sum, ldc);
+              },
+              std::to_string(count) + (row ? " in a row" : " in a column"));
+        }
+}
+
+} // namespace
