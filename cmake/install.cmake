@@ -9,11 +9,22 @@ set(TNK_DATA_DIR ${CMAKE_INSTALL_DATADIR}/tnk)
 # The kernel library is no target for users: the host loads it from beside itself.
 install(TARGETS tnk_front tnk_host EXPORT tnk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS tnk_avx LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-add_custom_target(tnk_installed DEPENDS tnk_front tnk_host tnk_avx) # all that has to be built for it
+add_custom_target(tnk_installed DEPENDS tnk_front tnk_host tnk_avx tnk_blas tnk_blas64) # all that has to be built for it
 if(TARGET tnk)
   install(TARGETS tnk RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   add_dependencies(tnk_installed tnk)
 endif()
+# The drop-in has a folder of its own, where no program finds it unasked; with what it takes to ask for it.
+set(TNK_BLAS_DIR ${CMAKE_INSTALL_LIBDIR}/tnk-blas)
+install(TARGETS tnk_blas tnk_blas64 LIBRARY DESTINATION ${TNK_BLAS_DIR})
+install(PROGRAMS scripts/use-blas.sh DESTINATION ${TNK_BLAS_DIR})
+foreach(TNK_BLAS_BITS 32 64)
+  string(REPLACE 32 "" width ${TNK_BLAS_BITS})
+  set(TNK_BLAS_LINK blas${width})
+  set(TNK_BLAS_NAME libblas${width})
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/libblas.pc.in ${PROJECT_BINARY_DIR}/libblas${width}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/libblas${width}.pc DESTINATION ${TNK_BLAS_DIR})
+endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tnk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/data DESTINATION ${TNK_DATA_DIR})
 install(

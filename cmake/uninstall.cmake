@@ -17,7 +17,7 @@ foreach(name IN LISTS names)
   file(REMOVE ${prefix}/${name})
   # include/tnk/blas.h: include/tnk, and not include.
   get_filename_component(folder ${name} DIRECTORY)
-  while(folder MATCHES "(^|/)tnk(/|$)")
+  while(folder MATCHES "(^|/)tnk(-blas)?(/|$)")
     list(APPEND folders ${folder})
     get_filename_component(folder ${folder} DIRECTORY)
   endwhile()

@@ -1,4 +1,4 @@
-// Triangular solves in single precision, of orders that the kernels finish in one piece: by halves, with a product between
+// Triangular solves in single precision, of orders that the kernels else finish in one piece: by halves, with a product between
 // them. So a caller who takes a triangle by its halves himself, as one stored in a rectangle has to be, finds the same bits.
 // With a nearly singular triangle the rounding errors of this precision reach the first digits of the solution, and sums in
 // any other order would show there.
@@ -15,7 +15,7 @@ template <class T, class Solve, class Multiply> struct Halves {
   char side, uplo, trans, diag;
   tnk_int lda, ldb;
 
-  static constexpr tnk_int least = 32, most = 128;
+  static constexpr tnk_int least = 33, most = 64;
   static bool fit(tnk_int order) { return order >= least && order <= most; }
 
   // A of `order`, `count` right-hand sides.

@@ -60,6 +60,17 @@ use() { # a prefix
   quietly "$cmake" --build "$work/consumer/build"
   "$run_examples" "$prefix/$libdir/libtnk.so" "$prefix/share/tnk/data" "$work/consumer/build"/example_*
 
+  # The drop-in: by pkg-config and by CMake's own search, in both widths; it finds the host from where it is installed.
+  blas=$prefix/$libdir/tnk-blas
+  for width in '' 64; do
+    # shellcheck disable=SC2046,SC2086  # flags are lists
+    quietly "$CC" $strict "-DINTEGER=$([ -n "$width" ] && echo long || echo int)" "$sources/tests/install/dot.c" \
+      $(PKG_CONFIG_PATH=$blas pkg-config --libs "libblas$width") -o "$work/consumer/dot$width"
+    quietly "$work/consumer/dot$width"
+  done
+  quietly "$cmake" -S "$sources/tests/install/find_blas" -B "$work/consumer/find" -DCMAKE_LIBRARY_PATH="$blas" \
+    -DBLA_VENDOR=Generic -DEXPECTED="$blas/libblas.so"
+
   # The installed program finds both libraries by itself.
   if [ -e "$prefix/bin/tnk" ]; then quietly "$prefix/bin/tnk" info; fi
   # The kernel library that runs is the installed one.

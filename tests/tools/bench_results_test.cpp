@@ -1,8 +1,8 @@
 // What tnk bench makes of the lines that the bench program writes.
 #include "tools/tnk/bench/chart.h"
-#include "tools/tnk/bench/child.h"
 #include "tools/tnk/bench/results.h"
 #include "tools/tnk/plot/svg.h"
+#include "tools/tnk/support/child.h"
 #include "tools/tools_support.h"
 #include <cstdio>
 #include <gtest/gtest.h>

@@ -30,6 +30,10 @@ TEST(Program, ExitCodesAndMessages) {
       {"TNK_KERNEL_PATH=/nowhere/k.so", "info", 1, "processor", "/nowhere/k.so"},
       {"TNK_KERNEL_PATH=" TNK_TEST_HOST, "info", 1, "refused", TNK_TEST_HOST},
       {"TNK_KERNEL_PATH=" TNK_TEST_OTHER_CLASS, "info", 1, "dll_cpu_version", "class"},
+      {"", "info --blas /bin/sh", 1, "", "no BLAS"},
+      {"", "info --blas no-such-program", 1, "", "no-such-program"},
+      {"", "info --blas " TNK_TEST_DROPIN "/libblas64.so.3", 1, "", "no BLAS"},
+      {"LD_PRELOAD=" TNK_TEST_DROPIN "/libblas.so.3", "info --blas /bin/sh", 0, "of tnk", ""},
       {"TNK_KERNEL_PATH=/nowhere/k.so", "tour", 1, "", "/nowhere/k.so"},
       {"", "tour --data /nowhere/data", 1, "", "/nowhere/data"},
   };

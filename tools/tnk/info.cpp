@@ -1,4 +1,5 @@
 // tnk info: what this machine is and what runs on it.
+#include "tools/tnk/blas.h"
 #include "tools/tnk/command.h"
 #include "tools/tnk/families.h"
 #include "tools/tnk/machine.h"
@@ -7,6 +8,7 @@
 #include "tools/tnk/support/format.h"
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <tnk/host.h>
 
@@ -61,7 +63,16 @@ void print_exports(const std::string &library) {
     std::printf("%16s%-17s %5d  %s\n", "", family.prefix, family.count, family.meaning);
 }
 
-int run_info() {
+int print_blas(const std::string &program) {
+  const LoadedBlas blas = blas_of(program);
+  line("BLAS", blas.file.string());
+  line("loaded as", blas.name);
+  line("whose", blas.ours ? "of tnk" : "not of tnk");
+  return exit_ok;
+}
+
+int run_info(const std::string &program) {
+  if (!program.empty()) return print_blas(program);
   print_machine();
   const tnk_status status = load_kernel();
   const std::string path = std::filesystem::path(tnk_kernel_path()).lexically_normal().string();
@@ -88,8 +99,15 @@ int run_info() {
 Command info_command(CLI::App &program) {
   CLI::App *options =
       program.add_subcommand("info", "Show the processor, the kernel library and what it exports");
-  options->footer("Exit code: 0 when the kernel library is loaded, 1 when it cannot be.");
-  return {options, run_info};
+  const auto program_of_blas = std::make_shared<std::string>();
+  options
+      ->add_option(
+          "--blas", *program_of_blas,
+          "Show instead which BLAS this program, or shared object, would load, and run nothing of it")
+      ->type_name("PROGRAM");
+  options->footer("Exit code: 0 when the kernel library is loaded, 1 when it cannot be; with --blas 1 when "
+                  "there is none.");
+  return {options, [program_of_blas] { return run_info(*program_of_blas); }};
 }
 
 } // namespace tnk::tool

@@ -2,10 +2,10 @@
 // one when it is loaded, so rows beside such a peer are measured by two processes: one has it on the core of the
 // kernels' own instruction set, one on its best.
 #include "tools/tnk/bench/chart.h"
-#include "tools/tnk/bench/child.h"
 #include "tools/tnk/bench/results.h"
 #include "tools/tnk/command.h"
 #include "tools/tnk/machine.h"
+#include "tools/tnk/support/child.h"
 #include "tools/tnk/support/failure.h"
 #include "tools/tnk/support/files.h"
 #include "tools/tnk/support/format.h"

@@ -1,4 +1,4 @@
-#include "tools/tnk/bench/child.h"
+#include "tools/tnk/support/child.h"
 #include "tools/tnk/support/failure.h"
 #include <cerrno>
 #include <csignal>
@@ -24,7 +24,7 @@ void take_lines(int from, const std::function<void(const std::string &)> &take) 
   for (ssize_t got; (got = read(from, buffer, sizeof buffer)) != 0;) {
     if (got < 0) {
       if (errno == EINTR) continue;
-      throw Failure(std::string("cannot read what the bench program writes: ") + std::strerror(errno));
+      throw Failure(std::string("cannot read what a program writes: ") + std::strerror(errno));
     }
     held.append(buffer, static_cast<std::size_t>(got));
     for (std::size_t end; (end = held.find('\n')) != std::string::npos; held.erase(0, end + 1))
