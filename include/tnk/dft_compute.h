@@ -56,7 +56,8 @@ DftiKernel tnk_dft_xvpks_inv_32fc, tnk_dft_xvpks_inv_64fc, tnk_dft_xvpks_inv_32f
     tnk_dft_xvpks_inv_complextor_64f;
 
 /* ---- Rows -----------------------------------------------------------------------------------------------------------------
-   `count` rows of `length` elements between a dense buffer and strided data, from the given elements on. */
+   `count` rows of `length` elements, one after another in a dense buffer, from or to lines that stand side by side: element
+   i of row r is dense[dense_index + r length + i] and strided[index + r + i stride]. */
 
 void tnk_dft_gather_s_s(tnk_int length, tnk_int count, float *dense, tnk_int dense_index,
                         const float *strided, tnk_int stride, tnk_int index);
@@ -81,7 +82,8 @@ void tnk_dft_scatter_z_z(tnk_int length, tnk_int count, const tnk_complex16 *den
 DftiPlane tnk_dft_xcdft2d, tnk_dft_xcdft2d_out, tnk_dft_xzdft2d, tnk_dft_xzdft2d_out;
 DftiRealPlane tnk_dft_xdzzdft2d, tnk_dft_xzzddft2d, tnk_dft_xdzdft2d, tnk_dft_xzddft2d;
 
-/* `count` columns side by side, the batch varying fastest; and one dimension of a transform, through a row buffer. */
+/* In place along `count` lines of `length` numbers, `stride` apart: side by side, as those of a batch that varies fastest,
+   or at a distance. `node` belongs to the kernel. */
 tnk_int tnk_dft_xzdft_mult(tnk_complex16 *data, tnk_int length, tnk_int stride, tnk_int count,
                            DftiKernel *kernel, DftiNode *node, void *work);
 tnk_int tnk_dft_xzdft1d_copy(tnk_complex16 *data, tnk_int length, tnk_int stride, tnk_int count,

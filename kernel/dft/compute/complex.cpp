@@ -75,7 +75,7 @@ tnk_int drive_complex(DftiNode *node, char *source, char *destination, tnk_int c
     return rows.missing() ? tnk_int{DftiMemoryError} : run(&rows);
   }
 
-  const Rows rows(all.longest() * size, rows_at_once);
+  const Rows rows(all.longest(size, size) * size, rows_at_once);
   if (rows.missing()) return DftiMemoryError;
   if (count > 1 && batch.in == size) return interleaved_batch<C>(all, batch, source, destination, rows);
   Dimensions written = all;
@@ -142,7 +142,7 @@ tnk_int two_dimensional(void *source, void *destination, const DftiAxis *first, 
   all.add(loop_of(*first, size, size), {first_kernel, node, work});
   all.add(loop_of(*next, size, size), {next_kernel, node->next, work});
   if (place == Place::in_place) all.stay_where_read();
-  const Rows rows(all.longest() * size, rows_at_once);
+  const Rows rows(all.longest(size, size) * size, rows_at_once);
   if (rows.missing()) return DftiMemoryError;
   return plane<C>(all, static_cast<char *>(source), static_cast<char *>(destination), rows);
 }

@@ -41,9 +41,12 @@ struct Dimensions {
   void stay_where_written() {
     for (int d = 0; d < rank; ++d) loops[d].in = loops[d].out;
   }
-  tnk_int longest() const {
+  // The longest line that rows must hold. Dimension 0 needs none where its numbers stand side by side, in elements of
+  // those bytes.
+  tnk_int longest(tnk_int read, tnk_int written) const {
+    const bool dense = loops[0].in == read && loops[0].out == written;
     tnk_int most = 0;
-    for (int d = 0; d < rank; ++d) most = std::max(most, loops[d].length);
+    for (int d = dense; d < rank; ++d) most = std::max(most, loops[d].length);
     return most;
   }
 };

@@ -308,6 +308,14 @@ tnk_int complex_backward(const Dimensions &all, const Loop &batch, char *source,
   });
 }
 
+// Bytes of an element of the two sides.
+template <class R, bool Inverse> tnk_int read_size(bool packed) {
+  return Inverse && !packed ? size<complex<R>> : size<R>;
+}
+template <class R, bool Inverse> tnk_int written_size(bool packed) {
+  return !Inverse && !packed ? size<complex<R>> : size<R>;
+}
+
 template <class R, bool Inverse>
 tnk_int real_transforms(const Dimensions &all, const Loop &batch, char *source, char *destination,
                         Place place) {
@@ -319,7 +327,8 @@ tnk_int real_transforms(const Dimensions &all, const Loop &batch, char *source, 
                                                destination)
                   : lines_alone<R, Inverse, complex<R>>(all, batch, n / 2 + 1, source, destination);
   }
-  const Rows rows((all.longest() + 1) * size<complex<R>>, rows_at_once);
+  const tnk_int longest = all.longest(read_size<R, Inverse>(packed), written_size<R, Inverse>(packed));
+  const Rows rows((longest + 1) * size<complex<R>>, rows_at_once);
   if (rows.missing()) return DftiMemoryError;
   if constexpr (Inverse)
     return packed ? packed_backward<R>(all, batch, source, destination, place, rows)
@@ -328,14 +337,6 @@ tnk_int real_transforms(const Dimensions &all, const Loop &batch, char *source, 
     return each(batch, source, destination, [&](char *from, char *to) {
       return packed ? packed_forward<R>(all, from, to, rows) : complex_forward<R>(all, from, to, rows);
     });
-}
-
-// Bytes of an element of the two sides.
-template <class R, bool Inverse> tnk_int read_size(bool packed) {
-  return Inverse && !packed ? size<complex<R>> : size<R>;
-}
-template <class R, bool Inverse> tnk_int written_size(bool packed) {
-  return !Inverse && !packed ? size<complex<R>> : size<R>;
 }
 
 } // namespace
