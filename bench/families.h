@@ -14,6 +14,7 @@ void add_products(std::vector<Row> &rows);
 void add_symmetric(std::vector<Row> &rows);
 void add_triangles(std::vector<Row> &rows);
 void add_factorizations(std::vector<Row> &rows);
+void add_drivers(std::vector<Row> &rows);
 void add_rotations(std::vector<Row> &rows);
 void add_sparse_matrices(std::vector<Row> &rows);
 void add_power_of_two_transforms(std::vector<Row> &rows);
@@ -24,7 +25,7 @@ inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
   for (const auto &add :
        {add_blas_level1, add_sparse_vectors, add_matrix_vector, add_rank_one, add_half_matrices, add_products,
-        add_symmetric, add_triangles, add_factorizations, add_rotations, add_sparse_matrices,
+        add_symmetric, add_triangles, add_factorizations, add_drivers, add_rotations, add_sparse_matrices,
         add_power_of_two_transforms, add_transforms_of_any_length, add_transforms_by_descriptors})
     add(rows);
   return rows;
