@@ -39,6 +39,7 @@ libgtest-dev         header  gtest/gtest.h
 '
 peers='
 libopenblas0-pthread library libopenblas.so.0
+liblapack3           library lapack/liblapack.so.3
 libfftw3-double3     library libfftw3.so.3
 libfftw3-single3     library libfftw3f.so.3
 libeigen3-dev        header  eigen3/Eigen/Core

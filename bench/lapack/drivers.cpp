@@ -30,6 +30,9 @@ std::string file_beside(const void *address, const char *beside) {
 // is set to one thread.
 void *on_ours() {
   static void *const handle = []() -> void * {
+#ifdef TNK_SANITIZED // a process has one sanitizer
+    return nullptr;
+#endif
     const auto *const here = reinterpret_cast<const void *>(tnk_set_num_threads);
     void *const host = dlmopen(LM_ID_NEWLM, file_beside(here, "libtnk_host.so").c_str(), RTLD_NOW);
     Lmid_t space;
@@ -82,66 +85,48 @@ struct Room {
   std::vector<double> u, v;
 };
 
-// A call of a LAPACK routine on values, which it leaves in n numbers, and on a matrix behind them.
-using Caller = void (*)(void *routine, double *values, double *a, Room &room);
+// Calls of LAPACK routines on a matrix and on n values that they leave.
 using Address = const void *;
-constexpr int liwork_a_row = 8;
+void getrf(void *routine, double *, double *a, Room &r) {
+  using Getrf = void(Address, Address, double *, Address, int *, int *);
+  reinterpret_cast<Getrf *>(routine)(&r.n, &r.n, a, &r.n, r.integers.data(), &r.info);
+}
+void potrf(void *routine, double *, double *a, Room &r) {
+  using Potrf = void(Address, Address, double *, Address, int *, std::size_t);
+  reinterpret_cast<Potrf *>(routine)("L", &r.n, a, &r.n, &r.info, 1);
+}
+void geqrf(void *routine, double *tau, double *a, Room &r) {
+  using Geqrf = void(Address, Address, double *, Address, double *, double *, Address, int *);
+  reinterpret_cast<Geqrf *>(routine)(&r.n, &r.n, a, &r.n, tau, r.work.data(), &r.lwork, &r.info);
+}
+void syevd(void *routine, double *values, double *a, Room &r) {
+  using Syevd = void(Address, Address, Address, double *, Address, double *, double *, Address, int *,
+                     Address, int *, std::size_t, std::size_t);
+  const int integers = static_cast<int>(r.integers.size());
+  reinterpret_cast<Syevd *>(routine)("V", "L", &r.n, a, &r.n, values, r.work.data(), &r.lwork,
+                                     r.integers.data(), &integers, &r.info, 1, 1);
+}
+void gesdd(void *routine, double *values, double *a, Room &r) {
+  using Gesdd = void(Address, Address, Address, double *, Address, double *, double *, Address, double *,
+                     Address, double *, Address, int *, int *, std::size_t);
+  reinterpret_cast<Gesdd *>(routine)("S", &r.n, &r.n, a, &r.n, values, r.u.data(), &r.n, r.v.data(), &r.n,
+                                     r.work.data(), &r.lwork, r.integers.data(), &r.info, 1);
+}
 
 struct Driver {
   const char *name;
-  std::vector<tnk_int> sizes;
+  void (*call)(void *routine, double *values, double *a, Room &room);
   bool reversed, judged_by_values; // else by the matrix
-  // For each cube of the order, as the textbooks count them; of a decomposition the reduction and the way back, not what
-  // lies between, which depends on the numbers.
+  // For each cube of the order, as the textbooks count them; of a decomposition the reduction and the way back, without
+  // what lies between, which depends on the numbers.
   double flops;
-  Caller call;
+  std::vector<tnk_int> sizes;
 };
-const Driver drivers[] = {
-    {"getrf",
-     {100, 500, 1000, 2000},
-     true,
-     false,
-     2.0 / 3,
-     [](void *f, double *, double *a, Room &r) {
-       reinterpret_cast<void (*)(Address, Address, double *, Address, int *, int *)>(f)(
-           &r.n, &r.n, a, &r.n, r.integers.data(), &r.info);
-     }},
-    {"potrf",
-     {100, 500, 1000, 2000},
-     false,
-     false,
-     1.0 / 3,
-     [](void *f, double *, double *a, Room &r) {
-       reinterpret_cast<void (*)(Address, Address, double *, Address, int *, std::size_t)>(f)(
-           "L", &r.n, a, &r.n, &r.info, 1);
-     }},
-    {"geqrf",
-     {100, 500, 1000, 2000},
-     false,
-     false,
-     4.0 / 3,
-     [](void *f, double *values, double *a, Room &r) {
-       reinterpret_cast<void (*)(Address, Address, double *, Address, double *, double *, Address, int *)>(f)(
-           &r.n, &r.n, a, &r.n, values, r.work.data(), &r.lwork, &r.info);
-     }},
-    {"syevd",
-     {100, 500, 1000, 2000},
-     false,
-     true,
-     9,
-     [](void *f, double *values, double *a, Room &r) {
-       const int liwork = liwork_a_row * r.n + liwork_a_row;
-       reinterpret_cast<void (*)(Address, Address, Address, double *, Address, double *, double *, Address,
-                                 int *, Address, int *, std::size_t, std::size_t)>(f)(
-           "V", "L", &r.n, a, &r.n, values, r.work.data(), &r.lwork, r.integers.data(), &liwork, &r.info, 1,
-           1);
-     }},
-    {"gesdd", {100, 500, 1000}, true, true, 22, [](void *f, double *values, double *a, Room &r) {
-       reinterpret_cast<void (*)(Address, Address, Address, double *, Address, double *, double *, Address,
-                                 double *, Address, double *, Address, int *, int *, std::size_t)>(f)(
-           "S", &r.n, &r.n, a, &r.n, values, r.u.data(), &r.n, r.v.data(), &r.n, r.work.data(), &r.lwork,
-           r.integers.data(), &r.info, 1);
-     }}};
+const Driver drivers[] = {{"getrf", getrf, true, false, 2.0 / 3, {100, 500, 1000, 2000}},
+                          {"potrf", potrf, false, false, 1.0 / 3, {100, 500, 1000, 2000}},
+                          {"geqrf", geqrf, false, false, 4.0 / 3, {100, 500, 1000, 2000}},
+                          {"syevd", syevd, false, true, 10.0 / 3, {100, 500, 1000, 2000}},
+                          {"gesdd", gesdd, true, true, 20.0 / 3, {100, 500, 1000}}};
 
 Case prepare(const Driver &driver, tnk_int n) {
   void *const theirs = on_library(), *const ours = on_ours();
