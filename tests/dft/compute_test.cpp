@@ -231,12 +231,47 @@ TEST(Compute, DriversStopAtTheFirstFailure) {
   const Numbers before = some_numbers(320);
   EXPECT_EQ(data[13 * 16 - 1].re, -before[13 * 16 - 1].re);
   EXPECT_EQ(data[13 * 16].re, before[13 * 16].re);
+  // Three lines side by side, the second numbers 5 behind the first ones.
+  data = before;
+  plan->axis.length = 2;
+  EXPECT_EQ(tnk_dft_xzdft_mult(data.data(), 2, 5, 3, negate, plan, nullptr), DftiNoError);
+  for (std::size_t i = 0; i < 10; ++i) EXPECT_EQ(data[i].re, i % 5 < 3 ? -before[i].re : before[i].re);
+  plan->axis.length = 16;
   // Several dimensions of numbers in two arrays are for the strategies.
   plan->complex_storage = DftiRealReal, plan->committed_rank = 2;
   double *parts[2] = {};
   EXPECT_EQ(tnk_dft_xzforward(plan, parts, 1, nullptr), DftiUnimplemented);
   EXPECT_EQ(tnk_dft_xzforward_out(plan, parts, parts, 1, nullptr), DftiUnimplemented);
   plan->complex_storage = DftiComplexComplex, plan->committed_rank = 1;
+}
+
+// Fails for transforms from number 9 on, each with a status of its own.
+tnk_complex16 *first_number = nullptr;
+std::atomic<int> transforms{0};
+tnk_int fail_late(void *source, void *, DftiNode *node, void *) {
+  const auto number = (static_cast<tnk_complex16 *>(source) - first_number) / node->axis.length;
+  ++transforms;
+  return number < 9 ? 0 : 100 + number;
+}
+
+// Slices of 8 transforms each, whoever runs them; the first one that fails gives the status.
+TEST(Compute, SlicesOfThreads) {
+  for (const int team : {1, 3}) {
+    Plan plan(DftiDouble, DftiComplex, {16});
+    set(plan, DftiParamForwardScale, 0.5);
+    set(plan, DftiParamInputDistance, tnk_int{16});
+    set(plan, DftiParamNumberOfTransforms, tnk_int{24});
+    commit(plan);
+    plan->flags = 0, plan->threads = 3;
+    plan->kernels.double_pair.forward = fail_late;
+    Numbers data = some_numbers(24 * 16);
+    first_number = data.data();
+    transforms = 0;
+    tnk_set_num_threads(team);
+    EXPECT_EQ(DftiComputeForward(plan, data.data()), 109);
+    tnk_set_num_threads(0);
+    EXPECT_EQ(transforms, 8 + 2 + 1);
+  }
 }
 
 // A failing primitive, here for want of a record, leaves the data as they were, and scaled.
