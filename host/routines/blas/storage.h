@@ -9,13 +9,14 @@
 namespace tnk::host {
 
 // Column j is an address from which element (i, j) is i elements away, whether or not there is one; the next column stands
-// step(j) elements further. Rows first(j) ... past(j) - 1 are stored. Up to `together` columns beginning at any j share
-// a step.
+// step(j) elements further. Rows first(j) ... past(j) - 1 are stored. Groups of `together` columns share a step: two
+// where steps differ, four where they do not, which a kernel takes in one pass in every type.
 
-// A triangle in a matrix stored by columns.
+// A triangle in a matrix stored by columns. Any part of it along the diagonal is such a triangle, and any rectangle off the
+// diagonal a matrix.
 template <bool Upper, class T> struct Full {
-  static constexpr bool upper = Upper, banded = false;
-  static constexpr tnk_int together = 64;
+  static constexpr bool upper = Upper, banded = false, divisible = true;
+  static constexpr tnk_int together = 4;
   T *a;
   tnk_int n, lda;
 
@@ -23,12 +24,39 @@ template <bool Upper, class T> struct Full {
   tnk_int step(tnk_int) const { return lda; }
   tnk_int first(tnk_int j) const { return Upper ? 0 : j; }
   tnk_int past(tnk_int j) const { return Upper ? j + 1 : n; }
+
+  Full part(tnk_int from, tnk_int size) const { return {a + from * (lda + 1), size, lda}; }
 };
+
+// Halves of a triangle and the square between them: large blocks for the kernels, which then ask for memory ahead, take as
+// many columns at once as they can, and may be cut over threads.
+//
+//     1         upper: the square stands right of 1, above 2
+//     square 2
+template <class F> struct Halves {
+  const F &a;
+  tnk_int first, second; // their orders
+
+  explicit Halves(const F &whole) : a(whole), first(whole.n / 2 / 8 * 8), second(whole.n - first) {}
+  F half(bool is_first) const { return is_first ? a.part(0, first) : a.part(first, second); }
+  auto *square() const { return a.a + (F::upper ? first * a.lda : first); }
+  tnk_int rows() const { return F::upper ? first : second; }
+  tnk_int columns() const { return F::upper ? second : first; }
+  // Where the square's rows and columns begin.
+  tnk_int top() const { return F::upper ? 0 : first; }
+  tnk_int left() const { return F::upper ? first : 0; }
+};
+
+// Whether a triangle is large enough: beyond the inner caches. Within them long columns are worth more.
+constexpr tnk_int undivided_bytes = 2 << 20;
+template <class F> bool is_to_be_halved(const F &a) {
+  return a.n * a.n * static_cast<tnk_int>(sizeof *a.a) > undivided_bytes;
+}
 
 // Columns without gaps:   a00 | a01 a11 | a02 a12 a22   upper,   a00 a10 a20 | a11 a21 | a22   lower.
 // A step is one longer, or shorter, than the last, so two columns are a matrix.
 template <bool Upper, class T> struct Packed {
-  static constexpr bool upper = Upper, banded = false;
+  static constexpr bool upper = Upper, banded = false, divisible = false;
   static constexpr tnk_int together = 2;
   T *a;
   tnk_int n;
@@ -42,8 +70,8 @@ template <bool Upper, class T> struct Packed {
 // The diagonal and k diagonals beside it, each a row of an array with a column a column: the diagonal is the last row for
 // the upper triangle, the first for the lower one. So a row of the matrix runs obliquely through the array.
 template <bool Upper, class T> struct Band {
-  static constexpr bool upper = Upper, banded = true;
-  static constexpr tnk_int together = 64;
+  static constexpr bool upper = Upper, banded = true, divisible = false;
+  static constexpr tnk_int together = 4;
   T *a;
   tnk_int n, k, lda;
 
@@ -91,13 +119,10 @@ template <class T> struct BandArguments {
 
 // ---- Groups of columns ----------------------------------------------------------------------------------------------
 
-// Columns that are done at once: as many as a kernel takes in one pass in every type, or as share a step.
-template <class S> constexpr tnk_int group_width = S::together < 4 ? S::together : 4;
-
 // body(first, width) for the groups of n columns, the width a constant but for the last group, so that the loops over the
 // square on the diagonal are written out.
 template <class S, class Body> void over_groups(tnk_int n, bool ascending, Body body) {
-  constexpr std::integral_constant<tnk_int, group_width<S>> whole;
+  constexpr std::integral_constant<tnk_int, S::together> whole;
   const tnk_int rest = n / whole * whole;
   if (!ascending && rest < n) body(rest, n - rest);
   for (tnk_int j = 0; j < rest; j += whole) body(ascending ? j : rest - whole - j, whole);

@@ -12,7 +12,7 @@ namespace {
 // The square on the diagonal, its sums in registers.
 template <class S, class T, class Width>
 void add_square(const S &a, tnk_int first, Width width, T alpha, const T *x, T *y) {
-  T sum[group_width<S>] = {};
+  T sum[S::together] = {};
   x += first, y += first;
   for (tnk_int c = 0; c < width; ++c) {
     const T *const column = a.column(first + c) + first;
@@ -25,8 +25,17 @@ void add_square(const S &a, tnk_int first, Width width, T alpha, const T *x, T *
   for (tnk_int c = 0; c < width; ++c) y[c] = y[c] + alpha * sum[c];
 }
 
-// y := y + alpha A x, groups of columns at a time, which serve as rows as well.
+// y := y + alpha A x, halves first, and then groups of columns at a time, which serve as rows as well.
 template <class S, class T> void add_symmetric(AddBoth<T> *both, const S &a, T alpha, const T *x, T *y) {
+  if constexpr (S::divisible)
+    if (is_to_be_halved(a)) {
+      const Halves<S> halves(a);
+      const tnk_int rows = halves.rows(), columns = halves.columns(), top = halves.top(),
+                    left = halves.left();
+      add_symmetric(both, halves.half(true), alpha, x, y);
+      both(&rows, &columns, halves.square(), &a.lda, x + left, x + top, y + top, y + left, &alpha);
+      return add_symmetric(both, halves.half(false), alpha, x + halves.first, y + halves.first);
+    }
   over_groups<S>(a.n, true, [&](tnk_int j, auto width) {
     add_square(a, j, width, alpha, x, y);
     const Group<S> group(a, j, width);

@@ -26,7 +26,7 @@ template <bool Solve, bool Transposed, bool Conjugated> struct Task {
 template <class W, class S, class T, class Width>
 void in_square(const W &task, const S &a, tnk_int first, Width width, T *x) {
   constexpr bool ascending = (S::upper != W::transposed) != W::solve;
-  T v[group_width<S>];
+  T v[S::together];
   x += first;
   for (tnk_int i = 0; i < width; ++i) v[i] = x[i];
   for (tnk_int k = 0; k < width; ++k) {
@@ -74,6 +74,23 @@ template <class W, class S, class T> void by_groups(const W &task, AddProduct<T>
   });
 }
 
+// Halves in the order of the groups, with the square between them in between.
+template <class W, class S, class T> void run(const W &task, AddProduct<T> *add, const S &a, T *x) {
+  if constexpr (S::divisible)
+    if (is_to_be_halved(a)) {
+      constexpr bool ascending = (S::upper != W::transposed) != W::solve;
+      const Halves<S> halves(a);
+      const tnk_int rows = halves.rows(), columns = halves.columns();
+      const T alpha = from_real<T>(W::solve ? -1 : 1);
+      T *const there = x + halves.top(), *const here = x + halves.left();
+      run(task, add, halves.half(ascending), x + (ascending ? 0 : halves.first));
+      add(&rows, &columns, halves.square(), &a.lda, W::transposed ? there : here,
+          W::transposed ? here : there, &alpha);
+      return run(task, add, halves.half(!ascending), x + (ascending ? halves.first : 0));
+    }
+  by_groups(task, add, a, x);
+}
+
 // The same for a narrow band, row by row.
 template <class W, bool Conjugated, class B, class T> void by_rows(const W &task, const B &a, T *x) {
   const HalfRow<W::transposed, Conjugated, B> half(a);
@@ -102,21 +119,21 @@ template <class W, bool Conjugated, class B, class T> void by_rows(const W &task
 }
 
 template <bool Solve, bool Transposed, bool Conjugated, class S, class T>
-void run(bool unit, const S &a, AddProduct<T> *add, T *x) {
+void start(bool unit, const S &a, AddProduct<T> *add, T *x) {
   const Task<Solve, Transposed, Conjugated> task = {unit};
   if constexpr (S::banded)
     if (a.k <= narrow) return by_rows<decltype(task), Conjugated>(task, a, x);
-  by_groups(task, add, a, x);
+  run(task, add, a, x);
 }
 
 template <bool Solve, class S, class T>
-void run(const char *trans, bool unit, const S &a, AddProduct<T> *add, T *x) {
+void start(const char *trans, bool unit, const S &a, AddProduct<T> *add, T *x) {
   if (is_plain(*trans))
-    run<Solve, false, false>(unit, a, add, x);
+    start<Solve, false, false>(unit, a, add, x);
   else if (is_complex<T> && is_letter(*trans, 'c'))
-    run<Solve, true, is_complex<T>>(unit, a, add, x);
+    start<Solve, true, is_complex<T>>(unit, a, add, x);
   else
-    run<Solve, true, false>(unit, a, add, x);
+    start<Solve, true, false>(unit, a, add, x);
 }
 
 template <bool Solve, class T, class A>
@@ -137,9 +154,9 @@ void triangular(const char *routine, const char *uplo, const char *trans, const 
   if (!elements) return;
   const bool unit = is_letter(*diag, 'u');
   if (is_letter(*uplo, 'u'))
-    run<Solve>(trans, unit, a.template triangle<true>(*n), add, elements.elements());
+    start<Solve>(trans, unit, a.template triangle<true>(*n), add, elements.elements());
   else
-    run<Solve>(trans, unit, a.template triangle<false>(*n), add, elements.elements());
+    start<Solve>(trans, unit, a.template triangle<false>(*n), add, elements.elements());
   elements.put_back();
 }
 

@@ -16,8 +16,12 @@ TNK_INLINE void both_products(tnk_int m, const T *a, tnk_int lda, const T *x1, c
       m, [&](tnk_int i) { ask_for_line<Ahead, Columns>(a + i, lda); },
       [&](tnk_int i, int k) {
         const Slice<Columns, T> slice(a + i, lda, loadu<V, T>);
+        const auto add_to_sums = [&] { sums.add(k, slice, Multiplier<T>(loadu<V>(x2 + i))); };
+        // Many sums come first and are done with here: one that waits in memory would make the next rows wait for it.
+        constexpr bool sums_first = sums.turns == 1;
+        if constexpr (sums_first) add_to_sums(), sums.end_row();
         storeu(y1 + i, with_columns(loadu<V>(y1 + i), factor, slice));
-        sums.add(k, slice, Multiplier<T>(loadu<V>(x2 + i)));
+        if constexpr (!sums_first) add_to_sums();
       },
       [&](tnk_int i, const vector_start &some) {
         const auto load = [&](const T *p) { return load_first<V>(p, some); };

@@ -194,6 +194,11 @@ public:
     for (int part = 0; part < parts; ++part)
       for (int j = 0; j < Columns; ++j) sum_[k % turns][part][j] += a.column[j] * x.part[part];
   }
+  // One sum a column, all up to date and in registers.
+  TNK_INLINE void end_row() {
+    static_assert(turns == 1);
+    unrolled<parts * Columns>([this](auto i) TNK_INLINED { end_step(sum_[0][i / Columns][i % Columns]); });
+  }
   // y := y + alpha times the sums.
   void add_to(T *y, T alpha, bool conjugated) {
     if constexpr (turns == 2)
@@ -208,9 +213,9 @@ public:
     }
   }
 
-private:
   static constexpr int parts = Multiplier<T>::parts, turns = Columns * parts < 4 ? 2 : 1;
 
+private:
   T total(int j, bool conjugated) const {
     const T with_re = sum_of_elements<T>(sum_[0][0][j]);
     if constexpr (is_complex<T>) {
@@ -231,7 +236,7 @@ TNK_INLINE void multiply_columns(tnk_int m, const T *a, tnk_int lda, const T *x,
   using V = vec_of<T>;
   Sums<Columns, T> sums;
   const auto add = [&](tnk_int i, int k, auto load) {
-    sums.add(k, Slice<Columns, T>(a + i, lda, load), Multiplier<T>(load(x + i)));
+    sums.add(k, Slice<Columns, T>(a + i, lda, load), Multiplier<T>(in_register(load(x + i))));
   };
   over_rows<T>(
       m, [&](tnk_int i) { ask_for_line<Ahead, Columns>(a + i, lda); },
