@@ -27,8 +27,12 @@ template <class T> T real_only(T x) {
   return x;
 }
 
+// To a multiple of a power of two, as all unrolls are: divisions would take as long as packing a small block.
 constexpr tnk_int rounded_up(tnk_int x, tnk_int unit) {
-  return (x + unit - 1) / unit * unit;
+  return (x + unit - 1) & -unit;
+}
+constexpr tnk_int rounded_down(tnk_int x, tnk_int unit) {
+  return x & -unit;
 }
 
 // ---- Where packed blocks go -------------------------------------------------------------------------------------
@@ -62,7 +66,7 @@ template <class T> struct PackedB {
   void put(tnk_int row, tnk_int rows, tnk_int column, tnk_int columns, Operation op, const T *source,
            tnk_int ld, const T *) const {
     constexpr tnk_int group = 4;
-    const tnk_int nr = kernel.nr, whole = width / nr * nr;
+    const tnk_int nr = kernel.nr, whole = rounded_down(width, nr);
     const tnk_gemm_panels to = panels();
     const bool all_steps = row == 0 && rounded_up(rows, kernel.kr) == steps;
     for (tnk_int taken; columns > 0; column += taken, columns -= taken) {
@@ -269,7 +273,7 @@ private:
     const tnk_int rows = slices.columns ? m : widest, columns = slices.columns ? widest : n,
                   steps = terms * k;
     const auto whole = [](tnk_int block, tnk_int all) {
-      return std::min(std::max(block / square * square, square), rounded_up(all, square));
+      return std::min(std::max(rounded_down(block, square), square), rounded_up(all, square));
     };
     tnk_gemm_descriptor d;
     d.mb = d.nb = d.kb = one_block_order;
