@@ -168,7 +168,11 @@ int32_t tnk_conv_ccSetStatus(tnk_conv_task *task, int32_t status);
    correlation takes both where they are not dense and that pays. Outputs come in groups of four neighbours, which run
    through their common range side by side; the order of a sum depends on the output's place in its group, on strides and
    decimation, and where one is summed alone on the alignment of y. So the same call gives the same bits, whatever else
-   happens, and a result cut at multiples of four keeps its bits as long as all operands are dense. */
+   happens, and a result cut at multiples of four keeps its bits as long as all operands are dense.
+
+   Kernels by transforms. The shorter operand goes against the longer one in blocks, whose lengths are chosen from those that
+   transforms do fast; only what z asks for is computed. Descriptors and buffers live for one call, on one thread. There is
+   no rule of sizes: 4 by 10 elements are transformed as well. Whatever is refused gives TNK_CONV_NO_MEMORY. */
 
 #define TNK_CONV_1D(name, T)                                                                                 \
   int32_t name(const T *x, int32_t xstride, const T *y, int32_t ystride, T *z, int32_t zstride,              \

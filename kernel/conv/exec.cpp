@@ -14,12 +14,13 @@ template <class T> struct Kernels {
   TNK_CONV_ALL((*all), T);
 };
 template <class T> struct Pair {
-  Kernels<T> kernels[2]; // [job: convolution, correlation]
+  Kernels<T> kernels[2][2]; // [method: direct, fft][job: convolution, correlation]
 };
 #define KERNELS(types, method, job)                                                                          \
   { tnk_conv_##types##method##_1d_##job##_de, tnk_conv_##types##method##_all_##job##_de }
 #define PAIR(types, T, ...)                                                                                  \
-  constexpr Pair<T> types = {{KERNELS(types, direct, conv), KERNELS(types, direct, corr)}};
+  constexpr Pair<T> types = {{{KERNELS(types, direct, conv), KERNELS(types, direct, corr)},                  \
+                              {KERNELS(types, fft, conv), KERNELS(types, fft, corr)}}};
 TNK_CONV_EACH(PAIR, )
 
 struct Call {
@@ -31,10 +32,9 @@ struct Call {
   bool correlates() const { return task.job == 2; }
 
   template <class T> int32_t run(const Pair<T> &pair) const {
-    if (task.mode != 1) return TNK_CONV_NO_KERNEL; // none by FFT yet
     const auto *const a = static_cast<const T *>(x), *const b = static_cast<const T *>(y);
     auto *const c = static_cast<T *>(z);
-    const Kernels<T> &kernels = pair.kernels[correlates()];
+    const Kernels<T> &kernels = pair.kernels[task.mode != 1][correlates()];
     if (task.dims != 1)
       return kernels.all(task.dims, a, task.xshape, xstride, b, task.yshape, ystride, c, task.zshape, zstride,
                          start, decimation);

@@ -46,12 +46,6 @@ private:
   void *block_ = nullptr;
 };
 
-inline int64_t product(const int32_t *shape, int32_t dims) {
-  int64_t count = 1;
-  for (int32_t k = 0; k < dims; ++k) count *= shape[k];
-  return count;
-}
-
 // An array as a kernel meets it. Element (i, j, ...) stands at base + i * stride[0] + j * stride[1] + ..., base being that
 // of logical element 0: with a negative stride at the far end of what the caller gave the lowest address of.
 template <class T> struct Array {
@@ -113,6 +107,17 @@ template <class A, class T> void pack(A *dst, const Array<const T> &src, int32_t
     for (int64_t i = 0; i < length; ++i) dst[i * step] = widened<A>(get(from + i * src.stride[0]));
     dst += length * step;
   } while (next(counter, 1, src.dims, Vector{}, last));
+}
+
+// The other way: elements without gaps to where they belong.
+template <class T> void unpack(const Array<T> &to, const T *from) {
+  Vector counter = {}, last = {};
+  for (int32_t k = 0; k < to.dims; ++k) last[k] = to.shape[k] - 1;
+  do {
+    T *row = to.base;
+    for (int32_t k = 1; k < to.dims; ++k) row += counter[k] * to.stride[k];
+    for (int64_t i = 0; i < to.shape[0]; ++i) put(row + i * to.stride[0], *from++);
+  } while (next(counter, 1, to.dims, Vector{}, last));
 }
 
 } // namespace tnk::conv

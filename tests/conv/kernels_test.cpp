@@ -35,7 +35,7 @@ template <class K> Kernels<typename K::data> kernels(const char *method, bool co
           named<TNK_CONV_ALL(, T)>(prefix + "_all" + suffix)};
 }
 
-constexpr const char *methods[] = {"direct"};
+constexpr const char *methods[] = {"direct", "fft"};
 
 // How far an element may be off. Integers are exact by the sum itself; transforms keep the whole within some roundings
 // for every doubling of their length, of the product of the operands' norms.
@@ -63,7 +63,7 @@ TYPED_TEST_SUITE(ConvKernels, Kinds);
 // Integers make every sum exact, in whatever order: so direct results have no bit to spare.
 TYPED_TEST(ConvKernels, OneDimension) {
   using T = typename TypeParam::data;
-  const int32_t lengths[] = {1, 2, 3, 4, 5, 8, 9, 13, 31, 64, 70, 150, 333};
+  const int32_t lengths[] = {1, 2, 3, 5, 8, 13, 31, 70, 150, 333};
   Random random;
   for (const std::string method : methods)
     for (const bool correlates : {false, true}) {
@@ -209,7 +209,8 @@ TYPED_TEST(ConvKernels, Memory) {
     for (const bool correlates : {false, true})
       for (const bool several : {false, true}) {
         const auto kernel = kernels<TypeParam>(method.c_str(), correlates);
-        const Shape xs = several ? Shape{4, 3} : Shape{9}, ys = several ? Shape{12, 10} : Shape{100};
+        // In several blocks by transforms.
+        const Shape xs = several ? Shape{4, 3} : Shape{9}, ys = several ? Shape{12, 10} : Shape{3000};
         Conv c{correlates, xs, ys, ys, Shape(xs.size(), 0), Shape(xs.size(), 1)};
         Problem<T> p(c, Shape(xs.size(), 2), Shape(xs.size(), -2), Shape(xs.size(), 1), true);
         int refused = 0;
@@ -218,9 +219,13 @@ TYPED_TEST(ConvKernels, Memory) {
           allocations.refuse = refused + 1;
           const int32_t status = p.run(kernel.one, kernel.all);
           EXPECT_EQ(allocations.live, 0);
-          if (allocations.refuse > 0) break; // it asked for less
+          if (allocations.refuse > 0) break;    // it asked for less
+          if (status == 0 && method == "fft") { // a descriptor that found another way
+            EXPECT_EQ(fault<TypeParam>(p, method), "") << p.name();
+            continue;
+          }
           ASSERT_EQ(status, int32_t{TNK_CONV_NO_MEMORY}) << method << refused;
-          EXPECT_TRUE(p.z.untouched());
+          EXPECT_TRUE(p.z.untouched()) << method << p.name() << refused;
         }
         allocations.reset();
         EXPECT_GE(refused, 2);

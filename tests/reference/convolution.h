@@ -29,8 +29,8 @@ struct Conv {
   // z[t] as a sum; x and y are functions of an index.
   template <class X, class Y> Sum output(const Shape &t, const X &x, const Y &y) const {
     Sum sum;
+    Shape j(dims());
     each_index(xshape, [&](const Shape &i) {
-      Shape j(dims());
       for (std::size_t k = 0; k < dims(); ++k) {
         const int32_t position = start[k] + t[k] * decimation[k];
         j[k] = correlates ? position + i[k] : position - i[k];
