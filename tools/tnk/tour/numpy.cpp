@@ -1,9 +1,9 @@
 // Scene "numpy": a stiffness matrix given to numpy, which has its linear algebra from LAPACK and that its speed from a
 // BLAS; once on the machine's own BLAS, once on this one, nothing else changed. Without Python, without numpy, or where
 // numpy has a BLAS that cannot be exchanged, the scene says so and draws nothing.
-#include "tools/tnk/bench/child.h"
 #include "tools/tnk/data/matrix_market.h"
 #include "tools/tnk/plot/svg.h"
+#include "tools/tnk/support/child.h"
 #include "tools/tnk/support/failure.h"
 #include "tools/tnk/support/files.h"
 #include "tools/tnk/support/format.h"
