@@ -38,7 +38,8 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"smoothing", {"33.1 ... 74.2"}},
       {"cholesky", {"single, 6 steps"}},
       {"spectrum", {"11.03 years", "497 short spectra"}},
-      {"filter", {"94.1 ... 185.2 m"}}};
+      {"filter", {"94.1 ... 185.2 m"}},
+      {"numpy", {"singular values", "tnk-blas/libblas.so.3"}}};
   const auto names = scenes();
   ASSERT_GE(names.size(), facts.size());
   for (const std::string &name : names) {
@@ -46,6 +47,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
     const Outcome outcome = run("tour --scene " + name + " --out " + quoted(folder.path() / "new"));
     EXPECT_EQ(outcome.code, 0) << name;
     EXPECT_EQ(outcome.err, "") << name;
+    if (name == "numpy" && holds(outcome.out, "left out: ")) continue; // which is all there can be then
     EXPECT_TRUE(outcome.out.rfind(name + ": ", 0) == 0 && holds(outcome.out, "  quantity")) << outcome.out;
     EXPECT_FALSE(shows_no_number(outcome.out)) << outcome.out;
     const auto known = facts.find(name);

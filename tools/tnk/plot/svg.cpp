@@ -135,7 +135,10 @@ void Panel::draw_axes(const std::string &title) {
   // A label needs some 80 pixels across and 45 down to stand free of the next.
   const Ticks across =
       ticks(std::min(x_.low, x_.high), std::max(x_.low, x_.high), static_cast<int>(box_.width / 80));
+  for (std::size_t k = 0; k < x_.names.size(); ++k)
+    out += text(px(static_cast<double>(k) + 0.5), bottom + 19, "text-anchor=\"middle\"", x_.names[k]);
   for (const double value : across.values) {
+    if (!x_.names.empty()) break;
     out += segment(px(value), box_.top, px(value), bottom, thin.c_str());
     out += segment(px(value), bottom, px(value), bottom + 5, tick.c_str());
     out += text(px(value), bottom + 19, "text-anchor=\"middle\"", number(value, across.decimals));

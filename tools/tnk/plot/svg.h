@@ -14,6 +14,8 @@ struct Point {
 struct Axis {
   double low, high; // the values at its left or lower end and at the other one, in either order
   std::string label;
+  // Across, in place of numbers: names of the stretches [0, 1], [1, 2] and so on.
+  std::vector<std::string> names = {};
 };
 
 // Where a panel's frame stands in its figure, in pixels from the upper left corner. Tick labels and the axes'

@@ -2,6 +2,7 @@
 #include "tools/tnk/support/failure.h"
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
@@ -80,6 +81,18 @@ void make_folder(const std::filesystem::path &folder) {
   const Temporary temporary(folder / "tnk", folder);
   ::close(temporary.file);
   ::unlink(temporary.name.c_str());
+}
+
+TemporaryFolder::TemporaryFolder() {
+  // With blanks, which whoever passes the name on has to bear.
+  std::string pattern = (std::filesystem::temp_directory_path() / "tnk temporary XXXXXX").string();
+  if (!::mkdtemp(pattern.data())) fail("make the folder", pattern, errno);
+  path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
 }
 
 std::filesystem::path program_folder() {

@@ -19,6 +19,19 @@ void write_file(const std::filesystem::path &path, std::string_view contents);
 // results are to go there. Throws Failure.
 void make_folder(const std::filesystem::path &folder);
 
+// A folder of its own for files that are gone with the object. Throws Failure.
+class TemporaryFolder {
+public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder &) = delete;
+  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+  ~TemporaryFolder();
+  const std::filesystem::path &path() const { return path_; }
+
+private:
+  std::filesystem::path path_;
+};
+
 // The folder that the running program stands in.
 std::filesystem::path program_folder();
 

@@ -68,6 +68,7 @@ void smoothing_scene(Stage &stage);
 void cholesky_scene(Stage &stage);
 void spectrum_scene(Stage &stage);
 void filter_scene(Stage &stage);
+void numpy_scene(Stage &stage);
 
 // The entry that TNK_KERNEL_ENTRY found; a Failure when the kernel library has none of that name.
 [[noreturn]] void missing_entry(const char *name);

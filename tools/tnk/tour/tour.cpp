@@ -23,6 +23,7 @@ constexpr Scene scenes[] = {
     {"spectrum", "the cycle of the sunspot numbers and the pitch of a sound, by Fourier transforms",
      spectrum_scene},
     {"filter", "the volcano without its details, by Fourier transforms in two dimensions", filter_scene},
+    {"numpy", "a stiffness matrix in numpy, on the machine's BLAS and on this one", numpy_scene},
 };
 
 struct Options {
