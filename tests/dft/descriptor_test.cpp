@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 #include <tnk/dft_node.h>
+#include <tnk/host.h>
 #include <utility>
 #include <vector>
 
@@ -277,6 +278,25 @@ TEST(DftCopy, HasTheConfigurationAndCommitsWhereTheSourceIs) {
     EXPECT_EQ(copy, untouched);
   }
   EXPECT_EQ(allocations.live, 0);
+}
+
+TEST(DftCopy, SharesNothingWithItsSource) {
+  tnk_set_num_threads(3);
+  std::vector<double> x(2 * 256 * 256), y;
+  for (std::size_t i = 0; i < x.size(); ++i) x[i] = static_cast<double>(i % 101);
+  DftiHandle copy;
+  {
+    Plan plan(DftiDouble, DftiComplex, {256, 256});
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+    EXPECT_EQ(plan->threads, 3) << "as the host says";
+    ASSERT_EQ(DftiCopyDescriptor(plan, &copy), DftiNoError);
+    y = x;
+    ASSERT_EQ(DftiComputeForward(plan, y.data()), DftiNoError);
+  }
+  tnk_set_num_threads(0);
+  ASSERT_EQ(DftiComputeForward(copy, x.data()), DftiNoError);
+  EXPECT_EQ(x, y);
+  EXPECT_EQ(DftiFreeDescriptor(&copy), DftiNoError);
 }
 
 TEST(DftDescriptors, LeaveNothingBehindWhenMemoryIsRefused) {
