@@ -86,7 +86,7 @@ tnk_int batch(Driver &driver, DftiNode *node, tnk_int count, const DftiNode *own
 // Copies of a chain of nodes.
 struct Chain {
   int rank = 0;
-  DftiNode nodes[DftiMaxDimension];
+  DftiNode nodes[DftiMaxDimension] = {};
 
   explicit Chain(const DftiNode *root) {
     for (const DftiNode *d = root; d && rank < root->committed_rank; d = d->next) nodes[rank++] = *d;
