@@ -13,7 +13,8 @@ constexpr tnk_int tile = 16;
 
 int slices_for(double operations, tnk_int extent) {
   const double worth_while = operations / least_operations;
-  const int threads = worth_while < 2 ? 1 : std::min(usable_threads(), Slices::most);
+  if (worth_while < 2) return 1;
+  const int threads = std::min(usable_threads(), Slices::most);
   return cut_tiles(true, extent, tile, worth_while, threads).slices;
 }
 
@@ -34,7 +35,7 @@ Slices slices_of_triangle(Part part, tnk_int n, double operations) {
   slices.columns = true;
   slices.count = slices_for(operations, n);
   slices.begin[0] = 0;
-  for (int i = 1; i <= slices.count; ++i) {
+  for (int i = 1; i < slices.count; ++i) {
     const double share = static_cast<double>(i) / slices.count; // of the area
     const double edge = part == Part::upper ? std::sqrt(share) : 1 - std::sqrt(1 - share);
     slices.begin[i] = static_cast<tnk_int>(edge * static_cast<double>(n)) / tile * tile;

@@ -4,8 +4,8 @@
 //   PackedProduct<T, Left, Right, Beta> p{...};   C := beta C + sum over terms of left[t] right[t]
 //   p.run(routine, kernel, slices);               each slice of C on a thread
 //
-// Blocks are always packed, so an element of C is one sum in the order of the steps, cut where blocks along k end:
-// neither slices nor tiles show in it.
+// However small C is, blocks are packed or give way to the same sums. So an element is one sum in the order of the steps,
+// cut where blocks along k end, and neither slices nor tiles show in it.
 #pragma once
 
 #include <algorithm>
@@ -27,8 +27,12 @@ template <class T> T real_only(T x) {
   return x;
 }
 
+// To a multiple of a power of two, as all unrolls are: divisions would take as long as packing a small block.
 constexpr tnk_int rounded_up(tnk_int x, tnk_int unit) {
-  return (x + unit - 1) / unit * unit;
+  return (x + unit - 1) & -unit;
+}
+constexpr tnk_int rounded_down(tnk_int x, tnk_int unit) {
+  return x & -unit;
 }
 
 // ---- Where packed blocks go -------------------------------------------------------------------------------------
@@ -62,7 +66,7 @@ template <class T> struct PackedB {
   void put(tnk_int row, tnk_int rows, tnk_int column, tnk_int columns, Operation op, const T *source,
            tnk_int ld, const T *) const {
     constexpr tnk_int group = 4;
-    const tnk_int nr = kernel.nr, whole = width / nr * nr;
+    const tnk_int nr = kernel.nr, whole = rounded_down(width, nr);
     const tnk_gemm_panels to = panels();
     const bool all_steps = row == 0 && rounded_up(rows, kernel.kr) == steps;
     for (tnk_int taken; columns > 0; column += taken, columns -= taken) {
@@ -77,7 +81,8 @@ template <class T> struct PackedB {
 };
 
 // ---- Operands ---------------------------------------------------------------------------------------------------
-// `pack` packs rows by columns at (row, column) of the operand as the piece at (to_row, to_column) of a block.
+// `pack` packs rows by columns at (row, column) of the operand as the piece at (to_row, to_column) of a block; `at` is one
+// element of a real operand.
 
 // alpha op(x).
 template <class T> struct General {
@@ -91,6 +96,9 @@ template <class T> struct General {
             tnk_int columns) const {
     const T *const corner = op == as_it_is ? x + row + column * ld : x + column + row * ld;
     to.put(to_row, rows, to_column, columns, op, corner, ld, &alpha);
+  }
+  T at(tnk_int row, tnk_int column) const {
+    return op == as_it_is ? x[row + column * ld] : x[column + row * ld];
   }
 };
 
@@ -124,6 +132,10 @@ template <class T> struct Mirrored {
       pack(to, to_row, to_column, row, rows, column, half);
       pack(to, to_row, to_column + half, row, rows, column + half, columns - half);
     }
+  }
+
+  T at(tnk_int row, tnk_int column) const {
+    return (row <= column) == upper || row == column ? x[row + column * ld] : x[column + row * ld];
   }
 
 private:
@@ -181,11 +193,12 @@ template <class T> struct Target {
       T *const column = c + j * ldc;
       const tnk_int first = part == Part::lower ? std::max(first_row, j) : first_row;
       const tnk_int end = part == Part::upper ? std::min(end_row, j + 1) : end_row;
-      if (hermitian) column[j] = real_only(column[j]);
-      if (clears)
+      if (clears) {
         std::fill(column + first, column + end, T{});
-      else
-        for (tnk_int i = first; i < end; ++i) column[i] = times(beta, column[i]);
+        continue;
+      }
+      if (hermitian) column[j] = real_only(column[j]);
+      for (tnk_int i = first; i < end; ++i) column[i] = times(beta, column[i]);
     }
   }
 
@@ -228,6 +241,8 @@ template <class T, class Left, class Right, class Beta> struct PackedProduct {
 
   // Without memory, which is reported, C stays as it was.
   void run(const char *routine, const tnk_gemm_row &kernel, const Slices &slices) const {
+    if constexpr (!is_complex<T>)
+      if (m * n <= few && m * n * k <= few) return run_plainly();
     const Blocks blocks = choose_blocks(kernel, slices);
     const tnk_int bytes = blocks.a_bytes + blocks.b_bytes;
     // All of it before C is touched; when it is too much, the slices take turns.
@@ -251,6 +266,8 @@ template <class T, class Left, class Right, class Beta> struct PackedProduct {
   }
 
 private:
+  // So many multiplications take less time than packing for them. Recursive factorizations end in such updates.
+  static constexpr tnk_int few = 16;
   static constexpr tnk_int line = 128;           // packed blocks begin at multiples of it; pages gain nothing
   static constexpr tnk_int one_block_order = 64; // up to here a product is one block, whatever the cache
   // A square on the diagonal of a triangle is multiplied as a whole, and its triangle taken over: a multiple of the sides
@@ -269,7 +286,7 @@ private:
     const tnk_int rows = slices.columns ? m : widest, columns = slices.columns ? widest : n,
                   steps = terms * k;
     const auto whole = [](tnk_int block, tnk_int all) {
-      return std::min(std::max(block / square * square, square), rounded_up(all, square));
+      return std::min(std::max(rounded_down(block, square), square), rounded_up(all, square));
     };
     tnk_gemm_descriptor d;
     d.mb = d.nb = d.kb = one_block_order;
@@ -286,6 +303,20 @@ private:
     blocks.a_bytes = rounded_up(blocks.rows * step_bytes + beyond, line);
     blocks.b_bytes = rounded_up(blocks.columns * step_bytes + beyond, line);
     return blocks;
+  }
+
+  // The same sums as on packed blocks.
+  void run_plainly() const {
+    const bool stores = is_value(beta, 0);
+    for (tnk_int j = 0; j < n; ++j) {
+      const tnk_int first = target.part == Part::lower ? j : 0, end = target.part == Part::upper ? j + 1 : m;
+      for (tnk_int i = first; i < end; ++i) {
+        T sum = 0, &to = target.c[i + j * target.ldc];
+        for (int t = 0; t < terms; ++t)
+          for (tnk_int l = 0; l < k; ++l) sum += left[t].alpha * left[t].at(i, l) * right[t].at(l, j);
+        to = stores ? sum : beta * to + sum;
+      }
+    }
   }
 
   void slice(const tnk_gemm_row &kernel, const Blocks &blocks, char *memory, tnk_int first_row,

@@ -263,6 +263,25 @@ TEST(PublicSymmetric, HasTheSameBitsForEveryNumberOfThreads) {
   EXPECT_EQ(errors.last().message, "");
 }
 
+// The first elements of an update are an update of their own, whatever path its size takes.
+TEST(PublicSymmetric, PartsHaveTheBitsOfTheWhole) {
+  with_each([](auto zero, const Name &name, const std::string &letters) {
+    using T = decltype(zero);
+    if (name.kind == Name::product) return;
+    for (const tnk_int steps : {1, 3, 170}) {
+      Call<T> call(name, letters, 90, steps, 0.75, 0.5);
+      const std::vector<T> whole = call.run().result();
+      for (call.size1 = 40; call.size1 > 0; call.size1 /= 2) {
+        const std::vector<T> part = call.run().result();
+        for (tnk_int i = 0; i < call.size1 * call.size1; ++i) {
+          const auto at = static_cast<std::size_t>(i % call.size1 + i / call.size1 * call.ldc);
+          EXPECT_TRUE(same_bits(&part[at], &whole[at])) << call.text() << " at " << i;
+        }
+      }
+    }
+  });
+}
+
 // Without memory C stays as it was; with memory for one slice alone the slices take turns.
 TEST(PublicSymmetric, MemoryRefused) {
   with_each([](auto zero, const Name &name, const std::string &letters) {
