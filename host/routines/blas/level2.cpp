@@ -3,18 +3,12 @@
 #include <tnk/blas_level2.h>
 
 #include "host/routines/blas/arguments.h"
+#include "host/routines/blas/cut_matrix.h"
 #include "host/routines/blas/routine.h"
 #include "host/routines/element.h"
-#include "host/threading/cut.h"
-#include "host/threading/team.h"
 
 namespace tnk::host {
 namespace {
-
-// Bytes of A that make it worth while to use one more thread. Two threads against one, square matrices of doubles, awake,
-// on a virtual machine of two cores: 1.5 times as fast from 1 MB to 2 MB, 1.4 at 4 MB, 1.0 to 1.3 at 8 MB, 1.3 to 1.5 at
-// 200 MB, where the memory is what limits.
-constexpr tnk_int bytes_a_thread = 1 << 19;
 
 // Rows of A are cut, or with a transpose its columns: each element of y is then formed as it is by one call. Slices of y
 // are cache lines, so that no two threads write one, and the last has what is left.
@@ -24,8 +18,7 @@ void run_gemv(Kernel *run, const char *trans, const tnk_int *m, const tnk_int *n
   // A matrix that is not read may be beyond memory.
   const bool plain = is_plain(*trans);
   const double worth_while =
-      is_value(*alpha, 0) ? 1
-                          : static_cast<double>(*m * *n) * sizeof(T) / static_cast<double>(bytes_a_thread);
+      is_value(*alpha, 0) ? 1 : threads_for_bytes(static_cast<double>(*m * *n) * sizeof(T));
   const Cut cut = cut_tiles(!plain, plain ? *m : *n, 64 / static_cast<tnk_int>(sizeof(T)), worth_while,
                             worth_while < 2 ? 1 : usable_threads());
   if (cut.slices <= 1) return run(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);

@@ -20,10 +20,16 @@ template <class T>
 using AddOuter = void(const tnk_int *m, const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx,
                       const T *y, const tnk_int *incy, T *a, const tnk_int *lda);
 
+// y := y + alpha x; a no-op when alpha is zero
+template <class T>
+using AddVector = void(const tnk_int *n, const T *alpha, const T *x, const tnk_int *incx, T *y,
+                       const tnk_int *incy);
+
 template <class T> struct MatrixKernels {
   KernelEntry<AddProduct<T>> plain, transposed, conjugated;
   KernelEntry<AddBoth<T>> both;
   KernelEntry<AddOuter<T>> outer;
+  KernelEntry<AddVector<T>> vector;
 };
 
 // One form each: the kernels take an odd and an even leading dimension alike.
@@ -33,26 +39,30 @@ inline MatrixKernels<float> matrix_kernels<float>{KernelEntry<AddProduct<float>>
                                                   KernelEntry<AddProduct<float>>("tnk_blas_sgemv_t_even"),
                                                   KernelEntry<AddProduct<float>>("tnk_blas_sgemv_t_even"),
                                                   KernelEntry<AddBoth<float>>("tnk_blas_sgem2vu_even"),
-                                                  KernelEntry<AddOuter<float>>("tnk_blas_sger")};
+                                                  KernelEntry<AddOuter<float>>("tnk_blas_sger"),
+                                                  KernelEntry<AddVector<float>>("tnk_blas_xsaxpy")};
 template <>
 inline MatrixKernels<double> matrix_kernels<double>{KernelEntry<AddProduct<double>>("tnk_blas_dgemv_n_even"),
                                                     KernelEntry<AddProduct<double>>("tnk_blas_dgemv_t_even"),
                                                     KernelEntry<AddProduct<double>>("tnk_blas_dgemv_t_even"),
                                                     KernelEntry<AddBoth<double>>("tnk_blas_dgem2vu_even"),
-                                                    KernelEntry<AddOuter<double>>("tnk_blas_dger")};
+                                                    KernelEntry<AddOuter<double>>("tnk_blas_dger"),
+                                                    KernelEntry<AddVector<double>>("tnk_blas_xdaxpy")};
 template <>
 inline MatrixKernels<tnk_complex8> matrix_kernels<tnk_complex8>{
     KernelEntry<AddProduct<tnk_complex8>>("tnk_blas_cgemv_n_even"),
     KernelEntry<AddProduct<tnk_complex8>>("tnk_blas_cgemv_t_even"),
     KernelEntry<AddProduct<tnk_complex8>>("tnk_blas_cgemv_c_even"),
     KernelEntry<AddBoth<tnk_complex8>>("tnk_blas_cgem2vc_f"),
-    KernelEntry<AddOuter<tnk_complex8>>("tnk_blas_cgerc")};
+    KernelEntry<AddOuter<tnk_complex8>>("tnk_blas_cgerc"),
+    KernelEntry<AddVector<tnk_complex8>>("tnk_blas_xcaxpy")};
 template <>
 inline MatrixKernels<tnk_complex16> matrix_kernels<tnk_complex16>{
     KernelEntry<AddProduct<tnk_complex16>>("tnk_blas_zgemv_n"),
     KernelEntry<AddProduct<tnk_complex16>>("tnk_blas_zgemv_t"),
     KernelEntry<AddProduct<tnk_complex16>>("tnk_blas_zgemv_c"),
     KernelEntry<AddBoth<tnk_complex16>>("tnk_blas_zgem2vc_f"),
-    KernelEntry<AddOuter<tnk_complex16>>("tnk_blas_zgerc")};
+    KernelEntry<AddOuter<tnk_complex16>>("tnk_blas_zgerc"),
+    KernelEntry<AddVector<tnk_complex16>>("tnk_blas_xzaxpy")};
 
 } // namespace tnk::host

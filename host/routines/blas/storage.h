@@ -119,14 +119,14 @@ template <class T> struct BandArguments {
 
 // ---- Groups of columns ----------------------------------------------------------------------------------------------
 
-// body(first, width) for the groups of n columns, the width a constant but for the last group, so that the loops over the
-// square on the diagonal are written out.
-template <class S, class Body> void over_groups(tnk_int n, bool ascending, Body body) {
+// body(first, width) for the groups of columns from `from` to `past` - 1, the width a constant but for the last group, so
+// that the loops over the square on the diagonal are written out.
+template <class S, class Body> void over_groups(tnk_int from, tnk_int past, bool ascending, Body body) {
   constexpr std::integral_constant<tnk_int, S::together> whole;
-  const tnk_int rest = n / whole * whole;
-  if (!ascending && rest < n) body(rest, n - rest);
-  for (tnk_int j = 0; j < rest; j += whole) body(ascending ? j : rest - whole - j, whole);
-  if (ascending && rest < n) body(rest, n - rest);
+  const tnk_int rest = from + (past - from) / whole * whole;
+  if (!ascending && rest < past) body(rest, past - rest);
+  for (tnk_int j = from; j < rest; j += whole) body(ascending ? j : from + rest - whole - j, whole);
+  if (ascending && rest < past) body(rest, past - rest);
 }
 
 // `width` columns from `first` on, no more than a band has diagonals. Off the square on the diagonal they have the rows

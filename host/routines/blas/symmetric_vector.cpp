@@ -1,6 +1,7 @@
 // Public products of a symmetric or Hermitian matrix and a vector: full, packed and banded.
 #include <tnk/blas.h>
 
+#include "host/routines/blas/cut_matrix.h"
 #include "host/routines/blas/matrix_kernels.h"
 #include "host/routines/blas/routine.h"
 #include "host/routines/blas/storage.h"
@@ -25,23 +26,16 @@ void add_square(const S &a, tnk_int first, Width width, T alpha, const T *x, T *
   for (tnk_int c = 0; c < width; ++c) y[c] = y[c] + alpha * sum[c];
 }
 
-// y := y + alpha A x, halves first, and then groups of columns at a time, which serve as rows as well.
-template <class S, class T> void add_symmetric(AddBoth<T> *both, const S &a, T alpha, const T *x, T *y) {
-  if constexpr (S::divisible)
-    if (is_to_be_halved(a)) {
-      const Halves<S> halves(a);
-      const tnk_int rows = halves.rows(), columns = halves.columns(), top = halves.top(),
-                    left = halves.left();
-      add_symmetric(both, halves.half(true), alpha, x, y);
-      both(&rows, &columns, halves.square(), &a.lda, x + left, x + top, y + top, y + left, &alpha);
-      return add_symmetric(both, halves.half(false), alpha, x + halves.first, y + halves.first);
-    }
-  over_groups<S>(a.n, true, [&](tnk_int j, auto width) {
+// Adds the part of alpha A x to y that columns `from` to `past` - 1 are stored for, groups of them at a time, which serve
+// as rows as well.
+template <class S, class T>
+void add_symmetric(AddBoth<T> *both, const S &a, tnk_int from, tnk_int past, T alpha, const T *x, T *y) {
+  over_groups<S>(from, past, true, [&](tnk_int j, auto width) {
     add_square(a, j, width, alpha, x, y);
     const Group<S> group(a, j, width);
-    group.at_far_ends([&](tnk_int c, tnk_int from, tnk_int to) {
+    group.at_far_ends([&](tnk_int c, tnk_int top, tnk_int bottom) {
       const T *const column = a.column(c);
-      for (tnk_int i = from; i < to; ++i) {
+      for (tnk_int i = top; i < bottom; ++i) {
         y[i] = y[i] + alpha * (column[i] * x[c]);
         y[c] = y[c] + alpha * (conjugate(column[i]) * x[i]);
       }
@@ -73,10 +67,45 @@ template <class B, class T> void add_narrow(const B &a, T alpha, const T *x, T *
   for (tnk_int i = tail; i < a.n; ++i) at_an_end(i);
 }
 
-template <class S, class T> void run(AddBoth<T> *both, const S &a, T alpha, const T *x, T *y) {
+// Columns add to elements all over y. So those of a large triangle are cut into slices with sums of their own, which are
+// added up in the end: as many slices as its size asks for, whatever the number of threads, so that the bits stay.
+constexpr double bytes_a_slice = 1 << 20;
+constexpr int most_slices = 8; // more would cost more memory and additions than threads could make up for
+template <class S> int slices_of(const S &a) {
+  if constexpr (S::banded) return 1;
+  return static_cast<int>(std::clamp(bytes_of_triangle(a) / bytes_a_slice, 1., double{most_slices}));
+}
+
+template <class S, class T>
+void add_slices(AddBoth<T> *both, const S &a, const TriangleSlices &slices, T *sums, T alpha, const T *x,
+                T *y) {
+  const auto for_rows = [&](int i, auto f) { // that slice i adds to
+    for (tnk_int row = S::upper ? 0 : slices.begin(i); row < (S::upper ? slices.begin(i + 1) : a.n); ++row)
+      f(row);
+  };
+  spread(slices.count, threads_to_use(bytes_of_triangle(a)), [&](int i) {
+    T *const sum = sums + i * a.n;
+    for_rows(i, [&](tnk_int row) { sum[row] = T{}; });
+    add_symmetric(both, a, slices.begin(i), slices.begin(i + 1), alpha, x, sum);
+  });
+  for (int i = 0; i < slices.count; ++i)
+    for_rows(i, [&](tnk_int row) { y[row] = y[row] + sums[i * a.n + row]; });
+}
+
+// y := alpha A x + beta y.
+template <class S, class T>
+void run(const char *routine, AddBoth<T> *both, const S &a, T alpha, const T *x, T beta, T *y) {
+  const TriangleSlices slices = {S::upper, a.n, slices_of(a)};
+  Scratch<T> scratch;
+  T *sums = nullptr;
+  if (slices.count > 1 && !(sums = scratch.take(routine, slices.count * a.n))) return;
+  scale<T>(a.n, beta, y, 1);
   if constexpr (S::banded)
     if (a.k <= narrow) return add_narrow(a, alpha, x, y);
-  add_symmetric(both, a, alpha, x, y);
+  if (sums)
+    add_slices(both, a, slices, sums, alpha, x, y);
+  else
+    add_symmetric(both, a, 0, a.n, alpha, x, y);
 }
 
 template <class T, class A>
@@ -97,11 +126,10 @@ void symmetric_product(const char *routine, const char *uplo, const tnk_int *n, 
   const SideBySide<const T> factor(routine, *n, x, incx);
   const SideBySide<T> sum(routine, *n, y, incy);
   if (!factor || !sum) return;
-  scale<T>(*n, *beta, sum.elements(), 1);
   if (is_letter(*uplo, 'u'))
-    run(both, a.template triangle<true>(*n), *alpha, factor.elements(), sum.elements());
+    run(routine, both, a.template triangle<true>(*n), *alpha, factor.elements(), *beta, sum.elements());
   else
-    run(both, a.template triangle<false>(*n), *alpha, factor.elements(), sum.elements());
+    run(routine, both, a.template triangle<false>(*n), *alpha, factor.elements(), *beta, sum.elements());
   sum.put_back();
 }
 

@@ -1,6 +1,7 @@
 // Public products and solves of a triangular matrix and a vector, in the place of the vector: full, packed and banded.
 #include <tnk/blas.h>
 
+#include "host/routines/blas/cut_matrix.h"
 #include "host/routines/blas/matrix_kernels.h"
 #include "host/routines/blas/routine.h"
 #include "host/routines/blas/storage.h"
@@ -65,12 +66,27 @@ void off_square(AddProduct<T> *add, const S &a, tnk_int first, tnk_int width, T 
 template <class W, class S, class T> void by_groups(const W &task, AddProduct<T> *add, const S &a, T *x) {
   // A product starts where the elements are that nothing else needs any more, a solve where they need nothing else.
   constexpr bool ascending = (S::upper != W::transposed) != W::solve;
-  over_groups<S>(a.n, ascending, [&](tnk_int first, auto width) {
+  over_groups<S>(0, a.n, ascending, [&](tnk_int first, auto width) {
     // Elements that are needed elsewhere as they were before, or are summed up first: the square is done last.
     constexpr bool square_last = W::transposed == W::solve;
     if (!square_last) in_square(task, a, first, width, x);
     off_square<W>(add, a, first, width, x);
     if (square_last) in_square(task, a, first, width, x);
+  });
+}
+
+// y := y + alpha op(A) x, elements of y cut over threads where A is large: each is formed as it is by one call.
+template <class T>
+void spread_product(AddProduct<T> *add, bool transposed, tnk_int rows, tnk_int columns, const T *a,
+                    tnk_int lda, const T *x, T *y, T alpha) {
+  const double worth_while = threads_for_bytes(static_cast<double>(rows * columns) * sizeof(T));
+  const Cut cut = cut_tiles(transposed, transposed ? columns : rows, 64 / static_cast<tnk_int>(sizeof(T)),
+                            worth_while, worth_while < 2 ? 1 : usable_threads());
+  if (cut.slices <= 1) return add(&rows, &columns, a, &lda, x, y, &alpha);
+  spread(cut.slices, cut.slices, [&](int i) {
+    const tnk_int first = cut.begin(i), size = cut.begin(i + 1) - first;
+    add(transposed ? &rows : &size, transposed ? &size : &columns, a + first * (transposed ? lda : 1), &lda,
+        x, y + first, &alpha);
   });
 }
 
@@ -80,12 +96,11 @@ template <class W, class S, class T> void run(const W &task, AddProduct<T> *add,
     if (is_to_be_halved(a)) {
       constexpr bool ascending = (S::upper != W::transposed) != W::solve;
       const Halves<S> halves(a);
-      const tnk_int rows = halves.rows(), columns = halves.columns();
-      const T alpha = from_real<T>(W::solve ? -1 : 1);
       T *const there = x + halves.top(), *const here = x + halves.left();
       run(task, add, halves.half(ascending), x + (ascending ? 0 : halves.first));
-      add(&rows, &columns, halves.square(), &a.lda, W::transposed ? there : here,
-          W::transposed ? here : there, &alpha);
+      spread_product<T>(add, W::transposed, halves.rows(), halves.columns(), halves.square(), a.lda,
+                        W::transposed ? there : here, W::transposed ? here : there,
+                        from_real<T>(W::solve ? -1 : 1));
       return run(task, add, halves.half(!ascending), x + (ascending ? halves.first : 0));
     }
   by_groups(task, add, a, x);

@@ -412,4 +412,31 @@ TEST(HalfMatrix, NoZeroHidesANaN) {
   });
 }
 
+// Orders that are cut, halved, and summed in slices, in one type against the definition as well.
+TEST(HalfMatrix, HasTheSameBitsForEveryNumberOfThreads) {
+  unsigned turn = 0;
+  with_each([&](auto zero, const Routine &routine) {
+    using T = decltype(zero);
+    if (Call<T>(routine, {}).banded) return; // never cut
+    const tnk_int n = static_cast<tnk_int>(std::sqrt((5 << 20) / sizeof(T))) + 3;
+    for (const char uplo : {'U', 'L'}) {
+      Setting setting{uplo, "NCT"[turn % 3], "NU"[turn / 2 % 2], n};
+      setting.incx = turn++ % 4 ? 1 : -2;
+      std::vector<T> alone;
+      for (const int threads : {1, 2, 3}) {
+        const tool::Threads set(threads);
+        Call<T> call(routine, setting);
+        call.run();
+        std::vector<T> result(call.a.data(), call.a.data() + call.a.size());
+        for (tnk_int i = 0; i < n; ++i) result.push_back(call.x.get(i)), result.push_back(call.y.get(i));
+        if (threads == 1) alone = result;
+        if (threads == 1 && std::is_same_v<T, double>) {
+          EXPECT_EQ(call.fault(), "") << call.text();
+        }
+        EXPECT_TRUE(same_bits(result.data(), alone.data(), result.size())) << call.text() << ' ' << threads;
+      }
+    }
+  });
+}
+
 } // namespace
