@@ -40,9 +40,9 @@ tnk_int compute_backward(DftiNode *node, void *first, void *second, void *third,
   return tnk::dft::compute(&DftiNode::compute_backward, node, first, second, third, fourth);
 }
 
-DftiCompute compute_forward_twin __asm__("tnk_dft_dfticomputeforward") [[gnu::alias("DftiComputeForward")]];
-DftiCompute compute_backward_twin __asm__("tnk_dft_dfticomputebackward")
-    [[gnu::alias("DftiComputeBackward")]];
+[[gnu::alias("DftiComputeForward")]] DftiCompute compute_forward_twin __asm__("tnk_dft_dfticomputeforward");
+[[gnu::alias("DftiComputeBackward")]] DftiCompute
+    compute_backward_twin __asm__("tnk_dft_dfticomputebackward");
 
 TNK_END_DECLS
 
