@@ -117,7 +117,9 @@ std::uint64_t unsigned_size(tnk_int n) {
 
 // ---- Cuts -----------------------------------------------------------------------------------------------------------
 
-// Bytes of a matrix that make it worth while to use one more thread.
+// Bytes of a matrix that make it worth while to use one more thread. Two threads against one, doubles of order 500 (2 MB),
+// 1000 and 4096, on a virtual machine of two cores: moved across 1.1, 0.9 and 1.3 times as fast, scaled across 1.3, 1.4
+// and 1.3, scaled along rows 1.5, 1.2 and 1.0, where one core alone fills the memory's bandwidth.
 constexpr tnk_int bytes_a_thread = 1 << 19;
 
 // Calls run(line, lines, element, elements) for parts of the matrix, cut along its longer side.

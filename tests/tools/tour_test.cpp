@@ -38,6 +38,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"smoothing", {"33.1 ... 74.2"}},
       {"cholesky", {"single, 6 steps"}},
       {"spectrum", {"11.03 years", "497 short spectra"}},
+      {"transposition", {"along 117 cycles"}},
       {"filter", {"94.1 ... 185.2 m"}},
       {"numpy", {"singular values", "tnk-blas/libblas.so.3"}}};
   const auto names = scenes();

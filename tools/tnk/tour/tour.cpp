@@ -22,6 +22,7 @@ constexpr Scene scenes[] = {
     {"cholesky", "a stiffness matrix factored by blocks, solved and refined", cholesky_scene},
     {"spectrum", "the cycle of the sunspot numbers and the pitch of a sound, by Fourier transforms",
      spectrum_scene},
+    {"transposition", "a height map turned over in its own array, without other memory", transposition_scene},
     {"filter", "the volcano without its details, by Fourier transforms in two dimensions", filter_scene},
     {"numpy", "a stiffness matrix in numpy, on the machine's BLAS and on this one", numpy_scene},
 };
