@@ -42,9 +42,9 @@ TNK_SQUARES(tnk_complex16, xzcopy, xddot)
 template <class T> double sum_of_squares(tnk_int n, const T *x, tnk_int inc) {
   using R = real_of<T>;
   constexpr tnk_int parts = is_complex<T> ? 2 : 1, piece = 512 / parts, vector = 32;
-  // Done before a kernel is called. In the published order and precision: with small nearly defective matrices LAPACK's tests
-  // of reordering turn on the last bit of a reflector.
-  constexpr tnk_int few = 12 / parts;
+  // Done before a kernel has begun to pay, and in the published order and precision: a few of LAPACK's tests, with pencils that
+  // are next to singular, turn on the last bit of a reflector.
+  constexpr tnk_int few = 24 / parts;
   if (n <= few) {
     R sum = 0;
     each_part(n, x, inc, [&](R part) { sum += part * part; });
