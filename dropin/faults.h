@@ -13,7 +13,7 @@ struct At {
 };
 template <class... A> int first(A... at) {
   int position = 0;
-  ((at.bad ? (position = at.position, true) : false) || ...);
+  static_cast<void>(((at.bad ? (position = at.position, true) : false) || ...));
   return position;
 }
 

@@ -4,7 +4,7 @@ set -eu
 
 usage() {
   cat <<'EOF'
-usage: scripts/bootstrap.sh [--build [--program]] [--peers] [--dev] [--list]
+usage: scripts/bootstrap.sh [--build [--program]] [--peers] [--clients] [--dev] [--list]
 
 Installs by apt-get (Debian 12 or later and its relatives) the packages that building and testing need and that
 are missing; says nothing when there are none. Uses sudo when not run as root.
@@ -13,6 +13,8 @@ are missing; says nothing when there are none. Uses sudo when not run as root.
   --program
            insist on the program
   --peers  also the libraries that the benchmarks compare with
+  --clients
+           also the programs that the drop-in BLAS is tried with
   --dev    also what contributors use: the formatter, the shell checker, the debugger
   --list   name the missing packages, one a line, and install nothing
   --help   this text
@@ -44,6 +46,20 @@ libfftw3-double3     library libfftw3.so.3
 libfftw3-single3     library libfftw3f.so.3
 libeigen3-dev        header  eigen3/Eigen/Core
 '
+clients='
+libblas-test         library blas/xblat1d
+libblas64-test       library blas64/xblat1d
+liblapack-test       library lapack/xlintstd
+liblapack64-test     library lapack64/xlintstd
+liblapack3           library lapack/liblapack.so.3
+liblapack64-3        library lapack64/liblapack64.so.3
+python3-numpy        library python3/dist-packages/numpy
+python3-scipy        library python3/dist-packages/scipy
+python3-pytest       library python3/dist-packages/pytest
+python3-hypothesis   library python3/dist-packages/hypothesis
+r-base-core          command R
+octave               command octave-cli
+'
 dev='
 clang-format         command clang-format
 shellcheck           command shellcheck
@@ -61,6 +77,7 @@ for option in "$@"; do
       ;;
     --program) insist=yes ;;
     --peers) more="$more$peers" ;;
+    --clients) more="$more$clients" ;;
     --dev) more="$more$dev" ;;
     --list) list_only=yes ;;
     -h | --help)

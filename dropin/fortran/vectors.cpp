@@ -61,7 +61,7 @@ TNK_POSITION(izamax, tnk_complex16)
 
 #define TNK_NORM(name, R, T)                                                                                 \
   R name##_(const Int *n, const T *x, const Int *incx) {                                                     \
-    return nrm2(tnk_int{*n}, x, tnk_int{*incx});                                                             \
+    return nrm2<T>(*n, x, *incx);                                                                            \
   }                                                                                                          \
   void name##sub_(const Int *n, const T *x, const Int *incx, R *result) {                                    \
     *result = name##_(n, x, incx);                                                                           \

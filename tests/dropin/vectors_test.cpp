@@ -101,6 +101,30 @@ TYPED_TEST(Vectors, NormsOfWhatIsNoNumber) {
   EXPECT_EQ(Routines<T>::norm(&none, nullptr, &one), 0);
 }
 
+TYPED_TEST(Vectors, NormsDependOnTheNumbersAlone) {
+  using T = TypeParam;
+  const Int one = 1;
+  for (const Int n : {5, 13, 30, 700, 1500}) {
+    const auto size = static_cast<std::size_t>(n);
+    std::vector<T> x(3 * size + 8);
+    const auto at = [&](std::size_t first, Int inc) {
+      for (std::size_t i = 0; i < size; ++i)
+        x[first + i * static_cast<std::size_t>(inc)] =
+            this->number(std::sin(static_cast<typename TestFixture::R>(i)),
+                         std::cos(static_cast<typename TestFixture::R>(i)));
+      return Routines<T>::norm(&n, x.data() + first, &inc);
+    };
+    const auto norm = at(0, one);
+    for (const std::size_t first : {1, 2, 3, 5}) EXPECT_EQ(at(first, 1), norm) << n << " from " << first;
+    EXPECT_EQ(at(1, 3), norm) << n;
+  }
+  // One number does not take thousands of small ones with it.
+  std::vector<T> x(10001, this->number(1, 0));
+  x[0] = this->number(1e4, 0);
+  const Int n = 10001;
+  EXPECT_NEAR(Routines<T>::norm(&n, x.data(), &one), 10000.5, 0.01);
+}
+
 TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
   using T = TypeParam;
   using Real = typename TestFixture::R;
