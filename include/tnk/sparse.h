@@ -1,11 +1,13 @@
-/* Products with sparse matrices: checked, cut into pieces for several threads, then run by the kernels of
-   tnk/spblas_grid.h. Link with -ltnk or -ltnk_host.
+/* Products and solves with sparse matrices: checked, cut into pieces for several threads, then run by
+   the kernels of tnk/spblas_grid.h and tnk/spblas_aux.h. Link with -ltnk or -ltnk_host.
 
-     tnk_sparse_?mv    y := alpha op(A) x + beta y
-     tnk_sparse_?mm    C := alpha op(A) B + beta C, with nrhs columns in B and C
+     tnk_sparse_?mv       y := alpha op(A) x + beta y
+     tnk_sparse_?mm       C := alpha op(A) B + beta C, with nrhs columns in B and C
+     tnk_sparse_?sv       x := alpha op(A)^-1 b
+     tnk_sparse_?sm       X := alpha op(A)^-1 B
 
    in the types s float, d double, c and z complex of these. op, in either case: 'N' A, 'T' its transpose, 'C' its
-   conjugate transpose, in the real types the same as 'T'. Every kind of matrix takes each op, in both storages. */
+   conjugate transpose, in the real types the same as 'T'. Every kind of matrix takes each op. */
 #ifndef TNK_SPARSE_H
 #define TNK_SPARSE_H
 
@@ -17,22 +19,39 @@ TNK_BEGIN_DECLS
 
 enum tnk_sparse_storage {
   TNK_SPARSE_CSR, /* compressed rows */
-  TNK_SPARSE_COO  /* coordinate triples, in any order */
+  TNK_SPARSE_COO, /* coordinate triples, in any order */
+  TNK_SPARSE_DIA, /* diagonals */
+  TNK_SPARSE_SKY, /* skyline of one triangle, a square matrix */
+  TNK_SPARSE_BSR, /* compressed rows of square blocks */
+  TNK_SPARSE_CSC  /* compressed columns: to convert from and to only */
 };
 
-/* Entries as they are stored; what they mean is the descriptor's. Entries of a row need no order, and those of one
-   place add up. Row i (from 0) of a CSR matrix has the entries row_start[i] - row_start[0] and up to, not including,
-   row_end[i] - row_start[0] of values and col_index, whatever row_start[0] is; with rows one after another row_end is
-   row_start + 1. */
+/* Entries as they are stored; what they mean is the descriptor's. Products want no order of a row's entries, and add up
+   those of one place. Fields that a storage has no use for are not looked at.
+
+     CSR   Row i (from 0) has the entries row_start[i] - row_start[0] and up to, not including, row_end[i] - row_start[0]
+           of values and col_index, whatever row_start[0] is; with rows one after another row_end is row_start + 1.
+     CSC   The same of columns: row_index has the numbers, row_start and row_end have n elements.
+     BSR   The same of block rows, block_size rows each, the last one perhaps less: nnz, col_index and the pointers count
+           blocks. A block is block_size^2 values, by rows with base 0 and by columns with base 1.
+     DIA   diag_count diagonals, ascending, diag_stride elements from one to the next. Element i (from 0) of a diagonal
+           is that of row i and column i + diag_distance[d]; those outside of the matrix are not read.
+     SKY   Run i, a row of a lower or a column of an upper triangle, is the values row_start[i] - row_start[0] and up to,
+           not including, row_start[i + 1] - row_start[0]: what ends at the diagonal. m + 1 pointers. */
 typedef struct tnk_sparse_matrix {
   enum tnk_sparse_storage storage;
-  tnk_int m, n;             /* rows and columns */
-  tnk_int nnz;              /* elements of values and of the index arrays */
-  const void *values;       /* of the element type of the routine */
-  const tnk_int *col_index; /* from the descriptor's base */
-  const tnk_int *row_index; /* COO, from the base */
-  const tnk_int *row_start; /* CSR, m elements */
-  const tnk_int *row_end;   /* CSR, m elements */
+  tnk_int m, n;                 /* rows and columns, of elements */
+  tnk_int nnz;                  /* CSR, CSC, COO: elements of values and of the index arrays; BSR: blocks */
+  const void *values;           /* of the element type of the routine */
+  const tnk_int *col_index;     /* CSR, COO, BSR, from the descriptor's base */
+  const tnk_int *row_index;     /* COO, CSC, from the base */
+  const tnk_int *row_start;     /* CSR, CSC, BSR, SKY */
+  const tnk_int *row_end;       /* CSR, CSC, BSR */
+  tnk_int block_size;           /* BSR */
+  tnk_int diag_stride;          /* DIA */
+  tnk_int diag_count;           /* DIA */
+  const tnk_int *diag_distance; /* DIA: column minus row */
+  void *owned;                  /* the memory of a result, below; otherwise not looked at */
 } tnk_sparse_matrix;
 
 /* All kinds but the general one are square. Those with a triangle take their entries from it alone, the other triangle
@@ -61,13 +80,13 @@ enum tnk_sparse_diagonal {
   TNK_SPARSE_UNIT /* ones, whatever is stored */
 };
 
-/* What a product looks at before it begins, at the cost of one more way through the indices. */
+/* What a routine looks at before it begins, at the cost of one more way through the indices. */
 enum tnk_sparse_checks {
   TNK_SPARSE_TRUSTED, /* nothing: an index that is out of range is read or written where it points */
   TNK_SPARSE_INDICES, /* row pointers inside of the nnz entries and not decreasing within a row, row and column numbers
                          inside of the matrix */
-  TNK_SPARSE_ENTRIES /* and every stored entry counts: none lies outside of the kind's triangle or diagonal, none on a
-                         diagonal of ones or of a skew matrix */
+  TNK_SPARSE_ENTRIES /* and, in CSR and COO, every stored entry counts: none lies outside of the kind's triangle or
+                         diagonal, none on a diagonal of ones or of a skew matrix */
 };
 
 /* All zero: a general matrix with numbers from 0 and dense operands by rows, trusted. */
@@ -108,7 +127,8 @@ typedef struct tnk_sparse_descriptor {
 enum tnk_sparse_status {
   TNK_SPARSE_OK = 0,
   TNK_SPARSE_BAD_ARGUMENT = 1, /* reported; nothing was touched */
-  TNK_SPARSE_NO_KERNEL = 2     /* no kernel library, or it lacks an entry; reported, nothing was touched */
+  TNK_SPARSE_NO_KERNEL = 2,    /* no kernel library, or it lacks an entry; reported, nothing was touched */
+  TNK_SPARSE_NO_MEMORY = 3     /* reported; nothing was touched, and nothing is kept */
 };
 
 #define TNK_SPARSE_PRODUCTS(t, T)                                                                            \
@@ -124,6 +144,41 @@ TNK_SPARSE_PRODUCTS(d, double)
 TNK_SPARSE_PRODUCTS(c, tnk_complex8)
 TNK_SPARSE_PRODUCTS(z, tnk_complex16)
 #undef TNK_SPARSE_PRODUCTS
+
+/* ---- Solves ---------------------------------------------------------------------------------------------------
+   Of triangular and diagonal kinds, in CSR, COO, DIA and SKY storage. x may be b, then with the same leading dimension;
+   otherwise no two of x, b and A overlap. A zero alpha stores zeros, A's arrays and b unread but for `check`. DIA and SKY
+   matrices have their right-hand sides by columns: base 1 for sm; SKY takes no
+   diagonal kind, and no op 'C' in the complex types.
+
+   A pivot is not tested: zero ones give what IEEE 754 division gives. It is found by its place, so rows of a CSR matrix
+   must ascend and hold their diagonal, unless it is ones; entries of the other triangle do not count. In COO, where
+   entries may come in any order, the last one on the diagonal of a row counts, and those elsewhere add up.
+
+   Always refused is what would be looked for outside of the arrays, and what has no solution whatever the entries are:
+   CSR rows of which the first or the last one lacks the diagonal (of ones: where op 'T' and 'C' have nothing to stop at),
+   or any one, where row_end is not row_start + 1; a missing diagonal in COO, DIA and SKY. With a `check` of
+   TNK_SPARSE_INDICES or above all that makes a solution wrong without a sound is refused too: rows of CSR that do not
+   ascend, diagonals that are missing, zero, or, in COO, there twice.
+
+   Memory is taken for COO matrices, whose entries are put into rows first; without it the status is
+   TNK_SPARSE_NO_MEMORY, and b and x are as they were. sm with CSR and COO takes some more for sums, and without that
+   divides by pivots where it multiplies by reciprocals otherwise: other last bits.
+
+   sv runs on one thread by design, since every row waits for the ones before. sm gives each thread a range of right-hand
+   sides, as mm does; the result has the same bits for every number. */
+#define TNK_SPARSE_SOLVES(t, T)                                                                              \
+  enum tnk_sparse_status tnk_sparse_##t##sv(char op, const T *alpha, const tnk_sparse_matrix *matrix,        \
+                                            const tnk_sparse_descriptor *descriptor, const T *b, T *x);      \
+  enum tnk_sparse_status tnk_sparse_##t##sm(char op, const T *alpha, const tnk_sparse_matrix *matrix,        \
+                                            const tnk_sparse_descriptor *descriptor, tnk_int nrhs,           \
+                                            const T *b, tnk_int ldb, T *x, tnk_int ldx);
+
+TNK_SPARSE_SOLVES(s, float)
+TNK_SPARSE_SOLVES(d, double)
+TNK_SPARSE_SOLVES(c, tnk_complex8)
+TNK_SPARSE_SOLVES(z, tnk_complex16)
+#undef TNK_SPARSE_SOLVES
 
 /* Looks at what TNK_SPARSE_INDICES says, and for a descriptor with a `check` of TNK_SPARSE_ENTRIES at that. Reports the
    first fault with its place in the array, counted from 0, and what could stand there: "argument 1

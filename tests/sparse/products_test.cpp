@@ -81,7 +81,12 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
                                         a.columns.data(),
                                         a.rows.data(),
                                         a.rows.data(),
-                                        a.row_end.data()};
+                                        a.row_end.data(),
+                                        0,
+                                        0,
+                                        0,
+                                        nullptr,
+                                        nullptr};
       const GridMatrix meant(name, a.m, a.n, a.entries);
       Sides<T> b(meant.columns, nrhs, !vector && !columns, vector ? 0 : 2);
       Sides<T> c(meant.rows, nrhs, !vector && !columns, vector ? 0 : 3);

@@ -9,8 +9,10 @@ namespace tnk::host::sparse {
 namespace {
 
 // The kernels of the grid that have been used, in their places by letters.
-constexpr unsigned operations = 2, grid_places = 6 * 4 * 2 * 2 * 2 * 2 * operations;
+constexpr unsigned storages = 4, operations = 4, grid_places = 6 * 4 * 2 * 2 * 2 * storages * operations;
 template <class T> std::atomic<void *> known_kernels[grid_places]{};
+
+constexpr const char *operation_names[operations] = {"mv", "mm", "sv", "sm"};
 
 template <class T> constexpr char letter_of = 's';
 template <> constexpr char letter_of<double> = 'd';
@@ -20,7 +22,6 @@ template <> constexpr char letter_of<tnk_complex16> = 'z';
 } // namespace
 
 template <class T> void *grid_kernel(const char *routine, const Plan &plan, Operation operation) {
-  const bool coordinate = plan.storage[1] == 'o';
   const auto digit = [](char letter, const char *letters) {
     const char *const found = std::strchr(letters, letter);
     return found ? static_cast<unsigned>(found - letters) : 0u;
@@ -28,7 +29,8 @@ template <class T> void *grid_kernel(const char *routine, const Plan &plan, Oper
   unsigned place = digit(plan.kind, "gshtda");
   place = place * 4 + digit(plan.op, "ntcs");
   place = (place * 2 + digit(plan.triangle, "lu")) * 2 + digit(plan.diagonal, "nu");
-  place = ((place * 2 + (plan.base == '1')) * 2 + coordinate) * operations + static_cast<unsigned>(operation);
+  place = (place * 2 + (plan.base == '1')) * storages + digit(plan.storage[1], "soi");
+  place = place * operations + static_cast<unsigned>(operation);
   std::atomic<void *> &known = known_kernels<T>[place];
   if (void *const kernel = known.load(std::memory_order_acquire)) return kernel;
 
@@ -41,7 +43,9 @@ template <class T> void *grid_kernel(const char *routine, const Plan &plan, Oper
       .add(type)
       .add(plan.storage)
       .add(letters)
-      .add(operation == Operation::mv ? "__mvout_" : "__mmout_");
+      .add("__")
+      .add(operation_names[static_cast<int>(operation)])
+      .add("out_");
   text.add(is_sequential(plan, operation) ? "seq" : "par");
   void *const kernel = require_kernel_entry(routine, name);
   known.store(kernel, std::memory_order_release);

@@ -51,6 +51,19 @@ TNK_HELPERS(c, tnk_complex8)
 TNK_HELPERS(z, tnk_complex16)
 #undef TNK_HELPERS
 
+// Types of the grid's solves, which stand beside those of the products.
+template <class T> struct Solve {
+  using CsrSv = void(Int m, const T *alpha, const T *, Int col, Int start, Int end, T *y);
+  using CsrSm = void(Int first, Int last, Int m, Int n, const T *alpha, const T *, Int col, Int start,
+                     Int end, T *c, Int ldc);
+  using DiaSv = void(Int m, const T *, Int stride, Int distance, T *y, Int band_first, Int band_last,
+                     Int diag);
+  using DiaSmPar = void(Int first, Int last, Int m, const T *, Int stride, Int distance, T *c, Int ldc,
+                        Int band_first, Int band_last, Int diag);
+  using DiaSmSeq = void(Int m, Int nrhs, const T *, Int stride, Int distance, T *c, Int ldc, Int band_first,
+                        Int band_last, Int diag);
+};
+
 // The grid's kernel that a plan names, found by its first call: "tnk_spblas_dcsr0ntunc__mvout_par". Null after a
 // report.
 template <class T> void *grid_kernel(const char *routine, const Plan &plan, Operation operation);

@@ -6,8 +6,8 @@
 
 namespace tnk::host::sparse {
 
-// One right-hand side, or several.
-enum class Operation { mv, mm };
+// Products and solves, with one right-hand side or several.
+enum class Operation { mv, mm, sv, sm };
 
 struct Plan {
   // Letters of the kernel's name.
@@ -58,6 +58,23 @@ inline Plan plan_product(const tnk_sparse_matrix &matrix, const tnk_sparse_descr
   return plan;
 }
 
+// The solve of a CSR or DIA matrix.
+inline Plan plan_solve(bool diagonals, const tnk_sparse_descriptor &descriptor, char op, bool complex) {
+  Plan plan;
+  if (diagonals) std::memcpy(plan.storage, "dia", 4);
+  plan.base = static_cast<char>(diagonals ? '1' : '0' + descriptor.base);
+  plan.kind = "gshtda"[descriptor.kind];
+  plan.diagonal = "nu"[descriptor.diagonal];
+  const bool conjugates = op == 'C' && complex;
+  if (plan.kind == 't') {
+    plan.triangle = "lu"[descriptor.triangle];
+    if (op != 'N') plan.op = conjugates ? 'c' : 't';
+  } else if (conjugates) {
+    plan.op = 'c';
+  }
+  return plan;
+}
+
 // Elements of y that mv kernels add to when they are given a part of the rows or entries.
 enum class Reach {
   no_parts, // the kernel takes the whole matrix
@@ -80,7 +97,10 @@ inline Reach reach_of(const Plan &plan) {
 
 // Whether the kernel runs the whole job, and takes no range.
 inline bool is_sequential(const Plan &plan, Operation operation) {
-  const bool vector = operation == Operation::mv;
+  const bool vector = operation == Operation::mv, diagonals = plan.storage[1] == 'i';
+  if (operation == Operation::sv) return true;
+  if (operation == Operation::sm) return diagonals && plan.kind == 'd';
+  if (diagonals) return false;
   const bool transposed = plan.op == 't' || plan.op == 'c', rows = plan.storage[1] == 's';
   if (plan.kind == 'd') return rows || vector;
   return rows && vector && plan.kind == 't' && transposed;

@@ -1,9 +1,9 @@
 // Products with sparse matrices: check, choose the kernel by the letters of its name, scale by beta, cut into pieces.
 #include <algorithm>
-#include <tnk/services.h>
 #include <tnk/sparse.h>
 
 #include "host/routines/sparse/arguments.h"
+#include "host/routines/sparse/block.h"
 #include "host/routines/sparse/kernels.h"
 #include "host/routines/sparse/pieces.h"
 #include "host/routines/sparse/plan.h"
@@ -11,16 +11,6 @@
 
 namespace tnk::host::sparse {
 namespace {
-
-struct Block {
-  explicit Block(void *block) : address(block) {}
-  Block(const Block &) = delete;
-  Block &operator=(const Block &) = delete;
-  ~Block() {
-    if (address) tnk_serv_deallocate(address);
-  }
-  void *const address;
-};
 
 // ---- One right-hand side ---------------------------------------------------------------------------------------
 
@@ -127,7 +117,7 @@ template <class T>
 tnk_sparse_status mv(const char *routine, char op, const T *alpha, const tnk_sparse_matrix *a,
                      const tnk_sparse_descriptor *d, const T *x, const T *beta, T *y) {
   const Check check(routine);
-  if (!operands_are_sound(check, op, alpha, a, d)) return TNK_SPARSE_BAD_ARGUMENT;
+  if (!operands_are_sound(check, op, alpha, a, d, most_of_products)) return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);
   const tnk_int length = op == 'N' ? a->m : a->n, read = op == 'N' ? a->n : a->m;
   Tools<T> tools;
@@ -171,7 +161,7 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
                      const tnk_sparse_descriptor *d, tnk_int nrhs, const T *b, tnk_int ldb, const T *beta,
                      T *c, tnk_int ldc) {
   const Check check(routine);
-  if (!operands_are_sound(check, op, alpha, a, d) || !check.length<T>(5, "nrhs", &nrhs))
+  if (!operands_are_sound(check, op, alpha, a, d, most_of_products) || !check.length<T>(5, "nrhs", &nrhs))
     return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);
   const tnk_int length = op == 'N' ? a->m : a->n, read = op == 'N' ? a->n : a->m;

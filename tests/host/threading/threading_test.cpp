@@ -145,8 +145,8 @@ Routine sparse_routine(const char *name, char op, tnk_int nrhs) {
               for (tnk_int i = 0; i < 16 * n; ++i) x.push_back(random.real<double>());
             }
             const tnk_sparse_matrix a{
-                TNK_SPARSE_CSR,   m, n, 12 * m, values.data(), columns.data(), nullptr, starts.data(),
-                starts.data() + 1};
+                TNK_SPARSE_CSR,    m, n, 12 * m, values.data(), columns.data(), nullptr, starts.data(),
+                starts.data() + 1, 0, 0, 0,      nullptr,       nullptr};
             const tnk_sparse_descriptor general{};
             const double alpha = std::numeric_limits<double>::min(), beta = 0;
             std::vector<double> y(static_cast<std::size_t>((op == 'N' ? m : n) * nrhs));

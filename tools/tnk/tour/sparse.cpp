@@ -39,9 +39,20 @@ struct Rows {
   }
   tnk_sparse_matrix view() const {
     const auto order = static_cast<tnk_int>(start.size()) - 1;
-    return {TNK_SPARSE_CSR,  order,          order,   static_cast<tnk_int>(values.size()),
-            values.data(),   columns.data(), nullptr, start.data(),
-            start.data() + 1};
+    return {TNK_SPARSE_CSR,
+            order,
+            order,
+            static_cast<tnk_int>(values.size()),
+            values.data(),
+            columns.data(),
+            nullptr,
+            start.data(),
+            start.data() + 1,
+            0,
+            0,
+            0,
+            nullptr,
+            nullptr};
   }
   // Bytes that a product with one vector must move: entries, row pointers, x, and y both ways.
   double bytes() const {

@@ -1,0 +1,202 @@
+// Solves with sparse triangles and diagonals: check, put triples into rows, scale, cut into pieces of right-hand sides.
+#include <algorithm>
+#include <cstring>
+#include <tnk/sparse.h>
+
+#include "host/routines/sparse/arguments.h"
+#include "host/routines/sparse/kernels.h"
+#include "host/routines/sparse/pieces.h"
+#include "host/routines/sparse/pivots.h"
+#include "host/routines/sparse/plan.h"
+#include "host/routines/sparse/triples.h"
+#include "host/threading/team.h"
+
+namespace tnk::host::sparse {
+namespace {
+
+template <class T> void *skyline_kernel(const char *routine);
+#define TNK_SKYLINE(t, T)                                                                                    \
+  template <> void *skyline_kernel<T>(const char *routine) {                                                 \
+    static KernelEntry<decltype(tnk_spblas_##t##skysvk)> entry{"tnk_spblas_" #t "skysvk"};                   \
+    return reinterpret_cast<void *>(entry.get(routine));                                                     \
+  }
+TNK_SKYLINE(s, float)
+TNK_SKYLINE(d, double)
+TNK_SKYLINE(c, tnk_complex8)
+TNK_SKYLINE(z, tnk_complex16)
+#undef TNK_SKYLINE
+
+// The right-hand sides of a call: one after another, or by rows.
+template <class T> struct RightSides {
+  const T *b;
+  tnk_int ldb;
+  T *x;
+  tnk_int ldx;
+  tnk_int m, count;
+  bool by_columns;
+
+  // x := factor b, of some of them.
+  void prepare(tnk_int begin, tnk_int end, const Scaling<T> *factor) const {
+    const tnk_int lines = by_columns ? end - begin : m, length = by_columns ? m : end - begin;
+    for (tnk_int k = 0; k < lines; ++k) {
+      T *const to = by_columns ? x + (begin + k) * ldx : x + k * ldx + begin;
+      const T *const from = by_columns ? b + (begin + k) * ldb : b + k * ldb + begin;
+      if (from != to && !(factor && factor->clears))
+        std::memcpy(static_cast<void *>(to), from, static_cast<std::size_t>(length) * sizeof(T));
+      if (factor) (*factor)(to, length);
+    }
+  }
+};
+
+template <class T> struct SolveJob {
+  const tnk_sparse_matrix &a; // rows, diagonals or a skyline
+  const tnk_sparse_descriptor &d;
+  const Plan plan;
+  const T alpha;
+  const RightSides<T> sides;
+  const Operation operation;
+  void *kernel;
+
+  // Only diagonals of compressed rows take alpha along.
+  bool kernel_scales() const { return plan.kind == 'd' && a.storage == TNK_SPARSE_CSR; }
+
+  void run(tnk_int begin, tnk_int end) const {
+    const T *const values = static_cast<const T *>(a.values);
+    T *const first_column = sides.x + begin * sides.ldx;
+    const tnk_int first = begin + 1, *const m = &a.m, *const last = &end, *const ldx = &sides.ldx;
+    if (a.storage == TNK_SPARSE_SKY) {
+      const tnk_int transposed = plan.op != 'n', upper = plan.triangle == 'u', unit = plan.diagonal == 'u';
+      using Kernel = void(Int, Int, Int, Int, const T *, Int, T *);
+      for (tnk_int j = begin; j < end; ++j)
+        reinterpret_cast<Kernel *>(kernel)(&transposed, m, &upper, &unit, values, a.row_start,
+                                           sides.x + j * sides.ldx);
+    } else if (a.storage == TNK_SPARSE_DIA) {
+      // Diagonals ascend: below the main one, that, and above it. Distances from one.
+      const tnk_int *const distances = a.diag_distance, *const past = distances + a.diag_count;
+      const tnk_int below = std::lower_bound(distances, past, 0) - distances;
+      const tnk_int not_above = std::upper_bound(distances, past, 0) - distances, diag = below + 1;
+      const tnk_int band_first = plan.triangle == 'u' ? not_above + 1 : 1;
+      const tnk_int band_last = plan.triangle == 'u' ? a.diag_count : below, count = end - begin;
+      if (operation == Operation::sv)
+        reinterpret_cast<typename Solve<T>::DiaSv *>(kernel)(m, values, &a.diag_stride, distances, sides.x,
+                                                             &band_first, &band_last, &diag);
+      else if (is_sequential(plan, operation))
+        reinterpret_cast<typename Solve<T>::DiaSmSeq *>(kernel)(
+            m, &count, values, &a.diag_stride, distances, first_column, ldx, &band_first, &band_last, &diag);
+      else
+        reinterpret_cast<typename Solve<T>::DiaSmPar *>(kernel)(
+            &first, last, m, values, &a.diag_stride, distances, sides.x, ldx, &band_first, &band_last, &diag);
+    } else if (operation == Operation::sv) {
+      reinterpret_cast<typename Solve<T>::CsrSv *>(kernel)(m, &alpha, values, a.col_index, a.row_start,
+                                                           a.row_end, sides.x);
+    } else {
+      reinterpret_cast<typename Solve<T>::CsrSm *>(kernel)(&first, last, m, &sides.count, &alpha, values,
+                                                           a.col_index, a.row_start, a.row_end, sides.x, ldx);
+    }
+  }
+  double entries() const {
+    return a.storage == TNK_SPARSE_SKY   ? static_cast<double>(a.row_start[a.m] - a.row_start[0])
+           : a.storage == TNK_SPARSE_DIA ? static_cast<double>(a.diag_count) * static_cast<double>(a.m)
+                                         : static_cast<double>(a.nnz);
+  }
+};
+
+// Right-hand sides side by side are cut at every eighth, as those of products.
+template <class T> void run_in_pieces(const SolveJob<T> &job, const Scaling<T> *factor) {
+  const tnk_int count = job.sides.count, unit = job.sides.by_columns ? 1 : 8;
+  const double work = job.entries() * static_cast<double>(count);
+  const auto pieces = static_cast<int>(std::min<tnk_int>(threads_worth_while(work), count / unit));
+  const auto run = [&](tnk_int begin, tnk_int end) {
+    job.sides.prepare(begin, end, factor);
+    job.run(begin, end);
+  };
+  if (pieces <= 1) return run(0, count);
+  const Pieces p = even_pieces(pieces, count, unit);
+  spread(pieces, pieces, [&](int i) { run(p.begin[i], p.begin[i + 1]); });
+}
+
+template <class T>
+tnk_sparse_status solve(const char *routine, Operation operation, char op, const T *alpha,
+                        const tnk_sparse_matrix *a, const tnk_sparse_descriptor *d, tnk_int nrhs, const T *b,
+                        tnk_int ldb, T *x, tnk_int ldx) {
+  const Check check(routine);
+  if (!operands_are_sound(check, op, alpha, a, d, most_of_solves) ||
+      !check.number(4, "descriptor->kind", d->kind,
+                    d->kind == TNK_SPARSE_TRIANGULAR ||
+                        (d->kind == TNK_SPARSE_DIAGONAL && a->storage != TNK_SPARSE_SKY),
+                    a->storage == TNK_SPARSE_SKY ? "3, a triangle" : "3 or 4, a triangle or a diagonal") ||
+      (a->storage == TNK_SPARSE_SKY && is_complex<T> && !check.option(1, "op", &op, "NT")))
+    return TNK_SPARSE_BAD_ARGUMENT;
+  op = static_cast<char>(op & ~32);
+  const tnk_int m = a->m;
+  const bool several = operation == Operation::sm;
+  const bool rows_only = a->storage == TNK_SPARSE_CSR || a->storage == TNK_SPARSE_COO;
+  if (several &&
+      (!check.number(4, "descriptor->base", d->base, rows_only || d->base == 1, "1 in this storage") ||
+       !check.length<T>(5, "nrhs", &nrhs)))
+    return TNK_SPARSE_BAD_ARGUMENT;
+  Tools<T> tools;
+  if (!tools.find(routine)) return TNK_SPARSE_NO_KERNEL;
+  const Scaling<T> scaling(tools, *alpha);
+  const bool by_columns = !several || d->base == 1, empty = m == 0 || nrhs == 0;
+  const bool reads = !empty && !scaling.clears;
+  if (!several) {
+    ldb = ldx = m;
+    if ((reads && !check.address(5, "b", b)) || (!empty && !check.address(6, "x", x)))
+      return TNK_SPARSE_BAD_ARGUMENT;
+  } else {
+    const tnk_int across = by_columns ? m : nrhs, lines = by_columns ? nrhs : m;
+    if (!check.matrix(6, "b", b, reads, "ldb", &ldb, across, lines) ||
+        !check.matrix(8, "x", x, !empty, "ldx", &ldx, across, lines) ||
+        !check.number(9, "ldx", ldx, b != x || ldx == ldb, "ldb, where x is b"))
+      return TNK_SPARSE_BAD_ARGUMENT;
+  }
+  if (empty) return TNK_SPARSE_OK;
+  const RightSides<T> sides{b, ldb, x, ldx, m, nrhs, by_columns};
+  const bool identity = d->kind == TNK_SPARSE_DIAGONAL && d->diagonal == TNK_SPARSE_UNIT;
+  if (scaling.clears || identity) {
+    sides.prepare(0, nrhs, &scaling);
+    return TNK_SPARSE_OK;
+  }
+  if (!pivots_are_there<T>(check, *a, *d, op != 'N')) return TNK_SPARSE_BAD_ARGUMENT;
+
+  Plan plan = plan_solve(a->storage == TNK_SPARSE_DIA, *d, op, is_complex<T>);
+  RowsOfTriples<T> listed;
+  if (a->storage == TNK_SPARSE_COO) {
+    const tnk_sparse_status status = listed.list(check, routine, *a, *d, op != 'N');
+    if (status != TNK_SPARSE_OK) return status;
+    // Transposed by exchanging the numbers, so that the kernel is that of the other triangle.
+    if (plan.kind == 't') {
+      plan.op = plan.op == 'c' ? 's' : 'n';
+      if (op != 'N') plan.triangle = plan.triangle == 'l' ? 'u' : 'l';
+    }
+  }
+  void *const kernel =
+      a->storage == TNK_SPARSE_SKY ? skyline_kernel<T>(routine) : grid_kernel<T>(routine, plan, operation);
+  if (!kernel) return TNK_SPARSE_NO_KERNEL;
+  const SolveJob<T> job{
+      a->storage == TNK_SPARSE_COO ? listed.rows : *a, *d, plan, *alpha, sides, operation, kernel};
+  run_in_pieces(job, job.kernel_scales() ? nullptr : &scaling);
+  return TNK_SPARSE_OK;
+}
+
+} // namespace
+} // namespace tnk::host::sparse
+
+#define TNK_PUBLIC(t, T)                                                                                     \
+  tnk_sparse_status tnk_sparse_##t##sv(char op, const T *alpha, const tnk_sparse_matrix *matrix,             \
+                                       const tnk_sparse_descriptor *descriptor, const T *b, T *x) {          \
+    using namespace tnk::host::sparse;                                                                       \
+    return solve("tnk_sparse_" #t "sv", Operation::sv, op, alpha, matrix, descriptor, 1, b, 0, x, 0);        \
+  }                                                                                                          \
+  tnk_sparse_status tnk_sparse_##t##sm(char op, const T *alpha, const tnk_sparse_matrix *matrix,             \
+                                       const tnk_sparse_descriptor *descriptor, tnk_int nrhs, const T *b,    \
+                                       tnk_int ldb, T *x, tnk_int ldx) {                                     \
+    using namespace tnk::host::sparse;                                                                       \
+    return solve("tnk_sparse_" #t "sm", Operation::sm, op, alpha, matrix, descriptor, nrhs, b, ldb, x, ldx); \
+  }
+TNK_PUBLIC(s, float)
+TNK_PUBLIC(d, double)
+TNK_PUBLIC(c, tnk_complex8)
+TNK_PUBLIC(z, tnk_complex16)
+#undef TNK_PUBLIC

@@ -1,0 +1,204 @@
+// The public sparse solves: that op(A) x is alpha b again, in each type, storage, kind, triangle, diagonal, op and base,
+// with one right-hand side and several, in place and apart, on one thread and on more; and what they do without memory.
+#include "reference/sums.h"
+#include "sparse/aux_form.h"
+#include "sparse/stored.h"
+#include "support/allocations.h"
+#include "support/error_recorder.h"
+#include "support/named.h"
+#include <cmath>
+#include <limits>
+#include <tnk/host.h>
+#include <tnk/sparse.h>
+
+namespace {
+
+using namespace tnk::test;
+using namespace tnk::test::reference;
+
+// A square matrix whose rows are led by their diagonal; what does not count is NaN where a storage has it at all.
+template <class T> struct Square {
+  Square(tnk_sparse_storage storage, const GridName &of, tnk_int order, tnk_int most, Random &random)
+      : name(of), m(order) {
+    matrix.storage = storage, matrix.m = matrix.n = m;
+    const bool unit = name.diagonal == 'u', upper = name.triangle == 'u';
+    const auto value = [&](tnk_int i, tnk_int j) {
+      T v = random.number<T>();
+      if constexpr (std::is_floating_point_v<T>)
+        v = i == j ? std::copysign(static_cast<T>(most) + 2, v) : v / (unit ? static_cast<T>(most) : 1);
+      else if (i == j)
+        v.re += static_cast<decltype(v.re)>(2 * most + 2) * (v.re < 0 ? -1 : 1);
+      else if (unit)
+        v.re /= static_cast<decltype(v.re)>(most), v.im /= static_cast<decltype(v.im)>(most);
+      if (!name.counts(i, j) || (name.kind == 'd' && i != j)) v = junk<T>();
+      entries.push_back({i, j, v});
+      return v;
+    };
+    const tnk_int base = name.base - '0';
+    if (storage == TNK_SPARSE_DIA) {
+      matrix.diag_stride = m + 1;
+      for (tnk_int k = -m; k <= m; ++k) {
+        if (k != 0 && random.integer(0, m / most) != 0) continue;
+        rows.push_back(k);
+        for (tnk_int i = 0; i <= m; ++i)
+          values.push_back(i < m && i + k >= 0 && i + k < m ? value(i, i + k) : junk<T>());
+      }
+      matrix.diag_count = static_cast<tnk_int>(rows.size()), matrix.diag_distance = rows.data();
+    } else if (storage == TNK_SPARSE_SKY) {
+      rows.push_back(7);
+      for (tnk_int i = 0; i < m; ++i) {
+        for (tnk_int j = std::max<tnk_int>(0, i - random.integer(0, most)); j <= i; ++j)
+          values.push_back(upper ? value(j, i) : value(i, j));
+        rows.push_back(7 + static_cast<tnk_int>(values.size()));
+      }
+      matrix.row_start = rows.data();
+    } else {
+      const bool triples = storage == TNK_SPARSE_COO;
+      std::vector<tnk_int> starts{7};
+      for (tnk_int i = 0; i < m; ++i) {
+        std::vector<tnk_int> row{i};
+        for (tnk_int k = random.integer(0, most); k > 0; --k) row.push_back(random.integer(0, m - 1));
+        std::sort(row.begin(), row.end());
+        row.erase(std::unique(row.begin(), row.end()), row.end());
+        for (const tnk_int j : row) {
+          // A transposed kernel beside ones looks at the first row and the last; the others may be empty.
+          if (unit && j == i && i > 0 && i < m - 1 && random.integer(0, 1) == 0) continue;
+          values.push_back(value(i, j)), columns.push_back(j + base);
+          if (triples) rows.push_back(i + base);
+        }
+        starts.push_back(7 + static_cast<tnk_int>(columns.size()));
+      }
+      if (triples)
+        for (std::size_t k = 1; k < values.size(); ++k) {
+          const auto j = static_cast<std::size_t>(random.integer(0, static_cast<tnk_int>(k)));
+          std::swap(values[k], values[j]), std::swap(columns[k], columns[j]), std::swap(rows[k], rows[j]);
+        }
+      else
+        rows = starts;
+      matrix.nnz = static_cast<tnk_int>(values.size());
+      matrix.col_index = columns.data(), matrix.row_index = rows.data();
+      matrix.row_start = rows.data(), matrix.row_end = rows.data() + 1;
+    }
+    matrix.values = values.data();
+  }
+  Square(const Square &) = delete;
+  Square &operator=(const Square &) = delete;
+
+  GridName name;
+  tnk_int m;
+  tnk_sparse_matrix matrix{};
+  std::vector<SparseEntry<T>> entries;
+  std::vector<T> values;
+  std::vector<tnk_int> columns, rows;
+};
+
+template <class T> class PublicSolves : public testing::Test {
+public:
+  // That op(A) x is alpha b but for rounding.
+  static void holds(const Square<T> &a, char op, T alpha, const Sides<T> &b, const Sides<T> &x) {
+    constexpr long double rounding = std::numeric_limits<tnk::reference::Real<T>>::epsilon() / 2;
+    GridName name = a.name;
+    name.op = op == 'N' ? 'n' : op == 'T' ? 't' : 'c';
+    const GridMatrix<T> meant(name, a.m, a.m, a.entries);
+    for (tnk_int j = 0; j < x.count(); j += 4) {
+      const auto side = b.side(j);
+      std::vector<wide> found = x.side(j);
+      const auto sums = meant.times(found);
+      for (std::size_t i = 0; i < side.size(); ++i) {
+        const wide right = product(widened(alpha), side[i]);
+        const auto error = size_of(sums[i].value - right);
+        ASSERT_TRUE(error <= (sums[i].terms + 8) * rounding * (sums[i].size + size_of(right)))
+            << "row " << i << ", side " << j << ": off by " << error;
+      }
+    }
+  }
+};
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+TYPED_TEST_SUITE(PublicSolves, Types);
+
+TYPED_TEST(PublicSolves, UndoProducts) {
+  using T = TypeParam;
+  Random random;
+  const Named<T, tnk_sparse_status> sv("tnk_sparse_?sv"), sm("tnk_sparse_?sm");
+  for (int variant = 0; variant < 4 * 2 * 2 * 2 * 2 * 3; ++variant) {
+    const auto storage = static_cast<tnk_sparse_storage>(variant / 48);
+    const tnk_sparse_descriptor d{variant / 24 % 2 ? TNK_SPARSE_DIAGONAL : TNK_SPARSE_TRIANGULAR,
+                                  static_cast<tnk_sparse_triangle>(variant / 12 % 2),
+                                  static_cast<tnk_sparse_diagonal>(variant / 6 % 2), variant / 3 % 2,
+                                  variant % 2 ? TNK_SPARSE_INDICES : TNK_SPARSE_TRUSTED};
+    const char op = "NTC"[variant % 3];
+    const bool rows = storage == TNK_SPARSE_CSR || storage == TNK_SPARSE_COO;
+    const bool skyline = storage == TNK_SPARSE_SKY;
+    if (skyline && (d.kind == TNK_SPARSE_DIAGONAL || (op == 'C' && !std::is_floating_point_v<T>))) continue;
+    SCOPED_TRACE(testing::Message() << "storage " << storage << ", kind " << d.kind
+                                    << (d.triangle ? " upper" : " lower") << (d.diagonal ? " unit" : "")
+                                    << ", base " << d.base << ", " << op);
+    GridName name = matrix_named('n', "gshtda"[d.kind], "lu"[d.triangle], "nu"[d.diagonal]);
+    name.storage = "coo",
+    name.base = static_cast<char>('0' + d.base); // the definition passes over what is NaN
+    const bool threaded = variant % 5 == 0;
+    const Square<T> a(storage, name, threaded ? 700 : 19, threaded ? 17 : 6, random);
+    for (const tnk_int nrhs : {1, threaded ? 27 : 9}) {
+      const bool vector = nrhs == 1, by_rows = !vector && d.base == 0;
+      if (by_rows && !rows) continue;
+      const T alpha = variant % 4 ? random.number<T>() : narrow<T>(1);
+      Sides<T> b(a.m, nrhs, by_rows, vector ? 0 : 2), x(a.m, nrhs, by_rows, vector ? 0 : 2),
+          there(a.m, nrhs, by_rows,
+                vector ? 0 : 2); // aligned alike, as the bits of long dot products ask for
+      b.fill([&] { return random.number<T>(); });
+      const auto run = [&](const Sides<T> &from, Sides<T> &to, int threads) {
+        tnk_set_num_threads(threads);
+        return vector ? sv(op, &alpha, &a.matrix, &d, from.data(), to.data())
+                      : sm(op, &alpha, &a.matrix, &d, nrhs, from.data(), from.ld(), to.data(), to.ld());
+      };
+      x.fill(junk<T>);
+      allocations.reset();
+      ASSERT_EQ(run(b, x, 1), TNK_SPARSE_OK);
+      EXPECT_TRUE(allocations.live == 0 && allocations.overrun == 0);
+      this->holds(a, op, alpha, b, x);
+      there = b; // in place, on other threads
+      ASSERT_EQ(run(there, there, threaded ? 2 + variant % 2 : 2), TNK_SPARSE_OK);
+      EXPECT_TRUE(there.same_as(x));
+      EXPECT_TRUE(x.intact());
+    }
+  }
+  tnk_set_num_threads(0);
+}
+
+// Whichever request is refused: without rows there is no solution, and none is pretended; without sums there is.
+TYPED_TEST(PublicSolves, WithoutMemoryForTriplesNothingIsTouched) {
+  using T = TypeParam;
+  Random random;
+  ErrorRecorder errors;
+  const Named<T, tnk_sparse_status> sv("tnk_sparse_?sv"), sm("tnk_sparse_?sm");
+  for (const char diagonal : {'n', 'u'}) {
+    GridName name = matrix_named('n', 't', 'l', diagonal);
+    name.storage = "coo", name.base = '1';
+    const tnk_sparse_descriptor d{TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER,
+                                  diagonal == 'u' ? TNK_SPARSE_UNIT : TNK_SPARSE_NONUNIT, 1, 0};
+    const Square<T> a(TNK_SPARSE_COO, name, 30, 5, random);
+    const T alpha = random.number<T>();
+    for (const tnk_int nrhs : {1, 5}) {
+      Sides<T> b(a.m, nrhs, false, 0);
+      b.fill([&] { return random.number<T>(); });
+      const auto run = [&](Sides<T> &x) {
+        return nrhs == 1 ? sv('N', &alpha, &a.matrix, &d, x.data(), x.data())
+                         : sm('N', &alpha, &a.matrix, &d, nrhs, x.data(), x.ld(), x.data(), x.ld());
+      };
+      for (int refused = 1; refused <= 5; ++refused) {
+        Sides<T> x = b;
+        allocations.reset(), allocations.refuse = refused;
+        const bool fatal = refused < 5;
+        EXPECT_EQ(run(x), fatal ? TNK_SPARSE_NO_MEMORY : TNK_SPARSE_OK) << refused;
+        EXPECT_EQ(allocations.live, 0);
+        EXPECT_EQ(errors.take().kind == TNK_ERROR_MEMORY, fatal);
+        if (fatal)
+          EXPECT_TRUE(x.same_as(b)) << refused;
+        else
+          this->holds(a, 'N', alpha, b, x);
+      }
+    }
+  }
+}
+
+} // namespace
