@@ -81,8 +81,9 @@ tnk_int get_name(const DftiNode *node, char *name) {
 }
 
 tnk_int get_version(char *text) {
-  std::memset(text, 0, DftiVersionLength);
-  tnk_dft_dfti_get_version_string(text, DftiVersionLength - 1);
+  char whole[DftiVersionLength] = {};
+  tnk_dft_dfti_get_version_string(whole, DftiVersionLength - 1);
+  std::memcpy(text, whole, std::strlen(whole) + 1);
   return DftiNoError;
 }
 
@@ -90,7 +91,6 @@ tnk_int get_value(DftiHandle handle, int32_t parameter, void *value) {
   if (parameter == DftiParamVersion) return get_version(static_cast<char *>(value));
   if (!is_node(handle)) return DftiBadDescriptor;
   if (!is_parameter(parameter)) return DftiInconsistentConfiguration;
-  const tnk_int number = parameter;
   switch (kinds[parameter]) {
   case Kind::int32: {
     tnk_int wide = 0;
@@ -101,8 +101,8 @@ tnk_int get_value(DftiHandle handle, int32_t parameter, void *value) {
   case Kind::int64:
     return get_integer(handle, parameter, static_cast<tnk_int *>(value));
   case Kind::scale:
-    return handle->precision == DftiSingle ? get_scale(&handle, number, static_cast<float *>(value))
-                                           : get_scale(&handle, number, static_cast<double *>(value));
+    return handle->precision == DftiSingle ? get_scale(&handle, parameter, static_cast<float *>(value))
+                                           : get_scale(&handle, parameter, static_cast<double *>(value));
   case Kind::vector:
     return get_reversed(handle, parameter, static_cast<tnk_int *>(value));
   case Kind::text:
