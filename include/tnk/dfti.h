@@ -115,10 +115,13 @@ enum DftiStatus {
    An element stands at offset + k1 stride1 + k2 stride2 + ..., in elements of its array: complex numbers where they are
    interleaved, otherwise real ones. Input strides, offset and distance are those of what a compute reads, output ones of
    what it writes, in either direction; so a transform whose two sides differ takes a descriptor for each direction, or
-   strides exchanged and a commit in between. In place complex data have the input ones on both sides. Unless set, strides
-   are those of dense arrays of the lengths, also where half a spectrum needs more room or less: then set them. Arrays need
-   no alignment beyond that of their numbers; out of place, the source keeps its values and must not overlap with the
+   strides exchanged and a commit in between. In place complex data have the input ones on both sides. Arrays need no
+   alignment beyond that of their numbers; out of place, the source keeps its values and must not overlap with the
    destination.
+
+   Unless set, strides are those of dense arrays of the lengths. Where half a spectrum needs more room or less, set them: M
+   by N real numbers that become complex ones in their place have, forward, the input strides {0, 2 H, 1} and the output
+   strides {0, H, 1} with H = N/2 + 1, rounded down.
 
    A spectrum of N real numbers, y[N - k] being the conjugate of y[k], is its lower half, y[k] = Rk + i Ik for k up to N/2.
    With DftiComplexComplex as conjugate-even storage these are N/2 + 1 complex numbers along the last dimension, whole
@@ -163,7 +166,7 @@ tnk_int DftiCreateDescriptor_d_md(DftiHandle *handle, int32_t domain, tnk_int di
 tnk_int DftiSetValue(DftiHandle handle, int32_t parameter, ...);
 tnk_int DftiGetValue(DftiHandle handle, int32_t parameter, ...);
 
-/* DftiDeclined stands for every failure but those of the descriptor itself. */
+/* DftiDeclined where no method takes the configuration, or the one that does meets a failure, lack of memory included. */
 tnk_int DftiCommitDescriptor(DftiHandle handle);
 
 /* The arrays, in this order: source, or both in one; destination unless in place. With DftiRealReal storage of complex
