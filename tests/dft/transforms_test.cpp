@@ -205,7 +205,7 @@ void check_all_patterns(Config config, const Signal &signal) {
 TEST(Transforms, Complex) {
   for (const int storage : {DftiComplexComplex, DftiRealReal})
     for (const Sizes &lengths :
-         std::vector<Sizes>{{1}, {2}, {15}, {64}, {9, 10}, {16, 33}, {12, 10, 9}, {2, 3, 4, 5}}) {
+         std::vector<Sizes>{{1}, {2}, {15}, {64}, {9, 10}, {5, 17}, {12, 10, 9}, {2, 3, 4, 5}}) {
       Config config;
       config.lengths = lengths, config.storage = storage;
       check_all_patterns(config, Signal(lengths, false));
@@ -233,7 +233,7 @@ TEST(Transforms, RealToHalfASpectrum) {
 TEST(Transforms, RealToPackedFormats) {
   for (const int format : {DftiFormatCcs, DftiFormatPack, DftiFormatPerm})
     for (const Sizes &lengths :
-         std::vector<Sizes>{{1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {16, 33}, {34, 40}}) {
+         std::vector<Sizes>{{1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {5, 19}, {6, 34}}) {
       Config config;
       config.lengths = lengths, config.domain = DftiReal, config.storage = DftiComplexReal,
       config.format = format;
