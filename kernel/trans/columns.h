@@ -54,27 +54,21 @@ template <class T> inline void store_columns(T *a, count lda, const Columns<T> &
   }
 }
 
-// b := alpha times the transpose of two rows of two elements, or of their conjugates.
-template <bool Conj, class T> inline void transpose_two(const T *a, count lda, T *b, count ldb, T alpha) {
+// b := alpha times the transpose of four rows of four elements, or of their conjugates.
+template <bool Conj, class T> inline void transpose_four(const T *a, count lda, T *b, count ldb, T alpha) {
   if constexpr (sizeof(T) == 4) {
-    const f32x4 rows = load_pairs(a, a + lda);
-    const f32x4 x = alpha * __builtin_shufflevector(rows, rows, 0, 2, 1, 3);
-    store_pair(b, x);
-    store_pair(b + ldb, __builtin_shufflevector(x, x, 2, 3, 2, 3));
-  } else if constexpr (sizeof(T) == 8) {
-    const f64x2 r0 = loadu<f64x2>(a), r1 = loadu<f64x2>(a + lda);
-    const auto change = [=](f64x2 x) {
-      return scaled(alpha, conjugated_if<Conj, T>(reinterpret_cast<half_of<T>>(x)));
-    };
-    storeu(b, change(__builtin_shufflevector(r0, r1, 0, 2)));
-    storeu(b + ldb, change(__builtin_shufflevector(r0, r1, 1, 3)));
+    f32x4 r[] = {loadu<f32x4>(a), loadu<f32x4>(a + lda), loadu<f32x4>(a + 2 * lda),
+                 loadu<f32x4>(a + 3 * lda)};
+    transpose(r[0], r[1], r[2], r[3]);
+    unrolled<4>([&](auto k) TNK_INLINED { storeu(b + k * ldb, alpha * r[k]); });
   } else {
-    const auto change = [=](const T *p) { return scaled(alpha, conjugated_if<Conj, T>(loadu<f64x2>(p))); };
-    const f64x2 x00 = change(a), x01 = change(a + 1), x10 = change(a + lda), x11 = change(a + lda + 1);
-    storeu(b, x00);
-    storeu(b + 1, x10);
-    storeu(b + ldb, x01);
-    storeu(b + ldb + 1, x11);
+    unrolled<4 / per_vector<T>>([&](auto part) TNK_INLINED {
+      constexpr int row = part * per_vector<T>;
+      const Columns<T> x = load_columns(a + row * lda, lda);
+      unrolled<columns_a_block>([&](auto k) TNK_INLINED {
+        storeu(b + k * ldb + row, scaled(alpha, conjugated_if<Conj, T>(x.column[k])));
+      });
+    });
   }
 }
 

@@ -38,22 +38,27 @@ template <class T> struct Places {
   T alpha;
 };
 
-template <bool Conj, bool Dense, class T>
+template <bool Conj, class T>
 inline void transpose_small(count rows, count cols, const T *a, T *b, const Places<T> &p) {
-  if constexpr (Dense) {
-    // Blocks of 2 to 4 rows and columns are covered by four of two by two, which may overlap: no loop, whose end the
-    // processor would have to guess for each of them.
-    const count i = rows - 2, j = cols - 2;
-    transpose_two<Conj>(a, p.lda, b, p.ldb, p.alpha);
-    transpose_two<Conj>(a + j, p.lda, b + j * p.ldb, p.ldb, p.alpha);
-    transpose_two<Conj>(a + i * p.lda, p.lda, b + i, p.ldb, p.alpha);
-    transpose_two<Conj>(a + i * p.lda + j, p.lda, b + j * p.ldb + i, p.ldb, p.alpha);
-  } else {
-    for (count i = 0; i < rows; ++i)
-      for (count j = 0; j < cols; ++j)
-        put(b + j * p.ldb + i * p.strideb,
-            p.alpha * conjugated_if<Conj, T>(get(a + i * p.lda + j * p.stridea)));
-  }
+  for (count i = 0; i < rows; ++i)
+    for (count j = 0; j < cols; ++j)
+      put(b + j * p.ldb + i * p.strideb,
+          p.alpha * conjugated_if<Conj, T>(get(a + i * p.lda + j * p.stridea)));
+}
+
+// The last halvings at once: four blocks come of one of 5 to 8 rows and columns. Where elements lie side by side they are
+// covered by four blocks of four by four, which may overlap: no loop, whose end the processor would have to guess for
+// each of them.
+inline bool has_four_blocks(count rows, count cols) {
+  return rows - smallest - 1 < smallest && cols - smallest - 1 < smallest;
+}
+template <bool Conj, class T>
+inline void transpose_blocks(count rows, count cols, const T *a, T *b, const Places<T> &p) {
+  const count i = rows - smallest, j = cols - smallest;
+  transpose_four<Conj>(a, p.lda, b, p.ldb, p.alpha);
+  transpose_four<Conj>(a + j, p.lda, b + j * p.ldb, p.ldb, p.alpha);
+  transpose_four<Conj>(a + i * p.lda, p.lda, b + i, p.ldb, p.alpha);
+  transpose_four<Conj>(a + i * p.lda + j, p.lda, b + j * p.ldb + i, p.ldb, p.alpha);
 }
 
 template <class T> void move_transposed(count rows, count cols, const T *a, count lda, T *b, count ldb) {
@@ -75,6 +80,7 @@ template <bool Dense, class T>
 void scale_transposed(count rows, count cols, const T *a, T *b, const Places<T> &p) {
   // The second half by the loop: the stack holds first halves only.
   while (rows > smallest || cols > smallest) {
+    if (Dense && has_four_blocks(rows, cols)) return transpose_blocks<false>(rows, cols, a, b, p);
     if (rows > cols) {
       const count half = rows / 2;
       scale_transposed<Dense>(half, cols, a, b, p);
@@ -85,7 +91,7 @@ void scale_transposed(count rows, count cols, const T *a, T *b, const Places<T> 
       cols -= half, a += half * p.stridea, b += half * p.ldb;
     }
   }
-  transpose_small<false, Dense>(rows, cols, a, b, p);
+  transpose_small<false>(rows, cols, a, b, p);
 }
 
 template <class T>
@@ -97,15 +103,16 @@ void transpose_copy(count rows, count cols, const T *a, count lda, count stridea
   if (is_one(alpha) && dense)
     move_transposed(rows, cols, a, lda, b, ldb);
   else
-    (dense && rows > 1 && cols > 1 ? scale_transposed<true, T> : scale_transposed<false, T>)(rows, cols, a, b,
-                                                                                             p);
+    (dense ? scale_transposed<true, T> : scale_transposed<false, T>)(rows, cols, a, b, p);
 }
 
 // Conjugates are never only moved, whatever alpha is.
 template <bool Dense, class T>
 void halve_conjugates(count rows, count cols, const T *a, T *b, const Places<T> &p) {
   if (rows <= smallest && cols <= smallest) {
-    transpose_small<true, Dense>(rows, cols, a, b, p);
+    transpose_small<true>(rows, cols, a, b, p);
+  } else if (Dense && has_four_blocks(rows, cols)) {
+    transpose_blocks<true>(rows, cols, a, b, p);
   } else if (rows > cols) {
     const count half = rows / 2;
     halve_conjugates<Dense>(half, cols, a, b, p);
@@ -122,8 +129,8 @@ void transpose_conjugates(count rows, count cols, const T *a, count lda, count s
                           count strideb, T alpha) {
   if (rows == 0 || cols == 0) return;
   const Places<T> p{lda, stridea, ldb, strideb, alpha};
-  (stridea == 1 && strideb == 1 && rows > 1 && cols > 1 ? halve_conjugates<true, T>
-                                                        : halve_conjugates<false, T>)(rows, cols, a, b, p);
+  (stridea == 1 && strideb == 1 ? halve_conjugates<true, T> : halve_conjugates<false, T>)(rows, cols, a, b,
+                                                                                          p);
 }
 
 // ---- By letters -----------------------------------------------------------------------------------------------------
