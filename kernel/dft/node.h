@@ -6,6 +6,8 @@
 #pragma once
 
 #include <tnk/dft_node.h>
+#include <tnk/kernel.h>
+#include <tnk/services.h>
 #include <tnk/signal_vector.h>
 
 namespace tnk::dft {
@@ -27,6 +29,12 @@ const DftiStrategy *const *strategies(int32_t precision, int32_t domain, bool se
 // Give back all that commit made, any number of times; and the node itself.
 void static_uncommit(DftiNode *node);
 void static_destroy(DftiNode *node);
+
+// The boundary of workspaces and rows: on processors of this class rows a page apart are moved without treading on one
+// another's cache lines.
+inline int32_t granule() {
+  return tnk_serv_cpu_detect() == TNK_CLASS_AVX ? 4096 : 256;
+}
 
 // ---- Real planes --------------------------------------------------------------------------------------------------------
 // Real planes in single precision, as tnk_dft_xdzzdft2d and kin are in double: with complex rows forward and backward, with

@@ -1,10 +1,10 @@
 // Signal records for the nodes of a chain, and the workspace that their transforms share.
 #include <algorithm>
 #include <cstdint>
-#include <tnk/kernel.h>
 #include <tnk/services.h>
 
 #include "kernel/dft/commit/core.h"
+#include "kernel/dft/node.h"
 
 namespace tnk::dft {
 
@@ -109,11 +109,10 @@ tnk_int tnk_dft_complex_for_real_dft_d(DftiNode *node, DftiNode *root) {
 
 tnk_int tnk_dft_vpk_buffer_allocation(DftiNode *node) {
   if (node->maximum_buffer_size == 0) return DftiNoError;
-  // On processors of this class rows a page apart are moved without treading on one another's cache lines.
-  const int32_t granule = tnk_serv_cpu_detect() == TNK_CLASS_AVX ? 4096 : 256;
-  node->maximum_buffer_size = (node->maximum_buffer_size + granule - 1) / granule * granule;
+  const int32_t boundary = granule();
+  node->maximum_buffer_size = (node->maximum_buffer_size + boundary - 1) / boundary * boundary;
   const int64_t slices = node->user_threads > 1 ? node->user_threads : node->threads;
-  node->workspace = tnk_serv_tnk_malloc(node->maximum_buffer_size * slices, granule);
+  node->workspace = tnk_serv_tnk_malloc(node->maximum_buffer_size * slices, boundary);
   if (node->workspace) return DftiNoError;
   node->uncommit(node);
   return DftiMemoryError;

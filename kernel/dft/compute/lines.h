@@ -4,11 +4,9 @@
 // at a time: where lines stand side by side, as the columns of a matrix do, eight of them fill whole lines of the cache.
 #pragma once
 
+#include "kernel/dft/node.h"
 #include "kernel/frame/transpose.h"
 #include "kernel/frame/unroll.h"
-#include <tnk/dft_node.h>
-#include <tnk/kernel.h>
-#include <tnk/services.h>
 
 namespace tnk::dft {
 
@@ -44,18 +42,13 @@ template <class Body> inline tnk_int for_each(const Loop *loops, int count, cons
 
 inline constexpr int rows_at_once = 8;
 
-// The boundary of rows and workspaces: that of pages on the processors of this library.
-inline tnk_int granule() {
-  return tnk_serv_cpu_detect() == TNK_CLASS_AVX ? 4096 : 256;
-}
-
 // A buffer of rows for the length of a call. Rows are an odd number of cache lines apart: at powers of two all eight would
 // want the same places of the cache.
 class Rows {
 public:
   Rows(tnk_int bytes, tnk_int count) : pitch_(((bytes + 63) / 64 | 1) * 64) {
     if (count > rows_at_once) count = rows_at_once;
-    base_ = static_cast<char *>(tnk_serv_allocate(pitch_ * count, static_cast<int32_t>(granule())));
+    base_ = static_cast<char *>(tnk_serv_allocate(pitch_ * count, granule()));
   }
   Rows(const Rows &) = delete;
   Rows &operator=(const Rows &) = delete;

@@ -247,7 +247,7 @@ struct Block {
   Block &operator=(const Block &) = delete;
   ~Block() { tnk_serv_deallocate(p); }
   bool take(tnk_int bytes) {
-    p = static_cast<char *>(tnk_serv_allocate(bytes, static_cast<int32_t>(granule())));
+    p = static_cast<char *>(tnk_serv_allocate(bytes, granule()));
     return p != nullptr;
   }
 };
