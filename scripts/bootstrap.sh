@@ -41,6 +41,7 @@ libgtest-dev         header  gtest/gtest.h
 '
 peers='
 libopenblas0-pthread library libopenblas.so.0
+libblis4-serial      library libblis.so.4
 liblapack3           library lapack/liblapack.so.3
 libfftw3-double3     library libfftw3.so.3
 libfftw3-single3     library libfftw3f.so.3

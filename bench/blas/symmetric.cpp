@@ -1,5 +1,5 @@
-// Products with symmetric and Hermitian matrices and their updates by products: the public routines beside the BLAS
-// library, and two threads beside one.
+// Products with symmetric and Hermitian matrices and their updates by products: the public routines beside two BLAS
+// libraries, and two threads beside one.
 
 #include "bench/families.h"
 #include "bench/operands.h"
@@ -57,12 +57,16 @@ void add_forms(std::vector<Row> &rows, const std::string &routine, Kind kind, vo
     beside_library.sizes = {100, 500, 1000, 2000}, beside_library.quick = 500;
     beside_library.unit = "flop", beside_library.picture = "symmetric";
     Row threaded = beside_library;
-    beside_library.library = &openblas();
-    beside_library.prepare = [=](tnk_int n) {
-      auto *const peer = reinterpret_cast<void *>(openblas().routine<Ten>(routine + '_'));
-      return make(routine[0], n, call<tnk_int, T>(ours, kind, letters), call<int, T>(peer, kind, letters));
-    };
-    rows.push_back(std::move(beside_library));
+    for (Library *const library : {&openblas(), &blis()}) {
+      Row row = beside_library;
+      row.library = library;
+      if (library == &blis()) row.name += "_blis", row.sizes = {100, 1000};
+      row.prepare = [=](tnk_int n) {
+        auto *const peer = reinterpret_cast<void *>(library->routine<Ten>(routine + '_'));
+        return make(routine[0], n, call<tnk_int, T>(ours, kind, letters), call<int, T>(peer, kind, letters));
+      };
+      rows.push_back(std::move(row));
+    }
 
     // The ratio is what the second thread brings. The limit is that of one.
     threaded.group += "_threads", threaded.name += "_2t";

@@ -29,6 +29,10 @@ std::string openblas_core(const Library &library) {
   return text_of(library, "openblas_get_corename");
 }
 
+std::string blis_version(const Library &library) {
+  return text_of(library, "bli_info_get_version_str");
+}
+
 // "3.3.10-sse2-avx"
 std::string fftw_version(const Library &library) {
   const char *text = static_cast<const char *>(library.address("fftw_version"));
@@ -46,6 +50,13 @@ void choose_core(Core core) {
 Library &openblas() {
   static Library library({"OpenBLAS", "libopenblas.so.0", "libopenblas0-pthread", "OPENBLAS_CORETYPE",
                           "SANDYBRIDGE", openblas_version, openblas_core});
+  return library;
+}
+
+// It takes the kernels for the processor that it finds, and no other ones.
+Library &blis() {
+  static Library library(
+      {"BLIS", "libblis.so.4", "libblis4-serial", nullptr, nullptr, blis_version, nullptr});
   return library;
 }
 

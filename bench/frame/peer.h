@@ -54,6 +54,7 @@ private:
 void choose_core(Core core);
 
 Library &openblas();
+Library &blis();
 Library &fftw();        // double precision
 Library &fftw_single(); // the same library for single precision
 
