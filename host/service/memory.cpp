@@ -4,10 +4,12 @@
 #include <cstring>
 #include <malloc.h>
 #include <tnk/services.h>
+#include <utility>
 
 #include "host/service/errno_keeper.h"
 #include "host/service/errors.h"
 #include "host/service/messages.h"
+#include "host/service/promise.h"
 #ifdef TNK_CHECK_BLOCKS
 #include "host/service/block_registry.h"
 #endif
@@ -152,6 +154,27 @@ void release_scratch(const char *routine, void *block) {
 
 } // namespace
 
+// What ScratchPromise keeps, and whether the last request came here at all.
+thread_local struct {
+  void *block = nullptr;
+  std::int64_t size = 0;
+  bool asked_here = false;
+} promise;
+
+ScratchPromise::ScratchPromise(std::int64_t size) {
+  promise.asked_here = false;
+  void *const block = tnk_serv_allocate(size, kept_alignment);
+  given_ = block != nullptr;
+  if (promise.asked_here)
+    promise.block = block, promise.size = size;
+  else
+    tnk_serv_deallocate(block);
+}
+ScratchPromise::~ScratchPromise() {
+  if (promise.block) tnk_serv_deallocate(promise.block);
+  promise.block = nullptr;
+}
+
 const char *&last_refusal() {
   static thread_local const char *routine = nullptr;
   return routine;
@@ -162,6 +185,10 @@ const char *&last_refusal() {
 using tnk::host::Family;
 
 void *tnk_serv_allocate(int64_t size, int32_t alignment) {
+  auto &promise = tnk::host::promise;
+  promise.asked_here = true;
+  if (promise.block && promise.size == size && alignment <= tnk::host::kept_alignment)
+    return std::exchange(promise.block, nullptr);
   return tnk::host::allocate_scratch("tnk_serv_allocate", size, alignment);
 }
 

@@ -1,10 +1,13 @@
-/* Products and solves with sparse matrices: checked, cut into pieces for several threads, then run by
-   the kernels of tnk/spblas_grid.h and tnk/spblas_aux.h. Link with -ltnk or -ltnk_host.
+/* Products, solves, conversions and sums of sparse matrices: checked, cut into pieces for several threads, then run by
+   the kernels of tnk/spblas_grid.h, tnk/spblas_aux.h and tnk/spblas_convert.h. Link with -ltnk or -ltnk_host.
 
      tnk_sparse_?mv       y := alpha op(A) x + beta y
      tnk_sparse_?mm       C := alpha op(A) B + beta C, with nrhs columns in B and C
      tnk_sparse_?sv       x := alpha op(A)^-1 b
      tnk_sparse_?sm       X := alpha op(A)^-1 B
+     tnk_sparse_?convert, ?from_dense, ?to_dense
+     tnk_sparse_?add      C := A + beta op(B)
+     tnk_sparse_?multiply C := op(A) B
 
    in the types s float, d double, c and z complex of these. op, in either case: 'N' A, 'T' its transpose, 'C' its
    conjugate transpose, in the real types the same as 'T'. Every kind of matrix takes each op. */
@@ -179,6 +182,52 @@ TNK_SPARSE_SOLVES(d, double)
 TNK_SPARSE_SOLVES(c, tnk_complex8)
 TNK_SPARSE_SOLVES(z, tnk_complex16)
 #undef TNK_SPARSE_SOLVES
+
+/* ---- Conversions, sums and products of sparse matrices ---------------------------------------------------------
+   Room for a result is found by the routine: *result, which may hold anything before, becomes a matrix in one block of
+   memory that tnk_sparse_free gives back, leaving a record of zeros (one without a block, or null, is left alone). Only a
+   status of TNK_SPARSE_OK writes *result; TNK_SPARSE_NO_MEMORY keeps nothing. Its numbers have the descriptor's base, its
+   row pointers too, and rows stand one after another. These run on one thread by design.
+
+   Here a matrix is its stored entries, whatever kind the descriptor names; its base, `check` and, for skylines, triangle
+   count.
+
+   convert: the same entries in another storage, CSR again included. Diagonals, skylines and blocks hold square matrices;
+   `block_size` is read for blocks only. What fills diagonals, skylines and blocks up are zeros, so that zeros of these
+   are no entries on the way back. Entries of one place stay apart in rows, columns and triples and are added up
+   otherwise. A skyline takes the entries of its triangle; nothing else is lost. Entries of a row keep their order out of
+   triples; into columns and out of columns, diagonals, skylines and blocks numbers ascend. Blocks of a row come in the
+   order in which its rows, one after another, come to them.
+
+   from_dense, to_dense: rows and a dense matrix by columns, element (i, j) at dense[i + j * ld]. What does not equal zero
+   is an entry, a NaN too. Of entries of one place the last one is what becomes of them.
+
+   add, multiply: A, B and C are CSR matrices of the general kind. op 'C' is for the real types, where it is 'T'. The rows
+   of a sum ascend, whatever order those of A and B have; the entries of a product's row come in the order of its terms,
+   and those that come to zero stay. */
+#define TNK_SPARSE_CONVERSIONS(t, T)                                                                         \
+  enum tnk_sparse_status tnk_sparse_##t##convert(                                                            \
+      const tnk_sparse_matrix *matrix, const tnk_sparse_descriptor *descriptor,                              \
+      enum tnk_sparse_storage storage, tnk_int block_size, tnk_sparse_matrix *result);                       \
+  enum tnk_sparse_status tnk_sparse_##t##from_dense(tnk_int m, tnk_int n, const T *dense, tnk_int ld,        \
+                                                    const tnk_sparse_descriptor *descriptor,                 \
+                                                    tnk_sparse_matrix *result);                              \
+  enum tnk_sparse_status tnk_sparse_##t##to_dense(                                                           \
+      const tnk_sparse_matrix *matrix, const tnk_sparse_descriptor *descriptor, T *dense, tnk_int ld);       \
+  enum tnk_sparse_status tnk_sparse_##t##add(                                                                \
+      char op, const tnk_sparse_matrix *a, const T *beta, const tnk_sparse_matrix *b,                        \
+      const tnk_sparse_descriptor *descriptor, tnk_sparse_matrix *result);                                   \
+  enum tnk_sparse_status tnk_sparse_##t##multiply(                                                           \
+      char op, const tnk_sparse_matrix *a, const tnk_sparse_matrix *b,                                       \
+      const tnk_sparse_descriptor *descriptor, tnk_sparse_matrix *result);
+
+TNK_SPARSE_CONVERSIONS(s, float)
+TNK_SPARSE_CONVERSIONS(d, double)
+TNK_SPARSE_CONVERSIONS(c, tnk_complex8)
+TNK_SPARSE_CONVERSIONS(z, tnk_complex16)
+#undef TNK_SPARSE_CONVERSIONS
+
+void tnk_sparse_free(tnk_sparse_matrix *result);
 
 /* Looks at what TNK_SPARSE_INDICES says, and for a descriptor with a `check` of TNK_SPARSE_ENTRIES at that. Reports the
    first fault with its place in the array, counted from 0, and what could stand there: "argument 1

@@ -64,6 +64,7 @@ struct Scene {
 void vectors_scene(Stage &stage);
 void product_scene(Stage &stage);
 void sparse_scene(Stage &stage);
+void solves_scene(Stage &stage);
 void smoothing_scene(Stage &stage);
 void cholesky_scene(Stage &stage);
 void spectrum_scene(Stage &stage);

@@ -18,6 +18,7 @@ constexpr Scene scenes[] = {
     {"vectors", "statistics of the monthly sunspot numbers, by vector kernels", vectors_scene},
     {"product", "principal components of the heights of a volcano, by matrix products", product_scene},
     {"sparse", "the stiffest mode of a structure, by products with a sparse matrix", sparse_scene},
+    {"solves", "a stiffness matrix solved in steps, with sparse solves as a help", solves_scene},
     {"smoothing", "the sunspot numbers smoothed, by tridiagonal solvers", smoothing_scene},
     {"cholesky", "a stiffness matrix factored by blocks, solved and refined", cholesky_scene},
     {"spectrum", "the cycle of the sunspot numbers and the pitch of a sound, by Fourier transforms",
