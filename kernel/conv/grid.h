@@ -35,6 +35,10 @@ template <class A, class U, class V, class D> struct Grid {
 
   // f(plane) for each position of dimensions 2 and up that the outputs at `counter` reach.
   template <class F> void each_plane(const Vector &counter, const F &f) const {
+    if (u.dims == 2) {
+      f(Plane{u.base, v.base});
+      return;
+    }
     Vector p = {}, lo = {}, hi = {}, i = {};
     for (int k = 2; k < u.dims; ++k) {
       const Range r = range(k, counter[k]);
@@ -69,6 +73,7 @@ template <class A, class U, class V, class D> struct Grid {
   struct Group {
     Range rows[4];
     int64_t lo, hi, step; // step: in v, from one output to the next
+    bool alike;           // whether all rows are common
   };
 
   // Onto sum k, for each of a group's outputs, what it alone has before the common rows, or after them.
@@ -106,6 +111,7 @@ template <class A, class U, class V, class D> struct Grid {
     Sums<A, 4 * across> sums;
     each_plane(counter, [&](const Plane &plane) {
       const auto own = [&](bool before) {
+        if (group.alike) return;
         for (int c = 0; c < across; ++c)
           own_rows(sums, c, across, plane, group, {p + c, 0, u.shape[0] - 1}, before);
       };
@@ -117,8 +123,11 @@ template <class A, class U, class V, class D> struct Grid {
       own(false);
     });
     for (int k = 0; k < 4; ++k)
-      for (int c = 0; c < across; ++c)
-        put(out + k * z.stride[1] + c * z.stride[0], narrowed<D>(sums.value(k * across + c)));
+      if (std::is_same_v<A, D> && !is_complex<A> && z.stride[0] == 1)
+        std::memcpy(out + k * z.stride[1], &sums.half[0][k * across], across * sizeof(D));
+      else
+        for (int c = 0; c < across; ++c)
+          put(out + k * z.stride[1] + c * z.stride[0], narrowed<D>(sums.value(k * across + c)));
   }
 
   // Four rows of outputs from counter[1] on; `out` is the first one of dimension 0.
@@ -154,9 +163,13 @@ template <class A, class U, class V, class D> struct Grid {
       for (int64_t t = 0; t < z.shape[1];) {
         D *const out = plane + t * z.stride[1];
         if (t + 3 < z.shape[1]) {
-          Group group{
-              {range(1, t), range(1, t + 1), range(1, t + 2), range(1, t + 3)}, 0, 0, dec[1] * v.stride[1]};
+          Group group{{range(1, t), range(1, t + 1), range(1, t + 2), range(1, t + 3)},
+                      0,
+                      0,
+                      dec[1] * v.stride[1],
+                      false};
           group.lo = group.rows[0].lo, group.hi = group.rows[3].hi;
+          group.alike = group.lo == group.rows[3].lo && group.hi == group.rows[0].hi;
           if (group.lo <= group.hi) {
             group_row(out, counter, group);
             t += 4;

@@ -96,7 +96,10 @@ template <class A, class U, class V, class D, class Dec> struct Line {
         common<four<A>, columns_of_four>(sums, g, p, last.hi + 1, end);
         for (int k = g; k < g + 4; ++k) own(sums, k, p + (k - g), end, range(t + k).hi + 1);
       }
-    for (int k = 0; k < outputs; ++k) put_output(t + k, sums.value(k));
+    if (std::is_same_v<A, D> && !is_complex<A> && zstride == 1)
+      std::memcpy(z + t, sums.half[0], outputs * sizeof(D));
+    else
+      for (int k = 0; k < outputs; ++k) put_output(t + k, sums.value(k));
     return true;
   }
 

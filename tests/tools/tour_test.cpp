@@ -41,6 +41,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"spectrum", {"11.03 years", "497 short spectra"}},
       {"transposition", {"along 117 cycles"}},
       {"filter", {"94.1 ... 185.2 m"}},
+      {"matching", {"sample 23456"}},
       {"numpy", {"singular values", "tnk-blas/libblas.so.3"}}};
   const auto names = scenes();
   ASSERT_GE(names.size(), facts.size());

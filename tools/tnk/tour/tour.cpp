@@ -25,6 +25,7 @@ constexpr Scene scenes[] = {
      spectrum_scene},
     {"transposition", "a height map turned over in its own array, without other memory", transposition_scene},
     {"filter", "the volcano without its details, by Fourier transforms in two dimensions", filter_scene},
+    {"matching", "an echo in noise and an averaged mountain, by correlation and convolution", matching_scene},
     {"numpy", "a stiffness matrix in numpy, on the machine's BLAS and on this one", numpy_scene},
 };
 
