@@ -197,7 +197,19 @@ template <class T> void add_forms(std::vector<Row> &rows, char letter, const Rou
         auto *const peer = reinterpret_cast<void *>(openblas().routine<void()>(name + "_"));
         return contest(data, run<tnk_int, T>(ours, routine, data), run<int, T>(peer, routine, data));
       };
+      // Solves and bands are not cut. The ratio is what the second thread brings.
+      Row threaded = row;
       rows.push_back(std::move(row));
+      if (form.uplo == 'U' || band || (triangular && routine.real[2] == 's')) continue;
+      threaded.group += "_threads", threaded.name += "_2t", threaded.sizes = {500, 1000, 2000};
+      threaded.library = nullptr, threaded.peer = "1 thread";
+      threaded.picture = "threads", threaded.threads = 2;
+      threaded.prepare = [=](tnk_int n) {
+        const auto data = std::make_shared<Data<T>>(routine, form, n);
+        const Run both = run<tnk_int, T>(ours, routine, data);
+        return contest(data, both, both);
+      };
+      rows.push_back(std::move(threaded));
     }
 }
 

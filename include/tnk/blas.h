@@ -91,10 +91,9 @@ void tnk_blas_zgemv(const char *trans, const tnk_int *m, const tnk_int *n, const
    be beyond memory. Arrays must be aligned to their real type; what is written must not overlap with anything that is read.
 
    A is read once. A vector with another increment than 1 is copied to scratch memory, and both vectors of an update by two
-   products always are; products with a large symmetric matrix take memory for up to eight sums. When it cannot be had, that
-   is reported as TNK_ERROR_MEMORY and nothing is touched. Threads (tnk/host.h): products, solves and updates with full
-   storage, and products and updates of symmetric and Hermitian matrices in packed storage, from 1 MB on, with the same bits
-   for every number of them; all else on one. */
+   products always are; products with a large matrix that is no band take memory for up to eight vectors. When it cannot be
+   had, that is reported as TNK_ERROR_MEMORY and nothing is touched. Threads (tnk/host.h): products from 2 MB of the triangle
+   on, and updates from half of one, with the same bits for every number of them; solves and bands run on one. */
 
 /* y := alpha A x + beta y, A symmetric (symv full, spmv packed, sbmv band) or Hermitian (hemv, hpmv, hbmv). beta = 0 stores
    without reading y; alpha = 0 leaves A and x unread, and their addresses may then be null; with a beta of 1 besides,

@@ -38,9 +38,21 @@ struct TriangleSlices {
                  share = upper ? std::sqrt(before) : 1 - std::sqrt(1 - before);
     return static_cast<tnk_int>(share * static_cast<double>(n)) / 8 * 8;
   }
+  // The rows that its columns have elements in.
+  tnk_int top(int i) const { return upper ? 0 : begin(i); }
+  tnk_int bottom(int i) const { return upper ? begin(i + 1) : n; }
 };
 template <class S> double bytes_of_triangle(const S &a) {
   return static_cast<double>(a.n) * static_cast<double>(a.n) / 2 * sizeof *a.a;
+}
+
+// Where columns add to elements of the result that other columns add to as well, slices have sums of their own, which are
+// added up in the end. There are as many as the size asks for, whatever the number of threads, so that the bits stay; more
+// than eight would cost more memory and additions than threads could make up for.
+constexpr double bytes_a_slice = 1 << 20;
+constexpr double most_slices = 8;
+template <class S> int number_of_slices(const S &a) {
+  return S::banded ? 1 : static_cast<int>(std::clamp(bytes_of_triangle(a) / bytes_a_slice, 1., most_slices));
 }
 
 } // namespace tnk::host

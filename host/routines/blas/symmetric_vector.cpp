@@ -67,35 +67,25 @@ template <class B, class T> void add_narrow(const B &a, T alpha, const T *x, T *
   for (tnk_int i = tail; i < a.n; ++i) at_an_end(i);
 }
 
-// Columns add to elements all over y. So those of a large triangle are cut into slices with sums of their own, which are
-// added up in the end: as many slices as its size asks for, whatever the number of threads, so that the bits stay.
-constexpr double bytes_a_slice = 1 << 20;
-constexpr int most_slices = 8; // more would cost more memory and additions than threads could make up for
-template <class S> int slices_of(const S &a) {
-  if constexpr (S::banded) return 1;
-  return static_cast<int>(std::clamp(bytes_of_triangle(a) / bytes_a_slice, 1., double{most_slices}));
-}
-
 template <class S, class T>
 void add_slices(AddBoth<T> *both, const S &a, const TriangleSlices &slices, T *sums, T alpha, const T *x,
                 T *y) {
-  const auto for_rows = [&](int i, auto f) { // that slice i adds to
-    for (tnk_int row = S::upper ? 0 : slices.begin(i); row < (S::upper ? slices.begin(i + 1) : a.n); ++row)
-      f(row);
-  };
   spread(slices.count, threads_to_use(bytes_of_triangle(a)), [&](int i) {
     T *const sum = sums + i * a.n;
-    for_rows(i, [&](tnk_int row) { sum[row] = T{}; });
+    std::fill(sum + slices.top(i), sum + slices.bottom(i), T{});
     add_symmetric(both, a, slices.begin(i), slices.begin(i + 1), alpha, x, sum);
   });
-  for (int i = 0; i < slices.count; ++i)
-    for_rows(i, [&](tnk_int row) { y[row] = y[row] + sums[i * a.n + row]; });
+  for (int i = 0; i < slices.count; ++i) {
+    const T *const sum = sums + i * a.n;
+    const tnk_int top = slices.top(i), bottom = slices.bottom(i);
+    for (tnk_int row = top; row < bottom; ++row) y[row] = y[row] + sum[row];
+  }
 }
 
 // y := alpha A x + beta y.
 template <class S, class T>
 void run(const char *routine, AddBoth<T> *both, const S &a, T alpha, const T *x, T beta, T *y) {
-  const TriangleSlices slices = {S::upper, a.n, slices_of(a)};
+  const TriangleSlices slices = {S::upper, a.n, number_of_slices(a)};
   Scratch<T> scratch;
   T *sums = nullptr;
   if (slices.count > 1 && !(sums = scratch.take(routine, slices.count * a.n))) return;

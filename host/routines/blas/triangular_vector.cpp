@@ -63,10 +63,11 @@ void off_square(AddProduct<T> *add, const S &a, tnk_int first, tnk_int width, T 
   });
 }
 
-template <class W, class S, class T> void by_groups(const W &task, AddProduct<T> *add, const S &a, T *x) {
+template <class W, class S, class T>
+void by_groups(const W &task, AddProduct<T> *add, const S &a, tnk_int from, tnk_int past, T *x) {
   // A product starts where the elements are that nothing else needs any more, a solve where they need nothing else.
   constexpr bool ascending = (S::upper != W::transposed) != W::solve;
-  over_groups<S>(0, a.n, ascending, [&](tnk_int first, auto width) {
+  over_groups<S>(from, past, ascending, [&](tnk_int first, auto width) {
     // Elements that are needed elsewhere as they were before, or are summed up first: the square is done last.
     constexpr bool square_last = W::transposed == W::solve;
     if (!square_last) in_square(task, a, first, width, x);
@@ -75,35 +76,42 @@ template <class W, class S, class T> void by_groups(const W &task, AddProduct<T>
   });
 }
 
-// y := y + alpha op(A) x, elements of y cut over threads where A is large: each is formed as it is by one call.
-template <class T>
-void spread_product(AddProduct<T> *add, bool transposed, tnk_int rows, tnk_int columns, const T *a,
-                    tnk_int lda, const T *x, T *y, T alpha) {
-  const double worth_while = threads_for_bytes(static_cast<double>(rows * columns) * sizeof(T));
-  const Cut cut = cut_tiles(transposed, transposed ? columns : rows, 64 / static_cast<tnk_int>(sizeof(T)),
-                            worth_while, worth_while < 2 ? 1 : usable_threads());
-  if (cut.slices <= 1) return add(&rows, &columns, a, &lda, x, y, &alpha);
-  spread(cut.slices, cut.slices, [&](int i) {
-    const tnk_int first = cut.begin(i), size = cut.begin(i + 1) - first;
-    add(transposed ? &rows : &size, transposed ? &size : &columns, a + first * (transposed ? lda : 1), &lda,
-        x, y + first, &alpha);
-  });
-}
-
 // Halves in the order of the groups, with the square between them in between.
-template <class W, class S, class T> void run(const W &task, AddProduct<T> *add, const S &a, T *x) {
+template <class W, class S, class T> void solve(const W &task, AddProduct<T> *add, const S &a, T *x) {
   if constexpr (S::divisible)
     if (is_to_be_halved(a)) {
-      constexpr bool ascending = (S::upper != W::transposed) != W::solve;
+      constexpr bool ascending = S::upper == W::transposed;
       const Halves<S> halves(a);
+      const tnk_int rows = halves.rows(), columns = halves.columns();
+      const T alpha = from_real<T>(-1);
       T *const there = x + halves.top(), *const here = x + halves.left();
-      run(task, add, halves.half(ascending), x + (ascending ? 0 : halves.first));
-      spread_product<T>(add, W::transposed, halves.rows(), halves.columns(), halves.square(), a.lda,
-                        W::transposed ? there : here, W::transposed ? here : there,
-                        from_real<T>(W::solve ? -1 : 1));
-      return run(task, add, halves.half(!ascending), x + (ascending ? halves.first : 0));
+      solve(task, add, halves.half(ascending), x + (ascending ? 0 : halves.first));
+      add(&rows, &columns, halves.square(), &a.lda, W::transposed ? there : here,
+          W::transposed ? here : there, &alpha);
+      return solve(task, add, halves.half(!ascending), x + (ascending ? halves.first : 0));
     }
-  by_groups(task, add, a, x);
+  by_groups(task, add, a, 0, a.n, x);
+}
+
+// In slices, each with a vector of its own: of the elements that its columns are multiplied by and of what they add to.
+template <class W, class S, class T>
+void multiply_slices(const W &task, AddProduct<T> *add, const S &a, const TriangleSlices &slices, T *vectors,
+                     T *x) {
+  spread(slices.count, threads_to_use(bytes_of_triangle(a)), [&](int i) {
+    T *const vector = vectors + i * a.n;
+    const tnk_int top = slices.top(i), bottom = slices.bottom(i), from = slices.begin(i),
+                  past = slices.begin(i + 1);
+    for (tnk_int row = top; row < bottom; ++row)
+      vector[row] = W::transposed || (row >= from && row < past) ? x[row] : T{};
+    by_groups(task, add, a, from, past, vector);
+  });
+  std::fill_n(x, a.n, T{});
+  for (int i = 0; i < slices.count; ++i) {
+    const T *const vector = vectors + i * a.n;
+    const tnk_int top = W::transposed ? slices.begin(i) : slices.top(i),
+                  bottom = W::transposed ? slices.begin(i + 1) : slices.bottom(i);
+    for (tnk_int row = top; row < bottom; ++row) x[row] = x[row] + vector[row];
+  }
 }
 
 // The same for a narrow band, row by row.
@@ -134,21 +142,29 @@ template <class W, bool Conjugated, class B, class T> void by_rows(const W &task
 }
 
 template <bool Solve, bool Transposed, bool Conjugated, class S, class T>
-void start(bool unit, const S &a, AddProduct<T> *add, T *x) {
+void run(const char *routine, bool unit, const S &a, AddProduct<T> *add, T *x) {
   const Task<Solve, Transposed, Conjugated> task = {unit};
   if constexpr (S::banded)
     if (a.k <= narrow) return by_rows<decltype(task), Conjugated>(task, a, x);
-  run(task, add, a, x);
+  if constexpr (Solve) {
+    solve(task, add, a, x);
+  } else {
+    const TriangleSlices slices = {S::upper, a.n, number_of_slices(a)};
+    if (slices.count == 1) return by_groups(task, add, a, 0, a.n, x);
+    Scratch<T> scratch;
+    if (T *const vectors = scratch.take(routine, slices.count * a.n))
+      multiply_slices(task, add, a, slices, vectors, x);
+  }
 }
 
 template <bool Solve, class S, class T>
-void start(const char *trans, bool unit, const S &a, AddProduct<T> *add, T *x) {
+void run(const char *routine, const char *trans, bool unit, const S &a, AddProduct<T> *add, T *x) {
   if (is_plain(*trans))
-    start<Solve, false, false>(unit, a, add, x);
+    run<Solve, false, false>(routine, unit, a, add, x);
   else if (is_complex<T> && is_letter(*trans, 'c'))
-    start<Solve, true, is_complex<T>>(unit, a, add, x);
+    run<Solve, true, is_complex<T>>(routine, unit, a, add, x);
   else
-    start<Solve, true, false>(unit, a, add, x);
+    run<Solve, true, false>(routine, unit, a, add, x);
 }
 
 template <bool Solve, class T, class A>
@@ -169,9 +185,9 @@ void triangular(const char *routine, const char *uplo, const char *trans, const 
   if (!elements) return;
   const bool unit = is_letter(*diag, 'u');
   if (is_letter(*uplo, 'u'))
-    start<Solve>(trans, unit, a.template triangle<true>(*n), add, elements.elements());
+    run<Solve>(routine, trans, unit, a.template triangle<true>(*n), add, elements.elements());
   else
-    start<Solve>(trans, unit, a.template triangle<false>(*n), add, elements.elements());
+    run<Solve>(routine, trans, unit, a.template triangle<false>(*n), add, elements.elements());
   elements.put_back();
 }
 

@@ -375,21 +375,26 @@ TEST(HalfMatrix, TouchesOnlyWhatItMust) {
       EXPECT_EQ(call.fault(), "") << call.text();
       EXPECT_EQ(errors.last().message, "");
     }
-    for (const int request : {1, 2}) {
+    const auto expect_refusal_of_memory = [&](const Setting &setting, int request) {
       ErrorRecorder errors;
-      Setting apart;
-      apart.incx = 2, apart.incy = -3;
-      Call<T> call(routine, apart);
+      Call<T> call(routine, setting);
       allocations.reset(), allocations.refuse = request;
       call.run();
       const bool refused = allocations.refuse == 0;
       allocations.refuse = 0;
-      EXPECT_TRUE(refused || request == 2) << call.text(); // which some never make
-      if (!refused) continue;
+      if (!refused) return false;
       EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << call.text();
       EXPECT_EQ(errors.last().routine, "tnk_blas_" + call.name());
       EXPECT_TRUE(call.untouched()) << call.text();
       EXPECT_EQ(allocations.live, 0);
+      return true;
+    };
+    Setting apart, large;
+    apart.incx = 2, apart.incy = -3, large.n = 812;
+    EXPECT_TRUE(expect_refusal_of_memory(apart, 1));
+    EXPECT_EQ(expect_refusal_of_memory(apart, 2), routine.kind == product);
+    if (std::is_same_v<T, double> && (routine.kind == product || routine.kind == multiply)) { // in slices
+      EXPECT_EQ(expect_refusal_of_memory(large, 1), !Call<T>(routine, {}).banded);
     }
   });
 }
@@ -409,6 +414,39 @@ TEST(HalfMatrix, NoZeroHidesANaN) {
       const T result = (routine.kind == product ? call.y : call.x).get(i);
       EXPECT_TRUE(std::isnan(reference::re(result))) << call.text() << ' ' << i << ' ' << j;
     }
+  });
+}
+
+template <class T> void expect_same_results(const Call<T> &one, const Call<T> &other) {
+  const auto expect_same = [&](T x, T y, tnk_int i, tnk_int j) {
+    EXPECT_TRUE(same_bits(&x, &y)) << one.text() << " and " << other.text() << ' ' << i << ' ' << j;
+  };
+  for (tnk_int j = 0; j < one.n; ++j) {
+    expect_same(one.x.get(j), other.x.get(j), j, -1), expect_same(one.y.get(j), other.y.get(j), j, -2);
+    for (tnk_int i = 0; i < one.n; ++i)
+      if (one.is_stored(i, j)) expect_same(one.a.get(one.index(i, j)), other.a.get(other.index(i, j)), i, j);
+  }
+}
+
+// Increments and leading dimensions show in no bit. An element of an updated matrix is one expression besides, whatever
+// stores it and whichever kernel forms it.
+TEST(HalfMatrix, BitsDependOnTheNumbersAlone) {
+  with_each([](auto zero, const Routine &routine) {
+    using T = decltype(zero);
+    for (const char uplo : {'U', 'L'})
+      for (const char trans : {'N', 'T'}) {
+        Setting setting;
+        setting.uplo = uplo, setting.trans = trans, setting.n = 67, setting.k = 20;
+        Setting apart = setting;
+        apart.gap = 4, apart.incx = 3, apart.incy = -2;
+        Call<T> call(routine, setting), strided(routine, apart);
+        call.run(), strided.run();
+        expect_same_results(call, strided);
+        if (!call.packed || (routine.kind != update && routine.kind != update_by_two)) continue;
+        Call<T> full(*(&routine - 1), setting);
+        full.run();
+        expect_same_results(call, full);
+      }
   });
 }
 
