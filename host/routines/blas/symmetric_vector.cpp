@@ -67,16 +67,20 @@ template <class B, class T> void add_narrow(const B &a, T alpha, const T *x, T *
   for (tnk_int i = tail; i < a.n; ++i) at_an_end(i);
 }
 
+// The longest slice, which has all rows, adds to y itself.
 template <class S, class T>
 void add_slices(AddBoth<T> *both, const S &a, const TriangleSlices &slices, T *sums, T alpha, const T *x,
                 T *y) {
+  const int longest = S::upper ? slices.count - 1 : 0;
+  const auto sum_of = [&](int i) { return sums + (S::upper ? i : i - 1) * a.n; };
   spread(slices.count, threads_to_use(bytes_of_triangle(a)), [&](int i) {
-    T *const sum = sums + i * a.n;
-    std::fill(sum + slices.top(i), sum + slices.bottom(i), T{});
+    T *const sum = i == longest ? y : sum_of(i);
+    if (i != longest) std::fill(sum + slices.top(i), sum + slices.bottom(i), T{});
     add_symmetric(both, a, slices.begin(i), slices.begin(i + 1), alpha, x, sum);
   });
   for (int i = 0; i < slices.count; ++i) {
-    const T *const sum = sums + i * a.n;
+    if (i == longest) continue;
+    const T *const sum = sum_of(i);
     const tnk_int top = slices.top(i), bottom = slices.bottom(i);
     for (tnk_int row = top; row < bottom; ++row) y[row] = y[row] + sum[row];
   }
@@ -88,7 +92,7 @@ void run(const char *routine, AddBoth<T> *both, const S &a, T alpha, const T *x,
   const TriangleSlices slices = {S::upper, a.n, number_of_slices(a)};
   Scratch<T> scratch;
   T *sums = nullptr;
-  if (slices.count > 1 && !(sums = scratch.take(routine, slices.count * a.n))) return;
+  if (slices.count > 1 && !(sums = scratch.take(routine, (slices.count - 1) * a.n))) return;
   scale<T>(a.n, beta, y, 1);
   if constexpr (S::banded)
     if (a.k <= narrow) return add_narrow(a, alpha, x, y);
