@@ -81,7 +81,8 @@ template <class T>
 
 template <class T> real_of<T> nrm2(tnk_int n, const T *x, tnk_int inc) {
   using limits = std::numeric_limits<real_of<T>>;
-  if (n < 1 || inc < 1) return 0;
+  if (n < 1) return 0;
+  inc = std::abs(inc); // the published norm, unlike sums, takes vectors from their far end
   const double sum = sum_of_squares(n, x, inc);
   // What squares lose below the smallest normal number, 2 n of them, stays a rounding error of such a sum.
   const double least = static_cast<double>(n) * (2 * static_cast<double>(limits::min()) / limits::epsilon());

@@ -26,7 +26,7 @@ void general(const char *name, Run *kernel, Run *run, int layout, int trans, tnk
              const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta, T *y,
              tnk_int incy) {
   Order order(name, layout);
-  const char t = order.trans(2, trans);
+  const char t = order.trans(2, trans, "TransA");
   if (!order) return;
   if (!order.by_rows())
     return gemv(order.call(), kernel, run, t, m, n, alpha, a, lda, x, incx, beta, y, incy);
@@ -44,7 +44,7 @@ void banded(const char *name, Run *run, Scale *scale, int layout, int trans, tnk
             tnk_int ku, const T *alpha, const T *a, tnk_int lda, const T *x, tnk_int incx, const T *beta,
             T *y, tnk_int incy) {
   Order order(name, layout);
-  const char t = order.trans(2, trans);
+  const char t = order.trans(2, trans, "TransA");
   if (!order) return;
   if (!order.by_rows())
     return gbmv(order.call(), run, scale, t, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy);
@@ -109,7 +109,7 @@ template <class T, class Bad, class Apply>
 void by_triangle(const char *name, int layout, int uplo, int trans, int diag, tnk_int n, T *x, tnk_int incx,
                  const Bad &bad, const Apply &apply) {
   Order order(name, layout);
-  const char u = order.uplo(2, uplo), t = order.trans(3, trans), d = order.diag(4, diag);
+  const char u = order.uplo(2, uplo), t = order.trans(3, trans, "TransA"), d = order.diag(4, diag);
   if (!order) return;
   if (!order.by_rows()) return apply(order.call(), u, t, d);
   if constexpr (is_complex<T>)

@@ -1,5 +1,5 @@
 // The C face: vectors. There is nothing to check, so it is the Fortran face with integers by value.
-#include "dropin/face.h"
+#include "dropin/largest.h"
 #include "dropin/norm.h"
 #include "dropin/rotation.h"
 
@@ -18,15 +18,15 @@ TNK_BEGIN_DECLS
     behind().x##t##swap(wide(n), x, wide(incx), y, wide(incy));                                              \
   }                                                                                                          \
   void cblas_##t##scal(Int n, S alpha, T *x, Int incx) {                                                     \
-    if (incx > 0) behind().t##scal(wide(n), at(alpha), x, wide(incx));                                       \
+    if (incx > 0 && !is_one(*at(alpha))) behind().t##scal(wide(n), at(alpha), x, wide(incx));                \
   }
 TNK_C_TYPES(TNK_FACE)
 #undef TNK_FACE
 void cblas_csscal(Int n, float alpha, tnk_complex8 *x, Int incx) {
-  if (incx > 0) behind().csscal(wide(n), &alpha, x, wide(incx));
+  if (incx > 0 && !is_one(alpha)) behind().csscal(wide(n), &alpha, x, wide(incx));
 }
 void cblas_zdscal(Int n, double alpha, tnk_complex16 *x, Int incx) {
-  if (incx > 0) behind().zdscal(wide(n), &alpha, x, wide(incx));
+  if (incx > 0 && !is_one(alpha)) behind().zdscal(wide(n), &alpha, x, wide(incx));
 }
 
 // asum, nrm2 and position of the largest by type; positions count from 0 here, and there is no sign for none.
@@ -38,7 +38,7 @@ void cblas_zdscal(Int n, double alpha, tnk_complex16 *x, Int incx) {
     return nrm2(tnk_int{n}, x, tnk_int{incx});                                                               \
   }                                                                                                          \
   std::size_t cblas_##amax(Int n, const T *x, Int incx) {                                                    \
-    const tnk_int position = behind().amax(wide(n), x, wide(incx));                                          \
+    const tnk_int position = largest<T>(behind().asum, behind().amax, n, x, incx);                           \
     return position > 0 ? static_cast<std::size_t>(position - 1) : 0;                                        \
   }
 TNK_FACE(sasum, snrm2, isamax, float, float)

@@ -1,5 +1,5 @@
 // The Fortran face: vectors, and the subroutine forms of the functions, which give their result by address.
-#include "dropin/face.h"
+#include "dropin/largest.h"
 #include "dropin/norm.h"
 #include "dropin/rotation.h"
 
@@ -20,10 +20,11 @@ TNK_BEGIN_DECLS
 TNK_TYPES(TNK_FACE)
 #undef TNK_FACE
 
-// Scaling passes over an increment below 1, as sums and positions do; the kernels would take its absolute value.
+// Scaling passes over an increment below 1, as sums and positions do; the kernels would take its absolute value. By one it
+// leaves everything as it is: a complex product would spread a NaN from one part to the other.
 #define TNK_SCALE(name, S, T)                                                                                \
   void name##_(const Int *n, const S *alpha, T *x, const Int *incx) {                                        \
-    if (*incx > 0) behind().name(wide(*n), alpha, x, wide(*incx));                                           \
+    if (*incx > 0 && !is_one(*alpha)) behind().name(wide(*n), alpha, x, wide(*incx));                        \
   }
 TNK_SCALE(sscal, float, float)
 TNK_SCALE(dscal, double, double)
@@ -46,17 +47,17 @@ TNK_SUM(scasum, float, tnk_complex8)
 TNK_SUM(dzasum, double, tnk_complex16)
 #undef TNK_SUM
 
-#define TNK_POSITION(name, T)                                                                                \
+#define TNK_POSITION(name, sum, T)                                                                           \
   Int name##_(const Int *n, const T *x, const Int *incx) {                                                   \
-    return static_cast<Int>(behind().name(wide(*n), x, wide(*incx)));                                        \
+    return static_cast<Int>(largest<T>(behind().sum, behind().name, *n, x, *incx));                          \
   }                                                                                                          \
   void name##sub_(const Int *n, const T *x, const Int *incx, Int *result) {                                  \
     *result = name##_(n, x, incx);                                                                           \
   }
-TNK_POSITION(isamax, float)
-TNK_POSITION(idamax, double)
-TNK_POSITION(icamax, tnk_complex8)
-TNK_POSITION(izamax, tnk_complex16)
+TNK_POSITION(isamax, sasum, float)
+TNK_POSITION(idamax, dasum, double)
+TNK_POSITION(icamax, scasum, tnk_complex8)
+TNK_POSITION(izamax, dzasum, tnk_complex16)
 #undef TNK_POSITION
 
 #define TNK_NORM(name, R, T)                                                                                 \

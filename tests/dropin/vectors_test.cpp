@@ -96,7 +96,11 @@ TYPED_TEST(Vectors, NormsOfWhatIsNoNumber) {
   x[20] = this->number(1, this->nan);
   if (!this->complex) x[20] = this->number(this->nan, 0);
   EXPECT_TRUE(std::isnan(Routines<T>::norm(&n, x.data(), &one)));
-  for (const Int increment : {0, -1}) EXPECT_EQ(Routines<T>::norm(&n, x.data(), &increment), 0);
+  // From the far end, and one element all the time.
+  const Int three = 3, minus_two = -2, still = 0;
+  const T side = this->number(2, 0), few[] = {side, x[20], this->number(-1, 0), x[20], side};
+  EXPECT_EQ(Routines<T>::norm(&three, few, &minus_two), 3);
+  EXPECT_EQ(Routines<T>::norm(&three, few + 2, &still), std::sqrt(typename TestFixture::R(3)));
   const Int none = 0;
   EXPECT_EQ(Routines<T>::norm(&none, nullptr, &one), 0);
 }
@@ -177,6 +181,9 @@ TYPED_TEST(Vectors, ScalingMultipliesAndPassesOverBackwardVectors) {
     Routines<T>::scale(&n, &zero, x.data(), &increment);
     EXPECT_EQ(this->re(x[0]), this->infinity);
   }
+  const T unit = this->number(1, 0);
+  Routines<T>::scale(&n, &unit, x.data(), &one); // times an infinity, 0 would spread to the other part
+  for (const T &element : x) EXPECT_EQ(this->im(element), this->complex ? 1 : 0);
   Routines<T>::scale(&n, &zero, x.data(), &one);
   for (const T &element : x) EXPECT_TRUE(std::isnan(this->re(element)));
 }
@@ -198,6 +205,13 @@ TEST(Functions, ResultsInRegistersAndByAddress) {
   EXPECT_EQ(position, 2);
   EXPECT_EQ(idamax_(&four, values, &minus_one), 0);
   EXPECT_EQ(cblas_idamax(4, values, 1), 1u);
+  const double nan = std::numeric_limits<double>::quiet_NaN(), holes[] = {1, 7, nan, 3, 7, nan};
+  const Int six = 6, two = 2;
+  EXPECT_EQ(idamax_(&six, holes, &one), 2);
+  EXPECT_EQ(cblas_idamax(4, holes + 2, 1), 0u);
+  const complex8 pairs[] = {{0, 9}, {5, 5}, {2, std::numeric_limits<float>::quiet_NaN()}, {5, 5}, {3, 0}};
+  const Int three = 3;
+  EXPECT_EQ(icamax_(&three, pairs, &two), 1);
   EXPECT_EQ(cblas_idamax(none, values, 1), 0u);
   EXPECT_EQ(dasum_(&four, values, &minus_one), 0);
   EXPECT_EQ(scasum_(&n, x, &one), 7);
