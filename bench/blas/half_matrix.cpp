@@ -64,9 +64,12 @@ template <class T> struct Data {
       : name(routine.real), form(of), n(order), lda(form.k ? form.k + 1 : n), packed(name[1] == 'p'),
         in_place(name[0] == 't'), updates(name[2] == 'r'), size(packed ? n * (n + 1) / 2 : lda * n),
         a(reinterpret_cast<T *>(a_store.at_least(static_cast<std::size_t>(size) * sizeof(T)))),
-        x(reinterpret_cast<T *>(vector_store.at_least(3 * static_cast<std::size_t>(n) * sizeof(T)))),
-        y(x + 2 * n) {}
+        x(reinterpret_cast<T *>(vector_store.at_least(2 * vector_room()))),
+        y(x + (vector_room() + 2112) / sizeof(T)) {}
 
+  // A vector in whole pages and one more: y begins in the middle of a page, so that a store to it is not taken for a load
+  // of x some elements further.
+  std::size_t vector_room() const { return (static_cast<std::size_t>(n) * sizeof(T) / 4096 + 2) * 4096; }
   double stored() const {
     const auto order = static_cast<double>(n), band = static_cast<double>(form.k);
     return form.k ? order * (band + 1) - band * (band + 1) / 2 : order * (order + 1) / 2;
