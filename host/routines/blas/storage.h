@@ -28,8 +28,8 @@ template <bool Upper, class T> struct Full {
   Full part(tnk_int from, tnk_int size) const { return {a + from * (lda + 1), size, lda}; }
 };
 
-// Halves of a triangle and the square between them: large blocks for the kernels, which then ask for memory ahead, take as
-// many columns at once as they can, and may be cut over threads.
+// Halves of a triangle and the square between them: large blocks for the kernels, which then ask for memory ahead and take
+// as many columns at once as they can.
 //
 //     1         upper: the square stands right of 1, above 2
 //     square 2
