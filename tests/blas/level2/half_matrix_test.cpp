@@ -417,6 +417,25 @@ TEST(HalfMatrix, NoZeroHidesANaN) {
   });
 }
 
+// A column of an update with zeros for its factors stays, although an infinity stands in one of its rows.
+TEST(HalfMatrix, ColumnsWithoutFactorsStay) {
+  with_each([](auto zero, const Routine &routine) {
+    using T = decltype(zero);
+    if (routine.kind != update && routine.kind != update_by_two) return;
+    Setting setting;
+    setting.n = 9;
+    Call<T> call(routine, setting);
+    for (tnk_int i = 0; i < call.n; ++i)
+      call.y.put(i, T{}), call.x.put(i, i == 1 ? scalar<T>(INFINITY) : T{});
+    call.run();
+    for (tnk_int j = 0; j < call.n; ++j)
+      for (tnk_int i = 0; i <= j && j != 1; ++i) {
+        const T got = call.a.get(call.index(i, j)), was = call.element(i, j);
+        EXPECT_TRUE(reference::same(got, was)) << call.text() << ' ' << i << ' ' << j;
+      }
+  });
+}
+
 template <class T> void expect_same_results(const Call<T> &one, const Call<T> &other) {
   const auto expect_same = [&](T x, T y, tnk_int i, tnk_int j) {
     EXPECT_TRUE(same_bits(&x, &y)) << one.text() << " and " << other.text() << ' ' << i << ' ' << j;
