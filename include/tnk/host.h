@@ -77,8 +77,9 @@ void *tnk_kernel_require(const char *name);
 
 /* ---- Threads ------------------------------------------------------------------------------------------------ */
 
-/* Public routines that have much to do (products of matrices, solves and multiplies with triangles, matrix times vector,
-   products with sparse matrices) are spread over several threads: the calling one and others of the host's own, which are
+/* Public routines that have much to do (products of matrices, solves and multiplies with triangles, matrix times vector and
+   updates of matrices by vectors, products and solves with sparse matrices, copies and sums of matrices, transforms in
+   several dimensions or of many rows, convolutions) are spread over several threads: the calling one and others of the host's own, which are
    made when first needed and sleep in between. How many, the first line that applies:
 
      called inside an active OpenMP parallel region        1
@@ -89,8 +90,8 @@ void *tnk_kernel_require(const char *name);
 
    These are upper bounds: small jobs run on the calling thread, 256 threads are the most, and of what is more than
    the system grants or has at hand in time the routine does without. The result has the same bits for every number of
-   threads, but for the sparse products that tnk/sparse.h names; there it is this number that counts, whatever becomes of
-   the threads. All threads compute under the caller's floating-point control (rounding, flushing to zero), and the
+   threads, but for the sparse products that tnk/sparse.h names and some backward transforms of real numbers that
+   docs/numerics.md names; there it is this number that counts, whatever becomes of the threads. All threads compute under the caller's floating-point control (rounding, flushing to zero), and the
    exceptions that they raise are raised in the caller.
 
    Several threads may call at once: the first has the others' help, the rest work alone meanwhile. A child of fork
