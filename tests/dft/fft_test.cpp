@@ -1,13 +1,11 @@
 // The objects of tnk/fft.hpp.
 #include <array>
 #include <complex>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <stdexcept>
 #include <string>
 #include <tnk/fft.hpp>
-#include <tnk/host.h>
 #include <utility>
 #include <vector>
 
@@ -74,28 +72,6 @@ TEST(Fft, TransformsBatchesOfPlanesAndBack) {
   expect_planes<float>();
   expect_planes<double>();
   EXPECT_EQ(tnk::test::allocations.live, 0);
-}
-
-// Large enough to be cut: as a batch, and by rows and columns.
-TEST(Fft, GivesTheSameBitsOnAnyNumberOfThreads) {
-  for (const tnk::FftSetup &setup :
-       {tnk::FftSetup{{150, 220}}, tnk::FftSetup{{29, 40, 31}}, tnk::FftSetup{{700}, 250}}) {
-    tnk::test::Random random(5);
-    Numbers<float> first, x;
-    for (int threads = 1; threads <= 5; ++threads) {
-      tnk_set_num_threads(threads);
-      const tnk::Fft<float> fft(setup);
-      if (first.empty()) {
-        x.resize(static_cast<std::size_t>(fft.size()));
-        for (auto &value : x) value = {random.real<float>(), random.real<float>()};
-      }
-      Numbers<float> y = x;
-      fft.forward(y);
-      if (threads == 1) first = y;
-      EXPECT_EQ(std::memcmp(y.data(), first.data(), y.size() * sizeof y[0]), 0) << threads;
-    }
-  }
-  tnk_set_num_threads(0);
 }
 
 TEST(Fft, ThrowsWhatAStatusMeans) {

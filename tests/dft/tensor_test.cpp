@@ -27,40 +27,23 @@ struct Tensor : Iotensor {
 };
 
 TEST(Iotensor, SortsRemovesAndMerges) {
-  struct Row {
-    Dims dims, sorted, removed, merged; // each from the one before
-  };
-  const Row rows[] = {
-      {{{4, 1, 1}}, {{4, 1, 1}}, {{4, 1, 1}}, {{4, 1, 1}}},
-      {{{1, 3, 5}}, {{1, 3, 5}}, {{1, 3, 5}}, {{1, 3, 5}}},
-      {{{1, 9, 9}, {1, 2, 7}}, {{1, 2, 7}, {1, 9, 9}}, {{1, 9, 9}}, {{1, 9, 9}}},
-      {{{5, 12, 12}, {4, 3, 3}, {1, 0, 0}, {3, 1, 1}},
-       {{1, 0, 0}, {3, 1, 1}, {4, 3, 3}, {5, 12, 12}},
-       {{3, 1, 1}, {4, 3, 3}, {5, 12, 12}},
-       {{60, 1, 1}}},
-      {{{3, 1, 1}, {4, 3, 3}, {5, 50, 50}},
-       {{3, 1, 1}, {4, 3, 3}, {5, 50, 50}},
-       {{3, 1, 1}, {4, 3, 3}, {5, 50, 50}},
-       {{12, 1, 1}, {5, 50, 50}}},
+  const std::pair<Dims, Dims> rows[] = {
+      {{{4, 1, 1}}, {{4, 1, 1}}},
+      {{{1, 3, 5}}, {{1, 3, 5}}},
+      {{{1, 9, 9}, {1, 2, 7}}, {{1, 9, 9}}},
+      {{{5, 12, 12}, {4, 3, 3}, {1, 0, 0}, {3, 1, 1}}, {{60, 1, 1}}},
+      {{{3, 1, 1}, {5, 50, 50}, {4, 3, 3}}, {{12, 1, 1}, {5, 50, 50}}},
       // Only the upper two, or only on one side.
-      {{{3, 1, 1}, {4, 5, 5}, {5, 20, 20}},
-       {{3, 1, 1}, {4, 5, 5}, {5, 20, 20}},
-       {{3, 1, 1}, {4, 5, 5}, {5, 20, 20}},
-       {{3, 1, 1}, {20, 5, 5}}},
-      {{{3, 1, 2}, {4, 3, 5}, {2, 12, 20}},
-       {{3, 1, 2}, {4, 3, 5}, {2, 12, 20}},
-       {{3, 1, 2}, {4, 3, 5}, {2, 12, 20}},
-       {{3, 1, 2}, {8, 3, 5}}},
+      {{{3, 1, 1}, {4, 5, 5}, {5, 20, 20}}, {{3, 1, 1}, {20, 5, 5}}},
+      {{{3, 1, 2}, {4, 3, 5}, {2, 12, 20}}, {{3, 1, 2}, {8, 3, 5}}},
   };
   allocations.reset();
-  for (const Row &row : rows) {
-    Tensor tensor(row.dims);
+  for (const auto &[dims, merged] : rows) {
+    Tensor tensor(dims);
     tnk_dft_Iotensor_sort(&tensor);
-    EXPECT_EQ(tensor.list(), row.sorted);
     tnk_dft_Iotensor_remove1(&tensor);
-    EXPECT_EQ(tensor.list(), row.removed);
     tnk_dft_Iotensor_compress(&tensor);
-    EXPECT_EQ(tensor.list(), row.merged);
+    EXPECT_EQ(tensor.list(), merged);
   }
   EXPECT_EQ(allocations.live, 0);
 }

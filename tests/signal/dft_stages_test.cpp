@@ -1,6 +1,6 @@
 // The stages by their names, each against what it stands for. The transforms test them together; these calls show that
 // each one does its own part.
-#include "tests/signal/dft_forms.h"
+#include "tests/signal/forms.h"
 
 #include <algorithm>
 #include <dlfcn.h>

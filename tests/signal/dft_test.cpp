@@ -1,15 +1,45 @@
 // Transforms of any length against their definition: every length up to 300 in every kind, flag and place, and larger ones
 // of each method.
-#include "tests/signal/dft_forms.h"
+#include "tests/signal/forms.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <map>
-#include <thread>
-#include <tnk/services.h>
 
 namespace tnk::test {
 namespace {
+
+using DftForm = Form<tnk_signal_dft>;
+const DftForm forms[] = {{TNK_FORM(pairs, false, DFT, C_64fc, CToC, CToC, 64fc)},
+                         {TNK_FORM(pairs, true, DFT, C_32fc, CToC, CToC, 32fc)},
+                         {TNK_FORM(parts, false, DFT, C_64f, CToC, CToC, 64f)},
+                         {TNK_FORM(parts, true, DFT, C_32f, CToC, CToC, 32f)},
+                         {TNK_FORM(any_order, false, DFTOutOrd, C_64fc, CToC, CToC, 64fc)},
+                         {TNK_FORM(any_order, true, DFTOutOrd, C_32fc, CToC, CToC, 32fc)},
+                         {TNK_FORM(ccs, false, DFT, R_64f, RToCCS, CCSToR, 64f)},
+                         {TNK_FORM(ccs, true, DFT, R_32f, RToCCS, CCSToR, 32f)},
+                         {TNK_FORM(pack, false, DFT, R_64f, RToPack, PackToR, 64f)},
+                         {TNK_FORM(pack, true, DFT, R_32f, RToPack, PackToR, 32f)},
+                         {TNK_FORM(perm, false, DFT, R_64f, RToPerm, PermToR, 64f)},
+                         {TNK_FORM(perm, true, DFT, R_32f, RToPerm, PermToR, 32f)}};
+
+// A record, and a work buffer of exactly the promised size at an odd address.
+struct Record {
+  Record(const DftForm &form_, std::size_t n, int flag) : form(form_) {
+    int32_t size = -1;
+    EXPECT_EQ(form.init_alloc(&spec, static_cast<int32_t>(n), flag, 0), 0) << form.name << " " << n;
+    if (!spec) return;
+    EXPECT_EQ(form.buffer_size(spec, &size), 0);
+    work.reset(new Guarded<uint8_t>(static_cast<std::size_t>(size), 7));
+  }
+  ~Record() {
+    if (!spec) return;
+    EXPECT_TRUE(work->intact()) << form.name;
+    EXPECT_EQ(form.free(spec), 0);
+  }
+  uint8_t *buffer() const { return work->size() == 0 ? nullptr : work->data(); }
+  const DftForm &form;
+  tnk_signal_dft *spec = nullptr;
+  std::unique_ptr<Guarded<uint8_t>> work;
+};
 
 std::size_t largest_prime_factor(std::size_t n) {
   for (std::size_t d = 2; d * d <= n; ++d)
@@ -25,15 +55,6 @@ long double bound(bool single, std::size_t n) {
   const bool is_convolved = n > 90 && largest_prime_factor(n) > 90;
   return (single ? FLT_EPSILON : DBL_EPSILON) *
          (is_convolved ? 0.85L * std::sqrt(log2) : 0.35L + 0.5L * std::sqrt(log2));
-}
-
-// The error at the given places relative to the size of what is right there.
-long double error_of(const Numbers &got, const Numbers &right, const std::vector<std::size_t> &places,
-                     long double factor) {
-  long double error = 0, size = 0;
-  for (std::size_t i = 0; i < places.size(); ++i)
-    error += std::norm(got[places[i]] - factor * right[i]), size += std::norm(factor * right[i]);
-  return size > 0 ? std::sqrt(error / size) : error;
 }
 
 // Numbers and their transform, all of it or, where that takes too long, at a few places.
@@ -79,44 +100,23 @@ Numbers in_passes(const Numbers &x, const std::vector<std::size_t> &factors) {
   return y;
 }
 
-template <class R>
-void expect_transform(const Record &record, int flag, bool inverse, bool in_place, std::size_t shift,
-                      bool own_work, const Case &data, const std::vector<std::size_t> &factors = {}) {
-  const Form &form = record.form;
-  const std::size_t n = data.x.size(), from = values(form, n, inverse), to = values(form, n, !inverse);
-  SCOPED_TRACE(testing::Message() << form.name << " of " << n << ", flag " << flag
-                                  << (inverse ? ", inverse" : "") << (in_place ? ", in place" : "")
-                                  << ", shift " << shift);
-  Guarded<R> source(in_place ? std::max(from, to) : from, shift),
-      other(to, shift == page_end ? shift : 3 * shift % 64);
-  const Numbers given = inverse ? in_passes(data.x, factors) : data.x;
-  put_numbers(source, form, given, inverse);
-  Guarded<R> &destination = in_place ? source : other;
-  ASSERT_EQ(call(form, inverse, source.data(), destination.data(), n, record.spec,
-                 own_work ? nullptr : record.buffer()),
-            0);
-  Numbers got = numbers_of(destination, form, n, !inverse);
-  if (!inverse) got = in_order(got, factors);
-  const long double error = error_of(got, data.right, data.places, factor_of(flag, inverse, n));
-  ASSERT_TRUE(error <= bound(form.single, n)) << error / bound(form.single, n);
-  ASSERT_TRUE(source.intact() && other.intact());
-  if (!in_place) {
-    const Numbers kept = numbers_of(source, form, n, inverse);
-    ASSERT_TRUE(std::equal(given.begin(), given.end(), kept.begin()));
-  }
-}
-void expect_in_precision(const Record &record, int flag, bool inverse, bool in_place, std::size_t shift,
-                         bool own_work, const Case &data, const std::vector<std::size_t> &factors = {}) {
-  (record.form.single ? expect_transform<float> : expect_transform<double>)(record, flag, inverse, in_place,
-                                                                            shift, own_work, data, factors);
+// `factors`: those of the passes whose order the spectrum has, if it is not in order.
+void expect_case(const Record &record, const Way &way, const Case &data,
+                 const std::vector<std::size_t> &factors = {}) {
+  const std::size_t n = data.x.size();
+  expect_transform(record, way, way.inverse ? in_passes(data.x, factors) : data.x,
+                   bound(record.form.single, n), [&](const Numbers &got) {
+                     return error_of(way.inverse ? got : in_order(got, factors), data.right,
+                                     factor_of(way.flag, way.inverse, n), data.places);
+                   });
 }
 
-class AnyLength : public testing::TestWithParam<Form> {};
+class AnyLength : public testing::TestWithParam<DftForm> {};
 INSTANTIATE_TEST_SUITE_P(Signal, AnyLength, testing::ValuesIn(forms),
                          [](const auto &form) { return std::string(form.param.name); });
 
 TEST_P(AnyLength, EveryShortOneInEveryWay) {
-  const Form &form = GetParam();
+  const DftForm &form = GetParam();
   std::size_t turn = 0;
   for (std::size_t n = 1; n <= 300; ++n)
     for (const int flag : {8, 1 << n % 3}) {
@@ -126,8 +126,8 @@ TEST_P(AnyLength, EveryShortOneInEveryWay) {
         for (const bool in_place : {false, true}) {
           const std::size_t shifts[] = {0, form.value_size(), page_end, 16 + form.value_size(), page_end};
           ++turn;
-          expect_in_precision(record, flag, inverse, in_place, shifts[turn % 5], turn % 7 == 0,
-                              known_case(n, form.real(), inverse));
+          expect_case(record, {flag, inverse, in_place, shifts[turn % 5], turn % 7 == 0},
+                      known_case(n, form.real(), inverse));
           if (HasFatalFailure()) return;
         }
     }
@@ -159,7 +159,7 @@ const Long long_ones[] = {{501, {}},
                           {131072, {}}};
 
 TEST_P(AnyLength, LongOnes) {
-  const Form &form = GetParam();
+  const DftForm &form = GetParam();
   for (const Long &one : long_ones) {
     const int flag = 1 << one.n % 4;
     const Record record(form, one.n, flag);
@@ -167,9 +167,8 @@ TEST_P(AnyLength, LongOnes) {
     for (const bool inverse : {false, true})
       for (const bool in_place : {false, true}) {
         const bool is_in_passes = form.layout == any_order && one.n > 5000;
-        expect_in_precision(record, flag, inverse, in_place, form.value_size(), false,
-                            known_case(one.n, form.real(), inverse),
-                            is_in_passes ? one.factors : Long{}.factors);
+        expect_case(record, {flag, inverse, in_place, form.value_size(), false},
+                    known_case(one.n, form.real(), inverse), is_in_passes ? one.factors : Long{}.factors);
         if (HasFatalFailure()) return;
       }
   }
@@ -177,15 +176,8 @@ TEST_P(AnyLength, LongOnes) {
 
 // ---- Statuses and memory ----------------------------------------------------------------------------------------------
 
-int status_of(const Form &form, bool inverse, void *from, void *to, std::size_t n,
-              const tnk_signal_dft *spec) {
-  return form.single
-             ? call(form, inverse, static_cast<float *>(from), static_cast<float *>(to), n, spec, nullptr)
-             : call(form, inverse, static_cast<double *>(from), static_cast<double *>(to), n, spec, nullptr);
-}
-
 TEST_P(AnyLength, StatusesInTheirOrder) {
-  const Form &form = GetParam();
+  const DftForm &form = GetParam();
   tnk_signal_dft *spec = nullptr;
   int32_t size = 0;
   EXPECT_EQ(form.init_alloc(nullptr, 0, 3, 0), TNK_SIGNAL_NULL);
@@ -207,7 +199,7 @@ TEST_P(AnyLength, StatusesInTheirOrder) {
       EXPECT_EQ(status_of(form, inverse, nullptr, x, 100, spec), TNK_SIGNAL_NULL);
       EXPECT_EQ(status_of(form, inverse, x, nullptr, 100, spec), TNK_SIGNAL_NULL);
     }
-    for (const Form &other : forms)
+    for (const DftForm &other : forms)
       if (other.init_alloc != form.init_alloc) {
         EXPECT_EQ(status_of(other, inverse, nullptr, nullptr, 100, spec), TNK_SIGNAL_BAD_TAG);
         EXPECT_EQ(other.free(spec), TNK_SIGNAL_BAD_TAG);
@@ -234,69 +226,16 @@ TEST(AnyLengthUses, BuffersOfEachMethod) {
         << n;
 }
 
-int refuse = 0, live = 0;
-void *counted_malloc(std::size_t size) {
-  if (refuse > 0 && --refuse == 0) return nullptr;
-  ++live;
-  return std::malloc(size);
-}
-void counted_free(void *block) {
-  if (block) --live;
-  std::free(block);
-}
-
-// In each method: whatever was made is released, and a transform without its buffer leaves the data alone.
+// In each method.
 TEST_P(AnyLength, EveryAllocationRefused) {
-  const Form &form = GetParam();
-  const auto malloc_before = i_malloc;
-  const auto free_before = i_free;
-  i_malloc = counted_malloc, i_free = counted_free;
-  for (const std::size_t n : {10u, 31u, 62u, 256u, 34u, 1000u, 1009u, 10007u * 2}) {
-    tnk_signal_dft *spec = nullptr;
-    for (int at = 1;; ++at) {
-      refuse = at;
-      const int status = form.init_alloc(&spec, static_cast<int32_t>(n), 8, 0);
-      if (status == 0) break;
-      ASSERT_TRUE(status == TNK_SIGNAL_NO_MEMORY && !spec && live == 0) << n << " at " << at;
-    }
-    std::vector<double> x(2 * n + 2, 1);
-    int32_t size = 0;
-    refuse = 1;
-    EXPECT_EQ(form.buffer_size(spec, &size), 0);
-    for (const bool inverse : {false, true}) {
-      refuse = 1;
-      EXPECT_EQ(status_of(form, inverse, x.data(), x.data(), n, spec), size > 0 ? TNK_SIGNAL_NO_MEMORY : 0);
-    }
-    EXPECT_TRUE(size == 0 || std::all_of(x.begin(), x.end(), [](double v) { return v == 1; }));
-    refuse = 0;
-    EXPECT_EQ(form.free(spec), 0);
-    EXPECT_EQ(live, 0);
-  }
-  i_malloc = malloc_before, i_free = free_before;
+  for (const int n : {10, 31, 62, 256, 34, 1000, 1009, 10007 * 2})
+    expect_no_harm_by_refusals(GetParam(), n, static_cast<std::size_t>(n));
 }
 
 // ---- Uses ---------------------------------------------------------------------------------------------------------
 
 TEST(AnyLengthUses, OneRecordInManyThreads) {
-  for (const std::size_t n : {1000u, 1009u}) {
-    const Record record(forms[0], n, 8);
-    std::vector<tnk_complex16> x(n, {1, 2}), right(n);
-    for (std::size_t i = 0; i < n; ++i) x[i].re = static_cast<double>(i * i % 17);
-    ASSERT_EQ(e9_vpksDFTFwd_CToC_64fc(x.data(), right.data(), record.spec, nullptr), 0);
-    std::vector<std::thread> threads;
-    std::vector<int> same(4);
-    for (int &ok : same)
-      threads.emplace_back([&] {
-        std::vector<tnk_complex16> y(n);
-        ok = 1;
-        for (int i = 0; i < 20; ++i) {
-          e9_vpksDFTFwd_CToC_64fc(x.data(), y.data(), record.spec, nullptr);
-          ok &= std::memcmp(y.data(), right.data(), n * sizeof y[0]) == 0;
-        }
-      });
-    for (auto &thread : threads) thread.join();
-    EXPECT_EQ(std::count(same.begin(), same.end(), 1), 4);
-  }
+  for (const std::size_t n : {1000u, 1009u}) expect_shared(Record(forms[0], n, 8), n, 20);
 }
 
 TEST(AnyLengthUses, SameBitsInPlaceAndElsewhere) {
