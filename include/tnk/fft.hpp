@@ -76,7 +76,7 @@ inline tnk_int product(const std::vector<tnk_int> &lengths) {
 // A descriptor.
 class Plan {
 public:
-  Plan(DftiConfigValue precision, DftiConfigValue domain, const FftSetup &setup) {
+  Plan(DftiConfigValue precision, DftiConfigValue domain, const FftSetup &setup) : Plan() {
     const auto rank = static_cast<tnk_int>(setup.lengths.size());
     check(rank == 1 ? DftiCreateDescriptor(&handle_, precision, domain, rank, setup.lengths[0])
                     : DftiCreateDescriptor(&handle_, precision, domain, rank, setup.lengths.data()));
@@ -116,6 +116,7 @@ public:
   }
 
 private:
+  Plan() = default; // a plan from here on, so what throws while it is set up destroys it
   DftiHandle handle_ = nullptr;
 };
 

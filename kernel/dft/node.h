@@ -30,6 +30,12 @@ const DftiStrategy *const *strategies(int32_t precision, int32_t domain, bool se
 void static_uncommit(DftiNode *node);
 void static_destroy(DftiNode *node);
 
+// Whether its complex numbers stand in two arrays. Real transforms have a complex storage too, which means nothing, and
+// complex columns, which are always interleaved.
+inline bool is_split(const DftiNode *node) {
+  return node->forward_domain == DftiComplex && node->complex_storage == DftiRealReal;
+}
+
 // The boundary of workspaces and rows: on processors of this class rows a page apart are moved without treading on one
 // another's cache lines.
 inline int32_t granule() {

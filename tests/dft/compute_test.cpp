@@ -245,7 +245,7 @@ TEST(Compute, TheFirstFailure) {
   tnk_set_num_threads(0);
   // Several dimensions of numbers in two arrays are for the strategies.
   DftiNode split{};
-  split.complex_storage = DftiRealReal, split.committed_rank = 2;
+  split.forward_domain = DftiComplex, split.complex_storage = DftiRealReal, split.committed_rank = 2;
   EXPECT_EQ(tnk_dft_xzforward(&split, data.data(), 1, nullptr), DftiUnimplemented);
   EXPECT_EQ(tnk_dft_xzforward_out(&split, data.data(), data.data(), 1, nullptr), DftiUnimplemented);
 }

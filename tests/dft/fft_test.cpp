@@ -85,6 +85,10 @@ TEST(Fft, ThrowsWhatAStatusMeans) {
       EXPECT_EQ(error.status(), DftiInvalidConfiguration);
       EXPECT_STREQ(error.what(), DftiErrorMessage(DftiInvalidConfiguration));
     }
+  tnk::FftSetup crowded{{8, 8}};
+  crowded.users = tnk_int{1} << 31; // refused by a descriptor that is there
+  EXPECT_THROW(tnk::Fft<float>{crowded}, tnk::FftError);
+  EXPECT_EQ(tnk::test::allocations.live, 0);
   tnk::test::allocations.refuse = 6; // the first one of the commit
   EXPECT_THROW(tnk::Fft<float>({{8, 8}}), tnk::FftError);
   EXPECT_EQ(tnk::test::allocations.live, 0);

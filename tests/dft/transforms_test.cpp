@@ -83,6 +83,7 @@ void set_up(const Plan &plan, const Config &config, const Sides &sides, const Si
   };
   set(DftiParamPlacement, config.in_place ? DftiInPlace : DftiNotInPlace);
   if (config.is_real()) {
+    set(DftiParamComplexStorage, DftiRealReal); // means nothing to real data
     set(DftiParamConjugateEvenStorage, config.storage);
     if (config.storage == DftiComplexReal) set(DftiParamPackedFormat, config.format);
   } else {

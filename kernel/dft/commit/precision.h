@@ -147,10 +147,6 @@ template <class T> constexpr bool is_within_limit(tnk_int length) {
          (is_power_of_two(length) ? precision<T>::longest_power_of_two : precision<T>::longest_other);
 }
 
-inline bool is_split(const DftiNode *node) {
-  return node->forward_domain == DftiComplex && node->complex_storage == DftiRealReal;
-}
-
 // Arrays that a compute takes.
 inline int32_t arrays_of(const DftiNode *node) {
   return (node->placement == DftiInPlace ? 1 : 2) * (is_split(node) ? 2 : 1);

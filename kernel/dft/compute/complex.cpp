@@ -125,7 +125,7 @@ namespace {
 
 template <class R, bool Inverse>
 tnk_int drive(DftiNode *node, void *source, void *destination, tnk_int count, void *work, Place place) {
-  if (node->complex_storage == DftiRealReal)
+  if (is_split(node))
     return drive_split<R, Inverse>(node, static_cast<R *const *>(source),
                                    static_cast<R *const *>(destination), count, work, place);
   return drive_complex<R, Inverse>(node, static_cast<char *>(source), static_cast<char *>(destination), count,
