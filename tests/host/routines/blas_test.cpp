@@ -40,7 +40,8 @@ template <auto routine> double by_addresses(void *const *a) {
 constexpr char axpy_arguments[] = "n alpha x incx y incy", copy_arguments[] = "n x incx y incy",
                dotc_arguments[] = "result n x incx y incy", scal_arguments[] = "n alpha x incx",
                gemv_arguments[] = "trans m n alpha a lda x incx beta y incy",
-               gemm_arguments[] = "transa transb m n k alpha a lda b ldb beta c ldc";
+               gemm_arguments[] = "transa transb m n k alpha a lda b ldb beta c ldc",
+               triangle_arguments[] = "side uplo transa diag m n alpha a lda b ldb";
 
 // A good call of a routine with these arguments, whatever the letters. What is no letter and no integer is an array:
 // of bytes that make numbers in every type, and that no routine would write by accident.
@@ -75,7 +76,8 @@ struct Call {
 
   std::vector<std::string> names;
   std::vector<void *> addresses;
-  std::map<std::string, char> letters{{"trans", 'N'}, {"transa", 'N'}, {"transb", 'N'}};
+  std::map<std::string, char> letters{{"trans", 'N'}, {"transa", 'N'}, {"transb", 'N'},
+                                      {"side", 'L'},  {"uplo", 'U'},   {"diag", 'N'}};
   std::map<std::string, tnk_int> integers{{"m", 3},    {"n", 4},   {"k", 5},   {"incx", 1},
                                           {"incy", 1}, {"lda", 5}, {"ldb", 5}, {"ldc", 3}};
   alignas(32) unsigned char arrays[5][512];
@@ -94,11 +96,15 @@ struct Routine {
         element                                                                                              \
   }
 const Routine routines[] = {
-    ROUTINE(saxpy, axpy, 4), ROUTINE(daxpy, axpy, 8), ROUTINE(caxpy, axpy, 8), ROUTINE(zaxpy, axpy, 16),
-    ROUTINE(scopy, copy, 4), ROUTINE(dcopy, copy, 8), ROUTINE(ccopy, copy, 8), ROUTINE(zcopy, copy, 16),
-    ROUTINE(sgemv, gemv, 4), ROUTINE(dgemv, gemv, 8), ROUTINE(cgemv, gemv, 8), ROUTINE(zgemv, gemv, 16),
-    ROUTINE(sgemm, gemm, 4), ROUTINE(dgemm, gemm, 8), ROUTINE(cgemm, gemm, 8), ROUTINE(zgemm, gemm, 16),
-    ROUTINE(sdot, copy, 4),  ROUTINE(ddot, copy, 8),  ROUTINE(cdotc, dotc, 8),
+    ROUTINE(saxpy, axpy, 4),     ROUTINE(daxpy, axpy, 8),      ROUTINE(caxpy, axpy, 8),
+    ROUTINE(zaxpy, axpy, 16),    ROUTINE(scopy, copy, 4),      ROUTINE(dcopy, copy, 8),
+    ROUTINE(ccopy, copy, 8),     ROUTINE(zcopy, copy, 16),     ROUTINE(sgemv, gemv, 4),
+    ROUTINE(dgemv, gemv, 8),     ROUTINE(cgemv, gemv, 8),      ROUTINE(zgemv, gemv, 16),
+    ROUTINE(sgemm, gemm, 4),     ROUTINE(dgemm, gemm, 8),      ROUTINE(cgemm, gemm, 8),
+    ROUTINE(zgemm, gemm, 16),    ROUTINE(sdot, copy, 4),       ROUTINE(ddot, copy, 8),
+    ROUTINE(cdotc, dotc, 8),     ROUTINE(strsm, triangle, 4),  ROUTINE(dtrsm, triangle, 8),
+    ROUTINE(ctrsm, triangle, 8), ROUTINE(ztrsm, triangle, 16), ROUTINE(strmm, triangle, 4),
+    ROUTINE(dtrmm, triangle, 8), ROUTINE(ctrmm, triangle, 8),  ROUTINE(ztrmm, triangle, 16),
 };
 #define THUNK(name, shape)                                                                                   \
   { #name, by_addresses < tnk_blas_lp64_##name>, by_addresses < tnk_blas_##name>, shape##_arguments }
@@ -132,6 +138,7 @@ void expect_refusal(const Routine &routine, Call &call, const std::string &name,
 }
 
 TEST_F(PublicBlas, EveryBadAddressAndLetterIsReportedAndNothingTouched) {
+  std::map<std::string, const char *> known{{"side", "L, R"}, {"uplo", "U, L"}, {"diag", "N, U"}};
   for (const Routine &routine : routines)
     for (const std::string &name : Call(routine.arguments).names) {
       Call null(routine.arguments);
@@ -142,8 +149,11 @@ TEST_F(PublicBlas, EveryBadAddressAndLetterIsReportedAndNothingTouched) {
            {std::pair{'\0', "the byte 0"}, {'X', "'X'"}, {'R', "'R'"}, {'\xCE', "the byte 206"}}) {
         Call call(routine.arguments);
         if (call.letters.count(name) == 0) break;
+        if (name == "side" && letter == 'R') continue;
         call.letters[name] = letter;
-        expect_refusal(routine, call, name, std::string(shown) + ", expected one of N, T, C");
+        expect_refusal(routine, call, name,
+                       std::string(shown) + ", expected one of " +
+                           (known.count(name) ? known[name] : "N, T, C"));
       }
     }
 }
@@ -181,6 +191,11 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
         {"incy", INT64_MIN, from(-span_y, span_y)},
         {"incy", INT64_MAX, from(-span, span), "t"},
     };
+    const std::vector<Bad> of_triangles = {
+        {"m", -1, from(0), "L"},  {"n", INT64_MIN, from(0), "L"}, {"n", huge, from(0, most), "L"},
+        {"lda", 2, from(3), "L"}, {"lda", 3, from(4), "R"},       {"ldb", 2, from(3), "L"},
+        {"ldb", 0, from(3), "r"},
+    };
     const std::vector<Bad> of_others = {
         {"n", -1, from(0)},
         {"n", most + 1, from(0, most)},
@@ -205,11 +220,17 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
         // A dimension that fits alone and makes a matrix that does not, whatever the leading dimension.
         {"lda", most, "a matrix that fits into memory", "NN", {{"m", most}}},
     };
-    for (const Bad &bad : routine.arguments == gemv_arguments ? of_gemv : of_others) {
+    const bool triangle = routine.arguments == triangle_arguments;
+    for (const Bad &bad : triangle                              ? of_triangles
+                          : routine.arguments == gemv_arguments ? of_gemv
+                                                                : of_others) {
       Call call(routine.arguments);
       if (!call.has(bad.name) || (!bad.others.empty() && !call.has("m"))) continue;
-      call.letters["trans"] = call.letters["transa"] = bad.letters[0],
-      call.letters["transb"] = bad.letters[1];
+      if (triangle)
+        call.letters["side"] = bad.letters[0];
+      else
+        call.letters["trans"] = call.letters["transa"] = bad.letters[0],
+        call.letters["transb"] = bad.letters[1];
       for (const auto &[name, value] : bad.others) call.integers[name] = value;
       call.integers[bad.name] = bad.value;
       expect_refusal(routine, call, bad.name, std::to_string(bad.value) + ", expected " + bad.expected);
@@ -227,16 +248,18 @@ TEST_F(PublicBlas, WhatIsNotTouchedIsNotLookedAt) {
       Call call(routine.arguments), before(routine.arguments);
       const bool product = call.has("m"), scales = none == "k" || none == "alpha";
       if (!call.has(none) || (!product && none != "n")) continue;
-      const std::string output = call.has("c") ? "c" : "y";
+      const std::string output = call.has("side") ? "b" : call.has("c") ? "c" : "y";
+      if (output == "b") call.integers["ldb"] = 3; // no gaps
       if (none == "alpha")
         for (Call *c : {&call, &before}) std::memset(c->array("alpha"), 0, 16);
       else
         call.integers[none] = 0;
       if (scales) { // NaN, that a zero beta removes
-        for (Call *c : {&call, &before}) std::memset(c->array("beta"), 0, 16);
+        for (Call *c : {&call, &before})
+          if (c->has("beta")) std::memset(c->array("beta"), 0, 16);
         std::memset(call.array(output), 0xFF, 512), std::memset(before.array(output), 0xFF, 512);
         std::memset(before.array(output), 0,
-                    static_cast<std::size_t>((output == "c" ? 12 : 3) * routine.element));
+                    static_cast<std::size_t>((output == "y" ? 3 : 12) * routine.element));
       }
       if (call.names[0] == "result") std::memset(before.array("result"), 0, 8);
       for (const std::string array : {"x", "incx", "y", "incy", "a", "b", "c"})
@@ -256,6 +279,8 @@ TEST_F(PublicBlas, GoodCallsReachTheirKernels) {
         Call call(routine.arguments), direct(routine.arguments);
         for (Call *c : {&call, &direct}) {
           c->letters["trans"] = c->letters["transa"] = transa, c->letters["transb"] = transb;
+          c->letters["side"] = transb == 'C' ? 'R' : transb == 'c' ? 'r' : 'L';
+          c->letters["uplo"] = transb == 'N' ? 'u' : 'L', c->letters["diag"] = transa == 'C' ? 'u' : 'N';
           c->integers["incx"] = transa == 'N' ? 2 : 1, c->integers["incy"] = transb == 'n' ? -2 : 1;
         }
         EXPECT_EQ(routine.run(call.addresses.data()), routine.same(direct.addresses.data())) << routine.name;
