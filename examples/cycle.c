@@ -51,12 +51,16 @@ static tnk_int transform(int n, double *values, tnk_complex16 *spectrum) {
 int main(int argc, char **argv) {
   static double values[most];
   static tnk_complex16 spectrum[most / 2 + 1];
-  const int n = argc == 2 ? second_column(argv[1], values) : 0;
   double strongest = 0;
-  int k, frequency = 1;
-  if (n < 2) {
+  int n, k, frequency = 1;
+  if (argc != 2) {
     fprintf(stderr, "usage: cycle FILE.csv\n");
     return 2;
+  }
+  n = second_column(argv[1], values);
+  if (n < 2) {
+    fprintf(stderr, "cycle: no series of numbers in %s\n", argv[1]);
+    return 1;
   }
   if (transform(n, values, spectrum)) return 1;
   for (k = 1; k <= n / 2; ++k) { /* frequency 0 is twice the mean */
