@@ -17,6 +17,7 @@ void add_factorizations(std::vector<Row> &rows);
 void add_drivers(std::vector<Row> &rows);
 void add_rotations(std::vector<Row> &rows);
 void add_sparse_matrices(std::vector<Row> &rows);
+void add_sparse_solves(std::vector<Row> &rows);
 void add_transposition(std::vector<Row> &rows);
 void add_power_of_two_transforms(std::vector<Row> &rows);
 void add_transforms_of_any_length(std::vector<Row> &rows);
@@ -28,7 +29,7 @@ inline std::vector<Row> all_rows() {
   for (const auto &add :
        {add_blas_level1, add_sparse_vectors, add_matrix_vector, add_rank_one, add_half_matrices, add_products,
         add_symmetric, add_triangles, add_factorizations, add_drivers, add_rotations, add_sparse_matrices,
-        add_transposition, add_power_of_two_transforms, add_transforms_of_any_length,
+        add_sparse_solves, add_transposition, add_power_of_two_transforms, add_transforms_of_any_length,
         add_transforms_by_descriptors, add_convolutions})
     add(rows);
   return rows;

@@ -37,7 +37,8 @@ template <class T> struct RightSides {
 
   // x := factor b, of some of them.
   void prepare(tnk_int begin, tnk_int end, const Scaling<T> *factor) const {
-    const tnk_int lines = by_columns ? end - begin : m, length = by_columns ? m : end - begin;
+    tnk_int lines = by_columns ? end - begin : m, length = by_columns ? m : end - begin;
+    if (end - begin == count && ldb == ldx && ldx == length) length *= lines, lines = 1; // all in one
     for (tnk_int k = 0; k < lines; ++k) {
       T *const to = by_columns ? x + (begin + k) * ldx : x + k * ldx + begin;
       const T *const from = by_columns ? b + (begin + k) * ldb : b + k * ldb + begin;

@@ -1,4 +1,4 @@
-// Sums and products of compressed rows: counted first, then made in room that fits. The kernels count from one.
+// Sums and products of compressed rows. The kernels count from one.
 #include <cstring>
 #include <tnk/sparse.h>
 
@@ -33,17 +33,11 @@ bool from_one(const tnk_sparse_matrix &a, const tnk_sparse_descriptor &d, bool m
   return in_order<T>(a, a.m, 0, 1, 1 - d.base, 1, must_copy, to);
 }
 
-// run(request, result) twice, on a result of `rows` rows and in the descriptor's base.
-template <class T, class Run>
-tnk_sparse_status make_rows(const char *routine, tnk_int rows, tnk_int columns,
-                            const tnk_sparse_descriptor &d, tnk_sparse_matrix *result, Run run) {
-  Made<T> counted, made;
-  if (!counted.take(0, 0, 0, rows + 1)) return no_memory(routine);
-  run(rows_only, counted, 0);
-  const tnk_int count = counted.pointer[rows] - 1;
-  if (!made.take(count, count, 0, rows + 1)) return no_memory(routine);
-  std::memcpy(made.pointer, counted.pointer, static_cast<std::size_t>(rows + 1) * sizeof(tnk_int));
-  run(entries_only, made, count);
+// The result in the descriptor's base.
+template <class T>
+tnk_sparse_status hand_over(Made<T> &made, tnk_int rows, tnk_int columns, const tnk_sparse_descriptor &d,
+                            tnk_sparse_matrix *result) {
+  const tnk_int count = made.pointer[rows] - 1;
   if (d.base == 0) {
     for (tnk_int p = 0; p < count; ++p) --made.col_index[p];
     for (tnk_int i = 0; i <= rows; ++i) --made.pointer[i];
@@ -78,12 +72,15 @@ tnk_sparse_status add(const char *routine, char op, const tnk_sparse_matrix *a, 
   const Block work(
       tnk_serv_allocate(Room().add(transposed ? a->m + 1 + 2 * entries : 0, sizeof(tnk_int)).bytes(), 64));
   if (!work.address) return no_memory(routine);
-  return make_rows<T>(routine, a->m, a->n, *d, result, [&](tnk_int request, Made<T> &c, tnk_int room) {
-    tnk_int info;
-    kernel(&request, &sort, &a->m, &a->n, first.values, first.col_index, first.pointer, beta, second.values,
-           second.col_index, second.pointer, c.values, c.col_index, c.pointer, &room,
-           static_cast<tnk_int *>(work.address), &info);
-  });
+  // Counting first would take as long as the sum itself, so there is room for the entries of both.
+  const tnk_int room = first.pointer[a->m] - 1 + entries, request = 0;
+  Made<T> c;
+  if (!c.take(room, room, 0, a->m + 1)) return no_memory(routine);
+  tnk_int info;
+  kernel(&request, &sort, &a->m, &a->n, first.values, first.col_index, first.pointer, beta, second.values,
+         second.col_index, second.pointer, c.values, c.col_index, c.pointer, &room,
+         static_cast<tnk_int *>(work.address), &info);
+  return hand_over(c, a->m, a->n, *d, result);
 }
 
 template <class T>
@@ -107,12 +104,20 @@ tnk_sparse_status multiply(const char *routine, char op, const tnk_sparse_matrix
   const tnk_int words = b->n + (transposed ? a->n + 1 + 2 * entries : 0);
   const Block work(tnk_serv_allocate(Room().add(words, sizeof(tnk_int)).bytes(), 64));
   if (!work.address) return no_memory(routine);
-  return make_rows<T>(routine, rows, b->n, *d, result, [&](tnk_int request, Made<T> &c, tnk_int room) {
+  const auto run = [&](tnk_int request, Made<T> &c, tnk_int room) {
     tnk_int info;
     kernel(&request, &a->m, &a->n, &b->n, first.values, first.col_index, first.pointer, second.values,
            second.col_index, second.pointer, c.values, c.col_index, c.pointer, &room,
            static_cast<tnk_int *>(work.address), &info);
-  });
+  };
+  Made<T> counted, made;
+  if (!counted.take(0, 0, 0, rows + 1)) return no_memory(routine);
+  run(rows_only, counted, 0);
+  const tnk_int count = counted.pointer[rows] - 1;
+  if (!made.take(count, count, 0, rows + 1)) return no_memory(routine);
+  std::memcpy(made.pointer, counted.pointer, static_cast<std::size_t>(rows + 1) * sizeof(tnk_int));
+  run(entries_only, made, count);
+  return hand_over(made, rows, b->n, *d, result);
 }
 
 } // namespace

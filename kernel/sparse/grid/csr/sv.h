@@ -10,8 +10,10 @@ namespace tnk::sparse {
 // y, counted from the base of columns, everywhere below.
 
 template <bool Unit, class T> inline void finish_row(T *y, in_lanes<T> sum, const T *pivot, bool conj) {
-  deposit(y, fetch(y) - sum);
-  if constexpr (!Unit) put(y, quotient(get(y), conj ? conjugate(get(pivot)) : get(pivot)));
+  T rest;
+  deposit(&rest, fetch(y) - sum);
+  if constexpr (!Unit) rest = quotient(rest, conj ? conjugate(get(pivot)) : get(pivot));
+  put(y, rest);
 }
 
 // The pivot is sought and the sum formed in one loop.
@@ -26,8 +28,13 @@ template <bool Conj, bool Unit, class T, class I>
     if (first < end || i == 0) k = first;
     if (first < end) {
       fetch_ahead<8>(values + first, job.matrix.col_index + first);
-      for (I column; k < end && (column = job.column(k)) < key; ++k)
-        sum += times<T, Conj>(fetch(values + k), fetch(y + column));
+      const auto add = [&](I column) { sum += times<T, Conj>(fetch(values + k), fetch(y + column)); };
+      I column;
+      if (job.column(end - 1) >=
+          key) // then the scan ends there at the latest, and need not look for the row's end
+        for (; (column = job.column(k)) < key; ++k) add(column);
+      else
+        for (; k < end && (column = job.column(k)) < key; ++k) add(column);
     }
     finish_row<Unit>(y + key, sum, values + k, Conj);
   });
