@@ -6,40 +6,11 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
-#include <set>
 
 namespace {
 
 using namespace tnk::test;
 using namespace tnk::test::reference;
-
-TEST(SparseGridNames, AreThoseOfTheGrammar) {
-  // Groups of op, kind, triangle and diagonal: in real types, and in complex ones.
-  const std::map<std::string, std::pair<int, int>> groups = {
-      {"csr_mv_par", {12, 32}}, {"csr_mv_seq", {6, 11}}, {"csr_mm_par", {16, 40}}, {"csr_mm_seq", {2, 3}},
-      {"coo_mv_par", {11, 26}}, {"coo_mv_seq", {2, 3}},  {"coo_mm_par", {13, 29}}, {"dia_mv_par", {19, 39}},
-      {"dia_mm_par", {19, 39}}, {"bsr_mv_par", {2, 2}},  {"bsr_gemv_par", {1, 1}}, {"csr_gemv_par", {1, 0}},
-      {"csr_sv_seq", {9, 18}},  {"csr_sm_par", {9, 18}}, {"coo_sv_seq", {5, 10}},  {"coo_sm_par", {9, 10}},
-      {"dia_sv_seq", {9, 14}},  {"dia_sm_par", {8, 12}}, {"dia_sm_seq", {1, 2}}};
-  std::map<std::string, int> expected, found;
-  for (const auto &[cell, count] : groups)
-    for (const char *prefix : {"", "lp64_"})
-      for (const char type : {'s', 'd', 'c', 'z'}) {
-        const bool one_base = cell.substr(0, 3) == "dia" || cell.substr(4, 4) == "gemv";
-        const bool real = type == 's' || type == 'd';
-        if (cell == "csr_gemv_par" && type != 'd') continue;
-        expected[prefix + (type + cell)] = (real ? count.first : count.second) * (one_base ? 1 : 2);
-      }
-  std::set<std::string> seen;
-  for (const std::string &text : exported_names()) {
-    const auto name = decoded(text);
-    ASSERT_TRUE(name) << text;
-    EXPECT_TRUE(seen.insert(text).second) << text << " twice";
-    EXPECT_EQ(name->base == '0', name->layout == 'c') << text;
-    ++found[(name->lp64 ? "lp64_" : "") + (name->type + cell_of(*name)) + "_" + name->mode];
-  }
-  EXPECT_EQ(found, expected);
-}
 
 // A kernel on one matrix, whole and in pieces. The number decides what is stored where.
 template <class T, class I> class Trial {

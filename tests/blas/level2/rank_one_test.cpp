@@ -5,7 +5,6 @@
 #include "support/random.h"
 #include <algorithm>
 #include <limits>
-#include <tnk/blas.h>
 #include <tnk/blas_level2.h>
 
 namespace tnk::test {
@@ -63,21 +62,6 @@ TYPED_TEST(Ger, EveryShape) {
         }
   for (const T by : {T{}, number<T>(nan), number<T>(0, 2)})
     for (const tnk_int incx : {1, 2}) ASSERT_TRUE(check(1100, 6, incx, 1, 0, by, true)) << incx;
-}
-
-// The public update of a triangle is a row of vector updates: one with a factor of zero does nothing, and a zero alpha
-// looks at nothing.
-TEST(Syr, ZerosAndNaN) {
-  const double nan = std::numeric_limits<double>::quiet_NaN(), none = 0, half = 0.5;
-  const tnk_int n = 2, one = 1;
-  const double x[] = {nan, 0}, finite[] = {2, 0};
-  double a[] = {1, 2, 3, 4};
-  tnk_blas_dsyr("U", &n, &none, x, &one, a, &n);
-  tnk_blas_dsyr("U", &n, &half, finite, &one, a, &n);
-  EXPECT_EQ(a[0], 3);
-  EXPECT_EQ(a[2], 3);
-  tnk_blas_dsyr("L", &n, &nan, finite, &one, a, &n);
-  EXPECT_TRUE(std::isnan(a[0]) && std::isnan(a[1]) && a[2] == 3 && std::isnan(a[3]));
 }
 
 } // namespace

@@ -43,12 +43,9 @@ void call(const Name &name, std::vector<const void *> a) {
   using V = const void *;
   void *const routine = find(name);
   ASSERT_NE(routine, nullptr) << name.name;
-  if (a.size() == 10)
-    reinterpret_cast<void (*)(V, V, V, V, V, V, V, V, V, V)>(routine)(a[0], a[1], a[2], a[3], a[4], a[5],
-                                                                      a[6], a[7], a[8], a[9]);
-  else
-    reinterpret_cast<void (*)(V, V, V, V, V, V, V, V, V, V, V, V)>(routine)(
-        a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11]);
+  a.resize(12); // what is beyond the end of a list is not looked at
+  reinterpret_cast<void (*)(V, V, V, V, V, V, V, V, V, V, V, V)>(routine)(
+      a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11]);
 }
 
 // One call: letters as the list has them, size1 and size2 m and n, or n and k. What must not be read is NaN.
