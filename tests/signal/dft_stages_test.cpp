@@ -41,13 +41,7 @@ template <class C> Numbers wide(const std::vector<C> &x) {
   for (const C &z : x) y.emplace_back(z.re, z.im);
   return y;
 }
-template <class R>
-void expect_close(const std::vector<complex_of<R>> &got, const Numbers &right, const std::string &what) {
-  long double error = 0, size = 0;
-  for (std::size_t k = 0; k < right.size(); ++k)
-    error += std::norm(Wide(got[k].re, got[k].im) - right[k]), size += std::norm(right[k]);
-  EXPECT_TRUE(std::sqrt(error / size) <= 2.5L * std::numeric_limits<R>::epsilon()) << what;
-}
+constexpr long double roundings = 2.5L;
 
 const struct {
   const char *name;
@@ -66,7 +60,7 @@ TYPED_TEST(DftStages, StraightLines) {
       const auto *const from = x.data();
       stage<TypeParam>(std::string("cDFT") + (sign < 0 ? "fwd_" : "inv_") + std::to_string(n), "fc", from,
                        x.data());
-      expect_close<TypeParam>(x, right, std::to_string(n));
+      expect_near(x.data(), right, roundings, std::to_string(n));
     }
 }
 
@@ -108,8 +102,7 @@ TYPED_TEST(DftStages, FirstPasses) {
           const auto &z = x[static_cast<std::size_t>(order[b] + t * apart)];
           own.emplace_back(z.re, z.im);
         }
-        expect_close<R>({y.begin() + b * c, y.begin() + (b + 1) * c}, reference::transform(own, sign),
-                        begin + std::to_string(c));
+        expect_near(y.data() + b * c, reference::transform(own, sign), roundings, begin + std::to_string(c));
       }
     }
 }
@@ -166,7 +159,7 @@ TYPED_TEST(DftStages, CombiningPasses) {
       } else {
         stage<R>(begin + std::to_string(f), "fc", from, x.data(), part, blocks, read);
       }
-      expect_close<R>(x, right, begin + std::to_string(f));
+      expect_near(x.data(), right, roundings, begin + std::to_string(f));
       vpkFree(twiddles);
     }
 }
@@ -196,11 +189,11 @@ TEST(DftMethods, OfTheirOwn) {
     std::vector<tnk_complex16> y(105), z(315), direct(63);
     (sign < 0 ? e9_vpks_cDftFwd_PrimeFact_64fc : e9_vpks_cDftInv_PrimeFact_64fc)(by_factors, x.data(),
                                                                                  y.data(), work.data());
-    expect_close<double>(y, right(105), "factors");
+    expect_near(y.data(), right(105), roundings, "factors");
     EXPECT_EQ(e9_vpks_cDft_Conv_64fc(convolved, x.data(), z.data(), 315, -sign, wide_work.data()), 0);
-    expect_close<double>(z, right(315), "convolution");
+    expect_near(z.data(), right(315), roundings, "convolution");
     e9_vpks_cDft_Dir_64fc(x.data(), direct.data(), 63, -sign, table, sums);
-    expect_close<double>(direct, right(63), "definition");
+    expect_near(direct.data(), right(63), roundings, "definition");
   }
   // Real numbers of the same lengths: there in the Perm layout, and back.
   const auto there_and_back = [&](std::size_t n, auto forward, auto inverse) {
@@ -253,11 +246,11 @@ TEST(DftMethods, ReorderAndRecombine) {
   e9_vpks_rDftFwdRecombine_64f(&data[0].re, n, there);
   Numbers expected(of_real.begin(), of_real.begin() + n / 2);
   expected[0] = {of_real[0].real(), of_real[n / 2].real()};
-  expect_close<double>(data, expected, "recombined");
+  expect_near(data.data(), expected, roundings, "recombined");
   e9_vpks_rDftInvRecombine_64f(&data[0].re, n, back);
   Numbers twice = of_complex;
   for (Wide &w : twice) w *= 2;
-  expect_close<double>(data, twice, "and back");
+  expect_near(data.data(), twice, roundings, "and back");
   e9_vpksFree(base), e9_vpksFree(there), e9_vpksFree(back);
 }
 

@@ -129,6 +129,15 @@ inline long double error_of(const Numbers &got, const Numbers &right, long doubl
   return size > 0 ? std::sqrt(error / size) : error;
 }
 
+// Numbers as they stand in memory, within so many roundings.
+template <class C>
+void expect_near(const C *got, const Numbers &right, long double roundings, const std::string &what = "") {
+  Numbers found;
+  for (std::size_t k = 0; k < right.size(); ++k) found.emplace_back(got[k].re, got[k].im);
+  const long double error = error_of(found, right, 1), eps = sizeof(C) == 8 ? FLT_EPSILON : DBL_EPSILON;
+  EXPECT_TRUE(error <= roundings * eps) << what << ' ' << error / eps;
+}
+
 // How one transform is called.
 struct Way {
   int flag;
