@@ -80,7 +80,10 @@ inline void walk_columns(count rows, count cols, const T *a, count lda, T *b, co
     for (; i < rows; ++i) one_row(i);
   }
   for (; j < cols; ++j)
-    for (count i = 0; i < rows; ++i) write(b + j * ldb + i, get(a + i * lda + j));
+    for (count i = 0; i < rows; ++i) {
+      prefetch_row(a + i * lda + j);
+      write(b + j * ldb + i, get(a + i * lda + j));
+    }
 }
 
 // The same by way of scratch memory, in which the rows of a group of columns lie side by side: each line of A is read

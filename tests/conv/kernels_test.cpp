@@ -233,6 +233,63 @@ TYPED_TEST(ConvKernels, Memory) {
       }
 }
 
+// Operands are packed where their elements are read more than twice each, not twice, which requests for memory show; of a
+// convolution's longer operand in several dimensions, a stride of the first dimension alone does not count.
+TYPED_TEST(ConvKernels, PacksWhatIsReadOften) {
+  using T = typename TypeParam::data;
+  const auto conv = kernels<TypeParam>("direct", false), corr = kernels<TypeParam>("direct", true);
+  const auto requests = [](Problem<T> &&p, const Kernels<T> &kernel) {
+    allocations.reset();
+    EXPECT_EQ(p.run(kernel.one, kernel.all), 0) << p.name();
+    EXPECT_EQ(fault<TypeParam>(p, "direct"), "") << p.name();
+    return allocations.made.load();
+  };
+  for (const int32_t gap : {1, -1, 3, 0})
+    for (const int32_t nz : {4, 5}) { // 5 elements against 10: each is read nz / 2 times
+      const int packed = gap != 1 && nz == 5;
+      EXPECT_EQ(requests({{false, {5}, {10}, {nz}, {2}, {1}}, {2}, {gap}, {1}, true}, conv), 1 + packed);
+      EXPECT_EQ(requests({{false, {10}, {5}, {nz}, {2}, {1}}, {gap}, {2}, {1}, true}, conv), 1 + packed);
+      // What is read exactly twice is often enough for a correlation.
+      const int both = (gap != 1) + 1;
+      EXPECT_EQ(requests({{true, {5}, {10}, {nz}, {0}, {1}}, {2}, {gap}, {1}, true}, corr), both);
+      EXPECT_EQ(requests({{true, {10}, {5}, {nz - 1}, {0}, {1}}, {2}, {gap}, {1}, true}, corr),
+                nz == 5 ? both : 0);
+    }
+  for (const int32_t row : {6, 12}) {
+    Problem<T> p({false, {2, 2}, {6, 4}, {7, 5}, {0, 0}, {1, 1}}, {1, 1}, {2, 1}, {1, 1}, true);
+    const int32_t ystride[] = {2, row};
+    allocations.reset();
+    EXPECT_EQ(conv.all(2, p.x.data(), p.conv.xshape.data(), p.x.stride(), p.y.data(), p.conv.yshape.data(),
+                       ystride, p.z.data(), p.conv.zshape.data(), p.z.stride(), p.conv.start.data(),
+                       p.conv.decimation.data()),
+              0);
+    EXPECT_EQ(allocations.made, row == 6 ? 1 : 2);
+  }
+}
+
+// Numbers at the end of 32 bits: one element that is repeated as often.
+TYPED_TEST(ConvKernels, LongestOperands) {
+  using T = typename TypeParam::data;
+  using reference::number;
+  constexpr int32_t most = std::numeric_limits<int32_t>::max();
+  const T x = number<T>(3), y = number<T>(2);
+  for (const std::string method : methods)
+    for (const bool correlates : {false, true}) {
+      const auto kernel = kernels<TypeParam>(method.c_str(), correlates);
+      const auto run = [&](int32_t nx, int32_t stride, int32_t ny, int32_t start, int32_t nz, int32_t dec) {
+        T z = number<T>(0);
+        const int32_t status = kernel.one(&x, stride, &y, 0, &z, stride, nx, ny, start, nz, dec);
+        EXPECT_NEAR(static_cast<double>(reference::re(z)), status == 0 ? 6 : 0, 1e-5) << method << correlates;
+        return status;
+      };
+      EXPECT_EQ(run(1, most, most, most - 9, 1, most), 0);
+      EXPECT_EQ(run(1, -most, most, correlates ? 0 : most - 1, 1, most), 0);
+      EXPECT_EQ(run(1, 1, most, most - 9, 2, most), int32_t{TNK_CONV_BAD_END});
+      EXPECT_EQ(run(1, 1, most, most - 9, most, most), int32_t{TNK_CONV_BAD_END});
+      EXPECT_EQ(run(most, 0, most, 1, 1, 1), int32_t{TNK_CONV_BAD_ZSTRIDE});
+    }
+}
+
 // With dec 1 the kernel without that argument computes the same bits; all other such names refuse.
 TEST(ConvWithoutDecimation, Kernels) {
   Random random;
