@@ -13,8 +13,9 @@
        DftiComputeForward(plan, data);
      DftiFreeDescriptor(&plan);
 
-   Any length of at least 1 has a transform, up to 2^25 - 1, powers of two up to 2^26; in single precision up to 2^26 - 1
-   and 2^27. Commit refuses longer ones. Lengths, strides and distances count elements, never bytes.
+   Any length of at least 1 has a transform, up to 2^25 - 1, powers of two up to 2^26; in single precision powers of two up
+   to 2^27, and up to 2^26 - 1 what has no large prime factor. Commit refuses longer ones. Lengths, strides and distances
+   count elements, never bytes.
 
    All results are statuses unless said. Setting, committing and freeing one descriptor is for one thread at a time;
    computing is for as many as DftiParamNumberOfUserThreads says. C and C++ alike. */
