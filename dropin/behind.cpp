@@ -67,6 +67,7 @@ void fill() {
   TNK_BEHIND(TNK_FIND)
 #undef TNK_FIND
   table.report_error = symbol<decltype(tnk_report_error)>(host, "tnk_report_error");
+  table.undone_calls = symbol<decltype(tnk_undone_calls)>(host, "tnk_undone_calls");
 }
 
 pthread_mutex_t filling = PTHREAD_MUTEX_INITIALIZER;

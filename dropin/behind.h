@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdlib>
 #include <tnk/blas.h>
 #include <tnk/blas_level1.h>
 #include <tnk/blas_level2.h>
@@ -43,6 +44,7 @@ struct Behind {
   TNK_BEHIND(TNK_MEMBER)
 #undef TNK_MEMBER
   decltype(&tnk_report_error) report_error;
+  decltype(&tnk_undone_calls) undone_calls;
 };
 
 extern std::atomic<const Behind *> found; // null before the first call
@@ -53,6 +55,14 @@ const Behind &find();
 inline const Behind &behind() {
   const Behind *const table = found.load(std::memory_order_acquire);
   return __builtin_expect(table != nullptr, 1) ? *table : find();
+}
+
+// Calls a routine behind that may need memory. Without, it has reported that and done nothing; a caller of BLAS would go on
+// with numbers that are no result, so the program ends.
+template <class Run, class... A> void run_or_end(Run *run, A... arguments) {
+  const int64_t *const undone = behind().undone_calls(), before = *undone;
+  run(arguments...);
+  if (__builtin_expect(*undone != before, 0)) std::exit(EXIT_FAILURE);
 }
 
 } // namespace tnk::dropin

@@ -23,7 +23,7 @@ template <class T, class Solve, class Multiply> struct Halves {
     const bool left = side == 'l';
     if (!fit(order)) {
       const tnk_int m = left ? order : count, n = left ? count : order;
-      return solve(&side, &uplo, &trans, &diag, &m, &n, alpha, a, &lda, b, &ldb);
+      return run_or_end(solve, &side, &uplo, &trans, &diag, &m, &n, alpha, a, &lda, b, &ldb);
     }
     // The half that is solved first, and what comes after it.
     const tnk_int half = order / 2, rest = order - half;

@@ -22,14 +22,14 @@ void symm(Call call, Run *run, char side, char uplo, tnk_int m, tnk_int n, const
           tnk_int lda, const T *b, tnk_int ldb, const T *beta, T *c, tnk_int ldc) {
   if (const int bad = faults::symm(side, uplo, m, n, lda, ldb, ldc)) return call.refuse(bad);
   if (is_zero(*alpha) && is_one(*beta)) return;
-  run(&side, &uplo, &m, &n, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+  run_or_end(run, &side, &uplo, &m, &n, alpha, a, &lda, b, &ldb, beta, c, &ldc);
 }
 
 template <class T, class Run>
 void trmm(Call call, Run *run, char side, char uplo, char transa, char diag, tnk_int m, tnk_int n,
           const T *alpha, const T *a, tnk_int lda, T *b, tnk_int ldb) {
   if (const int bad = faults::trmm(side, uplo, transa, diag, m, n, lda, ldb)) return call.refuse(bad);
-  run(&side, &uplo, &transa, &diag, &m, &n, alpha, a, &lda, b, &ldb);
+  run_or_end(run, &side, &uplo, &transa, &diag, &m, &n, alpha, a, &lda, b, &ldb);
 }
 
 template <class T, class Run, class Multiply>
@@ -55,7 +55,7 @@ void syrk(Call call, Run *run, const char *transposes, char uplo, char trans, tn
           const S *alpha, const T *a, tnk_int lda, const S *beta, T *c, tnk_int ldc) {
   if (const int bad = faults::syrk(transposes, uplo, trans, n, k, lda, ldc)) return call.refuse(bad);
   if ((k == 0 || is_zero(*alpha)) && is_one(*beta)) return;
-  run(&uplo, &trans, &n, &k, alpha, a, &lda, beta, c, &ldc);
+  run_or_end(run, &uplo, &trans, &n, &k, alpha, a, &lda, beta, c, &ldc);
 }
 
 // A real beta for her2k.
@@ -65,7 +65,7 @@ void syr2k(Call call, Run *run, const char *transposes, char uplo, char trans, t
            tnk_int ldc) {
   if (const int bad = faults::syr2k(transposes, uplo, trans, n, k, lda, ldb, ldc)) return call.refuse(bad);
   if ((k == 0 || is_zero(*alpha)) && is_one(*beta)) return;
-  run(&uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+  run_or_end(run, &uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
 }
 
 } // namespace tnk::dropin

@@ -38,21 +38,21 @@ template <class T, class Run>
 void symv(Call call, Run *run, char uplo, tnk_int n, const T *alpha, const T *a, tnk_int lda, const T *x,
           tnk_int incx, const T *beta, T *y, tnk_int incy) {
   if (const int bad = faults::symv(uplo, n, lda, incx, incy)) return call.refuse(bad);
-  run(&uplo, &n, alpha, a, &lda, x, &incx, beta, y, &incy);
+  run_or_end(run, &uplo, &n, alpha, a, &lda, x, &incx, beta, y, &incy);
 }
 
 template <class T, class Run>
 void sbmv(Call call, Run *run, char uplo, tnk_int n, tnk_int k, const T *alpha, const T *a, tnk_int lda,
           const T *x, tnk_int incx, const T *beta, T *y, tnk_int incy) {
   if (const int bad = faults::sbmv(uplo, n, k, lda, incx, incy)) return call.refuse(bad);
-  run(&uplo, &n, &k, alpha, a, &lda, x, &incx, beta, y, &incy);
+  run_or_end(run, &uplo, &n, &k, alpha, a, &lda, x, &incx, beta, y, &incy);
 }
 
 template <class T, class Run>
 void spmv(Call call, Run *run, char uplo, tnk_int n, const T *alpha, const T *a, const T *x, tnk_int incx,
           const T *beta, T *y, tnk_int incy) {
   if (const int bad = faults::spmv(uplo, n, incx, incy)) return call.refuse(bad);
-  run(&uplo, &n, alpha, a, x, &incx, beta, y, &incy);
+  run_or_end(run, &uplo, &n, alpha, a, x, &incx, beta, y, &incy);
 }
 
 // Products and solves take the same arguments.
@@ -61,20 +61,20 @@ template <class T, class Run>
 void trmv(Call call, Run *run, char uplo, char trans, char diag, tnk_int n, const T *a, tnk_int lda, T *x,
           tnk_int incx) {
   if (const int bad = faults::trmv(uplo, trans, diag, n, lda, incx)) return call.refuse(bad);
-  run(&uplo, &trans, &diag, &n, a, &lda, x, &incx);
+  run_or_end(run, &uplo, &trans, &diag, &n, a, &lda, x, &incx);
 }
 
 template <class T, class Run>
 void tbmv(Call call, Run *run, char uplo, char trans, char diag, tnk_int n, tnk_int k, const T *a,
           tnk_int lda, T *x, tnk_int incx) {
   if (const int bad = faults::tbmv(uplo, trans, diag, n, k, lda, incx)) return call.refuse(bad);
-  run(&uplo, &trans, &diag, &n, &k, a, &lda, x, &incx);
+  run_or_end(run, &uplo, &trans, &diag, &n, &k, a, &lda, x, &incx);
 }
 
 template <class T, class Run>
 void tpmv(Call call, Run *run, char uplo, char trans, char diag, tnk_int n, const T *a, T *x, tnk_int incx) {
   if (const int bad = faults::tpmv(uplo, trans, diag, n, incx)) return call.refuse(bad);
-  run(&uplo, &trans, &diag, &n, a, x, &incx);
+  run_or_end(run, &uplo, &trans, &diag, &n, a, x, &incx);
 }
 
 // Updates; alpha of the Hermitian ones with one vector is real.
@@ -90,27 +90,27 @@ template <class T, class Run>
 void syr(Call call, Run *run, char uplo, tnk_int n, const real_of<T> *alpha, const T *x, tnk_int incx, T *a,
          tnk_int lda) {
   if (const int bad = faults::syr(uplo, n, incx, lda)) return call.refuse(bad);
-  run(&uplo, &n, alpha, x, &incx, a, &lda);
+  run_or_end(run, &uplo, &n, alpha, x, &incx, a, &lda);
 }
 
 template <class T, class Run>
 void spr(Call call, Run *run, char uplo, tnk_int n, const real_of<T> *alpha, const T *x, tnk_int incx, T *a) {
   if (const int bad = faults::spr(uplo, n, incx)) return call.refuse(bad);
-  run(&uplo, &n, alpha, x, &incx, a);
+  run_or_end(run, &uplo, &n, alpha, x, &incx, a);
 }
 
 template <class T, class Run>
 void syr2(Call call, Run *run, char uplo, tnk_int n, const T *alpha, const T *x, tnk_int incx, const T *y,
           tnk_int incy, T *a, tnk_int lda) {
   if (const int bad = faults::syr2(uplo, n, incx, incy, lda)) return call.refuse(bad);
-  run(&uplo, &n, alpha, x, &incx, y, &incy, a, &lda);
+  run_or_end(run, &uplo, &n, alpha, x, &incx, y, &incy, a, &lda);
 }
 
 template <class T, class Run>
 void spr2(Call call, Run *run, char uplo, tnk_int n, const T *alpha, const T *x, tnk_int incx, const T *y,
           tnk_int incy, T *a) {
   if (const int bad = faults::spr2(uplo, n, incx, incy)) return call.refuse(bad);
-  run(&uplo, &n, alpha, x, &incx, y, &incy, a);
+  run_or_end(run, &uplo, &n, alpha, x, &incx, y, &incy, a);
 }
 
 } // namespace tnk::dropin

@@ -180,9 +180,18 @@ const char *&last_refusal() {
   return routine;
 }
 
+std::int64_t &undone_calls() {
+  static thread_local std::int64_t calls = 0;
+  return calls;
+}
+
 } // namespace tnk::host
 
 using tnk::host::Family;
+
+const int64_t *tnk_undone_calls(void) {
+  return &tnk::host::undone_calls();
+}
 
 void *tnk_serv_allocate(int64_t size, int32_t alignment) {
   auto &promise = tnk::host::promise;

@@ -37,6 +37,10 @@ tnk_error_handler tnk_set_error_handler(tnk_error_handler handler);
 /* Gives an error to the handler, for libraries that are built on this one. All texts are there, empty ones too. */
 void tnk_report_error(const tnk_error *error);
 
+/* How many calls of this thread to routines of tnk/blas.h ended without their result for want of memory, each after its
+   report. The address stays the thread's: who has no other way to learn of it compares before and after a call. */
+const int64_t *tnk_undone_calls(void);
+
 /* ---- The kernel library ------------------------------------------------------------------------------------- */
 
 enum tnk_status {

@@ -15,6 +15,7 @@
 
 #include "host/dispatch/kernel_loader.h"
 #include "host/routines/element.h"
+#include "host/service/refusals.h"
 #include "host/threading/team.h"
 
 namespace tnk::host {
@@ -249,7 +250,10 @@ template <class T, class Left, class Right, class Beta> struct PackedProduct {
     bool at_once = slices.count > 1;
     void *memory = tnk_serv_allocate(slices.count * bytes, line);
     if (!memory && at_once) at_once = false, memory = tnk_serv_allocate(bytes, line);
-    if (tnk_serv_check_ptr(memory, routine) != 0) return;
+    if (tnk_serv_check_ptr(memory, routine)) {
+      ++undone_calls();
+      return;
+    }
     const auto run_slice = [&](int i) {
       char *const own = static_cast<char *>(memory) + (at_once ? i * bytes : 0);
       const tnk_int first = slices.begin[i], end = slices.begin[i + 1];

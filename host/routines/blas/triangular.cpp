@@ -43,6 +43,15 @@ template <class T> Cut cut_sides(bool left, tnk_int m, tnk_int n) {
   return cut_tiles(left, others, tile, worth_while, worth_while < 2 ? 1 : usable_threads());
 }
 
+// By one call of a kernel, which leaves B as it was where it gets no memory.
+template <class T, class... A>
+void in_one_call(const Operation<T> &operation, Kernel<T> *run, A... arguments) {
+  const char *&refusal = last_refusal();
+  refusal = nullptr;
+  run(arguments...);
+  if (refusal && std::strcmp(refusal, operation.refusal) == 0) ++undone_calls();
+}
+
 // The same by the entries that take no memory: slower, and perhaps rounded otherwise.
 template <class T>
 [[gnu::cold]] void without_memory(const Operation<T> &operation, const char *side, const char *uplo,
@@ -93,7 +102,8 @@ template <class T>
   if (!run) return;
 
   const Cut cut = reads ? cut_sides<T>(left, *m, *n) : Cut{1, left, 0, 1};
-  if (cut.slices == 1) return run(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
+  if (cut.slices == 1)
+    return in_one_call(operation, run, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
   spread(cut.slices, cut.slices, [&](int i) {
     const tnk_int first = cut.begin(i), size = cut.begin(i + 1) - first;
     T *const part = b + first * (left ? *ldb : 1);
@@ -124,7 +134,7 @@ void run(Operation<T> &operation, const char *side, const char *uplo, const char
         (is_letter(*diag, 'n') || is_letter(*diag, 'u')) && are_usual(left, *m, *n, *lda, *ldb)) {
       const bool small = (left ? *m : *n) <= small_order;
       if (Kernel<T> *const chosen = small ? operation.small.get(operation.routine) : kernel)
-        chosen(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
+        in_one_call(operation, chosen, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
       return;
     }
   }

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "host/routines/blas/numbers.h"
+#include "host/service/refusals.h"
 #include <algorithm>
 #include <tnk/services.h>
 
 namespace tnk::host {
 
-// Scratch memory for the length of a call. Null after a report in the name of `routine`.
+// Scratch memory for the length of a call. Null after a report in the name of `routine`, which then cannot be done.
 template <class T> class Scratch {
 public:
   Scratch() = default;
@@ -17,7 +18,7 @@ public:
 
   T *take(const char *routine, tnk_int count) {
     block_ = tnk_serv_allocate(count * static_cast<tnk_int>(sizeof(T)), 64);
-    tnk_serv_check_ptr(block_, routine);
+    if (tnk_serv_check_ptr(block_, routine)) ++undone_calls();
     return static_cast<T *>(block_);
   }
 

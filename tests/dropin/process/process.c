@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,6 +99,19 @@ static int run(const char *library, const char *mode) {
                                int64_t, double, double *, int64_t);
     (__extension__(matrix_vector *) dlsym(handle, "cblas_dgemv"))(101, 111, 2, -1, 1, a, 2, b, 1, 0, right,
                                                                   1);
+    puts("came back");
+    exit(0);
+  }
+  if (strcmp(mode, "without_memory") == 0) {
+    typedef void update(const char *, const char *, const int64_t *, const int64_t *, const double *,
+                        const double *, const int64_t *, const double *, double *, const int64_t *);
+    update *const dsyrk = (__extension__(update *) dlsym(handle, "dsyrk_"));
+    const int64_t n = order, none = 0;
+    const double one = 1;
+    dsyrk("u", "n", &none, &none, &one, a, &n, &one, right, &n); /* all that is loaded is there now */
+    const struct rlimit nothing = {1, 1};
+    setrlimit(RLIMIT_AS, &nothing);
+    dsyrk("u", "n", &n, &n, &one, a, &n, &one, right, &n);
     puts("came back");
     exit(0);
   }

@@ -29,6 +29,7 @@ for name in libblas libblas64; do
   (cd "$work" && "$process" "$name/other.so" elsewhere && "$process" "./$name.so.3" again) || failed=1
 
   words "$library" report ' ** On entry to DGEMM parameter number  3 had an illegal value'
+  words "$library" without_memory 'tnk_blas_dsyrk: no memory'
   words "$library" report_by_rows 'Parameter 4 to routine cblas_dgemv was incorrect'
   mkdir "$work/alone"
   cp "$library" "$work/alone"
