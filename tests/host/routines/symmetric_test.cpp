@@ -288,9 +288,11 @@ TEST(PublicSymmetric, MemoryRefused) {
     for (const int threads : {1, 2}) {
       const Threads set(threads);
       ErrorRecorder errors;
+      const auto undone = *tnk_undone_calls();
       requests = 0, refused_request = 1;
       call.run();
       refused_request = 0;
+      EXPECT_EQ(*tnk_undone_calls() - undone, threads == 1);
       if (threads == 1) {
         EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << name.name;
         EXPECT_EQ(errors.last().routine, "tnk_blas_" + std::string(name.name));

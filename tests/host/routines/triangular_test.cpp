@@ -144,9 +144,11 @@ TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
       for (const int threads : {1, 2}) {
         const Threads set(threads);
         ErrorRecorder errors;
+        const auto undone = *tnk_undone_calls();
         requests = 0, refused_request = 1;
         const std::vector<T> x = call.result(routine);
         refused_request = 0;
+        EXPECT_EQ(*tnk_undone_calls() - undone, threads == 1);
         EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << name;
         EXPECT_EQ(errors.last().routine, "x" + std::string(name + 1)) << name;
         if (threads == 1) {
