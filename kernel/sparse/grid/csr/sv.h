@@ -54,8 +54,7 @@ template <bool Conj, bool Unit, class T, class I>
 }
 
 // y_i divided by its pivot, and what it takes from the others: t = 0 - y_i.
-template <bool Unit, class T, class I>
-inline in_lanes<T> finish_column(const SolveJob<T, I> &, T *y, T pivot) {
+template <bool Unit, class T> inline in_lanes<T> finish_column(T *y, T pivot) {
   if constexpr (!Unit) put(y, quotient(get(y), pivot));
   return in_lanes<T>{} - fetch(y);
 }
@@ -66,8 +65,7 @@ template <bool Conj, bool Unit, class T, class I>
   const SolveJob<T, I> job = given;
   for (I i = job.rows - 1; i >= 0; --i) {
     const PivotedRow<I> row = lower_column<Unit>(job, i);
-    const auto t =
-        finish_column<Unit>(job, y + i + job.base, Unit ? T{} : job.template value<Conj>(row.pivot));
+    const auto t = finish_column<Unit>(y + i + job.base, Unit ? T{} : job.template value<Conj>(row.pivot));
 #pragma GCC unroll 4
     for (I k = row.to - 1; k >= row.from; --k)
       scatter_one<T, Sign::plus, Conj>(job.matrix.values + k, job.matrix.col_index + k, t, y);
@@ -78,8 +76,7 @@ template <bool Conj, bool Unit, class T, class I>
   const SolveJob<T, I> job = given;
   for (I i = 0; i < job.rows; ++i) {
     const PivotedRow<I> row = upper_column<Unit>(job, i);
-    const auto t =
-        finish_column<Unit>(job, y + i + job.base, Unit ? T{} : job.template value<Conj>(row.pivot));
+    const auto t = finish_column<Unit>(y + i + job.base, Unit ? T{} : job.template value<Conj>(row.pivot));
     scatter<T, Conj>(job.matrix.values + row.from, job.matrix.col_index + row.from, row.to - row.from, t, y);
   }
 }
