@@ -1,7 +1,7 @@
-// The quotient by a pivot, of sweeps and solves.
+// The quotient by a pivot, of sweeps and solves, and what a row of a solve ends with.
 #pragma once
 
-#include "kernel/frame/element.h"
+#include "kernel/sparse/lanes.h"
 
 namespace tnk::sparse {
 
@@ -15,6 +15,14 @@ template <class T> inline T quotient(T a, T b) {
   } else {
     return a / b;
   }
+}
+
+// What a row of a solve ends with: y := (y - sum) / pivot, without the division where the diagonal is of ones.
+template <bool Unit, class T> inline void finish_element(T *y, in_lanes<T> sum, T pivot) {
+  T rest;
+  deposit(&rest, fetch(y) - sum);
+  if constexpr (!Unit) rest = quotient(rest, pivot);
+  put(y, rest);
 }
 
 } // namespace tnk::sparse

@@ -33,11 +33,6 @@ template <class T, class I> struct TripleSolve {
   }
 };
 
-template <bool Unit, class T> inline void finish_element(T *y, in_lanes<T> sum, T pivot) {
-  deposit(y, fetch(y) - sum);
-  if constexpr (!Unit) put(y, quotient(get(y), pivot));
-}
-
 // A row's entries in rounds of four with a sum each, then the rest.
 template <bool Upper, bool Unit, bool Conj, class T, class I>
 inline void solve_by_lists(const TripleSolve<T, I> &job, const I *diag_pos, const I *row_count,

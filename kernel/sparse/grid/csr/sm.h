@@ -127,8 +127,8 @@ template <bool Adjacent, class Name, class T, class I>
           row = lower_row(job, i, row.pivot);
         else
           row = upper_row<unit>(job, i);
-        finish_row<unit>(group.at(i, 0), group.template sum<conj>(job, row.from, row.to).of[0],
-                         job.matrix.values + row.pivot, conj);
+        finish_element<unit>(group.at(i, 0), group.template sum<conj>(job, row.from, row.to).of[0],
+                             unit ? T{} : job.template value<conj>(row.pivot));
       }
     }
   }

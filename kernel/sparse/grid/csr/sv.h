@@ -9,13 +9,6 @@ namespace tnk::sparse {
 
 // y, counted from the base of columns, everywhere below.
 
-template <bool Unit, class T> inline void finish_row(T *y, in_lanes<T> sum, const T *pivot, bool conj) {
-  T rest;
-  deposit(&rest, fetch(y) - sum);
-  if constexpr (!Unit) rest = quotient(rest, conj ? conjugate(get(pivot)) : get(pivot));
-  put(y, rest);
-}
-
 // The pivot is sought and the sum formed in one loop.
 template <bool Conj, bool Unit, class T, class I>
 [[gnu::noinline]] void solve_lower(const SolveJob<T, I> &given, T *y) {
@@ -36,7 +29,7 @@ template <bool Conj, bool Unit, class T, class I>
       else
         for (; k < end && (column = job.column(k)) < key; ++k) add(column);
     }
-    finish_row<Unit>(y + key, sum, values + k, Conj);
+    finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(k));
   });
 }
 
@@ -49,7 +42,7 @@ template <bool Conj, bool Unit, class T, class I>
     const PivotedRow<I> row = upper_row<Unit>(job, i);
     const auto sum = row_sum<T, Conj>(values + row.from, job.matrix.col_index + row.from,
                                       std::max<I>(row.to - row.from, 0), y);
-    finish_row<Unit>(y + i + job.base, sum, values + row.pivot, Conj);
+    finish_element<Unit>(y + i + job.base, sum, Unit ? T{} : job.template value<Conj>(row.pivot));
   });
 }
 
