@@ -65,6 +65,19 @@ int32_t tnk_dft_vpk_can_scale(const DftiNode *node, int32_t *flag);
 /* The status for one of a signal primitive. */
 tnk_int tnk_dft_transfer_vpk_tnk_error(int32_t signal_status);
 
+/* ---- Transforms of any length -------------------------------------------------------------------------------------------
+   As a convolution, of length node->axis.length below 2^29, at least 1: sets the node's bluestein_data and bluestein_free,
+   its pair of kernels, which take no workspace and any addresses, and the forward one of its second pair. Needs the node's
+   strategy list, users and threads. The padded length is 2^(b+1) for a length of b bits; memory is two arrays of so many
+   complex numbers, and another one in each call of a kernel. The kernels do not scale: compute entries and drivers do.
+
+   DftiMemoryError, DftiLengthExceedsLimit from 2^29 on, or the status of the commit within; the node is then as it was.
+   free: a null node and one without such data are left alone. */
+
+tnk_int tnk_dft_bluestein_init_c(DftiNode *node);
+tnk_int tnk_dft_bluestein_init_z(DftiNode *node);
+void tnk_dft_bluestein_free(DftiNode *node);
+
 /* ---- Imported from the host -------------------------------------------------------------------------------------------- */
 
 /* Builds the chain of nodes, one for each committed dimension, and calls the core commit of the same name. */

@@ -2,6 +2,7 @@
 //
 //   descriptor/  nodes and their tensors, parameters, the public functions in all their forms, the walk of commit
 //   commit/      strategies, core commits, signal records, uncommitting
+//   bluestein/   transforms of any length as a convolution
 //   compute/     compute entries, drivers, row movers, wrappers of signal primitives
 #pragma once
 

@@ -73,7 +73,7 @@ template <class T> bool take_large_path(DftiNode *node, DftiNode *root) {
     if (root->number_of_transforms == 1) root->flags |= TNK_DFT_ONE_SHOT;
     return true;
   }
-  return p::bluestein && p::bluestein(node) == 0;
+  return p::bluestein(node) == 0;
 }
 
 // The kernels of one dimension of complex data, and what they need.

@@ -62,7 +62,7 @@ template <> struct precision<float> {
   static constexpr DftiKernelPair real_wrappers{tnk_dft_xvpks_fwd_rtocomplex_32f,
                                                 tnk_dft_xvpks_inv_complextor_32f};
   static constexpr FourStep four_step{nullptr, {nullptr, nullptr}};
-  static constexpr Bluestein *bluestein = nullptr;
+  static constexpr Bluestein *bluestein = tnk_dft_bluestein_init_c;
   static constexpr Codelets small{nullptr, nullptr};
 
   using Format = DftiFormatSingle;
@@ -113,7 +113,7 @@ template <> struct precision<double> {
   static constexpr DftiKernelPair real_wrappers{tnk_dft_xvpks_fwd_rtocomplex_64f,
                                                 tnk_dft_xvpks_inv_complextor_64f};
   static constexpr FourStep four_step{nullptr, {nullptr, nullptr}};
-  static constexpr Bluestein *bluestein = nullptr;
+  static constexpr Bluestein *bluestein = tnk_dft_bluestein_init_z;
   static constexpr Codelets small{nullptr, nullptr};
 
   using Format = DftiFormatDouble;

@@ -1,5 +1,6 @@
 // Transforms of complex data: batches, two dimensions, and more by planes.
 #include "kernel/dft/compute/drivers.h"
+#include "kernel/dft/compute/scale.h"
 #include <tnk/dft_compute.h>
 
 namespace tnk::dft {
@@ -70,7 +71,12 @@ tnk_int drive_complex(DftiNode *node, char *source, char *destination, tnk_int c
       return along_lines<C, C>(all.steps[0], {source, {own.in, batch.in}, own.length},
                                {destination, {own.out, batch.out}, own.length}, count, rows);
     };
-    if (own.in == size && own.out == size) return run(nullptr);
+    if (own.in == size && own.out == size) {
+      const tnk_int status = run(nullptr);
+      if (status == DftiNoError)
+        for (tnk_int i = 0; i < count; ++i) scale_convolved<R, Inverse>(node, destination + i * batch.out);
+      return status;
+    }
     const Rows rows(own.length * size, count);
     return rows.missing() ? tnk_int{DftiMemoryError} : run(&rows);
   }

@@ -1,6 +1,6 @@
 // Compute entries, which commit puts into the node: each takes one of five routes, by flags alone.
 #include "kernel/dft/compute/drivers.h"
-#include <tnk/blas_level1.h>
+#include "kernel/dft/compute/scale.h"
 #include <tnk/dft_compute.h>
 
 namespace tnk::dft {
@@ -35,13 +35,20 @@ constexpr Parallel half_parallel = sizeof(R) == 4
 
 // ---- Routes ---------------------------------------------------------------------------------------------------------
 
+// All of the data by one call of the kernel.
+template <class R, bool Inverse>
+inline TNK_INLINED tnk_int one_call(DftiNode *node, void *source, void *destination, void *work) {
+  const tnk_int status = kernel_of<R, Inverse>(node)(source, destination, node, work);
+  scale_convolved<R, Inverse>(node, destination);
+  return status;
+}
+
 // plane(kernel, next_kernel): the two-dimensional entry. on_threads(): on the threads of the layer below. drive(work): all
 // transforms, one after another.
 template <class R, bool Inverse, class Plane, class OnThreads, class Drive>
 inline TNK_INLINED tnk_int route(DftiNode *node, void *source, void *destination, const Plane &plane,
                                  const OnThreads &on_threads, const Drive &drive) {
-  if (node->flags & TNK_DFT_ONE_SHOT)
-    return kernel_of<R, Inverse>(node)(source, destination, node, node->workspace);
+  if (node->flags & TNK_DFT_ONE_SHOT) return one_call<R, Inverse>(node, source, destination, node->workspace);
   if (node->flags & TNK_DFT_PLANE)
     return plane(kernel_of<R, Inverse>(node), kernel_of<R, Inverse>(node->next));
   if (node->user_threads > 1) {
@@ -50,7 +57,7 @@ inline TNK_INLINED tnk_int route(DftiNode *node, void *source, void *destination
     void *const work =
         node->workspace ? static_cast<char *>(node->workspace) + slot * node->maximum_buffer_size : nullptr;
     const tnk_int status = node->flags & TNK_DFT_CONTIGUOUS
-                               ? kernel_of<R, Inverse>(node)(source, destination, node, work)
+                               ? one_call<R, Inverse>(node, source, destination, work)
                                : drive(work);
     tnk_dft_release_user_thread(node, slot);
     return status;

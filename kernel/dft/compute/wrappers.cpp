@@ -1,37 +1,10 @@
 // Kernels that wrap signal primitives: the transform by the node's record, then the node's scale, and a status of this
 // family. The scale is applied after a failure as well.
-#include <tnk/blas_level1.h>
+#include "kernel/dft/compute/scale.h"
 #include <tnk/dft_compute.h>
-
-#include "kernel/dft/node.h"
-#include "kernel/frame/element.h"
 
 namespace tnk::dft {
 namespace {
-
-void scale(tnk_int n, float factor, float *x) {
-  static constexpr tnk_int adjacent = 1;
-  if (factor != 1) tnk_blas_sscal(&n, &factor, x, &adjacent);
-}
-void scale(tnk_int n, double factor, double *x) {
-  static constexpr tnk_int adjacent = 1;
-  if (factor != 1) tnk_blas_dscal(&n, &factor, x, &adjacent);
-}
-void scale(tnk_int n, float factor, tnk_complex8 *x) {
-  static constexpr tnk_int adjacent = 1;
-  if (factor != 1) tnk_blas_csscal(&n, &factor, x, &adjacent);
-}
-void scale(tnk_int n, double factor, tnk_complex16 *x) {
-  static constexpr tnk_int adjacent = 1;
-  if (factor != 1) tnk_blas_zdscal(&n, &factor, x, &adjacent);
-}
-
-template <class R, bool Inverse> R factor_of(const DftiNode *node) {
-  if constexpr (sizeof(R) == 4)
-    return Inverse ? node->backward_factor_single : node->forward_factor_single;
-  else
-    return Inverse ? node->backward_factor : node->forward_factor;
-}
 
 template <class R, bool Inverse, class Transform>
 tnk_int interleaved(Transform *transform, const tnk_signal_dft *record, void *source, void *destination,
