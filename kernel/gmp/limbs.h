@@ -1,0 +1,190 @@
+// What the arithmetic of limbs is written in.
+#pragma once
+
+#include "kernel/frame/unroll.h"
+#include <cstring>
+#include <tnk/gmp.h>
+
+namespace tnk::gmp {
+
+using limb = tnk_gmp_limb;
+__extension__ typedef unsigned __int128 wide; // two limbs
+
+constexpr int limb_bits = 64;
+constexpr limb top_bit = limb{1} << (limb_bits - 1);
+
+constexpr limb low(wide x) {
+  return static_cast<limb>(x);
+}
+constexpr limb high(wide x) {
+  return static_cast<limb>(x >> limb_bits);
+}
+constexpr wide join(limb high_limb, limb low_limb) {
+  return wide{high_limb} << limb_bits | low_limb;
+}
+
+inline int leading_zeros(limb x) {
+  return __builtin_clzll(x);
+}
+
+// ---- Arrays -----------------------------------------------------------------------------------------------------
+
+inline void copy(limb *r, const limb *a, int32_t n) {
+  std::memmove(r, a, static_cast<std::size_t>(n) * sizeof(limb));
+}
+inline void clear(limb *r, int32_t n) {
+  std::memset(r, 0, static_cast<std::size_t>(n) * sizeof(limb));
+}
+
+// n without the zero limbs at its top.
+inline int32_t trimmed(const limb *a, int32_t n) {
+  while (n > 0 && a[n - 1] == 0) --n;
+  return n;
+}
+
+// r := a 2^bits and a / 2^bits, bits from 0 to 63: what goes out at the top, and at the bottom in the highest bits. r
+// may be a; besides, the first may write above what it reads, the second below.
+inline limb shift_left(limb *r, const limb *a, int32_t n, int bits) {
+  limb out = 0;
+  for (int32_t i = n; i-- > 0;) {
+    const wide x = wide{a[i]} << bits;
+    if (i + 1 < n)
+      r[i + 1] |= high(x);
+    else
+      out = high(x);
+    r[i] = low(x);
+  }
+  return out;
+}
+inline limb shift_right(limb *r, const limb *a, int32_t n, int bits) {
+  limb out = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    const wide x = join(a[i], 0) >> bits;
+    if (i)
+      r[i - 1] |= low(x);
+    else
+      out = low(x);
+    r[i] = high(x);
+  }
+  return out;
+}
+
+// Adds or subtracts 1 at the place where a carry has come to, and goes on as long as it travels.
+inline void carry_into(limb *r, limb carry) {
+  for (; carry; ++r) carry = (*r += carry) < carry;
+}
+inline void borrow_from(limb *r, limb borrow) {
+  for (; borrow; ++r) {
+    const limb before = *r;
+    *r -= borrow;
+    borrow = before < borrow;
+  }
+}
+
+// Of n limbs; each returns what goes out at the top. r may be a or b.
+inline limb add_n(limb *r, const limb *a, const limb *b, int32_t n) {
+  wide carry = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    carry += wide{a[i]} + b[i];
+    r[i] = low(carry);
+    carry >>= limb_bits;
+  }
+  return low(carry);
+}
+inline limb sub_n(limb *r, const limb *a, const limb *b, int32_t n) {
+  limb borrow = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    const wide x = wide{a[i]} - b[i] - borrow;
+    r[i] = low(x);
+    borrow = high(x) & 1;
+  }
+  return borrow;
+}
+inline limb mul_1(limb *r, const limb *a, int32_t n, limb b) {
+  limb carry = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    const wide x = wide{a[i]} * b + carry;
+    r[i] = low(x);
+    carry = high(x);
+  }
+  return carry;
+}
+inline limb addmul_1(limb *r, const limb *a, int32_t n, limb b) {
+  limb carry = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    const wide x = wide{a[i]} * b + r[i] + carry;
+    r[i] = low(x);
+    carry = high(x);
+  }
+  return carry;
+}
+inline limb submul_1(limb *r, const limb *a, int32_t n, limb b) {
+  limb borrow = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    const wide x = wide{a[i]} * b + borrow;
+    borrow = high(x) + (r[i] < low(x));
+    r[i] -= low(x);
+  }
+  return borrow;
+}
+inline limb add_1(limb *r, const limb *a, int32_t n, limb b) {
+  for (int32_t i = 0; i < n; ++i) {
+    const limb sum = a[i] + b;
+    b = sum < b;
+    r[i] = sum;
+  }
+  return b;
+}
+inline limb sub_1(limb *r, const limb *a, int32_t n, limb b) {
+  for (int32_t i = 0; i < n; ++i) {
+    const limb x = a[i];
+    r[i] = x - b;
+    b = x < b;
+  }
+  return b;
+}
+inline int compare(const limb *a, const limb *b, int32_t n) {
+  while (n-- > 0)
+    if (a[n] != b[n]) return a[n] > b[n] ? 1 : -1;
+  return 0;
+}
+
+// ---- Scratch ----------------------------------------------------------------------------------------------------
+
+// Limbs for the length of a call: on the stack up to 256 of them, from the allocator above.
+class Scratch {
+public:
+  explicit Scratch(int64_t limbs)
+      : bytes_(limbs > on_stack ? static_cast<std::size_t>(limbs) * sizeof(limb) : 0),
+        data_(bytes_ ? static_cast<limb *>(tnk_gmp_tnk_gmp_allocate(bytes_)) : stack_) {}
+  ~Scratch() {
+    if (bytes_) tnk_gmp_tnk_gmp_free(data_, bytes_);
+  }
+  Scratch(const Scratch &) = delete;
+  Scratch &operator=(const Scratch &) = delete;
+  operator limb *() { return data_; }
+
+private:
+  static constexpr int on_stack = 256;
+  std::size_t bytes_;
+  limb *data_;
+  limb stack_[on_stack];
+};
+
+// ---- Records ----------------------------------------------------------------------------------------------------
+
+inline int32_t limbs_of(const tnk_gmp_integer &x) {
+  return x.size < 0 ? -x.size : x.size;
+}
+
+// Room for that many limbs; those in use stay.
+inline limb *room_for(tnk_gmp_integer &x, int32_t limbs) {
+  if (x.alloc < limbs) {
+    const auto bytes = [](int32_t n) { return static_cast<std::size_t>(n) * sizeof(limb); };
+    x.d = static_cast<limb *>(tnk_gmp_tnk_gmp_reallocate(x.d, bytes(x.alloc), bytes(limbs)));
+    x.alloc = limbs;
+  }
+  return x.d;
+}
+
+} // namespace tnk::gmp
