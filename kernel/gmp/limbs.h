@@ -45,27 +45,27 @@ inline int32_t trimmed(const limb *a, int32_t n) {
 // r := a 2^bits and a / 2^bits, bits from 0 to 63: what goes out at the top, and at the bottom in the highest bits. r
 // may be a; besides, the first may write above what it reads, the second below.
 inline limb shift_left(limb *r, const limb *a, int32_t n, int bits) {
-  limb out = 0;
-  for (int32_t i = n; i-- > 0;) {
-    const wide x = wide{a[i]} << bits;
-    if (i + 1 < n)
-      r[i + 1] |= high(x);
-    else
-      out = high(x);
-    r[i] = low(x);
+  if (n <= 0) return 0;
+  limb above = a[n - 1];
+  const limb out = high(wide{above} << bits);
+  for (int32_t i = n - 1; i > 0; --i) {
+    const limb below = a[i - 1];
+    r[i] = high(join(above, below) << bits);
+    above = below;
   }
+  r[0] = above << bits;
   return out;
 }
 inline limb shift_right(limb *r, const limb *a, int32_t n, int bits) {
-  limb out = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    const wide x = join(a[i], 0) >> bits;
-    if (i)
-      r[i - 1] |= low(x);
-    else
-      out = low(x);
-    r[i] = high(x);
+  if (n <= 0) return 0;
+  limb below = a[0];
+  const limb out = low(join(below, 0) >> bits);
+  for (int32_t i = 0; i < n - 1; ++i) {
+    const limb above = a[i + 1];
+    r[i] = low(join(above, below) >> bits);
+    below = above;
   }
+  r[n - 1] = below >> bits;
   return out;
 }
 
@@ -186,5 +186,10 @@ inline limb *room_for(tnk_gmp_integer &x, int32_t limbs) {
   }
   return x.d;
 }
+
+// ---- Divisions --------------------------------------------------------------------------------------------------
+
+// By the method for the lengths, dn at least 2 and nn at least dn; as mpl_divqr_long otherwise. q or r may be null.
+limb divide(limb *q, limb *r, const limb *n, int32_t nn, const limb *d, int32_t dn);
 
 } // namespace tnk::gmp
