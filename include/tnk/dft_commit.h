@@ -78,6 +78,24 @@ tnk_int tnk_dft_bluestein_init_c(DftiNode *node);
 tnk_int tnk_dft_bluestein_init_z(DftiNode *node);
 void tnk_dft_bluestein_free(DftiNode *node);
 
+/* ---- Kernels of a fixed length --------------------------------------------------------------------------------------------- */
+
+/* What the compact kernels of that length need (tnk/dft_compute.h): from 256 on a table in the node's second workspace, which
+   serves both directions, and a buffer size; up to 128 a buffer size of 0. DftiMemoryError leaves the node as it was. */
+typedef tnk_int DftiCodeletInit(DftiNode *node);
+DftiCodeletInit tnk_dft_init_xz_f4_1df, tnk_dft_init_xz_f8_1df, tnk_dft_init_xz_f16_1df,
+    tnk_dft_init_xz_f32_1df, tnk_dft_init_xz_f64_1df, tnk_dft_init_xz_f128_1df, tnk_dft_init_xz_f256_1df,
+    tnk_dft_init_xz_f512_1df, tnk_dft_init_xz_f1024_1df;
+
+/* Puts the compact kernel of the node's length into it, in the place of the forward (f) or the backward (b) one: c of
+   lengths 2 and 4; z of powers of two from 2 to 1024; s, d (real data) from 2 to 32. To be called after the core commit,
+   which names kernels itself; the workspace must then hold the node's buffer size. A node of another length is left alone;
+   so is one without memory: DftiMemoryError. sb and db say in the node's real layout flag whether rows of several dimensions
+   out of place come as CCS: with formats CCS and CCE. */
+typedef tnk_int DftiSetCodelet(DftiNode *node);
+DftiSetCodelet tnk_dft_set_codelet_cf, tnk_dft_set_codelet_cb, tnk_dft_set_codelet_zf, tnk_dft_set_codelet_zb,
+    tnk_dft_set_codelet_sf, tnk_dft_set_codelet_sb, tnk_dft_set_codelet_df, tnk_dft_set_codelet_db;
+
 /* ---- Imported from the host -------------------------------------------------------------------------------------------- */
 
 /* Builds the chain of nodes, one for each committed dimension, and calls the core commit of the same name. */

@@ -55,6 +55,23 @@ DftiKernel tnk_dft_xvpks_inv_32fc, tnk_dft_xvpks_inv_64fc, tnk_dft_xvpks_inv_32f
     tnk_dft_xvpks_inv_rev_32fc, tnk_dft_xvpks_inv_rev_64fc, tnk_dft_xvpks_inv_complextor_32f,
     tnk_dft_xvpks_inv_complextor_64f;
 
+/* ---- Kernels of a fixed length -------------------------------------------------------------------------------------------
+   f<N>: N numbers, of any address; 1df forward, 1db backward, which multiply by the node's factor of that direction. c, z:
+   complex; s, d: real, whose spectrum has the layout that the node's packed format names, as with the wrappers. No work is
+   needed up to 128 numbers; from 256 on they read the table of tnk_dft_init_xz_f<N>_1df in the node, and take work of the
+   node's buffer size, or, without, allocate it for the length of the call: DftiMemoryError. */
+
+DftiKernel tnk_dft_xz_f2_1df, tnk_dft_xz_f2_1db, tnk_dft_xz_f4_1df, tnk_dft_xz_f4_1db, tnk_dft_xz_f8_1df,
+    tnk_dft_xz_f8_1db, tnk_dft_xz_f16_1df, tnk_dft_xz_f16_1db, tnk_dft_xz_f32_1df, tnk_dft_xz_f32_1db,
+    tnk_dft_xz_f64_1df, tnk_dft_xz_f64_1db, tnk_dft_xz_f128_1df, tnk_dft_xz_f128_1db, tnk_dft_xz_f256_1df,
+    tnk_dft_xz_f256_1db, tnk_dft_xz_f512_1df, tnk_dft_xz_f512_1db, tnk_dft_xz_f1024_1df, tnk_dft_xz_f1024_1db;
+DftiKernel tnk_dft_xc_f2_1df, tnk_dft_xc_f2_1db, tnk_dft_xc_f4_1df, tnk_dft_xc_f4_1db, tnk_dft_xd_f2_1df,
+    tnk_dft_xd_f2_1db, tnk_dft_xd_f4_1df, tnk_dft_xd_f4_1db, tnk_dft_xd_f8_1df, tnk_dft_xd_f8_1db,
+    tnk_dft_xd_f16_1df, tnk_dft_xd_f16_1db, tnk_dft_xd_f32_1df, tnk_dft_xd_f32_1db, tnk_dft_xd_f64_1df,
+    tnk_dft_xd_f64_1db, tnk_dft_xs_f2_1df, tnk_dft_xs_f2_1db, tnk_dft_xs_f4_1df, tnk_dft_xs_f4_1db,
+    tnk_dft_xs_f8_1df, tnk_dft_xs_f8_1db, tnk_dft_xs_f16_1df, tnk_dft_xs_f16_1db, tnk_dft_xs_f32_1df,
+    tnk_dft_xs_f32_1db, tnk_dft_xs_f64_1df, tnk_dft_xs_f64_1db;
+
 /* ---- Rows -----------------------------------------------------------------------------------------------------------------
    `count` rows of `length` elements, one after another in a dense buffer, from or to lines that stand side by side: element
    i of row r is dense[dense_index + r length + i] and strided[index + r + i stride]. */

@@ -1,0 +1,93 @@
+// Complex kernels with a table and a work buffer: 256, 512 and 1024 numbers in double precision.
+#include <tnk/dft_compute.h>
+
+#include "kernel/dft/compact/compact.h"
+#include "kernel/dft/compact/tables.h"
+
+namespace tnk::dft::compact {
+namespace {
+
+// 256 and 1024.
+template <int N, bool Inverse>
+void transform(const double *source, double *destination, const double *table, double *between,
+               BlockTable<N>) {
+  using Table = BlockTable<N>;
+  const auto columns = [&](tnk_int c, auto first) TNK_INLINED {
+    transform_columns<16, Table::columns>(
+        Source<Inverse>{source}, between, c, [&](auto k, cvec<f64x4> z) TNK_INLINED {
+          constexpr int stored = k == 8 ? 4 : k;
+          const cvec<f64x4> w = Table::template load<first>(table, c, stored);
+          return stored == k ? w * z : w * w * z;
+        });
+  };
+  columns(0, std::true_type());
+  for (tnk_int c = 4; c < Table::columns; c += 4) columns(c, std::false_type());
+  for (tnk_int g = 0; g < 16; g += 4)
+    transform_rows<16, Table::columns>(between, Target<Inverse>{destination}, g);
+}
+
+// 512. A column 16 further on has the twiddles of this one, turned by k of 32 roots.
+template <bool Inverse>
+void transform(const double *source, double *destination, const double *table, double *between, TwiceTable) {
+  using Table = TwiceTable;
+  for (tnk_int c = 0; c < 16; c += 4) {
+    cvec<f64x4> w[16];
+    unrolled<15>([&](auto k) TNK_INLINED { w[k + 1] = Table::load(table, c, k + 1); });
+    const auto columns = [&](auto half) TNK_INLINED {
+      transform_columns<16, Table::columns>(Source<Inverse>{source}, between, c + 16 * half,
+                                            [&](auto k, cvec<f64x4> z) TNK_INLINED {
+                                              return conj_times(w[k], signal::turned<half * k, 32>(z));
+                                            });
+    };
+    columns(signal::constant<0>);
+    columns(signal::constant<1>);
+  }
+  for (tnk_int g = 0; g < 16; g += 4)
+    transform_rows<16, Table::columns>(between, Target<Inverse>{destination}, g);
+}
+
+// A buffer of the caller's, or one for the length of the call.
+class Work {
+public:
+  Work(void *given, tnk_int bytes) : given_(given), own_(given ? nullptr : tnk_serv_allocate(bytes, 64)) {}
+  Work(const Work &) = delete;
+  Work &operator=(const Work &) = delete;
+  ~Work() {
+    if (own_) tnk_serv_deallocate(own_);
+  }
+  double *begin() const { return static_cast<double *>(given_ ? given_ : own_); }
+
+private:
+  void *given_, *own_;
+};
+
+template <int N, bool Inverse>
+inline tnk_int kernel(void *source, void *destination, const DftiNode *node, void *given) {
+  const Work work(given, node->buffer_size);
+  if (!work.begin()) return DftiMemoryError;
+  double *const to = static_cast<double *>(destination);
+  const double *const table = static_cast<const double *>(node->second_workspace);
+  if constexpr (N == 512)
+    transform<Inverse>(static_cast<const double *>(source), to, table, work.begin(), TwiceTable());
+  else
+    transform<N, Inverse>(static_cast<const double *>(source), to, table, work.begin(), BlockTable<N>());
+  apply_factor<double, Inverse>(to, 2 * N, node);
+  return DftiNoError;
+}
+
+} // namespace
+} // namespace tnk::dft::compact
+
+using namespace tnk::dft::compact;
+
+#define TNK_KERNELS(N)                                                                                       \
+  tnk_int tnk_dft_xz_f##N##_1df(void *source, void *destination, DftiNode *node, void *work) {               \
+    return kernel<N, false>(source, destination, node, work);                                                \
+  }                                                                                                          \
+  tnk_int tnk_dft_xz_f##N##_1db(void *source, void *destination, DftiNode *node, void *work) {               \
+    return kernel<N, true>(source, destination, node, work);                                                 \
+  }
+TNK_KERNELS(256)
+TNK_KERNELS(512)
+TNK_KERNELS(1024)
+#undef TNK_KERNELS

@@ -1,0 +1,261 @@
+// Kernels of a fixed length, by their names: against sums by definition, and how they get into nodes.
+#include <cstring>
+#include <dlfcn.h>
+#include <limits>
+#include <tnk/dft_commit.h>
+#include <tnk/dft_compute.h>
+
+#include "dft/layouts.h"
+#include "dft/plan.h"
+#include "support/allocations.h"
+
+namespace tnk::test {
+namespace {
+
+template <class Function> Function *entry(const std::string &name) {
+  void *const address = dlsym(RTLD_DEFAULT, ("tnk_dft_" + name).c_str());
+  EXPECT_NE(address, nullptr) << name;
+  return reinterpret_cast<Function *>(address);
+}
+DftiKernel *kernel(const std::string &family, tnk_int n, bool inverse) {
+  return entry<DftiKernel>(family + "_f" + std::to_string(n) + (inverse ? "_1db" : "_1df"));
+}
+tnk_int init(DftiNode *node) {
+  return entry<DftiCodeletInit>("init_xz_f" + std::to_string(node->axis.length) + "_1df")(node);
+}
+
+// Numbers at any address, among bytes that nothing may write.
+template <class R> class Guarded {
+public:
+  Guarded(std::size_t length, std::size_t shift)
+      : length_(length * sizeof(R)), begin_(fence + shift), bytes_(2 * fence + shift + length_, 0xA5) {}
+  void *data() { return bytes_.data() + begin_; }
+  R operator[](std::size_t i) const {
+    R x;
+    std::memcpy(&x, bytes_.data() + begin_ + i * sizeof x, sizeof x);
+    return x;
+  }
+  void put(std::size_t i, long double value) {
+    const R x = static_cast<R>(value);
+    std::memcpy(bytes_.data() + begin_ + i * sizeof x, &x, sizeof x);
+  }
+  bool is_fenced() const {
+    for (std::size_t i = 0; i < bytes_.size(); ++i)
+      if ((i < begin_ || i >= begin_ + length_) && bytes_[i] != 0xA5) return false;
+    return true;
+  }
+  bool operator==(const Guarded &other) const { return bytes_ == other.bytes_; }
+
+private:
+  static constexpr std::size_t fence = 64;
+  std::size_t length_, begin_;
+  std::vector<unsigned char> bytes_;
+};
+
+// What one side of a transform holds: real numbers in the order in which they stand.
+using Line = std::vector<long double>;
+Line parts(const std::vector<Wide> &numbers) {
+  Line line;
+  for (const Wide z : numbers) line.push_back(z.real()), line.push_back(z.imag());
+  return line;
+}
+
+// One call of a kernel against what it must leave; the bound is relative to the root of the mean square, which is below 1
+// on the side of the numbers. `room`: how many numbers may be read or written in place.
+template <class R>
+void expect_transform(DftiKernel *run, DftiNode *node, void *work, const Line &from, const Line &to,
+                      long double factor, std::size_t shift, bool in_place, bool inverse) {
+  const std::size_t room = std::max(from.size(), to.size());
+  Guarded<R> source(in_place ? room : from.size(), shift), destination(to.size(), shift);
+  for (std::size_t i = 0; i < from.size(); ++i) source.put(i, from[i]);
+  const Guarded<R> before = source;
+  Guarded<R> &result = in_place ? source : destination;
+  ASSERT_EQ(run(source.data(), result.data(), node, work), DftiNoError);
+  const auto n = static_cast<long double>(node->axis.length);
+  const long double bound =
+      std::numeric_limits<R>::epsilon() * factor * (inverse ? n : std::sqrt(n)) * (2 + std::log2(n));
+  for (std::size_t i = 0; i < to.size(); ++i)
+    ASSERT_TRUE(std::fabs(result[i] - factor * to[i]) <= bound) << i;
+  EXPECT_TRUE(source.is_fenced() && destination.is_fenced());
+  EXPECT_TRUE(in_place || source == before);
+}
+
+void set_factors(DftiNode *node, double factor) {
+  node->forward_factor = node->backward_factor = factor;
+  node->forward_factor_single = node->backward_factor_single = static_cast<float>(factor);
+}
+
+template <class R> void check_complex(const std::string &family, tnk_int n) {
+  SCOPED_TRACE(family + std::to_string(n));
+  const Signal signal({n}, false);
+  const Plan node(sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiComplex, {n});
+  node->axis.length = n;
+  if (sizeof(R) == 8 && n > 2) {
+    ASSERT_EQ(init(node), DftiNoError);
+  }
+  Line spectrum = parts(signal.spectrum), numbers = parts(signal.numbers), sum = numbers;
+  for (long double &x : sum) x *= static_cast<long double>(n);
+  const std::size_t size = static_cast<std::size_t>(node->buffer_size);
+  for (const double factor : {1.0, 0.75})
+    for (const std::size_t shift : {0, 8, 16, 4, 1})
+      for (const bool in_place : {true, false})
+        for (const bool has_work : {true, false}) {
+          set_factors(node, factor);
+          Guarded<char> work(size, 8);
+          for (const bool inverse : {false, true})
+            expect_transform<R>(kernel(family, n, inverse), node, has_work ? work.data() : nullptr,
+                                inverse ? spectrum : numbers, inverse ? sum : spectrum, factor, shift,
+                                in_place, inverse);
+          EXPECT_TRUE(work.is_fenced());
+        }
+}
+
+TEST(Compact, ComplexKernels) {
+  for (const tnk_int n : {2, 4, 8, 16, 32, 64, 128, 256, 512, 1024}) check_complex<double>("xz", n);
+  for (const tnk_int n : {2, 4}) check_complex<float>("xc", n);
+  EXPECT_EQ(allocations.overrun, 0);
+}
+
+// Rows of a plane or a space out of place come in Perm where the format is CCS, unless the node tells otherwise.
+template <class R> void check_real(const std::string &family, tnk_int n, int storage, int format) {
+  SCOPED_TRACE(family + std::to_string(n) + " storage " + std::to_string(storage) + " format " +
+               std::to_string(format));
+  const Signal signal({n}, true);
+  const Plan node(sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiReal, {n});
+  node->axis.length = n;
+  node->conjugate_even_storage = storage, node->packed_format = format;
+  const int layout = storage == DftiComplexComplex ? int{DftiFormatCcs} : format;
+  const auto spectrum_in = [&](int packed) {
+    Line line;
+    for (tnk_int i = 0; i < packed_size(packed, n); ++i) {
+      const Slot slot = slot_of(packed, n, i);
+      const Wide z = signal.spectrum[static_cast<std::size_t>(slot.frequency)];
+      line.push_back(slot.part == Slot::re ? z.real() : slot.part == Slot::im ? z.imag() : 0);
+    }
+    return line;
+  };
+  Line numbers, sum;
+  for (const Wide z : signal.numbers) {
+    numbers.push_back(z.real());
+    sum.push_back(z.real() * static_cast<long double>(n));
+  }
+  for (const double factor : {1.0, 0.75})
+    for (const std::size_t shift : {0, 8, 4})
+      for (const bool in_place : {true, false})
+        for (const int rank : {1, 2, 3, 4})
+          for (const int real_layout : {0, 1}) {
+            set_factors(node, factor);
+            node->placement = in_place ? DftiInPlace : DftiNotInPlace;
+            node->committed_rank = rank, node->real_layout = real_layout;
+            const bool fitted =
+                layout == DftiFormatCcs && !in_place && (rank == 2 || rank == 3) && real_layout == 0;
+            Line written = sum;
+            if (format == DftiFormatCcs && in_place) written.push_back(0);
+            expect_transform<R>(kernel(family, n, false), node, nullptr, numbers, spectrum_in(layout), factor,
+                                shift, in_place, false);
+            expect_transform<R>(kernel(family, n, true), node, nullptr,
+                                spectrum_in(fitted ? int{DftiFormatPerm} : layout), written, factor, shift,
+                                in_place, true);
+          }
+}
+
+TEST(Compact, RealKernels) {
+  for (const tnk_int n : {2, 4, 8, 16, 32, 64})
+    for (const auto &[storage, format] : {std::pair<int, int>{DftiComplexComplex, DftiFormatCce},
+                                          {DftiComplexComplex, DftiFormatCcs},
+                                          {DftiComplexReal, DftiFormatCcs},
+                                          {DftiComplexReal, DftiFormatPack},
+                                          {DftiComplexReal, DftiFormatPerm}}) {
+      check_real<double>("xd", n, storage, format);
+      check_real<float>("xs", n, storage, format);
+    }
+}
+
+// ---- Into nodes ---------------------------------------------------------------------------------------------------------
+
+// Work is in the table or in a buffer; without memory for either, nothing changes.
+TEST(Compact, Tables) {
+  for (const auto &[n, bytes] :
+       {std::pair<tnk_int, tnk_int>{4, 0}, {128, 0}, {256, 4096}, {512, 8192}, {1024, 16384}}) {
+    const Plan node(DftiDouble, DftiComplex, {n});
+    node->axis.length = n, node->buffer_size = 77;
+    if (bytes > 0) {
+      allocations.refuse = 1;
+      EXPECT_EQ(tnk_dft_set_codelet_zf(node), DftiMemoryError);
+      EXPECT_EQ(node->second_workspace, nullptr);
+      EXPECT_EQ(node->buffer_size, 77);
+    }
+    for (int again = 0; again < 2; ++again) {
+      EXPECT_EQ(init(node), DftiNoError);
+      EXPECT_EQ(node->buffer_size, bytes);
+      EXPECT_EQ(node->second_workspace != nullptr, bytes > 0);
+    }
+    if (bytes == 0) continue;
+    void *const table = node->second_workspace;
+    allocations.refuse = 1;
+    EXPECT_EQ(tnk_dft_set_codelet_zb(node), DftiMemoryError);
+    EXPECT_EQ(node->second_workspace, table);
+    EXPECT_EQ(node->kernels.double_pair.inverse, nullptr);
+    std::vector<double> data(static_cast<std::size_t>(2 * n), 1);
+    const auto before = data;
+    allocations.refuse = 1;
+    EXPECT_EQ(kernel("xz", n, false)(data.data(), data.data(), node, nullptr), DftiMemoryError);
+    EXPECT_EQ(data, before);
+
+    if (n != 512) continue;
+    const double *const twice = static_cast<const double *>(table);
+    for (int i = 0; i < 15; ++i)
+      for (int j = 0; j < 30; ++j) {
+        const Wide w = reference::root(static_cast<std::size_t>((2 * i + 2) * (j / 2 + 1)), 1024, 1);
+        for (int copy = 0; copy < 2; ++copy)
+          EXPECT_NEAR(twice[60 * i + 2 * j + copy], static_cast<double>(j % 2 == 0 ? w.real() : w.imag()),
+                      1e-16);
+      }
+  }
+}
+
+TEST(Compact, SetCodelet) {
+  struct Kind {
+    const char *letters, *family;
+    int32_t precision, domain;
+    tnk_int longest;
+  };
+  const auto wrapper = [](void *, void *, DftiNode *, void *) { return tnk_int{0}; };
+  for (const Kind &kind : {Kind{"c", "xc", DftiSingle, DftiComplex, 4},
+                           {"z", "xz", DftiDouble, DftiComplex, 1024},
+                           {"s", "xs", DftiSingle, DftiReal, 32},
+                           {"d", "xd", DftiDouble, DftiReal, 32}})
+    for (const tnk_int n : {1, 2, 3, 4, 6, 8, 16, 31, 32, 64, 128, 256, 512, 1000, 1024, 2048})
+      for (const bool inverse : {false, true}) {
+        SCOPED_TRACE(kind.family + std::to_string(n) + (inverse ? "b" : "f"));
+        const Plan node(kind.precision, kind.domain, {n});
+        DftiKernelPair &pair =
+            kind.precision == DftiSingle ? node->kernels.single_pair : node->kernels.double_pair;
+        pair = {wrapper, wrapper};
+        node->use_codelet = 1, node->axis.length = n;
+        EXPECT_EQ(entry<DftiSetCodelet>(std::string("set_codelet_") + kind.letters + "fb"[inverse])(node),
+                  DftiNoError);
+        const bool known = n > 1 && n <= kind.longest && (n & (n - 1)) == 0;
+        const DftiKernel *const changed = inverse ? pair.inverse : pair.forward;
+        EXPECT_EQ(changed, known ? kernel(kind.family, n, inverse) : +wrapper);
+        EXPECT_EQ(inverse ? pair.forward : pair.inverse, +wrapper);
+        EXPECT_EQ(node->use_codelet, !known);
+      }
+
+  for (const bool single : {false, true})
+    for (const int placement : {DftiInPlace, DftiNotInPlace})
+      for (const int rank : {1, 2, 3})
+        for (const int format : {DftiFormatCcs, DftiFormatPack, DftiFormatPerm, DftiFormatCce}) {
+          const Plan node(single ? DftiSingle : DftiDouble, DftiReal, {8});
+          node->axis.length = 8, node->placement = placement, node->committed_rank = rank;
+          node->packed_format = format, node->real_layout = 7;
+          (single ? tnk_dft_set_codelet_sf : tnk_dft_set_codelet_df)(node);
+          EXPECT_EQ(node->real_layout, 7);
+          (single ? tnk_dft_set_codelet_sb : tnk_dft_set_codelet_db)(node);
+          EXPECT_EQ(node->real_layout, placement == DftiNotInPlace && rank > 1 &&
+                                           (format == DftiFormatCcs || format == DftiFormatCce));
+        }
+}
+
+} // namespace
+} // namespace tnk::test
