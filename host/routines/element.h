@@ -21,6 +21,11 @@ template <class T> constexpr T from_real(real_of<T> x) {
     return x;
 }
 
+template <class T> void conjugate([[maybe_unused]] T *x, [[maybe_unused]] tnk_int count) {
+  if constexpr (is_complex<T>)
+    for (tnk_int i = 0; i < count; ++i) x[i].im = 0 - x[i].im;
+}
+
 template <class T> bool is_value(const T &a, double value) {
   if constexpr (is_complex<T>)
     return a.re == value && a.im == 0;

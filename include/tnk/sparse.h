@@ -110,6 +110,13 @@ typedef struct tnk_sparse_descriptor {
    alpha, beta. What is only read may overlap, so the arrays of A may be those of another matrix, and row_end be
    row_start + 1. errno stays as it was. x or B may be null where it is not read, y or C where it has no elements.
 
+   All storages but CSC, whose products are those of CSR with the op exchanged. DIA has kernels for vectors and for
+   operands by columns, BSR for orders that are multiples of the block size, SKY for triangular and symmetric kinds and
+   operands by columns; op 'C' and the Hermitian kind of complex types only DIA. What lacks a kernel is put into
+   compressed rows first, in memory that is given back: TNK_SPARSE_NO_MEMORY, with y or C as they were, where there is
+   none. Zeros that are stored do not get there, so that they make no NaN of an infinity. Refused are general and diagonal
+   kinds in a skyline, which holds one triangle, and mm by rows with stored diagonals that are not square.
+
    Bad arguments are reported through the error handler (tnk/host.h), the first of the list only, and nothing is
    touched: null addresses of arrays that have elements, negative sizes, letters and enumerators that are none, a
    matrix that is not square but of a kind that is, the Hermitian kind in a real type, leading dimensions that are too
@@ -122,7 +129,8 @@ typedef struct tnk_sparse_descriptor {
    (transposed general, symmetric, Hermitian and skew matrices, and COO), all threads but one add into a vector of
    their own, and these are added up afterwards; there are no more threads then than stored entries for each element of
    y. So there the order of sums, and with it the last bits of y, depend on
-   the number of threads; everywhere else the result has the same bits for every number. Not spread: mv of
+   the number of threads; everywhere else the result has the same bits for every number. Not spread: mv of DIA and SKY
+   matrices, and of BSR ones but those of the general kind with op 'N'; mv of
    diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal;
    mm of diagonal CSR matrices, and mm with dense operands by rows and fewer than 16 right-hand sides. When there is
    no memory for the vectors of their own, one thread does all. */
@@ -152,7 +160,7 @@ TNK_SPARSE_PRODUCTS(z, tnk_complex16)
    Of triangular and diagonal kinds, in CSR, COO, DIA and SKY storage. x may be b, then with the same leading dimension;
    otherwise no two of x, b and A overlap. A zero alpha stores zeros, A's arrays and b unread but for `check`. DIA and SKY
    matrices have their right-hand sides by columns: base 1 for sm; SKY takes no
-   diagonal kind, and no op 'C' in the complex types.
+   diagonal kind.
 
    A pivot is not tested: zero ones give what IEEE 754 division gives. It is found by its place, so rows of a CSR matrix
    must ascend and hold their diagonal, unless it is ones; entries of the other triangle do not count. In COO, where
@@ -202,7 +210,7 @@ TNK_SPARSE_SOLVES(z, tnk_complex16)
    from_dense, to_dense: rows and a dense matrix by columns, element (i, j) at dense[i + j * ld]. What does not equal zero
    is an entry, a NaN too. Of entries of one place the last one is what becomes of them.
 
-   add, multiply: A, B and C are CSR matrices of the general kind. op 'C' is for the real types, where it is 'T'. The rows
+   add, multiply: A, B and C are CSR matrices of the general kind. The rows
    of a sum ascend, whatever order those of A and B have; the entries of a product's row come in the order of its terms,
    and those that come to zero stay. */
 #define TNK_SPARSE_CONVERSIONS(t, T)                                                                         \

@@ -149,10 +149,11 @@ TYPED_TEST(PublicConvert, SumsAndProductsAreThoseOfDenseMatrices) {
   for (const tnk_int m : {0, 1, 6, 13})
     for (const tnk_int n : {1, 5})
       for (const tnk_int base : {0, 1})
-        for (const char op : {'n', 'T'})
+        for (const char op : {'n', 'T', 'c'})
           for (const bool sorted : {true, false}) {
             SCOPED_TRACE(testing::Message() << m << " by " << n << ", base " << base << ' ' << op << sorted);
-            const bool turned = op == 'T';
+            const bool turned = op != 'n', conjugated = op == 'c';
+            const auto taken_by = [&](wide x) { return conjugated ? std::conj(x) : x; };
             const tnk_int k = 4;
             const auto a = this->matrix(m, n, base, 5, sorted);
             const auto b = this->matrix(turned ? n : m, turned ? m : n, base, 5, sorted);
@@ -171,7 +172,7 @@ TYPED_TEST(PublicConvert, SumsAndProductsAreThoseOfDenseMatrices) {
               for (tnk_int j = 0; j < n; ++j)
                 EXPECT_EQ(dc[a.at(i + j * m)],
                           da[a.at(i + j * m)] +
-                              widened(beta) * (turned ? db[a.at(j + i * n)] : db[a.at(i + j * m)]));
+                              widened(beta) * (turned ? taken_by(db[a.at(j + i * n)]) : db[a.at(i + j * m)]));
               for (auto q = c.pointer[c.at(i)] - base + 1; q < c.pointer[c.at(i) + 1] - base; ++q)
                 EXPECT_LE(c.columns[c.at(q) - 1], c.columns[c.at(q)]);
             }
@@ -180,7 +181,8 @@ TYPED_TEST(PublicConvert, SumsAndProductsAreThoseOfDenseMatrices) {
               for (tnk_int j = 0; j < k; ++j) {
                 wide element = 0;
                 for (tnk_int q = 0; q < inner; ++q)
-                  element += (turned ? da[a.at(q + i * m)] : da[a.at(i + q * m)]) * df[a.at(q + j * inner)];
+                  element += (turned ? taken_by(da[a.at(q + i * m)]) : da[a.at(i + q * m)]) *
+                             df[a.at(q + j * inner)];
                 EXPECT_EQ(dp[a.at(i + j * rows)], element);
               }
           }

@@ -9,7 +9,7 @@
 namespace tnk::host::sparse {
 
 // The storages that a routine takes are those up to one.
-constexpr tnk_sparse_storage most_of_products = TNK_SPARSE_COO, most_of_solves = TNK_SPARSE_SKY,
+constexpr tnk_sparse_storage most_of_products = TNK_SPARSE_BSR, most_of_solves = TNK_SPARSE_SKY,
                              all_storages = TNK_SPARSE_CSC;
 
 // Whether nnz counts its entries or blocks.

@@ -142,7 +142,8 @@ public:
   }
 
 private:
-  // Zeros leave, since those that fill a block up are not to be told from others; rows are put in order.
+  // Zeros leave, since those that fill a block up are not to be told from others, and so do columns behind the last one;
+  // rows are put in order.
   tnk_sparse_status from_blocks(const tnk_sparse_matrix &a, Made<T> &rows) {
     const tnk_int m = a.m, size = a.block_size, area = size * size;
     Made<T> blocks;
@@ -159,7 +160,7 @@ private:
     for (tnk_int i = 0, p = 0; i < m; ++i) {
       const tnk_int first = at, end = rows.pointer[i + 1] - base_;
       for (; p < end; ++p) {
-        if (is_value(rows.values[p], 0)) continue;
+        if (is_value(rows.values[p], 0) || rows.col_index[p] - base_ >= a.n) continue;
         rows.values[at] = rows.values[p];
         rows.col_index[at++] = rows.col_index[p];
       }
@@ -232,6 +233,22 @@ private:
   const char *routine_;
   tnk_int base_, upper_, info_ = 0;
 };
+
+} // namespace
+
+template <class T>
+tnk_sparse_status rows_of(const char *routine, const tnk_sparse_matrix &a, tnk_int base, bool upper,
+                          Made<T> &rows) {
+  return Conversion<T>(routine, base, upper).to_rows(a, a.m, rows);
+}
+template tnk_sparse_status rows_of(const char *, const tnk_sparse_matrix &, tnk_int, bool, Made<float> &);
+template tnk_sparse_status rows_of(const char *, const tnk_sparse_matrix &, tnk_int, bool, Made<double> &);
+template tnk_sparse_status rows_of(const char *, const tnk_sparse_matrix &, tnk_int, bool,
+                                   Made<tnk_complex8> &);
+template tnk_sparse_status rows_of(const char *, const tnk_sparse_matrix &, tnk_int, bool,
+                                   Made<tnk_complex16> &);
+
+namespace {
 
 bool is_square_form(tnk_sparse_storage storage) {
   return storage == TNK_SPARSE_DIA || storage == TNK_SPARSE_SKY || storage == TNK_SPARSE_BSR;

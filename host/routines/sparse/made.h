@@ -95,6 +95,12 @@ bool in_order(const tnk_sparse_matrix &from, tnk_int lists, tnk_int spare, tnk_i
   return true;
 }
 
+// Any storage as compressed rows with numbers from `base`; of a skyline the triangle counts. Stored diagonals are those of
+// a square matrix.
+template <class T>
+tnk_sparse_status rows_of(const char *routine, const tnk_sparse_matrix &a, tnk_int base, bool upper,
+                          Made<T> &rows);
+
 // The kernels of conversions, sums and products, in one element type.
 template <class T> struct Converters;
 template <class T> Converters<T> &converters();

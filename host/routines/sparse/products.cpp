@@ -7,10 +7,21 @@
 #include "host/routines/sparse/kernels.h"
 #include "host/routines/sparse/pieces.h"
 #include "host/routines/sparse/plan.h"
+#include "host/routines/sparse/stored.h"
 #include "host/threading/team.h"
 
 namespace tnk::host::sparse {
 namespace {
+
+bool is_stored_otherwise(const tnk_sparse_matrix &a) {
+  return a.storage != TNK_SPARSE_CSR && a.storage != TNK_SPARSE_COO;
+}
+// For rows that are made of what has been looked at.
+tnk_sparse_descriptor trusted(const tnk_sparse_descriptor &d) {
+  tnk_sparse_descriptor copy = d;
+  copy.check = TNK_SPARSE_TRUSTED;
+  return copy;
+}
 
 // ---- One right-hand side ---------------------------------------------------------------------------------------
 
@@ -117,7 +128,9 @@ template <class T>
 tnk_sparse_status mv(const char *routine, char op, const T *alpha, const tnk_sparse_matrix *a,
                      const tnk_sparse_descriptor *d, const T *x, const T *beta, T *y) {
   const Check check(routine);
-  if (!operands_are_sound(check, op, alpha, a, d, most_of_products)) return TNK_SPARSE_BAD_ARGUMENT;
+  if (!operands_are_sound(check, op, alpha, a, d, most_of_products) ||
+      !stored_product_is_sound(check, *a, *d, false))
+    return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);
   const tnk_int length = op == 'N' ? a->m : a->n, read = op == 'N' ? a->n : a->m;
   Tools<T> tools;
@@ -129,6 +142,18 @@ tnk_sparse_status mv(const char *routine, char op, const T *alpha, const tnk_spa
   const Scaling<T> scale(tools, *beta);
   if (nothing_read) {
     if (length > 0) scale(y, length);
+    return TNK_SPARSE_OK;
+  }
+
+  if (is_stored_otherwise(*a)) {
+    StoredProduct<T> product(routine, op, *alpha, *a, *d, false);
+    if (const auto status = product.prepare(); status != TNK_SPARSE_OK) return status;
+    if (product.rows()) {
+      const tnk_sparse_descriptor checked = trusted(*d);
+      return mv(routine, op, alpha, product.rows(), &checked, x, beta, y);
+    }
+    scale(y, length);
+    product.run(x, y);
     return TNK_SPARSE_OK;
   }
 
@@ -161,7 +186,8 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
                      const tnk_sparse_descriptor *d, tnk_int nrhs, const T *b, tnk_int ldb, const T *beta,
                      T *c, tnk_int ldc) {
   const Check check(routine);
-  if (!operands_are_sound(check, op, alpha, a, d, most_of_products) || !check.length<T>(5, "nrhs", &nrhs))
+  if (!operands_are_sound(check, op, alpha, a, d, most_of_products) ||
+      !stored_product_is_sound(check, *a, *d, true) || !check.length<T>(5, "nrhs", &nrhs))
     return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);
   const tnk_int length = op == 'N' ? a->m : a->n, read = op == 'N' ? a->n : a->m;
@@ -176,9 +202,18 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
     return TNK_SPARSE_BAD_ARGUMENT;
   if (empty) return TNK_SPARSE_OK;
 
+  const bool otherwise = is_stored_otherwise(*a);
+  StoredProduct<T> stored(routine, op, *alpha, *a, *d, true);
+  if (otherwise && !nothing_read) {
+    if (const auto status = stored.prepare(); status != TNK_SPARSE_OK) return status;
+    if (stored.rows()) {
+      const tnk_sparse_descriptor checked = trusted(*d);
+      return mm(routine, op, alpha, stored.rows(), &checked, nrhs, b, ldb, beta, c, ldc);
+    }
+  }
   const Plan plan = plan_product(*a, *d, op, is_complex<T>);
-  void *const kernel = nothing_read ? nullptr : grid_kernel<T>(routine, plan, Operation::mm);
-  if (!kernel && !nothing_read) return TNK_SPARSE_NO_KERNEL;
+  void *const kernel = nothing_read || otherwise ? nullptr : grid_kernel<T>(routine, plan, Operation::mm);
+  if (!kernel && !nothing_read && !otherwise) return TNK_SPARSE_NO_KERNEL;
   T factor = *alpha;
   if (plan.negated) tools.neones(&factor);
   const Scaling<T> scale(tools, *beta);
@@ -187,7 +222,8 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
       for (tnk_int j = begin; j < end; ++j) scale(c + j * ldc, length);
     else
       for (tnk_int i = 0; i < length; ++i) scale(c + i * ldc + begin, end - begin);
-    if (!kernel) return;
+    if (nothing_read) return;
+    if (otherwise) return stored.run(begin, end, b, ldb, c, ldc);
     const T *const values = static_cast<const T *>(a->values);
     const tnk_int first = begin + 1;
     if (a->storage == TNK_SPARSE_COO) {
@@ -208,8 +244,9 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
   // Right-hand sides that lie side by side are cut at every eighth, so that threads do not write to the same cache
   // lines all along.
   const tnk_int unit = by_columns ? 1 : 8;
-  const bool whole = !kernel || is_sequential(plan, Operation::mm);
-  const double work = whole ? 0 : static_cast<double>(a->nnz) * static_cast<double>(nrhs);
+  const bool whole = nothing_read || (!otherwise && is_sequential(plan, Operation::mm));
+  const double entries = otherwise ? stored.entries() : static_cast<double>(a->nnz);
+  const double work = whole ? 0 : entries * static_cast<double>(nrhs);
   const auto count = static_cast<int>(std::min<tnk_int>(threads_worth_while(work), nrhs / unit));
   if (count <= 1) {
     run(0, nrhs);

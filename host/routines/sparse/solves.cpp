@@ -66,11 +66,16 @@ template <class T> struct SolveJob {
     T *const first_column = sides.x + begin * sides.ldx;
     const tnk_int first = begin + 1, *const m = &a.m, *const last = &end, *const ldx = &sides.ldx;
     if (a.storage == TNK_SPARSE_SKY) {
+      // No kernel conjugates: what the transpose makes of the conjugates is conjugated again.
+      const bool conjugates = plan.op == 'c';
       const tnk_int transposed = plan.op != 'n', upper = plan.triangle == 'u', unit = plan.diagonal == 'u';
       using Kernel = void(Int, Int, Int, Int, const T *, Int, T *);
-      for (tnk_int j = begin; j < end; ++j)
-        reinterpret_cast<Kernel *>(kernel)(&transposed, m, &upper, &unit, values, a.row_start,
-                                           sides.x + j * sides.ldx);
+      for (tnk_int j = begin; j < end; ++j) {
+        T *const x = sides.x + j * sides.ldx;
+        if (conjugates) conjugate(x, *m);
+        reinterpret_cast<Kernel *>(kernel)(&transposed, m, &upper, &unit, values, a.row_start, x);
+        if (conjugates) conjugate(x, *m);
+      }
     } else if (a.storage == TNK_SPARSE_DIA) {
       // Diagonals ascend: below the main one, that, and above it. Distances from one.
       const tnk_int *const distances = a.diag_distance, *const past = distances + a.diag_count;
@@ -125,8 +130,7 @@ tnk_sparse_status solve(const char *routine, Operation operation, char op, const
       !check.number(4, "descriptor->kind", d->kind,
                     d->kind == TNK_SPARSE_TRIANGULAR ||
                         (d->kind == TNK_SPARSE_DIAGONAL && a->storage != TNK_SPARSE_SKY),
-                    a->storage == TNK_SPARSE_SKY ? "3, a triangle" : "3 or 4, a triangle or a diagonal") ||
-      (a->storage == TNK_SPARSE_SKY && is_complex<T> && !check.option(1, "op", &op, "NT")))
+                    a->storage == TNK_SPARSE_SKY ? "3, a triangle" : "3 or 4, a triangle or a diagonal"))
     return TNK_SPARSE_BAD_ARGUMENT;
   op = static_cast<char>(op & ~32);
   const tnk_int m = a->m;

@@ -52,9 +52,8 @@ tnk_sparse_status add(const char *routine, char op, const tnk_sparse_matrix *a, 
                       const tnk_sparse_matrix *b, const tnk_sparse_descriptor *d, tnk_sparse_matrix *result) {
   const Check check(routine);
   const auto is_transposed = [&] { return (op | 32) != 'n'; };
-  if (!check.option(1, "op", &op, is_complex<T> ? "NT" : "NTC") || !is_general(check, 2, a, 5, d) ||
-      !fits_memory<T>(check, 2, *a) || !check.address(3, "beta", beta) || !is_general(check, 4, b, 5, d) ||
-      !fits_memory<T>(check, 4, *b) ||
+  if (!check.option(1, "op", &op, "NTC") || !is_general(check, 2, a, 5, d) || !fits_memory<T>(check, 2, *a) ||
+      !check.address(3, "beta", beta) || !is_general(check, 4, b, 5, d) || !fits_memory<T>(check, 4, *b) ||
       !check.number(4, "matrix->m", b->m, b->m == (is_transposed() ? a->n : a->m), "the rows of a sum") ||
       !check.number(4, "matrix->n", b->n, b->n == (is_transposed() ? a->m : a->n), "the columns of a sum") ||
       !check.address(6, "result", result))
@@ -65,10 +64,13 @@ tnk_sparse_status add(const char *routine, char op, const tnk_sparse_matrix *a, 
   if (!kernel) return TNK_SPARSE_NO_KERNEL;
 
   const bool a_unsorted = !rows_ascend(*a), b_unsorted = !transposed && !rows_ascend(*b);
+  const bool conjugated = is_complex<T> && (op | 32) == 'c';
   Made<T> first, second;
-  if (!from_one(*a, *d, a_unsorted, first) || !from_one(*b, *d, b_unsorted, second))
+  if (!from_one(*a, *d, a_unsorted, first) || !from_one(*b, *d, b_unsorted || conjugated, second))
     return no_memory(routine);
-  const tnk_int entries = second.pointer[b->m] - 1, sort = a_unsorted + 2 * b_unsorted;
+  const tnk_int entries = second.pointer[b->m] - 1;
+  if (conjugated) conjugate(second.values, entries);
+  const tnk_int sort = a_unsorted + 2 * b_unsorted;
   const Block work(
       tnk_serv_allocate(Room().add(transposed ? a->m + 1 + 2 * entries : 0, sizeof(tnk_int)).bytes(), 64));
   if (!work.address) return no_memory(routine);
@@ -89,8 +91,8 @@ tnk_sparse_status multiply(const char *routine, char op, const tnk_sparse_matrix
                            tnk_sparse_matrix *result) {
   const Check check(routine);
   const auto is_transposed = [&] { return (op | 32) != 'n'; };
-  if (!check.option(1, "op", &op, is_complex<T> ? "NT" : "NTC") || !is_general(check, 2, a, 4, d) ||
-      !fits_memory<T>(check, 2, *a) || !is_general(check, 3, b, 4, d) || !fits_memory<T>(check, 3, *b) ||
+  if (!check.option(1, "op", &op, "NTC") || !is_general(check, 2, a, 4, d) || !fits_memory<T>(check, 2, *a) ||
+      !is_general(check, 3, b, 4, d) || !fits_memory<T>(check, 3, *b) ||
       !check.number(3, "matrix->m", b->m, b->m == (is_transposed() ? a->m : a->n), "the columns of op(A)") ||
       !check.address(5, "result", result))
     return TNK_SPARSE_BAD_ARGUMENT;
@@ -98,9 +100,12 @@ tnk_sparse_status multiply(const char *routine, char op, const tnk_sparse_matrix
   auto &kernels = converters<T>();
   const auto kernel = transposed ? kernels.multiply_tr.get(routine) : kernels.multiply.get(routine);
   if (!kernel) return TNK_SPARSE_NO_KERNEL;
+  const bool conjugated = is_complex<T> && (op | 32) == 'c';
   Made<T> first, second;
-  if (!from_one(*a, *d, false, first) || !from_one(*b, *d, false, second)) return no_memory(routine);
-  const tnk_int entries = first.pointer[a->m] - 1, rows = transposed ? a->n : a->m;
+  if (!from_one(*a, *d, conjugated, first) || !from_one(*b, *d, false, second)) return no_memory(routine);
+  const tnk_int entries = first.pointer[a->m] - 1;
+  if (conjugated) conjugate(first.values, entries);
+  const tnk_int rows = transposed ? a->n : a->m;
   const tnk_int words = b->n + (transposed ? a->n + 1 + 2 * entries : 0);
   const Block work(tnk_serv_allocate(Room().add(words, sizeof(tnk_int)).bytes(), 64));
   if (!work.address) return no_memory(routine);

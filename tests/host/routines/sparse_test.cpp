@@ -63,7 +63,7 @@ TEST(SparseArguments, AreRefusedByName) {
       {mv, [](Job &j) { j.a.storage = TNK_SPARSE_COO, j.a.row_index = nullptr; },
        "3 (matrix->row_index)" + null},
       {mm, [](Job &j) { j.a.n = -1; }, "3 (matrix->n) is -1, expected 0 or more"},
-      {mv, [](Job &j) { j.a.storage = tnk_sparse_storage(2); }, "3 (matrix->storage) is 2, expected 0 to 1"},
+      {mv, [](Job &j) { j.a.storage = TNK_SPARSE_CSC; }, "3 (matrix->storage) is 5, expected 0 to 4"},
       {mm, [](Job &j) { j.d.kind = tnk_sparse_kind(6); }, "4 (descriptor->kind) is 6, expected 0 to 5"},
       {mv, [](Job &j) { j.a.n = 2, j.d.kind = TNK_SPARSE_SKEW, j.d.triangle = tnk_sparse_triangle(2); },
        "4 (descriptor->triangle) is 2, expected 0 to 1"},
