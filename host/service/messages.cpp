@@ -5,14 +5,19 @@
 #include <tnk/services.h>
 
 #include "host/service/errno_keeper.h"
+#include "host/service/trig_messages.h"
 
 namespace tnk::host {
 namespace {
 
 void fill(char *buffer, std::size_t size, std::int32_t number, std::int32_t count, std::va_list arguments) {
   TextWriter out(buffer, size);
-  for (const Message &message : catalog)
-    if (message.number == number) return format(out, message.text, count, arguments);
+  const auto found = [&](const auto &messages) {
+    for (const Message &message : messages)
+      if (message.number == number) return format(out, message.text, count, arguments), true;
+    return false;
+  };
+  if (found(catalog) || found(trig_catalog)) return;
   out.add("message ").add(std::int64_t{number}).add(" is not in the catalog");
 }
 

@@ -63,8 +63,12 @@ constexpr bool is_placeholder(std::string_view text, std::size_t at) {
          (text[at + 1] == 's' || text[at + 1] == 'd' || text[at + 1] == 'f');
 }
 
-constexpr bool is_well_formed(std::string_view text) {
+// Messages from this number on are printed and logged by kernels, as formats: they must not have a percent sign.
+constexpr std::int32_t first_format = 396;
+
+constexpr bool is_well_formed(std::string_view text, bool is_format = false) {
   for (std::size_t i = 0; i < text.size(); ++i) {
+    if (is_format && text[i] == '%') return false;
     if (is_placeholder(text, i))
       i += 2;
     else if (text[i] == '{' || text[i] == '}')
@@ -75,7 +79,7 @@ constexpr bool is_well_formed(std::string_view text) {
 
 constexpr bool is_well_formed(const Message *messages, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
-    if (!is_well_formed(messages[i].text)) return false;
+    if (!is_well_formed(messages[i].text, messages[i].number >= first_format)) return false;
     if (i > 0 && messages[i].number <= messages[i - 1].number) return false;
   }
   return true;
