@@ -40,20 +40,19 @@ tnk_gmp_limb tnk_gmp_mpn_mod_1(const tnk_gmp_limb *n, int32_t nn, tnk_gmp_limb d
   return tnk::gmp::divide_by_limb(n, nn, d, [](int32_t, tnk_gmp_limb) {});
 }
 
-// From the bottom: each limb of the quotient is that of what is left times the inverse of 3 modulo 2^64, and takes with it
-// what the limb has above 2^64 when multiplied by 3.
+// A third is the product with (2^64 - 1) / 3, divided by 2^64 - 1: a running difference, in which a limb waits for the one
+// below it only by two subtractions.
 tnk_gmp_limb tnk_gmp_mpn_divexact_by3(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t n) {
   using namespace tnk::gmp;
-  constexpr limb third = ~limb{0} / 3, inverse = 2 * third + 1;
-  limb borrow = 0;
+  constexpr limb third = ~limb{0} / 3;
+  limb left = 0; // 0, 1 or 2 thirds
   for (int32_t i = 0; i < n; ++i) {
-    const limb left = a[i] - borrow;
-    borrow = a[i] < borrow;
-    const limb q = left * inverse;
-    r[i] = q;
-    borrow += (q > third) + (q > 2 * third);
+    const wide product = wide{a[i]} * third;
+    const bool borrow = left < low(product);
+    r[i] = left - low(product);
+    left = r[i] - high(product) - borrow;
   }
-  return borrow;
+  return left / third;
 }
 
 tnk_gmp_limb tnk_gmp_mpl_divq_3_by_2(tnk_gmp_limb n2, tnk_gmp_limb n1, tnk_gmp_limb n0, tnk_gmp_limb d1,

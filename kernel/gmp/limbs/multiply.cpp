@@ -1,13 +1,8 @@
 // Products: the choice of a method by length, Karatsuba's method and the cut of a longer operand into slices.
-#include "kernel/gmp/limbs.h"
+#include "kernel/gmp/products.h"
 
 namespace tnk::gmp {
 namespace {
-
-// The highest lengths for school, one step of Karatsuba, Toom's method and Fourier transforms; above them Karatsuba
-// halves a product until the transforms can take it. Below the last one mul does not look any further.
-constexpr int32_t school_most = 9, karatsuba_most = 200, toom_most = 8192, transform_most = 32768;
-constexpr int32_t mul_school_below = 18;
 
 // r := |a - b| of m limbs, b having h of them, m or m - 1. Whether a is below b.
 bool distance(limb *r, const limb *a, int32_t m, const limb *b, int32_t h) {
@@ -47,13 +42,21 @@ void karatsuba(limb *r, const limb *a, const limb *b, int32_t n, Multiply multip
 }
 
 } // namespace
+
+void karatsuba_step(limb *r, const limb *a, const limb *b, int32_t n) {
+  karatsuba(r, a, b, n, tnk_gmp___gmpn_mul_n);
+}
+
 } // namespace tnk::gmp
 
 void tnk_gmp___gmpn_mul_n(tnk_gmp_limb *r, const tnk_gmp_limb *a, const tnk_gmp_limb *b, int32_t n) {
   using namespace tnk::gmp;
   if (n <= 0) return;
   if (n <= school_most) return e9_cpMul_BNU_school(r, a, n, b, n);
-  karatsuba(r, a, b, n, tnk_gmp___gmpn_mul_n);
+  if (n <= karatsuba_most) return karatsuba_step(r, a, b, n);
+  if (n <= toom_most) return tnk_gmp_tnk_gmp_mul_n_tc3(a, b, r, n);
+  if (n <= transform_most) return tnk_gmp_tnk_gmp_mul_dft(a, n, b, n, r);
+  karatsuba_step(r, a, b, n);
 }
 
 tnk_gmp_limb tnk_gmp___gmpn_mul(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t an, const tnk_gmp_limb *b,
