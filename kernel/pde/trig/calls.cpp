@@ -3,6 +3,7 @@
 #include "kernel/pde/trig/report.h"
 #include <cmath>
 #include <cstdio>
+#include <tnk/services.h>
 
 namespace tnk::pde {
 namespace {
@@ -58,9 +59,10 @@ template <class T> void fill_tables(tnk_int kind, tnk_int n, T *dpar) {
   };
   if (kind == sine) return fill(dpar + 2, n / 2, 1, 1);
   for (tnk_int k = 1; k <= n / 2; ++k) {
-    const double angle = static_cast<double>(k) * h;
-    dpar[2 * k] = static_cast<T>(std::cos(angle));
-    dpar[2 * k + 1] = static_cast<T>(std::sin(angle));
+    double s, c;
+    tnk_serv_libm_sincos(static_cast<double>(k) * h, &s, &c);
+    dpar[2 * k] = static_cast<T>(c);
+    dpar[2 * k + 1] = static_cast<T>(s);
   }
   if (kind == cosine) return;
   T *next = dpar + n + 2;
