@@ -133,8 +133,9 @@ TYPED_TEST(SparseConvert, BlocksHoldTheMatrixAndGiveItsElementsBack) {
     this->call("tnk_?csrbsr", job, &a.m, &c.size, &c.stride, a.values.data(), a.columns.data(),
                a.pointer.data(), values, block_columns, pointer, &info);
     EXPECT_EQ(info, c.info) << c.size << " " << c.stride;
+    tnk_serv_deallocate(allocations.last); // the table, which stays with these
   }
-  allocations.reset(); // which is where the tables of these stay
+  EXPECT_EQ(allocations.live, 0);
 }
 
 TYPED_TEST(SparseConvert, DiagonalsAndTheirRestHoldTheMatrix) {

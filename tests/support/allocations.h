@@ -9,8 +9,9 @@ namespace tnk::test {
 
 struct Allocations {
   std::atomic<int> made{0}, live{0}, overrun{0};
-  std::atomic<int> refuse{0};      // the n-th request from now on gets null; 0: none
-  std::atomic<int64_t> largest{0}; // in bytes
+  std::atomic<int> refuse{0};        // the n-th request from now on gets null; 0: none
+  std::atomic<int64_t> largest{0};   // in bytes
+  std::atomic<void *> last{nullptr}; // block that was given
   void reset() { made = live = overrun = refuse = 0, largest = 0; }
 };
 inline Allocations allocations;

@@ -31,6 +31,7 @@ void *tnk_serv_allocate(int64_t size, int32_t alignment) {
   std::memcpy(block - sizeof size, &size, sizeof size);
   std::memcpy(block - 2 * sizeof size, &memory, sizeof memory);
   std::memset(block, 0xFF, bytes + block_fence); // NaN: a value read before it is written shows
+  allocations.last = block;
   return block;
 }
 
