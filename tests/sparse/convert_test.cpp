@@ -1,6 +1,7 @@
 // Conversions there and back, of small integers, so that all is exact.
 #include "sparse/compressed.h"
 #include "support/allocations.h"
+#include <tnk/services.h>
 
 namespace {
 
