@@ -1,12 +1,19 @@
 // Sine and cosine transforms of the kernel library: against their definitions, and what they refuse and say.
 #include "reference/trigonometric.h"
+#include "support/allocations.h"
 #include "support/guarded.h"
 #include "support/random.h"
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <numeric>
+#include <sstream>
+#include <thread>
 #include <tnk/pde_trig.h>
+#include <tnk/services.h>
 
 namespace tnk::test {
 namespace {
@@ -137,6 +144,241 @@ TYPED_TEST(Trig, MeetDefinitions) {
         }
       }
     }
+}
+
+// A handle for several threads gives each of them the bits that one alone has.
+TYPED_TEST(Trig, ServeSeveralThreads) {
+  using T = TypeParam;
+  Transform<T> alone(3, 500), shared(3, 500);
+  shared.ipar.put(TNK_PDETT_USERS, 4);
+  ASSERT_EQ(alone.commit(), 0);
+  ASSERT_EQ(shared.commit(), 0);
+  const std::vector<T> given = alone.values();
+  ASSERT_EQ(alone.run(true), 0);
+  std::vector<std::vector<T>> rows(4, given);
+  std::vector<std::thread> threads;
+  for (auto &row : rows)
+    threads.emplace_back([&row, &shared, &given] {
+      std::vector<tnk_int> ipar(shared.ipar.data(), shared.ipar.data() + TNK_PDETT_IPAR);
+      tnk_int stat;
+      for (int i = 0; i < 50; ++i) {
+        row = given;
+        Entries<T>::forward(row.data(), &shared.handle, ipar.data(), shared.dpar.data(), &stat);
+      }
+    });
+  for (auto &thread : threads) thread.join();
+  for (const auto &row : rows) EXPECT_EQ(row, alone.values());
+}
+
+// ---- Statuses and messages ------------------------------------------------------------------------------------------
+
+std::string printed(const std::function<void()> &call) {
+  testing::internal::CaptureStdout();
+  call();
+  return testing::internal::GetCapturedStdout();
+}
+
+constexpr tnk_int length = 19; // longer than a few vectors
+constexpr int commit_call = 0, forward_call = 1, backward_call = 2;
+template <class T> struct Misuse {
+  int call;
+  tnk_int kind;
+  std::function<void(Transform<T> &)> edit; // before the call
+  tnk_int status;
+  std::vector<std::string> says; // pieces of what is printed; none: nothing is
+};
+
+template <class T> std::vector<Misuse<T>> misuses() {
+  using Edit = std::function<void(Transform<T> &)>;
+  const auto entry = [](std::size_t i, tnk_int value) -> Edit {
+    return [=](Transform<T> &t) { t.ipar.put(i, value); };
+  };
+  const auto element = [](std::size_t i, T value) -> Edit {
+    return [=](Transform<T> &t) { t.f.put(i, value); };
+  };
+  const auto number = [](std::size_t i, T value) -> Edit {
+    return [=](Transform<T> &t) { t.dpar.put(i, value); };
+  };
+  const auto both = [](const Edit &a, const Edit &b) -> Edit { return [=](Transform<T> &t) { a(t), b(t); }; };
+  std::vector<Misuse<T>> all = {
+      {commit_call, 1, entry(6, 7), -10000, {"commit was not begun", "ipar[6], the status, is 7"}},
+      {commit_call, 1, entry(0, 1), -100, {"n is too small", "is 1\n"}},
+      {commit_call, 1, entry(5, 6), -100, {"no such transform", "is 6\n"}},
+      {commit_call, 1, entry(5, -1), -100, {"no such transform", "is -1\n"}},
+      {commit_call, 0, number(0, -1), 10, {"tolerance for ends of f is negative", "is -1\n"}},
+      {commit_call, 1, number(0, -1), 0, {}},
+      {commit_call, 0, element(0, 2), 1, {"takes the first element of f as 0", "f[0] is 2.000000e+00"}},
+      {commit_call,
+       0,
+       element(length, -2),
+       1,
+       {"a sine transform takes the last element", "f[n] is -2.0000"}},
+      {commit_call,
+       2,
+       element(length, 2),
+       1,
+       {"staggered cosine transform takes the last", "f[n] is 2.0000"}},
+      {commit_call, 3, element(0, 2), 1, {"staggered sine transform takes the first", "f[0] is 2.0000"}},
+      {commit_call, 0, both(element(0, T(0.25)), number(0, T(0.25))), 0, {}},
+      {commit_call, 0, both(element(0, 2), entry(10, 1)), 0, {}},
+      {commit_call, 1, both(element(0, 2), element(length, 2)), 0, {}},
+      {commit_call, 0, both(element(0, 2), element(length, 3)), 1, {"f[0] is 2.0", "f[n] is 3.0"}},
+      {commit_call, 4, entry(9, -3), 10, {"number of threads", "is -3\n"}},
+      {commit_call, 2, both(element(length, 2), entry(9, -3)), 11, {"f[n] is 2.0", "is -3\n"}},
+      {forward_call, 1, entry(6, 1), -10000, {"transform was not begun", "is 1\n"}},
+      {backward_call, 1, entry(6, -100), -10000, {"transform was not begun", "is -100\n"}},
+      {forward_call, 1, entry(5, 9), -100, {"no such transform", "is 9\n"}},
+  };
+  for (tnk_int kind = 0; kind < 6; ++kind) { // f is left alone
+    all.push_back({forward_call, kind, entry(0, 0), -10000, {"scaled by 1/n", "is 0\n"}});
+    all.push_back({backward_call, kind, entry(0, 0), 0, {}});
+  }
+  for (tnk_int kind = 2; kind < 6; ++kind) // sines of the unfolding, and of the division behind it
+    for (std::size_t at = length + 2; at < static_cast<std::size_t>(TNK_PDETT_DPAR(length, kind)); ++at)
+      all.push_back({forward_call, kind, number(at, 0), -200, {"a table has a sine of 0"}});
+  return all;
+}
+
+TYPED_TEST(Trig, AnswerMisuse) {
+  using T = TypeParam;
+  for (const auto &misuse : misuses<T>()) {
+    const std::string first = misuse.says.empty() ? "nothing" : misuse.says.back();
+    SCOPED_TRACE(testing::Message() << "kind " << misuse.kind << ", call " << misuse.call << ", " << first);
+    for (const tnk_int shown : {0, 1}) {
+      Transform<T> t(misuse.kind, length);
+      EXPECT_TRUE(misuse.call == commit_call || t.commit() == 0);
+      misuse.edit(t);
+      t.ipar.put(TNK_PDETT_ERRORS, shown);
+      t.ipar.put(TNK_PDETT_WARNINGS, shown);
+      const std::string text = printed([&] {
+        EXPECT_EQ(misuse.call == commit_call ? t.commit() : t.run(misuse.call == forward_call),
+                  misuse.status);
+      });
+      EXPECT_EQ(text.empty(), misuse.says.empty() || !shown) << text;
+      for (std::size_t i = 0; shown && i < misuse.says.size(); ++i)
+        EXPECT_NE(text.find(misuse.says[i]), std::string::npos) << text;
+      EXPECT_EQ(t.handle == nullptr, misuse.call == commit_call && misuse.status < 0);
+      if (misuse.status >= 10) { // what was corrected
+        EXPECT_EQ(t.ipar.get(TNK_PDETT_USERS), 1);
+        EXPECT_EQ(t.dpar.get(0), static_cast<T>(length * 1e-12));
+      }
+    }
+  }
+}
+
+// Without making anything a commit leaves tables and handle alone; with the handle of another the transform is the same.
+TYPED_TEST(Trig, MakeNothingUnasked) {
+  Transform<TypeParam> made(5, 30), other(5, 30);
+  other.ipar.put(TNK_PDETT_MAKE, 0);
+  ASSERT_EQ(made.commit(), 0);
+  ASSERT_EQ(other.commit(), 0);
+  EXPECT_EQ(other.handle, nullptr);
+  for (std::size_t i = 2; i < other.dpar.size(); ++i) {
+    EXPECT_TRUE(std::isnan(other.dpar.get(i)));
+    other.dpar.put(i, made.dpar.get(i));
+  }
+  std::swap(made.handle, other.handle);
+  const std::vector<TypeParam> given = other.values();
+  ASSERT_EQ(other.run(true), 0);
+  std::swap(made.handle, other.handle);
+  ASSERT_EQ(made.run(true), 0);
+  EXPECT_EQ(made.values(), other.values());
+}
+
+// Every allocation of a commit in turn: the status, its words, and nothing that stays behind.
+TYPED_TEST(Trig, FailWithoutMemory) {
+  const int before = allocations.live;
+  int refusals = 0;
+  for (tnk_int status = -1; status != 0; ++refusals) {
+    Transform<TypeParam> t(2, 1000);
+    t.ipar.put(TNK_PDETT_ERRORS, 1);
+    allocations.refuse = refusals + 1;
+    const std::string text = printed([&] { status = t.commit(); });
+    allocations.refuse = 0;
+    if (status == 0) break;
+    EXPECT_EQ(status, -1000);
+    EXPECT_EQ(t.handle, nullptr);
+    EXPECT_NE(text.find("it says: "), std::string::npos) << text;
+    EXPECT_EQ(text.find(" \n"), std::string::npos) << "padding";
+    EXPECT_EQ(allocations.live, before);
+  }
+  EXPECT_GT(refusals, 1);
+  EXPECT_EQ(allocations.live, before);
+
+  Transform<TypeParam> t(2, 1000); // without a handle, a transform and a release
+  EXPECT_EQ(t.run(true), -1000);
+  tnk_pdett_free_trig_transform(&t.handle, t.ipar.data(), &t.stat);
+  EXPECT_EQ(t.stat, -1000);
+  EXPECT_EQ(t.ipar.get(TNK_PDETT_STATUS), -1000);
+}
+
+// A folder of its own, and back from it.
+class Scratch {
+public:
+  Scratch() : before_(std::filesystem::current_path()) {
+    char name[] = "/tmp/tnk_trig_XXXXXX";
+    folder_ = mkdtemp(name);
+    std::filesystem::current_path(folder_);
+  }
+  ~Scratch() {
+    std::filesystem::current_path(before_);
+    std::filesystem::remove_all(folder_);
+  }
+
+private:
+  std::filesystem::path before_, folder_;
+};
+
+TEST(TrigMessages, AreThreeLinesOfEitherLanguageInAFrame) {
+  const tnk_int ids[] = {0, 1, 3, 4, 5, 6, 300, 302, 303, 307, 308, 309, 1001, 2};
+  tnk_int ipar[TNK_PDETT_IPAR] = {10, 1, 1, 0, 0, 13, 16, 0, 0, 19, 0};
+  const double dpar[] = {0.5};
+  const auto text = [](int32_t number) { return std::string(tnk_serv_tnk_get_msg(number, 0)); };
+  for (int i = 0; i < 14; ++i)
+    for (const bool fortran : {false, true}) {
+      const std::string all = printed([&] {
+        (fortran ? tnk_pdett_d_print_diagnostics_f : tnk_pdett_d_print_diagnostics_c)(ids + i, ipar, dpar,
+                                                                                      "TEXT");
+      });
+      std::istringstream lines(all);
+      std::vector<std::string> line;
+      for (std::string each; std::getline(lines, each);) line.push_back(each);
+      const int32_t first = (fortran ? 410 : 449) + 3 * i;
+      ASSERT_EQ(line.size(), i < 13 ? 7u : 5u);
+      EXPECT_EQ(line[0] + line[1], text(396));
+      EXPECT_EQ(line[line.size() - 2] + line.back(), text(397) + text(398));
+      if (i == 13) {
+        EXPECT_EQ(line[2], tnk_serv_tnk_get_msg(407, 1, tnk_int{2}));
+        continue;
+      }
+      EXPECT_EQ(line[2], text(first));
+      EXPECT_EQ(line[4], text(first + 2));
+      EXPECT_EQ(line[3].find('?'), std::string::npos) << "a value is missing: " << line[3];
+      EXPECT_EQ(line[3].substr(0, 4), text(first + 1).substr(0, 4));
+    }
+}
+
+TEST(TrigMessages, GoToTheLogFileOrTellThatTheyCannot) {
+  const Scratch scratch;
+  const char *const log = "TNK_Trig_Transforms_Log.txt";
+  Transform<double> shown(1, 8), logged(1, 8);
+  shown.ipar.put(5, 7), logged.ipar.put(5, 7);
+  shown.ipar.put(TNK_PDETT_ERRORS, 1), logged.ipar.put(TNK_PDETT_ERRORS, -1);
+  const std::string text = printed([&] { shown.commit(); });
+  for (int i = 0; i < 2; ++i) {
+    logged.ipar.put(TNK_PDETT_STATUS, 0);
+    EXPECT_EQ(printed([&] { EXPECT_EQ(logged.commit(), -100); }), "");
+  }
+  std::ostringstream content;
+  content << std::ifstream(log).rdbuf();
+  EXPECT_EQ(content.str(), text + text);
+
+  std::filesystem::remove(log);
+  std::filesystem::create_directory(log);
+  logged.ipar.put(TNK_PDETT_STATUS, 0);
+  const std::string told = printed([&] { EXPECT_EQ(logged.commit(), -100); });
+  EXPECT_EQ(told,
+            std::string(tnk_serv_tnk_get_msg(408, 1, log)) + "\n" + tnk_serv_tnk_get_msg(409, 0) + "\n");
 }
 
 } // namespace
