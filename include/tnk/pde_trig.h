@@ -24,7 +24,7 @@
      tnk_pdett_d_init_trig_transform(&n, &kind, ipar, dpar, &stat);
      ipar[TNK_PDETT_ERRORS] = ipar[TNK_PDETT_WARNINGS] = 0;
      tnk_pdett_d_commit_trig_transform(f, &handle, ipar, dpar, &stat);
-     if (stat >= 0) tnk_pdett_d_forward_trig_transform(f, &handle, ipar, dpar, &stat);
+     if (stat == 0) tnk_pdett_d_forward_trig_transform(f, &handle, ipar, dpar, &stat);
      tnk_pdett_free_trig_transform(&handle, ipar, &stat);
 
    All arguments are by address; no address is checked. f needs no alignment beyond that of its numbers. For accuracy see

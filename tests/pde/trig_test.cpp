@@ -377,8 +377,9 @@ TEST(TrigMessages, GoToTheLogFileOrTellThatTheyCannot) {
   std::filesystem::create_directory(log);
   logged.ipar.put(TNK_PDETT_STATUS, 0);
   const std::string told = printed([&] { EXPECT_EQ(logged.commit(), -100); });
-  EXPECT_EQ(told,
-            std::string(tnk_serv_tnk_get_msg(408, 1, log)) + "\n" + tnk_serv_tnk_get_msg(409, 0) + "\n");
+  std::string expected = tnk_serv_tnk_get_msg(408, 1, log);
+  expected += std::string("\n") + tnk_serv_tnk_get_msg(409, 0) + "\n";
+  EXPECT_EQ(told, expected);
 }
 
 } // namespace
