@@ -162,39 +162,39 @@ enum tnk_xblas_cmd {
 #define TNK_XBLAS_PAIR(X, op, t, u, v)                                                                       \
   X(op, t, u, v, t##op##_##u##_##v, plain) X(op, t, u, v, t##op##_##u##_##v##_x, extra)
 #define TNK_XBLAS_ALONE(X, op, t, u) X(op, t, u, u, t##op##_##u, plain) X(op, t, u, u, t##op##_##u##_x, extra)
+/* clang-format off */
 #define TNK_XBLAS_EACH_OWN(X, op)                                                                            \
   TNK_XBLAS_OWN(X, op, s) TNK_XBLAS_OWN(X, op, d) TNK_XBLAS_OWN(X, op, c) TNK_XBLAS_OWN(X, op, z)
 /* Two operands. */
 #define TNK_XBLAS_EACH_PAIR(X, op)                                                                           \
   TNK_XBLAS_EACH_OWN(X, op)                                                                                  \
-  TNK_XBLAS_PAIR(X, op, c, c, s)                                                                             \
-  TNK_XBLAS_PAIR(X, op, c, s, c) TNK_XBLAS_PAIR(X, op, c, s, s) TNK_XBLAS_PAIR(X, op, d, d, s)               \
-      TNK_XBLAS_PAIR(X, op, d, s, d) TNK_XBLAS_PAIR(X, op, d, s, s) TNK_XBLAS_PAIR(X, op, z, c, c)           \
-          TNK_XBLAS_PAIR(X, op, z, c, z) TNK_XBLAS_PAIR(X, op, z, z, c) TNK_XBLAS_PAIR(X, op, z, d, d)       \
-              TNK_XBLAS_PAIR(X, op, z, d, z) TNK_XBLAS_PAIR(X, op, z, z, d)
+  TNK_XBLAS_PAIR(X, op, c, c, s) TNK_XBLAS_PAIR(X, op, c, s, c) TNK_XBLAS_PAIR(X, op, c, s, s)               \
+  TNK_XBLAS_PAIR(X, op, d, d, s) TNK_XBLAS_PAIR(X, op, d, s, d) TNK_XBLAS_PAIR(X, op, d, s, s)               \
+  TNK_XBLAS_PAIR(X, op, z, c, c) TNK_XBLAS_PAIR(X, op, z, c, z) TNK_XBLAS_PAIR(X, op, z, z, c)               \
+  TNK_XBLAS_PAIR(X, op, z, d, d) TNK_XBLAS_PAIR(X, op, z, d, z) TNK_XBLAS_PAIR(X, op, z, z, d)
 /* Two operands, the first one Hermitian. */
 #define TNK_XBLAS_EACH_HERMITIAN(X, op)                                                                      \
-  TNK_XBLAS_OWN(X, op, c)                                                                                    \
-  TNK_XBLAS_OWN(X, op, z) TNK_XBLAS_PAIR(X, op, c, c, s) TNK_XBLAS_PAIR(X, op, z, c, c)                      \
-      TNK_XBLAS_PAIR(X, op, z, c, z) TNK_XBLAS_PAIR(X, op, z, z, c) TNK_XBLAS_PAIR(X, op, z, z, d)
+  TNK_XBLAS_OWN(X, op, c) TNK_XBLAS_OWN(X, op, z)                                                            \
+  TNK_XBLAS_PAIR(X, op, c, c, s) TNK_XBLAS_PAIR(X, op, z, c, c) TNK_XBLAS_PAIR(X, op, z, c, z)               \
+  TNK_XBLAS_PAIR(X, op, z, z, c) TNK_XBLAS_PAIR(X, op, z, z, d)
 /* One operand beside the result. */
 #define TNK_XBLAS_EACH_ALONE(X, op)                                                                          \
   TNK_XBLAS_EACH_OWN(X, op)                                                                                  \
-  TNK_XBLAS_ALONE(X, op, d, s)                                                                               \
-  TNK_XBLAS_ALONE(X, op, c, s) TNK_XBLAS_ALONE(X, op, z, c) TNK_XBLAS_ALONE(X, op, z, d)
+  TNK_XBLAS_ALONE(X, op, d, s) TNK_XBLAS_ALONE(X, op, c, s)                                                  \
+  TNK_XBLAS_ALONE(X, op, z, c) TNK_XBLAS_ALONE(X, op, z, d)
 /* All 488. */
 #define TNK_XBLAS_EACH(X)                                                                                    \
-  TNK_XBLAS_EACH_PAIR(X, dot)                                                                                \
-  TNK_XBLAS_EACH_PAIR(X, waxpby) TNK_XBLAS_EACH_PAIR(X, gemv) TNK_XBLAS_EACH_PAIR(X, ge_sum_mv)              \
-      TNK_XBLAS_EACH_PAIR(X, gbmv) TNK_XBLAS_EACH_PAIR(X, symv) TNK_XBLAS_EACH_PAIR(X, spmv)                 \
-          TNK_XBLAS_EACH_PAIR(X, sbmv) TNK_XBLAS_EACH_PAIR(X, gemm) TNK_XBLAS_EACH_PAIR(X, symm)             \
-              TNK_XBLAS_EACH_PAIR(X, gemv2) TNK_XBLAS_EACH_PAIR(X, gbmv2) TNK_XBLAS_EACH_PAIR(X, symv2)      \
-                  TNK_XBLAS_EACH_HERMITIAN(X, hemv) TNK_XBLAS_EACH_HERMITIAN(X, hpmv)                        \
-                      TNK_XBLAS_EACH_HERMITIAN(X, hbmv) TNK_XBLAS_EACH_HERMITIAN(X, hemm)                    \
-                          TNK_XBLAS_EACH_HERMITIAN(X, hemv2) TNK_XBLAS_EACH_ALONE(X, axpby)                  \
-                              TNK_XBLAS_EACH_ALONE(X, trmv) TNK_XBLAS_EACH_ALONE(X, tpmv)                    \
-                                  TNK_XBLAS_EACH_ALONE(X, trsv) TNK_XBLAS_EACH_ALONE(X, tbsv)                \
-                                      TNK_XBLAS_EACH_OWN(X, sum)
+  TNK_XBLAS_EACH_PAIR(X, dot) TNK_XBLAS_EACH_PAIR(X, waxpby) TNK_XBLAS_EACH_PAIR(X, gemv)                    \
+  TNK_XBLAS_EACH_PAIR(X, ge_sum_mv) TNK_XBLAS_EACH_PAIR(X, gbmv) TNK_XBLAS_EACH_PAIR(X, symv)                \
+  TNK_XBLAS_EACH_PAIR(X, spmv) TNK_XBLAS_EACH_PAIR(X, sbmv) TNK_XBLAS_EACH_PAIR(X, gemm)                     \
+  TNK_XBLAS_EACH_PAIR(X, symm) TNK_XBLAS_EACH_PAIR(X, gemv2) TNK_XBLAS_EACH_PAIR(X, gbmv2)                   \
+  TNK_XBLAS_EACH_PAIR(X, symv2)                                                                              \
+  TNK_XBLAS_EACH_HERMITIAN(X, hemv) TNK_XBLAS_EACH_HERMITIAN(X, hpmv) TNK_XBLAS_EACH_HERMITIAN(X, hbmv)      \
+  TNK_XBLAS_EACH_HERMITIAN(X, hemm) TNK_XBLAS_EACH_HERMITIAN(X, hemv2)                                       \
+  TNK_XBLAS_EACH_ALONE(X, axpby) TNK_XBLAS_EACH_ALONE(X, trmv) TNK_XBLAS_EACH_ALONE(X, tpmv)                 \
+  TNK_XBLAS_EACH_ALONE(X, trsv) TNK_XBLAS_EACH_ALONE(X, tbsv)                                                \
+  TNK_XBLAS_EACH_OWN(X, sum)
+/* clang-format on */
 
 /* The types by letter; factors travel by value where they are real and by address where they are complex. */
 #define TNK_XBLAS_TYPE_s float
