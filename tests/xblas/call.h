@@ -1,0 +1,204 @@
+// Routines of the family by their names, and calls of any of them: what an argument is stands in one letter.
+#pragma once
+
+#include "support/guarded.h"
+#include <complex>
+#include <dlfcn.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <string>
+#include <tnk/xblas.h>
+#include <vector>
+
+namespace tnk::test {
+
+using Number = std::complex<double>;
+
+// ---- Names ------------------------------------------------------------------------------------------------------------
+
+// Argument lists by letter, the precision left out:
+//   o order, t T trans, u uplo, d diag, s side, q conj; m n k, l kl, v ku; A alpha, B beta;
+//   a b x h(tail) y w arrays, L M ld of a and b, i j e increments of x, y and w, C the ld of y where it is a matrix
+inline const std::map<std::string, std::string> &lists() {
+  static const std::map<std::string, std::string> all = {
+      {"dot", "qnAxiBbjy"},           {"sum", "nxiy"},
+      {"axpby", "nAxiByj"},           {"waxpby", "nAxiBbjye"},
+      {"gemv", "otmnAaLxiByj"},       {"gemv2", "otmnAaLxhiByj"},
+      {"gbmv", "otmnlvAaLxiByj"},     {"gbmv2", "otmnlvAaLxhiByj"},
+      {"ge_sum_mv", "omnAaLxiBbMyj"}, {"symv", "ounAaLxiByj"},
+      {"hemv", "ounAaLxiByj"},        {"symv2", "ounAaLxhiByj"},
+      {"hemv2", "ounAaLxhiByj"},      {"sbmv", "ounkAaLxiByj"},
+      {"hbmv", "ounkAaLxiByj"},       {"spmv", "ounAaxiByj"},
+      {"hpmv", "ounAaxiByj"},         {"trmv", "outdnAaLyj"},
+      {"trsv", "outdnAaLyj"},         {"tbsv", "outdnkAaLyj"},
+      {"tpmv", "outdnAayj"},          {"gemm", "otTmnkAaLxMByC"},
+      {"symm", "osumnAaLxMByC"},      {"hemm", "osumnAaLxMByC"}};
+  return all;
+}
+
+struct Routine {
+  std::string name, op; // "zdot_c_z_x", "dot"
+  char result, a, x;    // letters of the types: of the first operand, and of the second one
+  bool has_prec;
+
+  const std::string &list() const { return lists().at(op); }
+  bool has(char letter) const { return list().find(letter) != std::string::npos; }
+  int position(char letter) const { return static_cast<int>(list().find(letter)) + 1; }
+};
+
+inline bool is_pair(char letter) {
+  return letter == 'c' || letter == 'z';
+}
+inline bool is_short(char letter) {
+  return letter == 's' || letter == 'c';
+}
+
+inline Routine decoded(const std::string &name) {
+  Routine r{name, name.substr(1), name[0], name[0], name[0], false};
+  const auto cut = [&](char &letter) {
+    const std::size_t n = r.op.size();
+    if (n < 3 || r.op[n - 2] != '_' || std::string("sdczx").find(r.op[n - 1]) == std::string::npos)
+      return false;
+    letter = r.op[n - 1];
+    r.op.resize(n - 2);
+    return true;
+  };
+  char last = 0, first = 0;
+  bool found = cut(last);
+  if (found && last == 'x') r.has_prec = true, found = cut(last);
+  if (found && cut(first))
+    r.a = first, r.x = last;
+  else if (found)
+    r.a = last;
+  return r;
+}
+
+// All that compute, from the list of what the library exports.
+inline const std::vector<Routine> &routines() {
+  static const std::vector<Routine> all = [] {
+    std::vector<Routine> found;
+    std::ifstream list(TNK_TEST_XBLAS_EXPORTS);
+    const std::string prefix = "tnk_xblas_BLAS_";
+    for (std::string line; std::getline(list, line);)
+      if (line.rfind(prefix, 0) == 0 && line != prefix + "error" && line != prefix + "fpinfo_x")
+        found.push_back(decoded(line.substr(prefix.size())));
+    return found;
+  }();
+  return all;
+}
+
+// ---- Arrays -----------------------------------------------------------------------------------------------------------
+
+// Elements of the type of a letter, NaN until they are set, before a page that must not be touched.
+class Array {
+public:
+  Array(char letter, tnk_int count)
+      : letter_(letter), bytes_(static_cast<std::size_t>(count) * size(), page_end) {}
+  void *data() { return bytes_.data(); }
+  std::vector<unsigned char> bytes() const { return {bytes_.data(), bytes_.data() + bytes_.size()}; }
+  void restore(const std::vector<unsigned char> &bytes) {
+    std::memcpy(bytes_.data(), bytes.data(), bytes.size());
+  }
+
+  void set(tnk_int i, Number x) {
+    put(i, 0, x.real());
+    if (is_pair(letter_)) put(i, 1, x.imag());
+  }
+  Number get(tnk_int i) const { return {part(i, 0), is_pair(letter_) ? part(i, 1) : 0}; }
+
+private:
+  std::size_t size() const { return (is_short(letter_) ? 4u : 8u) * (is_pair(letter_) ? 2u : 1u); }
+  void put(tnk_int i, std::size_t part, double x) {
+    unsigned char *const to = bytes_.data() + static_cast<std::size_t>(i) * size();
+    const float rounded = static_cast<float>(x);
+    is_short(letter_) ? std::memcpy(to + 4 * part, &rounded, 4) : std::memcpy(to + 8 * part, &x, 8);
+  }
+  double part(tnk_int i, std::size_t part) const {
+    const unsigned char *const from = bytes_.data() + static_cast<std::size_t>(i) * size();
+    float small;
+    double x;
+    std::memcpy(&small, from + 4 * part, 4);
+    if (is_short(letter_)) return static_cast<double>(small);
+    std::memcpy(&x, from + 8 * part, 8);
+    return x;
+  }
+  char letter_;
+  Guarded<unsigned char> bytes_;
+};
+
+// ---- Calls ------------------------------------------------------------------------------------------------------------
+
+// Arguments by letter; those of enumerations, integers and addresses all as 64 bits.
+struct Arguments {
+  std::map<char, tnk_int> of;
+  Number alpha, beta;
+  std::map<char, std::shared_ptr<Array>> arrays;
+
+  tnk_int &operator[](char letter) { return of[letter]; }
+};
+
+// A call as C makes it: what is no factor goes in the order of the list, real factors travel apart.
+inline void call_value(const Routine &r, Arguments arguments, int32_t prec, const std::string &prefix) {
+  void *const entry = dlsym(RTLD_DEFAULT, (prefix + r.name).c_str());
+  ASSERT_NE(entry, nullptr) << prefix + r.name;
+  Array alpha(r.result, 1), beta(r.result, 1);
+  alpha.set(0, arguments.alpha), beta.set(0, arguments.beta);
+  tnk_int passed[16] = {};
+  int count = 0;
+  for (const char letter : r.list())
+    if (letter == 'A' || letter == 'B') {
+      if (is_pair(r.result))
+        passed[count++] = reinterpret_cast<tnk_int>((letter == 'A' ? alpha : beta).data());
+    } else {
+      passed[count++] = arguments.arrays.count(letter)
+                            ? reinterpret_cast<tnk_int>(arguments.arrays[letter]->data())
+                            : arguments[letter];
+    }
+  if (r.has_prec) passed[count++] = prec;
+  const auto call = [&](auto a, auto b) {
+    using I = tnk_int;
+    using Entry = void(I, I, I, I, I, I, I, I, I, I, I, I, I, I, I, I, decltype(a), decltype(b));
+    const auto &p = passed;
+    reinterpret_cast<Entry *>(entry)(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11],
+                                     p[12], p[13], p[14], p[15], a, b);
+  };
+  if (is_short(r.result))
+    call(static_cast<float>(arguments.alpha.real()), static_cast<float>(arguments.beta.real()));
+  else
+    call(arguments.alpha.real(), arguments.beta.real());
+}
+
+// A call as Fortran makes it: all by address, enumerations of 32 bits, no order.
+inline void call_twin(const Routine &r, Arguments arguments, int32_t prec) {
+  const std::string name = "tnk_xblas_blas_" + r.name;
+  void *const entry = dlsym(RTLD_DEFAULT, name.c_str());
+  ASSERT_NE(entry, nullptr) << name;
+  Array alpha(r.result, 1), beta(r.result, 1);
+  alpha.set(0, arguments.alpha), beta.set(0, arguments.beta);
+  tnk_int integers[16];
+  const void *p[16] = {};
+  int count = 0;
+  for (const char letter : r.list()) {
+    if (letter == 'o') continue;
+    if (letter == 'A' || letter == 'B')
+      p[count] = (letter == 'A' ? alpha : beta).data();
+    else if (arguments.arrays.count(letter))
+      p[count] = arguments.arrays[letter]->data();
+    else {
+      integers[count] = arguments[letter];
+      if (std::string("tTudsq").find(letter) != std::string::npos) // what stands behind must not be read
+        integers[count] = (integers[count] & 0xFFFFFFFF) | tnk_int{0x5A5A5A5A} << 32;
+      p[count] = &integers[count];
+    }
+    ++count;
+  }
+  if (r.has_prec) p[count++] = &prec;
+  using A = const void *;
+  using Entry = void(A, A, A, A, A, A, A, A, A, A, A, A, A, A, A, A);
+  reinterpret_cast<Entry *>(entry)(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11],
+                                   p[12], p[13], p[14], p[15]);
+}
+
+} // namespace tnk::test
