@@ -25,8 +25,8 @@ extern const DftiStrategy tnk_dft_bkd_as2s_n_m, tnk_dft_bkd_as2s_1_m, tnk_dft_bk
 
    Core commit: for a node with its chain, log2 and total lengths. DftiMemoryError, DftiUnimplemented for real data in
    complex rows without complex storage or packed in more than two dimensions, DftiLengthExceedsLimit for a length beyond
-   2^27 - 1 where it is a power of two and 2^25 - 1 otherwise (single: twice that), DftiInternalError; the node is then
-   uncommitted and its chain gone.
+   2^27 - 1 where it is a power of two and 2^25 - 1 otherwise (single: twice that), unless it is taken in four steps,
+   see tnk/dft_long.h; DftiInternalError; the node is then uncommitted and its chain gone.
 
    Mode definition: sets flags, lowers threads to what the configuration can use, and makes the slots of user threads.
    dynamic not 0: also to what the size of the data is worth. DftiMemoryError. */

@@ -14,8 +14,9 @@
      DftiFreeDescriptor(&plan);
 
    Any length of at least 1 has a transform, up to 2^25 - 1, powers of two up to 2^26; in single precision powers of two up
-   to 2^27, and up to 2^26 - 1 what has no large prime factor. Commit refuses longer ones. Lengths, strides and distances
-   count elements, never bytes.
+   to 2^27, and up to 2^26 - 1 what has no large prime factor. Longer ones have complex data of one dimension, interleaved,
+   side by side and in order, as below under long transforms. Commit refuses all others. Lengths, strides and distances count
+   elements, never bytes.
 
    All results are statuses unless said. Setting, committing and freeing one descriptor is for one thread at a time;
    computing is for as many as DftiParamNumberOfUserThreads says. C and C++ alike. */
@@ -148,6 +149,15 @@ enum DftiStatus {
    In place rows of real numbers stand where those of the spectrum do, so there must be room for the longer ones.
 
    DftiFormatCce is the format of complex storage; a packed one by that name is not accepted by commit. */
+
+/* ---- Long transforms ------------------------------------------------------------------------------------------------
+
+   A transform beyond the lengths above is one of a matrix, whose sides are two factors of the length, as near to one another
+   as a quick search finds them; a prime has none, and is refused.
+
+     out of place   in the destination; memory for eight rows of the matrix
+     in place       the same memory, but a matrix that is no square is first transposed along cycles, which takes longer than
+                    the transform itself: where there is room for a second array, out of place is faster */
 
 /* ---- By value -----------------------------------------------------------------------------------------------------
    Dimensions come in C's order: the last one varies fastest, and has stride 1 unless strides are set. */

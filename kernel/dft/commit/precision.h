@@ -4,6 +4,7 @@
 #include <tnk/blas_level1.h>
 #include <tnk/dft_commit.h>
 #include <tnk/dft_compute.h>
+#include <tnk/dft_long.h>
 
 #include "kernel/dft/node.h"
 
@@ -61,7 +62,8 @@ template <> struct precision<float> {
   static constexpr DftiKernelPair split_wrappers{tnk_dft_xvpks_fwd_32f, tnk_dft_xvpks_inv_32f};
   static constexpr DftiKernelPair real_wrappers{tnk_dft_xvpks_fwd_rtocomplex_32f,
                                                 tnk_dft_xvpks_inv_complextor_32f};
-  static constexpr FourStep four_step{nullptr, {nullptr, nullptr}};
+  static constexpr FourStep four_step{tnk_dft_xc_init_data_1d_via_2d,
+                                      {tnk_dft_xc_1d_via_2d_f, tnk_dft_xc_1d_via_2d_b}};
   static constexpr Bluestein *bluestein = tnk_dft_bluestein_init_c;
   static constexpr Codelets small{nullptr, nullptr};
 
@@ -112,7 +114,8 @@ template <> struct precision<double> {
   static constexpr DftiKernelPair split_wrappers{tnk_dft_xvpks_fwd_64f, tnk_dft_xvpks_inv_64f};
   static constexpr DftiKernelPair real_wrappers{tnk_dft_xvpks_fwd_rtocomplex_64f,
                                                 tnk_dft_xvpks_inv_complextor_64f};
-  static constexpr FourStep four_step{nullptr, {nullptr, nullptr}};
+  static constexpr FourStep four_step{tnk_dft_xz_init_data_1d_via_2d,
+                                      {tnk_dft_xz_1d_via_2d_f, tnk_dft_xz_1d_via_2d_b}};
   static constexpr Bluestein *bluestein = tnk_dft_bluestein_init_z;
   static constexpr Codelets small{nullptr, nullptr};
 

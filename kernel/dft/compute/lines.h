@@ -46,10 +46,9 @@ inline constexpr int rows_at_once = 8;
 // want the same places of the cache.
 class Rows {
 public:
-  Rows(tnk_int bytes, tnk_int count) : pitch_(((bytes + 63) / 64 | 1) * 64) {
-    if (count > rows_at_once) count = rows_at_once;
-    base_ = static_cast<char *>(tnk_serv_allocate(pitch_ * count, granule()));
-  }
+  Rows(tnk_int bytes, tnk_int count) : Rows(Pitch{((bytes + 63) / 64 | 1) * 64}, count) {}
+  // Rows at that distance, whole lines of the cache.
+  static Rows apart(tnk_int pitch, tnk_int count) { return Rows(Pitch{pitch}, count); }
   Rows(const Rows &) = delete;
   Rows &operator=(const Rows &) = delete;
   ~Rows() { tnk_serv_deallocate(base_); }
@@ -59,6 +58,13 @@ public:
   char *operator[](tnk_int i) const { return base_ + i * pitch_; }
 
 private:
+  struct Pitch {
+    tnk_int bytes;
+  };
+  Rows(Pitch pitch, tnk_int count)
+      : pitch_(pitch.bytes), base_(static_cast<char *>(tnk_serv_allocate(
+                                 pitch_ * std::min<tnk_int>(rows_at_once, count), granule()))) {}
+
   tnk_int pitch_;
   char *base_;
 };
