@@ -126,7 +126,7 @@ void solve_all(const Systems<R> &systems, const Coefficients<R> &c, bool singula
               [&](tnk_int begin, tnk_int end) {
                 const tnk_int room = systems.rows().size() * block * static_cast<tnk_int>(sizeof(R));
                 R *const w = static_cast<R *>(tnk_serv_allocate(room, 64));
-                if (tnk_serv_check_ptr(w, "tnk_pdepl_lu")) {
+                if (!w) {
                   status = TNK_PDEPL_FAILED;
                   return;
                 }
@@ -185,9 +185,9 @@ using namespace tnk::host;
 #define TNK_ALL_COLUMNS(p, R)                                                                                \
   TNK_COLUMNS(p, R, dd)                                                                                      \
   TNK_COLUMNS(p, R, dn)                                                                                      \
-      TNK_COLUMNS(p, R, nd) void tnk_pdepl_##p##_lu_2d_nn(const tnk_int *nx, const tnk_int *ny, R *f,        \
-                                                          R *dpar, tnk_int *ipar, const tnk_int *threads,    \
-                                                          const tnk_int *singular, tnk_int *stat) {          \
+  TNK_COLUMNS(p, R, nd)                                                                                      \
+  void tnk_pdepl_##p##_lu_2d_nn(const tnk_int *nx, const tnk_int *ny, R *f, R *dpar, tnk_int *ipar,          \
+                                const tnk_int *threads, const tnk_int *singular, tnk_int *stat) {            \
     poisson::rectangle(poisson::nn, *singular == 15, nx, ny, f, dpar, ipar, threads, stat);                  \
   }                                                                                                          \
   void tnk_pdepl_##p##_lu_3d_nn(const tnk_int *nx, const tnk_int *ny, const tnk_int *nz, R *f, R *dpar,      \

@@ -81,7 +81,7 @@ template <class R> tnk_int along_columns(const Axis<R> &y, R *f, tnk_int stride,
   const tnk_int pitch = ((y.n + line) / line | 1) * line; // an odd number of cache lines
   R *const buffer =
       static_cast<R *>(tnk_serv_allocate(together * pitch * static_cast<tnk_int>(sizeof(R)), 64));
-  if (tnk_serv_check_ptr(buffer, "tnk_pdepl_ft")) return TNK_PDEPL_FAILED;
+  if (!buffer) return TNK_PDEPL_FAILED;
   Lines<R> lines(y);
   tnk_int status = 0;
   for (tnk_int i = begin; i < end && status == 0; i += together) {

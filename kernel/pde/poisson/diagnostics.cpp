@@ -1,6 +1,7 @@
 // Messages of the solvers, shown or appended to a log file.
 #include "kernel/pde/poisson/problem.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <tnk/services.h>
@@ -32,15 +33,17 @@ constexpr Message messages[] = {message_nx,        message_ny,       message_sid
 class Text {
 public:
   void add(const char *line) {
-    std::strncat(text_, line, most);
-    std::strncat(text_, "\n", 1);
+    const size_t length = std::min(std::strlen(line), most);
+    std::memcpy(end_, line, length);
+    end_ += length;
+    *end_++ = '\n';
   }
   void add(int32_t number) { add(tnk_serv_tnk_get_msg(number, 0)); }
   const char *text() const { return text_; }
 
 private:
   static constexpr size_t most = 512, lines = 8;
-  char text_[1 + lines * (most + 1) + 1] = "\n";
+  char text_[1 + lines * (most + 1) + 1] = "\n", *end_ = text_ + 1;
   static_assert(sizeof text_ == 4105 + 1);
 };
 
