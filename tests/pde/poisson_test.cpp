@@ -89,10 +89,10 @@ template <class S> double taken_off(const S &s) {
 
 // ---- Solutions --------------------------------------------------------------------------------------------------------
 
-// Roundings of the largest sums, over all that is solved: eliminations take a few; a transform of n points takes some
-// log n where its passes only add, n in running sums and where it divides by the sine of 1/(4 n).
+// In roundings of the sums in the largest equation. Elimination takes a few; transforms of n points have errors of some
+// log n in the mean, but some n in single places, where running sums end or the sine of 1/(4 n) divides.
 double allowed(const std::vector<tnk_int> &n) {
-  return 8 * static_cast<double>(*std::max_element(n.begin(), n.end())) + 16;
+  return 8 + static_cast<double>(*std::max_element(n.begin(), n.end())) / 16;
 }
 
 template <class R, int Dims>
@@ -107,12 +107,13 @@ void check(const std::array<tnk_int, Dims> &n, const std::string &sides, double 
   const double shown = std::fabs(static_cast<double>(R(q * h * h + 2) - 2)); // of q
   const bool singular = sides == std::string(2 * Dims, 'N') && shown <= 1e-10;
   ASSERT_EQ(s.solve(), singular ? 1 : 0);
-  const double off = singular ? taken_off(s) : 0;
-  EXPECT_LE(s.deviation(off), allowed({n.begin(), n.end()}));
+  const double off = singular ? taken_off(s) : 0,
+               eps = static_cast<double>(std::numeric_limits<R>::epsilon());
+  const double neglected = singular && q > 0 ? 1e-10 / 4 / eps : 0; // a q that counts as none
+  EXPECT_LE(s.deviation(off), allowed({n.begin(), n.end()}) + neglected);
   EXPECT_TRUE(s.dpar.intact());
   if (singular) {
-    const double eps = static_cast<double>(std::numeric_limits<R>::epsilon()),
-                 slack = allowed({n.begin(), n.end()}) * eps;
+    const double slack = allowed({n.begin(), n.end()}) * eps;
     double largest = 0;
     for (const R value : s.u) largest = std::max(largest, std::fabs(static_cast<double>(value)));
     EXPECT_NEAR(s.mean(s.u), 0, slack * largest);
@@ -297,8 +298,8 @@ template <class Run> std::string said(const Run &run) {
   testing::internal::CaptureStdout();
   run();
   std::string text = testing::internal::GetCapturedStdout();
-  if (std::ifstream log("TNK_Poisson_Library_Log.txt"); log)
-    text += "log:" + std::string(std::istreambuf_iterator<char>(log), {});
+  for (const char *const name : {"TNK_Poisson_Library_Log.txt", "TNK_Trig_Transforms_Log.txt"})
+    if (std::ifstream log(name); log) text += "log:" + std::string(std::istreambuf_iterator<char>(log), {});
   std::filesystem::current_path(before);
   std::filesystem::remove_all(folder);
   return text;
@@ -358,9 +359,7 @@ TEST(PoissonStatus, ToldOnceAndWhereAsked) {
       if (output != 0 && *c.value) {
         EXPECT_NE(text.find(":\n" + std::string(c.value) + "\n"), std::string::npos) << text;
       }
-      if (c.what != std::string("transform")) {
-        EXPECT_EQ(text.rfind("log:\n", 0) == 0, output < 0) << text;
-      }
+      EXPECT_EQ(text.rfind("log:\n", 0) == 0, output < 0) << text;
       if (c.when == in_commit && c.status < 0) {
         EXPECT_EQ(s.handles[0], nullptr);
       }
