@@ -5,6 +5,7 @@
 #include <tnk/services.h>
 
 #include "host/service/errno_keeper.h"
+#include "host/service/poisson_messages.h"
 #include "host/service/trig_messages.h"
 
 namespace tnk::host {
@@ -17,7 +18,7 @@ void fill(char *buffer, std::size_t size, std::int32_t number, std::int32_t coun
       if (message.number == number) return format(out, message.text, count, arguments), true;
     return false;
   };
-  if (found(catalog) || found(trig_catalog)) return;
+  if (found(catalog) || found(trig_catalog) || found(poisson_catalog)) return;
   out.add("message ").add(std::int64_t{number}).add(" is not in the catalog");
 }
 

@@ -1,0 +1,185 @@
+// Plans for Poisson's equation: what they refuse, what they solve and how often, their threads, and their C++ face.
+#include "pde/poisson_problem.h"
+#include "support/allocations.h"
+#include "support/error_recorder.h"
+#include <gtest/gtest.h>
+#include <tnk/poisson.hpp>
+
+namespace tnk::test {
+namespace {
+
+template <class R, int Dims> tnk_poisson_problem described(const PoissonProblem<R, Dims> &p) {
+  tnk_poisson_problem problem = {};
+  problem.dims = Dims, problem.numbers = sizeof(R) == 4 ? TNK_POISSON_FLOAT : TNK_POISSON_DOUBLE;
+  for (std::size_t a = 0; a < p.dims; ++a)
+    problem.cells[a] = p.n[a], problem.low[a] = p.ends[2 * a], problem.high[a] = p.ends[2 * a + 1];
+  p.sides.copy(problem.sides, 2 * p.dims);
+  problem.q = p.q;
+  return problem;
+}
+template <class R, int Dims> std::vector<const void *> sides_of(const PoissonProblem<R, Dims> &p) {
+  std::vector<const void *> sides;
+  for (const auto &side : p.boundary) sides.push_back(side.data());
+  return sides;
+}
+
+TEST(PoissonPlan, RefusesByName) {
+  struct Call {
+    tnk_poisson_problem problem;
+    std::vector<const void *> boundary;
+    void *f;
+    const tnk_poisson_problem *at;
+  };
+  const struct {
+    const char *argument, *value;
+    int position;
+    void (*spoil)(Call &);
+  } cases[] = {
+      {"problem", "a null address", 1, [](Call &c) { c.at = nullptr; }},
+      {"problem->dims", "4", 1, [](Call &c) { c.problem.dims = 4; }},
+      {"problem->numbers", "2", 1, [](Call &c) { c.problem.numbers = 2; }},
+      {"problem->cells[0]", "1", 1, [](Call &c) { c.problem.cells[0] = 1; }},
+      {"problem->cells[1]", "1", 1, [](Call &c) { c.problem.cells[1] = 1; }},
+      {"problem->cells[2]", "0", 1, [](Call &c) { c.problem.cells[2] = 0; }},
+      {"problem->cells[2]", "9223372036854775807", 1, [](Call &c) { c.problem.cells[2] = INT64_MAX; }},
+      {"problem->low[1]", "nan", 1, [](Call &c) { c.problem.low[1] = NAN; }},
+      {"problem->high[2]", "inf", 1, [](Call &c) { c.problem.high[2] = INFINITY; }},
+      {"problem->high[0]", "-2", 1, [](Call &c) { c.problem.high[0] = -2; }},
+      {"problem->q", "nan", 1, [](Call &c) { c.problem.q = NAN; }},
+      {"problem->sides[4]", "'x'", 1, [](Call &c) { c.problem.sides[4] = 'x'; }},
+      {"f", "a null address", 2, [](Call &c) { c.f = nullptr; }},
+      {"boundary[5]", "a null address", 3, [](Call &c) { c.boundary[5] = nullptr; }},
+  };
+  ErrorRecorder errors;
+  for (const auto &c : cases) {
+    PoissonProblem<double, 3> p({3, 4, 1}, "DNDNDD", 1);
+    Call call{described(p), sides_of(p), p.f.data(), nullptr};
+    call.at = &call.problem;
+    c.spoil(call);
+    const std::vector<double> before = p.f;
+    EXPECT_EQ(tnk_poisson_solve(call.at, call.f, call.boundary.data(), nullptr), TNK_POISSON_BAD_ARGUMENT);
+    EXPECT_EQ(errors.bad_argument().rfind("tnk_poisson_solve: argument " + std::to_string(c.position) + " (" +
+                                              c.argument + ") is " + c.value,
+                                          0),
+              0u)
+        << c.argument << errors.last().message;
+    EXPECT_EQ(p.f, before);
+  }
+  // Ends that only doubles tell apart; plans say where the fault is in their own lists.
+  PoissonProblem<float, 2> p({3, 4}, "DDDD", 1);
+  tnk_poisson_problem problem = described(p);
+  problem.low[0] = 1, problem.high[0] = 1 + 1e-12;
+  tnk_poisson_plan *plan = nullptr;
+  EXPECT_EQ(tnk_poisson_plan_make(&plan, &problem), TNK_POISSON_BAD_ARGUMENT);
+  EXPECT_NE(errors.bad_argument().find("argument 2 (problem->high[0])"), std::string::npos);
+  EXPECT_EQ(tnk_poisson_plan_make(nullptr, &problem), TNK_POISSON_BAD_ARGUMENT);
+  EXPECT_NE(errors.bad_argument().find("argument 1 (plan)"), std::string::npos);
+  EXPECT_EQ(tnk_poisson_plan_solve(nullptr, p.f.data(), nullptr, nullptr), TNK_POISSON_BAD_ARGUMENT);
+  EXPECT_NE(errors.bad_argument().find("argument 1 (plan)"), std::string::npos);
+  EXPECT_EQ(plan, nullptr);
+  tnk_poisson_plan_free(nullptr);
+}
+
+// One plan for one right-hand side after another, in both precisions, and nothing printed.
+template <class R, int Dims>
+void solve_often(const std::array<tnk_int, Dims> &n, const std::string &sides, double q) {
+  SCOPED_TRACE(sides);
+  tnk_poisson_plan *plan = nullptr;
+  testing::internal::CaptureStdout();
+  for (unsigned seed = 1; seed <= 3; ++seed) {
+    PoissonProblem<R, Dims> p(n, sides, q, seed);
+    p.ends = PoissonProblem<R, Dims>(n, sides, q).ends;
+    const tnk_poisson_problem problem = described(p);
+    if (!plan) {
+      ASSERT_EQ(tnk_poisson_plan_make(&plan, &problem), TNK_POISSON_DONE);
+    }
+    const bool zeros = seed == 2;
+    for (auto &side : p.boundary)
+      if (zeros) std::fill(side.begin(), side.end(), R(0));
+    double off = 4711;
+    const auto result = tnk_poisson_plan_solve(plan, p.u.data(), zeros ? nullptr : sides_of(p).data(), &off);
+    const bool singular = q == 0 && sides == std::string(2 * Dims, 'N');
+    EXPECT_EQ(result, singular ? TNK_POISSON_SINGULAR : q < 0 ? TNK_POISSON_NEGATIVE_Q : TNK_POISSON_DONE);
+    if (singular)
+      EXPECT_NEAR(off, p.imbalance(), sizeof(R) == 4 ? 1e-5 : 1e-13);
+    else
+      EXPECT_EQ(off, 0);
+    EXPECT_LE(p.deviation(off), 8 + static_cast<double>(*std::max_element(n.begin(), n.end())) / 16);
+  }
+  tnk_poisson_plan_free(plan);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+TEST(PoissonPlan, SolvesManyTimes) {
+  for (const std::string &sides : all_sides(4)) {
+    solve_often<double, 2>({7, 6}, sides, 0);
+    solve_often<float, 2>({6, 1}, sides, 2);
+  }
+  for (const char *const sides : {"DDDDDD", "nnnnnn", "NNNNNN", "dnNDnd"}) {
+    if (sides[0] != 'n') solve_often<double, 3>({5, 4, 6}, sides, 0);
+    solve_often<float, 3>({4, 5, 3}, sides, 1);
+  }
+  solve_often<double, 2>({7, 6}, "DDDD", -1);
+}
+
+TEST(PoissonPlan, HasTheSameBitsOnAnyNumberOfThreads) {
+  const PoissonProblem<double, 2> p({200, 170}, "DNDD", 0);
+  const tnk_poisson_problem problem = described(p);
+  std::vector<double> first;
+  for (const int threads : {1, 2, 4}) {
+    tnk_set_num_threads(threads);
+    std::vector<double> u = p.f;
+    ASSERT_EQ(tnk_poisson_solve(&problem, u.data(), sides_of(p).data(), nullptr), TNK_POISSON_DONE);
+    if (first.empty()) first = u;
+    EXPECT_EQ(u, first);
+  }
+  tnk_set_num_threads(0);
+}
+
+// Each block of memory refused in turn: a report, and nothing left behind.
+TEST(PoissonPlan, ReportsWhatMemoryIsMissing) {
+  PoissonProblem<double, 3> p({6, 5, 4}, "DNDDNN", 1);
+  const tnk_poisson_problem problem = described(p);
+  ErrorRecorder errors;
+  for (int refused = 1;; ++refused) {
+    allocations.reset();
+    allocations.refuse = refused;
+    std::vector<double> u = p.f;
+    const auto result = tnk_poisson_solve(&problem, u.data(), nullptr, nullptr);
+    EXPECT_EQ(allocations.live, 0) << refused;
+    const bool out = allocations.refuse > 0;
+    allocations.refuse = 0;
+    if (out) break;
+    if (result == TNK_POISSON_DONE) continue; // there was another way
+    EXPECT_EQ(result, TNK_POISSON_OUT_OF_MEMORY);
+    EXPECT_EQ(errors.take().kind, TNK_ERROR_MEMORY);
+    ASSERT_LT(refused, 1000);
+  }
+}
+
+TEST(PoissonFace, SolvesAndThrows) {
+  PoissonProblem<double, 2> p({8, 5}, "NDDN", 2);
+  std::fill(p.boundary[2].begin(), p.boundary[2].end(), 0);
+  PoissonSetup setup;
+  setup.cells = {8, 5}, setup.low = {p.ends[0], p.ends[2]}, setup.high = {p.ends[1], p.ends[3]};
+  setup.sides = p.sides, setup.q = 2;
+  Poisson<double> poisson(setup);
+  EXPECT_EQ(poisson.size(), p.f.size());
+  EXPECT_FALSE(poisson.solve(p.u, {p.boundary[0], p.boundary[1], {}, p.boundary[3]}).singular);
+  EXPECT_LE(p.deviation(), 9);
+  EXPECT_THROW(poisson.solve(p.boundary[0]), std::invalid_argument);
+  EXPECT_THROW(poisson.solve(p.u, {p.boundary[2], {}, {}, {}}), std::invalid_argument);
+  const ErrorRecorder errors;
+  setup.cells = {1, 5};
+  EXPECT_THROW(Poisson<double>{setup}, PoissonError);
+  setup.cells = {1};
+  EXPECT_THROW(Poisson<double>{setup}, std::invalid_argument);
+  setup = {};
+  setup.cells = {4, 4}, setup.sides = "NNNN";
+  std::vector<float> ones(25, 1);
+  const auto outcome = Poisson<float>(setup).solve(ones);
+  EXPECT_TRUE(outcome.singular);
+  EXPECT_NEAR(outcome.off, 1, 1e-6);
+}
+
+} // namespace
+} // namespace tnk::test

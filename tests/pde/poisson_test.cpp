@@ -1,0 +1,442 @@
+// The solvers by address: solutions in their equations for all sides, singular problems, every status of init, commit and
+// solve, what is said and where, threads.
+#include "pde/poisson_problem.h"
+#include "support/error_recorder.h"
+#include "support/guarded.h"
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <tnk/host.h>
+#include <tnk/pde_poisson.h>
+#include <tnk/pde_trig.h>
+
+namespace tnk::test {
+namespace {
+
+// The routines by type and dimensions.
+template <class R, int Dims> struct Solver;
+#define TNK_SOLVER(p, R)                                                                                     \
+  template <> struct Solver<R, 2> : PoissonProblem<R, 2> {                                                   \
+    using PoissonProblem::PoissonProblem;                                                                    \
+    std::vector<tnk_int> ipar = std::vector<tnk_int>(TNK_PDEPL_IPAR, 4711);                                  \
+    Guarded<R> dpar{static_cast<std::size_t>(TNK_PDEPL_DPAR_2D(n[0])), page_end};                            \
+    DftiHandle handles[2] = {};                                                                              \
+    tnk_int stat = 4711;                                                                                     \
+    tnk_int init() {                                                                                         \
+      const R its_q = static_cast<R>(q);                                                                     \
+      tnk_pdepl_##p##_init_helmholtz_2d(&ends[0], &ends[1], &ends[2], &ends[3], &n[0], &n[1], sides.c_str(), \
+                                        &its_q, ipar.data(), dpar.data(), &stat);                            \
+      return stat;                                                                                           \
+    }                                                                                                        \
+    tnk_int commit() {                                                                                       \
+      tnk_pdepl_##p##_commit_helmholtz_2d(u.data(), boundary[0].data(), boundary[1].data(),                  \
+                                          boundary[2].data(), boundary[3].data(), handles, ipar.data(),      \
+                                          dpar.data(), &stat);                                               \
+      return stat;                                                                                           \
+    }                                                                                                        \
+    tnk_int solve() {                                                                                        \
+      tnk_pdepl_##p##_helmholtz_2d(u.data(), boundary[0].data(), boundary[1].data(), boundary[2].data(),     \
+                                   boundary[3].data(), handles, ipar.data(), dpar.data(), &stat);            \
+      return stat;                                                                                           \
+    }                                                                                                        \
+    tnk_int release() {                                                                                      \
+      tnk_pdepl_free_helmholtz_2d(handles, ipar.data(), &stat);                                              \
+      return stat;                                                                                           \
+    }                                                                                                        \
+  };                                                                                                         \
+  template <> struct Solver<R, 3> : PoissonProblem<R, 3> {                                                   \
+    using PoissonProblem::PoissonProblem;                                                                    \
+    std::vector<tnk_int> ipar = std::vector<tnk_int>(TNK_PDEPL_IPAR, 4711);                                  \
+    Guarded<R> dpar{static_cast<std::size_t>(TNK_PDEPL_DPAR_3D(n[0], n[1])), page_end};                      \
+    DftiHandle handles[2] = {};                                                                              \
+    tnk_int stat = 4711;                                                                                     \
+    tnk_int init() {                                                                                         \
+      const R its_q = static_cast<R>(q);                                                                     \
+      tnk_pdepl_##p##_init_helmholtz_3d(&ends[0], &ends[1], &ends[2], &ends[3], &ends[4], &ends[5], &n[0],   \
+                                        &n[1], &n[2], sides.c_str(), &its_q, ipar.data(), dpar.data(),       \
+                                        &stat);                                                              \
+      return stat;                                                                                           \
+    }                                                                                                        \
+    tnk_int commit() {                                                                                       \
+      tnk_pdepl_##p##_commit_helmholtz_3d(                                                                   \
+          u.data(), boundary[0].data(), boundary[1].data(), boundary[2].data(), boundary[3].data(),          \
+          boundary[4].data(), boundary[5].data(), handles, handles + 1, ipar.data(), dpar.data(), &stat);    \
+      return stat;                                                                                           \
+    }                                                                                                        \
+    tnk_int solve() {                                                                                        \
+      tnk_pdepl_##p##_helmholtz_3d(u.data(), boundary[0].data(), boundary[1].data(), boundary[2].data(),     \
+                                   boundary[3].data(), boundary[4].data(), boundary[5].data(), handles,      \
+                                   handles + 1, ipar.data(), dpar.data(), &stat);                            \
+      return stat;                                                                                           \
+    }                                                                                                        \
+    tnk_int release() {                                                                                      \
+      tnk_pdepl_free_helmholtz_3d(handles, handles + 1, ipar.data(), &stat);                                 \
+      return stat;                                                                                           \
+    }                                                                                                        \
+  };
+TNK_SOLVER(d, double)
+TNK_SOLVER(s, float)
+
+template <class S> void silence(S &s) {
+  s.ipar[TNK_PDEPL_ERRORS] = s.ipar[TNK_PDEPL_WARNINGS] = 0;
+}
+// The constant that was taken off f.
+template <class S> double taken_off(const S &s) {
+  return static_cast<double>(s.dpar.get(static_cast<std::size_t>(s.ipar[TNK_PDEPL_TABLES])));
+}
+
+// ---- Solutions --------------------------------------------------------------------------------------------------------
+
+// In roundings of the sums in the largest equation. Elimination takes a few; transforms of n points have errors of some
+// log n in the mean, but some n in single places, where running sums end or the sine of 1/(4 n) divides.
+double allowed(const std::vector<tnk_int> &n) {
+  return 8 + static_cast<double>(*std::max_element(n.begin(), n.end())) / 16;
+}
+
+template <class R, int Dims>
+void check(const std::array<tnk_int, Dims> &n, const std::string &sides, double q) {
+  SCOPED_TRACE(sides + " q " + std::to_string(q) + " cells " + std::to_string(n[0]) + " " +
+               std::to_string(n[1]) + " " + std::to_string(n[Dims - 1]));
+  Solver<R, Dims> s(n, sides, q);
+  ASSERT_EQ(s.init(), 0);
+  silence(s);
+  ASSERT_EQ(s.commit(), 0);
+  const double h = s.step(Dims - 1);
+  const double shown = std::fabs(static_cast<double>(R(q * h * h + 2) - 2)); // of q
+  const bool singular = sides == std::string(2 * Dims, 'N') && shown <= 1e-10;
+  ASSERT_EQ(s.solve(), singular ? 1 : 0);
+  const double off = singular ? taken_off(s) : 0,
+               eps = static_cast<double>(std::numeric_limits<R>::epsilon());
+  const double neglected = singular && q > 0 ? 1e-10 / 4 / eps : 0; // a q that counts as none
+  EXPECT_LE(s.deviation(off), allowed({n.begin(), n.end()}) + neglected);
+  EXPECT_TRUE(s.dpar.intact());
+  if (singular) {
+    const double slack = allowed({n.begin(), n.end()}) * eps;
+    double largest = 0;
+    for (const R value : s.u) largest = std::max(largest, std::fabs(static_cast<double>(value)));
+    EXPECT_NEAR(s.mean(s.u), 0, slack * largest);
+    EXPECT_NEAR(off, s.imbalance(), 20 * slack);
+  }
+  EXPECT_EQ(s.release(), 0);
+}
+
+template <class R> class Poisson : public testing::Test {};
+using Reals = testing::Types<double, float>;
+TYPED_TEST_SUITE(Poisson, Reals);
+
+TYPED_TEST(Poisson, SolvesTheEquationsOfEveryRectangle) {
+  using Cells = std::array<tnk_int, 2>;
+  for (const std::string &sides : all_sides(4))
+    for (const double q : {0., 3., 1e-7}) {
+      for (tnk_int nx = 2; nx <= 12; ++nx) check<TypeParam, 2>(Cells{nx, 2 + nx * 5 % 11}, sides, q);
+      for (const Cells &n : {Cells{2, 1}, {5, 1}, {3, 2}, {70, 3}, {4, 90}, {129, 65}})
+        check<TypeParam, 2>(n, sides, q);
+    }
+}
+
+TYPED_TEST(Poisson, SolvesTheEquationsOfEveryBox) {
+  using Cells = std::array<tnk_int, 3>;
+  for (const std::string &sides : all_sides(6)) {
+    for (const double q : {0., 3., 1e-7}) check<TypeParam, 3>(Cells{5, 4, 6}, sides, q);
+    for (const Cells &n : {Cells{2, 2, 1}, {2, 3, 2}, {11, 10, 3}, {70, 9, 2}})
+      check<TypeParam, 3>(n, sides, 1);
+  }
+}
+
+// The error of a smooth problem with all sides, one of each pair mixed, falls fourfold as steps are halved.
+TEST(PoissonOrder, IsSecond) {
+  double before = 0;
+  for (const tnk_int n : {16, 32, 64}) {
+    Solver<double, 2> s({n, 2 * n}, "DNND", 2);
+    s.ends = {0, 1, 0.5, 2};
+    const auto exact = [](double x, double y) { return std::exp(x) * std::sin(2 * y); }; // - lap u = 3 u
+    s.each_point([&](const auto &p) {
+      const double x = s.step(0) * static_cast<double>(p[0]), y = 0.5 + s.step(1) * static_cast<double>(p[1]);
+      s.u[s.index(p)] = (3 + 2) * exact(x, y);
+      const auto i = static_cast<std::size_t>(p[0]), j = static_cast<std::size_t>(p[1]);
+      s.boundary[0][j] = exact(0, y), s.boundary[1][j] = exact(1, y);
+      s.boundary[2][i] = -2 * std::exp(x) * std::cos(1.), s.boundary[3][i] = exact(x, 2);
+    });
+    s.init();
+    ASSERT_EQ(s.commit(), 0);
+    ASSERT_EQ(s.solve(), 0);
+    double error = 0;
+    s.each_point([&](const auto &p) {
+      const double x = s.step(0) * static_cast<double>(p[0]), y = 0.5 + s.step(1) * static_cast<double>(p[1]);
+      error = std::max(error, std::fabs(s.u[s.index(p)] - exact(x, y)));
+    });
+    if (before > 0) {
+      EXPECT_NEAR(before / error, 4, 0.2);
+    }
+    before = error;
+    s.release();
+  }
+}
+
+// A balanced right-hand side loses nothing worth mentioning.
+TEST(PoissonSingular, TakesNothingOffABalancedSide) {
+  Solver<double, 2> s({12, 9}, "NNNN", 0);
+  const double off = s.imbalance();
+  for (double &value : s.f) value -= off;
+  s.restart();
+  s.init();
+  silence(s);
+  ASSERT_EQ(s.commit(), 0);
+  ASSERT_EQ(s.solve(), 1);
+  EXPECT_NEAR(taken_off(s), 0, 1e-13);
+  EXPECT_LE(s.deviation(), allowed({12, 9}));
+  s.release();
+}
+
+template <int Dims> void same_bits(const std::array<tnk_int, Dims> &n, const std::string &sides) {
+  std::vector<double> first;
+  for (const int threads : {1, 2, 3, 5}) {
+    tnk_set_num_threads(threads);
+    Solver<double, Dims> s(n, sides, 1);
+    s.init();
+    EXPECT_EQ(s.ipar[TNK_PDEPL_THREADS], threads);
+    EXPECT_EQ(s.commit(), 0);
+    EXPECT_EQ(s.solve(), 0);
+    EXPECT_LE(s.deviation(), allowed({n.begin(), n.end()}));
+    s.each_point([&](const auto &p) { // NaN compares unequal
+      if (threads > 1) {
+        EXPECT_EQ(s.u[s.index(p)], first[s.index(p)]);
+      }
+    });
+    first = s.u;
+    s.release();
+  }
+  tnk_set_num_threads(0);
+}
+TEST(PoissonThreads, MoveNoBit) {
+  same_bits<2>({210, 180}, "DNND");
+  same_bits<3>({40, 33, 36}, "DDNNDN");
+  same_bits<3>({150, 120, 2}, "NDDDDD"); // one plane, which is cut itself
+}
+
+// ---- Statuses -----------------------------------------------------------------------------------------------------------
+
+TEST(PoissonInit, ReadsLettersAndFillsItsEntries) {
+  const struct {
+    const char *sides;
+    tnk_int code, status;
+  } cases[] = {
+      {"DDDD", 0, 0},    {"NNNN", 15, 0},           {"dnNd", 6, 0}, {"nddD", 8, 0}, {"DDDX", -100, -100},
+      {"XDDD", -100, 0}, {"XNDx", 4 - 200, 4 - 200}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.sides);
+    Solver<double, 2> s({5, 7}, c.sides, 3);
+    const bool left = c.status < 0;
+    s.dpar.put(2, 4711);
+    EXPECT_EQ(s.init(), c.status);
+    EXPECT_EQ(s.ipar[TNK_PDEPL_STATUS], left ? -99999 : 0);
+    EXPECT_EQ(s.ipar[TNK_PDEPL_CODE], c.code);
+    EXPECT_EQ(s.ipar[TNK_PDEPL_C_TEXTS], left ? 4711 : 1);
+    for (const int k : {8, 9, 12, 15, 16, 19, 20, 40, 60, 127})
+      EXPECT_EQ(s.ipar[static_cast<std::size_t>(k)], 4711);
+    if (left) continue;
+    EXPECT_EQ(s.dpar.get(0), s.ends[1] - s.ends[0]);
+    EXPECT_EQ(s.dpar.get(1), s.ends[3] - s.ends[2]);
+    EXPECT_EQ(s.dpar.get(2), 4711);
+    EXPECT_EQ(s.dpar.get(3), 3);
+    EXPECT_EQ(s.dpar.get(4), 1e-10);
+    silence(s);
+    EXPECT_EQ(s.commit(), c.code < 0 ? -100 : 0);
+    for (const int k : {8, 9, 12, 15, 16, 19, 20, 60, 127})
+      EXPECT_EQ(s.ipar[static_cast<std::size_t>(k)], 4711);
+    if (c.code < 0) continue;
+    EXPECT_EQ(s.ipar[13], 6);
+    EXPECT_EQ(s.ipar[14], 11);
+    EXPECT_EQ(s.ipar[17], 12);
+    EXPECT_EQ(s.ipar[18], 19);
+    EXPECT_EQ(s.dpar.get(11), 1e-10); // the transform's tolerance
+    s.release();
+  }
+}
+
+// What commit keeps: a second one on the same grid, after a change that its status allows.
+TEST(PoissonCommit, KeepsWhatItsStatusSays) {
+  for (const bool begun_anew : {false, true})
+    for (const tnk_int status : {0, 9, 90, 99, 900, 909, 990})
+      for (const char *const sides : {"DDDN", "NNNN", "DNDD"}) {
+        SCOPED_TRACE(sides + std::to_string(status) + (begun_anew ? " begun anew" : ""));
+        const bool lengths = status % 10 == 0; // taken after init only
+        if (begun_anew != lengths && (begun_anew || status == 0)) continue;
+        Solver<double, 2> s({9, 8}, sides, 2);
+        s.init();
+        ASSERT_EQ(s.commit(), 0);
+        ASSERT_EQ(s.solve(), 0);
+        DftiHandle before = s.handles[0];
+        if (begun_anew) s.init();
+        if (status / 100 == 0) s.dpar.put(3, s.q = 5); // the spectrum is new
+        if (status / 10 % 10 == 0) DftiFreeDescriptor(&before), s.handles[0] = nullptr;
+        for (double &value : s.f) value += 0.25;
+        s.boundary[3][2] = 7;
+        s.restart();
+        s.ipar[TNK_PDEPL_STATUS] = status;
+        ASSERT_EQ(s.commit(), 0);
+        ASSERT_EQ(s.solve(), 0);
+        EXPECT_LE(s.deviation(), allowed({9, 8}));
+        EXPECT_EQ(s.release(), 0);
+      }
+  Solver<double, 2> s({9, 8}, "DDDD", 2);
+  s.init();
+  s.ipar[TNK_PDEPL_STATUS] = 999;
+  s.u = s.f;
+  EXPECT_EQ(s.commit(), 0);
+  EXPECT_EQ(s.u, s.f);
+  EXPECT_EQ(s.handles[0], nullptr);
+}
+
+// Runs in a folder of its own, as log files go to the current one; what was printed, or written into the log.
+template <class Run> std::string said(const Run &run) {
+  const auto before = std::filesystem::current_path(), folder = before / "poisson_messages";
+  std::filesystem::create_directory(folder);
+  std::filesystem::current_path(folder);
+  testing::internal::CaptureStdout();
+  run();
+  std::string text = testing::internal::GetCapturedStdout();
+  for (const char *const name : {"TNK_Poisson_Library_Log.txt", "TNK_Trig_Transforms_Log.txt"})
+    if (std::ifstream log(name); log) text += "log:" + std::string(std::istreambuf_iterator<char>(log), {});
+  std::filesystem::current_path(before);
+  std::filesystem::remove_all(folder);
+  return text;
+}
+
+TEST(PoissonStatus, ToldOnceAndWhereAsked) {
+  using S = Solver<double, 3>;
+  enum When { in_commit, in_solve, in_free };
+  const struct {
+    const char *what;
+    When when;
+    void (*spoil)(S &);
+    tnk_int status;
+    bool warning;
+    const char *text; // of the message, with entries counted from 0; empty: none
+    const char *value;
+  } cases[] = {
+      {"status", in_commit, [](S &s) { s.ipar[0] = 1; }, -10000, false, "ipar[0]", "1"},
+      {"nx", in_commit, [](S &s) { s.ipar[10] = 0; }, -100, false, "ipar[10]", "0"},
+      {"ny", in_commit, [](S &s) { s.ipar[11] = -3; }, -100, false, "ipar[11]", "-3"},
+      {"nz", in_commit, [](S &s) { s.ipar[12] = 0; }, -100, false, "ipar[12]", "0"},
+      {"code above", in_commit, [](S &s) { s.ipar[3] = 64; }, -100, false, "ipar[3]", "64"},
+      {"code of others", in_commit, [](S &s) { s.ipar[3] = 5; }, -100, false, "ipar[3]", "5"},
+      {"sides", in_commit, [](S &s) { s.ipar[4] = 2, s.ipar[5] = -4; }, -100, false, "ipar[3]", "0"},
+      {"x", in_commit, [](S &s) { s.dpar.put(0, 0); }, -100, false, "dpar[0]", "0.000000e+00"},
+      {"y", in_commit, [](S &s) { s.dpar.put(1, -2); }, -100, false, "dpar[1]", "-2.000000e+00"},
+      {"z", in_commit, [](S &s) { s.dpar.put(2, NAN); }, -100, false, "dpar[2]", "nan"},
+      {"no steps", in_commit, [](S &s) { s.ipar[0] = 99, s.ipar[13] = 6, s.ipar[15] = 11, s.dpar.put(0, 0); },
+       -2, false, "spectrum", ""},
+      {"transform", in_commit, [](S &s) { s.ipar[11] = 1, s.ipar[41] = 0; }, -100, false, "n", ""},
+      {"q", in_commit, [](S &s) { s.dpar.put(3, -1); }, 1, true, "dpar[3]", "-1.000000e+00"},
+      {"solve's status", in_solve, [](S &s) { s.ipar[0] = 990; }, -10000, false, "ipar[0]", "990"},
+      {"solve's ny", in_solve, [](S &s) { s.ipar[11] = 0; }, -100, false, "ipar[11]", "0"},
+      {"layout", in_solve, [](S &s) { ++s.ipar[20]; }, 1, true, "ipar[13]", "6"},
+      {"handle", in_free, [](S &) {}, -1000, false, "freed", ""},
+  };
+  for (const auto &c : cases)
+    for (const int output : {1, -1, 0}) {
+      SCOPED_TRACE(std::string(c.what) + " " + std::to_string(output));
+      S s({4, 4, 4}, "DDDDDD", 1);
+      s.init();
+      s.ipar[TNK_PDEPL_ERRORS] = c.warning ? 0 : output;
+      s.ipar[TNK_PDEPL_WARNINGS] = c.warning ? output : 0;
+      if (c.when != in_commit) {
+        ASSERT_EQ(s.commit(), 0);
+      }
+      if (c.when == in_free) DftiFreeDescriptor(&s.handles[1]), s.handles[1] = nullptr;
+      c.spoil(s);
+      const std::string text = said([&] {
+        EXPECT_EQ(c.when == in_commit ? s.commit() : c.when == in_solve ? s.solve() : s.release(), c.status);
+      });
+      EXPECT_EQ(s.ipar[TNK_PDEPL_STATUS], c.status);
+      if (output == 0)
+        EXPECT_EQ(text, "");
+      else
+        EXPECT_NE(text.find(c.text), std::string::npos) << text;
+      if (output != 0 && *c.value) {
+        EXPECT_NE(text.find(":\n" + std::string(c.value) + "\n"), std::string::npos) << text;
+      }
+      EXPECT_EQ(text.rfind("log:\n", 0) == 0, output < 0) << text;
+      if (c.when == in_commit && c.status < 0) {
+        EXPECT_EQ(s.handles[0], nullptr);
+      }
+      s.ipar[TNK_PDEPL_ERRORS] = s.ipar[41] = s.ipar[61] = 0;
+      if (s.handles[0]) s.release();
+    }
+}
+
+// Solutions that a warning comes with, and messages by entries counted from 1.
+TEST(PoissonStatus, WarnsOfSingularProblems) {
+  Solver<double, 2> s({6, 5}, "NNNN", 0);
+  s.init();
+  s.ipar[TNK_PDEPL_C_TEXTS] = 0;
+  s.commit();
+  ++s.ipar[TNK_PDEPL_TABLES + 1];
+  const std::string text = said([&] { EXPECT_EQ(s.solve(), 1); });
+  char off[32];
+  std::snprintf(off, sizeof off, ":\n%e\n", taken_off(s));
+  EXPECT_NE(text.find(off), std::string::npos) << text;
+  EXPECT_NE(text.find("ipar(14)"), std::string::npos) << text;
+  s.release();
+}
+
+// A log that cannot be opened is reported instead; a number that is none is passed over.
+TEST(PoissonStatus, SaysThatItHasNoLog) {
+  const tnk_int id = 12, unknown = 11;
+  Solver<float, 2> s({6, 5}, "NNNN", 0);
+  s.init();
+  s.ipar[TNK_PDEPL_ERRORS] = -1;
+  const std::string text = said([&] {
+    std::filesystem::create_directory("TNK_Poisson_Library_Log.txt");
+    tnk_pdepl_s_pl_print_diagnostics_c(&id, s.ipar.data(), s.dpar.data(), nullptr);
+    std::filesystem::remove("TNK_Poisson_Library_Log.txt");
+  });
+  EXPECT_NE(text.find("TNK_Poisson_Library_Log.txt"), std::string::npos);
+  EXPECT_EQ(
+      said([&] { tnk_pdepl_s_pl_print_diagnostics_c(&unknown, s.ipar.data(), s.dpar.data(), nullptr); }), "");
+}
+
+TEST(PoissonStages, RefuseWhatTheyCannotUse) {
+  Solver<double, 2> s({6, 5}, "DDNN", 0);
+  s.init();
+  silence(s);
+  s.commit();
+  for (const tnk_int code : {16, -1, 12}) {
+    s.stat = 0;
+    tnk_pdepl_d_basic_2d_poisson(&code, &s.n[0], &s.n[1], s.u.data(), s.handles, s.ipar.data(), s.dpar.data(),
+                                 &s.stat);
+    EXPECT_EQ(s.stat, -100);
+  }
+  const tnk_int code = 3, three = 3, none = 0;
+  std::vector<double> other = s.u;
+  tnk_pdepl_d_basic_2d_poisson(&code, &s.n[0], &s.n[1], s.u.data(), s.handles, s.ipar.data(), s.dpar.data(),
+                               &s.stat);
+  EXPECT_EQ(s.stat, 0);
+  tnk_pdepl_d_basic_2d_poisson_c(&code, &s.n[0], &s.n[1], other.data(), s.handles, s.ipar.data(),
+                                 s.dpar.data(), &s.stat);
+  for (tnk_int j = 0; j <= 5; ++j)
+    for (tnk_int i = 1; i < 6; ++i) EXPECT_EQ(s.u[s.index({i, j})], other[s.index({i, j})]);
+  s.release();
+
+  const double h = 0.5, zero = 0, q = 2;
+  double x[4], y[4];
+  tnk_int stat;
+  tnk_pdepl_d_spectr_2d(&none, &h, &h, &q, x, &stat);
+  EXPECT_EQ(stat, -2);
+  tnk_pdepl_d_spectr_2d_mixed(&three, &zero, &h, &q, x, &stat);
+  EXPECT_EQ(stat, -2);
+  tnk_pdepl_d_spectr_3d(&three, &none, &h, &h, &h, &q, x, y, &stat);
+  EXPECT_EQ(stat, -2);
+  tnk_pdepl_d_spectr_3d_mixed_1(&three, &three, &h, &zero, &h, &q, x, y, &stat);
+  EXPECT_EQ(stat, -2);
+  const double angle = 7.25;
+  const float rounded = 7.25f;
+  EXPECT_EQ(tnk_pdepl_pl_dsin(&angle), std::sin(7.25));
+  EXPECT_EQ(tnk_pdepl_pl_ssin(&rounded), static_cast<float>(std::sin(7.25)));
+}
+
+} // namespace
+} // namespace tnk::test
