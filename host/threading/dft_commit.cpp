@@ -56,6 +56,13 @@ tnk_int commit_node(const char *routine, KernelEntry<DftiCoreCommit> &core, Dfti
   return commit(root);
 }
 
+// A transform that the kernel library has in straight lines, which the strategies of the node's list have left: no chain and
+// no workspace then.
+bool is_taken(const char *routine, KernelEntry<const DftiStrategy> &strategy, DftiNode *root) {
+  const DftiStrategy *const found = strategy.get(routine);
+  return found && found->commit(found, root) == DftiNoError;
+}
+
 } // namespace
 } // namespace tnk::host
 
@@ -65,12 +72,24 @@ tnk_int commit_node(const char *routine, KernelEntry<DftiCoreCommit> &core, Dfti
     static tnk::host::KernelEntry<DftiCoreCommit> core{"tnk_dft_commit_descriptor_core_" #kind};             \
     return tnk::host::commit_node("tnk_dft_commit_node_" #kind "_omp", core, node);                          \
   }
-TNK_COMMIT_NODE(s_c2c_1d)
 TNK_COMMIT_NODE(s_c2c_md)
 TNK_COMMIT_NODE(s_r2c_1d)
 TNK_COMMIT_NODE(s_r2c_md)
-TNK_COMMIT_NODE(d_c2c_1d)
 TNK_COMMIT_NODE(d_c2c_md)
 TNK_COMMIT_NODE(d_r2c_1d)
 TNK_COMMIT_NODE(d_r2c_md)
 #undef TNK_COMMIT_NODE
+
+#define TNK_COMMIT_LINE(kind, precision)                                                                     \
+  tnk_int tnk_dft_commit_node_##kind##_omp(DftiNode *node) {                                                 \
+    static tnk::host::KernelEntry<const DftiStrategy> most{"tnk_dft_bkd3_" #precision},                      \
+        few{"tnk_dft_bkd2_" #precision};                                                                     \
+    static tnk::host::KernelEntry<DftiCoreCommit> core{"tnk_dft_commit_descriptor_core_" #kind};             \
+    constexpr auto *routine = "tnk_dft_commit_node_" #kind "_omp";                                           \
+    if (tnk::host::is_taken(routine, most, node) || tnk::host::is_taken(routine, few, node))                 \
+      return DftiNoError;                                                                                    \
+    return tnk::host::commit_node(routine, core, node);                                                      \
+  }
+TNK_COMMIT_LINE(s_c2c_1d, c)
+TNK_COMMIT_LINE(d_c2c_1d, z)
+#undef TNK_COMMIT_LINE

@@ -20,6 +20,16 @@ TNK_BEGIN_DECLS
 extern const DftiStrategy tnk_dft_bkd_as2s_n_m, tnk_dft_bkd_as2s_1_m, tnk_dft_bkd_ss2s_1_1,
     tnk_dft_bkd_ds2s_1_1, tnk_dft_bkd1_c, tnk_dft_bkd1_z;
 
+/* Strategies that no list names, for the threading layer: complete transforms as compute entries, of complex data that is
+   interleaved, contiguous, alone, without offsets and with both scales 1.
+
+     bkd2_c, bkd2_z              2, 4, 8, 16, 32, 64
+     bkd3_c, bkd3_z              16, 32, 64; 8, 16, 32, 64, 128
+
+   They decline with 101, and detach has nothing to release. */
+
+extern const DftiStrategy tnk_dft_bkd2_c, tnk_dft_bkd2_z, tnk_dft_bkd3_c, tnk_dft_bkd3_z;
+
 /* ---- Core commits, and how many threads a transform may use -------------------------------------------------------------
    By precision (s, d), kind (c2c, r2c) and shape.
 

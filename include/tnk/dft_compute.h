@@ -72,6 +72,13 @@ DftiKernel tnk_dft_xc_f2_1df, tnk_dft_xc_f2_1db, tnk_dft_xc_f4_1df, tnk_dft_xc_f
     tnk_dft_xs_f8_1df, tnk_dft_xs_f8_1db, tnk_dft_xs_f16_1df, tnk_dft_xs_f16_1db, tnk_dft_xs_f32_1df,
     tnk_dft_xs_f32_1db, tnk_dft_xs_f64_1df, tnk_dft_xs_f64_1db;
 
+/* ---- Kernels of short lengths ------------------------------------------------------------------------------------------
+   In double precision, by length from 2 on: length L at L - 2, up to 64. The node's factor goes into the transform. Source
+   and destination on boundaries of 16 bytes; otherwise the call is passed to the wrapper with the same node and workspace,
+   so the node has a signal record all the same. Nothing is kept: source may be destination, and calls may overlap. */
+
+extern DftiKernel *const tnk_dft_zsmallradix_forward[63], *const tnk_dft_zsmallradix_inverse[63];
+
 /* ---- Rows -----------------------------------------------------------------------------------------------------------------
    `count` rows of `length` elements, one after another in a dense buffer, from or to lines that stand side by side: element
    i of row r is dense[dense_index + r length + i] and strided[index + r + i stride]. */

@@ -117,7 +117,7 @@ template <> struct precision<double> {
   static constexpr FourStep four_step{tnk_dft_xz_init_data_1d_via_2d,
                                       {tnk_dft_xz_1d_via_2d_f, tnk_dft_xz_1d_via_2d_b}};
   static constexpr Bluestein *bluestein = tnk_dft_bluestein_init_z;
-  static constexpr Codelets small{nullptr, nullptr};
+  static constexpr Codelets small{tnk_dft_zsmallradix_forward, tnk_dft_zsmallradix_inverse};
 
   using Format = DftiFormatDouble;
   static constexpr Format DftiKernels::*format = &DftiKernels::format_double;

@@ -1,0 +1,6 @@
+#include "kernel/dft/small/radix_bodies.h"
+
+namespace tnk::dft {
+#define TNK_BODY(N) TNK_SMALL_RADIX(N, true)
+TNK_EVEN_LENGTHS(TNK_BODY)
+} // namespace tnk::dft

@@ -1,0 +1,202 @@
+// Transforms of short lengths that stand in code: the kernels by length, and the strategies that put such a transform into a
+// node.
+#include <cmath>
+#include <complex>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <tnk/dft_commit.h>
+#include <tnk/dft_compute.h>
+#include <vector>
+
+#include "dft/plan.h"
+#include "reference/fourier.h"
+#include "support/guarded.h"
+#include "support/random.h"
+
+namespace {
+
+using namespace tnk::test;
+using tnk::reference::Wide;
+
+// ---- One transform, wherever its numbers stand -----------------------------------------------------------------------------
+
+// The root of the mean square of what the result is off, by that of the result.
+template <class R>
+long double error_of(const Guarded<std::complex<R>> &result, const std::vector<Wide> &expected,
+                     long double factor) {
+  long double squares = 0, all = 0;
+  for (std::size_t k = 0; k < expected.size(); ++k) {
+    squares += std::norm(Wide(result.get(k)) - factor * expected[k]);
+    all += std::norm(factor * expected[k]);
+  }
+  return std::sqrt(squares / all);
+}
+
+// run(source, destination) transforms n numbers, in one or two arrays that stand `shift` bytes past a boundary.
+// The same bits in place and out of place, the source left alone there, and nothing around the arrays read or written.
+template <class R, class Run>
+void expect_transform(std::size_t n, int sign, long double factor, std::size_t shift, const Run &run) {
+  using C = std::complex<R>;
+  Random random(static_cast<unsigned>(n));
+  Guarded<C> stays(n, shift), source(n, shift), destination(n, shift);
+  std::vector<Wide> x;
+  for (std::size_t i = 0; i < n; ++i) {
+    const C number{random.real<R>(), random.real<R>()};
+    stays.put(i, number), source.put(i, number), destination.put(i, C(77));
+    x.emplace_back(number);
+  }
+  ASSERT_EQ(run(stays.data(), stays.data()), 0);
+  ASSERT_EQ(run(source.data(), destination.data()), 0);
+  const long double bound =
+      std::numeric_limits<R>::epsilon() * (0.35L + 0.5L * std::sqrt(std::log2(static_cast<long double>(n))));
+  EXPECT_LE(error_of(destination, tnk::reference::transform(x, sign), factor), bound);
+  for (std::size_t i = 0; i < n; ++i) {
+    EXPECT_EQ(stays.get(i), destination.get(i));
+    EXPECT_EQ(Wide(source.get(i)), x[i]);
+  }
+  EXPECT_TRUE(stays.intact() && source.intact() && destination.intact());
+}
+
+// ---- Kernels by length -----------------------------------------------------------------------------------------------------
+
+TEST(SmallRadix, TransformsEveryLengthAtEveryAddress) {
+  for (tnk_int n = 2; n <= 64; ++n) {
+    SCOPED_TRACE(n);
+    for (const bool scaled : {false, true}) {
+      const Plan plan(DftiDouble, DftiComplex, {n});
+      const double forward = scaled ? 0.7 : 1, backward = scaled ? 1.3 : 1;
+      DftiSetValue(plan, DftiParamForwardScale, forward);
+      DftiSetValue(plan, DftiParamBackwardScale, backward);
+      DftiSetValue(plan, DftiParamNumberOfTransforms, tnk_int{2}); // so that the node itself has a record
+      ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+      for (const std::size_t shift : {std::size_t{8}, std::size_t{16}, page_end, page_start})
+        for (const bool inverse : {false, true}) {
+          SCOPED_TRACE("shift " + std::to_string(shift) + (inverse ? " inverse" : " forward"));
+          DftiKernel *const kernel =
+              (inverse ? tnk_dft_zsmallradix_inverse : tnk_dft_zsmallradix_forward)[n - 2];
+          expect_transform<double>(static_cast<std::size_t>(n), inverse ? 1 : -1,
+                                   inverse ? backward : forward, shift, [&](void *source, void *destination) {
+                                     return kernel(source, destination, plan, plan->workspace);
+                                   });
+        }
+    }
+  }
+}
+
+TEST(SmallRadix, ServesLengthsThatAreNoPowerOfTwo) {
+  const struct {
+    int32_t precision;
+    Ints lengths;
+    tnk_int ordering;
+    bool served; // the first dimension
+  } rows[] = {{DftiDouble, {3}, DftiOrdered, true},    {DftiDouble, {63}, DftiOrdered, true},
+              {DftiDouble, {64}, DftiOrdered, false},  {DftiDouble, {65}, DftiOrdered, false},
+              {DftiDouble, {1}, DftiOrdered, false},   {DftiDouble, {15}, DftiBackwardScrambled, false},
+              {DftiSingle, {15}, DftiOrdered, false},  {DftiDouble, {61, 1}, DftiOrdered, true},
+              {DftiDouble, {9, 61}, DftiOrdered, true}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE("row " + std::to_string(&row - rows));
+    const Plan plan(row.precision, DftiComplex, row.lengths);
+    DftiSetValue(plan, DftiParamOrdering, row.ordering);
+    DftiSetValue(plan, DftiParamNumberOfTransforms, tnk_int{2});
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+    const auto at = static_cast<std::size_t>(plan->axis.length - 2);
+    const DftiKernelPair &pair = plan->kernels.double_pair;
+    EXPECT_EQ(row.served, plan->axis.length > 1 && at < 63 &&
+                              pair.forward == tnk_dft_zsmallradix_forward[at] &&
+                              pair.inverse == tnk_dft_zsmallradix_inverse[at]);
+    EXPECT_EQ(plan->use_codelet, !row.served);
+  }
+}
+
+// ---- Strategies ------------------------------------------------------------------------------------------------------------
+
+const struct {
+  const DftiStrategy &strategy;
+  int32_t precision;
+  Ints lengths;
+} strategies[] = {{tnk_dft_bkd2_c, DftiSingle, {2, 4, 8, 16, 32, 64}},
+                  {tnk_dft_bkd2_z, DftiDouble, {2, 4, 8, 16, 32, 64}},
+                  {tnk_dft_bkd3_c, DftiSingle, {16, 32, 64}},
+                  {tnk_dft_bkd3_z, DftiDouble, {8, 16, 32, 64, 128}}};
+
+template <class R> void expect_codelet(const DftiStrategy &strategy, const Plan plans[2], tnk_int n) {
+  for (const bool out : {false, true}) {
+    ASSERT_EQ(strategy.commit(&strategy, plans[out]), DftiNoError);
+    EXPECT_EQ(plans[out]->nioargs, 1 + out);
+    EXPECT_EQ(plans[out]->commit_status, DftiCommitted);
+    EXPECT_EQ(plans[out]->strategy, &strategy);
+    EXPECT_EQ(plans[out]->workspace, nullptr); // what the commit before has made
+  }
+  for (const std::size_t shift : {sizeof(R), std::size_t{64}, page_end, page_start})
+    for (const bool inverse : {false, true}) {
+      const auto compute = inverse ? DftiComputeBackward : DftiComputeForward;
+      expect_transform<R>(
+          static_cast<std::size_t>(n), inverse ? 1 : -1, 1, shift, [&](void *source, void *destination) {
+            return source == destination ? compute(plans[0], source) : compute(plans[1], source, destination);
+          });
+    }
+}
+
+TEST(Codelets, TransformEveryLengthOfTheirTables) {
+  for (const auto &row : strategies)
+    for (const tnk_int n : row.lengths) {
+      SCOPED_TRACE("strategy " + std::to_string(&row - strategies) + " length " + std::to_string(n));
+      const Plan plans[2] = {{row.precision, DftiComplex, {n}}, {row.precision, DftiComplex, {n}}};
+      DftiSetValue(plans[1], DftiParamPlacement, DftiNotInPlace);
+      for (const Plan &plan : plans) {
+        DftiSetValue(plan, DftiParamForwardScale, 0.7); // a commit with a record and a workspace
+        ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+        plan->forward_scale = 1;
+      }
+      if (row.precision == DftiSingle)
+        expect_codelet<float>(row.strategy, plans, n);
+      else
+        expect_codelet<double>(row.strategy, plans, n);
+    }
+}
+
+TEST(Codelets, DeclineWhatTheyCannotDo) {
+  const std::pair<const char *, void (*)(DftiNode *)> conditions[] = {
+      {"precision", [](DftiNode *node) { node->precision ^= DftiSingle ^ DftiDouble; }},
+      {"domain", [](DftiNode *node) { node->forward_domain = DftiReal; }},
+      {"storage", [](DftiNode *node) { node->complex_storage = DftiRealReal; }},
+      {"rank", [](DftiNode *node) { node->committed_rank = 2; }},
+      {"batch", [](DftiNode *node) { node->committed_transforms.dims[0].length = 2; }},
+      {"no transform", [](DftiNode *node) { node->committed_transforms.dims[0].length = 0; }},
+      {"batches", [](DftiNode *node) { node->committed_transforms.rank = 2; }},
+      {"input stride", [](DftiNode *node) { node->axis.input_stride = 2; }},
+      {"output stride", [](DftiNode *node) { node->axis.output_stride = -1; }},
+      {"input offset", [](DftiNode *node) { node->input_offset = 1; }},
+      {"output offset", [](DftiNode *node) { node->output_offset = 1; }},
+      {"forward scale", [](DftiNode *node) { node->forward_scale = 1. / 16; }},
+      {"backward scale", [](DftiNode *node) { node->backward_scale = std::nextafter(1., 2.); }},
+      {"inner", [](DftiNode *node) { node->flags |= TNK_DFT_INNER; }},
+      {"length", [](DftiNode *node) { node->axis.length = 24; }},
+      {"too short", [](DftiNode *node) { node->axis.length = 1; }},
+      {"too long", [](DftiNode *node) { node->axis.length = 256; }},
+      {"none",
+       [](DftiNode *node) { node->committed_transforms.rank = 0; }}, // no batch at all is one transform
+  };
+  for (const auto &row : strategies)
+    for (const auto &[name, change] : conditions)
+      for (const bool out : {false, true}) {
+        SCOPED_TRACE(name + std::string(out ? " out of place" : " in place"));
+        const Plan plan(row.precision, DftiComplex, {16});
+        DftiSetValue(plan, DftiParamPlacement, out ? DftiNotInPlace : DftiInPlace);
+        ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+        const DftiStrategy *const before = plan->strategy;
+        const int32_t rank = plan->committed_transforms.rank;
+        const auto [domain, storage] = std::pair(plan->forward_domain, plan->complex_storage);
+        change(plan);
+        const bool taken = name == std::string("none") || (!out && std::string(name).find("output") == 0);
+        EXPECT_EQ(row.strategy.commit(&row.strategy, plan), taken ? 0 : 101);
+        EXPECT_EQ(plan->strategy, taken ? &row.strategy : before);
+        EXPECT_EQ(plan->commit_status, DftiCommitted);
+        plan->committed_transforms.rank = rank;
+        plan->forward_domain = domain, plan->complex_storage = storage;
+      }
+}
+
+} // namespace
