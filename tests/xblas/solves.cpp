@@ -1,0 +1,157 @@
+// Triangular solves against wider arithmetic.
+#include "tests/xblas/problem.h"
+
+namespace {
+
+using namespace tnk::test;
+
+// Complex numbers of 113 bits.
+struct Value {
+  Wide re = 0, im = 0;
+  Value() = default;
+  Value(Number x) : re(static_cast<Wide>(x.real())), im(static_cast<Wide>(x.imag())) {}
+  Value(Wide r, Wide i) : re(r), im(i) {}
+};
+Value operator*(Value a, Value b) {
+  return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
+}
+Value operator-(Value a, Value b) {
+  return {a.re - b.re, a.im - b.im};
+}
+Value operator/(Value a, Value b) {
+  const Wide d = b.re * b.re + b.im * b.im;
+  return {(a.re * b.re + a.im * b.im) / d, (a.im * b.re - a.re * b.im) / d};
+}
+double modulus(Value a) {
+  return std::hypot(static_cast<double>(a.re), static_cast<double>(a.im));
+}
+double modulus(Number a) {
+  return std::hypot(a.real(), a.imag());
+}
+
+// All 24: alpha b - T x is no more than the roundings of x and of its sums, so that x solves a system close by; in pairs
+// x is the solution itself, rounded.
+TEST(XblasSolves, AreRightToTheirPrecision) {
+  Maker maker(8);
+  for (const Routine &r : routines()) {
+    if (r.op != "trsv" && r.op != "tbsv") continue;
+    for (int round = 0; round < 40; ++round)
+      for (int32_t prec = r.has_prec ? 211 : 212; prec <= (r.has_prec ? 214 : 212); ++prec) {
+        const int32_t order = round % 2 ? 101 : 102;
+        Problem p = maker.make(r, Data::random, order);
+        Array &x = *p.arguments.arrays.at('y');
+        const auto before = x.bytes();
+        call_value(r, p.arguments, prec, "tnk_xblas_BLAS_");
+        const double u = prec == 211 && is_short(r.result) ? 0x1p-24 : 0x1p-53,
+                     stored = is_short(r.result) ? 0x1p-24 : 0x1p-53;
+        const Number alpha = p.arguments.alpha;
+        // A result's list is its row of op(T): the diagonal is where it has its own place, the last or the first one.
+        const std::size_t n = p.results.size();
+        std::vector<Value> exact(n);
+        std::vector<double> growth(n); // sums of magnitudes, carried along
+        const bool upwards = (p.arguments['u'] == 121) == (p.arguments['t'] == 111);
+        for (std::size_t done = 0; done < n; ++done) {
+          const std::size_t i = upwards ? n - 1 - done : done;
+          const auto &row = p.results[i].products;
+          const std::size_t others = row.size() - 1, from = upwards ? i + 1 : i - others;
+          const Number diagonal = (upwards ? row.front() : row.back()).a;
+          const Number b = (upwards ? row.front() : row.back()).x, found = x.get(p.results[i].place);
+          Value left = Value(alpha) * Value(b), residual = left;
+          double sizes = modulus(left), carried = modulus(left);
+          for (std::size_t k = 0; k < others; ++k) {
+            const Number t = row[upwards ? k + 1 : k].a, known = x.get(p.results[from + k].place);
+            left = left - Value(t) * exact[from + k];
+            residual = residual - Value(t) * Value(known);
+            sizes += modulus(t) * modulus(known), carried += modulus(t) * growth[from + k];
+          }
+          exact[i] = left / Value(diagonal), growth[i] = carried / modulus(diagonal);
+          residual = residual - Value(diagonal) * Value(found);
+          sizes += modulus(diagonal) * modulus(found);
+          if (!std::isfinite(sizes)) break; // a float that overflowed
+          const double steps = static_cast<double>(others) + 8;
+          ASSERT_LE(modulus(residual), (prec == 214 ? stored : u * steps * 2 + stored) * sizes + 1e-30)
+              << r.name << " " << prec << " " << i;
+          if (prec == 214) {
+            ASSERT_LE(modulus(Value(found) - exact[i]),
+                      stored * 1.0001 * modulus(exact[i]) + 200 * u * u * growth[i] * steps)
+                << r.name << " " << i;
+          }
+        }
+        if (testing::Test::HasFailure()) return;
+        if (order == 101) continue;
+        const auto by_value = x.bytes();
+        x.restore(before);
+        call_twin(r, p.arguments, prec);
+        ASSERT_TRUE(x.bytes() == by_value) << r.name << " by address";
+      }
+  }
+}
+
+// x_2 = (b_2 - l x_1) / 1 with b_2 close to l x_1: what is left shows the error of the quotient x_1 in its last bits.
+TEST(XblasSolves, DividePairsWithinTheirBound) {
+  Random random(9);
+  double worst_real = 0, worst_complex = 0;
+  for (int round = 0; round < 4000; ++round) {
+    const auto number = [&] { return random.real(0.5, 1.0) * (random.integer(0, 1) ? 1 : -1); };
+    const bool complex = round % 2;
+    const auto any = [&] { return Number(number(), complex ? number() : 0); };
+    const Number d = any(), l = any(), b1 = any(), alpha = any();
+    const Value quotient = Value(alpha) * Value(b1) / Value(d), product = Value(l) * quotient;
+    const Number b2 = [&] { // alpha b_2 nearly the product
+      const Value q = product / Value(alpha);
+      return Number(static_cast<double>(q.re), static_cast<double>(q.im));
+    }();
+    Number x2;
+    if (complex) {
+      const tnk_complex16 t[] = {{d.real(), d.imag()}, {l.real(), l.imag()}, {0, 0}, {1, 0}};
+      tnk_complex16 x[] = {{b1.real(), b1.imag()}, {b2.real(), b2.imag()}};
+      const tnk_complex16 f = {alpha.real(), alpha.imag()};
+      tnk_xblas_BLAS_ztrsv_x(102, 122, 111, 131, 2, &f, t, 2, x, 1, 214);
+      x2 = {x[1].re, x[1].im};
+    } else {
+      const double t[] = {d.real(), l.real(), 0, 1};
+      double x[] = {b1.real(), b2.real()};
+      tnk_xblas_BLAS_dtrsv_x(102, 122, 111, 131, 2, alpha.real(), t, 2, x, 1, 214);
+      x2 = x[1];
+    }
+    const double error =
+        modulus(Value(x2) - (Value(alpha) * Value(b2) - product)) / modulus(product) * 0x1p106;
+    (complex ? worst_complex : worst_real) = std::max(complex ? worst_complex : worst_real, error);
+  }
+  // Beside the quotient: alpha b_1 and alpha b_2 (exact; complex 3 each), the product with l (2; complex 7.1).
+  EXPECT_LE(worst_real, 12 + 2);
+  EXPECT_LE(worst_complex, 24 + 3 + 3 + 7.1);
+  EXPECT_GE(worst_real, 0.01); // something is to be seen
+  RecordProperty("real", std::to_string(worst_real));
+  RecordProperty("complex", std::to_string(worst_complex));
+}
+
+// The Cholesky factors of Hilbert matrices, of condition 10^8 at order 12: pairs still give every bit but the last.
+TEST(XblasSolves, GiveAllDigitsOfHilbertFactors) {
+  for (tnk_int n = 1; n <= 12; ++n) {
+    const auto at = [&](tnk_int i, tnk_int j) { return static_cast<std::size_t>(i + j * n); };
+    std::vector<double> t(static_cast<std::size_t>(n * n));
+    std::vector<Wide> l(t.size());
+    for (tnk_int j = 0; j < n; ++j)
+      for (tnk_int i = j; i < n; ++i) {
+        Wide sum = static_cast<Wide>(1) / (i + j + 1);
+        for (tnk_int k = 0; k < j; ++k) sum -= l[at(i, k)] * l[at(j, k)];
+        l[at(i, j)] = i == j ? static_cast<Wide>(std::sqrt(static_cast<double>(sum))) : sum / l[at(j, j)];
+        t[at(i, j)] = static_cast<double>(l[at(i, j)]);
+      }
+    std::vector<double> x(static_cast<std::size_t>(n), 1);
+    std::vector<Wide> exact(x.size());
+    tnk_xblas_BLAS_dtrsv_x(102, 122, 113, 131, n, 1, t.data(), n, x.data(), 1, 214);
+    for (tnk_int i = n - 1; i >= 0; --i) {
+      Wide sum = 1;
+      for (tnk_int k = i + 1; k < n; ++k)
+        sum -= static_cast<Wide>(t[at(k, i)]) * exact[static_cast<std::size_t>(k)];
+      exact[static_cast<std::size_t>(i)] = sum / static_cast<Wide>(t[at(i, i)]);
+      const double right = static_cast<double>(exact[static_cast<std::size_t>(i)]),
+                   found = x[static_cast<std::size_t>(i)];
+      EXPECT_LE(std::abs(found - right), 0x1p-53 * std::abs(right)) << n << " " << i;
+    }
+  }
+}
+
+} // namespace
