@@ -82,16 +82,26 @@ void e9_cpMul_BNU_school(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t an, con
   using namespace tnk::gmp;
   if (an == bn) {
     switch (an) {
-    case 1: return equal_lengths<1>(r, a, b);
-    case 2: return equal_lengths<2>(r, a, b);
-    case 3: return equal_lengths<3>(r, a, b);
-    case 4: return equal_lengths<4>(r, a, b);
-    case 5: return equal_lengths<5>(r, a, b);
-    case 6: return equal_lengths<6>(r, a, b);
-    case 7: return equal_lengths<7>(r, a, b);
-    case 8: return equal_lengths<8>(r, a, b);
-    case 9: return equal_lengths<9>(r, a, b);
-    default: break;
+    case 1:
+      return equal_lengths<1>(r, a, b);
+    case 2:
+      return equal_lengths<2>(r, a, b);
+    case 3:
+      return equal_lengths<3>(r, a, b);
+    case 4:
+      return equal_lengths<4>(r, a, b);
+    case 5:
+      return equal_lengths<5>(r, a, b);
+    case 6:
+      return equal_lengths<6>(r, a, b);
+    case 7:
+      return equal_lengths<7>(r, a, b);
+    case 8:
+      return equal_lengths<8>(r, a, b);
+    case 9:
+      return equal_lengths<9>(r, a, b);
+    default:
+      break;
     }
   }
   r[an] = mul_1(r, a, an, b[0]);
