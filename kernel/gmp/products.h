@@ -33,7 +33,7 @@ private:
   tnk_signal_dft *record_ = nullptr;
   double *numbers_ = nullptr; // two arrays, and a block of work
   uint8_t *work_ = nullptr;
-  int32_t work_bytes_ = 0;
+  std::size_t work_bytes_ = 0;
 };
 
 // mul_n for more than toom_most limbs, and for what a step above makes of them.

@@ -21,6 +21,11 @@ constexpr std::size_t bytes_of(int32_t limbs) {
   return static_cast<std::size_t>(2 * numbers_of(limbs)) * sizeof(double);
 }
 
+// The block of work is as large as all that the transforms take besides, and mostly never touched. The C library keeps
+// free memory at its end up to twice the largest block that it had from the system; what is above goes back and comes
+// anew, page by page. That would be all of it at every product, and takes longer than the transforms.
+constexpr std::size_t work_share = 3;
+
 tnk_complex16 *spectrum(double *x) {
   return reinterpret_cast<tnk_complex16 *>(x);
 }
@@ -36,15 +41,16 @@ bool Transforms::prepare(int32_t limbs) {
   }
   limbs_ = limbs;
   numbers_ = static_cast<double *>(tnk_gmp_tnk_gmp_allocate(bytes_of(limbs)));
-  e9_vpksDFTGetBufSize_R_64f(record_, &work_bytes_);
-  if (work_bytes_)
-    work_ = static_cast<uint8_t *>(tnk_gmp_tnk_gmp_allocate(static_cast<std::size_t>(work_bytes_)));
+  int32_t needed = 0;
+  e9_vpksDFTGetBufSize_R_64f(record_, &needed);
+  work_bytes_ = work_share * (static_cast<std::size_t>(needed) + bytes_of(limbs));
+  work_ = static_cast<uint8_t *>(tnk_gmp_tnk_gmp_allocate(work_bytes_));
   return true;
 }
 
 void Transforms::release() {
   if (!record_) return;
-  if (work_bytes_) tnk_gmp_tnk_gmp_free(work_, static_cast<std::size_t>(work_bytes_));
+  tnk_gmp_tnk_gmp_free(work_, work_bytes_);
   tnk_gmp_tnk_gmp_free(numbers_, bytes_of(limbs_));
   e9_vpksDFTFree_R_64f(record_);
   record_ = nullptr;
