@@ -82,72 +82,28 @@ inline void borrow_from(limb *r, limb borrow) {
   }
 }
 
-// Of n limbs; each returns what goes out at the top. r may be a or b.
+// The primitives by their names inside; mul_1 is r := a b.
+limb mul_1(limb *r, const limb *a, int32_t n, limb b);
 inline limb add_n(limb *r, const limb *a, const limb *b, int32_t n) {
-  wide carry = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    carry += wide{a[i]} + b[i];
-    r[i] = low(carry);
-    carry >>= limb_bits;
-  }
-  return low(carry);
+  return tnk_gmp___gmpn_add_n(r, a, b, n);
 }
 inline limb sub_n(limb *r, const limb *a, const limb *b, int32_t n) {
-  limb borrow = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    const wide x = wide{a[i]} - b[i] - borrow;
-    r[i] = low(x);
-    borrow = high(x) & 1;
-  }
-  return borrow;
-}
-inline limb mul_1(limb *r, const limb *a, int32_t n, limb b) {
-  limb carry = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    const wide x = wide{a[i]} * b + carry;
-    r[i] = low(x);
-    carry = high(x);
-  }
-  return carry;
-}
-inline limb addmul_1(limb *r, const limb *a, int32_t n, limb b) {
-  limb carry = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    const wide x = wide{a[i]} * b + r[i] + carry;
-    r[i] = low(x);
-    carry = high(x);
-  }
-  return carry;
-}
-inline limb submul_1(limb *r, const limb *a, int32_t n, limb b) {
-  limb borrow = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    const wide x = wide{a[i]} * b + borrow;
-    borrow = high(x) + (r[i] < low(x));
-    r[i] -= low(x);
-  }
-  return borrow;
+  return tnk_gmp___gmpn_sub_n(r, a, b, n);
 }
 inline limb add_1(limb *r, const limb *a, int32_t n, limb b) {
-  for (int32_t i = 0; i < n; ++i) {
-    const limb sum = a[i] + b;
-    b = sum < b;
-    r[i] = sum;
-  }
-  return b;
+  return tnk_gmp___gmpn_add_1(r, a, n, b);
 }
 inline limb sub_1(limb *r, const limb *a, int32_t n, limb b) {
-  for (int32_t i = 0; i < n; ++i) {
-    const limb x = a[i];
-    r[i] = x - b;
-    b = x < b;
-  }
-  return b;
+  return tnk_gmp___gmpn_sub_1(r, a, n, b);
+}
+inline limb addmul_1(limb *r, const limb *a, int32_t n, limb b) {
+  return tnk_gmp___gmpn_addmul_1(r, a, n, b);
+}
+inline limb submul_1(limb *r, const limb *a, int32_t n, limb b) {
+  return tnk_gmp___gmpn_submul_1(r, a, n, b);
 }
 inline int compare(const limb *a, const limb *b, int32_t n) {
-  while (n-- > 0)
-    if (a[n] != b[n]) return a[n] > b[n] ? 1 : -1;
-  return 0;
+  return tnk_gmp___gmpn_cmp(a, b, n);
 }
 
 // ---- Scratch ----------------------------------------------------------------------------------------------------

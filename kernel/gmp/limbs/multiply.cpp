@@ -24,8 +24,9 @@ void karatsuba(limb *r, const limb *a, const limb *b, int32_t n, Multiply multip
   const int32_t h = n / 2, m = n - h;
   Scratch scratch(4 * int64_t{m});
   limb *const da = scratch, *const db = da + m, *const middle = db + m;
-  const bool negative = distance(da, a, m, a + m, h) != distance(db, b, m, b + m, h);
-  multiply(middle, da, db, m);
+  const bool a_negative = distance(da, a, m, a + m, h);
+  const bool negative = a != b && a_negative != distance(db, b, m, b + m, h);
+  multiply(middle, da, a == b ? da : db, m); // a square stays one
   multiply(r, a, b, m);
   multiply(r + 2 * m, a + m, b + m, h);
   // The sum of the outer products, in place of the two distances; 2 h of its limbs have two summands.
@@ -43,8 +44,19 @@ void karatsuba(limb *r, const limb *a, const limb *b, int32_t n, Multiply multip
 
 } // namespace
 
-void karatsuba_step(limb *r, const limb *a, const limb *b, int32_t n) {
-  karatsuba(r, a, b, n, tnk_gmp___gmpn_mul_n);
+void karatsuba_step(limb *r, const limb *a, const limb *b, int32_t n, Transforms &kept) {
+  karatsuba(r, a, b, n, [&](limb *product, const limb *x, const limb *y, int32_t limbs) {
+    multiply_long(product, x, y, limbs, kept);
+  });
+}
+
+void multiply_long(limb *r, const limb *a, const limb *b, int32_t n, Transforms &kept) {
+  if (n <= toom_most)
+    tnk_gmp___gmpn_mul_n(r, a, b, n);
+  else if (n <= transform_most)
+    kept.multiply(r, a, n, b, n);
+  else
+    karatsuba_step(r, a, b, n, kept);
 }
 
 } // namespace tnk::gmp
@@ -53,10 +65,10 @@ void tnk_gmp___gmpn_mul_n(tnk_gmp_limb *r, const tnk_gmp_limb *a, const tnk_gmp_
   using namespace tnk::gmp;
   if (n <= 0) return;
   if (n <= school_most) return e9_cpMul_BNU_school(r, a, n, b, n);
-  if (n <= karatsuba_most) return karatsuba_step(r, a, b, n);
+  if (n <= karatsuba_most) return karatsuba(r, a, b, n, tnk_gmp___gmpn_mul_n);
   if (n <= toom_most) return tnk_gmp_tnk_gmp_mul_n_tc3(a, b, r, n);
-  if (n <= transform_most) return tnk_gmp_tnk_gmp_mul_dft(a, n, b, n, r);
-  karatsuba_step(r, a, b, n);
+  Transforms kept;
+  multiply_long(r, a, b, n, kept);
 }
 
 tnk_gmp_limb tnk_gmp___gmpn_mul(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t an, const tnk_gmp_limb *b,
@@ -73,11 +85,12 @@ tnk_gmp_limb tnk_gmp___gmpn_mul(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t 
   } else {
     // The first slice goes straight into r, so that a later product, or the last with fewer limbs, is no longer than a.
     Scratch scratch(an);
-    tnk_gmp___gmpn_mul_n(r, a, b, bn);
+    Transforms kept;
+    multiply_long(r, a, b, bn, kept);
     for (int32_t done = bn; done < an; done += bn) {
       const int32_t slice = an - done < bn ? an - done : bn;
       if (slice == bn)
-        tnk_gmp___gmpn_mul_n(scratch, a + done, b, bn);
+        multiply_long(scratch, a + done, b, bn, kept);
       else
         tnk_gmp___gmpn_mul(scratch, b, bn, a + done, slice);
       const limb carry = add_n(r + done, r + done, scratch, bn);

@@ -14,19 +14,29 @@ __attribute__((noinline)) double cosine_of(double angle) {
 
 } // namespace
 
-// Half a circle, each angle reduced to its first eighth in integers; the other half is its mirror image.
+// Each angle reduced to its first eighth in integers: those that mirror one another have the same sine and cosine. So of a
+// length that halves twice an eighth is computed, of another even one a quarter, of an odd one half a circle.
 template <class R> complex<R> *new_base_table(int32_t n) {
   complex<R> *const table = new_table<complex<R>>(n);
   if (!table) return nullptr;
-  for (int32_t k = 0; k <= n / 2; ++k) {
+  const auto put = [=](int32_t k, double cosine, double sine) { // k up to half a circle
+    const R re = static_cast<R>(cosine), im = static_cast<R>(sine);
+    table[k] = {re, 0 - im};
+    if (k > 0) table[n - k] = {re, im};
+  };
+  const int32_t half = n / 2, quarter = n / 4, last = n % 4 == 0 ? n / 8 : n % 2 == 0 ? quarter : half;
+  for (int32_t k = 0; k <= last; ++k) {
     const std::int64_t octant = std::int64_t{8} * k / n, rest = std::int64_t{8} * k % n;
     const auto eighth = static_cast<double>(pi / 4 * (octant % 2 == 0 ? rest : n - rest) / n);
     double sine = sine_of(eighth), cosine = cosine_of(eighth);
     if (octant == 1 || octant == 2) std::swap(cosine, sine);
     if (octant >= 2) cosine = -cosine;
-    const R re = static_cast<R>(cosine), im = static_cast<R>(sine);
-    table[k] = {re, 0 - im};
-    if (k > 0) table[n - k] = {re, im};
+    put(k, cosine, sine);
+    if (n % 2 == 0) put(half - k, -cosine, sine);
+    if (n % 4 == 0) {
+      if (quarter - k > k) put(quarter - k, sine, cosine);
+      put(quarter + k, -sine, cosine);
+    }
   }
   return table;
 }
