@@ -3,9 +3,9 @@
 // two kinds in turns where they differ. The real Fourier transform that ours are made of has a row as well.
 #include "bench/families.h"
 #include "bench/signal/against_fftw.h"
-#include "tools/tnk/support/threads.h"
 
 #include <tnk/dfti.h>
+#include <tnk/pde_trig.h>
 #include <tnk/trig.hpp>
 
 namespace tnk::bench {
@@ -101,7 +101,7 @@ double error_of(const Kind &kind, tnk_int n, const std::vector<double> &given, c
   const long double unit = std::acos(-1.0L) / (4 * static_cast<long double>(n));
   const tnk_int last = kind.first + n + kind.more - 1;
   long double worst = 0;
-  for (const tnk_int k : {kind.first, n / 3, n / 2, last}) {
+  for (const tnk_int k : {kind.first, std::max(kind.first, n / 3), n / 2, last}) {
     long double sum = 0;
     for (tnk_int i = kind.first; i <= last; ++i) {
       const long double angle = unit * static_cast<long double>(kind.angle(n, k, i));
@@ -115,30 +115,64 @@ double error_of(const Kind &kind, tnk_int n, const std::vector<double> &given, c
   return static_cast<double>(worst * std::sqrt(1.5L * static_cast<long double>(n)));
 }
 
-Case beside_fftw(const Kind &kind, tnk_int n, tnk_int row_count, bool peer_is_ours) {
+// Forward and backward in turns, of anything that transforms rows.
+template <class Transform> Run in_turns(const std::shared_ptr<Rows> &rows, const Transform &transform) {
+  return [=](long count) {
+    for (; count > 0; --count, rows->backward = !rows->backward) transform(rows->f, rows->backward);
+  };
+}
+
+Run by_plan(const Kind &kind, tnk_int n, const std::shared_ptr<Rows> &rows) {
+  const auto plan = std::make_shared<const Trig<double>>(kind.kind, n);
+  return in_turns(rows, [plan](std::vector<double> &f, bool backward) {
+    backward ? plan->backward(f) : plan->forward(f);
+  });
+}
+
+struct KernelPlan {
+  KernelPlan(tnk_int kind, tnk_int n) : dpar(static_cast<std::size_t>(TNK_PDETT_DPAR(n, kind))) {
+    tnk_pdett_d_init_trig_transform(&n, &kind, ipar, dpar.data(), &stat);
+    ipar[TNK_PDETT_RAW] = 1; // no row to test
+    tnk_pdett_d_commit_trig_transform(nullptr, &handle, ipar, dpar.data(), &stat);
+    ipar[TNK_PDETT_RAW] = 0;
+  }
+  KernelPlan(const KernelPlan &) = delete;
+  KernelPlan &operator=(const KernelPlan &) = delete;
+  ~KernelPlan() { tnk_pdett_free_trig_transform(&handle, ipar, &stat); }
+  tnk_int ipar[TNK_PDETT_IPAR], stat;
+  std::vector<double> dpar;
+  DftiHandle handle = nullptr;
+};
+
+Run by_kernel(const Kind &kind, tnk_int n, const std::shared_ptr<Rows> &rows) {
+  const auto plan = std::make_shared<KernelPlan>(kind.kind, n);
+  return in_turns(rows, [plan](std::vector<double> &f, bool backward) {
+    (backward ? tnk_pdett_d_backward_trig_transform : tnk_pdett_d_forward_trig_transform)(
+        f.data(), &plan->handle, plan->ipar, plan->dpar.data(), &plan->stat);
+  });
+}
+
+enum class Peer { fftw, one_thread, plan };
+
+Case contest(const Kind &kind, tnk_int n, tnk_int row_count, Peer peer) {
   Case made;
   if (n < 2) {
     made.skip = "no transform of less than 2 elements";
     return made;
   }
-  const auto plan = std::make_shared<const Trig<double>>(kind.kind, n);
-  const auto rows =
-      std::make_shared<Rows>(plan->row(), kind.first, n + kind.more, row_count, kind.forward, kind.backward);
-  const Run run = [=](long count) {
-    for (; count > 0; --count, rows->backward = !rows->backward)
-      rows->backward ? plan->backward(rows->f) : plan->forward(rows->f);
-  };
-  made.ours = run;
-  made.peer = peer_is_ours ? run : rows->peer();
+  const auto rows = std::make_shared<Rows>(TNK_TRIG_ROW(kind.kind, n), kind.first, n + kind.more, row_count,
+                                           kind.forward, kind.backward);
+  made.ours = peer == Peer::plan ? by_kernel(kind, n, rows) : by_plan(kind, n, rows);
+  made.peer = peer == Peer::fftw ? rows->peer() : by_plan(kind, n, rows);
   made.reset = [=] { rows->fill(); };
   const std::vector<double> given = rows->f;
   made.error = [=] { return error_of(kind, n, given, *rows); };
-  // Sums carry their roundings along, and the last kinds divide twice by sines as small as 1/n.
+  // Sums carry their roundings along, and divisors are as small as 1/n, in kernels of quarter kinds twice.
   const double length = static_cast<double>(n);
   made.allowed = std::numeric_limits<double>::epsilon() *
-                 (kind.kind < TNK_TRIG_STAGGERED_COSINE ? 10 + 5 * std::sqrt(length)
-                  : kind.kind < TNK_TRIG_QUARTER_COSINE ? 10 + 2 * length
-                                                        : 10 + 4 * length * length);
+                 (kind.kind < TNK_TRIG_STAGGERED_COSINE                       ? 10 + 5 * std::sqrt(length)
+                  : kind.kind < TNK_TRIG_QUARTER_COSINE || peer != Peer::plan ? 10 + 2 * length
+                                                                              : 10 + 4 * length * length);
   made.work = 2.5 * length * std::log2(length) * static_cast<double>(row_count);
   made.limits = {flops_limit(flop_probe(sizeof(double), 32), made.work)};
   return made;
@@ -189,10 +223,15 @@ void add_trigonometric_transforms(std::vector<Row> &rows) {
   };
   const std::vector<tnk_int> sizes = {64, 256, 1000, 1024, 4096};
   for (const Kind &kind : kinds)
-    add(kind.name, sizes).prepare = [kind](tnk_int n) { return beside_fftw(kind, n, 1, false); };
+    add(kind.name, sizes).prepare = [&kind](tnk_int n) { return contest(kind, n, 1, Peer::fftw); };
   add("fourier", sizes).prepare = fourier;
+  for (const Kind &kind : kinds) {
+    Row &kernel = add(std::string("kernel_") + kind.name, {64, 1024});
+    kernel.prepare = [&kind](tnk_int n) { return contest(kind, n, 1, Peer::plan); };
+    kernel.library = nullptr, kernel.peer = "public plan", kernel.picture = "kernels";
+  }
   Row &threaded = add("512_rows", {512});
-  threaded.prepare = [](tnk_int n) { return beside_fftw(kinds[0], n, 512, true); };
+  threaded.prepare = [](tnk_int n) { return contest(kinds[0], n, 512, Peer::one_thread); };
   threaded.library = nullptr, threaded.peer = "1 thread", threaded.picture = "threads", threaded.threads = 2;
 }
 

@@ -1,6 +1,16 @@
 // Plans of sine and cosine transforms: checked, their rows cut over threads, with nothing printed by the kernels.
+//
+// Kinds that divide by sines are transformed in double. Quarter kinds divide twice: their kernels lose n^2 roundings in the
+// lowest elements. With B = (2k+1) h/4 such a transform is also a staggered one divided once more, in two ways:
+//
+//     cosines    those of sums of neighbours, by 2 cos(B)     sines of differences, by 2 sin(B)
+//     sines      those of sums of neighbours, by 2 cos(B)     cosines of differences, by 2 sin(B)
+//
+// So a plan takes the lower half of the elements from sums and the upper one from differences. Two transforms lose n
+// roundings, as the staggered kinds do.
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <new>
 #include <tnk/pde_trig.h>
 #include <tnk/services.h>
@@ -35,13 +45,15 @@ KernelEntry<decltype(tnk_pdett_free_trig_transform)> release{"tnk_pdett_free_tri
 
 // ---- Plans ------------------------------------------------------------------------------------------------------------
 
-// Single numbers of kinds that divide by sines are transformed in double.
 struct Plan {
   tnk_int kind, n;
   bool in_double;
   tnk_int ipar[TNK_PDETT_IPAR];
   DftiHandle handle;
-  void *tables; // dpar, of the numbers that are transformed
+  void *tables;     // dpar, of the numbers that are transformed
+  double *divisors; // quarter kinds: 2 cos(B), in the upper half 2 sin(B)
+
+  bool is_quarter() const { return kind >= TNK_TRIG_QUARTER_COSINE; }
 
   tnk_int row() const { return TNK_TRIG_ROW(kind, n); }
   // Elements that take part.
@@ -67,18 +79,31 @@ void free_plan(Plan *plan) {
   if (plan->handle) // then the entry is known
     release.get("tnk_trig_free")(&plan->handle, plan->ipar, &stat);
   tnk_serv_tnk_free(plan->tables);
+  tnk_serv_tnk_free(plan->divisors);
   tnk_serv_tnk_free(plan);
 }
 
+template <class A> A *make_array(tnk_int length) {
+  return static_cast<A *>(tnk_serv_tnk_malloc(length * tnk_int{sizeof(A)}, 64));
+}
+
+// A quarter kind has the tables of the staggered ones, which are the same for both.
 template <class A> tnk_trig_result commit(const char *routine, Plan &plan) {
   const auto init = Kernels<A>::init.get(routine);
   const auto commit_row = init ? Kernels<A>::commit.get(routine) : nullptr;
   if (!commit_row || !release.get(routine)) return TNK_TRIG_NO_LIBRARY;
-  A *const dpar = static_cast<A *>(
-      plan.tables = tnk_serv_tnk_malloc(TNK_PDETT_DPAR(plan.n, plan.kind) * tnk_int{sizeof(A)}, 64));
-  if (tnk_serv_check_ptr(dpar, routine)) return TNK_TRIG_OUT_OF_MEMORY;
+  const tnk_int n = plan.n, kind = plan.is_quarter() ? tnk_int{TNK_TRIG_STAGGERED_COSINE} : plan.kind;
+  A *const dpar = make_array<A>(TNK_PDETT_DPAR(n, kind));
+  plan.tables = dpar;
+  if (dpar && plan.is_quarter()) plan.divisors = make_array<double>(n);
+  if (tnk_serv_check_ptr(plan.is_quarter() ? plan.divisors : plan.tables, routine))
+    return TNK_TRIG_OUT_OF_MEMORY;
+  for (tnk_int k = 0; plan.is_quarter() && k < n; ++k) {
+    const double angle = 3.14159265358979323846 / 4 * static_cast<double>(2 * k + 1) / static_cast<double>(n);
+    plan.divisors[k] = 2 * (k < n / 2 ? std::cos(angle) : std::sin(angle));
+  }
   tnk_int stat;
-  init(&plan.n, &plan.kind, plan.ipar, dpar, &stat);
+  init(&n, &kind, plan.ipar, dpar, &stat);
   plan.ipar[TNK_PDETT_ERRORS] = plan.ipar[TNK_PDETT_WARNINGS] = 0;
   // Two at least: the caller's threads may come together with one plan.
   plan.ipar[TNK_PDETT_USERS] = std::max(2, usable_threads());
@@ -99,7 +124,7 @@ template <class T> tnk_trig_result make(const char *routine, PlanOf<T> **plan, i
   void *const memory = tnk_serv_tnk_malloc(sizeof(PlanOf<T>), alignof(PlanOf<T>));
   if (tnk_serv_check_ptr(memory, routine)) return TNK_TRIG_OUT_OF_MEMORY;
   auto *const made = new (memory) PlanOf<T>;
-  made->kind = kind, made->n = n, made->handle = nullptr, made->tables = nullptr;
+  made->kind = kind, made->n = n, made->handle = nullptr, made->tables = nullptr, made->divisors = nullptr;
   made->in_double = std::is_same_v<T, double> || kind >= TNK_TRIG_STAGGERED_COSINE;
   const tnk_trig_result result =
       made->in_double ? commit<double>(routine, *made) : commit<float>(routine, *made);
@@ -120,48 +145,113 @@ int threads_worth_while(tnk_int rows, tnk_int n) {
   return rows < 2 || most < 2 ? 1 : std::min(static_cast<int>(most), usable_threads());
 }
 
-// Rows of the numbers that are transformed; false where there was no memory. The ends that take no part are put back.
-template <class T> bool run_rows(const Plan &plan, Call<T> *transform, tnk_int rows, T *f, tnk_int distance) {
-  tnk_int ipar[TNK_PDETT_IPAR], stat = TNK_PDETT_DONE;
-  std::copy_n(plan.ipar, TNK_PDETT_IPAR, ipar);
-  DftiHandle handle = plan.handle;
+// A kernel's call, for one thread.
+template <class A> class Transform {
+public:
+  Transform(const Plan &plan, Call<A> *entry)
+      : entry_(entry), handle_(plan.handle), tables_(static_cast<A *>(plan.tables)) {
+    std::copy_n(plan.ipar, TNK_PDETT_IPAR, ipar_);
+  }
+  bool operator()(A *f) {
+    tnk_int stat;
+    entry_(f, &handle_, ipar_, tables_, &stat);
+    return stat == TNK_PDETT_DONE;
+  }
+  bool operator()(A *f, tnk_trig_kind kind) {
+    ipar_[TNK_PDETT_KIND] = kind;
+    return (*this)(f);
+  }
+
+private:
+  Call<A> *entry_;
+  DftiHandle handle_;
+  A *tables_;
+  tnk_int ipar_[TNK_PDETT_IPAR];
+};
+
+class Scratch {
+public:
+  explicit Scratch(tnk_int length)
+      : numbers_(static_cast<double *>(tnk_serv_allocate(length * tnk_int{sizeof(double)}, 64))) {}
+  Scratch(const Scratch &) = delete;
+  Scratch &operator=(const Scratch &) = delete;
+  ~Scratch() { tnk_serv_deallocate(numbers_); }
+  double *numbers() const { return numbers_; }
+
+private:
+  double *numbers_;
+};
+
+// Rows in place; false where there was no memory. Ends that take no part are put back.
+template <class T> bool run_rows(const Plan &plan, Call<T> *entry, tnk_int rows, T *f, tnk_int distance) {
+  Transform<T> transform(plan, entry);
   const tnk_int first = plan.first(), last = plan.row() - 1;
   const bool spare_last = plan.end() <= last;
-  for (; rows > 0 && stat == TNK_PDETT_DONE; --rows, f += distance) {
+  for (; rows > 0; --rows, f += distance) {
     const T before = f[0], behind = f[last];
-    transform(f, &handle, ipar, static_cast<T *>(plan.tables), &stat);
+    if (!transform(f)) return false;
     if (first > 0) f[0] = before;
     if (spare_last) f[last] = behind;
   }
-  return stat == TNK_PDETT_DONE;
+  return true;
 }
 
 // Single numbers, by way of a row of doubles.
-bool run_rows(const Plan &plan, Call<double> *transform, tnk_int rows, float *f, tnk_int distance) {
-  const tnk_int length = plan.row();
-  auto *const row = static_cast<double *>(tnk_serv_allocate(length * tnk_int{sizeof(double)}, 64));
-  bool done = row;
-  for (; done && rows > 0; --rows, f += distance) {
-    row[0] = row[length - 1] = 0;
-    std::copy(f + plan.first(), f + plan.end(), row + plan.first());
-    done = run_rows<double>(plan, transform, 1, row, length);
-    std::transform(row + plan.first(), row + plan.end(), f + plan.first(),
-                   [](double x) { return static_cast<float>(x); });
+bool run_rows(const Plan &plan, Call<double> *entry, tnk_int rows, float *f, tnk_int distance) {
+  const tnk_int length = plan.row(), first = plan.first(), end = plan.end();
+  const Scratch scratch(length);
+  double *const row = scratch.numbers();
+  if (!row) return false;
+  row[0] = row[length - 1] = 0;
+  for (; rows > 0; --rows, f += distance) {
+    std::copy(f + first, f + end, row + first);
+    if (!run_rows<double>(plan, entry, 1, row, length)) return false;
+    std::transform(row + first, row + end, f + first, [](double x) { return static_cast<float>(x); });
   }
-  tnk_serv_deallocate(row);
-  return done;
+  return true;
 }
 
-template <bool Forward, class A, class T>
-tnk_trig_result run(const char *routine, const Plan &plan, tnk_int rows, T *f, tnk_int distance) {
-  const auto transform = (Forward ? Kernels<A>::forward : Kernels<A>::backward).get(routine);
-  if (!transform) return TNK_TRIG_NO_LIBRARY;
+// Quarter kinds, both ways by the forward kernels, since they undo themselves but for a factor.
+template <class T>
+bool run_quarters(const Plan &plan, Call<double> *forward, tnk_int rows, T *f, tnk_int distance,
+                  double factor) {
+  const tnk_int n = plan.n;
+  const Scratch scratch(2 * (n + 1));
+  double *const sums = scratch.numbers(), *const differences = sums + n + 1;
+  if (!sums) return false;
+  Transform<double> transform(plan, forward);
+  const bool cosines = plan.kind == TNK_TRIG_QUARTER_COSINE;
+  const double *const divisors = plan.divisors;
+  for (; rows > 0; --rows, f += distance) {
+    for (tnk_int i = 1; i < n; ++i) {
+      const double below = f[i - 1], x = f[i];
+      sums[i] = below + x;
+      differences[i] = cosines ? below - x : x - below;
+    }
+    double *const as_cosines = cosines ? sums : differences, *const as_sines = cosines ? differences : sums;
+    as_cosines[0] = 2 * static_cast<double>(f[0]), as_cosines[n] = 0;
+    as_sines[0] = 0, as_sines[n] = 2 * static_cast<double>(f[n - 1]);
+    if (!transform(as_cosines, TNK_TRIG_STAGGERED_COSINE) || !transform(as_sines, TNK_TRIG_STAGGERED_SINE))
+      return false;
+    // Results of sines stand one place higher.
+    const double *const low = cosines ? sums : sums + 1, *const high =
+                                                             cosines ? differences + 1 : differences;
+    for (tnk_int k = 0; k < n / 2; ++k) f[k] = static_cast<T>(low[k] / divisors[k] * factor);
+    for (tnk_int k = n / 2; k < n; ++k) f[k] = static_cast<T>(high[k] / divisors[k] * factor);
+  }
+  return true;
+}
+
+// run_some(rows, first of them) for slices of the rows.
+template <class T, class F>
+tnk_trig_result run_slices(const char *routine, const Plan &plan, tnk_int rows, T *f, tnk_int distance,
+                           const F &run_some) {
   const int threads = threads_worth_while(rows, plan.n);
   const tnk_int slices = threads == 1 ? 1 : std::min<tnk_int>(rows, tnk_int{threads} * slices_a_thread);
   std::atomic<bool> done{true};
   const auto slice = [&](int i) {
     const tnk_int begin = rows * i / slices, end = rows * (i + 1) / slices;
-    if (!run_rows(plan, transform, end - begin, f + begin * distance, distance)) done = false;
+    if (!run_some(end - begin, f + begin * distance)) done = false;
   };
   if (slices == 1)
     slice(0);
@@ -170,6 +260,20 @@ tnk_trig_result run(const char *routine, const Plan &plan, tnk_int rows, T *f, t
   if (done) return TNK_TRIG_DONE;
   tnk_serv_check_ptr(nullptr, routine); // nothing else is left to fail
   return TNK_TRIG_OUT_OF_MEMORY;
+}
+
+template <bool Forward, class A, class T>
+tnk_trig_result run(const char *routine, const Plan &plan, tnk_int rows, T *f, tnk_int distance) {
+  const bool forward = Forward || plan.is_quarter();
+  const auto entry = (forward ? Kernels<A>::forward : Kernels<A>::backward).get(routine);
+  if (!entry) return TNK_TRIG_NO_LIBRARY;
+  return run_slices(routine, plan, rows, f, distance, [&](tnk_int some, T *first) {
+    if constexpr (std::is_same_v<A, double>)
+      if (plan.is_quarter())
+        return run_quarters(plan, entry, some, first, distance,
+                            Forward ? 1 : static_cast<double>(plan.n) / 2);
+    return run_rows(plan, entry, some, first, distance);
+  });
 }
 
 template <bool Forward, class T>
