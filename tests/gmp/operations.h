@@ -82,7 +82,7 @@ public:
     if (!random_ || pick(3) == 0)
       return edges[static_cast<std::size_t>(pick(fewer ? 8 : static_cast<int>(edges.size())))];
     // Runs of ones and zeros, or random bits, in a few limbs more or less.
-    std::vector<tnk_gmp_limb> limbs(static_cast<std::size_t>(pick(fewer ? 4 : pick(4) == 0 ? 30 : 6)));
+    std::vector<tnk_gmp_limb> limbs(static_cast<std::size_t>(pick(fewer ? 4 : pick(4) == 0 ? 14 : 6)));
     const int kind = pick(3);
     for (auto &limb : limbs)
       limb = kind == 0 ? word() : pick(2) == 0 ? 0 : kind == 1 ? ~uint64_t{0} : ~uint64_t{0} << pick(64);

@@ -12,21 +12,15 @@ int compare_magnitudes(const Integer *a, const Integer *b) {
   return an != bn ? (an > bn ? 1 : -1) : tnk_gmp___gmpn_cmp(a->d, b->d, an);
 }
 
-// |a| against a double of 0 or more, which may be infinite.
+// |a| against a double of 0 or more, which may be infinite: its whole part, which has 1024 bits at most, and then what it
+// has beyond.
 int compare_magnitude(const Integer *a, double b) {
   if (b == HUGE_VAL) return -1;
-  const uint64_t bits = bits_of(a);
-  int exponent;
-  const double mantissa = std::frexp(b, &exponent);
-  if (b < 1) return bits != 0 ? 1 : b > 0 ? -1 : 0;
-  if (bits != static_cast<uint64_t>(exponent)) return bits > static_cast<uint64_t>(exponent) ? 1 : -1;
-  // As many bits before the point: limb by limb from the top, exact since each takes bits of b away.
-  double rest = std::ldexp(mantissa, (exponent - 1) % 64 + 1);
-  for (int32_t i = limbs_of(a); i-- > 0; rest = (rest - std::floor(rest)) * 0x1p64) {
-    const limb part = static_cast<limb>(rest);
-    if (a->d[i] != part) return a->d[i] > part ? 1 : -1;
-  }
-  return rest > 0 ? -1 : 0;
+  limb d[18];
+  Integer whole = {18, 0, d};
+  tnk_gmp___gmpz_set_d(&whole, b);
+  const int order = compare_magnitudes(a, &whole);
+  return order != 0 ? order : tnk_gmp___gmpz_get_d(&whole) < b ? -1 : 0;
 }
 
 } // namespace
