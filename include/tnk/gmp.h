@@ -168,4 +168,6 @@ extern const double tnk_gmp_log_table[102];
 
 TNK_END_DECLS
 
+#include <tnk/gmp_integers.h>
+
 #endif
