@@ -3,6 +3,7 @@
 #include <tnk/dft_commit.h>
 
 #include "host/dispatch/kernel_loader.h"
+#include "host/threading/dft_codelets.h"
 
 namespace tnk::host {
 namespace {
@@ -53,7 +54,8 @@ tnk_int commit_node(const char *routine, KernelEntry<DftiCoreCommit> &core, Dfti
     }
     root->total_length = product(root->total_length, (*link)->axis.length);
   }
-  return commit(root);
+  if (const tnk_int status = commit(root)) return status;
+  return put_in_codelets(routine, root);
 }
 
 // A transform that the kernel library has in straight lines, which the strategies of the node's list have left: no chain and

@@ -230,6 +230,7 @@ const Configuration ways[] = {
     {DftiSingle, DftiComplex, {4, 3, 2}, {split, batch(2), {DftiParamInputDistance, 24}}},
     {DftiSingle, DftiReal, {12}},
     {DftiDouble, DftiReal, {6, 5}},
+    {DftiDouble, DftiComplex, {16, 512}},
     {DftiSingle, DftiReal, {6, 5, 4, 3}, {complex_rows}},
 };
 

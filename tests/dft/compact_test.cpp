@@ -257,5 +257,56 @@ TEST(Compact, SetCodelet) {
         }
 }
 
+// Who sets up a chain takes them where they are faster; the others keep what the core commit has chosen.
+TEST(Compact, CommitsTakeThem) {
+  struct Row {
+    int32_t precision, domain;
+    Ints lengths; // in C's order
+    int32_t placement;
+    std::vector<std::string> forward, backward; // of the chain, the last dimension first; empty: kept
+    std::pair<DftiParam, tnk_int> other = {DftiParamNumberOfTransforms, 3};
+  };
+  const Row rows[] = {
+      {DftiDouble, DftiComplex, {64}, DftiInPlace, {"xz"}, {"xz"}},
+      {DftiDouble, DftiComplex, {1024}, DftiNotInPlace, {"xz"}, {"xz"}},
+      {DftiDouble, DftiComplex, {16}, DftiInPlace, {""}, {""}},
+      {DftiDouble, DftiComplex, {64}, DftiInPlace, {""}, {""}, {DftiParamOrdering, DftiBackwardScrambled}},
+      {DftiDouble, DftiComplex, {2, 512, 16}, DftiInPlace, {"", "xz", "xz"}, {"", "xz", "xz"}},
+      {DftiSingle, DftiComplex, {8, 4}, DftiInPlace, {"xc", ""}, {"xc", ""}},
+      {DftiDouble, DftiReal, {32, 8}, DftiInPlace, {"xd", "xz"}, {"xd", "xz"}},
+      {DftiDouble, DftiReal, {32, 8}, DftiNotInPlace, {"xd", "xz"}, {"", "xz"}},
+      {DftiDouble, DftiReal, {32, 16}, DftiNotInPlace, {"xd", "xz"}, {"xd", "xz"}},
+      {DftiSingle, DftiReal, {8}, DftiNotInPlace, {"xs"}, {"xs"}},
+      {DftiSingle, DftiReal, {64}, DftiNotInPlace, {""}, {""}},
+  };
+  for (const Row &row : rows) {
+    SCOPED_TRACE("row " + std::to_string(&row - rows));
+    const Plan plan(row.precision, row.domain, row.lengths);
+    DftiSetValue(plan, DftiParamPlacement, tnk_int{row.placement});
+    DftiSetValue(plan, row.other.first, row.other.second);
+    DftiSetValue(plan, DftiParamForwardScale, 0.7);
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+    const bool single = row.precision == DftiSingle;
+    EXPECT_EQ(plan->real_layout, row.domain == DftiReal && row.placement == DftiNotInPlace &&
+                                     row.lengths.size() > 1 && row.backward[0] != "");
+    std::size_t level = 0;
+    for (const DftiNode *node = plan.handle; node; node = node->next, ++level) {
+      const DftiKernelPair &pair = single ? node->kernels.single_pair : node->kernels.double_pair;
+      const auto expect = [&](const std::string &family, bool inverse) {
+        DftiKernel *const found = inverse ? pair.inverse : pair.forward;
+        bool compact = false;
+        for (const char *any : {"xz", "xc", "xd", "xs"})
+          for (tnk_int n = 2; n <= (any[1] == 'z' ? 1024 : any[1] == 'c' ? 4 : 64); n *= 2)
+            compact |= found == kernel(any, n, inverse);
+        EXPECT_TRUE(family.empty() ? !compact : found == kernel(family, node->axis.length, inverse)) << level;
+      };
+      expect(row.forward[level], false);
+      expect(row.backward[level], true);
+      EXPECT_EQ(node->use_codelet, row.forward[level].empty() && row.backward[level].empty());
+      EXPECT_LE(node->buffer_size, plan->maximum_buffer_size);
+    }
+  }
+}
+
 } // namespace
 } // namespace tnk::test

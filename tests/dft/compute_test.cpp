@@ -62,7 +62,7 @@ TEST(Compute, AsManyCallersAsUserThreadsAndOneMore) {
   // A contiguous transform, which one call of the kernel does, a strided one, and a plane.
   const struct {
     Ints lengths, strides;
-  } cases[] = {{{240}, {0, 1}}, {{240}, {0, 2}}, {{12, 20}, {0, 20, 1}}};
+  } cases[] = {{{240}, {0, 1}}, {{256}, {0, 1}}, {{240}, {0, 2}}, {{12, 20}, {0, 20, 1}}};
   for (const auto &[lengths, strides] : cases) {
     Plan plan(DftiDouble, DftiComplex, lengths);
     set(plan, DftiParamInputStrides, strides.data());

@@ -91,7 +91,7 @@ TEST(SmallRadix, ServesLengthsThatAreNoPowerOfTwo) {
     tnk_int ordering;
     bool served; // the first dimension
   } rows[] = {{DftiDouble, {3}, DftiOrdered, true},    {DftiDouble, {63}, DftiOrdered, true},
-              {DftiDouble, {64}, DftiOrdered, false},  {DftiDouble, {65}, DftiOrdered, false},
+              {DftiDouble, {16}, DftiOrdered, false},  {DftiDouble, {65}, DftiOrdered, false},
               {DftiDouble, {1}, DftiOrdered, false},   {DftiDouble, {15}, DftiBackwardScrambled, false},
               {DftiSingle, {15}, DftiOrdered, false},  {DftiDouble, {61, 1}, DftiOrdered, true},
               {DftiDouble, {9, 61}, DftiOrdered, true}};

@@ -214,8 +214,8 @@ void check_all_patterns(Config config, const Signal &signal) {
 
 TEST(Transforms, Complex) {
   for (const int storage : {DftiComplexComplex, DftiRealReal})
-    for (const Sizes &lengths :
-         std::vector<Sizes>{{1}, {2}, {15}, {64}, {9, 10}, {5, 17}, {12, 10, 9}, {2, 3, 4, 5}}) {
+    for (const Sizes &lengths : std::vector<Sizes>{
+             {1}, {2}, {15}, {64}, {256}, {9, 10}, {5, 17}, {32, 8}, {12, 10, 9}, {2, 3, 4, 5}}) {
       Config config;
       config.lengths = lengths, config.storage = storage;
       check_all_patterns(config, Signal(lengths, false));
@@ -223,8 +223,8 @@ TEST(Transforms, Complex) {
 }
 
 TEST(Transforms, RealToHalfASpectrum) {
-  const std::vector<Sizes> shapes = {{1},    {2},      {15},        {64},        {9, 10},     {10, 9},
-                                     {3, 1}, {33, 16}, {12, 10, 9}, {9, 10, 12}, {3, 2, 4, 5}};
+  const std::vector<Sizes> shapes = {{1},    {2},      {15},        {64},        {9, 10},    {10, 9},
+                                     {3, 1}, {33, 16}, {12, 10, 9}, {9, 10, 12}, {4, 2, 16}, {3, 2, 4, 5}};
   for (const Sizes &lengths : shapes) {
     Config config;
     config.lengths = lengths, config.domain = DftiReal;
@@ -234,8 +234,8 @@ TEST(Transforms, RealToHalfASpectrum) {
 
 TEST(Transforms, RealToPackedFormats) {
   for (const int format : {DftiFormatCcs, DftiFormatPack, DftiFormatPerm})
-    for (const Sizes &lengths :
-         std::vector<Sizes>{{1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {5, 19}, {6, 34}}) {
+    for (const Sizes &lengths : std::vector<Sizes>{
+             {1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {5, 19}, {6, 34}, {8, 16}}) {
       Config config;
       config.lengths = lengths, config.domain = DftiReal, config.storage = DftiComplexReal,
       config.format = format;
@@ -245,7 +245,8 @@ TEST(Transforms, RealToPackedFormats) {
 
 // Whole blocks of columns and what is left of them. Threads move no bit.
 TEST(Transforms, Larger) {
-  for (const Sizes &lengths : std::vector<Sizes>{{300}, {96, 85}, {2, 40, 36}, {2, 3, 2, 2, 3, 2, 2}})
+  for (const Sizes &lengths :
+       std::vector<Sizes>{{300}, {512}, {1024}, {96, 85}, {2, 40, 36}, {2, 3, 2, 2, 3, 2, 2}})
     for (const bool real : {false, true}) {
       const Signal signal(lengths, real);
       Config config;

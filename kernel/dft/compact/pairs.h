@@ -55,7 +55,9 @@ template <int K, int N, class R, bool I> inline TNK_INLINED Pair<R, I> turned(Pa
 
 // x[0 ... N-1] into its transform, in order.
 template <int N, class X> inline TNK_INLINED void transform(X (&x)[N]) {
-  if constexpr (N == 2) {
+  if constexpr (N == 1) {
+    static_cast<void>(x);
+  } else if constexpr (N == 2) {
     const X a = x[0];
     x[0] = a + x[1];
     x[1] = a - x[1];

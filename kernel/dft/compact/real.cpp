@@ -3,14 +3,12 @@
 
 #include "kernel/dft/compact/compact.h"
 #include "kernel/dft/compact/pairs.h"
-#include "kernel/signal/fft/recombine.h"
-#include "kernel/signal/fft/small.h"
 
 namespace tnk::dft::compact {
 namespace {
 
-// The layout of a spectrum, as the node's format names it. Its pairs, of frequencies 1 to N/2 - 1, begin behind the first
-// number, or behind the first and another one.
+// The layout of a spectrum, as the node's format names it: frequency 0, that of the middle, and between the two, or behind
+// both, the pairs of the others. CCS has a zero beside either of the two.
 enum class Layout { ccs, pack, perm };
 
 Layout layout_of(const DftiNode *node) {
@@ -25,33 +23,48 @@ Layout layout_of(const DftiNode *node) {
   }
 }
 
-template <int N, class R, bool Inverse> inline TNK_INLINED void half_transform(const R *from, R *to) {
-  if constexpr (N == 2)
-    to[0] = from[0], to[1] = from[1];
-  else if constexpr (N <= 8)
-    transform_pairs<N / 2, R, Inverse>(from, to);
-  else
-    signal::small_transform<N / 2, R, false>(signal::pairs<const R *, Inverse>{from},
-                                             signal::pairs<R *, Inverse>{to}, R(1));
+template <int N> inline int place_of_middle(Layout layout) {
+  return layout == Layout::ccs ? N : layout == Layout::pack ? N - 1 : 1;
+}
+
+// Z, the transform of N/2 complex numbers, and X, the spectrum of N real ones, go over into one another by pairs of
+// frequencies: with g = 1/2 + i exp(-2 pi i k / N) / 2,
+//   X[k] = Z[k] - g (Z[k] - conj Z[N/2-k]),  conj X[N/2-k] = conj Z[N/2-k] + g (Z[k] - conj Z[N/2-k]),
+// and back with conj g in the place of g. All of it stays in registers, or on the stack.
+template <int N, class R, bool Inverse> inline TNK_INLINED void recombine(Pair<R, Inverse> (&z)[N / 2]) {
+  using X = Pair<R, Inverse>;
+  constexpr int M = N / 2;
+  const auto conjugate = [](X x) TNK_INLINED { return X{negated_imaginary<R>(x.v)}; };
+  const auto doubled = [](X x) TNK_INLINED { return Inverse ? x + x : x; };
+  unrolled<(M > 1 ? M / 2 - 1 : 0)>([&](auto i) TNK_INLINED {
+    constexpr int k = i + 1;
+    constexpr auto w = signal::root<R>(k, N);
+    constexpr R half = Inverse ? R(1) : R(0.5); // backward gives 2 Z
+    constexpr R re = half * (1 - w.im), im = (Inverse ? -half : half) * w.re;
+    const X y = conjugate(z[M - k]), difference = z[k] - y;
+    const X t{addsub(re * difference.v, im * swap_neighbours(difference.v))};
+    z[k] = doubled(z[k]) - t;
+    z[M - k] = conjugate(doubled(y) + t);
+  });
+  if constexpr (M > 1) z[M / 2] = doubled(conjugate(z[M / 2]));
 }
 
 template <int N, class R> inline tnk_int forward(void *source, void *destination, const DftiNode *node) {
-  alignas(32) R z[N];
-  half_transform<N, R, false>(static_cast<const R *>(source), z);
-  const R *const constants = signal::constant_recombination<R, N>.value;
-  const R first = z[0] + z[1], middle = z[0] - z[1];
+  constexpr int M = N / 2;
+  const R *const from = static_cast<const R *>(source);
   R *const to = static_cast<R *>(destination);
   const Layout layout = layout_of(node);
-  if (layout == Layout::pack) {
-    signal::recombine_pairs<R, false>(z, z, N / 2, constants);
-    std::memcpy(to + 1, z + 2, (N - 2) * sizeof(R));
-    to[0] = first, to[N - 1] = middle;
-  } else {
-    signal::recombine_pairs<R, false>(z, to, N / 2, constants);
-    const bool ccs = layout == Layout::ccs;
-    to[0] = first, to[1] = ccs ? R(0) : middle;
-    if (ccs) to[N] = middle, to[N + 1] = 0;
-  }
+  Pair<R, false> z[M];
+  unrolled<M>([&](auto k) TNK_INLINED { z[k].v = load_pair(from + 2 * k); });
+  transform(z);
+  recombine<N, R, false>(z);
+
+  R *const pairs = to + (layout == Layout::pack ? -1 : 0);
+  unrolled<M - 1>([&](auto k) TNK_INLINED { store_pair(pairs + 2 * (k + 1), z[k + 1].v); });
+  const R first = z[0].v[0] + z[0].v[1], middle = z[0].v[0] - z[0].v[1];
+  put(to, first);
+  put(to + place_of_middle<N>(layout), middle);
+  if (layout == Layout::ccs) put(to + 1, R(0)), put(to + N + 1, R(0));
   apply_factor<R, false>(to, N + (layout == Layout::ccs), node);
   return DftiNoError;
 }
@@ -66,20 +79,20 @@ Layout read_layout_of(const DftiNode *node) {
 }
 
 template <int N, class R> inline tnk_int backward(void *source, void *destination, const DftiNode *node) {
-  alignas(32) R z[N];
-  const R *from = static_cast<const R *>(source);
-  const Layout layout = read_layout_of(node);
-  const R first = from[0], middle = from[layout == Layout::ccs ? N : layout == Layout::pack ? N - 1 : 1];
-  if (layout == Layout::pack) {
-    std::memcpy(z + 2, from + 1, (N - 2) * sizeof(R));
-    from = z;
-  }
-  signal::recombine_pairs<R, true>(from, z, N / 2, signal::constant_recombination<R, N>.value);
-  z[0] = first + middle, z[1] = first - middle;
+  constexpr int M = N / 2;
+  const R *const from = static_cast<const R *>(source);
   R *const to = static_cast<R *>(destination);
-  half_transform<N, R, true>(z, to);
+  const Layout layout = read_layout_of(node);
+  const R *const pairs = from + (layout == Layout::pack ? -1 : 0);
+  Pair<R, true> z[M];
+  unrolled<M - 1>([&](auto k) TNK_INLINED { z[k + 1].v = load_pair(pairs + 2 * (k + 1)); });
+  const R first = get(from), middle = get(from + place_of_middle<N>(layout));
+  z[0].v = half<R>{first + middle, first - middle};
+  recombine<N, R, true>(z);
+  transform(z);
+  unrolled<M>([&](auto k) TNK_INLINED { store_pair(to + 2 * k, z[k].v); });
   // What is left of the last pair, behind the result.
-  if (node->packed_format == DftiFormatCcs && node->placement == DftiInPlace) to[N] = 0;
+  if (node->packed_format == DftiFormatCcs && node->placement == DftiInPlace) put(to + N, R(0));
   apply_factor<R, true>(to, N, node);
   return DftiNoError;
 }

@@ -18,7 +18,7 @@ inline tnk_int kernel(void *source, void *destination, const DftiNode *node) {
   else if constexpr (N <= 64)
     signal::small_transform<N, R, false>(Source<Inverse>{from}, Target<Inverse>{to}, R(1));
   else
-    transform_by_constants<8, N / 8, Inverse>(from, to);
+    transform_by_constants<N / 8, 8, Inverse>(from, to);
   apply_factor<R, Inverse>(to, 2 * N, node);
   return DftiNoError;
 }
