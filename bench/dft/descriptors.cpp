@@ -1,5 +1,5 @@
-// Transforms by descriptors beside FFTW, which plans by measuring: forward, out of place, on one thread. Two threads stand
-// beside one, and the descriptor beside the signal primitive that it calls.
+// Transforms by descriptors beside FFTW, which plans by measuring: forward, out of place but for short batches, on one
+// thread. Two threads stand beside one, and the descriptor beside the signal primitive that it calls.
 #include "bench/families.h"
 #include "bench/frame/probe.h"
 #include "tools/tnk/support/threads.h"
@@ -21,6 +21,7 @@ struct Form {
   std::vector<tnk_int> lengths;
   tnk_int batch = 1;
   bool real = false;
+  bool in_place = false; // on zeros while the clock runs, since random numbers would grow without end
 
   tnk_int numbers() const {
     return std::accumulate(lengths.begin(), lengths.end(), tnk_int{1}, std::multiplies<>());
@@ -53,7 +54,7 @@ template <class R> Descriptor descriptor(const Form &form, int threads) {
   else
     DftiCreateDescriptor(&made, precision, domain, rank, form.lengths.data());
   const Descriptor handle(made, Free());
-  DftiSetValue(made, DftiParamPlacement, DftiNotInPlace);
+  DftiSetValue(made, DftiParamPlacement, form.in_place ? DftiInPlace : DftiNotInPlace);
   DftiSetValue(made, DftiParamNumberOfTransforms, form.batch);
   DftiSetValue(made, DftiParamInputDistance, form.numbers());
   DftiSetValue(made, DftiParamOutputDistance, form.frequencies());
@@ -83,11 +84,9 @@ public:
   explicit Data(const Form &form)
       : sources_(static_cast<std::size_t>(form.numbers() * form.batch * (form.real ? 1 : 2))),
         destinations_(static_cast<std::size_t>(2 * form.frequencies() * form.batch)), source_(make(sources_)),
-        destination_(make(destinations_)), plan_(planned(form)) {
-    std::mt19937 engine(1);
-    std::uniform_real_distribution<R> any(-1, 1);
-    for (std::size_t i = 0; i < sources_; ++i) source()[i] = any(engine);
-    clear();
+        destination_(form.in_place ? nullptr : make(destinations_)), plan_(planned(form)) {
+    fill();
+    if (!form.in_place) clear();
   }
   Data(const Data &) = delete;
   Data &operator=(const Data &) = delete;
@@ -96,8 +95,13 @@ public:
   }
 
   R *source() const { return source_.get(); }
-  R *destination() const { return destination_.get(); }
+  R *destination() const { return destination_ ? destination_.get() : source(); }
   void *plan() const { return plan_; }
+  void fill() const {
+    std::mt19937 engine(1);
+    std::uniform_real_distribution<R> any(-1, 1);
+    for (std::size_t i = 0; i < sources_; ++i) source()[i] = any(engine);
+  }
   void clear() const { std::fill_n(destination(), destinations_, R(0)); }
   Result spectrum(const Form &form) const {
     const double eps = static_cast<double>(std::numeric_limits<R>::epsilon());
@@ -151,7 +155,8 @@ template <class R> Case contest(const Form &form, const std::shared_ptr<Data<R>>
     return made;
   }
   made.ours = runs<R>(handle, data);
-  made.reset = [=] { data->clear(); };
+  made.reset = [=] { form.in_place ? data->fill() : data->clear(); };
+  if (form.in_place) made.reset_for_timing = [=] { data->clear(); };
   made.results = {data->spectrum(form)};
   made.work = form.flops();
   made.limits = {flops_limit(flop_probe(sizeof(R), 32), made.work)};
@@ -227,39 +232,52 @@ template <class R> void add_precision(std::vector<Row> &rows, const std::string 
     const char *name;
     Form (*form)(tnk_int n);
     std::vector<tnk_int> sizes;
-    bool threads;
+    tnk_int on_threads; // the size that two threads transform as well, if any
   } kinds[] = {
-      {"line", [](tnk_int n) { return Form{{n}}; }, {64, 1000, 4096, 65536}, false},
+      {"line", [](tnk_int n) { return Form{{n}}; }, {64, 1000, 4096, 65536}, 0},
       {"batch_of_1000",
        [](tnk_int n) {
          return Form{{n}, 1000};
        },
        {128},
-       true},
+       128},
+      {"batch_in_place",
+       [](tnk_int n) {
+         return Form{{n}, 1000, false, true};
+       },
+       {5,  9,  12, 16, 17, 20, 23, 24, 30,  31,  32,  36,  40,
+        45, 47, 48, 59, 60, 61, 63, 64, 128, 256, 512, 1024},
+       0},
       {"plane",
        [](tnk_int n) {
          return Form{{n, n}};
        },
-       {60, 512, 1000},
-       true},
+       {60, 512, 1000, 1024},
+       512},
       {"space",
        [](tnk_int n) {
          return Form{{n, n, n}};
        },
-       {64, 100},
-       true},
+       {60, 64, 100, 128},
+       64},
       {"real_line",
        [](tnk_int n) {
          return Form{{n}, 1, true};
        },
        {1000, 4096},
-       false},
+       0},
       {"real_plane",
        [](tnk_int n) {
          return Form{{n, n}, 1, true};
        },
        {512},
-       true},
+       512},
+      {"real_space",
+       [](tnk_int n) {
+         return Form{{n, n, n}, 1, true};
+       },
+       {48, 64},
+       0},
   };
   for (const auto &kind : kinds) {
     Row row;
@@ -267,10 +285,10 @@ template <class R> void add_precision(std::vector<Row> &rows, const std::string 
     row.unit = "flop", row.picture = "transforms by descriptors", row.library = &peer<R>();
     row.prepare = [form = kind.form](tnk_int n) { return beside_fftw<R>(form(n)); };
     rows.push_back(row);
-    if (!kind.threads || is_single<R>) continue;
+    if (kind.on_threads == 0 || is_single<R>) continue;
     row.group += "_threads", row.name += "_2t", row.picture = "threads", row.library = nullptr;
     row.peer = "1 thread", row.threads = 2;
-    row.sizes = {kind.sizes.size() > 1 ? kind.sizes[kind.sizes.size() - 2] : kind.sizes[0]};
+    row.sizes = {kind.on_threads};
     row.prepare = [form = kind.form](tnk_int n) { return beside_one_thread<R>(form(n)); };
     rows.push_back(row);
   }

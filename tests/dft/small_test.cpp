@@ -88,25 +88,33 @@ TEST(SmallRadix, ServesLengthsThatAreNoPowerOfTwo) {
   const struct {
     int32_t precision;
     Ints lengths;
-    tnk_int ordering;
-    bool served; // the first dimension
-  } rows[] = {{DftiDouble, {3}, DftiOrdered, true},    {DftiDouble, {63}, DftiOrdered, true},
-              {DftiDouble, {16}, DftiOrdered, false},  {DftiDouble, {65}, DftiOrdered, false},
-              {DftiDouble, {1}, DftiOrdered, false},   {DftiDouble, {15}, DftiBackwardScrambled, false},
-              {DftiSingle, {15}, DftiOrdered, false},  {DftiDouble, {61, 1}, DftiOrdered, true},
-              {DftiDouble, {9, 61}, DftiOrdered, true}};
+    bool served; // the first dimension; of real data the second one, of complex columns
+    int32_t domain = DftiComplex;
+    tnk_int ordering = DftiOrdered;
+  } rows[] = {{DftiDouble, {3}, true},
+              {DftiDouble, {63}, true},
+              {DftiDouble, {16}, false},
+              {DftiDouble, {65}, false},
+              {DftiDouble, {1}, false},
+              {DftiDouble, {15}, false, DftiComplex, DftiBackwardScrambled},
+              {DftiSingle, {15}, false},
+              {DftiDouble, {61, 1}, true},
+              {DftiDouble, {9, 61}, true},
+              {DftiDouble, {9, 16}, true, DftiReal},
+              {DftiDouble, {16, 9}, false, DftiReal},
+              {DftiSingle, {9, 16}, false, DftiReal}};
   for (const auto &row : rows) {
     SCOPED_TRACE("row " + std::to_string(&row - rows));
-    const Plan plan(row.precision, DftiComplex, row.lengths);
-    DftiSetValue(plan, DftiParamOrdering, row.ordering);
+    const Plan plan(row.precision, row.domain, row.lengths);
+    if (row.ordering != DftiOrdered) DftiSetValue(plan, DftiParamOrdering, row.ordering);
     DftiSetValue(plan, DftiParamNumberOfTransforms, tnk_int{2});
     ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
-    const auto at = static_cast<std::size_t>(plan->axis.length - 2);
-    const DftiKernelPair &pair = plan->kernels.double_pair;
-    EXPECT_EQ(row.served, plan->axis.length > 1 && at < 63 &&
-                              pair.forward == tnk_dft_zsmallradix_forward[at] &&
+    const DftiNode *const node = row.domain == DftiReal ? plan->next : plan;
+    const auto at = static_cast<std::size_t>(node->axis.length - 2);
+    const DftiKernelPair &pair = node->kernels.double_pair;
+    EXPECT_EQ(row.served, at < 63 && pair.forward == tnk_dft_zsmallradix_forward[at] &&
                               pair.inverse == tnk_dft_zsmallradix_inverse[at]);
-    EXPECT_EQ(plan->use_codelet, !row.served);
+    EXPECT_EQ(node->use_codelet, !row.served);
   }
 }
 

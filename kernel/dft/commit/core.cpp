@@ -79,21 +79,18 @@ template <class T> bool take_large_path(DftiNode *node, DftiNode *root) {
 // The kernels of one dimension of complex data, and what they need.
 template <class T> tnk_int set_up(DftiNode *node, DftiNode *root) {
   using p = precision<T>;
-  constexpr tnk_int longest_small = 64;
   DftiKernelPair &pair = node->kernels.*p::pair;
   const bool ordered = node->axis.ordering == DftiOrdered;
-  const tnk_int length = node->axis.length;
   node->use_codelet = 1;
   if (is_split(root)) {
     pair = ordered ? p::split_wrappers : DftiKernelPair{nullptr, nullptr};
     return p::init_split(node, root);
   }
-  pair = ordered ? p::wrappers : p::scrambled_wrappers;
   if (ordered && take_large_path<T>(node, root)) return DftiNoError;
-  if (ordered && p::small.forward && length >= 2 && length <= longest_small && !is_power_of_two(length)) {
-    pair = {p::small.forward[length - 2], p::small.inverse[length - 2]};
-    node->use_codelet = 0;
-  }
+  if (ordered)
+    choose_kernels<T>(node);
+  else
+    pair = p::scrambled_wrappers;
   return p::init_complex(node, root);
 }
 

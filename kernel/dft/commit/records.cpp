@@ -64,8 +64,7 @@ template <class T> tnk_int init_format(DftiNode *node, DftiNode *root) {
 // Behind the rows, a real transform has columns of complex numbers. In packed storage those of frequency 0 and N/2 stand
 // there as real numbers, and are packed like the rows.
 template <class T> tnk_int complex_for_real(DftiNode *node, DftiNode *root) {
-  node->kernels.*precision<T>::pair = precision<T>::wrappers;
-  node->use_codelet = 1;
+  choose_kernels<T>(node);
   if (const tnk_int status = init_complex<T>(node, root)) return status;
   return root->conjugate_even_storage == DftiComplexComplex ? tnk_int{DftiNoError}
                                                             : init_format<T>(node, root);

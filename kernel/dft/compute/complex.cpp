@@ -73,7 +73,7 @@ tnk_int drive_complex(DftiNode *node, char *source, char *destination, tnk_int c
     };
     if (own.in == size && own.out == size) {
       const tnk_int status = run(nullptr);
-      if (status == DftiNoError)
+      if (status == DftiNoError && node->bluestein_data)
         for (tnk_int i = 0; i < count; ++i) scale_convolved<R, Inverse>(node, destination + i * batch.out);
       return status;
     }
