@@ -31,6 +31,19 @@ install(
   DIRECTORY ${PROJECT_SOURCE_DIR}/examples/
   DESTINATION ${TNK_DATA_DIR}/examples
   PATTERN data EXCLUDE)
+# Where Python looks under a prefix: Debian's does in dist-packages, others in site-packages.
+find_package(Python3 QUIET COMPONENTS Interpreter)
+if(Python3_FOUND)
+  execute_process(
+    COMMAND ${Python3_EXECUTABLE} -c "import sys, sysconfig; packages = sysconfig.get_path('purelib'); \
+print('lib/python%d.%d/' % sys.version_info[:2] + packages.rsplit('/', 1)[1])"
+    OUTPUT_VARIABLE TNK_PYTHON_DIR
+    OUTPUT_STRIP_TRAILING_WHITESPACE)
+  install(
+    DIRECTORY ${PROJECT_SOURCE_DIR}/python/tnk
+    DESTINATION ${TNK_PYTHON_DIR}
+    PATTERN __pycache__ EXCLUDE)
+endif()
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 

@@ -26,6 +26,7 @@ endforeach()
 list(REMOVE_DUPLICATES folders)
 list(SORT folders ORDER DESCENDING) # what is inside before what is around it
 foreach(folder IN LISTS folders)
+  file(REMOVE_RECURSE ${prefix}/${folder}/__pycache__)
   file(GLOB kept ${prefix}/${folder}/* ${prefix}/${folder}/.*)
   if(NOT kept)
     file(REMOVE_RECURSE ${prefix}/${folder})

@@ -73,6 +73,12 @@ use() { # a prefix
 
   # The installed program finds both libraries by itself.
   if [ -e "$prefix/bin/tnk" ]; then quietly "$prefix/bin/tnk" info; fi
+  # The Python package finds them from its own place.
+  if /usr/bin/python3 -c "import numpy" 2>/dev/null; then
+    (cd / && unset TNK_LIBRARY_PATH && export PYTHONDONTWRITEBYTECODE=1 &&
+      PYTHONPATH=$(echo "$prefix"/lib/python*/*-packages) quietly /usr/bin/python3 -c \
+        "import tnk, tnk._library; assert tnk._library.host._name.startswith('$prefix'), tnk._library.host; tnk.fft.fft([1])")
+  fi
   # The kernel library that runs is the installed one.
   if TNK_KERNEL_PATH=$work/nowhere.so "$work/consumer/axpy" >"$work/log" 2>&1; then
     echo "a kernel library that is not there was accepted"

@@ -1,0 +1,115 @@
+"""From arrays of any strides to transforms that a descriptor describes."""
+
+from __future__ import annotations
+
+from functools import lru_cache
+from math import prod
+from typing import Optional
+
+import numpy as np
+
+from ._descriptors import Plan, Transform
+from ._threads import spread
+
+_Loop = tuple[int, int, int]  # length, stride of the side that is read, stride of the one that is written
+_Shape = tuple[int, ...]
+_Offsets = tuple[tuple[int, int], ...]
+
+KEPT = 64  # layouts of which the descriptors are kept
+_LEAST_SHARE = 1 << 15  # numbers that a thread is worth
+
+
+def _element_strides(shape: _Shape, strides: _Shape, size: int) -> Optional[_Shape]:
+    """Strides in elements; None where a descriptor cannot have them."""
+    if any(n > 1 and (s <= 0 or s % size) for s, n in zip(strides, shape)):
+        return None
+    return tuple(s // size if n > 1 else 1 for s, n in zip(strides, shape))
+
+
+def _merged(loops: list[_Loop]) -> list[_Loop]:
+    """The same walk in fewer loops, the longest one first."""
+    result: list[_Loop] = []
+    for length, read, written in sorted((loop for loop in loops if loop[0] > 1), key=lambda loop: loop[2]):
+        if result and result[-1][0] * result[-1][1] == read and result[-1][0] * result[-1][2] == written:
+            result[-1] = (result[-1][0] * length, *result[-1][1:])
+        else:
+            result.append((length, read, written))
+    return sorted(result, reverse=True)
+
+
+@lru_cache(maxsize=KEPT)
+def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_strides: _Shape, sizes: tuple[int, int],
+           axes: _Shape, lengths: _Shape, real: bool, backward: bool, in_place: bool, scale: float, threads: int,
+           ) -> Optional[list[tuple[Transform, _Offsets]]]:  # fmt: skip
+    """A transform for each thread, with the offsets in bytes at which it is run; None where a dense copy is cheaper, or
+    needed."""
+    read = _element_strides(shape, strides, sizes[0])
+    written = _element_strides(written_shape, written_strides, sizes[1])
+    if read is None or written is None:
+        return None
+    loops = _merged([(shape[d], read[d], written[d]) for d in range(len(shape)) if d not in axes])
+    # The longest loop is the descriptor's, the others are walked here; where these are many, and each call has little to
+    # do, a copy in which all are one loop is cheaper.
+    calls = prod(length for length, _, _ in loops[1:])
+    if calls > 16 and calls * 4096 > prod(shape):
+        return None
+    count, input_distance, output_distance = loops[0] if loops else (1, 0, 0)
+    single = sizes[1] == (4 if real and backward else 8)
+
+    def piece(transforms: int, on: int) -> Transform:
+        return Transform(Plan(
+            not single, real, backward, lengths, tuple(read[d] for d in axes), tuple(written[d] for d in axes),
+            transforms, input_distance, output_distance, in_place, scale, on,
+        ))  # fmt: skip
+
+    offsets = [(0, 0)]
+    for length, in_step, out_step in loops[1:]:
+        in_bytes, out_bytes = in_step * sizes[0], out_step * sizes[1]
+        offsets = [(a + i * in_bytes, b + i * out_bytes) for a, b in offsets for i in range(length)]
+
+    # One transform is the library's to divide. Batches are cut here: the library leaves those that fit the largest cache
+    # on one thread, whatever it is asked for.
+    shares = min(threads, count, prod(shape) // _LEAST_SHARE)
+    if shares < 2:
+        return [(piece(count, threads if count == 1 else 1), tuple(offsets))]
+    jobs, made = [], {}
+    for i in range(shares):
+        first, past = count * i // shares, count * (i + 1) // shares
+        if past - first not in made:
+            made[past - first] = piece(past - first, 1)
+        begin = first * input_distance * sizes[0], first * output_distance * sizes[1]
+        jobs.append((made[past - first], tuple((a + begin[0], b + begin[1]) for a, b in offsets)))
+    return jobs
+
+
+def forget() -> None:
+    """Free the descriptors that are kept."""
+    _found.cache_clear()
+
+
+def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths: _Shape, *, real: bool,
+              backward: bool, scale: float, threads: int) -> None:  # fmt: skip
+    """Transform along `axes`, which differ from one another; of real data the last one is halved on the complex side.
+
+    `source` may be `destination`, of complex data. Otherwise the source is only read.
+    """
+    if destination.size == 0:
+        return
+    if not source.flags.aligned:
+        source = source.copy()
+    found = _found(source.shape, source.strides, destination.shape, destination.strides,
+                   (source.itemsize, destination.itemsize), axes, lengths, real, backward, source is destination, scale,
+                   threads)  # fmt: skip
+    if found is not None:
+        addresses = source.ctypes.data, destination.ctypes.data
+        if len(found) == 1:
+            return found[0][0].run(*addresses, found[0][1])
+        return spread([lambda how=how, offsets=offsets: how.run(*addresses, offsets) for how, offsets in found])
+
+    moved = tuple(range(-len(axes), 0))
+    dense = np.ascontiguousarray(np.moveaxis(source, axes, moved))
+    shape = np.moveaxis(destination, axes, moved).shape
+    result = dense if source is destination else np.empty(shape, destination.dtype)
+    last = tuple(dense.ndim + d for d in moved)
+    transform(dense, result, last, lengths, real=real, backward=backward, scale=scale, threads=threads)
+    destination[...] = np.moveaxis(result, moved, axes)

@@ -1,0 +1,246 @@
+"""The host library: where it is, how it is called, and what its errors become."""
+
+from __future__ import annotations
+
+import ctypes
+import os
+import sys
+import threading
+from pathlib import Path
+from typing import Any, Optional
+
+HOST = "libtnk_host.so"
+
+c_int = ctypes.c_int64  # the library's integer
+
+
+class Complex64(ctypes.Structure):
+    """A complex number of two floats, as arguments have it."""
+
+    _fields_ = [("re", ctypes.c_float), ("im", ctypes.c_float)]
+
+
+class Complex128(ctypes.Structure):
+    """A complex number of two doubles, as arguments have it."""
+
+    _fields_ = [("re", ctypes.c_double), ("im", ctypes.c_double)]
+
+
+class _Error(ctypes.Structure):
+    _fields_ = [
+        ("kind", ctypes.c_int),
+        ("routine", ctypes.c_char_p),
+        ("position", ctypes.c_int),
+        ("argument", ctypes.c_char_p),
+        ("value", ctypes.c_char_p),
+        ("expected", ctypes.c_char_p),
+        ("message", ctypes.c_char_p),
+    ]
+
+
+_ARGUMENT, _MEMORY, _KERNEL = 1, 2, 3
+
+
+class LibraryError(RuntimeError):
+    """The kernel library is missing, or is none for this processor."""
+
+
+def _places() -> list[Path]:
+    """Files that may be the host library, the likeliest first."""
+    given = os.environ.get("TNK_LIBRARY_PATH")
+    if given:
+        return [Path(given) / HOST]
+    here = Path(__file__).resolve().parent
+    places = [build / "lib" / HOST for build in sorted(here.parents[1].glob("build/*"), key=_preference)]
+    # Under an installation prefix the libraries are some folders above the package.
+    for folder in here.parents:
+        if folder.name.startswith("lib"):
+            places += [folder / HOST, *sorted(folder.glob(f"*-linux-gnu/{HOST}"))]
+    return places
+
+
+def _preference(build: Path) -> tuple[bool, str]:
+    return build.name != "release", build.name
+
+
+def _load() -> ctypes.CDLL:
+    places = _places()
+    for place in places:
+        if place.is_file():
+            return ctypes.CDLL(str(place))
+    try:
+        if not os.environ.get("TNK_LIBRARY_PATH"):
+            return ctypes.CDLL(HOST)  # where the dynamic linker looks
+    except OSError:
+        pass
+    looked = "".join(f"\n  {place}" for place in places)
+    raise ImportError(
+        f"tnk: {HOST} was not found. Looked for:{looked}\nand in the dynamic linker's folders. "
+        "Build or install the library, or set TNK_LIBRARY_PATH to the folder that holds it."
+    )
+
+
+host = _load()
+
+# ---- Errors -------------------------------------------------------------------------------------------------------
+
+
+class _Calls(threading.local):
+    """Whether this thread is inside a call from here, and the first error of it."""
+
+    depth = 0
+    error: Optional[tuple[int, str]] = None
+
+
+_calls = _Calls()
+_Handler = ctypes.CFUNCTYPE(None, ctypes.POINTER(_Error))
+
+
+def _on_error(error: Any) -> None:
+    if _calls.depth == 0:
+        _before(error)
+    elif _calls.error is None:
+        _calls.error = (error.contents.kind, error.contents.message.decode("utf-8", "replace"))
+
+
+_handler = _Handler(_on_error)
+host.tnk_set_error_handler.argtypes = [ctypes.c_void_p]
+host.tnk_set_error_handler.restype = ctypes.c_void_p
+_before = _Handler(host.tnk_set_error_handler(ctypes.cast(_handler, ctypes.c_void_p)))
+
+
+def call(function: Any, *arguments: Any) -> Any:
+    """The function's result; what the library reports meanwhile is raised."""
+    _calls.depth += 1
+    try:
+        result = function(*arguments)
+    finally:
+        _calls.depth -= 1
+        error, _calls.error = _calls.error, None
+    if error is None:
+        return result
+    kind, message = error
+    if kind == _MEMORY:
+        raise MemoryError(message)
+    raise (ValueError if kind == _ARGUMENT else LibraryError)(message)
+
+
+def declared(name: str, result: Any, *arguments: Any) -> Any:
+    """A function of the host by its name."""
+    function = getattr(host, name)
+    function.restype, function.argtypes = result, arguments
+    return function
+
+
+_entry = declared("tnk_kernel_entry", ctypes.c_void_p, ctypes.c_char_p)
+_entries: dict[str, Any] = {}
+
+
+def kernel(name: str, result: Any, *arguments: Any) -> Any:
+    """A function of the kernel library, which checks no argument. An entry has one signature."""
+    function = _entries.get(name)
+    if function is None:
+        address = call(_entry, name.encode())
+        if not address:
+            raise LibraryError(f"tnk: the kernel library has no entry {name}")
+        function = _entries[name] = ctypes.CFUNCTYPE(result, *arguments)(address)
+    return function
+
+
+# ---- Threads --------------------------------------------------------------------------------------------------------
+
+_set_threads = declared("tnk_set_num_threads", None, ctypes.c_int)
+_get_threads = declared("tnk_get_max_threads", ctypes.c_int)
+_asked = 0  # what set_num_threads was called with last
+
+
+def set_num_threads(threads: int) -> None:
+    """Set how many threads the library may use for one call.
+
+    Parameters
+    ----------
+    threads : int
+        The number, for all threads of the process; 0 restores the default, which is that of an OpenMP runtime, of
+        ``OMP_NUM_THREADS``, or all processors.
+
+    Raises
+    ------
+    ValueError
+        If `threads` is negative.
+    """
+    global _asked
+    call(_set_threads, threads)
+    _asked = threads
+
+
+def get_max_threads() -> int:
+    """Return how many threads a call from this thread uses at most.
+
+    Returns
+    -------
+    int
+        At least 1.
+    """
+    return _get_threads()
+
+
+class threads_limited:
+    """Context in which the library uses so many threads; None leaves the number alone."""
+
+    _lock = threading.RLock()
+
+    def __init__(self, threads: Optional[int]) -> None:
+        self._threads = threads
+
+    def __enter__(self) -> None:
+        if self._threads is not None:
+            self._lock.acquire()
+            call(_set_threads, self._threads)
+
+    def __exit__(self, *_: Any) -> None:
+        if self._threads is not None:
+            call(_set_threads, _asked)
+            self._lock.release()
+
+
+# ---- What this is ---------------------------------------------------------------------------------------------------
+
+
+def show(file: Any = None) -> None:
+    """Print the version, the processor and its class, the libraries and the number of threads.
+
+    Parameters
+    ----------
+    file : file-like, optional
+        Where to; standard output by default.
+    """
+    out = sys.stdout if file is None else file
+    load = declared("tnk_kernel_load", ctypes.c_int)
+    path = declared("tnk_kernel_path", ctypes.c_char_p)
+    detect = declared("tnk_serv_cpu_detect", ctypes.c_int32)
+    try:
+        state = "loaded" if call(load) == 0 else "refused"
+    except LibraryError as error:
+        state = str(error)
+    from . import __version__
+
+    rows = {
+        "version": __version__,
+        "processor": _processor(),
+        "class": "AVX" if detect() == 4 else f"{detect()}, without AVX",
+        "host library": host._name,
+        "kernel library": f"{path().decode()} ({state})",
+        "threads": str(get_max_threads()),
+    }
+    for what, value in rows.items():
+        print(f"{what:<16}{value}", file=out)
+
+
+def _processor() -> str:
+    try:
+        for line in Path("/proc/cpuinfo").read_text().splitlines():
+            if line.startswith("model name"):
+                return line.split(":", 1)[1].strip()
+    except OSError:
+        pass
+    return "not known"

@@ -1,0 +1,37 @@
+"""Threads for jobs that the library leaves on one: the interpreter's lock is free while a kernel runs."""
+
+from __future__ import annotations
+
+import os
+import threading
+from concurrent.futures import ThreadPoolExecutor
+from typing import Callable, Optional, Sequence
+
+_pool: Optional[ThreadPoolExecutor] = None
+_lock = threading.Lock()
+
+
+def spread(pieces: Sequence[Callable[[], None]]) -> None:
+    """Run all, the last one on this thread; the first error is raised once all have ended."""
+    global _pool
+    if len(pieces) == 1:
+        return pieces[0]()
+    with _lock:
+        if _pool is None:
+            _pool = ThreadPoolExecutor(thread_name_prefix="tnk")
+    waiting = [_pool.submit(piece) for piece in pieces[:-1]]
+    try:
+        pieces[-1]()
+    finally:
+        errors = [piece.exception() for piece in waiting]
+    for error in errors:
+        if error is not None:
+            raise error
+
+
+def _after_fork() -> None:
+    global _pool, _lock
+    _pool, _lock = None, threading.Lock()
+
+
+os.register_at_fork(after_in_child=_after_fork)

@@ -1,0 +1,427 @@
+"""Fourier transforms, under the names of `numpy.fft`, and a backend for `scipy.fft`.
+
+Arguments mean what they mean in `scipy.fft`: `n`, `s`, `axis`, `axes`, `norm`, `overwrite_x`, `workers`. Single precision
+stays single, half precision becomes single, integers become double; extended precision is refused. ::
+
+    import scipy.fft, tnk.fft
+    scipy.fft.set_global_backend(tnk.fft)
+
+sends a program's transforms here. What is not covered goes back to SciPy.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import contextvars
+import operator
+import os
+import sys
+from math import prod, sqrt
+from typing import Any, Callable, Iterator, Optional, Sequence, Union
+
+import numpy as np
+from numpy.fft import fftfreq, fftshift, ifftshift, rfftfreq
+from numpy.typing import ArrayLike
+
+from ._descriptors import Declined
+from ._layout import transform
+
+__all__ = [
+    "fft", "ifft", "rfft", "irfft", "hfft", "ihfft", "fft2", "ifft2", "rfft2", "irfft2", "fftn", "ifftn", "rfftn",
+    "irfftn", "fftfreq", "rfftfreq", "fftshift", "ifftshift", "set_workers", "get_workers",
+]  # fmt: skip
+
+# ---- Arguments ------------------------------------------------------------------------------------------------------
+
+_workers: contextvars.ContextVar[int] = contextvars.ContextVar("tnk.fft workers", default=1)
+
+
+@contextlib.contextmanager
+def set_workers(workers: int) -> Iterator[None]:
+    """Context in which transforms use so many threads unless they are told a number.
+
+    Parameters
+    ----------
+    workers : int
+        The number; a negative one counts from behind the processors, -1 being all.
+    """
+    token = _workers.set(_threads(workers))
+    try:
+        yield
+    finally:
+        _workers.reset(token)
+
+
+def get_workers() -> int:
+    """Return the number of threads of transforms that are not told one.
+
+    Returns
+    -------
+    int
+        1 outside of `set_workers`.
+    """
+    return _workers.get()
+
+
+def _threads(workers: Optional[int]) -> int:
+    if workers is None:
+        return _workers.get()
+    workers = operator.index(workers)
+    processors = os.cpu_count() or 1
+    if workers < 0 and workers >= -processors:
+        workers += processors + 1
+    if workers < 1:
+        raise ValueError(f"workers value out of range; got {workers}, must not be less than {-processors} or 0")
+    return workers
+
+
+def _scale(norm: Optional[str], backward: bool, count: int) -> float:
+    if norm == "ortho":
+        return 1 / sqrt(count)
+    if norm in (None, "backward", "forward"):
+        return 1 / count if backward == (norm != "forward") else 1.0
+    raise ValueError(f'norm is {norm!r}, expected "backward", "ortho" or "forward"')
+
+
+def _floating(x: ArrayLike, name: str = "x") -> np.ndarray:
+    """The array in a type of floating point that there are transforms of."""
+    array = np.asarray(x)
+    if array.dtype.char in "fdFD":
+        return array if array.dtype.isnative else array.astype(array.dtype.newbyteorder("="))
+    if array.dtype == np.float16:
+        return array.astype(np.float32)
+    if array.dtype.kind in "biu":
+        return array.astype(np.float64)
+    if array.dtype.char in "gG":
+        raise TypeError(f"{name} is of extended precision, which has no transforms here")
+    raise TypeError(f"{name} is of dtype {array.dtype}, expected numbers")
+
+
+def _complex(array: np.ndarray) -> np.ndarray:
+    return array if array.dtype.kind == "c" else array.astype(_complex_type(array.dtype))
+
+
+def _complex_type(dtype: np.dtype) -> type:
+    return np.complex64 if dtype.char in "fF" else np.complex128
+
+
+def _real_type(dtype: np.dtype) -> type:
+    return np.float32 if dtype.char in "fF" else np.float64
+
+
+def _points(n: Any) -> int:
+    n = operator.index(n)
+    if n < 1:
+        raise ValueError(f"invalid number of data points ({n}) specified")
+    return n
+
+
+def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bool) -> tuple[list[int], list[int]]:
+    """Axes from 0, and the lengths along them; with `halved` the last length is that of the real side."""
+    if type(axes) is list and len(axes) == 1 and s is None and -array.ndim <= axes[0] < array.ndim:  # the usual case
+        axis = axes[0] % array.ndim
+        n = array.shape[axis]
+        return [axis], [_points(2 * (n - 1) if halved else n)]
+    if s is not None:
+        s = [operator.index(n) for n in (s if isinstance(s, (Sequence, np.ndarray)) else [s])]
+    if axes is None:
+        axes = range(array.ndim) if s is None else range(array.ndim - len(s), array.ndim)
+    elif not isinstance(axes, (Sequence, np.ndarray, range)):
+        axes = [axes]
+    places = []
+    for axis in axes:
+        axis = operator.index(axis)
+        if not -array.ndim <= axis < array.ndim:
+            raise np.AxisError(axis, array.ndim)
+        places.append(axis % array.ndim)
+    if s is None:
+        s = [array.shape[axis] for axis in places]
+        if halved and s:
+            s[-1] = 2 * (s[-1] - 1)
+    if len(s) != len(places):
+        raise ValueError(f"shape {tuple(s)} and axes {tuple(axes)} have different lengths")
+    return places, [_points(n) for n in s]
+
+
+def _resized(array: np.ndarray, axes: Sequence[int], lengths: Sequence[int]) -> np.ndarray:
+    """Cut, or with zeros appended, to the lengths."""
+    for axis, n in zip(axes, lengths):
+        if array.shape[axis] != n:
+            break
+    else:
+        return array
+    shape, part = list(array.shape), [slice(None)] * array.ndim
+    for axis, n in zip(axes, lengths):
+        part[axis] = slice(min(n, shape[axis]))
+        shape[axis] = n
+    cut = array[tuple(part)]
+    if list(cut.shape) == shape:
+        return cut
+    padded = np.zeros(shape, array.dtype)
+    padded[tuple(part)] = cut
+    return padded
+
+
+# ---- Kinds ------------------------------------------------------------------------------------------------------------
+
+
+def _c2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], overwrite: bool, workers: Optional[int],
+         backward: bool) -> np.ndarray:  # fmt: skip
+    given = _floating(x)
+    array = _complex(given)
+    places, lengths = _places(array, s, axes, False)
+    threads = _threads(workers)
+    if len(set(places)) < len(places):  # one after another, the last one first
+        for place, n in list(zip(places, lengths))[::-1]:
+            array = _c2c(array, [n], [place], norm, False, threads, backward)
+        return array
+    scale = _scale(norm, backward, prod(lengths))
+    array = _resized(array, places, lengths)
+    if not places:
+        return array if overwrite else array.copy()
+    if len(places) > 1 and any(a < b for a, b in zip(array.strides, array.strides[1:])):
+        array = array.copy("C")  # the order of dimensions is that of strides, and with it the last bits
+    if (array.base is None if array is not given else overwrite and array is x) and array.flags.carray:
+        result = array
+    else:
+        result = np.empty(array.shape, array.dtype)
+    transform(array, result, tuple(places), tuple(lengths), real=False, backward=backward, scale=scale, threads=threads)
+    return result
+
+
+def _r2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[int]) -> np.ndarray:
+    array = _floating(x)
+    if array.dtype.kind == "c":
+        raise TypeError("x must be a real sequence")
+    places, lengths = _places(array, s, axes, False)
+    if not places:
+        raise ValueError("at least 1 axis must be transformed")
+    threads = _threads(workers)
+    if len(set(places)) < len(places):
+        half = _r2c(array, lengths[-1:], places[-1:], norm, threads)
+        return _c2c(half, lengths[:-1], places[:-1], norm, True, threads, False)
+    array = _resized(array, places, lengths)
+    if len(places) > 1 and any(a < b for a, b in zip(array.strides, array.strides[1:])):
+        array = array.copy("C")
+    shape = list(array.shape)
+    shape[places[-1]] = lengths[-1] // 2 + 1
+    result = np.empty(shape, _complex_type(array.dtype))
+    scale = _scale(norm, False, prod(lengths))
+    transform(array, result, tuple(places), tuple(lengths), real=True, backward=False, scale=scale, threads=threads)
+    return result
+
+
+def _c2r(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[int]) -> np.ndarray:
+    array = _complex(_floating(x))
+    places, lengths = _places(array, s, axes, True)
+    if not places:
+        raise ValueError("at least 1 axis must be transformed")
+    threads = _threads(workers)
+    if len(places) > 1:
+        # Axis by axis, so that numbers which are no half of a spectrum have the result that they have in NumPy: the
+        # imaginary parts that do not count are those before the last axis, after the others.
+        most = _c2c(array, lengths[:-1], places[:-1], norm, False, threads, True)
+        return _c2r(most, lengths[-1:], places[-1:], norm, threads)
+    half = lengths[-1] // 2 + 1
+    array = _resized(array, places, [*lengths[:-1], half])
+    shape = list(array.shape)
+    shape[places[-1]] = lengths[-1]
+    result = np.empty(shape, _real_type(array.dtype))
+    scale = _scale(norm, True, prod(lengths))
+    transform(array, result, tuple(places), tuple(lengths), real=True, backward=True, scale=scale, threads=threads)
+    return result
+
+
+def _one(n: Optional[int]) -> Optional[list[int]]:
+    return None if n is None else [n]
+
+
+_SWAPPED = {None: "forward", "backward": "forward", "forward": "backward"}
+
+# ---- One dimension ------------------------------------------------------------------------------------------------------
+
+
+def fft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+        overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the discrete Fourier transform along an axis.
+
+    Parameters
+    ----------
+    x : array_like
+        Real or complex numbers, of any strides.
+    n : int, optional
+        Length of the transform: the axis is cut to it, or filled up with zeros. Its own length by default.
+    axis : int, optional
+        The axis, the last one by default.
+    norm : {"backward", "ortho", "forward"}, optional
+        Which direction is divided by n: the inverse one (default), both by its root, this one.
+    overwrite_x : bool, optional
+        Whether the memory of `x` may take the result.
+    workers : int, optional
+        Threads at most; negative numbers count from behind the processors. See `set_workers`.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with n along the axis.
+
+    Raises
+    ------
+    ValueError
+        If n is below 1, or too long, or `norm` or `workers` are none.
+    TypeError
+        If `x` holds no numbers, or such of extended precision.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.fft([1.0, 0.0, 0.0, 0.0])
+    array([1.+0.j, 1.+0.j, 1.+0.j, 1.+0.j])
+    """
+    return _c2c(x, _one(n), [axis], norm, overwrite_x, workers, False)
+
+
+def ifft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `fft`, whose parameters these are; divided by n unless `norm` says otherwise."""
+    return _c2c(x, _one(n), [axis], norm, overwrite_x, workers, True)
+
+
+def rfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the lower half of the spectrum of real numbers: n // 2 + 1 along the axis.
+
+    Parameters are those of `fft`; `x` must be real.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> abs(tnk.fft.rfft([1.0, 2.0, 1.0, 2.0]))
+    array([6., 0., 2.])
+    """
+    return _r2c(x, _one(n), [axis], norm, workers)
+
+
+def irfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+          overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the real numbers of which `x` is the lower half of the spectrum.
+
+    Parameters are those of `fft`; n is the length of the result, 2 (m - 1) by default for m numbers along the axis. For an
+    odd length it has to be said.
+    """
+    return _c2r(x, _one(n), [axis], norm, workers)
+
+
+def hfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the real spectrum of numbers of which `x` is the first half, the others being their conjugates."""
+    return _c2r(np.conjugate(_floating(x)), _one(n), [axis], _SWAPPED.get(norm, norm), workers)
+
+
+def ihfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+          overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `hfft`: half of what the real spectrum `x` belongs to."""
+    result = _r2c(x, _one(n), [axis], _SWAPPED.get(norm, norm), workers)
+    return np.conjugate(result, out=result)
+
+
+# ---- Several dimensions ---------------------------------------------------------------------------------------------------
+
+
+def fftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the discrete Fourier transform along several axes.
+
+    Parameters
+    ----------
+    x : array_like
+        Real or complex numbers.
+    s : sequence of int, optional
+        Lengths along the axes, cut or filled up with zeros to them.
+    axes : sequence of int, optional
+        The axes: by default the last ones, as many as `s` has lengths, or all. One that is there twice is transformed
+        twice.
+    norm, overwrite_x, workers
+        As in `fft`, n being the product of the lengths.
+
+    Returns
+    -------
+    ndarray
+        The spectrum.
+    """
+    return _c2c(x, s, axes, norm, overwrite_x, workers, False)
+
+
+def ifftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `fftn`, whose parameters these are."""
+    return _c2c(x, s, axes, norm, overwrite_x, workers, True)
+
+
+def rfftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the spectrum of real numbers along several axes, of the last of these the lower half."""
+    return _r2c(x, s, axes, norm, workers)
+
+
+def irfftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `rfftn`; `s` has lengths of the result, of which the last one may be odd."""
+    return _c2r(x, s, axes, norm, workers)
+
+
+def fft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute `fftn` along two axes, the last ones by default."""
+    return _c2c(x, s, axes, norm, overwrite_x, workers, False)
+
+
+def ifft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `fft2`."""
+    return _c2c(x, s, axes, norm, overwrite_x, workers, True)
+
+
+def rfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute `rfftn` along two axes, the last ones by default."""
+    return _r2c(x, s, axes, norm, workers)
+
+
+def irfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `rfft2`."""
+    return _c2r(x, s, axes, norm, workers)
+
+
+# ---- A backend of scipy.fft --------------------------------------------------------------------------------------------------
+
+_DOMAIN = "numpy.scipy.fft"
+COVERED = ("fft", "ifft", "rfft", "irfft", "hfft", "ihfft", "fft2", "ifft2", "rfft2", "irfft2", "fftn", "ifftn",
+            "rfftn", "irfftn")  # fmt: skip
+
+
+def __getattr__(name: str) -> Any:
+    # Asked for when this becomes a backend. SciPy's own functions are no backend any more where another one is the global
+    # one; so that they get what is not covered here, they stand behind it.
+    if name != "__ua_domain__":
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+    sys.modules["scipy.fft"].register_backend("scipy")
+    globals()[name] = _DOMAIN
+    return _DOMAIN
+
+
+def __ua_function__(method: Callable, args: tuple, kwargs: dict) -> Union[np.ndarray, type(NotImplemented)]:
+    """What `scipy.fft` calls. Whatever is not covered here, bad arguments included, is left to SciPy."""
+    name, kwargs = method.__name__, dict(kwargs)
+    if name not in COVERED or kwargs.pop("plan", None) is not None:
+        return NotImplemented
+    axes = kwargs.get("axes", args[2] if len(args) > 2 and name[-1] in "n2" else None)
+    if axes is not None and np.ndim(axes) == 1 and len({a % np.ndim(args[0] if args else kwargs["x"]) for a in axes}) < len(axes):
+        return NotImplemented
+    if kwargs.get("workers") is None and len(args) < 6:
+        kwargs["workers"] = sys.modules["scipy.fft"].get_workers()
+    try:
+        return globals()[name](*args, **kwargs)
+    except (ValueError, TypeError, IndexError, Declined):
+        return NotImplemented

@@ -1,0 +1,153 @@
+"""Transforms against NumPy, over types, strides, lengths, axes and norms."""
+
+import os
+import threading
+from concurrent.futures import ThreadPoolExecutor
+
+import numpy as np
+import pytest
+import tnk
+import tnk.fft as fft
+from tnk import _descriptors, _layout
+
+NORMS = [None, "backward", "ortho", "forward"]
+DTYPES = ["f4", "f8", "c8", "c16", "f2", "i4", "?", ">f8", ">c8"]
+
+
+def numbers(rng, shape, dtype):
+    x = rng.standard_normal(shape) * 3
+    dtype = np.dtype(dtype)
+    return (x + 1j * rng.standard_normal(shape) if dtype.kind == "c" else x).astype(dtype)
+
+
+def close(result, expected, single):
+    kind = "complex" if np.iscomplexobj(expected) else "float"
+    assert result.dtype == np.dtype(f"{kind}{(64 if kind == 'complex' else 32) if single else expected.dtype.itemsize * 8}")
+    assert result.shape == expected.shape
+    scale = np.linalg.norm(expected.ravel()) + 1e-30
+    assert np.linalg.norm((result - expected).ravel()) <= (2e-6 if single else 4e-15) * scale
+
+
+def drawn(rng, dtype):
+    """An array of some strides."""
+    shape = tuple(rng.integers(1, 9, rng.integers(1, 5)))
+    x = numbers(rng, shape, dtype)
+    way = rng.integers(0, 5)
+    if way == 1:
+        x = np.asfortranarray(x)
+    elif way == 2:
+        x = numbers(rng, [2 * n for n in shape], dtype)[(slice(None, None, 2),) * len(shape)]
+    elif way == 3:
+        x = x[(slice(None, None, -1),) * x.ndim]
+    elif way == 4:
+        x = np.broadcast_to(x[:1], shape)
+    return x
+
+
+@pytest.mark.parametrize("dtype", DTYPES)
+def test_one_axis(dtype):
+    rng = np.random.default_rng(1)
+    single = dtype in ("f4", "c8", "f2", ">c8")
+    for _ in range(60):
+        x = drawn(rng, dtype)
+        kept = x.copy()
+        axis, norm = int(rng.integers(-x.ndim, x.ndim)), NORMS[rng.integers(0, 4)]
+        n = None if rng.integers(0, 2) else int(rng.integers(1, 14))
+        names = ["fft", "ifft", "hfft", "irfft"] + ([] if x.dtype.kind == "c" else ["rfft", "ihfft"])
+        for name in names:
+            if name in ("hfft", "irfft") and n is None and x.shape[axis] == 1:
+                continue  # of no numbers
+            result = getattr(fft, name)(x, n, axis, norm)
+            close(result, getattr(np.fft, name)(x.astype("c16" if x.dtype.kind == "c" else "f8"), n, axis, norm), single)
+            assert np.array_equal(x, kept)
+
+
+@pytest.mark.parametrize("workers", [1, 2])
+@pytest.mark.parametrize("dtype", ["f4", "f8", "c8", "c16"])
+def test_several_axes(dtype, workers):
+    rng = np.random.default_rng(2)
+    for _ in range(60):
+        x = drawn(rng, dtype)
+        count, norm = int(rng.integers(1, x.ndim + 1)), NORMS[rng.integers(0, 4)]
+        axes = [int(a) for a in rng.permutation(x.ndim)[:count] - x.ndim * rng.integers(0, 2)]
+        s = None if rng.integers(0, 2) else [int(n) for n in rng.integers(1, 10, count)]
+        if s is None and x.shape[axes[-1]] == 1:
+            s = [x.shape[a] for a in axes[:-1]] + [2]
+        for name in ["fftn", "ifftn", "irfftn"] + ([] if x.dtype.kind == "c" else ["rfftn"]):
+            result = getattr(fft, name)(x, s, axes, norm, workers=workers)
+            wide = x.astype("c16" if x.dtype.kind == "c" else "f8")
+            close(result, getattr(np.fft, name)(wide, s, axes, norm), dtype in ("f4", "c8"))
+
+
+def test_lengths_batches_and_a_repeated_axis():
+    rng = np.random.default_rng(3)
+    for shape, axis in [((2**16,), 0), ((9973,), 0), ((300, 400), 0), ((400, 300), 1), ((3, 50, 70), 1), ((40, 30, 2, 20), 1)]:
+        x = numbers(rng, shape, "c16")
+        close(fft.fft(x, axis=axis, workers=-1), np.fft.fft(x, axis=axis), False)
+        mine = x.copy()
+        result = fft.fft(mine, axis=axis, overwrite_x=True)
+        close(result, np.fft.fft(x, axis=axis), False)
+        assert result is mine
+    y = numbers(rng, (6, 5), "f8")
+    close(fft.fftn(y, axes=(0, 1, 0)), np.fft.fftn(y, axes=(0, 1, 0)), False)
+    close(fft.rfftn(y, axes=(0, 1, 1)), np.fft.rfftn(y, axes=(0, 1, 1)), False)
+    close(fft.fft2(y, (4, 7)), np.fft.fft2(y, (4, 7)), False)
+    close(fft.irfft2(y, (3, 7)), np.fft.irfft2(y, (3, 7)), False)
+    assert fft.fft(np.empty((0, 4))).shape == (0, 4) and fft.rfft(np.empty((0, 4))).shape == (0, 3)
+
+
+@pytest.mark.parametrize(
+    "call, error, text",
+    [
+        (lambda x: fft.fft(x, 0), ValueError, r"invalid number of data points \(0\)"),
+        (lambda x: fft.fft(x[:, :0]), ValueError, r"data points \(0\)"),
+        (lambda x: fft.fft(np.float64(1)), np.AxisError, "out of bounds"),
+        (lambda x: fft.fft(x, axis=2), np.AxisError, "axis 2 is out of bounds"),
+        (lambda x: fft.fft(x, norm="both"), ValueError, "norm is 'both'"),
+        (lambda x: fft.fft(x, workers=0), ValueError, "workers"),
+        (lambda x: fft.rfft(x + 1j), TypeError, "real"),
+        (lambda x: fft.fftn(x, (2, 3, 4), (0, 1)), ValueError, "different lengths"),
+        (lambda x: fft.fft(x.astype("g")), TypeError, "extended precision"),
+        (lambda x: fft.fft(["a"]), TypeError, "expected numbers"),
+        (lambda x: fft.irfft(x[:, :1]), ValueError, r"data points \(0\)"),
+    ],
+)
+def test_refusals(call, error, text):
+    with pytest.raises(error, match=text):
+        call(np.ones((3, 4)))
+
+
+def test_descriptors_are_shared_bounded_and_freed():
+    rng = np.random.default_rng(4)
+    lengths = [int(n) for n in rng.integers(2, 400, 100)]
+    data = [numbers(rng, (n,), "c16") for n in lengths]
+    expected = [np.fft.fft(x) for x in data]
+    start = threading.Barrier(4)
+
+    def work(_):
+        start.wait()
+        return all(np.allclose(fft.fft(x), y, rtol=1e-9) for _ in range(5) for x, y in zip(data, expected))
+
+    with ThreadPoolExecutor(4) as pool:
+        assert all(pool.map(work, range(4)))
+
+    freed = []
+    plain = _descriptors._free
+    _descriptors._free = lambda handle: (freed.append(1), plain(handle))
+    try:
+        _layout.forget()
+        assert len(freed) >= _layout.KEPT  # more where threads had one at the same time
+        freed.clear()
+        for n in range(2, 80):
+            fft.fft(np.ones(n))
+        assert len(freed) == 78 - _layout.KEPT
+    finally:
+        _descriptors._free = plain
+
+
+def test_a_child_computes():
+    fft.fft(np.ones(64))
+    child = os.fork()
+    if child == 0:
+        os._exit(0 if np.allclose(fft.fft(np.ones(4)), [4, 0, 0, 0]) and tnk.get_max_threads() == 1 else 1)
+    assert os.waitpid(child, 0)[1] == 0

@@ -1,0 +1,100 @@
+"""The package itself: where libraries are, errors, threads, documentation; convolutions and transposition."""
+
+import doctest
+import importlib
+import io
+import os
+import subprocess
+import sys
+
+import numpy as np
+import pytest
+import tnk
+import tnk.signal
+
+
+@pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.sparse"])
+def test_examples(name):
+    if name == "tnk.sparse":
+        pytest.importorskip("scipy.sparse")
+    module = importlib.import_module(name)
+    outcome = doctest.testmod(module, globs={"np": np, "tnk": tnk})
+    assert outcome.attempted > 0 and outcome.failed == 0
+
+
+def test_show():
+    out = io.StringIO()
+    tnk.show(out)
+    assert "libtnk_avx.so (loaded)" in out.getvalue() and "threads" in out.getvalue()
+
+
+def start(program, **environment):
+    return subprocess.run([sys.executable, "-c", program], env={**os.environ, **environment}, capture_output=True, text=True)
+
+
+def test_what_is_missing_is_said(tmp_path):
+    outcome = start("import tnk", TNK_LIBRARY_PATH=str(tmp_path))
+    assert outcome.returncode == 1 and "libtnk_host.so was not found" in outcome.stderr and str(tmp_path) in outcome.stderr
+    outcome = start("import tnk; tnk.show(); tnk.fft.fft([1.0])", TNK_KERNEL_PATH="/no/such/library.so")
+    assert outcome.returncode == 1 and "/no/such/library.so" in outcome.stdout and "LibraryError" in outcome.stderr
+
+
+def test_threads():
+    before = tnk.get_max_threads()
+    tnk.set_num_threads(1)
+    assert tnk.get_max_threads() == 1
+    tnk.set_num_threads(0)
+    assert tnk.get_max_threads() == before
+    with pytest.raises(ValueError, match="threads"):
+        tnk.set_num_threads(-1)
+
+
+def test_thread_pools_are_limited():
+    threadpoolctl = pytest.importorskip("threadpoolctl")
+    if not importlib.import_module("tnk.threadpool").register():
+        pytest.skip("threadpoolctl is older than 3.3 and takes no controllers of others")
+    with threadpoolctl.threadpool_limits(1):
+        assert tnk.get_max_threads() == 1
+    assert any(pool["internal_api"] == "tnk" for pool in threadpoolctl.threadpool_info())
+
+
+@pytest.mark.parametrize("dtype", ["f4", "f8", "c8", "c16"])
+def test_transposition(dtype):
+    for m, n in [(1, 1), (5, 5), (3, 8), (40, 17), (0, 3)]:
+        a = np.arange(m * n).reshape(m, n).astype(dtype)
+        a = a + 1j * a if a.dtype.kind == "c" else a
+        kept = a.copy()
+        result = tnk.transpose(a, conjugate=m == 3)
+        assert np.array_equal(result, kept.conj().T if m == 3 else kept.T) and result.base is not None
+    for bad in [np.ones((2, 3))[:, ::2], np.ones(3), np.ones((2, 2), ">f8")]:
+        with pytest.raises(ValueError):
+            tnk.transpose(bad)
+    with pytest.raises(TypeError, match="int64"):
+        tnk.transpose(np.ones((2, 2), "i8"))
+
+
+def test_convolutions():
+    signal = pytest.importorskip("scipy.signal")
+    rng = np.random.default_rng(1)
+    for first, second in [((7,), (3,)), ((3,), (7,)), ((5, 6), (2, 3)), ((4, 5, 6), (4, 2, 3)), ((300,), (170,))]:
+        for dtype in ["f4", "f8", "c8", "c16", "i4"]:
+            a, b = (rng.standard_normal(s) * 9 for s in (first, second))
+            if np.dtype(dtype).kind == "c":
+                a, b = a + 1j, b - 1j * b
+            a, b = a.astype(dtype), b.astype(dtype)
+            for mode in ["full", "same", "valid"]:
+                for name in ["convolve", "correlate"]:
+                    for method in ["auto", "direct", "fft"]:
+                        expected = getattr(signal, name)(a, b, mode, "direct")
+                        result = getattr(tnk.signal, name)(a, b, mode, method)
+                        assert result.dtype == expected.dtype and result.shape == expected.shape
+                        assert np.allclose(result, expected, atol=1e-3 if dtype in ("f4", "c8") else 1e-9)
+    for arguments, text in [
+        (([1], [[1]]), r"\(1,\) and in2 of shape \(1, 1\)"),
+        (([1], [1], "all"), "mode is 'all'"),
+        (([1], [1], "full", "none"), "method is 'none'"),
+        ((np.ones((2, 3)), np.ones((3, 2)), "valid"), r"\(2, 3\) and \(3, 2\)"),
+        (([2**40], [2**40]), "exact"),
+    ]:
+        with pytest.raises(ValueError, match=text):
+            tnk.signal.convolve(*arguments)
