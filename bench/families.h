@@ -24,14 +24,30 @@ void add_transforms_of_any_length(std::vector<Row> &rows);
 void add_transforms_by_descriptors(std::vector<Row> &rows);
 void add_convolutions(std::vector<Row> &rows);
 void add_trigonometric_transforms(std::vector<Row> &rows);
+void add_poisson(std::vector<Row> &rows);
 
 inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
-  for (const auto &add :
-       {add_blas_level1, add_sparse_vectors, add_matrix_vector, add_rank_one, add_half_matrices, add_products,
-        add_symmetric, add_triangles, add_factorizations, add_drivers, add_rotations, add_sparse_matrices,
-        add_sparse_solves, add_transposition, add_power_of_two_transforms, add_transforms_of_any_length,
-        add_transforms_by_descriptors, add_convolutions, add_trigonometric_transforms})
+  for (const auto &add : {add_blas_level1,
+                          add_sparse_vectors,
+                          add_matrix_vector,
+                          add_rank_one,
+                          add_half_matrices,
+                          add_products,
+                          add_symmetric,
+                          add_triangles,
+                          add_factorizations,
+                          add_drivers,
+                          add_rotations,
+                          add_sparse_matrices,
+                          add_sparse_solves,
+                          add_transposition,
+                          add_power_of_two_transforms,
+                          add_transforms_of_any_length,
+                          add_transforms_by_descriptors,
+                          add_convolutions,
+                          add_trigonometric_transforms,
+                          add_poisson})
     add(rows);
   return rows;
 }

@@ -26,6 +26,8 @@ constexpr Scene scenes[] = {
     {"transposition", "a height map turned over in its own array, without other memory", transposition_scene},
     {"filter", "the volcano without its details, by Fourier transforms in two dimensions", filter_scene},
     {"matching", "an echo in noise and an averaged mountain, by correlation and convolution", matching_scene},
+    {"plate", "a plate with a source of heat and cold edges, by Poisson's equation", plate_scene},
+    {"film", "a volcano rebuilt from its curvature, and the soap film on its rim", film_scene},
     {"numpy", "a stiffness matrix in numpy, on the machine's BLAS and on this one", numpy_scene},
 };
 
