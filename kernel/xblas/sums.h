@@ -109,8 +109,10 @@ public:
     // What all rows have before the diagonal, and behind it.
     const bool parted = matrix.diagonal != Diagonal::none;
     const tnk_int begin = matrix.begin(last), end = matrix.end(first);
-    if (!parted && matrix.begin(first) == begin && matrix.end(last) == end)
-      return together(before(), begin, end); // as in a full matrix
+    if (!parted && matrix.begin(first) == begin && matrix.end(last) == end) { // as in a full matrix
+      together(before(), begin, end);
+      return;
+    }
     const tnk_int begin_end = std::max(begin, parted ? std::min(first, end) : end);
     for (int l = 0; l < count; ++l)
       alone(l, before(), matrix.begin(first + l), std::min(begin, own_end(l, parted)));
