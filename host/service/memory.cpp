@@ -156,23 +156,26 @@ void release_scratch(const char *routine, void *block) {
 
 // What ScratchPromise keeps, and whether the last request came here at all.
 thread_local struct {
-  void *block = nullptr;
+  void *blocks[2] = {};
+  int count = 0;
   std::int64_t size = 0;
   bool asked_here = false;
 } promise;
 
-ScratchPromise::ScratchPromise(std::int64_t size) {
+ScratchPromise::ScratchPromise(std::int64_t size, int blocks) {
   promise.asked_here = false;
-  void *const block = tnk_serv_allocate(size, kept_alignment);
-  given_ = block != nullptr;
-  if (promise.asked_here)
-    promise.block = block, promise.size = size;
-  else
-    tnk_serv_deallocate(block);
+  void *taken[2] = {};
+  given_ = true;
+  for (int i = 0; i < blocks; ++i) given_ = (taken[i] = tnk_serv_allocate(size, kept_alignment)) && given_;
+  if (promise.asked_here && given_) {
+    promise.blocks[0] = taken[0], promise.blocks[1] = taken[1];
+    promise.count = blocks, promise.size = size;
+  } else {
+    for (void *const block : taken) tnk_serv_deallocate(block);
+  }
 }
 ScratchPromise::~ScratchPromise() {
-  if (promise.block) tnk_serv_deallocate(promise.block);
-  promise.block = nullptr;
+  while (promise.count > 0) tnk_serv_deallocate(promise.blocks[--promise.count]);
 }
 
 const char *&last_refusal() {
@@ -196,8 +199,8 @@ const int64_t *tnk_undone_calls(void) {
 void *tnk_serv_allocate(int64_t size, int32_t alignment) {
   auto &promise = tnk::host::promise;
   promise.asked_here = true;
-  if (promise.block && promise.size == size && alignment <= tnk::host::kept_alignment)
-    return std::exchange(promise.block, nullptr);
+  if (promise.count > 0 && promise.size == size && alignment <= tnk::host::kept_alignment)
+    return promise.blocks[--promise.count];
   return tnk::host::allocate_scratch("tnk_serv_allocate", size, alignment);
 }
 

@@ -5,12 +5,12 @@
 
 namespace tnk::host {
 
-// Asks for a block of the size that a kernel is going to ask for, and keeps it for that request, the next of this size on
-// this thread. Where the program has an allocator of its own, which kernels reach directly, the block goes back to it: that
-// allocator had it, and has it again.
+// Asks for the block, or for the two of one size, that a kernel is going to ask for, and keeps them for these requests, the
+// next of this size on this thread. Where the program has an allocator of its own, which kernels reach directly, they go
+// back to it: that allocator had them, and has them again.
 class ScratchPromise {
 public:
-  explicit ScratchPromise(std::int64_t size);
+  explicit ScratchPromise(std::int64_t size, int blocks = 1);
   ScratchPromise(const ScratchPromise &) = delete;
   ScratchPromise &operator=(const ScratchPromise &) = delete;
   ~ScratchPromise();

@@ -223,12 +223,37 @@ enum tnk_xblas_cmd {
 #define TNK_XBLAS_ADDRESSES(op, t, u, v)                                                                     \
   TNK_XBLAS_ARGS_##op(TNK_XBLAS_D_ADDRESS, TNK_XBLAS_E_ADDRESS, TNK_XBLAS_N_ADDRESS, TNK_XBLAS_S_ADDRESS,    \
                       TNK_XBLAS_R, TNK_XBLAS_W, t, u, v)
+/* The names alone. */
+#define TNK_XBLAS_D_NAME(name) name,
+#define TNK_XBLAS_N_NAME(name) name
+#define TNK_XBLAS_T_NAME(t, name) name
+#define TNK_XBLAS_NAMES(op, t, u, v)                                                                         \
+  TNK_XBLAS_ARGS_##op(TNK_XBLAS_D_NAME, TNK_XBLAS_N_NAME, TNK_XBLAS_N_NAME, TNK_XBLAS_T_NAME,                \
+                      TNK_XBLAS_T_NAME, TNK_XBLAS_T_NAME, t, u, v)
+#define TNK_XBLAS_PREC_NAME_plain
+#define TNK_XBLAS_PREC_NAME_extra , prec
 #define TNK_XBLAS_PREC_VALUE_plain
 #define TNK_XBLAS_PREC_VALUE_extra , int32_t prec
 #define TNK_XBLAS_PREC_ADDRESS_plain
 #define TNK_XBLAS_PREC_ADDRESS_extra , const int32_t *prec
 
 TNK_BEGIN_DECLS
+
+/* ---- Public routines ------------------------------------------------------------------------------------------
+
+   tnk_xblas_ddot_x and so on: the arguments of tnk_xblas_BLAS_ddot_x, checked. The first bad one of the list is reported
+   through the error handler (tnk/host.h) and nothing is touched: an enumeration outside its table (any conj passes),
+   negative sizes and bandwidths, increments of 0, leading dimensions that are too small, null addresses of what is
+   touched, and vectors and matrices that no memory could hold. Arrays must not overlap, but that w of waxpby may be x or y.
+   errno stays as it was.
+
+   trsv and tbsv at EXTRA have their memory before x is touched: where it is refused, that is reported and x stays as it was.
+   gemv, gemv2, gbmv, gbmv2, ge_sum_mv, gemm, symm and hemm are cut for threads by elements of the result, as many as
+   tnk/host.h says, with the same bits for every number of them; the rest runs on the calling thread. */
+#define TNK_XBLAS_DECLARE(op, t, u, v, name, form)                                                           \
+  void tnk_xblas_##name(TNK_XBLAS_VALUES(op, t, u, v) TNK_XBLAS_PREC_VALUE_##form);
+TNK_XBLAS_EACH(TNK_XBLAS_DECLARE)
+#undef TNK_XBLAS_DECLARE
 
 /* ---- Kernels --------------------------------------------------------------------------------------------------
 

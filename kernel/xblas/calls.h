@@ -60,10 +60,6 @@ inline bool is_unit(int32_t diag) {
 } // namespace tnk::xblas
 
 // An entry and its twin, which compute by tnk::xblas::op<T, A, X>(name, prec, arguments).
-#define TNK_XBLAS_D_NAME(name) name,
-#define TNK_XBLAS_E_NAME(name) name
-#define TNK_XBLAS_N_NAME(name) name
-#define TNK_XBLAS_T_NAME(t, name) name
 #define TNK_XBLAS_D_LOADED(name) TNK_XBLAS_COLMAJOR,
 #define TNK_XBLAS_N_LOADED(name) *name
 #define TNK_XBLAS_S_LOADED(t, name) TNK_XBLAS_LOAD_##t name
@@ -71,16 +67,14 @@ inline bool is_unit(int32_t diag) {
 #define TNK_XBLAS_LOAD_d *
 #define TNK_XBLAS_LOAD_c
 #define TNK_XBLAS_LOAD_z
-#define TNK_XBLAS_PREC_NAME_plain TNK_XBLAS_DOUBLE
-#define TNK_XBLAS_PREC_NAME_extra prec
+#define TNK_XBLAS_PREC_MEANT_plain TNK_XBLAS_DOUBLE
+#define TNK_XBLAS_PREC_MEANT_extra prec
 #define TNK_XBLAS_PREC_LOADED_plain
 #define TNK_XBLAS_PREC_LOADED_extra , *prec
 #define TNK_XBLAS_ENTRY(op, t, u, v, name, form)                                                             \
   void tnk_xblas_BLAS_##name(TNK_XBLAS_VALUES(op, t, u, v) TNK_XBLAS_PREC_VALUE_##form) {                    \
     tnk::xblas::op<TNK_XBLAS_TYPE_##t, TNK_XBLAS_TYPE_##u, TNK_XBLAS_TYPE_##v>(                              \
-        "BLAS_" #name, TNK_XBLAS_PREC_NAME_##form,                                                           \
-        TNK_XBLAS_ARGS_##op(TNK_XBLAS_D_NAME, TNK_XBLAS_E_NAME, TNK_XBLAS_N_NAME, TNK_XBLAS_T_NAME,          \
-                            TNK_XBLAS_T_NAME, TNK_XBLAS_T_NAME, t, u, v));                                   \
+        "BLAS_" #name, TNK_XBLAS_PREC_MEANT_##form, TNK_XBLAS_NAMES(op, t, u, v));                           \
   }                                                                                                          \
   void tnk_xblas_blas_##name(TNK_XBLAS_ADDRESSES(op, t, u, v) TNK_XBLAS_PREC_ADDRESS_##form) {               \
     tnk_xblas_BLAS_##name(TNK_XBLAS_ARGS_##op(TNK_XBLAS_D_LOADED, TNK_XBLAS_N_LOADED, TNK_XBLAS_N_LOADED,    \

@@ -44,8 +44,8 @@ void product(const Rows &matrix, T alpha, const A *a, const Vector<const X> &x, 
   for (tnk_int done = 0; done < n; done += lanes) {
     const int count = static_cast<int>(std::min<tnk_int>(lanes, n - done));
     const tnk_int first = downwards ? n - done - count : done;
-    auto sums = row_sums<P>(matrix, a, first, count, x);
-    if (tail) sums = sums + row_sums<P>(matrix, a, first, count, *tail);
+    auto sums = RowSums<P, A, X>(matrix, a, first, count, x).sums;
+    if (tail) sums = sums + RowSums<P, A, X>(matrix, a, first, count, *tail).sums;
     for (int l = 0; l < count; ++l) finish(y.at(first + l), lane(sums, l), kind, factors);
   }
 }
@@ -58,8 +58,8 @@ void sum_of_products(T alpha, const Rows &matrix_a, const A *a, T beta, const Ro
   const auto factor_a = operand_at<P, Width::mixed>(&alpha), factor_b = operand_at<P, Width::mixed>(&beta);
   for (tnk_int first = 0; first < matrix_a.rows; first += lanes) {
     const int count = static_cast<int>(std::min<tnk_int>(lanes, matrix_a.rows - first));
-    const auto sums_a = row_sums<P>(matrix_a, a, first, count, x),
-               sums_b = row_sums<P>(matrix_b, b, first, count, x);
+    const auto sums_a = RowSums<P, A, X>(matrix_a, a, first, count, x).sums,
+               sums_b = RowSums<P, A, X>(matrix_b, b, first, count, x).sums;
     for (int l = 0; l < count; ++l)
       store_result(y.at(first + l), lane(sums_a, l) * factor_a + lane(sums_b, l) * factor_b);
   }

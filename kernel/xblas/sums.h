@@ -96,84 +96,99 @@ template <Path P, class A, class X, class V>
 }
 
 template <Path P, class A, class X> using sum_of_one = sum_of<P, A, X, work<P>>;
-template <Path P, class A, class X> using sums_of_rows = sum_of<P, A, X, quad<work<P>>>;
-
-// Goes on by the element on the diagonal of row i. The imaginary part of a real one is not read, nor is one that is 1.
-template <Path P, class S, class A, class X>
-inline void pass_diagonal(S &sum, const Rows &matrix, const A *a, tnk_int i, const Vector<const X> &x) {
-  constexpr Width W = width_of<A, X>;
-  const A *const element = a + matrix.after.of(i, i);
-  if (matrix.diagonal == Diagonal::stored) {
-    sum = sum + operand_at<P, W>(element, matrix.conjugate_after) * operand_at<P, W>(x.at(i), x.conjugated);
-  } else if (matrix.diagonal == Diagonal::real) {
-    const auto product = operand_at<P, W>(reals(element)) * operand_at<P, W>(x.at(i), x.conjugated);
-    if constexpr (is_complex<A> && !is_complex<X>)
-      sum.re = sum.re + product;
-    else
-      sum = sum + product;
-  } else if constexpr (is_complex<A> <= is_complex<X>) {
-    sum = sum + term_at<P>(x.at(i));
-  }
-}
 
 // The sums of rows `first` to first + count - 1, at most four, with x.
-template <Path P, class A, class X>
-sums_of_rows<P, A, X> row_sums(const Rows &matrix, const A *a, tnk_int first, int count,
-                               const Vector<const X> &x) {
+template <Path P, class A, class X> class RowSums {
+public:
   using One = work<P>;
-  const bool split_rows = matrix.diagonal != Diagonal::none;
-  const tnk_int last = first + count - 1;
-  sums_of_rows<P, A, X> sums{};
+  sum_of<P, A, X, quad<One>> sums{};
 
-  // Columns begin <= k < end of `n` rows from row i on, in the storage of one part.
-  const auto walk = [&](auto lane_type, auto &total, const Places &places, bool conjugated, tnk_int i, int n,
-                        tnk_int begin, tnk_int end) {
+  RowSums(const Rows &matrix, const A *a, tnk_int first, int count, const Vector<const X> &x)
+      : matrix_(matrix), a_(a), first_(first), count_(count), x_(x) {
+    const tnk_int last = first + count - 1;
+    // What all rows have before the diagonal, and behind it.
+    const bool parted = matrix.diagonal != Diagonal::none;
+    const tnk_int begin = matrix.begin(last), end = matrix.end(first);
+    if (!parted && matrix.begin(first) == begin && matrix.end(last) == end) { // as in a full matrix
+      together(before(), begin, end);
+      return;
+    }
+    const tnk_int begin_end = std::max(begin, parted ? std::min(first, end) : end);
+    for (int l = 0; l < count; ++l)
+      alone(l, before(), matrix.begin(first + l), std::min(begin, own_end(l, parted)));
+    together(before(), begin, begin_end);
+    for (int l = 0; l < count; ++l)
+      alone(l, before(), std::max(begin_end, matrix.begin(first + l)), own_end(l, parted));
+    if (!parted) return;
+    for (int l = 0; l < count; ++l) {
+      diagonal(l);
+      alone(l, after(), first + l + 1, std::min(last + 1, matrix.end(first + l)));
+    }
+    together(after(), last + 1, end);
+    for (int l = 0; l < count; ++l) alone(l, after(), std::max(end, last + 1), matrix.end(first + l));
+  }
+
+private:
+  // One part of the rows.
+  struct Part {
+    const Places &places;
+    bool conjugated;
+  };
+  Part before() const { return {matrix_.before, matrix_.conjugate_before}; }
+  Part after() const { return {matrix_.after, matrix_.conjugate_after}; }
+  // Where the first part of row l ends.
+  tnk_int own_end(int l, bool parted) const {
+    const tnk_int end = matrix_.end(first_ + l);
+    return parted ? std::min(first_ + l, end) : end;
+  }
+
+  // Columns begin <= k < end of all rows, and of one row.
+  void together(const Part &part, tnk_int begin, tnk_int end) {
     if (end <= begin) return;
     const real_of<A> *rows[lanes];
-    for (int l = 0; l < lanes; ++l) rows[l] = reals(a + places.of(i + (l < n ? l : n - 1), begin));
-    go_on<P, A, X, decltype(lane_type)>(total, rows,
-                                        {end - begin, 0, places.step(begin), places.half_column, conjugated},
-                                        x.at(begin), x.inc, x.conjugated);
-  };
-  const auto before = [&](auto lane_type, auto &total, tnk_int i, int n, tnk_int begin, tnk_int end) {
-    walk(lane_type, total, matrix.before, matrix.conjugate_before, i, n, begin, end);
-  };
-  const auto after = [&](auto lane_type, auto &total, tnk_int i, int n, tnk_int begin, tnk_int end) {
-    walk(lane_type, total, matrix.after, matrix.conjugate_after, i, n, begin, end);
-  };
-
-  // What all rows have before the diagonal, and behind it.
-  const tnk_int begin = matrix.begin(last), end = matrix.end(first);
-  const bool together = count > 1;
-  const tnk_int to_first = split_rows ? std::min(first, end) : end;
-  const bool common_before = together && begin < to_first;
-  const bool common_after = together && split_rows && last + 1 < end;
-
-  const auto alone = [&](int l, auto &&part) {
-    auto total = lane(sums, l);
-    part(total, first + l);
-    set_lane(sums, l, total);
-  };
-  if (common_before) {
-    for (int l = 0; l < count; ++l)
-      alone(l, [&](auto &total, tnk_int i) { before(One(), total, i, 1, matrix.begin(i), begin); });
-    before(quad<One>(), sums, first, count, begin, to_first);
+    for (int l = 0; l < lanes; ++l) rows[l] = row(part, l < count_ ? l : count_ - 1, begin);
+    go_on<P, A, X, quad<One>>(sums, rows, walk(part, begin, end), x_.at(begin), x_.inc, x_.conjugated);
   }
-  for (int l = 0; l < count; ++l)
-    alone(l, [&](auto &total, tnk_int i) {
-      const tnk_int own_end = matrix.end(i);
-      before(One(), total, i, 1, common_before ? to_first : matrix.begin(i),
-             split_rows ? std::min(i, own_end) : own_end);
-      if (!split_rows) return;
-      pass_diagonal<P>(total, matrix, a, i, x);
-      after(One(), total, i, 1, i + 1, common_after ? last + 1 : own_end);
-    });
-  if (common_after) {
-    after(quad<One>(), sums, first, count, last + 1, end);
-    for (int l = 0; l < count; ++l)
-      alone(l, [&](auto &total, tnk_int i) { after(One(), total, i, 1, end, matrix.end(i)); });
+  void alone(int l, const Part &part, tnk_int begin, tnk_int end) {
+    if (end <= begin) return;
+    const real_of<A> *const only = row(part, l, begin);
+    auto sum = lane(sums, l);
+    go_on<P, A, X, One>(sum, &only, walk(part, begin, end), x_.at(begin), x_.inc, x_.conjugated);
+    set_lane(sums, l, sum);
   }
-  return sums;
-}
+  const real_of<A> *row(const Part &part, int l, tnk_int begin) const {
+    return reals(a_ + part.places.of(first_ + l, begin));
+  }
+  static Walk walk(const Part &part, tnk_int begin, tnk_int end) {
+    return {end - begin, 0, part.places.step(begin), part.places.half_column, part.conjugated};
+  }
+
+  // The imaginary part of a real element is not read, nor is one that is 1.
+  void diagonal(int l) {
+    constexpr Width W = width_of<A, X>;
+    const tnk_int i = first_ + l;
+    const A *const element = a_ + matrix_.after.of(i, i);
+    auto sum = lane(sums, l);
+    if (matrix_.diagonal == Diagonal::stored) {
+      sum = sum +
+            operand_at<P, W>(element, matrix_.conjugate_after) * operand_at<P, W>(x_.at(i), x_.conjugated);
+    } else if (matrix_.diagonal == Diagonal::real) {
+      const auto product = operand_at<P, W>(reals(element)) * operand_at<P, W>(x_.at(i), x_.conjugated);
+      if constexpr (is_complex<A> && !is_complex<X>)
+        sum.re = sum.re + product;
+      else
+        sum = sum + product;
+    } else if constexpr (is_complex<A> <= is_complex<X>) {
+      sum = sum + term_at<P>(x_.at(i));
+    }
+    set_lane(sums, l, sum);
+  }
+
+  const Rows &matrix_;
+  const A *a_;
+  tnk_int first_;
+  int count_;
+  const Vector<const X> &x_;
+};
 
 } // namespace tnk::xblas

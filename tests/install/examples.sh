@@ -31,6 +31,9 @@ amplitude 29.4624' "$("$program" "$data/sunspots.csv" 2>&1)"
   *cholesky)
     same "$program" 'order 500, solved to 13 digits' "$("$program" 2>&1)"
     ;;
+  *refine)
+    same "$program" 'in pairs every digit is right' "$("$program" 2>&1 | tail -1)"
+    ;;
   *product)
     same "$program" '    66.0    78.0    90.0
     78.0    93.0   108.0

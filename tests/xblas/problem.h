@@ -18,7 +18,10 @@ struct Problem {
 
 class Maker {
 public:
-  explicit Maker(unsigned seed) : random_(seed) {}
+  // `listed`: with the products of each result.
+  explicit Maker(unsigned seed, std::vector<tnk_int> sizes = {0, 1, 2, 3, 4, 5, 7, 8, 9, 11},
+                 bool listed = true)
+      : random_(seed), sizes_(std::move(sizes)), listed_(listed) {}
 
   // `order` for routines that have one.
   Problem make(const Routine &r, Data data, int32_t order) {
@@ -30,9 +33,10 @@ public:
     a['o'] = order, a['t'] = one_of({111, 112, 113}), a['T'] = one_of({111, 112, 113});
     a['u'] = one_of({121, 122}), a['d'] = one_of({131, 132}), a['s'] = one_of({141, 142}),
     a['q'] = one_of({191, 192});
-    for (const char size : {'m', 'n', 'k'}) a[size] = one_of({0, 1, 2, 3, 4, 5, 7, 8, 9, 11});
+    for (const char size : {'m', 'n', 'k'})
+      a[size] = sizes_[static_cast<std::size_t>(random_.integer(0, static_cast<tnk_int>(sizes_.size()) - 1))];
     if (r.op == "gemv" || r.op == "gemv2") a['n'] = std::max<tnk_int>(a['n'], 1); // 0 is reported
-    a['l'] = random_.integer(0, 5), a['v'] = random_.integer(0, 5);
+    a['l'] = random_.integer(0, sizes_.back() / 2), a['v'] = random_.integer(0, sizes_.back() / 2);
     for (const char increment : {'i', 'j', 'e'}) a[increment] = one_of({1, 1, 2, -1, -3});
     a.alpha = chosen_factor(), a.beta = chosen_factor();
     fill();
@@ -165,7 +169,7 @@ private:
   void rows_times(const Matrix &a, const std::vector<Number> &x, const std::vector<Number> *tail,
                   const std::function<tnk_int(tnk_int)> &place,
                   const std::function<Number(tnk_int)> &before) {
-    for (tnk_int i = 0; i < a.rows; ++i) {
+    for (tnk_int i = 0; listed_ && i < a.rows; ++i) {
       Result result{place(i), {}, {}, before(i)};
       for (tnk_int k = 0; k < a.columns; ++k) {
         const auto entry = a.at(i, k);
@@ -233,7 +237,7 @@ private:
       matrix_vector(a);
       const auto x = p_.results;
       for (auto &result : p_.results) result.more = result.products;
-      for (tnk_int i = 0; i < m; ++i)
+      for (tnk_int i = 0; listed_ && i < m; ++i)
         for (tnk_int j = 0; j < n; ++j)
           p_.results[static_cast<std::size_t>(i)].more[static_cast<std::size_t>(j)].a = b.values[b.at(i, j)];
     } else if (starts("ge") && op != "gemm") {
@@ -271,6 +275,8 @@ private:
   }
 
   Random random_;
+  std::vector<tnk_int> sizes_;
+  bool listed_;
   Data data_ = Data::random;
   bool by_columns_ = true;
   Problem p_;

@@ -1,0 +1,82 @@
+// The arguments of extended-precision routines, one after another: each is checked when it is named, so that a routine
+// chains its questions with && in the order of its list, and positions count themselves.
+#pragma once
+
+#include "host/dispatch/check.h"
+#include "host/routines/element.h"
+#include <tnk/xblas.h>
+
+namespace tnk::host::xblas {
+
+// An array of any type.
+struct Array {
+  template <class T> Array(const T *first) : address(first), most(elements_in_memory<T>) {}
+  const void *address;
+  tnk_int most; // elements that fit into memory
+};
+
+class Arguments {
+public:
+  explicit Arguments(const char *routine) : check_(routine) {}
+
+  bool order(int32_t value) { return enumeration("order", value, 101, 102); }
+  bool trans(int32_t value, const char *name = "trans") { return enumeration(name, value, 111, 113); }
+  bool uplo(int32_t value) { return enumeration("uplo", value, 121, 122); }
+  bool diag(int32_t value) { return enumeration("diag", value, 131, 132); }
+  bool side(int32_t value) { return enumeration("side", value, 141, 142); }
+  bool conj() { return ++position_, true; }
+  bool prec(int32_t value) { return enumeration("prec", value, 211, 214); }
+  bool prec() { return true; }
+
+  bool size(const char *name, tnk_int value) { return check_.dimension(++position_, name, &value); }
+  // Diagonals beside the main one. What is added to it stays far from the largest integer.
+  bool bandwidth(const char *name, tnk_int value) {
+    return check_.range(++position_, name, value, 0, memory_bytes);
+  }
+  template <class F> bool factor(const char *name, F value) {
+    ++position_;
+    if constexpr (std::is_pointer_v<F>)
+      return check_.address(position_, name, value);
+    else
+      return true;
+  }
+  // One element, or a part of a vector whose increment comes later.
+  bool array(const char *name, const Array &a, bool touched) {
+    ++position_;
+    return !touched || check_.address(position_, name, a.address);
+  }
+  // An increment, with which n elements have to fit into memory.
+  bool increment(const char *name, tnk_int value, const Array &a, tnk_int n);
+  bool vector(const char *name, const Array &a, bool touched, const char *increment_name, tnk_int inc,
+              tnk_int n) {
+    return array(name, a, touched) && increment(increment_name, inc, a, touched ? n : 0);
+  }
+  // Lines of `line` elements, `ld` apart, which must be `least` at least.
+  bool matrix(const char *name, const Array &a, bool touched, const char *ld_name, tnk_int ld, tnk_int least,
+              tnk_int lines);
+  // One triangle of n by n without gaps.
+  bool packed(const char *name, const Array &a, bool touched, tnk_int n);
+
+private:
+  bool enumeration(const char *name, int32_t value, int32_t first, int32_t last) {
+    return check_.range(++position_, name, value, first, last);
+  }
+  Check check_;
+  int position_ = 0;
+};
+
+// Whether a factor is exactly 0, so far as one is given.
+template <class F> bool is_nothing(F value) {
+  if constexpr (std::is_pointer_v<F>)
+    return value && value->re == 0 && value->im == 0;
+  else
+    return value == 0;
+}
+template <class F> bool is_unity(F value) {
+  if constexpr (std::is_pointer_v<F>)
+    return value && value->re == 1 && value->im == 0;
+  else
+    return value == 1;
+}
+
+} // namespace tnk::host::xblas

@@ -1,0 +1,154 @@
+// The checked routines: what they refuse, and that a good call is its kernel's, on any number of threads.
+#include "support/allocations.h"
+#include "support/error_recorder.h"
+#include "tests/xblas/problem.h"
+#include <tnk/xblas.hpp>
+
+namespace {
+
+using namespace tnk::test;
+
+constexpr const char *public_prefix = "tnk_xblas_", *kernel_prefix = "tnk_xblas_BLAS_";
+
+int32_t best(const Routine &r) {
+  return r.has_prec ? 214 : 212;
+}
+std::vector<unsigned char> result_of(const Problem &p, const char *prefix) {
+  Array &y = *p.arguments.arrays.at('y');
+  const auto before = y.bytes();
+  call_value(p.r, p.arguments, best(p.r), prefix);
+  const auto after = y.bytes();
+  y.restore(before);
+  return after;
+}
+
+// The arguments' names, as the header has them.
+std::string name_of(const Routine &r, char letter) {
+  const std::map<char, std::string> names = {
+      {'o', "order"}, {'t', "trans"}, {'T', "transb"}, {'u', "uplo"}, {'d', "diag"}, {'s', "side"},
+      {'m', "m"},     {'n', "n"},     {'k', "k"},      {'l', "kl"},   {'v', "ku"},   {'a', "a"},
+      {'b', "b"},     {'x', "x"},     {'h', "tail_x"}, {'y', "y"},    {'w', "w"},    {'L', "lda"},
+      {'M', "ldb"},   {'i', "incx"},  {'j', "incy"},   {'e', "incw"}, {'C', "ldc"}};
+  if (letter == 't' && r.op == "gemm") return "transa";
+  if (r.op == "dot") return letter == 'b' ? "y" : letter == 'y' ? "r" : names.at(letter);
+  if (r.op == "sum" && letter == 'y') return "sum";
+  if (r.op == "waxpby") return letter == 'b' ? "y" : letter == 'y' ? "w" : names.at(letter);
+  if (r.op == "spmv" || r.op == "hpmv") return letter == 'a' ? "ap" : names.at(letter);
+  if (r.op[0] == 't')
+    return letter == 'a'   ? r.op == "tpmv" ? "tp" : "t"
+           : letter == 'L' ? "ldt"
+           : letter == 'y' ? "x"
+           : letter == 'j' ? "incx"
+                           : names.at(letter);
+  if (r.has('h') && letter == 'x') return "head_x";
+  if (r.has('C')) return letter == 'x' ? "b" : letter == 'y' ? "c" : names.at(letter);
+  return names.at(letter);
+}
+
+TEST(XblasPublic, RunsTheKernelsOnAnyNumberOfThreads) {
+  Maker small(10), vectors(11, {397, 401}, false), matrices(12, {66, 95}, false);
+  for (const Routine &r : routines()) {
+    const Problem p = small.make(r, Data::random, 101);
+    EXPECT_TRUE(result_of(p, public_prefix) == result_of(p, kernel_prefix)) << r.name;
+  }
+  for (const char *const name : {"dgemv_x", "zgemv2_c_z_x", "dgbmv_d_s_x", "zgbmv2_x", "dge_sum_mv_x",
+                                 "dgemm_x", "zgemm_z_c_x", "csymm_x", "zhemm_x", "dsymv_x"})
+    for (int round = 0; round < 12; ++round) {
+      const Routine r = decoded(name);
+      Maker &maker = r.has('C') ? matrices : vectors;
+      const Problem p = maker.make(r, Data::random, round % 2 ? 101 : 102);
+      const auto expected = result_of(p, kernel_prefix);
+      for (const int threads : {1, 2, 5}) {
+        tnk_set_num_threads(threads);
+        ASSERT_TRUE(result_of(p, public_prefix) == expected) << name << " on " << threads;
+      }
+      tnk_set_num_threads(0);
+    }
+}
+
+TEST(XblasPublic, RefusesEachBadArgumentByItsName) {
+  Maker maker(13, {3, 4, 7});
+  ErrorRecorder recorder;
+  for (const Routine &r : routines()) {
+    const auto refused = [&](const Arguments &arguments, char letter, int32_t prec, const std::string &what) {
+      const auto before =
+          arguments.arrays.count('y') ? arguments.arrays.at('y')->bytes() : std::vector<unsigned char>();
+      call_value(r, arguments, prec, public_prefix);
+      const auto seen = recorder.last();
+      EXPECT_EQ(recorder.bad_argument().substr(0, 10), "tnk_xblas_") << r.name << what;
+      EXPECT_EQ(seen.routine, public_prefix + r.name);
+      EXPECT_EQ(seen.position, letter == 'p' ? static_cast<int>(r.list().size()) + 1 : r.position(letter));
+      EXPECT_EQ(seen.argument, letter == 'p' ? "prec" : name_of(r, letter));
+      if (!before.empty()) {
+        EXPECT_TRUE(arguments.arrays.at('y')->bytes() == before) << r.name << what;
+      }
+    };
+    Problem p = maker.make(r, Data::random, 102);
+    p.arguments.alpha = 2, p.arguments.beta = 3;
+    for (const char letter : r.list()) {
+      if (std::string("ABq").find(letter) != std::string::npos) continue;
+      Arguments bad = p.arguments;
+      if (bad.arrays.count(letter)) {
+        bad.arrays.erase(letter);
+        bad[letter] = 0;
+      } else {
+        const bool size = std::string("mnklv").find(letter) != std::string::npos;
+        bad[letter] = size ? -1 : 0;
+      }
+      refused(bad, letter, best(r), std::string(" ") + letter);
+      if (std::string("ijeLMC").find(letter) == std::string::npos) continue;
+      bad[letter] = tnk_int{1} << 60; // no memory has such an array
+      refused(bad, letter, best(r), std::string(" large ") + letter);
+    }
+    if (r.has_prec)
+      for (const int32_t prec : {210, 215}) refused(p.arguments, 'p', prec, " prec");
+  }
+  tnk_complex16 r = {};
+  tnk_xblas_zdot_x(0, 0, nullptr, &r, 1, &r, &r, 1, &r, 214);
+  EXPECT_EQ(recorder.take().argument, "alpha");
+}
+
+TEST(XblasPublic, SolvesWithoutMemoryReportAndLeaveX) {
+  ErrorRecorder recorder;
+  const tnk_complex16 t[] = {{2, 0}, {1, 1}, {0, 0}, {3, 1}}, alpha = {1, 0};
+  for (const int refuse : {0, 1, 2}) {
+    tnk_complex16 x[] = {{4, 0}, {5, 0}};
+    allocations.reset();
+    allocations.refuse = refuse;
+    tnk_xblas_ztrsv_x(102, 122, 111, 131, 2, &alpha, t, 2, x, 1, 214);
+    const auto seen = recorder.take();
+    EXPECT_EQ(allocations.live, 0);
+    EXPECT_EQ(seen.count, refuse > 0);
+    if (refuse == 0) continue;
+    EXPECT_EQ(seen.kind, TNK_ERROR_MEMORY);
+    EXPECT_EQ(seen.routine, "tnk_xblas_ztrsv_x");
+    EXPECT_EQ(x[0].re + x[1].re, 9);
+  }
+}
+
+// Pairs of types have an overload where the list has a routine.
+template <class T, class X, class Y>
+auto has_dot(int)
+    -> decltype(tnk::xblas::dot(tnk::xblas::conjugation::none, 1, T(), static_cast<const X *>(nullptr), 1,
+                                T(), static_cast<const Y *>(nullptr), 1, static_cast<T *>(nullptr)),
+                std::true_type());
+template <class, class, class> std::false_type has_dot(...);
+static_assert(decltype(has_dot<double, float, double>(0))::value &&
+              decltype(has_dot<Number, Number, double>(0))::value);
+static_assert(!decltype(has_dot<float, double, float>(0))::value &&
+              !decltype(has_dot<Number, float, Number>(0))::value &&
+              !decltype(has_dot<double, double, double>(0))::value); // its own types: with a precision alone
+
+TEST(XblasPublic, OverloadsPassArgumentsOn) {
+  using namespace tnk::xblas;
+  const Number a[] = {{1, 2}, {0, 0}, {3, -1}, {2, 0}};
+  const std::complex<float> x[] = {{1, 1}, {0, 2}};
+  Number y[] = {{5, 0}, {0, 5}};
+  gemv(ordering::by_columns, operation::conjugate_transposed, 2, 2, Number(0, 1), a, 2, x, 1, Number(2, 0), y,
+       1, precision::extra);
+  // conj(a_0) x_0 = 3 - i; conj(a_2) x_0 + conj(a_3) x_1 = 2 + 8i
+  EXPECT_EQ(y[0], Number(10 + 1, 3));
+  EXPECT_EQ(y[1], Number(-8, 10 + 2));
+}
+
+} // namespace
