@@ -13,6 +13,7 @@ from __future__ import annotations
 
 import contextlib
 import contextvars
+import inspect
 import operator
 import os
 import sys
@@ -23,12 +24,12 @@ import numpy as np
 from numpy.fft import fftfreq, fftshift, ifftshift, rfftfreq
 from numpy.typing import ArrayLike
 
-from ._descriptors import Declined
 from ._layout import transform
+from . import _trig
 
 __all__ = [
     "fft", "ifft", "rfft", "irfft", "hfft", "ihfft", "fft2", "ifft2", "rfft2", "irfft2", "fftn", "ifftn", "rfftn",
-    "irfftn", "fftfreq", "rfftfreq", "fftshift", "ifftshift", "set_workers", "get_workers",
+    "irfftn", "dct", "idct", "dctn", "idctn", "dst", "idst", "dstn", "idstn", "fftfreq", "rfftfreq", "fftshift", "ifftshift", "set_workers", "get_workers",
 ]  # fmt: skip
 
 # ---- Arguments ------------------------------------------------------------------------------------------------------
@@ -394,11 +395,110 @@ def irfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] 
     return _c2r(x, s, axes, norm, workers)
 
 
+# ---- Cosines and sines ------------------------------------------------------------------------------------------------------
+
+
+def _prepared(x: ArrayLike, s: Any, axes: Any) -> tuple[np.ndarray, list[int]]:
+    array = _floating(x)
+    places, lengths = _places(array, s, axes, False)
+    return _resized(array, places, lengths), places
+
+
+def dct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+        overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+        ) -> np.ndarray:  # fmt: skip
+    """Compute the discrete cosine transform along an axis.
+
+    Parameters
+    ----------
+    x : array_like
+        Real numbers; of complex ones both parts are transformed.
+    type : {1, 2, 3, 4}, optional
+        Type of the transform, as SciPy defines them.
+    n, axis, norm
+        As in `fft`, the transform of "backward" being a sum without a factor, twice the published one.
+    overwrite_x, workers
+        Accepted; rows are cut over the library's threads, see `tnk.set_num_threads`.
+    orthogonalize : bool, optional
+        Whether the first number, of type 1 the last one too, is scaled so that the matrix is orthogonal up to a factor;
+        by default where `norm` is "ortho".
+
+    Returns
+    -------
+    ndarray
+        Of the shape of `x`, with n along the axis.
+
+    Raises
+    ------
+    ValueError
+        If `type`, `norm` or n are none.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.dct([1.0, 1.0, 1.0, 1.0, 1.0], type=1)
+    array([8., 0., 0., 0., 0.])
+    """
+    return _trig.transform(x, "c", False, type, _one(n), [axis], norm, orthogonalize, _prepared)
+
+
+def idct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+         ) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dct`, whose parameters these are."""
+    return _trig.transform(x, "c", True, type, _one(n), [axis], norm, orthogonalize, _prepared)
+
+
+def dst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+        overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+        ) -> np.ndarray:  # fmt: skip
+    """Compute the discrete sine transform along an axis; parameters are those of `dct`."""
+    return _trig.transform(x, "s", False, type, _one(n), [axis], norm, orthogonalize, _prepared)
+
+
+def idst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+         ) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dst`."""
+    return _trig.transform(x, "s", True, type, _one(n), [axis], norm, orthogonalize, _prepared)
+
+
+def dctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+         orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute `dct` along several axes, all by default; `s` has the lengths along them."""
+    return _trig.transform(x, "c", False, type, s, axes, norm, orthogonalize, _prepared)
+
+
+def idctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dctn`."""
+    return _trig.transform(x, "c", True, type, s, axes, norm, orthogonalize, _prepared)
+
+
+def dstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+         orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute `dst` along several axes."""
+    return _trig.transform(x, "s", False, type, s, axes, norm, orthogonalize, _prepared)
+
+
+def idstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dstn`."""
+    return _trig.transform(x, "s", True, type, s, axes, norm, orthogonalize, _prepared)
+
+
 # ---- A backend of scipy.fft --------------------------------------------------------------------------------------------------
 
 _DOMAIN = "numpy.scipy.fft"
 COVERED = ("fft", "ifft", "rfft", "irfft", "hfft", "ihfft", "fft2", "ifft2", "rfft2", "irfft2", "fftn", "ifftn",
-            "rfftn", "irfftn")  # fmt: skip
+           "rfftn", "irfftn", "dct", "idct", "dctn", "idctn", "dst", "idst", "dstn", "idstn")  # fmt: skip
+
+
+_signatures = {name: inspect.signature(globals()[name]) for name in COVERED}
 
 
 def __getattr__(name: str) -> Any:
@@ -416,12 +516,13 @@ def __ua_function__(method: Callable, args: tuple, kwargs: dict) -> Union[np.nda
     name, kwargs = method.__name__, dict(kwargs)
     if name not in COVERED or kwargs.pop("plan", None) is not None:
         return NotImplemented
-    axes = kwargs.get("axes", args[2] if len(args) > 2 and name[-1] in "n2" else None)
-    if axes is not None and np.ndim(axes) == 1 and len({a % np.ndim(args[0] if args else kwargs["x"]) for a in axes}) < len(axes):
-        return NotImplemented
-    if kwargs.get("workers") is None and len(args) < 6:
-        kwargs["workers"] = sys.modules["scipy.fft"].get_workers()
     try:
-        return globals()[name](*args, **kwargs)
-    except (ValueError, TypeError, IndexError, Declined):
+        given = _signatures[name].bind(*args, **kwargs).arguments
+        axes = given.get("axes")
+        if axes is not None and np.ndim(axes) == 1 and len({a % np.ndim(given["x"]) for a in axes}) < len(axes):
+            return NotImplemented  # an error there
+        if given.get("workers") is None:
+            given["workers"] = sys.modules["scipy.fft"].get_workers()
+        return globals()[name](**given)
+    except (ValueError, TypeError, IndexError):
         return NotImplemented

@@ -79,6 +79,32 @@ def test_several_axes(dtype, workers):
             close(result, getattr(np.fft, name)(wide, s, axes, norm), dtype in ("f4", "c8"))
 
 
+@pytest.mark.parametrize("dtype", ["f4", "f8", "c16"])
+def test_cosines_and_sines(dtype):
+    other = pytest.importorskip("scipy.fft")
+    rng = np.random.default_rng(5)
+    for n in (1, 2, 3, 4, 9, 50):
+        x = numbers(rng, (3, n, 2), dtype)
+        for name in ("dct", "idct", "dst", "idst"):
+            for kind in (1, 2, 3, 4):
+                for norm in NORMS:
+                    for orthogonalize in (None,) if dtype == "c16" else (None, True, False):
+                        if (n, kind, name[-2]) == (1, 1, "c"):
+                            continue
+                        options = {"axis": 1, "norm": norm, "orthogonalize": orthogonalize}
+                        expected = getattr(other, name)(x, kind, **options)
+                        result = getattr(fft, name)(x, kind, **options)
+                        assert result.dtype == expected.dtype
+                        assert np.allclose(result, expected, rtol=0, atol=1e-4 if dtype == "f4" else 1e-11)
+    y = numbers(rng, (5, 6, 7), dtype)
+    for name in ("dctn", "idctn", "dstn", "idstn"):
+        for s, axes in [(None, None), (None, (0, 2)), ((6, 4), (0, 2)), ((3, 4), None)]:
+            result = getattr(fft, name)(y, s=s, axes=axes)
+            assert np.allclose(result, getattr(other, name)(y, s=s, axes=axes), rtol=0, atol=1e-3 if dtype == "f4" else 1e-10)
+    with pytest.raises(ValueError, match="type is 5"):
+        fft.dct(y, 5)
+
+
 def test_lengths_batches_and_a_repeated_axis():
     rng = np.random.default_rng(3)
     for shape, axis in [((2**16,), 0), ((9973,), 0), ((300, 400), 0), ((400, 300), 1), ((3, 50, 70), 1), ((40, 30, 2, 20), 1)]:

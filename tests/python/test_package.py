@@ -13,7 +13,7 @@ import tnk
 import tnk.signal
 
 
-@pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.sparse"])
+@pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.sparse"])
 def test_examples(name):
     if name == "tnk.sparse":
         pytest.importorskip("scipy.sparse")
