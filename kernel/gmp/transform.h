@@ -33,13 +33,13 @@ inline bool from_digits(limb *r, const double *digits, int32_t n) {
     return bits;
   };
   const int64_t bias = bits_of(to_units);
-  f64x4 farthest{};
+  f64x4 doubts{};
   signed_wide carry = 0;
   for (int32_t i = 0; i < n; ++i) {
     const f64x4 sums = loadu<f64x4>(digits + digits_per_limb * int64_t{i});
     const f64x4 whole = _mm256_floor_pd(sums + splat<f64x4>(0.5));
     const f64x4 distance = _mm256_andnot_pd(splat<f64x4>(-0.0), sums - whole);
-    farthest = _mm256_max_pd(distance, farthest);
+    doubts = _mm256_or_pd(doubts, _mm256_cmp_pd(distance, splat<f64x4>(doubtful), _CMP_NLT_UQ));
     int64_t units[digits_per_limb];
     storeu(units, whole + splat<f64x4>(to_units));
     for (int j = 0; j < digits_per_limb; ++j)
@@ -47,7 +47,7 @@ inline bool from_digits(limb *r, const double *digits, int32_t n) {
     r[i] = static_cast<limb>(carry);
     carry >>= limb_bits;
   }
-  return _mm256_movemask_pd(_mm256_cmp_pd(farthest, splat<f64x4>(doubtful), _CMP_NLT_UQ)) == 0;
+  return _mm256_movemask_pd(doubts) == 0;
 }
 
 // a modulo 2^64 - 1, which may stand for 0 as well: limbs and the carries among them, added up.

@@ -21,9 +21,9 @@ limb divide_long(limb *q, limb *n, int32_t nn, const limb *d, int32_t dn) {
     wide left = join(window[dn], window[dn - 1]);
     limb quotient;
     if (__builtin_expect(left == d_top, 0)) {
+      // The window is below 2^64 d, but by less than d, whose lower limbs alone tell them apart.
       quotient = ~limb{0};
-      limb over = window[dn] - submul_1(window, d, dn, quotient);
-      for (; over; --quotient) over += add_n(window, window, d, dn);
+      submul_1(window, d, dn, quotient);
     } else {
       quotient = divide_3_by_2(high(left), low(left), window[dn - 2], d_top, inverse, left);
       const limb borrow = submul_1(window, d, dn - 2, quotient);

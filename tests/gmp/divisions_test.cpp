@@ -1,0 +1,255 @@
+// Divisions of limbs and of magnitudes, and the modular powers below powm.
+#include "tests/gmp/limbs.h"
+#include <functional>
+
+namespace {
+
+using namespace tnk::test;
+
+// A dividend for d with q and r, or one that makes estimates of the quotient too large: top limbs as the divisor's.
+Limbs dividend(Random &random, const Limbs &d, int32_t qn, int kind) {
+  const int32_t nn = count(d) + qn;
+  const auto of = [&](const Integer &x) {
+    Limbs n = x.limbs();
+    n.resize(static_cast<std::size_t>(nn));
+    return n;
+  };
+  const Integer q = value(made(random, qn, kind % 2 ? ones : any));
+  if (kind < 2) return of(q * value(d) + value(d) - 1);
+  if (kind < 4) return of(q * value(d));
+  Limbs n = made(random, nn, kind % patterns);
+  if (kind < 6) std::copy(d.begin(), d.end(), n.end() - count(d)); // as high as the divisor
+  if (kind < 6 && qn) --*(n.end() - count(d));                     // below it, in the lowest limb or in all
+  return n;
+}
+
+using Divide = std::function<limb(limb *, limb *, const limb *, int32_t, const limb *, int32_t)>;
+const std::pair<const char *, Divide> methods[] = {
+    {"long", tnk_gmp_mpl_divqr_long}, {"sq", tnk_gmp_mpl_divqr_sq}, {"dc", tnk_gmp_mpl_divqr_dc}};
+
+void expect_division(const char *name, const Divide &divide, const Limbs &n, const Limbs &d) {
+  const int32_t nn = count(n), dn = count(d), qn = nn - dn;
+  Written q(static_cast<std::size_t>(qn), page_end), r(d.size(), page_end), in_place(n, page_end);
+  const Integer highest = divide(q.data(), r.data(), n.data(), nn, d.data(), dn);
+  const Integer quotient = value(q) + shifted(highest, qn);
+  EXPECT_EQ(quotient * value(d) + value(r), value(n)) << name << ' ' << nn << " by " << dn;
+  EXPECT_TRUE(value(r) < value(d)) << name << ' ' << nn << " by " << dn;
+  const Integer again = divide(q.data(), in_place.data(), in_place.data(), nn, d.data(), dn);
+  EXPECT_EQ(value(q) + shifted(again, qn), quotient) << name << " in place";
+  EXPECT_EQ(value(in_place.data(), dn), value(r)) << name << " in place";
+}
+
+TEST(Limbs, Divisions) {
+  Random random;
+  for (const int32_t dn : {2, 3, 4, 7, 11, 12, 32, 33, 40, 41, 64, 85, 130})
+    for (const int32_t qn : {0, 1, 2, 7, 8, 9, 17, 40, 41, 47, 90, 170})
+      for (int kind = 0; kind < (dn * qn < 2000 ? 10 : 4); ++kind) {
+        Limbs d = number(random, dn, kind % 3 ? runs : any);
+        if (kind % 2) d.back() |= limb{1} << 63;
+        const Limbs n = dividend(random, d, qn, kind);
+        for (const auto &[name, divide] : methods)
+          if (qn < 20 || *name != 's') expect_division(name, divide, n, d);
+        Written q(static_cast<std::size_t>(qn), page_end);
+        const limb highest = tnk_gmp_mpl_divq_sq(q.data(), n.data(), qn + dn, d.data(), dn);
+        EXPECT_EQ(value(q) + shifted(Integer(highest), qn), value(n) / value(d)) << "sq " << dn << ' ' << qn;
+      }
+}
+
+// The remainder alone and the quotient alone, and lengths at which blocks halve several times.
+TEST(Limbs, LongDivisions) {
+  Random random;
+  for (const auto &[dn, qn] : std::initializer_list<std::pair<int32_t, int32_t>>{
+           {500, 500}, {1000, 333}, {333, 2000}, {160, 5000}}) {
+    Limbs d = number(random, dn, runs), n = made(random, dn + qn, runs);
+    const auto size = static_cast<std::size_t>(qn);
+    Written q(size, page_end), r(d.size(), page_end), r_alone(d.size(), page_end);
+    Limbs product(n.size() + 1), q_alone(size);
+    const auto *p = n.data();
+    const limb highest = tnk_gmp_mpl_divqr_dc(q.data(), r.data(), p, dn + qn, d.data(), dn);
+    EXPECT_EQ(tnk_gmp_mpl_divqr_dc(q_alone.data(), nullptr, p, dn + qn, d.data(), dn), highest);
+    EXPECT_EQ(tnk_gmp_mpl_divqr_dc(nullptr, r_alone.data(), p, dn + qn, d.data(), dn), highest);
+    Limbs whole(q.data(), q.data() + qn);
+    EXPECT_TRUE(whole == q_alone && value(r) == value(r_alone));
+    whole.push_back(highest);
+    EXPECT_TRUE(residues(whole.data(), qn + 1) * residues(d.data(), dn) + residues(r.data(), dn) ==
+                    residues(p, dn + qn) ||
+                !"q d + r is not n")
+        << qn;
+    EXPECT_LT(tnk_gmp___gmpn_cmp(r.data(), d.data(), dn), 0);
+  }
+}
+
+TEST(Limbs, StepsOfTheRecursion) {
+  Random random;
+  for (const int32_t s : {1, 3, 8, 9, 10, 16, 18, 22, 64})
+    for (int kind = 0; kind < 12; ++kind)
+      for (const bool four : {true, false}) {
+        if (!four && s % 2) continue;
+        Limbs d = number(random, 2 * s, kind % 2 ? runs : any);
+        d.back() |= limb{1} << 63;
+        const int32_t qn = four ? 2 * s : s;
+        Limbs n = dividend(random, d, qn, kind % 10);
+        if (tnk_gmp___gmpn_cmp(n.data() + qn, d.data(), 2 * s) >= 0) n.back() = 0;
+        const Integer all = value(n);
+        Written q(static_cast<std::size_t>(qn), page_end);
+        (four ? tnk_gmp_tnk_gmp_div_n4_d2 : tnk_gmp_tnk_gmp_div_n3_d2)(q.data(), n.data(), d.data(), s);
+        EXPECT_EQ(value(q) * value(d) + value(n.data(), 2 * s), all) << s << " kind " << kind;
+        EXPECT_LT(tnk_gmp___gmpn_cmp(n.data(), d.data(), 2 * s), 0) << s << " kind " << kind;
+      }
+}
+
+TEST(Limbs, DivisionsByFew) {
+  Random random;
+  for (int round = 0; round < 2000; ++round) {
+    const int32_t nn = static_cast<int32_t>(random.integer(2, 9));
+    const Limbs n = made(random, nn, round % patterns);
+    const auto narrow = [&](limb x) { return std::max<limb>(x >> random.integer(0, 63), 1); };
+    const limb d1 = narrow(made(random, 1, round / 7 % patterns)[0]),
+               d0 = made(random, 1, round % patterns)[0];
+    const Limbs d{d0, d1};
+    const Integer one(d1), two = value(d);
+    Written q(n), short_q(n.size() - 2, page_end);
+    limb r[2];
+    EXPECT_EQ(Integer(tnk_gmp_mpn_divmod_1(q.data(), q.data(), nn, d1)), value(n) % one);
+    EXPECT_EQ(value(q), value(n) / one);
+    EXPECT_EQ(Integer(tnk_gmp_mpn_mod_1(n.data(), nn, d1)), value(n) % one);
+    const limb highest = tnk_gmp_tnk_gmp_divmod_2(short_q.data(), r, n.data(), nn, d.data());
+    EXPECT_EQ(value(short_q) + shifted(Integer(highest), nn - 2), value(n) / two);
+    EXPECT_EQ(value(r, 2), value(n) % two);
+
+    Written third(n);
+    const Integer left = tnk_gmp_mpn_divexact_by3(third.data(), third.data(), nn);
+    EXPECT_EQ(value(third) * 3, value(n) + shifted(left, nn));
+
+    const Limbs normal{d0, d1 | limb{1} << 63};
+    Limbs three = (value(n) % (value(normal) * Integer::power_of_two(64))).limbs();
+    three.resize(3);
+    EXPECT_EQ(Integer(tnk_gmp_mpl_divq_3_by_2(three[2], three[1], three[0], normal[1], normal[0])),
+              value(three) / value(normal));
+  }
+}
+
+TEST(Limbs, Jacobi) {
+  // From squares modulo the primes of b.
+  const auto by_definition = [](limb a, limb b) {
+    int symbol = 1;
+    for (limb p = 3; p <= b; p += 2)
+      for (; b % p == 0; b /= p) {
+        bool square = false;
+        for (limb x = 1; x < p && !square; ++x) square = x * x % p == a % p;
+        symbol *= a % p == 0 ? 0 : square ? 1 : -1;
+      }
+    return symbol;
+  };
+  for (limb b = 1; b < 120; b += 2)
+    for (limb a = 0; a < 2 * b + 3; ++a)
+      EXPECT_EQ(tnk_gmp_mpn_jacobi_base(a, b), by_definition(a, b)) << a << ' ' << b;
+  // Large ones by the laws: multiplicative above, periodic, 2 and -1 by remainders modulo 8.
+  Random random;
+  for (int round = 0; round < 500; ++round) {
+    const limb b = made(random, 1, any)[0] | 1, a = made(random, 1, any)[0];
+    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(a, b), tnk_gmp_mpn_jacobi_base(a % b, b));
+    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(2, b), b % 8 == 1 || b % 8 == 7 || b == 1 ? 1 : -1);
+    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(b - 1, b), b % 4 == 1 ? 1 : -1);
+    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(a, 3) * tnk_gmp_mpn_jacobi_base(a, 5), tnk_gmp_mpn_jacobi_base(a, 15));
+  }
+}
+
+// An integer of the kernel's.
+class Record : public tnk_gmp_integer {
+public:
+  explicit Record(const Integer &x) : tnk_gmp_integer{0, 0, nullptr} {
+    const Limbs limbs = x.limbs();
+    alloc = std::max(count(limbs), 1);
+    d = static_cast<limb *>(tnk_gmp_tnk_gmp_allocate(sizeof(limb) * static_cast<std::size_t>(alloc)));
+    std::copy(limbs.begin(), limbs.end(), d);
+    size = x.sign() < 0 ? -count(limbs) : count(limbs);
+  }
+  Record(const Record &) = delete;
+  Record &operator=(const Record &) = delete;
+  ~Record() { tnk_gmp_tnk_gmp_free(d, sizeof(limb) * static_cast<std::size_t>(alloc)); }
+  Integer get() const {
+    EXPECT_LE(std::abs(size), alloc);
+    EXPECT_TRUE(size == 0 || d[std::abs(size) - 1] != 0);
+    return {d, std::abs(size), size < 0};
+  }
+};
+
+// Through every row of the choice of methods, results in place of either operand.
+TEST(Magnitudes, Divisions) {
+  Random random;
+  for (const int32_t dn : {1, 2, 3, 32, 33, 50})
+    for (const int32_t more : {-1, 0, 1, 8, 9, 30})
+      for (int kind = 0; kind < 6; ++kind) {
+        const Integer d = value(number(random, dn, kind)),
+                      n = value(made(random, dn + more, (kind + 1) % patterns));
+        const Integer quotient = n / d, rest = n % d;
+        for (int place = 0; place < 6; ++place) {
+          const auto with = [&](auto call) {
+            Record x(kind % 2 ? -n : n), y(kind % 3 ? d : -d), other(7), another(-9);
+            call(&x, &y, &other, &another);
+          };
+          with([&](Record *x, Record *y, Record *q, Record *r) {
+            if (place == 1 || place == 5) q = x;
+            if (place == 2) q = y;
+            if (place == 3) r = x;
+            if (place == 4 || place == 5) r = y;
+            tnk_gmp_tnk_gmp_div_qr(q, r, x, y);
+            EXPECT_EQ(q->get(), quotient) << dn << ' ' << more << " place " << place;
+            EXPECT_EQ(r->get(), rest) << dn << ' ' << more << " place " << place;
+          });
+          if (place > 2) continue;
+          with([&](Record *x, Record *y, Record *other, Record *) {
+            Record *const q = place == 1 ? x : place == 2 ? y : other;
+            tnk_gmp_tnk_gmp_div_q(q, x, y);
+            EXPECT_EQ(q->get(), quotient) << dn << ' ' << more << " place " << place;
+          });
+          with([&](Record *x, Record *y, Record *other, Record *) {
+            Record *const r = place == 1 ? x : place == 2 ? y : other;
+            tnk_gmp_tnk_gmp_div_r(r, x, y);
+            EXPECT_EQ(r->get(), rest) << dn << ' ' << more << " place " << place;
+          });
+          const auto bits = static_cast<uint64_t>(random.integer(0, 64 * (dn + 2)));
+          with([&](Record *x, Record *, Record *q, Record *r) {
+            if (place == 1) q = x;
+            if (place == 2) r = x;
+            tnk_gmp_tnk_gmp_divqr_2exp(q, r, x, bits);
+            EXPECT_EQ(q->get(), n / Integer::power_of_two(bits)) << bits;
+            EXPECT_EQ(r->get(), n % Integer::power_of_two(bits)) << bits;
+          });
+        }
+      }
+}
+
+TEST(Magnitudes, Powers) {
+  Random random;
+  const auto modulo = [](const Integer &x, const Integer &m) { return (x % m + m) % m; };
+  for (int round = 0; round < 150; ++round) {
+    const int32_t n = static_cast<int32_t>(random.integer(1, 6));
+    const Integer m = round % 10 == 0 ? Integer(1) : value(number(random, n, round % patterns));
+    Integer b = value(made(random, static_cast<int32_t>(random.integer(0, 7)), any));
+    if (round % 3 == 0) b = -b;
+    const Integer e =
+        value(made(random, 2, any)) / Integer::power_of_two(static_cast<uint64_t>(random.integer(0, 128)));
+    const auto bits = static_cast<uint64_t>(random.integer(0, 300));
+    const Integer two = Integer::power_of_two(bits);
+    Integer by_m = modulo(1, m), by_two = modulo(1, two);
+    for (uint64_t i = e.bits(); i-- > 0;) {
+      by_m = modulo(by_m * by_m * (e.bit(i) ? b : 1), m);
+      by_two = modulo(by_two * by_two * (e.bit(i) ? b : 1), two);
+    }
+    for (int place = 0; place < 4; ++place) {
+      Record x(b), y(e), z(round % 4 ? m : -m), other(3);
+      Record *const r = place == 1 ? &x : place == 2 ? &y : place == 3 ? &z : &other;
+      tnk_gmp_mpz_powm_mary(r, &x, &y, &z);
+      EXPECT_EQ(r->get(), by_m) << round << " place " << place;
+      if (place == 3) continue;
+      Record p(b), q(e), apart(3);
+      Record *const s = place == 1 ? &p : place == 2 ? &q : &apart;
+      tnk_gmp_mpl_powm_exp2(s, &p, &q, bits);
+      EXPECT_EQ(s->get(), by_two) << round << " place " << place;
+    }
+  }
+}
+
+} // namespace
