@@ -72,8 +72,8 @@ void tnk_serv_getversionstring_c(char *buffer, int32_t length);
      12   s library  s why                                            the file cannot be loaded
      13   s library                                                   the file is no kernel library
      14   s library  d its class  s name of that  d class  s name     a kernel library for another processor class
-     15   none                                                        no AVX
-     16   none                                                        AVX that the system does not save
+     15   none, and 16                                                no AVX; AVX that the system does not save
+    396   up to 487: none, d, f (a double), s, or s and f             diagnostics of tnk/pde_trig.h
     761   none, up to 770                                             statuses 0 to 9 of transforms (tnk/dfti.h)
     771   none                                                        any other of their statuses */
 const char *tnk_serv_tnk_get_msg(int32_t number, int32_t count, ...);

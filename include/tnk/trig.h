@@ -21,8 +21,8 @@
 
    Elements that are not in the second column count as 0 and stay as they are.
 
-   Each result is right to the rounding of the largest ones: docs/numerics.md has figures. Single numbers of the last four
-   kinds are computed in double, which those kinds need, and rounded once. */
+   Errors are relative to the largest numbers of a row and grow with n: docs/numerics.md has figures. Single numbers of the
+   last four kinds are transformed in double, which these need, and rounded once. */
 #ifndef TNK_TRIG_H
 #define TNK_TRIG_H
 

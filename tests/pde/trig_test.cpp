@@ -112,7 +112,7 @@ TYPED_TEST(Trig, MeetDefinitions) {
         if (raw && n > 70) continue;
         SCOPED_TRACE(testing::Message() << "kind " << kind << ", n " << n
                                         << (forward ? " forward" : " backward") << (raw ? ", raw" : ""));
-        Transform<T> t(kind, n, n % 3 == 0 ? sizeof(T) : page_end);
+        Transform<T> t(kind, n, n % 3 == 0 ? sizeof(T) : n % 3 == 1 ? page_start : page_end);
         t.ipar.put(TNK_PDETT_RAW, raw);
         ASSERT_EQ(t.commit(), 0);
         const std::vector<T> given = t.values();
