@@ -25,9 +25,11 @@ constexpr bool has(std::uint64_t set, tnk_int n) {
 
 // How many times as fast a kernel is as the wrapper of a signal primitive in batches of 1000, and in brackets in rows and
 // columns of planes and spaces of that side; medians of interleaved runs on Zen 4.
-//   complex, double  2: 2.2 (1.2)  4: 2.5 (1.4-1.6)  8: 1.9 (1.5-1.6)  32: 1.2 (1.1-1.2)  64: 1.1 (1.04)  128: 1.1 (1.03)
+//   complex, double  2: 2.3 (1.2)  4: 2.4 (1.4-1.6)  8: 2.7 (1.4-1.9)  32: 1.4 (1.2-1.3)  64: 1.1 (1.04)  128: 1.1 (1.03)
 //                    256: 1.2 (1.1)  512: 1.1 (1.05)  1024: 1.3 (1.05)
-// but for 16, with 0.8 (0.8-1.0), whose kernel has 128 bits where the primitive has 256.
+// but for 16, with 0.8 (0.8-1.0), whose kernel has 128 bits where the primitive has 256. The table of short lengths has one
+// of 256 bits:     16: 1.2 (1.1)
+constexpr std::uint64_t short_double = lengths({16});
 constexpr std::uint64_t complex_double = lengths({2, 4, 8, 32, 64, 128, 256, 512, 1024});
 //   complex, single  2: 2.1 (1.2)  4: 2.2 (1.3-1.6)
 constexpr std::uint64_t complex_single = lengths({2, 4});
@@ -43,6 +45,17 @@ using Entry = KernelEntry<DftiSetCodelet>;
 Entry set_cf{"tnk_dft_set_codelet_cf"}, set_cb{"tnk_dft_set_codelet_cb"}, set_zf{"tnk_dft_set_codelet_zf"},
     set_zb{"tnk_dft_set_codelet_zb"}, set_sf{"tnk_dft_set_codelet_sf"}, set_sb{"tnk_dft_set_codelet_sb"},
     set_df{"tnk_dft_set_codelet_df"}, set_db{"tnk_dft_set_codelet_db"};
+
+// Kernels by length, from 2 on; the node has what they fall back upon.
+using Table = KernelEntry<DftiKernel *const>;
+Table short_forward{"tnk_dft_zsmallradix_forward"}, short_inverse{"tnk_dft_zsmallradix_inverse"};
+void put_in_short(const char *routine, DftiNode *node) {
+  DftiKernel *const *const forward = short_forward.get(routine), *const *const inverse =
+                                                                     short_inverse.get(routine);
+  if (!forward || !inverse) return;
+  node->kernels.double_pair = {forward[node->axis.length - 2], inverse[node->axis.length - 2]};
+  node->use_codelet = 0;
+}
 
 // A status of memory means that the node is as it was.
 void put_in(const char *routine, DftiNode *node, std::uint64_t forward_lengths, Entry &forward,
@@ -70,6 +83,8 @@ tnk_int put_in_codelets(const char *routine, DftiNode *root) {
       put_in(routine, node, real, is_single ? set_sf : set_df, real_backward, is_single ? set_sb : set_db);
     else if (is_single)
       put_in(routine, node, complex_single, set_cf, complex_single, set_cb);
+    else if (has(short_double, node->axis.length))
+      put_in_short(routine, node);
     else
       put_in(routine, node, complex_double, set_zf, complex_double, set_zb);
     work = std::max(work, node->buffer_size);

@@ -4,6 +4,7 @@
 #include "kernel/dft/compact/columns.h"
 #include "kernel/dft/compact/compact.h"
 #include "kernel/dft/compact/pairs.h"
+#include "kernel/dft/small/transform.h"
 #include "kernel/signal/fft/small.h"
 
 namespace tnk::dft::compact {
@@ -13,8 +14,10 @@ template <int N, class R, bool Inverse>
 inline tnk_int kernel(void *source, void *destination, const DftiNode *node) {
   const R *const from = static_cast<const R *>(source);
   R *const to = static_cast<R *>(destination);
-  if constexpr (N <= 16)
+  if constexpr (N == 16) // each number in a vector of its own
     transform_pairs<N, R, Inverse>(from, to);
+  else if constexpr (N <= 32)
+    dft::transform<N, Inverse>(from, to, [](auto x) TNK_INLINED { return x; });
   else if constexpr (N <= 64)
     signal::small_transform<N, R, false>(Source<Inverse>{from}, Target<Inverse>{to}, R(1));
   else
