@@ -11,73 +11,70 @@
 #include <tnk/host.h>
 #include <tnk/pde_poisson.h>
 #include <tnk/pde_trig.h>
+#include <tuple>
+#include <utility>
 
 namespace tnk::test {
 namespace {
 
-// The routines by type and dimensions.
-template <class R, int Dims> struct Solver;
-#define TNK_SOLVER(p, R)                                                                                     \
-  template <> struct Solver<R, 2> : PoissonProblem<R, 2> {                                                   \
-    using PoissonProblem::PoissonProblem;                                                                    \
-    std::vector<tnk_int> ipar = std::vector<tnk_int>(TNK_PDEPL_IPAR, 4711);                                  \
-    Guarded<R> dpar{static_cast<std::size_t>(TNK_PDEPL_DPAR_2D(n[0])), page_end};                            \
-    DftiHandle handles[2] = {};                                                                              \
-    tnk_int stat = 4711;                                                                                     \
-    tnk_int init() {                                                                                         \
-      const R its_q = static_cast<R>(q);                                                                     \
-      tnk_pdepl_##p##_init_helmholtz_2d(&ends[0], &ends[1], &ends[2], &ends[3], &n[0], &n[1], sides.c_str(), \
-                                        &its_q, ipar.data(), dpar.data(), &stat);                            \
-      return stat;                                                                                           \
-    }                                                                                                        \
-    tnk_int commit() {                                                                                       \
-      tnk_pdepl_##p##_commit_helmholtz_2d(u.data(), boundary[0].data(), boundary[1].data(),                  \
-                                          boundary[2].data(), boundary[3].data(), handles, ipar.data(),      \
-                                          dpar.data(), &stat);                                               \
-      return stat;                                                                                           \
-    }                                                                                                        \
-    tnk_int solve() {                                                                                        \
-      tnk_pdepl_##p##_helmholtz_2d(u.data(), boundary[0].data(), boundary[1].data(), boundary[2].data(),     \
-                                   boundary[3].data(), handles, ipar.data(), dpar.data(), &stat);            \
-      return stat;                                                                                           \
-    }                                                                                                        \
-    tnk_int release() {                                                                                      \
-      tnk_pdepl_free_helmholtz_2d(handles, ipar.data(), &stat);                                              \
-      return stat;                                                                                           \
-    }                                                                                                        \
-  };                                                                                                         \
-  template <> struct Solver<R, 3> : PoissonProblem<R, 3> {                                                   \
-    using PoissonProblem::PoissonProblem;                                                                    \
-    std::vector<tnk_int> ipar = std::vector<tnk_int>(TNK_PDEPL_IPAR, 4711);                                  \
-    Guarded<R> dpar{static_cast<std::size_t>(TNK_PDEPL_DPAR_3D(n[0], n[1])), page_end};                      \
-    DftiHandle handles[2] = {};                                                                              \
-    tnk_int stat = 4711;                                                                                     \
-    tnk_int init() {                                                                                         \
-      const R its_q = static_cast<R>(q);                                                                     \
-      tnk_pdepl_##p##_init_helmholtz_3d(&ends[0], &ends[1], &ends[2], &ends[3], &ends[4], &ends[5], &n[0],   \
-                                        &n[1], &n[2], sides.c_str(), &its_q, ipar.data(), dpar.data(),       \
-                                        &stat);                                                              \
-      return stat;                                                                                           \
-    }                                                                                                        \
-    tnk_int commit() {                                                                                       \
-      tnk_pdepl_##p##_commit_helmholtz_3d(                                                                   \
-          u.data(), boundary[0].data(), boundary[1].data(), boundary[2].data(), boundary[3].data(),          \
-          boundary[4].data(), boundary[5].data(), handles, handles + 1, ipar.data(), dpar.data(), &stat);    \
-      return stat;                                                                                           \
-    }                                                                                                        \
-    tnk_int solve() {                                                                                        \
-      tnk_pdepl_##p##_helmholtz_3d(u.data(), boundary[0].data(), boundary[1].data(), boundary[2].data(),     \
-                                   boundary[3].data(), boundary[4].data(), boundary[5].data(), handles,      \
-                                   handles + 1, ipar.data(), dpar.data(), &stat);                            \
-      return stat;                                                                                           \
-    }                                                                                                        \
-    tnk_int release() {                                                                                      \
-      tnk_pdepl_free_helmholtz_3d(handles, handles + 1, ipar.data(), &stat);                                 \
-      return stat;                                                                                           \
-    }                                                                                                        \
+// The calls by type and dimensions.
+template <class R, int Dims> struct Calls;
+#define TNK_CALLS(p, R, dims)                                                                                \
+  template <> struct Calls<R, dims> {                                                                        \
+    static constexpr auto init = tnk_pdepl_##p##_init_helmholtz_##dims##d;                                   \
+    static constexpr auto commit = tnk_pdepl_##p##_commit_helmholtz_##dims##d;                               \
+    static constexpr auto solve = tnk_pdepl_##p##_helmholtz_##dims##d;                                       \
+    static constexpr auto release = tnk_pdepl_free_helmholtz_##dims##d;                                      \
   };
-TNK_SOLVER(d, double)
-TNK_SOLVER(s, float)
+TNK_CALLS(d, double, 2)
+TNK_CALLS(s, float, 2)
+TNK_CALLS(d, double, 3)
+TNK_CALLS(s, float, 3)
+
+// A problem with all that its routines want by address.
+template <class R, int Dims> struct Solver : PoissonProblem<R, Dims> {
+  using Its = Calls<R, Dims>;
+  using PoissonProblem<R, Dims>::PoissonProblem;
+  std::vector<tnk_int> ipar = std::vector<tnk_int>(TNK_PDEPL_IPAR, 4711);
+  Guarded<R> dpar{static_cast<std::size_t>(Dims == 2 ? TNK_PDEPL_DPAR_2D(this->n[0])
+                                                     : TNK_PDEPL_DPAR_3D(this->n[0], this->n[1])),
+                  page_end};
+  DftiHandle handles[2] = {};
+  tnk_int stat = 4711;
+
+  tnk_int init() {
+    const R its_q = static_cast<R>(this->q);
+    std::apply(
+        [&](auto &...end) {
+          std::apply(
+              [&](auto &...cells) {
+                Its::init(&end..., &cells..., this->sides.c_str(), &its_q, ipar.data(), dpar.data(), &stat);
+              },
+              this->n);
+        },
+        this->ends);
+    return stat;
+  }
+  tnk_int commit() { return call(Its::commit, std::make_index_sequence<2 * Dims>()); }
+  tnk_int solve() { return call(Its::solve, std::make_index_sequence<2 * Dims>()); }
+  tnk_int release() {
+    if constexpr (Dims == 2)
+      Its::release(handles, ipar.data(), &stat);
+    else
+      Its::release(handles, handles + 1, ipar.data(), &stat);
+    return stat;
+  }
+
+private:
+  template <class Entry, std::size_t... k> tnk_int call(Entry *entry, std::index_sequence<k...>) {
+    if constexpr (Dims == 2)
+      entry(this->u.data(), this->boundary[k].data()..., handles, ipar.data(), dpar.data(), &stat);
+    else
+      entry(this->u.data(), this->boundary[k].data()..., handles, handles + 1, ipar.data(), dpar.data(),
+            &stat);
+    return stat;
+  }
+};
 
 template <class S> void silence(S &s) {
   s.ipar[TNK_PDEPL_ERRORS] = s.ipar[TNK_PDEPL_WARNINGS] = 0;
@@ -330,6 +327,7 @@ TEST(PoissonStatus, ToldOnceAndWhereAsked) {
       {"no steps", in_commit, [](S &s) { s.ipar[0] = 99, s.ipar[13] = 6, s.ipar[15] = 11, s.dpar.put(0, 0); },
        -2, false, "spectrum", ""},
       {"transform", in_commit, [](S &s) { s.ipar[11] = 1, s.ipar[41] = 0; }, -100, false, "n", ""},
+      {"tolerance", in_commit, [](S &s) { s.dpar.put(4, -1); }, 10, true, "tolerance", ""},
       {"q", in_commit, [](S &s) { s.dpar.put(3, -1); }, 1, true, "dpar[3]", "-1.000000e+00"},
       {"solve's status", in_solve, [](S &s) { s.ipar[0] = 990; }, -10000, false, "ipar[0]", "990"},
       {"solve's ny", in_solve, [](S &s) { s.ipar[11] = 0; }, -100, false, "ipar[11]", "0"},
@@ -360,7 +358,7 @@ TEST(PoissonStatus, ToldOnceAndWhereAsked) {
         EXPECT_NE(text.find(":\n" + std::string(c.value) + "\n"), std::string::npos) << text;
       }
       EXPECT_EQ(text.rfind("log:\n", 0) == 0, output < 0) << text;
-      if (c.when == in_commit && c.status < 0) {
+      if (c.when == in_commit && c.status != 1) {
         EXPECT_EQ(s.handles[0], nullptr);
       }
       s.ipar[TNK_PDEPL_ERRORS] = s.ipar[41] = s.ipar[61] = 0;

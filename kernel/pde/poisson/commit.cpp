@@ -113,6 +113,13 @@ template <class R, int Dims> bool checks_hold(const Problem<R, Dims> &p, bool le
   return true;
 }
 
+template <class R, int Dims>
+void free_transforms(const Problem<R, Dims> &p, const Handles<Dims> &handles, int axes) {
+  tnk_int ignored;
+  for (int axis = 0; axis < axes; ++axis)
+    tnk_pdett_free_trig_transform(handles[axis], p.transform(axis), &ignored);
+}
+
 // 0, or a status after which no transform is left. The transforms look at the ends of a row: at those of the spectra, which
 // are made, or made 0, afterwards.
 template <class R, int Dims>
@@ -133,9 +140,7 @@ tnk_int make_transforms(const Problem<R, Dims> &p, const Handles<Dims> &handles)
     const tnk_int status = make_transform(row, handles[axis], ipar, dpar);
     *row = first, *row_end = last;
     if (status == 0) continue;
-    tnk_int ignored;
-    for (int made = 0; made < axis; ++made)
-      tnk_pdett_free_trig_transform(handles[made], p.transform(made), &ignored);
+    free_transforms(p, handles, status > 0 ? axis + 1 : axis); // a warning comes with a transform
     return status;
   }
   return 0;
@@ -188,9 +193,7 @@ void commit(R *f, const Boundary<R, Dims> &boundary, const Handles<Dims> &handle
   }
   if (!kept.spectra) {
     if (const tnk_int status = make_spectra(p)) {
-      tnk_int ignored;
-      for (int axis = 0; axis + 1 < Dims && !kept.transforms; ++axis)
-        tnk_pdett_free_trig_transform(handles[axis], p.transform(axis), &ignored);
+      if (!kept.transforms) free_transforms(p, handles, Dims - 1);
       return p.refuse(message_spectrum, status);
     }
   }
