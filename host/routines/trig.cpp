@@ -123,8 +123,8 @@ template <class T> tnk_trig_result make(const char *routine, PlanOf<T> **plan, i
     return TNK_TRIG_BAD_ARGUMENT;
   void *const memory = tnk_serv_tnk_malloc(sizeof(PlanOf<T>), alignof(PlanOf<T>));
   if (tnk_serv_check_ptr(memory, routine)) return TNK_TRIG_OUT_OF_MEMORY;
-  auto *const made = new (memory) PlanOf<T>;
-  made->kind = kind, made->n = n, made->handle = nullptr, made->tables = nullptr, made->divisors = nullptr;
+  auto *const made = new (memory) PlanOf<T>();
+  made->kind = kind, made->n = n;
   made->in_double = std::is_same_v<T, double> || kind >= TNK_TRIG_STAGGERED_COSINE;
   const tnk_trig_result result =
       made->in_double ? commit<double>(routine, *made) : commit<float>(routine, *made);

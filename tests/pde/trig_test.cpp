@@ -11,7 +11,6 @@
 #include <limits>
 #include <numeric>
 #include <sstream>
-#include <thread>
 #include <tnk/pde_trig.h>
 #include <tnk/services.h>
 
@@ -144,30 +143,6 @@ TYPED_TEST(Trig, MeetDefinitions) {
         }
       }
     }
-}
-
-// A handle for several threads gives each of them the bits that one alone has.
-TYPED_TEST(Trig, ServeSeveralThreads) {
-  using T = TypeParam;
-  Transform<T> alone(3, 500), shared(3, 500);
-  shared.ipar.put(TNK_PDETT_USERS, 4);
-  ASSERT_EQ(alone.commit(), 0);
-  ASSERT_EQ(shared.commit(), 0);
-  const std::vector<T> given = alone.values();
-  ASSERT_EQ(alone.run(true), 0);
-  std::vector<std::vector<T>> rows(4, given);
-  std::vector<std::thread> threads;
-  for (auto &row : rows)
-    threads.emplace_back([&row, &shared, &given] {
-      std::vector<tnk_int> ipar(shared.ipar.data(), shared.ipar.data() + TNK_PDETT_IPAR);
-      tnk_int stat;
-      for (int i = 0; i < 50; ++i) {
-        row = given;
-        Entries<T>::forward(row.data(), &shared.handle, ipar.data(), shared.dpar.data(), &stat);
-      }
-    });
-  for (auto &thread : threads) thread.join();
-  for (const auto &row : rows) EXPECT_EQ(row, alone.values());
 }
 
 // ---- Statuses and messages ------------------------------------------------------------------------------------------
@@ -329,33 +304,28 @@ private:
   std::filesystem::path before_, folder_;
 };
 
-TEST(TrigMessages, AreThreeLinesOfEitherLanguageInAFrame) {
-  const tnk_int ids[] = {0, 1, 3, 4, 5, 6, 300, 302, 303, 307, 308, 309, 1001, 2};
-  tnk_int ipar[TNK_PDETT_IPAR] = {10, 1, 1, 0, 0, 13, 16, 0, 0, 19, 0};
+// Each identifier's lines in either language, in the frame. Values stand in the second one.
+TEST(TrigMessages, AreThreeLinesInAFrame) {
+  const tnk_int ids[] = {0, 1, 3, 4, 5, 6, 300, 302, 303, 307, 308, 309, 1001};
+  const tnk_int ipar[TNK_PDETT_IPAR] = {10, 1, 1, 0, 0, 13, 16, 0, 0, 19, 0};
   const double dpar[] = {0.5};
-  const auto text = [](int32_t number) { return std::string(tnk_serv_tnk_get_msg(number, 0)); };
-  for (int i = 0; i < 14; ++i)
-    for (const bool fortran : {false, true}) {
-      const std::string all = printed([&] {
-        (fortran ? tnk_pdett_d_print_diagnostics_f : tnk_pdett_d_print_diagnostics_c)(ids + i, ipar, dpar,
-                                                                                      "TEXT");
+  const auto line = [](int32_t number) { return tnk_serv_tnk_get_msg(number, 0) + std::string("\n"); };
+  for (int32_t i = 0; i < 13; ++i)
+    for (const int32_t first : {410 + 3 * i, 449 + 3 * i}) {
+      const std::string text = printed([&] {
+        (first < 449 ? tnk_pdett_d_print_diagnostics_f : tnk_pdett_d_print_diagnostics_c)(ids + i, ipar, dpar,
+                                                                                          "TEXT");
       });
-      std::istringstream lines(all);
-      std::vector<std::string> line;
-      for (std::string each; std::getline(lines, each);) line.push_back(each);
-      const int32_t first = (fortran ? 410 : 449) + 3 * i;
-      ASSERT_EQ(line.size(), i < 13 ? 7u : 5u);
-      EXPECT_EQ(line[0] + line[1], text(396));
-      EXPECT_EQ(line[line.size() - 2] + line.back(), text(397) + text(398));
-      if (i == 13) {
-        EXPECT_EQ(line[2], tnk_serv_tnk_get_msg(407, 1, tnk_int{2}));
-        continue;
-      }
-      EXPECT_EQ(line[2], text(first));
-      EXPECT_EQ(line[4], text(first + 2));
-      EXPECT_EQ(line[3].find('?'), std::string::npos) << "a value is missing: " << line[3];
-      EXPECT_EQ(line[3].substr(0, 4), text(first + 1).substr(0, 4));
+      const std::string begin = "\n" + line(396) + line(first), end = line(first + 2) + line(397) + line(398);
+      const std::string values = text.substr(begin.size(), text.size() - begin.size() - end.size());
+      EXPECT_EQ(text, begin + values + end);
+      EXPECT_EQ(values.substr(0, 4), line(first + 1).substr(0, 4));
+      EXPECT_EQ(values.find_first_of("?\n"), values.size() - 1) << "a value is missing: " << values;
     }
+  const tnk_int unknown = 2;
+  const std::string text =
+      printed([&] { tnk_pdett_s_print_diagnostics_c(&unknown, ipar, nullptr, nullptr); });
+  EXPECT_NE(text.find(tnk_serv_tnk_get_msg(407, 1, unknown)), std::string::npos);
 }
 
 TEST(TrigMessages, GoToTheLogFileOrTellThatTheyCannot) {

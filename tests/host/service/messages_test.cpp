@@ -53,9 +53,12 @@ TEST(Format, OnlyThreePlaceholdersAreWellFormed) {
     EXPECT_TRUE(is_well_formed(good)) << good;
   for (const char *bad : {"{", "}", "{}", "{x}", "{s", "s}", "{{s}", "{s}}", "%d {i}"})
     EXPECT_FALSE(is_well_formed(bad)) << bad;
-  const tnk::host::Message twice[] = {{1, "a"}, {1, "b"}}, unordered[] = {{2, "a"}, {1, "b"}};
+  const tnk::host::Message twice[] = {{1, "a"}, {1, "b"}}, unordered[] = {{2, "a"}, {1, "b"}},
+                           percent[] = {{395, "5%"}, {396, "5%"}};
   EXPECT_FALSE(is_well_formed(twice, 2));
   EXPECT_FALSE(is_well_formed(unordered, 2));
+  EXPECT_TRUE(is_well_formed(percent, 1));
+  EXPECT_FALSE(is_well_formed(percent, 2)) << "a format";
 }
 
 TEST(GetMsg, FillsTheCatalogTextUpTo511Characters) {
