@@ -4,6 +4,7 @@
 
 #include "host/dispatch/kernel_loader.h"
 #include "host/threading/dft_codelets.h"
+#include "host/threading/dft_long.h"
 
 namespace tnk::host {
 namespace {
@@ -40,7 +41,8 @@ tnk_int make_link(decltype(tnk_dft_dfti_create_node) *create, const DftiNode *ro
   return DftiNoError;
 }
 
-tnk_int commit_node(const char *routine, KernelEntry<DftiCoreCommit> &core, DftiNode *root) {
+tnk_int commit_node(const char *routine, KernelEntry<DftiCoreCommit> &core, DftiNode *root,
+                    void (*prepare)(DftiNode *) = nullptr) {
   auto *const create = create_node.get(routine);
   DftiCoreCommit *const commit = core.get(routine);
   if (!create || !commit) return DftiInternalError;
@@ -54,6 +56,7 @@ tnk_int commit_node(const char *routine, KernelEntry<DftiCoreCommit> &core, Dfti
     }
     root->total_length = product(root->total_length, (*link)->axis.length);
   }
+  if (prepare) prepare(root);
   if (const tnk_int status = commit(root)) return status;
   return put_in_codelets(routine, root);
 }
@@ -90,7 +93,7 @@ TNK_COMMIT_NODE(d_r2c_md)
     constexpr auto *routine = "tnk_dft_commit_node_" #kind "_omp";                                           \
     if (tnk::host::is_taken(routine, most, node) || tnk::host::is_taken(routine, few, node))                 \
       return DftiNoError;                                                                                    \
-    return tnk::host::commit_node(routine, core, node);                                                      \
+    return tnk::host::commit_node(routine, core, node, tnk::host::offer_four_steps);                         \
   }
 TNK_COMMIT_LINE(s_c2c_1d, c)
 TNK_COMMIT_LINE(d_c2c_1d, z)

@@ -3,12 +3,11 @@
 // whoever runs them.
 //
 // A pass over some of a transform's dimensions is a batch of smaller transforms: by copies of the nodes, with other strides.
-#include <algorithm>
 #include <tnk/dft_compute.h>
 #include <tnk/services.h>
 
 #include "host/dispatch/kernel_loader.h"
-#include "host/threading/team.h"
+#include "host/threading/dft_slices.h"
 
 namespace tnk::host {
 namespace {
@@ -50,26 +49,6 @@ tnk_int call(Driver &driver, DftiNode *node, char *source, char *destination, tn
 }
 
 // ---- Slices -----------------------------------------------------------------------------------------------------------
-
-constexpr int most_slices = 256;
-
-// Calls body(begin, end, work) with slices of `extent`, each with a slice of workspace. They hold whole eights where there
-// are enough, since drivers move eight lines at a time. Returns the failure of the first slice that has one.
-template <class Body> tnk_int in_slices(const DftiNode *node, tnk_int extent, const Body &body) {
-  const tnk_int most = std::min<tnk_int>(extent, most_slices);
-  const int slices = static_cast<int>(std::max<tnk_int>(1, std::min<tnk_int>(node->threads, most)));
-  const tnk_int unit = extent >= tnk_int{8} * slices ? 8 : 1, units = extent / unit;
-  tnk_int statuses[most_slices];
-  spread(slices, slices > 1 ? usable_threads() : 1, [&](int i) {
-    const tnk_int begin = units * i / slices * unit;
-    const tnk_int end = i + 1 == slices ? extent : units * (i + 1) / slices * unit;
-    char *const work = static_cast<char *>(node->workspace);
-    statuses[i] = body(begin, end, work ? work + i * node->maximum_buffer_size : nullptr);
-  });
-  for (int i = 0; i < slices; ++i)
-    if (statuses[i]) return statuses[i];
-  return DftiNoError;
-}
 
 // The transforms of a batch.
 tnk_int batch(Driver &driver, DftiNode *node, tnk_int count, const DftiNode *owner, char *source,

@@ -157,7 +157,11 @@ enum DftiStatus {
 
      out of place   in the destination; memory for eight rows of the matrix
      in place       the same memory, but a matrix that is no square is first transposed along cycles, which takes longer than
-                    the transform itself: where there is room for a second array, out of place is faster */
+                    the transform itself: where there is room for a second array, out of place is faster
+
+   On several threads one complex transform of one dimension, side by side and in order, takes the same way from 2^15 numbers
+   on, powers of two from 2^17 in place and from 2^18 out of place. In place it then has memory for as many numbers again,
+   from commit until the descriptor is freed or set otherwise; without it one thread does the transform. */
 
 /* ---- By value -----------------------------------------------------------------------------------------------------
    Dimensions come in C's order: the last one varies fastest, and has stride 1 unless strides are set. */

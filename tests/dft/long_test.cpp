@@ -2,8 +2,8 @@
 // afford, though commit takes this way only for much longer ones.
 #include <cstring>
 #include <random>
-#include <thread>
 #include <tnk/dft_long.h>
+#include <tnk/host.h>
 #include <tnk/services.h>
 
 #include "dft/plan.h"
@@ -21,22 +21,12 @@ template <> struct family<float> {
   static constexpr auto create = tnk_dft_dfti_create_sc1d;
   static constexpr auto init = tnk_dft_xc_init_data_1d_via_2d;
   static constexpr DftiKernel *kernels[] = {tnk_dft_xc_1d_via_2d_f, tnk_dft_xc_1d_via_2d_b};
-  static constexpr auto one_two = tnk_dft_xc_4step_1_2;
-  static constexpr auto three = tnk_dft_xc_4step_3;
-  static constexpr auto four = tnk_dft_xc_4step_4;
-  static constexpr auto scale_four = tnk_dft_xc_4step_scale_4;
-  static constexpr auto pair = &DftiKernels::single_pair;
 };
 template <> struct family<double> {
   using C = tnk_complex16;
   static constexpr auto create = tnk_dft_dfti_create_dc1d;
   static constexpr auto init = tnk_dft_xz_init_data_1d_via_2d;
   static constexpr DftiKernel *kernels[] = {tnk_dft_xz_1d_via_2d_f, tnk_dft_xz_1d_via_2d_b};
-  static constexpr auto one_two = tnk_dft_xz_4step_1_2;
-  static constexpr auto three = tnk_dft_xz_4step_3;
-  static constexpr auto four = tnk_dft_xz_4step_4;
-  static constexpr auto scale_four = tnk_dft_xz_4step_scale_4;
-  static constexpr auto pair = &DftiKernels::double_pair;
 };
 
 // A node as the core commit sees it, without kernels.
@@ -206,78 +196,116 @@ TEST(LongTransforms, AgreeWithTheDefinition) {
   }
 }
 
-// ---- Slices -----------------------------------------------------------------------------------------------------------------
+// ---- Threads ----------------------------------------------------------------------------------------------------------------
 
-// The transform of a node by slices that end at `ends`, each on a thread of its own.
-template <class R, class C = typename family<R>::C>
-std::vector<C> by_slices(const LongNode<R> &node, bool in_place, const Ints &ends1, const Ints &ends2) {
-  const DftiLongData &data = node.data();
-  const tnk_int n1 = data.n1, n2 = data.n2;
-  std::vector<C> source = random_numbers<C>(n1 * n2), destination(source.size());
-  std::vector<C> matrix(static_cast<std::size_t>(n1 * data.ld2));
-  if (in_place) { // a matrix of its own, or the transposed data
-    if (data.variant != 0) {
-      for (tnk_int i = 0; i < n1; ++i)
-        for (tnk_int j = 0; j < n2; ++j)
-          destination[static_cast<std::size_t>(j * n1 + i)] = source[static_cast<std::size_t>(i * n2 + j)];
-      source.swap(destination);
+// 195 by 231: slices and bundles that do not come out even.
+constexpr tnk_int odd_length = 45045;
+
+class Threads {
+public:
+  explicit Threads(int count) { tnk_set_num_threads(count); }
+  Threads(const Threads &) = delete;
+  Threads &operator=(const Threads &) = delete;
+  ~Threads() { tnk_set_num_threads(before_); }
+
+private:
+  int before_ = tnk_get_max_threads();
+};
+
+// A transform on three threads, with a scale.
+template <class R> struct Threaded : Plan {
+  using C = typename family<R>::C;
+  explicit Threaded(int32_t placement)
+      : Plan(sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiComplex, {odd_length}) {
+    DftiSetValue(handle, DftiParamPlacement, placement);
+    DftiSetValue(handle, DftiParamBackwardScale, 0.7);
+  }
+  std::vector<C> backward(const std::vector<C> &x) const {
+    std::vector<C> source = x, destination(x.size());
+    const bool stays = handle->placement == DftiInPlace;
+    EXPECT_EQ(DftiComputeBackward(handle, source.data(), destination.data()), DftiNoError);
+    EXPECT_TRUE(stays || same_bits(source, x));
+    return stays ? source : destination;
+  }
+};
+
+template <class R> void on_threads() {
+  using C = typename family<R>::C;
+  const std::vector<C> x = random_numbers<C>(odd_length);
+  const Samples samples(x, 1);
+  for (const int32_t placement : {DftiInPlace, DftiNotInPlace}) {
+    SCOPED_TRACE(placement == DftiInPlace ? "in place" : "out of place");
+    const Threads three(3);
+    const Threaded<R> plan(placement);
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+    ASSERT_TRUE(plan->threads == 3 && plan->large_data);
+    const std::vector<C> result = plan.backward(x);
+    EXPECT_LT(samples.error(result, R(0.7)), 3);
+    {
+      const Threads one(1); // a smaller team has all slices to do
+      EXPECT_TRUE(same_bits(plan.backward(x), result));
+    }
+    for (const int32_t slices : {1, 2, 3}) {
+      plan->threads = slices;
+      std::vector<C> source = x, destination(x.size());
+      const DftiKernelPair &pair = sizeof(R) == 4 ? plan->kernels.second_single : plan->kernels.second_double;
+      ASSERT_EQ(pair.inverse(source.data(), destination.data(), plan, plan->workspace), DftiNoError);
+      EXPECT_TRUE(same_bits(placement == DftiInPlace ? source : destination, result)) << slices;
+    }
+    // Neither memory for the slices nor for a matrix: one thread alone does it, in its own way.
+    allocations.refuse = 1;
+    EXPECT_LT(samples.error(plan.backward(x), R(0.7)), 3);
+    EXPECT_EQ(allocations.refuse, 0);
+    for (int n = 1, refused = n; refused; ++n) {
+      plan->uncommit(plan);
+      allocations.refuse = n;
+      const tnk_int status = DftiCommitDescriptor(plan);
+      refused = allocations.refuse == 0;
+      allocations.refuse = 0;
+      ASSERT_TRUE(status == DftiNoError || (refused && status == DftiDeclined)) << n;
+      EXPECT_TRUE(status != DftiNoError || samples.error(plan.backward(x), R(0.7)) < 3) << n;
     }
   }
-  C *const from = source.data(), *const to = in_place ? from : destination.data();
-  const auto cut = [](const Ints &ends, const auto &body) {
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < ends.size(); ++i)
-      threads.emplace_back([&body, begin = i ? ends[i - 1] : 0, end = ends[i]] { body(begin, end - begin); });
-    for (std::thread &thread : threads) thread.join();
+}
+
+TEST(LongTransforms, ThreadsShareOne) {
+  const int before = allocations.live;
+  on_threads<float>();
+  on_threads<double>();
+  EXPECT_EQ(allocations.live, before);
+}
+
+TEST(LongTransforms, ThreadsAreOfferedWhereTheyGain) {
+  const Threads two(2);
+  const struct {
+    tnk_int n;
+    int32_t placement;
+    tnk_int users, batch, stride;
+    bool taken;
+  } rows[] = {
+      {1 << 17, DftiInPlace, 1, 1, 1, true},     {1 << 16, DftiInPlace, 1, 1, 1, false},
+      {1 << 17, DftiNotInPlace, 1, 1, 1, false}, {1 << 18, DftiNotInPlace, 1, 1, 1, true},
+      {odd_length, DftiInPlace, 1, 1, 1, true},  {32760, DftiInPlace, 1, 1, 1, false},
+      {odd_length, DftiInPlace, 2, 1, 1, false}, {odd_length, DftiInPlace, 1, 2, 1, false},
+      {odd_length, DftiInPlace, 1, 1, 2, false}, {2 * 32771, DftiInPlace, 1, 1, 1, false}, // two rows only
+      {65537, DftiNotInPlace, 1, 1, 1, false},
   };
-  const auto kernel = [](DftiNode *inner) { return (inner->kernels.*family<R>::pair).forward; };
-  cut(ends1, [&](tnk_int first, tnk_int count) {
-    std::vector<char> work(static_cast<std::size_t>(data.node1->buffer_size) + 1);
-    const bool rows = in_place && data.variant != 0;
-    C *const slice = from + first * (rows ? n1 : 1);
-    C *const target = rows ? slice : data.variant == 0 ? matrix.data() + first : to + first * n1;
-    EXPECT_EQ(family<R>::one_two(node, n1, count, slice, target, kernel(data.node1), n1, work.data(),
-                                 static_cast<const C *>(data.twiddles), first, data.table_length, 1),
-              0);
-  });
-  cut(ends2, [&](tnk_int first, tnk_int count) {
-    std::vector<char> work(static_cast<std::size_t>(data.node2->buffer_size) + 1);
-    if (data.variant != 0) {
-      EXPECT_EQ(family<R>::three(to + first, count, n2, n1, kernel(data.node2), n2, data.node2, work.data()),
-                0);
-      return;
+  for (const auto &row : rows) {
+    SCOPED_TRACE("row " + std::to_string(&row - rows));
+    const Plan plan(DftiDouble, DftiComplex, {row.n});
+    DftiSetValue(plan, DftiParamPlacement, row.placement);
+    DftiSetValue(plan, DftiParamNumberOfUserThreads, row.users);
+    DftiSetValue(plan, DftiParamNumberOfTransforms, row.batch);
+    DftiSetValue(plan, DftiParamInputDistance, row.n);
+    const tnk_int strides[] = {0, row.stride};
+    DftiSetValue(plan, DftiParamInputStrides, strides);
+    for (const int32_t requested : {0, 1}) {
+      plan->requested_threads = requested;
+      ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+      EXPECT_EQ(plan->large_data != nullptr, row.taken && requested == 0);
+      EXPECT_EQ(plan->kernels.second_double.forward != nullptr, row.taken && requested == 0);
     }
-    for (tnk_int i = first; i < first + count; ++i) {
-      C *const row = matrix.data() + i * data.ld2;
-      EXPECT_EQ(kernel(data.node2)(row, row, data.node2, work.data()), 0);
-      family<R>::scale_four(1, n2, row, data.ld2, to + i, n1, static_cast<R>(node->forward_factor));
-    }
-  });
-  return in_place ? source : destination;
-}
-
-template <class R> void slices() {
-  for (const int32_t variant : {0, 1})
-    for (const bool in_place : {false, true}) {
-      SCOPED_TRACE(std::to_string(sizeof(R)) + " variant " + std::to_string(variant) +
-                   (in_place ? " in place" : ""));
-      LongNode<R> node(75 * 90);
-      ASSERT_EQ(node.init(variant), 0);
-      ASSERT_EQ(node.data().n1, 75);
-      node->forward_factor = node->forward_factor_single = !in_place || variant == 0 ? 0.5 : 1;
-      node->placement = in_place ? DftiInPlace : DftiNotInPlace;
-      auto source = random_numbers<typename family<R>::C>(75 * 90), whole = source;
-      ASSERT_EQ(family<R>::kernels[0](source.data(), whole.data(), node, nullptr), 0);
-      if (in_place) whole = source;
-      EXPECT_TRUE(same_bits(by_slices<R>(node, in_place, {90}, {75}), whole));
-      EXPECT_TRUE(same_bits(by_slices<R>(node, in_place, {37, 90}, {5, 75}), whole));
-      EXPECT_TRUE(same_bits(by_slices<R>(node, in_place, {16, 40, 90}, {8, 9, 75}), whole));
-    }
-}
-
-TEST(LongTransforms, SlicesGiveTheBitsOfTheWhole) {
-  slices<float>();
-  slices<double>();
+  }
 }
 
 // ---- Little memory ------------------------------------------------------------------------------------------------------------
@@ -311,6 +339,7 @@ TEST(LongTransforms, EveryAllocationMayFail) {
 // ---- Commits ------------------------------------------------------------------------------------------------------------------
 
 TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
+  const Threads one(1);
   for (const bool single : {false, true}) {
     const tnk_int n = single ? tnk_int{1} << 28 : tnk_int{33554433};
     const Plan plan(single ? DftiSingle : DftiDouble, DftiComplex, {n});
