@@ -39,23 +39,20 @@ TNK_BEGIN_DECLS
 
 /* ---- ipar: integers. Entries 3, 4 and all from 11 on are neither read nor written -------------------------------- */
 enum {
-  TNK_PDETT_N = 0,      /* n; init copies it */
-  TNK_PDETT_ERRORS = 1, /* where errors go: 0 nowhere, above 0 standard output, below the log file; init: 1 */
-  TNK_PDETT_WARNINGS = 2, /* the same for warnings; init: 1 */
+  TNK_PDETT_N = 0,        /* n; init copies it */
+  TNK_PDETT_ERRORS = 1,   /* errors go nowhere (0), to standard output (above 0), to the log file (below) */
+  TNK_PDETT_WARNINGS = 2, /* warnings likewise; init: both 1 */
   TNK_PDETT_KIND = 5,     /* 0 to 5; init copies it */
-  TNK_PDETT_STATUS =
-      6, /* as the last call left it; below, what is not 0 stops commit and transforms; init: 0 */
-  TNK_PDETT_MAKE = 7, /* not 0: commit fills the tables and makes the descriptor; 0: neither; init: 1 */
-  TNK_PDETT_C_TEXTS =
-      8, /* not 0: messages count elements from 0, as C does; 0: from 1, as Fortran; init: 1 */
-  TNK_PDETT_USERS =
-      9, /* threads that may transform by one handle at once; below 0: a warning, and 1; init: 1 */
-  TNK_PDETT_RAW =
-      10, /* not 0: commit does not test ends, transforms do not scale, and kind 3 has element k at index
-                             k - 1; init: 0 */
-  TNK_PDETT_IPAR = 11 /* entries that an array has at least */
+  TNK_PDETT_STATUS = 6,   /* of the last call; other than 0 it stops commit and transforms; init: 0 */
+  TNK_PDETT_MAKE = 7,     /* 0: commit neither fills tables nor makes a descriptor; init: 1 */
+  TNK_PDETT_C_TEXTS = 8,  /* 0: messages count elements from 1, as Fortran does, not from 0; init: 1 */
+  TNK_PDETT_USERS = 9,    /* threads that may use a handle at once; below 0: a warning, and 1; init: 1 */
+  TNK_PDETT_RAW = 10,     /* not 0: as told below; init: 0 */
+  TNK_PDETT_IPAR = 11     /* entries that an array has at least */
 };
-/* Transforms write entry 6, so threads that share a handle have a copy of ipar each; dpar and the handle are only read. A
+/* Raw transforms: commit does not test the ends of f, transforms do not scale, and kind 3 has element k at index k - 1.
+
+   Transforms write entry 6, so threads that share a handle have a copy of ipar each; dpar and the handle are only read. A
    commit that warned leaves its status there: set it to 0 before the first transform. */
 
 /* ---- dpar: numbers of the data's type ------------------------------------------------------------------------------

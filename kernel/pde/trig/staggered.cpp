@@ -12,7 +12,7 @@
 // folded, transformed, turned back, and sums for differences.
 //
 // An even n has a term n/2 of the spectrum at place 1 and the others from place 2 on; with an odd n they begin at place 1.
-// Kinds 3 to 5 write element k at k - 1 or k, where it stands.
+// Of kind 3 element k stands at place k - 1.
 #include "kernel/pde/trig/lanes.h"
 #include "kernel/pde/trig/report.h"
 
@@ -39,7 +39,7 @@ template <class V> TNK_INLINE V turned_back_and_exchanged(V w, V x) {
   return complex_product(odd_lanes_twice(w), even_lanes_twice(w), x);
 }
 
-// The last odd lane of sums over pairs; their first one.
+// The odd parts' sum over all pairs: upwards it is in the last pair, downwards in the first one.
 template <class T, class V> T highest(V sums) {
   return sums[std::is_same_v<V, vec<T>> ? per_vector<T> - 1 : 1];
 }
