@@ -83,7 +83,7 @@ void *tnk_kernel_require(const char *name);
 
 /* Public routines that have much to do (products of matrices, solves and multiplies with triangles, matrix times vector and
    updates of matrices by vectors, products and solves with sparse matrices, copies and sums of matrices, transforms in
-   several dimensions or of many rows, convolutions) are spread over several threads: the calling one and others of the host's own, which are
+   several dimensions or of many rows, convolutions, Poisson's equation) are spread over several threads: the calling one and others of the host's own, which are
    made when first needed and sleep in between. How many, the first line that applies:
 
      called inside an active OpenMP parallel region        1
