@@ -25,6 +25,7 @@ void add_transforms_by_descriptors(std::vector<Row> &rows);
 void add_convolutions(std::vector<Row> &rows);
 void add_trigonometric_transforms(std::vector<Row> &rows);
 void add_poisson(std::vector<Row> &rows);
+void add_limbs(std::vector<Row> &rows);
 
 inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
@@ -47,7 +48,8 @@ inline std::vector<Row> all_rows() {
                           add_transforms_by_descriptors,
                           add_convolutions,
                           add_trigonometric_transforms,
-                          add_poisson})
+                          add_poisson,
+                          add_limbs})
     add(rows);
   return rows;
 }

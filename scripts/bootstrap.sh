@@ -45,6 +45,7 @@ libblis4-serial      library libblis.so.4
 liblapack3           library lapack/liblapack.so.3
 libfftw3-double3     library libfftw3.so.3
 libfftw3-single3     library libfftw3f.so.3
+libgmp10             library libgmp.so.10
 libeigen3-dev        header  eigen3/Eigen/Core
 '
 clients='

@@ -41,6 +41,11 @@ std::string fftw_version(const Library &library) {
   return version.substr(version.find('-') + 1);
 }
 
+std::string gmp_version(const Library &library) {
+  const auto text = static_cast<const char *const *>(library.address("__gmp_version"));
+  return text ? *text : "";
+}
+
 } // namespace
 
 void choose_core(Core core) {
@@ -69,6 +74,11 @@ Library &fftw() {
 Library &fftw_single() {
   static Library library(
       {"FFTW", "libfftw3f.so.3", "libfftw3-single3", nullptr, nullptr, fftw_version, nullptr});
+  return library;
+}
+
+Library &gmp() {
+  static Library library({"GMP", "libgmp.so.10", "libgmp10", nullptr, nullptr, gmp_version, nullptr});
   return library;
 }
 

@@ -57,5 +57,6 @@ Library &openblas();
 Library &blis();
 Library &fftw();        // double precision
 Library &fftw_single(); // the same library for single precision
+Library &gmp();
 
 } // namespace tnk::bench
