@@ -243,7 +243,7 @@ const std::vector<Operation> &operations() {
       }
     });
     add(OPERATION(powm_ui), [](Integer &r, Big b, uint64_t e, Big m) {
-      require(m != 0 && (e < 99 || b.bits() < 65)), r = power_modulo(b, e, m);
+      require(m != 0 && (e < 20 || b.bits() < 65)), r = power_modulo(b, e, m);
     });
     add(OPERATION(sqrt), [](Integer &s, Big a) { require(a.sign() >= 0), s = root(a, 2); });
     add(OPERATION(sqrtrem), [](Integer &s, Integer &r, Big a) {
@@ -320,7 +320,7 @@ const std::vector<Operation> &operations() {
     });
     add(OPERATION(fac_ui), [](Integer &r, uint64_t n) { require(n < 200), r = falling(n, n); });
     add(OPERATION(bin_ui), [](Integer &r, Big n, uint64_t k) {
-      require(k < 70 && n.bits() < 260), r = falling(n, k) / falling(k, k);
+      require(k < 20 && n.bits() < 260), r = falling(n, k) / falling(k, k);
     });
     add(OPERATION(bin_uiui), [](Integer &r, uint64_t n, uint64_t k) {
       require(k < 70 || n < 200);
