@@ -10,15 +10,14 @@
 namespace tnk::host::integer {
 
 // Operations on records that are called here.
+// clang-format off
 #define TNK_INTEGER_OPERATIONS(X)                                                                            \
-  X(set)                                                                                                     \
-  X(set_ui)                                                                                                  \
-  X(set_si)                                                                                                  \
-  X(set_d)                                                                                                   \
-  X(get_si) X(get_d) X(fits_slong_p) X(clear) X(realloc) X(sizeinbase) X(neg) X(abs) X(add) X(add_ui) X(sub) \
-      X(mul) X(mul_ui) X(addmul) X(tdiv_qr) X(fdiv_qr) X(mul_2exp) X(fdiv_q_2exp) X(and) X(ior) X(xor)       \
-          X(com) X(cmp) X(pow_ui) X(ui_pow_ui) X(powm) X(invert) X(sqrtrem) X(root) X(gcd) X(gcdext) X(lcm)  \
-              X(fac_ui) X(bin_uiui) X(jacobi) X(tdiv_q_ui)
+  X(set) X(set_ui) X(set_si) X(set_d) X(get_si) X(get_d) X(fits_slong_p) X(clear) X(realloc) X(sizeinbase)   \
+  X(neg) X(abs) X(add) X(add_ui) X(sub) X(mul) X(mul_ui) X(addmul) X(mul_2exp)                               \
+  X(tdiv_qr) X(tdiv_q_ui) X(fdiv_qr) X(fdiv_q_2exp) X(and) X(ior) X(xor) X(com) X(cmp)                       \
+  X(pow_ui) X(ui_pow_ui) X(powm) X(invert) X(sqrtrem) X(root)                                                \
+  X(gcd) X(gcdext) X(lcm) X(fac_ui) X(bin_uiui) X(jacobi)
+// clang-format on
 
 struct Operations {
 #define TNK_INTEGER_MEMBER(name) decltype(&tnk_gmp___gmpz_##name) z_##name;
