@@ -3,7 +3,9 @@
 #include "gmp/operations.h"
 
 #include <cmath>
+#include <fstream>
 #include <limits>
+#include <set>
 
 namespace tnk::test {
 namespace {
@@ -243,7 +245,7 @@ const std::vector<Operation> &operations() {
       }
     });
     add(OPERATION(powm_ui), [](Integer &r, Big b, uint64_t e, Big m) {
-      require(m != 0 && (e < 99 || b.bits() < 65)), r = power_modulo(b, e, m);
+      require(m != 0 && (e < 20 || b.bits() < 65)), r = power_modulo(b, e, m);
     });
     add(OPERATION(sqrt), [](Integer &s, Big a) { require(a.sign() >= 0), s = root(a, 2); });
     add(OPERATION(sqrtrem), [](Integer &s, Integer &r, Big a) {
@@ -320,7 +322,7 @@ const std::vector<Operation> &operations() {
     });
     add(OPERATION(fac_ui), [](Integer &r, uint64_t n) { require(n < 200), r = falling(n, n); });
     add(OPERATION(bin_ui), [](Integer &r, Big n, uint64_t k) {
-      require(k < 70 && n.bits() < 260), r = falling(n, k) / falling(k, k);
+      require(k < 20 && n.bits() < 260), r = falling(n, k) / falling(k, k);
     });
     add(OPERATION(bin_uiui), [](Integer &r, uint64_t n, uint64_t k) {
       require(k < 70 || n < 200);
@@ -388,6 +390,22 @@ TEST(Integers, MeanWhatTheirNamesSay) {
     EXPECT_GT(defined, 10) << operation.name;
     if (HasFailure()) break;
   }
+}
+
+// What is left is in the other file of records: nothing is forgotten.
+TEST(Integers, AreAllInTheTable) {
+  std::set<std::string> names = {"init",     "init2",        "array_init",  "clear",       "realloc",
+                                 "realloc2", "init_set",     "init_set_ui", "init_set_si", "init_set_d",
+                                 "get_str",  "init_set_str", "get_d_2exp",  "sizeinbase",  "set_str",
+                                 "import",   "export"};
+  for (const Operation &operation : operations()) names.insert(operation.name);
+  std::ifstream list(TNK_TEST_GMP_EXPORTS);
+  const std::string prefix = "tnk_gmp___gmpz_";
+  std::set<std::string> exported;
+  for (std::string line; std::getline(list, line);)
+    if (line.rfind(prefix, 0) == 0) exported.insert(line.substr(prefix.size()));
+  EXPECT_EQ(exported.size(), 132u);
+  EXPECT_EQ(names, exported);
 }
 
 } // namespace

@@ -205,7 +205,7 @@ template <class T> constexpr bool is_input = std::is_same_v<T, const tnk_gmp_int
 template <class T> void choose(Argument &a, int &inputs, std::vector<Argument *> &list, Choices &choices) {
   if constexpr (is_input<T>) {
     a.is_record = true;
-    const bool shared = inputs > 0 && choices.pick(3) == 0;
+    const bool shared = inputs > 0 && choices.pick(2) == 0;
     a.place = shared ? list[0]->place : inputs;
     a.before = shared ? list[0]->before : choices.integer(false);
     list.push_back(&a), ++inputs;
@@ -221,7 +221,7 @@ void share(Argument &a, int &places, std::vector<int> &taken, const std::vector<
     const int with = choices.pick(static_cast<int>(inputs.size()) + 1);
     const bool alone = with == 0 || std::count(taken.begin(), taken.end(), inputs[with - 1]->place) != 0;
     a.place = alone ? places++ : inputs[with - 1]->place;
-    a.before = alone ? choices.integer(true) : inputs[with - 1]->before;
+    a.before = alone ? (taken.empty() ? choices.integer(true) : 5) : inputs[with - 1]->before;
     a.after = a.before;
     taken.push_back(a.place);
   }

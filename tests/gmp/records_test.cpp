@@ -1,0 +1,400 @@
+// What operations on integers do beside computing: memory, text, words and doubles; and results of long operands, by what
+// has to hold between them.
+#include "gmp/operations.h"
+
+#include <cmath>
+#include <cstring>
+#include <map>
+
+namespace tnk::test {
+namespace {
+
+using Big = reference::Integer;
+
+// An integer that is made and cleared here, by short names.
+struct Z {
+  tnk_gmp_integer record;
+  Z() { tnk_gmp___gmpz_init(&record); }
+  explicit Z(int64_t value) { tnk_gmp___gmpz_init_set_si(&record, value); }
+  Z(const Z &other) { tnk_gmp___gmpz_init_set(&record, &other.record); }
+  Z &operator=(const Z &) = delete;
+  ~Z() { tnk_gmp___gmpz_clear(&record); }
+  operator tnk_gmp_integer *() { return &record; }
+  operator const tnk_gmp_integer *() const { return &record; }
+  tnk_gmp_integer *operator->() { return &record; }
+  Big value() const { return Big(record.d, std::abs(record.size), record.size < 0); }
+};
+bool operator==(const Z &a, const Z &b) {
+  return tnk_gmp___gmpz_cmp(a, b) == 0;
+}
+template <class F, class... A> Z made(F *operation, const A &...arguments) {
+  Z r;
+  operation(r, arguments...);
+  return r;
+}
+#define MADE(name, ...) made(&tnk_gmp___gmpz_##name, __VA_ARGS__)
+
+Z random_integer(Random &random, int limbs) {
+  Z r;
+  for (int i = 0; i < limbs; ++i) {
+    tnk_gmp___gmpz_mul_2exp(r, r, 64);
+    tnk_gmp___gmpz_add_ui(r, r, static_cast<uint64_t>(random.integer(INT64_MIN, INT64_MAX)));
+  }
+  return r;
+}
+
+// ---- Memory -------------------------------------------------------------------------------------------------------
+
+// Blocks of the program's own, filled with ones, by their sizes.
+std::map<void *, std::size_t> blocks;
+int wrong_sizes = 0;
+
+void *take(std::size_t size) {
+  void *const block = std::malloc(size);
+  std::memset(block, 0xFF, size);
+  blocks[block] = size;
+  return block;
+}
+void give_back(void *block, std::size_t size) {
+  const auto at = blocks.find(block);
+  if (at == blocks.end() || at->second != size) return void(++wrong_sizes);
+  blocks.erase(at);
+  std::free(block);
+}
+void *change(void *block, std::size_t old_size, std::size_t size) {
+  void *const other = take(size);
+  std::memcpy(other, block, std::min(old_size, size));
+  give_back(block, old_size);
+  return other;
+}
+
+TEST(Records, TakeMemoryFromThePointersAndGiveItBackWithItsSize) {
+  const auto before =
+      std::make_tuple(tnk_gmp_tnk_gmp_allocate, tnk_gmp_tnk_gmp_reallocate, tnk_gmp_tnk_gmp_free);
+  tnk_gmp___gmp_set_memory_functions(take, change, give_back);
+  {
+    Random random(2);
+    Z a = random_integer(random, 700), b = random_integer(random, 300), m = random_integer(random, 20), r, s,
+      t;
+    tnk_gmp___gmpz_mul(a, a, a);
+    tnk_gmp___gmpz_tdiv_qr(r, s, a, b);
+    tnk_gmp___gmpz_fdiv_q(r, b, a);
+    for (int even = 0; even < 2; ++even) {
+      tnk_gmp___gmpz_powm(r, b, m, m);
+      tnk_gmp___gmpz_mul_2exp(m, m, 3);
+    }
+    tnk_gmp___gmpz_gcdext(r, s, t, a, b);
+    tnk_gmp___gmpz_jacobi(a, b);
+    tnk_gmp___gmpz_root(r, a, 3);
+    tnk_gmp___gmpz_perfect_power_p(MADE(pow_ui, b, 3));
+    tnk_gmp___gmpz_fac_ui(r, 999);
+    tnk_gmp___gmpz_remove(r, r, MADE(set_ui, 6));
+    tnk_gmp___gmpz_lucnum2_ui(r, s, 5000);
+    tnk_gmp___gmpz_bin_ui(t, a, 20);
+    tnk_gmp___gmpz_ior(a, a, b);
+    char *const text = tnk_gmp___gmpz_get_str(nullptr, 10, m);
+    EXPECT_EQ(blocks[text], std::strlen(text) + 1);
+    give_back(text, std::strlen(text) + 1);
+    std::size_t count;
+    void *const words = tnk_gmp___gmpz_export(nullptr, &count, 1, 3, 0, 0, m);
+    give_back(words, 3 * count);
+  }
+  EXPECT_EQ(blocks.size(), 0u);
+
+  tnk_gmp_integer r[3];
+  for (const uint64_t bits : {0, 512, 513, 4000}) {
+    tnk_gmp___gmpz_init2(r, bits);
+    EXPECT_EQ(r->alloc, std::max(8, static_cast<int>(bits + 63) / 64));
+    EXPECT_EQ(blocks[r->d], static_cast<std::size_t>(r->alloc) * 8);
+    EXPECT_TRUE(r->size == 0 && std::count(r->d, r->d + r->alloc, 0u) == r->alloc);
+    tnk_gmp___gmpz_clear(r);
+  }
+  tnk_gmp___gmpz_array_init(r, 3, 600);
+  for (auto &record : r) {
+    EXPECT_TRUE(record.alloc == 10 && record.size == 0);
+    tnk_gmp___gmpz_setbit(&record, 150);
+    EXPECT_EQ(tnk_gmp___gmpz_realloc(&record, 3), record.d);
+    EXPECT_TRUE(record.alloc == 3 && record.size == 3);
+    tnk_gmp___gmpz_realloc2(&record, 128);
+    EXPECT_TRUE(record.alloc == 2 && record.size == 0);
+    tnk_gmp___gmpz_realloc2(&record, 0);
+    EXPECT_EQ(record.alloc, 1);
+    tnk_gmp___gmpz_clear(&record);
+  }
+  EXPECT_EQ(blocks.size(), 0u);
+  EXPECT_EQ(wrong_sizes, 0);
+  tnk_gmp___gmp_set_memory_functions(std::get<0>(before), std::get<1>(before), std::get<2>(before));
+}
+
+TEST(Records, BeginWithValues) {
+  const double values[] = {0, 1.9, -1.9, 0x1p63, -0x1.8p64, 0x1.23456789abcdep200, 1e308, 5e-324};
+  for (const double value : values) {
+    tnk_gmp_integer r;
+    tnk_gmp___gmpz_init_set_d(&r, value);
+    EXPECT_EQ(tnk_gmp___gmpz_cmp_d(&r, std::trunc(value)), 0) << value;
+    EXPECT_EQ(tnk_gmp___gmpz_get_d(&r), std::trunc(value));
+    int64_t exponent;
+    int expected;
+    EXPECT_EQ(tnk_gmp___gmpz_get_d_2exp(&exponent, &r), std::frexp(std::trunc(value), &expected));
+    EXPECT_EQ(exponent, expected);
+    tnk_gmp___gmpz_clear(&r);
+  }
+  for (const uint64_t value : {uint64_t{0}, uint64_t{7}, UINT64_MAX}) {
+    tnk_gmp_integer r;
+    tnk_gmp___gmpz_init_set_ui(&r, value);
+    EXPECT_TRUE(r.alloc == 8 && tnk_gmp___gmpz_cmp_ui(&r, value) == 0);
+    tnk_gmp___gmpz_clear(&r);
+    EXPECT_EQ(Z(static_cast<int64_t>(value)).value(), Big(static_cast<int64_t>(value)));
+  }
+  // Outputs that may be missing.
+  const Z a(-60), b(42);
+  Z g;
+  EXPECT_EQ(tnk_gmp___gmpz_gcd_ui(nullptr, a, 42), 6u);
+  tnk_gmp___gmpz_gcdext(g, nullptr, nullptr, a, b);
+  EXPECT_EQ(g.value(), Big(6));
+  EXPECT_EQ(tnk_gmp___gmpz_root(nullptr, Z(-27), 3), 1);
+}
+
+// ---- Text and words -----------------------------------------------------------------------------------------------
+
+TEST(Text, OfEveryBase) {
+  Random random(4);
+  const auto to_text = [](const Z &a, int base) {
+    std::string text(tnk_gmp___gmpz_sizeinbase(a, std::abs(base)) + 2, '!');
+    EXPECT_EQ(tnk_gmp___gmpz_get_str(text.data(), base, a), text.data());
+    return std::string(text.c_str());
+  };
+  for (int base = 2; base <= 36; ++base) {
+    const bool power_of_two = (base & (base - 1)) == 0;
+    for (int n = 0; n < 70; n = n < 20 ? n + 1 : n + 7) {
+      const Z power = MADE(ui_pow_ui, static_cast<uint64_t>(base), static_cast<uint64_t>(n));
+      for (const Z &a : {power, MADE(sub_ui, power, 1), MADE(neg, random_integer(random, n / 8))}) {
+        const std::string text = a.value().text(static_cast<unsigned>(base));
+        EXPECT_EQ(to_text(a, base), text);
+        EXPECT_EQ(to_text(a, -base), a.value().text(static_cast<unsigned>(base), true));
+        const std::size_t size = tnk_gmp___gmpz_sizeinbase(a, base), digits = text.size() - (text[0] == '-');
+        EXPECT_TRUE(size == digits || (size == digits + 1 && !power_of_two)) << base << ' ' << text;
+        Z r;
+        EXPECT_EQ(tnk_gmp___gmpz_set_str(r, text.c_str(), base), 0);
+        EXPECT_TRUE(r == a);
+      }
+    }
+  }
+  for (const int base : {0, 1, -1, 37, -37}) EXPECT_EQ(tnk_gmp___gmpz_get_str(nullptr, base, Z(5)), nullptr);
+}
+
+TEST(Text, IsReadOrRefused) {
+  const struct {
+    const char *text;
+    int base;
+    int64_t value;  // INT64_MIN: refused
+    bool ours_only; // the peer has another rule
+  } rows[] = {{"0", 10, 0, false},
+              {"-0", 10, 0, false},
+              {" \t-12 3\n", 10, -123, false},
+              {"+5", 10, 5, true},
+              {"x1F", 16, 31, true},
+              {"-0Xff", 16, -255, true},
+              {"0x1f", 0, 31, false},
+              {"X1f", 0, 31, true},
+              {"0b101", 0, 5, false},
+              {"0B11", 0, 3, false},
+              {"017", 0, 15, false},
+              {"0", 0, 0, false},
+              {"-42", 0, -42, false},
+              {"Zz", 36, 35 * 36 + 35, false},
+              {"x1", 36, 33 * 36 + 1, false},
+              {"", 10, INT64_MIN, false},
+              {"-", 10, INT64_MIN, false},
+              {"   ", 10, INT64_MIN, false},
+              {"12a", 10, INT64_MIN, false},
+              {"19", 9, INT64_MIN, false},
+              {"--1", 10, INT64_MIN, false},
+              {"08", 0, INT64_MIN, false},
+              {"1.5", 10, INT64_MIN, false},
+              {"x", 16, INT64_MIN, true},
+              {"0b2", 0, INT64_MIN, false},
+              {"- 5", 10, INT64_MIN, false},
+              {"\xE4", 36, INT64_MIN, false}};
+  const auto peer = Peer::function<int(tnk_gmp_integer *, const char *, int)>("set_str");
+  for (const auto &row : rows) {
+    Z r(99);
+    const bool refused = row.value == INT64_MIN;
+    EXPECT_EQ(tnk_gmp___gmpz_set_str(r, row.text, row.base), refused ? -1 : 0) << row.text;
+    EXPECT_EQ(r.value(), Big(refused ? int64_t{99} : row.value)) << row.text;
+    tnk_gmp_integer made;
+    EXPECT_EQ(tnk_gmp___gmpz_init_set_str(&made, row.text, row.base), refused ? -1 : 0);
+    EXPECT_EQ(tnk_gmp___gmpz_cmp_si(&made, refused ? 0 : row.value), 0);
+    tnk_gmp___gmpz_clear(&made);
+    if (!peer || row.ours_only) continue;
+    Record<Peer> theirs(Big(99));
+    EXPECT_EQ(peer(theirs, row.text, row.base), refused ? -1 : 0) << row.text << " by the peer";
+    EXPECT_TRUE(refused || theirs.value() == Big(row.value)) << row.text << " by the peer";
+  }
+  for (int c = -1; c < 256; ++c) {
+    const char *const at = c > 0 ? std::strchr(tnk_gmp_DigitsLower, c < 128 ? std::tolower(c) : 1) : nullptr;
+    EXPECT_EQ(tnk_gmp__impGetDigitValue(c), at ? at - tnk_gmp_DigitsLower : -1) << c;
+  }
+}
+
+TEST(Text, OfFractions) {
+  const struct {
+    int64_t above, below;
+    int base;
+    const char *text;
+  } rows[] = {
+      {-7, 3, 10, "-7/3"}, {255, 1, 16, "ff"}, {255, 16, -16, "FF/10"}, {0, 1, 2, "0"}, {1, 2, 99, ""}};
+  for (const auto &row : rows) {
+    const Z above(row.above), below(row.below);
+    const tnk_gmp_fraction q = {above.record, below.record};
+    std::FILE *const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(tnk_gmp___gmpq_out_str(file, row.base, &q), std::strlen(row.text));
+    char text[16] = "";
+    std::rewind(file);
+    EXPECT_EQ(std::fread(text, 1, sizeof text - 1, file), std::strlen(row.text));
+    EXPECT_STREQ(text, row.text);
+    std::fclose(file);
+  }
+  const Z one(1);
+  const tnk_gmp_fraction q = {one.record, one.record};
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(tnk_gmp___gmpq_out_str(nullptr, 10, &q), 1u);
+  std::fflush(stdout);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "1");
+}
+
+TEST(Words, OfEverySizeAndOrder) {
+  Random random(6);
+  const auto peer = Peer::function<void *(void *, std::size_t *, int, std::size_t, int, std::size_t,
+                                          const tnk_gmp_integer *)>("export");
+  for (const std::size_t size : {1u, 2u, 3u, 8u, 11u, 16u})
+    for (const int order : {1, -1})
+      for (const int endian : {1, 0, -1})
+        for (const std::size_t nails : {std::size_t{0}, std::size_t{3}, 8 * size - 1})
+          for (const int limbs : {0, 1, 2, 5}) {
+            Z a = random_integer(random, limbs), b(5);
+            // The definition: words from the lowest on, their bytes from the lowest on.
+            const std::size_t width = 8 * size - nails, count = (a.value().bits() + width - 1) / width;
+            std::vector<unsigned char> expected(count * size), found(count * size, 0xAA);
+            for (std::size_t w = 0; w < count; ++w)
+              for (std::size_t bit = 0; bit < width; ++bit) {
+                const std::size_t byte = endian > 0 ? size - 1 - bit / 8 : bit / 8;
+                expected[(order > 0 ? count - 1 - w : w) * size + byte] |=
+                    static_cast<unsigned char>(a.value().bit(w * width + bit) << bit % 8);
+              }
+            std::size_t written = 99;
+            if (count == 0) found.resize(1), expected.resize(1);
+            EXPECT_EQ(tnk_gmp___gmpz_export(count ? found.data() : nullptr, &written, order, size, endian,
+                                            nails, a),
+                      count ? found.data() : nullptr);
+            EXPECT_EQ(written, count);
+            EXPECT_EQ(found, expected) << size << order << endian << ' ' << nails;
+            if (peer && count) {
+              peer(found.data(), &written, order, size, endian, nails, a);
+              EXPECT_EQ(found, expected) << "by the peer";
+            }
+            for (std::size_t w = 0; w < count && nails >= 3; ++w) // ignored
+              found[w * size + (endian > 0 ? 0 : size - 1)] |= 0xE0;
+            tnk_gmp___gmpz_import(b, count, order, size, endian, nails, found.data());
+            EXPECT_TRUE(a == b);
+          }
+}
+
+// ---- Long operands ------------------------------------------------------------------------------------------------
+
+TEST(LongIntegers, PowersModuloAnything) {
+  Random random(8);
+  for (const int n : {1, 2, 5, 20, 60})
+    for (int zeros = 0; zeros < 200; zeros += 67) {
+      Z m = random_integer(random, n), odd = MADE(setbit, 0);
+      tnk_gmp___gmpz_setbit(m, 0);
+      tnk_gmp___gmpz_mul_2exp(m, m, static_cast<uint64_t>(zeros));
+      const Z b = random_integer(random, n + 2), e = random_integer(random, 2),
+              f = random_integer(random, n + 1);
+      // b^(e + f) = b^e b^f, by exponents on both sides of the modulus.
+      const Z both = MADE(add, e, f);
+      EXPECT_TRUE(MADE(powm, b, both, m) ==
+                  MADE(mod, MADE(mul, MADE(powm, b, e, m), MADE(powm, b, f, m)), m));
+      EXPECT_TRUE(MADE(powm_ui, b, 3, m) == MADE(mod, MADE(pow_ui, b, 3), m));
+      EXPECT_TRUE(MADE(powm, MADE(neg, b), Z(5), MADE(neg, m)) ==
+                  MADE(mod, MADE(neg, MADE(pow_ui, b, 5)), m));
+    }
+  // A prime: 2^2203 - 1.
+  Z p(1);
+  tnk_gmp___gmpz_mul_2exp(p, p, 2203);
+  tnk_gmp___gmpz_sub_ui(p, p, 1);
+  const Z b = random_integer(random, 30);
+  EXPECT_TRUE(MADE(powm, b, p, p) == b);
+  EXPECT_EQ(tnk_gmp___gmpz_jacobi(MADE(mul, b, b), p), 1);
+  EXPECT_EQ(tnk_gmp___gmpz_jacobi(Z(-1), p), -1);
+  const Z half = MADE(tdiv_q_2exp, p, 1);
+  const Z euler = MADE(powm, b, half, p);
+  EXPECT_EQ(tnk_gmp___gmpz_jacobi(b, p), euler == Z(1) ? 1 : -1);
+}
+
+TEST(LongIntegers, DivisorsAndInverses) {
+  Random random(9);
+  const auto jacobi = Peer::function<int(const tnk_gmp_integer *, const tnk_gmp_integer *)>("jacobi");
+  for (const int n : {3, 4, 17, 60, 61, 150})
+    for (const int m : {1, 2, n / 2, n - 1, n, n + 1}) {
+      const Z g = random_integer(random, 1 + n / 5), a = MADE(mul, g, random_integer(random, n)),
+              b = MADE(mul, g, random_integer(random, m));
+      Z d, s, t;
+      tnk_gmp___gmpz_gcdext(d, s, t, a, b);
+      EXPECT_TRUE(MADE(gcd, a, b) == d);
+      EXPECT_TRUE(tnk_gmp___gmpz_divisible_p(d, g) && tnk_gmp___gmpz_divisible_p(a, d) &&
+                  tnk_gmp___gmpz_divisible_p(b, d));
+      EXPECT_TRUE(MADE(add, MADE(mul, a, s), MADE(mul, b, t)) == d);
+      EXPECT_LE(tnk_gmp___gmpz_cmpabs(MADE(mul_2exp, MADE(mul, s, d), 1), b), 0);
+      EXPECT_TRUE(MADE(mul, MADE(lcm, a, b), d) == MADE(mul, a, b));
+      const Z x = MADE(tdiv_q, a, d), y = MADE(tdiv_q, b, d);
+      Z inverse;
+      EXPECT_NE(tnk_gmp___gmpz_invert(inverse, x, y), 0);
+      EXPECT_TRUE(tnk_gmp___gmpz_congruent_p(MADE(mul, inverse, x), Z(1), y));
+      EXPECT_EQ(tnk_gmp___gmpz_jacobi(MADE(mul, a, x), y),
+                tnk_gmp___gmpz_jacobi(a, y) * tnk_gmp___gmpz_jacobi(x, y));
+      EXPECT_TRUE(!jacobi || tnk_gmp___gmpz_jacobi(x, y) == jacobi(x, y)) << "by the peer";
+    }
+  // Quotients that take more than a limb, and runs of the smallest ones.
+  const Z f = MADE(fib_ui, 5000), e = MADE(fib_ui, 4999), large = MADE(mul_2exp, f, 700);
+  EXPECT_TRUE(MADE(gcd, f, e) == Z(1));
+  EXPECT_TRUE(MADE(gcd, large, MADE(add, large, f)) == f);
+}
+
+TEST(LongIntegers, RootsAndPowers) {
+  Random random(10);
+  for (const int n : {2, 9, 40, 41, 130})
+    for (const uint64_t k : {2, 3, 5, 8, 100}) {
+      const Z a = random_integer(random, n), r = MADE(root, a, k), next = MADE(add_ui, r, 1);
+      EXPECT_LE(tnk_gmp___gmpz_cmp(MADE(pow_ui, r, k), a), 0);
+      EXPECT_GT(tnk_gmp___gmpz_cmp(MADE(pow_ui, next, k), a), 0);
+      const Z power = MADE(pow_ui, MADE(neg, a), k);
+      Z root;
+      EXPECT_NE(tnk_gmp___gmpz_root(root, power, k), 0);
+      EXPECT_EQ(tnk_gmp___gmpz_root(nullptr, MADE(add_ui, power, 1), k), 0);
+      EXPECT_TRUE(MADE(abs, root) == a);
+      EXPECT_EQ(tnk_gmp___gmpz_perfect_square_p(power), k % 2 == 0);
+      EXPECT_TRUE(n > 50 || tnk_gmp___gmpz_perfect_power_p(power) == 1);
+      EXPECT_EQ(tnk_gmp___gmpz_perfect_power_p(MADE(mul_ui, power, 10)), 0);
+      Z s, rest;
+      tnk_gmp___gmpz_sqrtrem(s, rest, a);
+      EXPECT_TRUE(MADE(add, MADE(mul, s, s), rest) == a);
+      EXPECT_LE(tnk_gmp___gmpz_cmp(rest, MADE(mul_2exp, s, 1)), 0);
+    }
+}
+
+TEST(LongIntegers, CountingNumbers) {
+  const Z f = MADE(fac_ui, 3000), g = MADE(fac_ui, 2999);
+  EXPECT_TRUE(MADE(mul_ui, g, 3000) == f);
+  EXPECT_TRUE(MADE(mul, MADE(mul, MADE(bin_uiui, 3000, 1100), MADE(fac_ui, 1100)), MADE(fac_ui, 1900)) == f);
+  Z rest;
+  EXPECT_EQ(tnk_gmp___gmpz_remove(rest, f, Z(5)), 600u + 120 + 24 + 4);
+  EXPECT_EQ(tnk_gmp___gmpz_remove(rest, MADE(neg, f), Z(-2)),
+            3000u - static_cast<unsigned>(__builtin_popcount(3000)));
+  // F(2n) = F(n) L(n).
+  EXPECT_TRUE(MADE(fib_ui, 20000) == MADE(mul, MADE(fib_ui, 10000), MADE(lucnum_ui, 10000)));
+}
+
+} // namespace
+} // namespace tnk::test
