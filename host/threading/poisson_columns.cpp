@@ -8,8 +8,8 @@
 //   g[j] = (f[j] + g[j-1]) w[j],    then backwards    u[j] = g[j] + w[j] u[j+1]
 //
 // Columns go side by side, so that rows are read in sequence. w rises or falls to a limit and, since rounding keeps order,
-// reaches one exactly: from there on it is neither computed nor stored, and bits are as they would be. Of a square of 512
-// that leaves one division in six.
+// reaches one exactly: from there on it is neither computed nor stored, and bits are as they would be. Of a
+// square of 512 that leaves one division in six.
 #include <algorithm>
 #include <atomic>
 #include <cstring>
