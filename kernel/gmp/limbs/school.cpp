@@ -43,7 +43,7 @@ struct Column {
 };
 
 // Column by column, each a sum of products in registers: r is written once and never read. All written out.
-template <int N> void square_columns(limb *r, const limb *a, const limb *b) {
+template <int N> void columns(limb *r, const limb *a, const limb *b) {
   Column sum;
   unrolled<2 * N - 1>([&](auto k) TNK_INLINED {
     constexpr int from = k < N ? 0 : k - N + 1, to = k < N ? k : N - 1;
@@ -71,7 +71,7 @@ template <int N> void square(limb *r, const limb *a) {
 }
 
 template <int N> void equal_lengths(limb *r, const limb *a, const limb *b) {
-  a == b ? square<N>(r, a) : square_columns<N>(r, a, b);
+  a == b ? square<N>(r, a) : columns<N>(r, a, b);
 }
 
 } // namespace

@@ -5,29 +5,23 @@
 namespace tnk::gmp {
 namespace {
 
-// a2 x^2 + a1 x + a0 of pieces of m, m and h limbs.
-struct Pieces {
-  const limb *a;
-  int32_t m, h;
-
-  // r := a0 + a1 2^s + a2 2^(2 s), in m + 1 limbs.
-  void at_power_of_two(limb *r, int s) const { sum(r, a, 1, a + 2 * m, limb{1} << (2 * s), s); }
-  // r := 4 a0 + 2 a1 + a2.
-  void at_half(limb *r) const { sum(r, a, 4, a + 2 * m, 1, 1); }
-
-private:
-  void sum(limb *r, const limb *a0, limb f0, const limb *a2, limb f2, int s) const {
-    const limb *const a1 = a + m;
-    wide carry = 0;
-    for (int32_t i = 0; i < m; ++i) {
-      carry += wide{a0[i]} * f0 + (wide{a1[i]} << s);
-      if (i < h) carry += wide{a2[i]} * f2;
-      r[i] = low(carry);
-      carry >>= limb_bits;
-    }
-    r[m] = low(carry);
+// r := a0 2^s0 + a1 2^s1 + a2 2^s2 in m + 1 limbs, of the pieces of a: m, m and h limbs, h not above m.
+template <int s0, int s1, int s2> void value(limb *r, const limb *a, int32_t m, int32_t h) {
+  const limb *const a1 = a + m, *const a2 = a1 + m;
+  wide carry = 0;
+  int32_t i = 0;
+  for (; i < h; ++i) {
+    carry += (wide{a[i]} << s0) + (wide{a1[i]} << s1) + (wide{a2[i]} << s2);
+    r[i] = low(carry);
+    carry >>= limb_bits;
   }
-};
+  for (; i < m; ++i) {
+    carry += (wide{a[i]} << s0) + (wide{a1[i]} << s1);
+    r[i] = low(carry);
+    carry >>= limb_bits;
+  }
+  r[m] = low(carry);
+}
 
 // r of n limbs := r - a, a having fewer; and r - a 2^s.
 void subtract(limb *r, const limb *a, int32_t an) {
@@ -48,16 +42,15 @@ void tnk_gmp_tnk_gmp_mul_n_tc3(const tnk_gmp_limb *a, const tnk_gmp_limb *b, tnk
   limb *const at_1 = scratch, *const at_2 = at_1 + k, *const at_half = at_2 + k;
 
   // The values, where r is still free: it has more than four times m limbs.
-  const Pieces pa{a, m, h}, pb{b, m, h};
-  limb *const va = r, *const vb = r + m + 1;
-  const auto value = [=](limb *product, const auto &evaluate) {
-    evaluate(pa, va);
-    if (a != b) evaluate(pb, vb);
-    tnk_gmp___gmpn_mul_n(product, va, a == b ? va : vb, m + 1);
+  limb *const va = r, *const vb = a == b ? va : r + m + 1;
+  const auto multiply = [=](limb *product, auto evaluate) {
+    evaluate(va, a, m, h);
+    if (a != b) evaluate(vb, b, m, h);
+    tnk_gmp___gmpn_mul_n(product, va, vb, m + 1);
   };
-  value(at_1, [](const Pieces &p, limb *v) { p.at_power_of_two(v, 0); });
-  value(at_2, [](const Pieces &p, limb *v) { p.at_power_of_two(v, 1); });
-  value(at_half, [](const Pieces &p, limb *v) { p.at_half(v); });
+  multiply(at_1, value<0, 0, 0>);
+  multiply(at_2, value<0, 1, 2>);
+  multiply(at_half, value<2, 1, 0>); // four times the value
   limb *const c0 = r, *const c4 = r + 4 * m;
   tnk_gmp___gmpn_mul_n(c0, a, b, m);
   tnk_gmp___gmpn_mul_n(c4, a + 2 * m, b + 2 * m, h);
