@@ -84,6 +84,60 @@ TEST(SmallRadix, TransformsEveryLengthAtEveryAddress) {
   }
 }
 
+// Columns of neighbouring numbers, an odd count of them so that one is left alone; with the longer stride they are too far
+// apart to be transformed where they stand.
+TEST(SmallRadix, TransformsColumns) {
+  constexpr std::size_t count = 5;
+  const std::pair<tnk_int, DftiKernelPair> compact[] = {{2, {tnk_dft_xz_f2_1df, tnk_dft_xz_f2_1db}},
+                                                        {4, {tnk_dft_xz_f4_1df, tnk_dft_xz_f4_1db}},
+                                                        {8, {tnk_dft_xz_f8_1df, tnk_dft_xz_f8_1db}},
+                                                        {32, {tnk_dft_xz_f32_1df, tnk_dft_xz_f32_1db}}};
+  std::vector<std::pair<tnk_int, DftiKernelPair>> rows(std::begin(compact), std::end(compact));
+  for (tnk_int n = 2; n <= 34; ++n)
+    rows.push_back({n, {tnk_dft_zsmallradix_forward[n - 2], tnk_dft_zsmallradix_inverse[n - 2]}});
+  for (const auto &[length, pair] : rows)
+    for (const std::size_t stride : {std::size_t{7}, std::size_t{256}})
+      for (const bool inverse : {false, true}) {
+        SCOPED_TRACE(std::to_string(length) + " numbers, stride " + std::to_string(stride) +
+                     (inverse ? " inverse" : " forward"));
+        const auto n = static_cast<std::size_t>(length);
+        DftiNode node = {};
+        node.axis.length = length, node.forward_factor = 0.7, node.backward_factor = 1.3;
+        using C = std::complex<double>;
+        Guarded<C> together((n - 1) * stride + count, 8), alone((n - 1) * stride + count, 8);
+        std::vector<std::vector<Wide>> x(count);
+        Random random(static_cast<unsigned>(n));
+        for (std::size_t i = 0; i < together.size(); ++i) {
+          const C number{random.real<double>(), random.real<double>()};
+          together.put(i, number), alone.put(i, number);
+          if (i % stride < count) x[i % stride].emplace_back(number);
+        }
+        DftiKernel *const kernel = inverse ? pair.inverse : pair.forward;
+        const auto run = [&](Guarded<C> &data, std::size_t first, std::size_t columns) {
+          ASSERT_EQ(tnk_dft_xzdft_mult(reinterpret_cast<tnk_complex16 *>(data.data()) + first, length,
+                                       static_cast<tnk_int>(stride), static_cast<tnk_int>(columns), kernel,
+                                       &node, nullptr),
+                    0);
+        };
+        const Guarded<C> before(std::vector<C>(together.data(), together.data() + together.size()), 8);
+        run(together, 0, count);
+        run(alone, 0, 1), run(alone, 1, 3), run(alone, 4, 1);
+        for (std::size_t i = 0; i < together.size(); ++i) {
+          EXPECT_EQ(together.get(i), alone.get(i));
+          EXPECT_TRUE(i % stride < count || together.get(i) == before.get(i));
+        }
+        for (std::size_t column = 0; column < count; ++column) {
+          Guarded<C> result(n);
+          for (std::size_t k = 0; k < n; ++k) result.put(k, together.get(k * stride + column));
+          EXPECT_LE(
+              error_of(result, tnk::reference::transform(x[column], inverse ? 1 : -1), inverse ? 1.3L : 0.7L),
+              std::numeric_limits<double>::epsilon() *
+                  (0.35 + 0.5 * std::sqrt(std::log2(static_cast<double>(n)))));
+        }
+        EXPECT_TRUE(together.intact());
+      }
+}
+
 TEST(SmallRadix, ServesItsLengths) {
   const struct {
     int32_t precision;
