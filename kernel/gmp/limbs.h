@@ -31,10 +31,10 @@ inline int leading_zeros(limb x) {
 // ---- Arrays -----------------------------------------------------------------------------------------------------
 
 inline void copy(limb *r, const limb *a, int32_t n) {
-  std::memmove(r, a, static_cast<std::size_t>(n) * sizeof(limb));
+  if (n > 0) std::memmove(r, a, static_cast<std::size_t>(n) * sizeof(limb));
 }
 inline void clear(limb *r, int32_t n) {
-  std::memset(r, 0, static_cast<std::size_t>(n) * sizeof(limb));
+  if (n > 0) std::memset(r, 0, static_cast<std::size_t>(n) * sizeof(limb));
 }
 
 // n without the zero limbs at its top.

@@ -252,4 +252,18 @@ TEST(Magnitudes, Powers) {
   }
 }
 
+// Modulo 2^p - 1 that are prime: b^(2^p - 2) is 1, and 2 has the order p. All ones are the moduli that carries go far in.
+TEST(Magnitudes, PowersModuloPrimes) {
+  Random random;
+  for (const uint64_t p : {61, 127, 521, 1279, 2203, 4253}) {
+    const Integer prime = Integer::power_of_two(p) - 1;
+    Record m(prime), e(prime - 1), r(0), b(value(made(random, static_cast<int32_t>(p / 64 + 2), any)));
+    tnk_gmp___gmpz_powm(&r, &b, &e, &m);
+    EXPECT_EQ(r.get(), 1) << p;
+    Record two(2), by_p(Integer(p * 9 + 60));
+    tnk_gmp___gmpz_powm(&r, &two, &by_p, &m);
+    EXPECT_EQ(r.get(), Integer::power_of_two(60)) << p;
+  }
+}
+
 } // namespace

@@ -153,7 +153,8 @@ void e9_vpksMontExp(const BigNum *b, const BigNum *e, const Montgomery *m, BigNu
   e9_vpksGet_BN(result, n, b);
   multiply(odd, result, m->square);
   if (entries > 1) multiply(square, odd, odd);
-  for (int32_t i = 1; i < entries; ++i) multiply(odd + i * n, odd + (i - 1) * n, square);
+  limb *last = odd;
+  for (int32_t i = 1; i < entries; ++i, last += n) multiply(last + n, last, square);
 
   clear(result, n);
   result[0] = 1;

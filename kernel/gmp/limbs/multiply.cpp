@@ -59,6 +59,27 @@ void multiply_long(limb *r, const limb *a, const limb *b, int32_t n, Transforms 
     karatsuba_step(r, a, b, n, kept);
 }
 
+namespace {
+
+// a in slices as long as b. The first one goes straight into r, so that a later product, or the last with fewer limbs, is no
+// longer than a. Apart from its caller, whose short products do without a frame on the stack.
+__attribute__((noinline)) void multiply_slices(limb *r, const limb *a, int32_t an, const limb *b,
+                                               int32_t bn) {
+  Scratch scratch(an);
+  Transforms kept;
+  multiply_long(r, a, b, bn, kept);
+  for (int32_t done = bn; done < an; done += bn) {
+    const int32_t slice = an - done < bn ? an - done : bn;
+    if (slice == bn)
+      multiply_long(scratch, a + done, b, bn, kept);
+    else
+      tnk_gmp___gmpn_mul(scratch, b, bn, a + done, slice);
+    const limb carry = add_n(r + done, r + done, scratch, bn);
+    add_1(r + done + bn, scratch + bn, slice, carry);
+  }
+}
+
+} // namespace
 } // namespace tnk::gmp
 
 void tnk_gmp___gmpn_mul_n(tnk_gmp_limb *r, const tnk_gmp_limb *a, const tnk_gmp_limb *b, int32_t n) {
@@ -78,25 +99,12 @@ tnk_gmp_limb tnk_gmp___gmpn_mul(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t 
     clear(r, an);
     return 0;
   }
-  if (an + bn < mul_school_below) {
+  if (an + bn < mul_school_below)
     e9_cpMul_BNU_school(r, a, an, b, bn);
-  } else if (an == bn) {
+  else if (an == bn)
     tnk_gmp___gmpn_mul_n(r, a, b, an);
-  } else {
-    // The first slice goes straight into r, so that a later product, or the last with fewer limbs, is no longer than a.
-    Scratch scratch(an);
-    Transforms kept;
-    multiply_long(r, a, b, bn, kept);
-    for (int32_t done = bn; done < an; done += bn) {
-      const int32_t slice = an - done < bn ? an - done : bn;
-      if (slice == bn)
-        multiply_long(scratch, a + done, b, bn, kept);
-      else
-        tnk_gmp___gmpn_mul(scratch, b, bn, a + done, slice);
-      const limb carry = add_n(r + done, r + done, scratch, bn);
-      add_1(r + done + bn, scratch + bn, slice, carry);
-    }
-  }
+  else
+    multiply_slices(r, a, an, b, bn);
   return r[an + bn - 1];
 }
 
