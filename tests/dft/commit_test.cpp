@@ -223,6 +223,8 @@ TEST(Commits, FlagsAreThoseOfTheLastCommit) {
 // Each way of committing, by one that stands for it.
 const Configuration ways[] = {
     {DftiDouble, DftiComplex, {64}},
+    {DftiDouble, DftiComplex, {128}},
+    {DftiDouble, DftiComplex, {60}, {batch(2)}},
     {DftiSingle, DftiComplex, {5000}},
     {DftiDouble, DftiComplex, {6, 5, 4}, {out_of_place, users(3)}},
     {DftiSingle, DftiComplex, {6000}, {scrambled}},

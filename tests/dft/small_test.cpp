@@ -33,6 +33,11 @@ long double error_of(const Guarded<std::complex<R>> &result, const std::vector<W
   return std::sqrt(squares / all);
 }
 
+template <class R> long double allowed(std::size_t n) {
+  return std::numeric_limits<R>::epsilon() *
+         (0.35L + 0.5L * std::sqrt(std::log2(static_cast<long double>(n))));
+}
+
 // run(source, destination) transforms n numbers, in one or two arrays that stand `shift` bytes past a boundary.
 // The same bits in place and out of place, the source left alone there, and nothing around the arrays read or written.
 template <class R, class Run>
@@ -48,9 +53,7 @@ void expect_transform(std::size_t n, int sign, long double factor, std::size_t s
   }
   ASSERT_EQ(run(stays.data(), stays.data()), 0);
   ASSERT_EQ(run(source.data(), destination.data()), 0);
-  const long double bound =
-      std::numeric_limits<R>::epsilon() * (0.35L + 0.5L * std::sqrt(std::log2(static_cast<long double>(n))));
-  EXPECT_LE(error_of(destination, tnk::reference::transform(x, sign), factor), bound);
+  EXPECT_LE(error_of(destination, tnk::reference::transform(x, sign), factor), allowed<R>(n));
   for (std::size_t i = 0; i < n; ++i) {
     EXPECT_EQ(stays.get(i), destination.get(i));
     EXPECT_EQ(Wide(source.get(i)), x[i]);
@@ -84,58 +87,63 @@ TEST(SmallRadix, TransformsEveryLengthAtEveryAddress) {
   }
 }
 
-// Columns of neighbouring numbers, an odd count of them so that one is left alone; with the longer stride they are too far
-// apart to be transformed where they stand.
-TEST(SmallRadix, TransformsColumns) {
+// Rows, and columns of neighbouring numbers: an odd count of them, so that one is left alone, and once so far apart that they
+// are not transformed where they stand. No line's bits depend on the others of the call.
+TEST(SmallRadix, TransformsManyLines) {
   constexpr std::size_t count = 5;
-  const std::pair<tnk_int, DftiKernelPair> compact[] = {{2, {tnk_dft_xz_f2_1df, tnk_dft_xz_f2_1db}},
-                                                        {4, {tnk_dft_xz_f4_1df, tnk_dft_xz_f4_1db}},
-                                                        {8, {tnk_dft_xz_f8_1df, tnk_dft_xz_f8_1db}},
-                                                        {32, {tnk_dft_xz_f32_1df, tnk_dft_xz_f32_1db}}};
-  std::vector<std::pair<tnk_int, DftiKernelPair>> rows(std::begin(compact), std::end(compact));
+  std::vector<std::pair<tnk_int, DftiKernelPair>> kernels = {{2, {tnk_dft_xz_f2_1df, tnk_dft_xz_f2_1db}},
+                                                             {4, {tnk_dft_xz_f4_1df, tnk_dft_xz_f4_1db}},
+                                                             {8, {tnk_dft_xz_f8_1df, tnk_dft_xz_f8_1db}},
+                                                             {32, {tnk_dft_xz_f32_1df, tnk_dft_xz_f32_1db}}};
   for (tnk_int n = 2; n <= 34; ++n)
-    rows.push_back({n, {tnk_dft_zsmallradix_forward[n - 2], tnk_dft_zsmallradix_inverse[n - 2]}});
-  for (const auto &[length, pair] : rows)
-    for (const std::size_t stride : {std::size_t{7}, std::size_t{256}})
+    kernels.push_back({n, {tnk_dft_zsmallradix_forward[n - 2], tnk_dft_zsmallradix_inverse[n - 2]}});
+  for (const auto &[length, pair] : kernels) {
+    const auto n = static_cast<std::size_t>(length);
+    const std::pair<std::size_t, std::size_t> shapes[] = {{7, 1}, {256, 1}, {1, n + 1}}; // stride, distance
+    for (const auto &[stride, distance] : shapes)
       for (const bool inverse : {false, true}) {
         SCOPED_TRACE(std::to_string(length) + " numbers, stride " + std::to_string(stride) +
                      (inverse ? " inverse" : " forward"));
-        const auto n = static_cast<std::size_t>(length);
+        using C = std::complex<double>;
         DftiNode node = {};
         node.axis.length = length, node.forward_factor = 0.7, node.backward_factor = 1.3;
-        using C = std::complex<double>;
-        Guarded<C> together((n - 1) * stride + count, 8), alone((n - 1) * stride + count, 8);
-        std::vector<std::vector<Wide>> x(count);
+        const std::size_t size = (n - 1) * stride + (count - 1) * distance + 1;
+        Guarded<C> together(size, 16), alone(size, 16);
         Random random(static_cast<unsigned>(n));
-        for (std::size_t i = 0; i < together.size(); ++i) {
-          const C number{random.real<double>(), random.real<double>()};
-          together.put(i, number), alone.put(i, number);
-          if (i % stride < count) x[i % stride].emplace_back(number);
+        std::vector<C> before(size);
+        for (std::size_t i = 0; i < size; ++i) {
+          before[i] = {random.real<double>(), random.real<double>()};
+          together.put(i, before[i]), alone.put(i, before[i]);
         }
         DftiKernel *const kernel = inverse ? pair.inverse : pair.forward;
-        const auto run = [&](Guarded<C> &data, std::size_t first, std::size_t columns) {
-          ASSERT_EQ(tnk_dft_xzdft_mult(reinterpret_cast<tnk_complex16 *>(data.data()) + first, length,
-                                       static_cast<tnk_int>(stride), static_cast<tnk_int>(columns), kernel,
-                                       &node, nullptr),
+        const auto run = [&, apart = stride, next = distance, n_ = length](Guarded<C> &data,
+                                                                           std::size_t first, tnk_int lines) {
+          auto *const begin = reinterpret_cast<tnk_complex16 *>(data.data() + first * next);
+          ASSERT_EQ(tnk_dft_xzdft1d_copy(begin, n_, static_cast<tnk_int>(apart), lines,
+                                         static_cast<tnk_int>(next), kernel, &node, nullptr),
                     0);
         };
-        const Guarded<C> before(std::vector<C>(together.data(), together.data() + together.size()), 8);
         run(together, 0, count);
         run(alone, 0, 1), run(alone, 1, 3), run(alone, 4, 1);
-        for (std::size_t i = 0; i < together.size(); ++i) {
-          EXPECT_EQ(together.get(i), alone.get(i));
-          EXPECT_TRUE(i % stride < count || together.get(i) == before.get(i));
-        }
-        for (std::size_t column = 0; column < count; ++column) {
+        for (std::size_t line = 0; line < count; ++line) {
           Guarded<C> result(n);
-          for (std::size_t k = 0; k < n; ++k) result.put(k, together.get(k * stride + column));
-          EXPECT_LE(
-              error_of(result, tnk::reference::transform(x[column], inverse ? 1 : -1), inverse ? 1.3L : 0.7L),
-              std::numeric_limits<double>::epsilon() *
-                  (0.35 + 0.5 * std::sqrt(std::log2(static_cast<double>(n)))));
+          std::vector<Wide> x;
+          for (std::size_t k = 0; k < n; ++k) {
+            C &number = before[k * stride + line * distance];
+            x.emplace_back(number);
+            number = together.get(k * stride + line * distance);
+            result.put(k, number);
+          }
+          EXPECT_LE(error_of(result, tnk::reference::transform(x, inverse ? 1 : -1), inverse ? 1.3L : 0.7L),
+                    allowed<double>(n));
         }
-        EXPECT_TRUE(together.intact());
+        for (std::size_t i = 0; i < size; ++i) {
+          EXPECT_EQ(together.get(i), alone.get(i));
+          EXPECT_EQ(together.get(i), before[i]); // also between the lines
+        }
+        EXPECT_TRUE(together.intact() && alone.intact());
       }
+  }
 }
 
 TEST(SmallRadix, ServesItsLengths) {

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "kernel/dft/node.h"
-#include "kernel/dft/small/columns.h"
+#include "kernel/dft/small/many.h"
 #include "kernel/frame/transpose.h"
 #include "kernel/frame/unroll.h"
 
@@ -176,12 +176,18 @@ struct Side {
 template <class In, class Out>
 tnk_int along_lines(const Step &step, const Side &from, const Side &to, tnk_int count, const Rows *rows) {
   const bool dense_in = from.walk.stride == sizeof(In), dense_out = to.walk.stride == sizeof(Out);
-  if constexpr (std::is_same_v<In, tnk_complex16> && std::is_same_v<Out, tnk_complex16>)
-    if (from.walk.distance == sizeof(In) && to.walk.distance == sizeof(Out))
-      if (Columns *const columns = columns_of(step.kernel, from.length, from.walk.stride, to.walk.stride)) {
-        columns(from.first, from.walk.stride, to.first, to.walk.stride, count, step.node);
-        return DftiNoError;
-      }
+  if constexpr (std::is_same_v<In, tnk_complex16> && std::is_same_v<Out, tnk_complex16>) {
+    const bool beside = from.walk.distance == sizeof(In) && to.walk.distance == sizeof(Out);
+    if (Many *const many = dense_in && dense_out ? rows_of(step.kernel, from.length) : nullptr) {
+      many(from.first, from.walk.distance, to.first, to.walk.distance, count, step.node);
+      return DftiNoError;
+    }
+    if (Many *const many =
+            beside ? columns_of(step.kernel, from.length, from.walk.stride, to.walk.stride) : nullptr) {
+      many(from.first, from.walk.stride, to.first, to.walk.stride, count, step.node);
+      return DftiNoError;
+    }
+  }
   for (tnk_int first = 0; first < count; first += rows_at_once) {
     const tnk_int lines = std::min<tnk_int>(rows_at_once, count - first);
     char *const source = from.first + first * from.walk.distance;
