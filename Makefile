@@ -17,7 +17,7 @@ BUILD    = $(CHECKED)
 endif
 
 .NOTPARALLEL: # JOBS says how many processes a build has
-.PHONY: help bootstrap bootstrap-program build all demo check asan bench install uninstall format clean
+.PHONY: help bootstrap bootstrap-program build all demo check asan bench cluster docs install uninstall format clean
 
 help:
 	@echo 'make demo      install what is missing, build, run the tour; pictures go to $(OUT)/'
@@ -25,6 +25,8 @@ help:
 	@echo 'make build     build the libraries and the program tnk, nothing else'
 	@echo 'make asan      run the tests under the address and undefined-behaviour sanitizers'
 	@echo 'make bench     measure against peer libraries; see scripts/bootstrap.sh --peers'
+	@echo 'make cluster   run programs of several processes on it; see scripts/bootstrap.sh --cluster'
+	@echo 'make docs      a reference of headers and Python package in $(OUT)/docs; see scripts/bootstrap.sh --docs'
 	@echo 'make install   install under PREFIX (now $(PREFIX)); make uninstall takes it away again'
 	@echo 'make format    format the sources; make clean removes build/ and $(OUT)/'
 
@@ -63,6 +65,12 @@ asan:
 
 bench: all
 	@$(CHECKED)/bin/tnk bench --out "$(OUT)"
+
+cluster: build
+	@scripts/cluster.sh $(BUILD)/lib
+
+docs: build
+	@scripts/docs.sh $(BUILD)/lib "$(OUT)/docs"
 
 # The list of installed files may be root's, from another time. Root also lets the dynamic linker know of new libraries.
 LDCONFIG = if [ "$$(id -u)" -eq 0 ] && [ -z "$(DESTDIR)" ]; then PATH="$$PATH:/sbin" ldconfig; fi

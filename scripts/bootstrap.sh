@@ -4,7 +4,7 @@ set -eu
 
 usage() {
   cat <<'EOF'
-usage: scripts/bootstrap.sh [--build [--program]] [--peers] [--clients] [--dev] [--list]
+usage: scripts/bootstrap.sh [--build [--program]] [--peers] [--clients] [--cluster] [--docs] [--dev] [--list]
 
 Installs by apt-get (Debian 12 or later and its relatives) the packages that building and testing need and that
 are missing; says nothing when there are none. Uses sudo when not run as root.
@@ -14,7 +14,10 @@ are missing; says nothing when there are none. Uses sudo when not run as root.
            insist on the program
   --peers  also the libraries that the benchmarks compare with
   --clients
-           also the programs that the drop-in BLAS is tried with
+           also the programs that the drop-in BLAS is tried with, and what the Python package and its examples want
+  --cluster
+           also the programs of several processes that scripts/cluster.sh runs
+  --docs   also what make docs wants
   --dev    also what contributors use: the formatter, the shell checker, the debugger
   --list   name the missing packages, one a line, and install nothing
   --help   this text
@@ -59,8 +62,28 @@ python3-numpy        library python3/dist-packages/numpy
 python3-scipy        library python3/dist-packages/scipy
 python3-pytest       library python3/dist-packages/pytest
 python3-hypothesis   library python3/dist-packages/hypothesis
+python3-matplotlib   library python3/dist-packages/matplotlib
 r-base-core          command R
 octave               command octave-cli
+'
+cluster='
+openmpi-bin          command mpirun.openmpi
+scalapack-mpi-test   library scalapack/openmpi-tests
+hpcc                 command hpcc
+liblapack3           library lapack/liblapack.so.3
+python3-numpy        library python3/dist-packages/numpy
+python3-scipy        library python3/dist-packages/scipy
+python3-mpi4py       library python3/dist-packages/mpi4py
+python3-mpi4py-fft   library python3/dist-packages/mpi4py_fft
+python3-dask         library python3/dist-packages/dask
+python3-distributed  library python3/dist-packages/distributed
+'
+docs='
+doxygen              command doxygen
+python3-sphinx       command sphinx-build
+python3-numpydoc     library python3/dist-packages/numpydoc
+python3-numpy        library python3/dist-packages/numpy
+python3-scipy        library python3/dist-packages/scipy
 '
 dev='
 clang-format         command clang-format
@@ -80,6 +103,8 @@ for option in "$@"; do
     --program) insist=yes ;;
     --peers) more="$more$peers" ;;
     --clients) more="$more$clients" ;;
+    --cluster) more="$more$cluster" ;;
+    --docs) more="$more$docs" ;;
     --dev) more="$more$dev" ;;
     --list) list_only=yes ;;
     -h | --help)

@@ -13,6 +13,7 @@ from __future__ import annotations
 
 import contextlib
 import contextvars
+import ctypes
 import inspect
 import operator
 import os
@@ -507,6 +508,8 @@ def __getattr__(name: str) -> Any:
     if name != "__ua_domain__":
         raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
     sys.modules["scipy.fft"].register_backend("scipy")
+    # The table of backends is taken down after the interpreter; a last reference given back then would crash.
+    ctypes.pythonapi.Py_IncRef(ctypes.py_object(sys.modules[__name__]))
     globals()[name] = _DOMAIN
     return _DOMAIN
 

@@ -1,0 +1,8 @@
+"""The reference of the Python package, by Sphinx."""
+
+project = "tnk"
+copyright = "2026, the tnk authors"
+extensions = ["sphinx.ext.autodoc", "numpydoc"]
+numpydoc_show_class_members = False
+html_theme = "alabaster"
+html_show_sourcelink = False

@@ -1,0 +1,26 @@
+#!/bin/bash
+# A reference of the headers by Doxygen and of the Python package by Sphinx, warnings being errors.
+# usage: docs.sh LIBRARIES FOLDER
+set -eu
+root=$(cd "$(dirname "$0")/.." && pwd)
+[ $# -eq 2 ] || { echo "usage: docs.sh LIBRARIES FOLDER" >&2; exit 2; }
+mkdir -p "$2"
+libraries=$(cd "$1" && pwd) out=$(cd "$2" && pwd)
+for program in doxygen sphinx-build; do
+  command -v $program >/dev/null || { echo "docs: $program is not installed; see scripts/bootstrap.sh --docs" >&2; exit 1; }
+done
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# Comments of the headers are plain ones, so every comment before a declaration counts. Macros spell declarations.
+{
+  cat "$root/docs/reference/Doxyfile"
+  printf 'INPUT = %s\nSTRIP_FROM_PATH = %s\nOUTPUT_DIRECTORY = %s\n' "$root/include/tnk" "$root/include" "$out"
+  printf 'INPUT_FILTER = "awk -f %s"\n' "$root/docs/reference/comments.awk"
+} >"$work/Doxyfile"
+doxygen "$work/Doxyfile" >"$work/words" 2>&1 || { cat "$work/words"; exit 1; }
+
+export PYTHONPATH=$root/python TNK_LIBRARY_PATH=$libraries PYTHONDONTWRITEBYTECODE=1
+sphinx-build -q -W --keep-going -b html -d "$work/trees" "$root/docs/reference" "$out/python"
+echo "$out/headers/index.html"
+echo "$out/python/index.html"
