@@ -248,6 +248,12 @@ template <class R> void add_precision(std::vector<Row> &rows, const std::string 
        {5,  9,  12, 16, 17, 20, 23, 24, 30,  31,  32,  36,  40,
         45, 47, 48, 59, 60, 61, 63, 64, 128, 256, 512, 1024},
        0},
+      {"real_batch_of_1000",
+       [](tnk_int n) {
+         return Form{{n}, 1000, true};
+       },
+       {8, 16, 32},
+       0},
       {"plane",
        [](tnk_int n) {
          return Form{{n, n}};

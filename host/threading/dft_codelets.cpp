@@ -31,12 +31,12 @@ constexpr bool has(std::uint64_t set, tnk_int n) {
 // of 256 bits:     16: 1.2 (1.1)
 constexpr std::uint64_t short_double = lengths({16});
 constexpr std::uint64_t complex_double = lengths({2, 4, 8, 32, 64, 128, 256, 512, 1024});
-//   complex, single  2: 2.1 (1.2)  4: 2.2 (1.3-1.6)
+//   complex, single  2: 2.2 (1.2)  4: 2.3 (1.3-1.6)
 constexpr std::uint64_t complex_single = lengths({2, 4});
-//   real rows        2: 2.0  4: 2.4-3.2 (1.1)  8: 2.4-2.9 (1.2-1.4)  16: 2.1-2.7 (1.3-1.5)  32: 1.3-1.6 (1.1-1.3)
+//   real             2: 2.0  4: 2.4-2.9 (1.1)  8: 2.4-2.8 (1.2)  16: 2.0-2.6 (1.4)  32: 1.2-1.5 (1.1-1.2)
 constexpr std::uint64_t real = lengths({2, 4, 8, 16, 32});
 // backward to rows of several dimensions out of place, which then pass through a block of memory:
-//                    4: (0.7)  8: (0.8-0.9)  16: (1.3)  32: (1.2)
+//                    4: (0.7)  8: (0.8)  16: (1.3)  32: (1.1-1.2)
 constexpr std::uint64_t real_by_block = lengths({16, 32});
 
 // ---- Nodes ------------------------------------------------------------------------------------------------------------

@@ -7,31 +7,37 @@
 namespace tnk::dft::compact {
 namespace {
 
-// Where the transform after this one begins, or this one where none follows: in a batch, or in rows of a plane. A kernel
-// reads columns, of which no processor sees beforehand what comes next.
-const double *following(const double *source, const DftiNode *node) {
-  tnk_int distance = 0;
-  if (node->axis.input_stride == 1)
-    distance = node->number_of_transforms > 1 ? node->input_distance
-               : node->next                   ? node->next->axis.input_stride
-                                              : 0;
-  return reinterpret_cast<const double *>(reinterpret_cast<std::uintptr_t>(source) +
-                                          static_cast<std::uintptr_t>(distance) * 16);
-}
+// The transform after this one, in a batch or in rows of a plane, is asked for ahead of time: a kernel goes through columns,
+// of which no processor sees beforehand what comes next.
+template <int N> class Ahead {
+public:
+  Ahead(const double *source, const DftiNode *node) : next_(source + 2 * distance(node)) {}
 
-// The next 1024 bytes of it, into the first cache, or the second one where the first is full.
-template <bool Second> inline const double *fetch(const double *next) {
-  unrolled<16>([&](auto line) TNK_INLINED { __builtin_prefetch(next + 8 * line, 0, Second ? 2 : 3); });
-  return next + 128;
-}
+  // With each four columns. Into the first cache; of 1024 numbers into the second one, as the first is full.
+  TNK_INLINE void fetch() {
+    constexpr int locality = N > 512 ? 2 : 3;
+    unrolled<16>([&](auto line) TNK_INLINED { __builtin_prefetch(next_ + 8 * line, 0, locality); });
+    next_ += 128;
+  }
+
+private:
+  // Where nothing follows, this transform's own numbers do no harm.
+  static tnk_int distance(const DftiNode *node) {
+    if (node->axis.input_stride != 1) return 0;
+    if (node->number_of_transforms > 1) return node->input_distance;
+    return node->next ? node->next->axis.input_stride : 0;
+  }
+
+  const double *next_;
+};
 
 // 256 and 1024.
 template <int N, bool Inverse>
-void transform(const double *source, double *destination, const double *next, const double *table,
+void transform(const double *source, double *destination, Ahead<N> ahead, const double *table,
                double *between, BlockTable<N>) {
   using Table = BlockTable<N>;
   const auto columns = [&](tnk_int c, auto first) TNK_INLINED {
-    next = fetch<(N > 512)>(next);
+    ahead.fetch();
     transform_columns<16, Table::columns>(
         Source<Inverse>{source}, between, c, [&](auto k, cvec<f64x4> z) TNK_INLINED {
           constexpr int stored = k == 8 ? 4 : k;
@@ -47,14 +53,14 @@ void transform(const double *source, double *destination, const double *next, co
 
 // 512. A column 16 further on has the twiddles of this one, turned by k of 32 roots.
 template <bool Inverse>
-void transform(const double *source, double *destination, const double *next, const double *table,
+void transform(const double *source, double *destination, Ahead<512> ahead, const double *table,
                double *between, TwiceTable) {
   using Table = TwiceTable;
   for (tnk_int c = 0; c < 16; c += 4) {
     cvec<f64x4> w[16];
     unrolled<15>([&](auto k) TNK_INLINED { w[k + 1] = Table::load(table, c, k + 1); });
     const auto columns = [&](auto half) TNK_INLINED {
-      next = fetch<false>(next);
+      ahead.fetch();
       transform_columns<16, Table::columns>(Source<Inverse>{source}, between, c + 16 * half,
                                             [&](auto k, cvec<f64x4> z) TNK_INLINED {
                                               return conj_times(w[k], signal::turned<half * k, 32>(z));
@@ -86,13 +92,14 @@ template <int N, bool Inverse>
 inline tnk_int kernel(void *source, void *destination, const DftiNode *node, void *given) {
   const Work work(given, node->buffer_size);
   if (!work.begin()) return DftiMemoryError;
-  const double *const from = static_cast<const double *>(source), *const next = following(from, node);
+  const double *const from = static_cast<const double *>(source);
   double *const to = static_cast<double *>(destination);
+  const Ahead<N> ahead(from, node);
   const double *const table = static_cast<const double *>(node->second_workspace);
   if constexpr (N == 512)
-    transform<Inverse>(from, to, next, table, work.begin(), TwiceTable());
+    transform<Inverse>(from, to, ahead, table, work.begin(), TwiceTable());
   else
-    transform<N, Inverse>(from, to, next, table, work.begin(), BlockTable<N>());
+    transform<N, Inverse>(from, to, ahead, table, work.begin(), BlockTable<N>());
   apply_factor<double, Inverse>(to, 2 * N, node);
   return DftiNoError;
 }

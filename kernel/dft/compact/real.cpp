@@ -2,10 +2,13 @@
 #include <tnk/dft_compute.h>
 
 #include "kernel/dft/compact/compact.h"
-#include "kernel/dft/compact/pairs.h"
+#include "kernel/signal/numbers.h"
 
 namespace tnk::dft::compact {
 namespace {
+
+// Of floats in the lower half of its vector.
+template <class R, bool Inverse> using Number = signal::numbers<half<R>, Inverse>;
 
 // The layout of a spectrum, as the node's format names it: frequency 0, that of the middle, and between the two, or behind
 // both, the pairs of the others. CCS has a zero beside either of the two.
@@ -31,10 +34,9 @@ template <int N> inline int place_of_middle(Layout layout) {
 // frequencies: with g = 1/2 + i exp(-2 pi i k / N) / 2,
 //   X[k] = Z[k] - g (Z[k] - conj Z[N/2-k]),  conj X[N/2-k] = conj Z[N/2-k] + g (Z[k] - conj Z[N/2-k]),
 // and back with conj g in the place of g. All of it stays in registers, or on the stack.
-template <int N, class R, bool Inverse> inline TNK_INLINED void recombine(Pair<R, Inverse> (&z)[N / 2]) {
-  using X = Pair<R, Inverse>;
+template <int N, class R, bool Inverse> inline TNK_INLINED void recombine(Number<R, Inverse> (&z)[N / 2]) {
+  using X = Number<R, Inverse>;
   constexpr int M = N / 2;
-  const auto conjugate = [](X x) TNK_INLINED { return X{negated_imaginary<R>(x.v)}; };
   const auto doubled = [](X x) TNK_INLINED { return Inverse ? x + x : x; };
   unrolled<(M > 1 ? M / 2 - 1 : 0)>([&](auto i) TNK_INLINED {
     constexpr int k = i + 1;
@@ -54,9 +56,9 @@ template <int N, class R> inline tnk_int forward(void *source, void *destination
   const R *const from = static_cast<const R *>(source);
   R *const to = static_cast<R *>(destination);
   const Layout layout = layout_of(node);
-  Pair<R, false> z[M];
+  Number<R, false> z[M];
   unrolled<M>([&](auto k) TNK_INLINED { z[k].v = load_pair(from + 2 * k); });
-  transform(z);
+  transform_in_place(z);
   recombine<N, R, false>(z);
 
   R *const pairs = to + (layout == Layout::pack ? -1 : 0);
@@ -84,12 +86,12 @@ template <int N, class R> inline tnk_int backward(void *source, void *destinatio
   R *const to = static_cast<R *>(destination);
   const Layout layout = read_layout_of(node);
   const R *const pairs = from + (layout == Layout::pack ? -1 : 0);
-  Pair<R, true> z[M];
+  Number<R, true> z[M];
   unrolled<M - 1>([&](auto k) TNK_INLINED { z[k + 1].v = load_pair(pairs + 2 * (k + 1)); });
   const R first = get(from), middle = get(from + place_of_middle<N>(layout));
   z[0].v = half<R>{first + middle, first - middle};
   recombine<N, R, true>(z);
-  transform(z);
+  transform_in_place(z);
   unrolled<M>([&](auto k) TNK_INLINED { store_pair(to + 2 * k, z[k].v); });
   // What is left of the last pair, behind the result.
   if (node->packed_format == DftiFormatCcs && node->placement == DftiInPlace) put(to + N, R(0));

@@ -3,7 +3,6 @@
 
 #include "kernel/dft/compact/columns.h"
 #include "kernel/dft/compact/compact.h"
-#include "kernel/dft/compact/pairs.h"
 #include "kernel/dft/small/transform.h"
 #include "kernel/signal/fft/small.h"
 
@@ -14,14 +13,18 @@ template <int N, class R, bool Inverse>
 inline tnk_int kernel(void *source, void *destination, const DftiNode *node) {
   const R *const from = static_cast<const R *>(source);
   R *const to = static_cast<R *>(destination);
-  if constexpr (N == 16) // each number in a vector of its own
-    transform_pairs<N, R, Inverse>(from, to);
-  else if constexpr (N <= 32)
+  if constexpr (N == 16) { // each number in a vector of its own
+    signal::numbers<f64x2, Inverse> x[N];
+    unrolled<N>([&](auto k) TNK_INLINED { x[k] = signal::take<f64x2, Inverse>(from, k); });
+    transform_in_place(x);
+    unrolled<N>([&](auto k) TNK_INLINED { leave(to, k, x[k]); });
+  } else if constexpr (N <= 32) {
     dft::transform<N, Inverse>(from, to, [](auto x) TNK_INLINED { return x; });
-  else if constexpr (N <= 64)
+  } else if constexpr (N <= 64) {
     signal::small_transform<N, R, false>(Source<Inverse>{from}, Target<Inverse>{to}, R(1));
-  else
+  } else {
     transform_by_constants<N / 8, 8, Inverse>(from, to);
+  }
   apply_factor<R, Inverse>(to, 2 * N, node);
   return DftiNoError;
 }

@@ -9,29 +9,28 @@
 namespace tnk::signal {
 namespace {
 
-template <class R> R *numbers(complex<R> *p) {
+template <class R> R *reals(complex<R> *p) {
   return reinterpret_cast<R *>(p);
 }
-template <class R> const R *numbers(const complex<R> *p) {
+template <class R> const R *reals(const complex<R> *p) {
   return reinterpret_cast<const R *>(p);
 }
-template <class R> R *numbers(std::uint8_t *p) {
+template <class R> R *reals(std::uint8_t *p) {
   return reinterpret_cast<R *>(p);
 }
 
 template <class R, bool Inverse, class C>
 void radix4_normal(const C *source, C *destination, std::int32_t length, const R *twiddles,
                    const std::int32_t *reversal, std::uint8_t *work) {
-  cached_transform(pairs<const R *, Inverse>{numbers<R>(source)},
-                   pairs<R *, Inverse>{numbers<R>(destination)}, log2_of(length), twiddles, reversal,
-                   numbers<R>(work));
+  cached_transform(pairs<const R *, Inverse>{reals<R>(source)}, pairs<R *, Inverse>{reals<R>(destination)},
+                   log2_of(length), twiddles, reversal, reals<R>(work));
 }
 template <class R, bool Inverse, class C>
 void large(const tnk_signal_fft *spec, const C *source, C *destination, std::uint8_t *work) {
   const auto &record = *reinterpret_cast<const fft_spec<R> *>(spec);
-  large_transform(pairs<const R *, Inverse>{numbers<R>(source)}, pairs<R *, Inverse>{numbers<R>(destination)},
+  large_transform(pairs<const R *, Inverse>{reals<R>(source)}, pairs<R *, Inverse>{reals<R>(destination)},
                   record.order, record, Inverse ? record.inverse_scaled : record.forward_scaled,
-                  numbers<R>(work));
+                  reals<R>(work));
 }
 template <class R>
 void recombine_either(const R *source, R *destination, std::int32_t half, const R *table,
@@ -57,14 +56,14 @@ using namespace tnk::signal;
 
 #define TNK_DIRECTED_STAGES(Fwd, fwd, inverse, fc, C, R)                                                     \
   void e9_vpks_cFFT##fwd##_4_##fc(const C *source, C *destination) {                                         \
-    SmallTables<R, inverse>::tbl_cFFT_small[2](numbers<R>(source), numbers<R>(destination));                 \
+    SmallTables<R, inverse>::tbl_cFFT_small[2](reals<R>(source), reals<R>(destination));                     \
   }                                                                                                          \
   void e9_vpks_cRadix4##Fwd##Norm_##fc(const C *source, C *destination, int32_t length, const R *twiddles,   \
                                        const int32_t *reversal, uint8_t *work) {                             \
     radix4_normal<R, inverse>(source, destination, length, twiddles, reversal, work);                        \
   }                                                                                                          \
   void e9_vpks_cRadix4##Fwd##_##fc(C *data, int32_t length, const R *twiddles, uint8_t *work) {              \
-    transform_reversed(pairs<R *, inverse>{numbers<R>(data)}, blocks<R>{numbers<R>(work)}, log2_of(length),  \
+    transform_reversed(pairs<R *, inverse>{reals<R>(data)}, blocks<R>{reals<R>(work)}, log2_of(length),      \
                        twiddles);                                                                            \
   }                                                                                                          \
   void e9_vpks_cFft##Fwd##_Large_##fc(const tnk_signal_fft *spec, const C *source, C *destination,           \
@@ -72,10 +71,10 @@ using namespace tnk::signal;
     large<R, inverse>(spec, source, destination, work);                                                      \
   }                                                                                                          \
   void e9_vpks_cFft##Fwd##_Fact4_##fc(C *data, int32_t length, int32_t part, const R *twiddles) {            \
-    combine_all(2, pairs<R *, inverse>{numbers<R>(data)}, length, part, twiddles);                           \
+    combine_all(2, pairs<R *, inverse>{reals<R>(data)}, length, part, twiddles);                             \
   }                                                                                                          \
   void e9_vpks_cFft##Fwd##_Fact8_##fc(C *data, int32_t length, int32_t part, const R *twiddles) {            \
-    combine_all(3, pairs<R *, inverse>{numbers<R>(data)}, length, part, twiddles);                           \
+    combine_all(3, pairs<R *, inverse>{reals<R>(data)}, length, part, twiddles);                             \
   }
 
 #define TNK_STAGES(f, fc, C, R)                                                                              \
@@ -85,7 +84,7 @@ using namespace tnk::signal;
     *destination = *source;                                                                                  \
   }                                                                                                          \
   void e9_vpks_cFFT_2_##fc(const C *source, C *destination) {                                                \
-    SmallTables<R, false>::tbl_cFFT_small[1](numbers<R>(source), numbers<R>(destination));                   \
+    SmallTables<R, false>::tbl_cFFT_small[1](reals<R>(source), reals<R>(destination));                       \
   }                                                                                                          \
   void e9_vpks_cFft_BlkMerge_##fc(const C *source, int32_t stride, int32_t rows, int32_t length,             \
                                   C *buffer) {                                                               \
