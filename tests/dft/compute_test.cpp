@@ -131,13 +131,13 @@ TEST(Compute, RefusedMemory) {
   const struct {
     int domain, storage, placement;
     Ints lengths, input, output;
-  } cases[] = {{DftiComplex, DftiComplexComplex, DftiInPlace, {30}, {0, 2}, {0, 2}},
-               {DftiComplex, DftiRealReal, DftiInPlace, {30}, {0, 2}, {0, 2}},
-               {DftiComplex, DftiComplexComplex, DftiNotInPlace, {5, 6}, {0, 6, 1}, {0, 1, 5}},
-               {DftiComplex, DftiComplexComplex, DftiInPlace, {3, 4, 5}, {0, 20, 5, 1}, {0, 20, 5, 1}},
-               {DftiReal, DftiComplexComplex, DftiNotInPlace, {30}, {0, 2}, {0, 2}},
-               {DftiReal, DftiComplexReal, DftiInPlace, {6, 5}, {0, 6, 1}, {0, 6, 1}},
-               {DftiReal, DftiComplexComplex, DftiNotInPlace, {3, 4, 5}, {0, 20, 5, 1}, {0, 20, 5, 1}}};
+  } cases[] = {{DftiComplex, DftiComplexComplex, DftiInPlace, {300}, {0, 2}, {0, 2}},
+               {DftiComplex, DftiRealReal, DftiInPlace, {300}, {0, 2}, {0, 2}},
+               {DftiComplex, DftiComplexComplex, DftiNotInPlace, {5, 40}, {0, 40, 1}, {0, 1, 5}},
+               {DftiComplex, DftiComplexComplex, DftiInPlace, {3, 40, 5}, {0, 200, 5, 1}, {0, 200, 5, 1}},
+               {DftiReal, DftiComplexComplex, DftiNotInPlace, {600}, {0, 2}, {0, 2}},
+               {DftiReal, DftiComplexReal, DftiInPlace, {60, 5}, {0, 6, 1}, {0, 6, 1}},
+               {DftiReal, DftiComplexComplex, DftiNotInPlace, {3, 40, 5}, {0, 200, 5, 1}, {0, 200, 5, 1}}};
   for (const auto &c : cases)
     for (const bool inverse : {false, true}) {
       Plan plan(DftiDouble, c.domain, c.lengths);
@@ -146,7 +146,7 @@ TEST(Compute, RefusedMemory) {
       set(plan, DftiParamInputStrides, c.input.data());
       set(plan, DftiParamOutputStrides, c.output.data());
       commit(plan);
-      Numbers a = some_numbers(200), b = a, d = a, e = a;
+      Numbers a = some_numbers(2400), b = a, d = a, e = a;
       const auto run = [&] {
         const auto function = inverse ? DftiComputeBackward : DftiComputeForward;
         return function(plan, a.data(), b.data(), d.data(), e.data());

@@ -52,7 +52,9 @@ public:
   static Rows apart(tnk_int pitch, tnk_int count) { return Rows(Pitch{pitch}, count); }
   Rows(const Rows &) = delete;
   Rows &operator=(const Rows &) = delete;
-  ~Rows() { tnk_serv_deallocate(base_); }
+  ~Rows() {
+    if (base_ != here_) tnk_serv_deallocate(base_);
+  }
 
   bool missing() const { return !base_; }
   tnk_int pitch() const { return pitch_; }
@@ -62,12 +64,14 @@ private:
   struct Pitch {
     tnk_int bytes;
   };
-  Rows(Pitch pitch, tnk_int count)
-      : pitch_(pitch.bytes), base_(static_cast<char *>(tnk_serv_allocate(
-                                 pitch_ * std::min<tnk_int>(rows_at_once, count), granule()))) {}
+  Rows(Pitch pitch, tnk_int count) : pitch_(pitch.bytes) {
+    const tnk_int bytes = pitch_ * std::min<tnk_int>(rows_at_once, count);
+    base_ = bytes <= tnk_int{sizeof here_} ? here_ : static_cast<char *>(tnk_serv_allocate(bytes, granule()));
+  }
 
   tnk_int pitch_;
   char *base_;
+  alignas(64) char here_[4096]; // for short lines: to take memory would take as long as their transforms
 };
 
 // ---- Copies between lines and rows ------------------------------------------------------------------------------------
