@@ -18,6 +18,7 @@ void add_drivers(std::vector<Row> &rows);
 void add_rotations(std::vector<Row> &rows);
 void add_sparse_matrices(std::vector<Row> &rows);
 void add_sparse_solves(std::vector<Row> &rows);
+void add_extended(std::vector<Row> &rows);
 void add_transposition(std::vector<Row> &rows);
 void add_power_of_two_transforms(std::vector<Row> &rows);
 void add_transforms_of_any_length(std::vector<Row> &rows);
@@ -42,6 +43,7 @@ inline std::vector<Row> all_rows() {
                           add_rotations,
                           add_sparse_matrices,
                           add_sparse_solves,
+                          add_extended,
                           add_transposition,
                           add_power_of_two_transforms,
                           add_transforms_of_any_length,

@@ -244,8 +244,8 @@ TNK_BEGIN_DECLS
    tnk_xblas_ddot_x and so on: the arguments of tnk_xblas_BLAS_ddot_x, checked. The first bad one of the list is reported
    through the error handler (tnk/host.h) and nothing is touched: an enumeration outside its table (any conj passes),
    negative sizes and bandwidths, increments of 0, leading dimensions that are too small, null addresses of what is
-   touched, and vectors and matrices that no memory could hold. Arrays must not overlap, but that w of waxpby may be x or y.
-   errno stays as it was.
+   touched, and vectors and matrices that no memory could hold. That arrays
+   which are written share no element with others is the caller's affair; w of waxpby may be x or y. errno stays as it was.
 
    trsv and tbsv at EXTRA have their memory before x is touched: where it is refused, that is reported and x stays as it was.
    gemv, gemv2, gbmv, gbmv2, ge_sum_mv, gemm, symm and hemm are cut for threads by elements of the result, as many as

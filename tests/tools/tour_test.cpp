@@ -38,6 +38,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"solves", {"12349 entries", "8 diagonals", "Gauss-Seidel"}},
       {"smoothing", {"33.1 ... 74.2"}},
       {"cholesky", {"single, 6 steps"}},
+      {"precision", {"floats in pairs", "two digits up to 10^29", "in doubles"}},
       {"spectrum", {"11.03 years", "497 short spectra"}},
       {"transposition", {"along 117 cycles"}},
       {"filter", {"94.1 ... 185.2 m"}},

@@ -3,8 +3,7 @@
 
 namespace tnk::host::xblas {
 
-bool Arguments::increment(const char *name, tnk_int value, const Array &a, tnk_int n) {
-  ++position_;
+bool Arguments::long_increment(const char *name, tnk_int value, const Array &a, tnk_int n) {
   if (!check_.number(position_, name, value, value != 0, "another number than 0")) return false;
   tnk_int span;
   if (n < 2 || (!__builtin_mul_overflow(n - 1, value, &span) && span < a.most && span > -a.most)) return true;
@@ -12,11 +11,10 @@ bool Arguments::increment(const char *name, tnk_int value, const Array &a, tnk_i
   return check_.range(position_, name, value, -limit, limit);
 }
 
-bool Arguments::matrix(const char *name, const Array &a, bool touched, const char *ld_name, tnk_int ld,
-                       tnk_int least, tnk_int lines) {
-  if (!array(name, a, touched)) return false;
+bool Arguments::large_matrix(const char *ld_name, const Array &a, bool touched, tnk_int ld, tnk_int least,
+                             tnk_int lines) {
   if (least < 1) least = 1;
-  if (!check_.leading_dimension(++position_, ld_name, &ld, least)) return false;
+  if (!check_.leading_dimension(position_, ld_name, &ld, least)) return false;
   tnk_int extent;
   const bool fits =
       lines < 1 || (!__builtin_mul_overflow(lines - 1, ld, &extent) && extent <= a.most - least);

@@ -45,19 +45,33 @@ public:
     ++position_;
     return !touched || check_.address(position_, name, a.address);
   }
-  // An increment, with which n elements have to fit into memory.
-  bool increment(const char *name, tnk_int value, const Array &a, tnk_int n);
+  // An increment, with which n elements have to fit into memory. Sizes, increments and leading dimensions that are usual
+  // need no closer look.
+  bool increment(const char *name, tnk_int value, const Array &a, tnk_int n) {
+    ++position_;
+    if (value != 0 && value >= -usual && value <= usual && n <= usual) return true;
+    return long_increment(name, value, a, n);
+  }
   bool vector(const char *name, const Array &a, bool touched, const char *increment_name, tnk_int inc,
               tnk_int n) {
     return array(name, a, touched) && increment(increment_name, inc, a, touched ? n : 0);
   }
   // Lines of `line` elements, `ld` apart, which must be `least` at least.
   bool matrix(const char *name, const Array &a, bool touched, const char *ld_name, tnk_int ld, tnk_int least,
-              tnk_int lines);
+              tnk_int lines) {
+    if (!array(name, a, touched)) return false;
+    ++position_;
+    if (is_usual(ld) && ld >= least && lines <= usual) return true;
+    return large_matrix(ld_name, a, touched, ld, least, lines);
+  }
   // One triangle of n by n without gaps.
   bool packed(const char *name, const Array &a, bool touched, tnk_int n);
 
 private:
+  static constexpr tnk_int usual = 1 << 20; // its square elements fit into memory
+  [[gnu::cold]] bool long_increment(const char *name, tnk_int value, const Array &a, tnk_int n);
+  [[gnu::cold]] bool large_matrix(const char *ld_name, const Array &a, bool touched, tnk_int ld,
+                                  tnk_int least, tnk_int lines);
   bool enumeration(const char *name, int32_t value, int32_t first, int32_t last) {
     return check_.range(++position_, name, value, first, last);
   }

@@ -67,6 +67,7 @@ void sparse_scene(Stage &stage);
 void solves_scene(Stage &stage);
 void smoothing_scene(Stage &stage);
 void cholesky_scene(Stage &stage);
+void precision_scene(Stage &stage);
 void spectrum_scene(Stage &stage);
 void transposition_scene(Stage &stage);
 void filter_scene(Stage &stage);

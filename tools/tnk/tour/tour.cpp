@@ -21,6 +21,8 @@ constexpr Scene scenes[] = {
     {"solves", "a stiffness matrix solved in steps, with sparse solves as a help", solves_scene},
     {"smoothing", "the sunspot numbers smoothed, by tridiagonal solvers", smoothing_scene},
     {"cholesky", "a stiffness matrix factored by blocks, solved and refined", cholesky_scene},
+    {"precision", "dot products that cancel and Hilbert systems, in floats, doubles and pairs",
+     precision_scene},
     {"spectrum", "the cycle of the sunspot numbers and the pitch of a sound, by Fourier transforms",
      spectrum_scene},
     {"transposition", "a height map turned over in its own array, without other memory", transposition_scene},
