@@ -7,10 +7,10 @@
 namespace tnk::gmp {
 
 // The highest lengths for school, one step of Karatsuba, Toom's method and Fourier transforms; above them Karatsuba
-// halves a product until the transforms can take it. Operands that are shorter than the last together go to school
-// whatever their lengths.
+// halves a product until the transforms can take it. Operands that have less than 18 limbs together, or of which one has
+// no more than four, go to school whatever their lengths.
 constexpr int32_t school_most = 9, karatsuba_most = 200, toom_most = 8192, transform_most = 32768;
-constexpr int32_t mul_school_below = 18;
+constexpr int32_t mul_school_below = 18, mul_rows_most = 4;
 
 // Products by Fourier transforms, with what the last one needed kept for the next: the three products of a step of
 // Karatsuba, or the slices of a long operand, have one length or two.

@@ -41,8 +41,8 @@ limb divide_long(limb *q, limb *n, int32_t nn, const limb *d, int32_t dn) {
   return highest;
 }
 
-// n and d shifted until d has its highest bit set, n with a limb more, in place where it may be: what the methods work
-// on, each of them in its own way.
+// Calls divide for n and d shifted until d has its highest bit set; in place where nothing is to be shifted and the caller
+// has n and r in one place.
 template <class Divide>
 limb normalised(limb *q, limb *r, const limb *n, int32_t nn, const limb *d, int32_t dn, Divide divide) {
   const int shift = leading_zeros(d[dn - 1]);
@@ -56,8 +56,8 @@ limb normalised(limb *q, limb *r, const limb *n, int32_t nn, const limb *d, int3
   } else {
     limb *const divisor = dividend + nn + 1;
     shift_left(divisor, d, dn, shift);
-    // The top limb of the dividend is below the divisor's, so the window above the quotient's nn - dn limbs and one
-    // starts below the divisor, and that one is the limb to be returned.
+    // The shift gives the dividend a limb more, which is below the divisor's top: the first limb of the quotient is the
+    // one to be returned, and leaves a window below the divisor for the others.
     dividend[nn] = shift_left(dividend, n, nn, shift);
     limb *const window = dividend + nn - dn;
     divide_long(&highest, window, dn + 1, divisor, dn);
@@ -72,9 +72,9 @@ limb normalised(limb *q, limb *r, const limb *n, int32_t nn, const limb *d, int3
   return highest;
 }
 
-// A block of the quotient: b limbs, an even number, at most as many as the divisor has. The window of dn + b limbs has dn highest ones
-// below the divisor. Its 2 b highest limbs are divided by the b highest of the divisor, and the rest of the divisor times
-// that quotient taken off, which may be up to two too large.
+// A block of the quotient: b limbs, an even number, at most as many as the divisor has. The window of dn + b limbs has dn
+// highest ones below the divisor. Its 2 b highest limbs are divided by the b highest of the divisor, and the rest of the
+// divisor times that quotient taken off, which may be up to two too large.
 void divide_block(limb *q, limb *window, const limb *d, int32_t dn, int32_t b) {
   const int32_t rest = dn - b;
   limb over = 0;

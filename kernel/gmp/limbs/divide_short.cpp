@@ -40,8 +40,8 @@ tnk_gmp_limb tnk_gmp_mpn_mod_1(const tnk_gmp_limb *n, int32_t nn, tnk_gmp_limb d
   return tnk::gmp::divide_by_limb(n, nn, d, [](int32_t, tnk_gmp_limb) {});
 }
 
-// A third is the product with (2^64 - 1) / 3, divided by 2^64 - 1: a running difference, in which a limb waits for the one
-// below it only by two subtractions.
+// A third is the product with (2^64 - 1) / 3, divided by 2^64 - 1: a running difference, in which a limb waits for the
+// one below it only by two subtractions.
 tnk_gmp_limb tnk_gmp_mpn_divexact_by3(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t n) {
   using namespace tnk::gmp;
   constexpr limb third = ~limb{0} / 3;

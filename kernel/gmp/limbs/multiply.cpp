@@ -37,7 +37,6 @@ void karatsuba(limb *r, const limb *a, const limb *b, int32_t n, Multiply multip
     carry += add_n(outer, outer, middle, 2 * m);
   else
     carry -= sub_n(outer, outer, middle, 2 * m);
-  // What is left of r above the place m has n + h - m limbs, at least as many as the sum, but for n below 4.
   carry += add_n(r + m, r + m, outer, 2 * m);
   carry_into(r + 3 * m, carry);
 }
@@ -61,8 +60,8 @@ void multiply_long(limb *r, const limb *a, const limb *b, int32_t n, Transforms 
 
 namespace {
 
-// a in slices as long as b. The first one goes straight into r, so that a later product, or the last with fewer limbs, is no
-// longer than a. Apart from its caller, whose short products do without a frame on the stack.
+// a in slices as long as b. The first one goes straight into r, so that a later product, or the last with fewer limbs, is
+// no longer than a. Apart from its caller, whose short products do without a frame on the stack.
 __attribute__((noinline)) void multiply_slices(limb *r, const limb *a, int32_t an, const limb *b,
                                                int32_t bn) {
   Scratch scratch(an);
@@ -99,7 +98,8 @@ tnk_gmp_limb tnk_gmp___gmpn_mul(tnk_gmp_limb *r, const tnk_gmp_limb *a, int32_t 
     clear(r, an);
     return 0;
   }
-  if (an + bn < mul_school_below)
+  // Slices of a limb or a few, added up as they come, are the rows of school.
+  if (an + bn < mul_school_below || bn <= mul_rows_most)
     e9_cpMul_BNU_school(r, a, an, b, bn);
   else if (an == bn)
     tnk_gmp___gmpn_mul_n(r, a, b, an);

@@ -1,5 +1,5 @@
-// Toom's method in three pieces: five products of a third of the length, for the values of a polynomial at 0, 1, 2, 1/2 and
-// infinity. With these points nothing is negative, and two exact divisions by three are all that is to be divided.
+// Toom's method in three pieces: five products of a third of the length, for the values of a polynomial at 0, 1, 2, 1/2
+// and infinity. With these points nothing is negative, and two exact divisions by three are all that is to be divided.
 #include "kernel/gmp/products.h"
 
 namespace tnk::gmp {
