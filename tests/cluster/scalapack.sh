@@ -14,7 +14,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp "$folder"/*.dat "$work" && cd "$work" || exit 1
 
-passed=0 failed=0 ended=0 count=0
+passed=0 failed=0 ended=0 count=0 larger=0
 for program in "$folder"/x*; do
   name=${program##*/}
   case $name in *btest) continue ;; esac # of the layer below, which has no BLAS
@@ -25,6 +25,11 @@ for program in "$folder"/x*; do
   good=$(awk '/tests? +completed and passed|tests? passed/ {n += $1} END {print n + 0}' words)
   bad=$(awk '/tests? +completed and failed|tests? failed/ {n += $1} END {print n + 0}' words)
   passed=$((passed + good)) failed=$((failed + bad))
+  # Inputs of eigenvalue programs name grids of four processes.
+  if grep -q 'Illegal grid' words && [ "$bad" -eq 0 ]; then
+    larger=$((larger + 1))
+    continue
+  fi
   if [ $code -ne 0 ] || [ "$bad" -ne 0 ]; then
     echo "$name: exit code $code, $bad failed"
     tail -5 words
@@ -32,5 +37,5 @@ for program in "$folder"/x*; do
   fi
 done
 [ $count -gt 0 ] || { echo "no program of that name"; exit 1; }
-echo "$count programs, $passed checks passed, $failed failed"
+echo "$count programs, $passed checks passed, $failed failed$([ $larger -eq 0 ] || echo ", $larger want 4 processes")"
 [ "$passed" -gt 0 ] && [ $failed -eq 0 ] && [ $ended -eq 0 ]

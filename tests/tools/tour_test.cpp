@@ -40,6 +40,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"cholesky", {"single, 6 steps"}},
       {"precision", {"floats in pairs", "two digits up to 10^29", "in doubles"}},
       {"spectrum", {"11.03 years", "497 short spectra"}},
+      {"lengths", {"own kernels", "by convolution"}},
       {"transposition", {"along 117 cycles"}},
       {"filter", {"94.1 ... 185.2 m"}},
       {"matching", {"sample 23456"}},

@@ -74,6 +74,7 @@ void filter_scene(Stage &stage);
 void matching_scene(Stage &stage);
 void plate_scene(Stage &stage);
 void film_scene(Stage &stage);
+void lengths_scene(Stage &stage);
 void numpy_scene(Stage &stage);
 
 // The entry that TNK_KERNEL_ENTRY found; a Failure when the kernel library has none of that name.

@@ -25,6 +25,7 @@ constexpr Scene scenes[] = {
      precision_scene},
     {"spectrum", "the cycle of the sunspot numbers and the pitch of a sound, by Fourier transforms",
      spectrum_scene},
+    {"lengths", "how fast transforms of every length are, and which way they go", lengths_scene},
     {"transposition", "a height map turned over in its own array, without other memory", transposition_scene},
     {"filter", "the volcano without its details, by Fourier transforms in two dimensions", filter_scene},
     {"matching", "an echo in noise and an averaged mountain, by correlation and convolution", matching_scene},
