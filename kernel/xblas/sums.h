@@ -88,15 +88,9 @@ template <Path P, class A, class X, class V>
   constexpr Width W = width_of<A, X>;
   const work<P> sign_a = walk.conjugated ? -1 : 1, sign_x = conjugate_x ? -1 : 1;
   sum_of<P, A, X, V> sum = total;
-  const auto next = [&] {
-    sum = sum + row_operand<P, W, V, A>(rows, walk.place, sign_a) * common_operand<P, W, V>(x, sign_x);
-    walk.place += walk.step, x += incx;
-  };
-  if (P != Path::extra && walk.change == 0) // short sums feel what a loop costs
-    for (; walk.count > 1; walk.count -= 2) next(), next();
   for (; walk.count > 0; --walk.count) {
-    next();
-    walk.step += walk.change;
+    sum = sum + row_operand<P, W, V, A>(rows, walk.place, sign_a) * common_operand<P, W, V>(x, sign_x);
+    walk.place += walk.step, walk.step += walk.change, x += incx;
   }
   total = sum;
 }
