@@ -1,18 +1,18 @@
 """tnk: numerical kernels for AVX processors, from Python.
 
-Modules: `fft` (Fourier, cosine and sine transforms, also as a backend of `scipy.fft`), `pde` (Poisson and Helmholtz
-equations), `sparse` (products and triangular
-solves for SciPy's sparse matrices), `signal` (convolution and correlation). `transpose` works in place, `show` tells what
-runs here, `set_num_threads` limits threads.
+Modules: `fft` (Fourier, cosine and sine transforms, also as a backend of `scipy.fft`), `sparse` (products and triangular
+solves for SciPy's sparse matrices), `signal` (convolution and correlation), `pde` (Poisson and Helmholtz equations), `exact`
+(dot products and residuals in more precision). `transpose` works in place, `show` tells what runs here, `set_num_threads`
+limits threads.
 """
 
 from ._library import LibraryError, get_max_threads, set_num_threads, show
 from ._transpose import transpose
-from . import fft, pde, signal
+from . import exact, fft, pde, signal
 
 __version__ = "0.1.0"
 
-__all__ = ["LibraryError", "fft", "get_max_threads", "pde", "set_num_threads", "show", "signal", "sparse", "transpose"]
+__all__ = ["LibraryError", "exact", "fft", "get_max_threads", "pde", "set_num_threads", "show", "signal", "sparse", "transpose"]
 
 
 def __getattr__(name: str):

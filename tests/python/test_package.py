@@ -1,6 +1,7 @@
 """The package itself: where libraries are, errors, threads, documentation; convolutions and transposition."""
 
 import doctest
+import fractions
 import importlib
 import io
 import os
@@ -10,10 +11,11 @@ import sys
 import numpy as np
 import pytest
 import tnk
+import tnk.exact
 import tnk.signal
 
 
-@pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.sparse"])
+@pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse"])
 def test_examples(name):
     if name == "tnk.sparse":
         pytest.importorskip("scipy.sparse")
@@ -71,6 +73,45 @@ def test_transposition(dtype):
             tnk.transpose(bad)
     with pytest.raises(TypeError, match="int64"):
         tnk.transpose(np.ones((2, 2), "i8"))
+
+
+@pytest.mark.parametrize("dtype", ["f4", "f8", "c8", "c16", "i4"])
+def test_sums_in_more_precision(dtype):
+    rng = np.random.default_rng(2)
+    eps = np.finfo(np.float32 if dtype in ("f4", "c8") else np.float64).eps
+
+    def drawn(*shape):
+        x = rng.integers(-99, 99, shape) if dtype == "i4" else rng.standard_normal(shape) * 10.0 ** rng.integers(-9, 9, shape)
+        return (x + 1j * x[::-1] if np.dtype(dtype).kind == "c" else x).astype(dtype)
+
+    def exactly(values):  # sums of fractions, part by part
+        return complex(*(float(sum(map(fractions.Fraction, (float(p) for p in part)))) for part in (values.real, values.imag)))
+
+    for n in (0, 1, 7, 40):
+        x, a = drawn(2 * n)[::-2], drawn(5, 2 * n)[:, ::2]
+        total = tnk.exact.sum(x)
+        assert abs(total - exactly(x)) <= eps * abs(total)
+        for conjugate in (False, True):
+            u, v = (z.astype(object) for z in (x.conj() if conjugate else x, a[0]))
+            parts = [(fractions.Fraction(float(p.real)), fractions.Fraction(float(p.imag))) for p in u]
+            other = [(fractions.Fraction(float(p.real)), fractions.Fraction(float(p.imag))) for p in v]
+            real = float(sum(p[0] * q[0] - p[1] * q[1] for p, q in zip(parts, other)))
+            imaginary = float(sum(p[0] * q[1] + p[1] * q[0] for p, q in zip(parts, other)))
+            result = tnk.exact.dot(x, a[0], conjugate=conjugate)
+            assert abs(result - complex(real, imaginary)) <= 2 * eps * abs(result)
+        product = tnk.exact.matvec(a, x)
+        assert all(abs(product[i] - tnk.exact.dot(a[i], x)) <= eps * abs(product[i]) for i in range(5))
+        rest = tnk.exact.residual(a, x, product)
+        assert np.all(np.abs(rest) <= eps * np.abs(product))
+        assert np.allclose(tnk.exact.matvec(a, x, precision="double"), product, atol=1e-2 * np.abs(product).max(initial=1))
+    for call, text in [
+        (lambda: tnk.exact.dot([1.0], [1.0, 2.0]), r"\(1,\) and y \(2,\)"),
+        (lambda: tnk.exact.dot([1.0], [1.0], precision="more"), "precision is 'more'"),
+        (lambda: tnk.exact.matvec([[1.0, 2.0]], [1.0]), r"\(1, 2\) and x \(1,\)"),
+        (lambda: tnk.exact.residual([[1.0]], [1.0], [1.0, 2.0]), r"\(1, 1\) and b \(2,\)"),
+    ]:
+        with pytest.raises(ValueError, match=text):
+            call()
 
 
 def test_convolutions():
