@@ -59,6 +59,10 @@ void set_factors(DftiNode *node, double factor) {
   node->forward_factor_single = node->backward_factor_single = static_cast<float>(factor);
 }
 
+// Where operands stand, and what they are multiplied by.
+constexpr std::pair<std::size_t, double> places[] = {
+    {0, 1.0}, {8, 0.75}, {1, 1.0}, {page_end, 0.75}, {page_start, 1.0}};
+
 template <class R> void check_complex(const std::string &family, tnk_int n) {
   SCOPED_TRACE(family + std::to_string(n));
   const Signal signal({n}, false);
@@ -72,24 +76,23 @@ template <class R> void check_complex(const std::string &family, tnk_int n) {
   // Besides its operands a kernel reads its table, and works in as much as it asks for.
   const std::size_t entries = n == 256 ? 420 : n == 512 ? 900 : n == 1024 ? 1764 : 0;
   void *const table = node->second_workspace;
-  for (const double factor : {1.0, 0.75})
-    for (const std::size_t shift : {std::size_t{0}, std::size_t{8}, std::size_t{1}, page_end, page_start})
-      for (const bool in_place : {true, false})
-        for (const bool has_work : {true, false}) {
-          set_factors(node, factor);
-          Guarded<char> work(static_cast<std::size_t>(node->buffer_size), has_work ? shift : 0);
-          Guarded<double> alone(entries, shift == page_start ? page_start : page_end);
-          if (entries > 0) {
-            std::memcpy(alone.data(), table, entries * sizeof(double));
-            node->second_workspace = alone.data();
-          }
-          for (const bool inverse : {false, true})
-            expect_transform<R>(kernel(family, n, inverse), node, has_work ? work.data() : nullptr,
-                                inverse ? spectrum : numbers, inverse ? sum : spectrum, factor, shift,
-                                in_place, inverse);
-          EXPECT_TRUE(work.intact());
-          node->second_workspace = table;
+  for (const auto &[shift, factor] : places)
+    for (const bool in_place : {true, false})
+      for (const bool has_work : {true, false}) {
+        set_factors(node, factor);
+        Guarded<char> work(static_cast<std::size_t>(node->buffer_size), has_work ? shift : 0);
+        Guarded<double> alone(entries, shift == page_start ? page_start : page_end);
+        if (entries > 0) {
+          std::memcpy(alone.data(), table, entries * sizeof(double));
+          node->second_workspace = alone.data();
         }
+        for (const bool inverse : {false, true})
+          expect_transform<R>(kernel(family, n, inverse), node, has_work ? work.data() : nullptr,
+                              inverse ? spectrum : numbers, inverse ? sum : spectrum, factor, shift, in_place,
+                              inverse);
+        EXPECT_TRUE(work.intact());
+        node->second_workspace = table;
+      }
 }
 
 TEST(Compact, ComplexKernels) {
@@ -121,24 +124,23 @@ template <class R> void check_real(const std::string &family, tnk_int n, int sto
     numbers.push_back(z.real());
     sum.push_back(z.real() * static_cast<long double>(n));
   }
-  for (const double factor : {1.0, 0.75})
-    for (const std::size_t shift : {std::size_t{0}, std::size_t{4}, page_end, page_start})
-      for (const bool in_place : {true, false})
-        for (const int rank : {1, 2, 3, 4})
-          for (const int real_layout : {0, 1}) {
-            set_factors(node, factor);
-            node->placement = in_place ? DftiInPlace : DftiNotInPlace;
-            node->committed_rank = rank, node->real_layout = real_layout;
-            const bool fitted =
-                layout == DftiFormatCcs && !in_place && (rank == 2 || rank == 3) && real_layout == 0;
-            Line written = sum;
-            if (format == DftiFormatCcs && in_place) written.push_back(0);
-            expect_transform<R>(kernel(family, n, false), node, nullptr, numbers, spectrum_in(layout), factor,
-                                shift, in_place, false);
-            expect_transform<R>(kernel(family, n, true), node, nullptr,
-                                spectrum_in(fitted ? int{DftiFormatPerm} : layout), written, factor, shift,
-                                in_place, true);
-          }
+  for (const auto &[shift, factor] : places)
+    for (const bool in_place : {true, false})
+      for (const int rank : {1, 2, 3, 4})
+        for (const int real_layout : {0, 1}) {
+          set_factors(node, factor);
+          node->placement = in_place ? DftiInPlace : DftiNotInPlace;
+          node->committed_rank = rank, node->real_layout = real_layout;
+          const bool fitted =
+              layout == DftiFormatCcs && !in_place && (rank == 2 || rank == 3) && real_layout == 0;
+          Line written = sum;
+          if (format == DftiFormatCcs && in_place) written.push_back(0);
+          expect_transform<R>(kernel(family, n, false), node, nullptr, numbers, spectrum_in(layout), factor,
+                              shift, in_place, false);
+          expect_transform<R>(kernel(family, n, true), node, nullptr,
+                              spectrum_in(fitted ? int{DftiFormatPerm} : layout), written, factor, shift,
+                              in_place, true);
+        }
 }
 
 TEST(Compact, RealKernels) {
