@@ -27,6 +27,7 @@ void add_convolutions(std::vector<Row> &rows);
 void add_trigonometric_transforms(std::vector<Row> &rows);
 void add_poisson(std::vector<Row> &rows);
 void add_limbs(std::vector<Row> &rows);
+void add_integers(std::vector<Row> &rows);
 
 inline std::vector<Row> all_rows() {
   std::vector<Row> rows;
@@ -51,7 +52,8 @@ inline std::vector<Row> all_rows() {
                           add_convolutions,
                           add_trigonometric_transforms,
                           add_poisson,
-                          add_limbs})
+                          add_limbs,
+                          add_integers})
     add(rows);
   return rows;
 }

@@ -37,6 +37,9 @@ amplitude 29.4624' "$("$program" "$data/sunspots.csv" 2>&1)"
   *torsion)
     same "$program" 'torsion constant 0.1406' "$("$program" 2>&1)"
     ;;
+  *cattle)
+    same "$program" '776027140648...719455081800, 206545 digits' "$("$program" 2>&1)"
+    ;;
   *product)
     same "$program" '    66.0    78.0    90.0
     78.0    93.0   108.0

@@ -44,6 +44,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"transposition", {"along 117 cycles"}},
       {"filter", {"94.1 ... 185.2 m"}},
       {"matching", {"sample 23456"}},
+      {"integers", {"3.1415926535...", "prime, ", "not prime"}},
       {"plate", {"69.922 of 69.922"}},
       {"film", {"94.0 ... 124.0 m"}},
       {"numpy", {"singular values", "tnk-blas/libblas.so.3"}}};

@@ -153,7 +153,7 @@ Result tnk_integer_multiply(Integer *r, const Integer *a, const Integer *b) {
   if (!call.given(r, a, b)) return call.result();
   const std::int64_t n = limbs_of(a) + limbs_of(b);
   // Short products are made on the stack.
-  const bool short_one = n < 18 && n + 1 <= r->alloc;
+  const bool short_one = n < 18 && n <= r->alloc;
   if (!call.in_range(2, "a", static_cast<double>(n)) || !call.ready(short_one ? 0 : product_limbs(a, b)))
     return call.result();
   return call->z_mul(r, a, b), TNK_INTEGER_DONE;

@@ -72,6 +72,7 @@ void spectrum_scene(Stage &stage);
 void transposition_scene(Stage &stage);
 void filter_scene(Stage &stage);
 void matching_scene(Stage &stage);
+void integers_scene(Stage &stage);
 void plate_scene(Stage &stage);
 void film_scene(Stage &stage);
 void lengths_scene(Stage &stage);

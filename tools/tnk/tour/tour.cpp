@@ -31,6 +31,7 @@ constexpr Scene scenes[] = {
     {"matching", "an echo in noise and an averaged mountain, by correlation and convolution", matching_scene},
     {"plate", "a plate with a source of heat and cold edges, by Poisson's equation", plate_scene},
     {"film", "a volcano rebuilt from its curvature, and the soap film on its rim", film_scene},
+    {"integers", "digits of pi, exact polynomials and large primes, by integers of any size", integers_scene},
     {"numpy", "a stiffness matrix in numpy, on the machine's BLAS and on this one", numpy_scene},
 };
 
