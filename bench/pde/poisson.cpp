@@ -278,7 +278,7 @@ void add_poisson(std::vector<Row> &rows) {
   const auto add = [&](const std::string &name, std::vector<tnk_int> sizes, Library &library, auto prepare) {
     Row row;
     row.group = "poisson/" + name.substr(2), row.name = name, row.sizes = std::move(sizes), row.unit = "flop";
-    row.picture = "Poisson's equation", row.library = &library, row.quick = 256, row.prepare = prepare;
+    row.picture = "poisson", row.library = &library, row.quick = 256, row.prepare = prepare;
     rows.push_back(row);
   };
   add("d_plane", {64, 256, 512, 1000, 1024}, fftw(), [](tnk_int n) { return beside_fftw<double>(n, 2); });

@@ -174,7 +174,8 @@ float tnk_pdepl_pl_ssin(const float *x);
 
 /* ---- Messages -----------------------------------------------------------------------------------------------------------
    Shows message `id` where ipar says: entry 2 for 900 to 904, entry 1 for the others, which the callers have found to be
-   other than 0. `text` says more; null where there is no more. Numbers that are not listed show nothing.
+   other than 0. `text` says more, without a percent sign, since the log file takes the message as its format; null where
+   there is no more. Numbers that are not listed show nothing.
 
      0   nx below 1                             10   no spectrum: 0 cells or a step of 0
      1   ny below 1                             12   a status that is none to start from

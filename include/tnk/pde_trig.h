@@ -108,8 +108,8 @@ void tnk_pdett_free_trig_transform(DftiHandle *handle, tnk_int *ipar, tnk_int *s
 void tnk_pdett__free_trig_transform(DftiHandle *handle, tnk_int *ipar, tnk_int *stat);
 
 /* ---- Kernels: transforms without scale and tests, by kind --------------------------------------------------------
-   `tables` is dpar + 2. Of kind 3 element k of f stands at index k - 1. *stat: 0, -200, or what the Fourier transform
-   returned. ipar: n, and what messages need.
+   `tables` is dpar + 2. Of kind 3 element k of f stands at index k - 1. *stat: 0, -200, or -1000. ipar: n, and
+   what messages need. A row of less than 2 numbers is left as it is.
 
      sin                kind 0: twice the backward sum, either way
      cos                kind 1: the sum in brackets, either way
@@ -135,10 +135,10 @@ TNK_PDETT_KERNELS(s, float)
 
 /* ---- Messages -------------------------------------------------------------------------------------------------------
    Shows message `id` where ipar says: entry 2 for 300 to 309, entry 1 for the others, which the callers have found to be
-   other than 0. `text` is the value that was met, in words; null where there is none. Numbers that are not listed show
-   nothing.
+   other than 0. `text` is the value that was met, in words, without a percent sign, since the log file takes the message
+   as its format; null where there is none. A number that is not listed shows that it is not known.
 
-     0     commit called with a status           300  dpar[0] below 0                   
+     0     commit called with a status           300  dpar[0] below 0
      1     n below 2                             302  f[0] larger than dpar[0], kind 0
      3     the kind                              303  f[n] larger than dpar[0], kind 0
      4     a table entry of 0                    307  f[n] larger than dpar[0], kind 2

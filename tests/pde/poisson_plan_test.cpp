@@ -65,13 +65,15 @@ TEST(PoissonPlan, RefusesByName) {
         << c.argument << errors.last().message;
     EXPECT_EQ(p.f, before);
   }
-  // Ends that only doubles tell apart; plans say where the fault is in their own lists.
+  // Ends that only doubles tell apart, or a step that floats do not; plans say where the fault is in their own lists.
   PoissonProblem<float, 2> p({3, 4}, "DDDD", 1);
   tnk_poisson_problem problem = described(p);
-  problem.low[0] = 1, problem.high[0] = 1 + 1e-12;
   tnk_poisson_plan *plan = nullptr;
-  EXPECT_EQ(tnk_poisson_plan_make(&plan, &problem), TNK_POISSON_BAD_ARGUMENT);
-  EXPECT_NE(errors.bad_argument().find("argument 2 (problem->high[0])"), std::string::npos);
+  for (const auto &[low, high] : {std::pair(1., 1 + 1e-12), std::pair(0., 1.5e-45)}) {
+    problem.low[0] = low, problem.high[0] = high;
+    EXPECT_EQ(tnk_poisson_plan_make(&plan, &problem), TNK_POISSON_BAD_ARGUMENT);
+    EXPECT_NE(errors.bad_argument().find("argument 2 (problem->high[0])"), std::string::npos);
+  }
   EXPECT_EQ(tnk_poisson_plan_make(nullptr, &problem), TNK_POISSON_BAD_ARGUMENT);
   EXPECT_NE(errors.bad_argument().find("argument 1 (plan)"), std::string::npos);
   EXPECT_EQ(tnk_poisson_plan_solve(nullptr, p.f.data(), nullptr, nullptr), TNK_POISSON_BAD_ARGUMENT);
@@ -119,6 +121,22 @@ TEST(PoissonPlan, SolvesManyTimes) {
     solve_often<float, 3>({4, 5, 3}, sides, 1);
   }
   solve_often<double, 2>({7, 6}, "DDDD", -1);
+}
+
+// Values around nothing but zeros know no unit: not where the square of a step is 0 in floats either.
+TEST(PoissonPlan, HasTheSameBitsInAnyUnit) {
+  PoissonProblem<float, 2> p({9, 7}, "DDND", 0);
+  p.boundary[2].assign(p.boundary[2].size(), 0);
+  std::vector<float> first;
+  for (const int exponent : {0, -90, 50}) {
+    tnk_poisson_problem problem = described(p);
+    for (const int axis : {0, 1})
+      problem.low[axis] = 0, problem.high[axis] = std::ldexp(axis == 0 ? 1.375 : 0.75, exponent);
+    std::vector<float> u(p.f.size());
+    ASSERT_EQ(tnk_poisson_solve(&problem, u.data(), sides_of(p).data(), nullptr), TNK_POISSON_DONE);
+    if (first.empty()) first = u;
+    EXPECT_EQ(u, first) << exponent;
+  }
 }
 
 TEST(PoissonPlan, HasTheSameBitsOnAnyNumberOfThreads) {

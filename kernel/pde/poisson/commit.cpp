@@ -155,17 +155,15 @@ template <class R, int Dims> Range unknowns(const Problem<R, Dims> &p, int axis)
 // expressed by it.
 template <class R, int Dims>
 void bring_in(const Problem<R, Dims> &p, const Boundary<R, Dims> &boundary, R *f) {
-  const R last = p.step(p.last), scale = last * last;
+  const R last = p.step(p.last);
   for (int k = 0; k < 2 * Dims; ++k) {
     const int axis = k / 2;
     const tnk_int cells = p.cells()[axis];
     const bool value = p.side(k) == 0, slope_opposite = p.side(k ^ 1) == 1;
     if (value && cells == 1 && !slope_opposite) continue; // nothing is unknown
-    R factor = 2 * scale / p.step(axis);
-    if (value) {
-      factor = scale / (p.step(axis) * p.step(axis));
-      if (cells == 1) factor *= 2; // the neighbour is mirrored by the edge opposite
-    }
+    const R ratio = last / p.step(axis);
+    R factor = value ? ratio * ratio : 2 * last * ratio;
+    if (value && cells == 1) factor *= 2; // the neighbour is mirrored by the edge opposite
     const R *const given = boundary[k];
     Face<Dims>(k, p.cells())
         .points(
