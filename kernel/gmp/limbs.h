@@ -9,7 +9,6 @@ namespace tnk::gmp {
 
 using limb = tnk_gmp_limb;
 __extension__ typedef unsigned __int128 wide; // two limbs
-__extension__ typedef __int128 signed_wide;
 
 constexpr int limb_bits = 64;
 constexpr limb top_bit = limb{1} << (limb_bits - 1);

@@ -34,7 +34,7 @@ inline bool from_digits(limb *r, const double *digits, int32_t n) {
   };
   const int64_t bias = bits_of(to_units);
   f64x4 doubts{};
-  signed_wide carry = 0;
+  limb carry = 0;
   for (int32_t i = 0; i < n; ++i) {
     const f64x4 sums = loadu<f64x4>(digits + digits_per_limb * int64_t{i});
     const f64x4 whole = _mm256_floor_pd(sums + splat<f64x4>(0.5));
@@ -42,10 +42,17 @@ inline bool from_digits(limb *r, const double *digits, int32_t n) {
     doubts = _mm256_or_pd(doubts, _mm256_cmp_pd(distance, splat<f64x4>(doubtful), _CMP_NLT_UQ));
     int64_t units[digits_per_limb];
     storeu(units, whole + splat<f64x4>(to_units));
-    for (int j = 0; j < digits_per_limb; ++j)
-      carry += static_cast<signed_wide>(units[j] - bias) * (int64_t{1} << (digit_bits * j));
-    r[i] = static_cast<limb>(carry);
-    carry >>= limb_bits;
+    // The four digits without what the limbs below carry into them: that is added at last, so that limbs do not wait for
+    // one another.
+    int64_t above = 0;
+    limb own = 0;
+    for (int j = 0; j < digits_per_limb; ++j) {
+      const int64_t sum = units[j] - bias + above;
+      own |= (static_cast<limb>(sum) & 0xFFFF) << (digit_bits * j);
+      above = sum >> digit_bits;
+    }
+    r[i] = own + carry;
+    carry = static_cast<limb>(above) + (r[i] < own);
   }
   return _mm256_movemask_pd(doubts) == 0;
 }

@@ -30,11 +30,12 @@ const std::pair<const char *, Divide> methods[] = {
 void expect_division(const char *name, const Divide &divide, const Limbs &n, const Limbs &d) {
   const int32_t nn = count(n), dn = count(d), qn = nn - dn;
   Written q(static_cast<std::size_t>(qn), page_end), r(d.size(), page_end), in_place(n, page_end);
-  const Integer highest = divide(q.data(), r.data(), n.data(), nn, d.data(), dn);
+  const Written divisor(d, page_end);
+  const Integer highest = divide(q.data(), r.data(), n.data(), nn, divisor.data(), dn);
   const Integer quotient = value(q) + shifted(highest, qn);
   EXPECT_EQ(quotient * value(d) + value(r), value(n)) << name << ' ' << nn << " by " << dn;
   EXPECT_TRUE(value(r) < value(d)) << name << ' ' << nn << " by " << dn;
-  const Integer again = divide(q.data(), in_place.data(), in_place.data(), nn, d.data(), dn);
+  const Integer again = divide(q.data(), in_place.data(), in_place.data(), nn, divisor.data(), dn);
   EXPECT_EQ(value(q) + shifted(again, qn), quotient) << name << " in place";
   EXPECT_EQ(value(in_place.data(), dn), value(r)) << name << " in place";
 }

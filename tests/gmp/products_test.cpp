@@ -20,7 +20,8 @@ TEST(Limbs, Sums) {
         const Integer over = shifted(Integer(out), n);
         EXPECT_EQ(value(r).text(16), (negative ? sum + over : sum - over).text(16)) << what << ' ' << n;
       };
-      const auto *p = a.data(), *q = b.data();
+      const Written pages(a), other_pages(b); // nothing is read beyond either
+      const auto *p = pages.data(), *q = other_pages.data();
       for (const bool in_place : {false, true}) {
         const Limbs &before = in_place ? a : b;
         const auto from = [=](limb *to) { return in_place ? to : p; };
@@ -55,7 +56,8 @@ TEST(Limbs, ShortProducts) {
     for (int32_t bn = 1; bn <= an; ++bn)
       for (int round = 0; round < 2; ++round) {
         const Limbs a = made(random, an, (an + round) % patterns), b = made(random, bn, (an + bn) % patterns);
-        const auto *p = a.data(), *q = b.data();
+        const Written pages(a), other_pages(b);
+        const auto *p = pages.data(), *q = other_pages.data();
         expect("mul", a, b, [&](limb *r) { EXPECT_EQ(tnk_gmp___gmpn_mul(r, p, an, q, bn), r[an + bn - 1]); });
         expect("school", a, b, [&](limb *r) { e9_cpMul_BNU_school(r, p, an, q, bn); });
         expect("school, the shorter first", a, b, [&](limb *r) { e9_cpMul_BNU_school(r, q, bn, p, an); });
