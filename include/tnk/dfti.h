@@ -169,7 +169,8 @@ enum DftiStatus {
    A prime has no such factors. Below 2^29 it is transformed as a convolution, by transforms of a power of two M from two to
    four times as long: memory for 2 M complex numbers from commit on, for M more in each compute. Primes beyond are refused.
 
-   On several threads one complex transform of one dimension, side by side and in order, is one of a matrix from 2^15 numbers on, powers of two from 2^17 in place and from 2^18 out of place. In place it then has memory for as many numbers again,
+   On several threads one complex transform of one dimension, side by side and in order, is one of a matrix from 2^15 numbers
+   on, powers of two from 2^17 in place and from 2^18 out of place. In place it then has memory for as many numbers again,
    from commit until the descriptor is freed or set otherwise; without it one thread does the transform. */
 
 /* ---- By value -----------------------------------------------------------------------------------------------------
