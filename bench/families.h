@@ -23,6 +23,7 @@ void add_transposition(std::vector<Row> &rows);
 void add_power_of_two_transforms(std::vector<Row> &rows);
 void add_transforms_of_any_length(std::vector<Row> &rows);
 void add_transforms_by_descriptors(std::vector<Row> &rows);
+void add_long_transforms(std::vector<Row> &rows);
 void add_convolutions(std::vector<Row> &rows);
 void add_trigonometric_transforms(std::vector<Row> &rows);
 void add_poisson(std::vector<Row> &rows);
@@ -49,6 +50,7 @@ inline std::vector<Row> all_rows() {
                           add_power_of_two_transforms,
                           add_transforms_of_any_length,
                           add_transforms_by_descriptors,
+                          add_long_transforms,
                           add_convolutions,
                           add_trigonometric_transforms,
                           add_poisson,

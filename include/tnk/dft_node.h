@@ -176,7 +176,7 @@ struct DftiNode {
   DftiRecords records;
   int64_t buffer_size, maximum_buffer_size; /* in bytes: of this node, of its chain */
   void *workspace;                          /* slices of maximum_buffer_size, by tnk_serv_tnk_malloc */
-  void *second_workspace;                   /* the same */
+  void *second_workspace;                   /* of kernels: tables, or a matrix of numbers; the same */
   int32_t user_threads;                     /* callers that may compute at once */
   int32_t threads;                          /* for one compute; set at commit */
   int32_t requested_threads;                /* 0: ask api_entries->threads */

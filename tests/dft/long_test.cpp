@@ -1,10 +1,10 @@
-// Transforms in four steps: how lengths are split, the steps on slices, and whole transforms of lengths that a test can
-// afford, though commit takes this way only for much longer ones.
+// Transforms in four steps: how lengths are split, whole transforms of lengths that a test can afford, though commit takes
+// this way only for much longer ones, and threads that share one.
 #include <cstring>
-#include <random>
+#include <tnk/dft_commit.h>
 #include <tnk/dft_long.h>
 #include <tnk/host.h>
-#include <tnk/services.h>
+#include <unistd.h>
 
 #include "dft/plan.h"
 #include "reference/fourier.h"
@@ -15,53 +15,96 @@ namespace {
 using namespace tnk::test;
 using tnk::reference::Wide;
 
-template <class R> struct family;
-template <> struct family<float> {
-  using C = tnk_complex8;
-  static constexpr auto create = tnk_dft_dfti_create_sc1d;
-  static constexpr auto init = tnk_dft_xc_init_data_1d_via_2d;
-  static constexpr DftiKernel *kernels[] = {tnk_dft_xc_1d_via_2d_f, tnk_dft_xc_1d_via_2d_b};
-};
-template <> struct family<double> {
-  using C = tnk_complex16;
-  static constexpr auto create = tnk_dft_dfti_create_dc1d;
-  static constexpr auto init = tnk_dft_xz_init_data_1d_via_2d;
-  static constexpr DftiKernel *kernels[] = {tnk_dft_xz_1d_via_2d_f, tnk_dft_xz_1d_via_2d_b};
-};
+template <class R> constexpr bool is_single = sizeof(R) == 4;
+template <class R> using Complex = std::conditional_t<is_single<R>, tnk_complex8, tnk_complex16>;
+template <class R> constexpr int32_t precision = is_single<R> ? DftiSingle : DftiDouble;
+template <class R>
+constexpr DftiKernelPair kernels =
+    is_single<R> ? DftiKernelPair{tnk_dft_xc_1d_via_2d_f, tnk_dft_xc_1d_via_2d_b}
+                 : DftiKernelPair{tnk_dft_xz_1d_via_2d_f, tnk_dft_xz_1d_via_2d_b};
 
-// A node as the core commit sees it, without kernels.
-template <class R> class LongNode {
-public:
-  explicit LongNode(tnk_int n) {
-    EXPECT_EQ(family<R>::create(&node_, n), DftiNoError);
-    node_->axis.length = node_->total_length = n;
-    node_->log2_length = 63 - __builtin_clzll(static_cast<unsigned long long>(n));
-    node_->forward_factor = node_->backward_factor = 1;
-    node_->forward_factor_single = node_->backward_factor_single = 1;
+DftiLongData &data_of(const DftiNode *node) {
+  return *static_cast<DftiLongData *>(node->large_data);
+}
+
+// A node as the core commit sees it.
+template <class R> struct LongNode : Plan {
+  explicit LongNode(tnk_int n) : Plan(precision<R>, DftiComplex, {n}) {
+    handle->axis.length = n;
+    handle->log2_length = 63 - __builtin_clzll(static_cast<unsigned long long>(n));
   }
-  LongNode(const LongNode &) = delete;
-  LongNode &operator=(const LongNode &) = delete;
-  ~LongNode() { node_->destroy(node_); }
-  tnk_int init(int32_t variant) { return family<R>::init(variant, node_, node_); }
-  DftiNode *operator->() const { return node_; }
-  operator DftiNode *() const { return node_; }
-  DftiLongData &data() const { return *static_cast<DftiLongData *>(node_->large_data); }
-
-private:
-  DftiNode *node_ = nullptr;
+  tnk_int init(int32_t variant) const {
+    return (is_single<R> ? tnk_dft_xc_init_data_1d_via_2d : tnk_dft_xz_init_data_1d_via_2d)(variant, handle,
+                                                                                            handle);
+  }
 };
 
-template <class C> std::vector<C> random_numbers(tnk_int n) {
-  std::mt19937 engine(static_cast<unsigned>(n));
-  std::uniform_int_distribution<int> any(-4096, 4096);
-  std::vector<C> x(static_cast<std::size_t>(n));
-  for (C &number : x)
-    number = {static_cast<decltype(C::re)>(any(engine) / 4096.),
-              static_cast<decltype(C::re)>(any(engine) / 4096.)};
+// Numbers without any order, so that no frequency stands out, whose errors would.
+template <class R> Complex<R> number(std::size_t i) {
+  const auto part = [](std::size_t k) {
+    k *= 0x9E3779B97F4A7C15, k ^= k >> 31, k *= 0xBF58476D1CE4E5B9;
+    return static_cast<R>(k >> 52) / 2048 - 1;
+  };
+  return {part(2 * i + 1), part(2 * i + 2)};
+}
+template <class R> std::vector<Complex<R>> numbers(tnk_int n) {
+  std::vector<Complex<R>> x(static_cast<std::size_t>(n));
+  for (std::size_t i = 0; i < x.size(); ++i) x[i] = number<R>(i);
   return x;
+}
+template <class C> Wide wide(C z) {
+  return {z.re, z.im};
 }
 template <class C> bool same_bits(const std::vector<C> &a, const std::vector<C> &b) {
   return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(C)) == 0;
+}
+
+// Roots of unity by two tables.
+class Roots {
+public:
+  explicit Roots(std::size_t n) : n_(n), low_(step), high_(n / step + 1) {
+    for (std::size_t i = 0; i < step; ++i) low_[i] = tnk::reference::root(i % n, n, -1);
+    for (std::size_t i = 0; i < high_.size(); ++i) high_[i] = tnk::reference::root(i * step % n, n, -1);
+  }
+  Wide operator()(std::size_t k) const { return high_[k % n_ / step] * low_[k % n_ % step]; }
+
+private:
+  static constexpr std::size_t step = 1 << 15;
+  std::size_t n_;
+  std::vector<Wide> low_, high_;
+};
+
+// Some numbers of a spectrum: both ends, where slices and bundles end unevenly, and the middle.
+template <class R> struct Samples {
+  std::vector<std::size_t> places;
+  std::vector<Wide> sums;
+  long double norm = 0; // of the whole spectrum, a number's share
+
+  Samples(const std::vector<Complex<R>> &x, bool backward, std::size_t ends, std::size_t between) {
+    const std::size_t n = x.size();
+    const Roots root(n);
+    for (std::size_t k = 0; k < n;
+         k += k < ends || k + ends >= n ? 1 : std::min(n / between + 1, n - k - ends)) {
+      places.push_back(k), sums.push_back(0);
+      for (std::size_t i = 0; i < n; ++i)
+        sums.back() += wide(x[i]) * (backward ? std::conj(root(i * k)) : root(i * k));
+    }
+    for (const auto &z : x) norm += std::norm(wide(z));
+    norm = std::sqrt(norm);
+  }
+  // Root mean square, relative to the norm, in eps.
+  double error(const std::vector<Complex<R>> &y, R factor) const {
+    long double square = 0;
+    for (std::size_t i = 0; i < places.size(); ++i)
+      square += std::norm(wide(y[places[i]]) / static_cast<long double>(factor) - sums[i]);
+    return static_cast<double>(std::sqrt(square / static_cast<long double>(places.size())) / norm /
+                               std::numeric_limits<R>::epsilon());
+  }
+};
+
+// For one transform, in eps: it grows as the root of log2 n, of which a convolution within takes more.
+double bound(tnk_int n) {
+  return 0.6 * std::sqrt(std::log2(static_cast<double>(n)) + 4);
 }
 
 // ---- Lengths ------------------------------------------------------------------------------------------------------------
@@ -70,208 +113,162 @@ TEST(LongTransforms, LengthsAreSplitNearTheRoot) {
   const struct {
     tnk_int n, n1, n2, ld1, ld2, table; // n1 0: declined
   } rows[] = {
-      {4, 2, 2, 4, 4, 4},
       {6, 2, 3, 4, 4, 4},
-      {49, 7, 7, 8, 8, 8},
       {2018, 2, 1009, 4, 1012, 64},
       {5040, 42, 120, 44, 120, 128},
-      {1 << 17, 256, 512, 260, 516, 512},
       {tnk_int{1} << 27, 1 << 13, 1 << 14, (1 << 13) + 4, (1 << 14) + 4, 1 << 14},
       {33554433, 4051, 8283, 4052, 8284, 8192},
       {3 << 24, 6144, 8192, 6148, 8196, 8192},
       {100000000, 10000, 10000, 10000, 10000, 16384},
-      {1, 0, 0, 0, 0, 0},
       {2, 0, 0, 0, 0, 0},
-      {9973, 0, 0, 0, 0, 0},
       {33554467, 0, 0, 0, 0, 0},
       {tnk_int{1} << 50, 0, 0, 0, 0, 0},
   };
+  const int before = allocations.live;
   for (const auto &row : rows) {
     SCOPED_TRACE(row.n);
-    const int before = allocations.live;
-    {
-      LongNode<double> node(row.n);
-      const int made = allocations.live;
-      ASSERT_EQ(node.init(1), row.n1 ? 0 : 102);
-      if (!row.n1) {
-        EXPECT_TRUE(!node->large_data && !node->large_free && allocations.live == made);
-        continue;
-      }
-      const DftiLongData &data = node.data();
-      EXPECT_EQ(std::vector<int64_t>({data.n1, data.n2, data.ld1, data.ld2, data.table_length, data.variant}),
-                std::vector<int64_t>({row.n1, row.n2, row.ld1, row.ld2, row.table, 1}));
-      EXPECT_EQ(data.node1 == data.node2, row.n1 == row.n2);
-      EXPECT_TRUE(data.node1->threads == 1 && data.node1->flags & TNK_DFT_INNER && !data.node1->workspace);
-      const int all = allocations.live;
-      EXPECT_EQ(node.init(-1), 0); // the same block
-      EXPECT_TRUE(allocations.live == all && data.variant == -1 && &data == &node.data());
-      // Roots of any index, by both tables.
-      const auto *const tables = static_cast<const tnk_complex16 *>(data.twiddles);
-      for (tnk_int m = 0; m < row.n; m += row.n / 97 + 1) {
-        const auto wide = [](tnk_complex16 z) { return Wide(z.re, z.im); };
-        const Wide root =
-            wide(tables[data.table_length + m / data.table_length]) * wide(tables[m % data.table_length]);
-        const Wide exact =
-            tnk::reference::root(static_cast<std::size_t>(m), static_cast<std::size_t>(row.n), -1);
-        ASSERT_LT(std::abs(root - exact), 3e-16L) << m;
-      }
+    const LongNode<double> node(row.n);
+    ASSERT_EQ(node.init(1), row.n1 ? 0 : 102);
+    EXPECT_EQ(row.n1 != 0, node->large_data && node->large_free);
+    if (!row.n1) continue;
+    const DftiLongData &data = data_of(node);
+    EXPECT_EQ(Ints({data.n1, data.n2, data.ld1, data.ld2, data.table_length, data.variant}),
+              Ints({row.n1, row.n2, row.ld1, row.ld2, row.table, 1}));
+    EXPECT_EQ(data.node1 == data.node2, row.n1 == row.n2);
+    EXPECT_TRUE(data.node1->threads == 1 && data.node1->flags & TNK_DFT_INNER && !data.node1->workspace);
+    const auto *const tables = static_cast<const tnk_complex16 *>(data.twiddles);
+    for (tnk_int m = 0; m < row.n; m += row.n / 97 + 1) {
+      const Wide root = wide(tables[data.table_length + m / row.table]) * wide(tables[m % row.table]);
+      ASSERT_LT(std::abs(root - tnk::reference::root(static_cast<std::size_t>(m),
+                                                     static_cast<std::size_t>(row.n), -1)),
+                3e-16L);
     }
-    EXPECT_EQ(allocations.live, before);
   }
+  EXPECT_EQ(allocations.live, before);
 }
 
 // ---- Transforms -----------------------------------------------------------------------------------------------------------
 
-// The numbers of a transform at both ends, and some between them.
-struct Samples {
-  std::vector<std::size_t> places;
-  std::vector<Wide> numbers;
-  long double norm = 0; // of all
-
-  template <class C> Samples(const std::vector<C> &x, int sign) {
-    const std::size_t n = x.size();
-    const auto roots = tnk::reference::roots(n, sign);
-    for (const C &number : x) norm += std::norm(Wide(number.re, number.im));
-    norm = std::sqrt(norm);
-    for (std::size_t k = 0; k < n; k += k < 12 || n - k <= 12 ? 1 : 1 + (n - k - 12) / 30) {
-      Wide sum = 0;
-      for (std::size_t j = 0, turn = 0; j < n; ++j, turn = (turn + k) % n) {
-        const Wide w = roots[turn];
-        sum += Wide(x[j].re * w.real() - x[j].im * w.imag(), x[j].re * w.imag() + x[j].im * w.real());
-      }
-      places.push_back(k), numbers.push_back(sum);
-    }
-  }
-
-  // The root mean square error relative to that of all numbers, in eps.
-  template <class R, class C> double error(const std::vector<C> &y, R factor) const {
-    long double square = 0;
-    for (std::size_t i = 0; i < places.size(); ++i) {
-      const C got = y[places[i]];
-      square += std::norm(Wide(got.re, got.im) / static_cast<long double>(factor) - numbers[i]);
-    }
-    return static_cast<double>(std::sqrt(square / static_cast<long double>(places.size())) / norm) /
-           static_cast<double>(std::numeric_limits<R>::epsilon());
-  }
-};
-
 template <class R> void transforms(tnk_int n) {
-  using C = typename family<R>::C;
-  LongNode<R> node(n);
+  const LongNode<R> node(n);
   ASSERT_EQ(node.init(1), 0);
-  const std::vector<C> x = random_numbers<C>(n);
-  const double bound = 0.6 * std::sqrt(std::log2(static_cast<double>(n)) + 4);
+  const auto x = numbers<R>(n);
   for (const bool backward : {false, true}) {
-    const Samples samples(x, backward ? 1 : -1);
-    for (const double factor : {1.0, 0.7}) {
-      node->forward_factor = node->backward_factor = 3; // only one of them may count
-      (backward ? node->backward_factor : node->forward_factor) = factor;
-      node->forward_factor_single = static_cast<float>(node->forward_factor);
-      node->backward_factor_single = static_cast<float>(node->backward_factor);
+    const Samples<R> samples(x, backward, 12, 8);
+    for (const double factor : {1.0, 0.7})
       for (const int32_t variant : {0, 1, -1})
         for (const int32_t placement : {DftiInPlace, DftiNotInPlace}) {
-          SCOPED_TRACE(std::to_string(n) + " variant " + std::to_string(variant) +
-                       (backward ? " backward" : "") + (placement == DftiInPlace ? " in place" : "") +
-                       (factor == 1 ? "" : " scaled"));
-          node.data().variant = variant;
+          SCOPED_TRACE(testing::Message()
+                       << n << ' ' << variant << ' ' << backward << ' ' << placement << ' ' << factor);
+          node->forward_factor = node->backward_factor = 3; // only one of them may count
+          (backward ? node->backward_factor : node->forward_factor) = factor;
+          node->forward_factor_single = static_cast<float>(node->forward_factor);
+          node->backward_factor_single = static_cast<float>(node->backward_factor);
+          data_of(node).variant = variant;
           node->placement = placement;
-          std::vector<C> source = x, destination(x.size() + 1, C{7, 7});
+          auto source = x, destination = x;
+          destination.push_back({7, 7});
           const int live = allocations.live;
-          ASSERT_EQ(family<R>::kernels[backward](source.data(), destination.data(), node, nullptr), 0);
-          EXPECT_EQ(allocations.live, live);
+          ASSERT_EQ((backward ? kernels<R>.inverse : kernels<R>.forward)(source.data(), destination.data(),
+                                                                         node, nullptr),
+                    0);
+          EXPECT_TRUE(allocations.live == live && destination.back().re == 7);
           EXPECT_TRUE(placement == DftiInPlace || same_bits(source, x));
-          EXPECT_EQ(destination.back().re, 7);
-          destination.pop_back();
-          const std::vector<C> &result = placement == DftiInPlace ? source : destination;
-          EXPECT_LT(samples.error(result, static_cast<R>(factor)), bound);
+          EXPECT_LT(samples.error(placement == DftiInPlace ? source : destination, static_cast<R>(factor)),
+                    bound(n));
         }
-    }
   }
 }
 
 TEST(LongTransforms, AgreeWithTheDefinition) {
-  for (const tnk_int n : {4, 6, 15, 30, 36, 49, 112, 2018, 5040, 9216, 1 << 9, 1 << 10, 1 << 13, 1 << 16}) {
-    transforms<float>(n);
-    transforms<double>(n);
+  for (const tnk_int n : {4, 6, 15, 30, 36, 49, 2018, 5040, 9216, 1 << 9, 1 << 10, 1 << 13, 1 << 16})
+    transforms<float>(n), transforms<double>(n);
+}
+
+TEST(LongTransforms, EveryAllocationMayFail) {
+  for (const int32_t variant : {0, 1}) {
+    const LongNode<double> node(2018); // of unequal parts, one with a buffer
+    const int before = allocations.live;
+    tnk_int status = DftiMemoryError;
+    for (int n = 1; status; ++n) {
+      EXPECT_TRUE(!node->large_data && !node->large_free && allocations.live == before);
+      allocations.refuse = n;
+      status = node.init(variant);
+      ASSERT_EQ(status == 0, allocations.refuse != 0) << n;
+    }
+    const int made = allocations.live;
+    auto x = numbers<double>(2018);
+    status = DftiMemoryError;
+    for (int n = 1; status; ++n) {
+      allocations.refuse = n;
+      status = kernels<double>.forward(x.data(), x.data(), node, nullptr);
+      EXPECT_EQ(allocations.live, made);
+      ASSERT_EQ(status, allocations.refuse != 0 ? DftiNoError : DftiMemoryError) << n;
+    }
+    allocations.refuse = 0;
   }
 }
 
 // ---- Threads ----------------------------------------------------------------------------------------------------------------
 
-// 195 by 231: slices and bundles that do not come out even.
-constexpr tnk_int odd_length = 45045;
+constexpr tnk_int odd_length = 45045; // 195 by 231: slices and bundles that do not come out even
 
-class Threads {
-public:
+struct Threads {
   explicit Threads(int count) { tnk_set_num_threads(count); }
   Threads(const Threads &) = delete;
   Threads &operator=(const Threads &) = delete;
-  ~Threads() { tnk_set_num_threads(before_); }
-
-private:
-  int before_ = tnk_get_max_threads();
+  ~Threads() { tnk_set_num_threads(before); }
+  int before = tnk_get_max_threads();
 };
 
-// A transform on three threads, with a scale.
-template <class R> struct Threaded : Plan {
-  using C = typename family<R>::C;
-  explicit Threaded(int32_t placement)
-      : Plan(sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiComplex, {odd_length}) {
-    DftiSetValue(handle, DftiParamPlacement, placement);
-    DftiSetValue(handle, DftiParamBackwardScale, 0.7);
+template <class R> void on_threads(int32_t placement) {
+  const Threads three(3);
+  const auto x = numbers<R>(odd_length);
+  const Samples<R> samples(x, true, 12, 8);
+  const Plan plan(precision<R>, DftiComplex, {odd_length});
+  DftiSetValue(plan, DftiParamPlacement, placement);
+  DftiSetValue(plan, DftiParamBackwardScale, 0.7);
+  const auto backward = [&](DftiKernel *kernel = nullptr) {
+    auto source = x, destination = x;
+    EXPECT_EQ(kernel ? kernel(source.data(), destination.data(), plan, plan->workspace)
+                     : DftiComputeBackward(plan, source.data(), destination.data()),
+              DftiNoError);
+    EXPECT_TRUE(placement == DftiInPlace || same_bits(source, x));
+    return placement == DftiInPlace ? source : destination;
+  };
+  ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+  ASSERT_TRUE(plan->threads == 3 && plan->large_data);
+  const auto result = backward();
+  EXPECT_LT(samples.error(result, R(0.7)), bound(odd_length));
+  {
+    const Threads one(1); // a smaller team has all slices to do
+    EXPECT_TRUE(same_bits(backward(), result));
   }
-  std::vector<C> backward(const std::vector<C> &x) const {
-    std::vector<C> source = x, destination(x.size());
-    const bool stays = handle->placement == DftiInPlace;
-    EXPECT_EQ(DftiComputeBackward(handle, source.data(), destination.data()), DftiNoError);
-    EXPECT_TRUE(stays || same_bits(source, x));
-    return stays ? source : destination;
+  for (const int32_t slices : {1, 2, 3}) {
+    plan->threads = slices;
+    EXPECT_TRUE(same_bits(
+        backward((is_single<R> ? plan->kernels.second_single : plan->kernels.second_double).inverse),
+        result));
   }
-};
-
-template <class R> void on_threads() {
-  using C = typename family<R>::C;
-  const std::vector<C> x = random_numbers<C>(odd_length);
-  const Samples samples(x, 1);
-  for (const int32_t placement : {DftiInPlace, DftiNotInPlace}) {
-    SCOPED_TRACE(placement == DftiInPlace ? "in place" : "out of place");
-    const Threads three(3);
-    const Threaded<R> plan(placement);
-    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
-    ASSERT_TRUE(plan->threads == 3 && plan->large_data);
-    const std::vector<C> result = plan.backward(x);
-    EXPECT_LT(samples.error(result, R(0.7)), 3);
-    {
-      const Threads one(1); // a smaller team has all slices to do
-      EXPECT_TRUE(same_bits(plan.backward(x), result));
-    }
-    for (const int32_t slices : {1, 2, 3}) {
-      plan->threads = slices;
-      std::vector<C> source = x, destination(x.size());
-      const DftiKernelPair &pair = sizeof(R) == 4 ? plan->kernels.second_single : plan->kernels.second_double;
-      ASSERT_EQ(pair.inverse(source.data(), destination.data(), plan, plan->workspace), DftiNoError);
-      EXPECT_TRUE(same_bits(placement == DftiInPlace ? source : destination, result)) << slices;
-    }
-    // Neither memory for the slices nor for a matrix: one thread alone does it, in its own way.
-    allocations.refuse = 1;
-    EXPECT_LT(samples.error(plan.backward(x), R(0.7)), 3);
-    EXPECT_EQ(allocations.refuse, 0);
-    for (int n = 1, refused = n; refused; ++n) {
-      plan->uncommit(plan);
-      allocations.refuse = n;
-      const tnk_int status = DftiCommitDescriptor(plan);
-      refused = allocations.refuse == 0;
-      allocations.refuse = 0;
-      ASSERT_TRUE(status == DftiNoError || (refused && status == DftiDeclined)) << n;
-      EXPECT_TRUE(status != DftiNoError || samples.error(plan.backward(x), R(0.7)) < 3) << n;
-    }
+  // A slice without memory, and then a commit: one thread alone does it, in its own way.
+  allocations.refuse = 1;
+  EXPECT_LT(samples.error(backward(), R(0.7)), bound(odd_length));
+  EXPECT_EQ(allocations.refuse, 0);
+  for (int n = 1, refused = n; refused; ++n) {
+    plan->uncommit(plan);
+    allocations.refuse = n;
+    const tnk_int status = DftiCommitDescriptor(plan);
+    refused = allocations.refuse == 0;
+    allocations.refuse = 0;
+    ASSERT_TRUE(status == DftiNoError || (refused && status == DftiDeclined)) << n;
+    EXPECT_TRUE(status != DftiNoError || samples.error(backward(), R(0.7)) < bound(odd_length)) << n;
   }
 }
 
 TEST(LongTransforms, ThreadsShareOne) {
   const int before = allocations.live;
-  on_threads<float>();
-  on_threads<double>();
+  for (const int32_t placement : {DftiInPlace, DftiNotInPlace})
+    on_threads<float>(placement), on_threads<double>(placement);
   EXPECT_EQ(allocations.live, before);
 }
 
@@ -279,94 +276,106 @@ TEST(LongTransforms, ThreadsAreOfferedWhereTheyGain) {
   const Threads two(2);
   const struct {
     tnk_int n;
-    int32_t placement;
-    tnk_int users, batch, stride;
+    DftiParam parameter;
+    tnk_int value;
     bool taken;
   } rows[] = {
-      {1 << 17, DftiInPlace, 1, 1, 1, true},     {1 << 16, DftiInPlace, 1, 1, 1, false},
-      {1 << 17, DftiNotInPlace, 1, 1, 1, false}, {1 << 18, DftiNotInPlace, 1, 1, 1, true},
-      {odd_length, DftiInPlace, 1, 1, 1, true},  {32760, DftiInPlace, 1, 1, 1, false},
-      {odd_length, DftiInPlace, 2, 1, 1, false}, {odd_length, DftiInPlace, 1, 2, 1, false},
-      {odd_length, DftiInPlace, 1, 1, 2, false}, {2 * 32771, DftiInPlace, 1, 1, 1, false}, // two rows only
-      {65537, DftiNotInPlace, 1, 1, 1, false},
+      {1 << 17, DftiParamPlacement, DftiInPlace, true},
+      {1 << 16, DftiParamPlacement, DftiInPlace, false},
+      {1 << 18, DftiParamPlacement, DftiNotInPlace, true},
+      {1 << 17, DftiParamPlacement, DftiNotInPlace, false},
+      {odd_length, DftiParamNumberOfUserThreads, 2, false},
+      {odd_length, DftiParamNumberOfTransforms, 2, false},
+      {odd_length, DftiParamOrdering, DftiBackwardScrambled, false},
+      {2 * 32771, DftiParamPlacement, DftiInPlace, false}, // two rows only
   };
   for (const auto &row : rows) {
-    SCOPED_TRACE("row " + std::to_string(&row - rows));
     const Plan plan(DftiDouble, DftiComplex, {row.n});
-    DftiSetValue(plan, DftiParamPlacement, row.placement);
-    DftiSetValue(plan, DftiParamNumberOfUserThreads, row.users);
-    DftiSetValue(plan, DftiParamNumberOfTransforms, row.batch);
-    DftiSetValue(plan, DftiParamInputDistance, row.n);
-    const tnk_int strides[] = {0, row.stride};
-    DftiSetValue(plan, DftiParamInputStrides, strides);
-    for (const int32_t requested : {0, 1}) {
-      plan->requested_threads = requested;
-      ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
-      EXPECT_EQ(plan->large_data != nullptr, row.taken && requested == 0);
-      EXPECT_EQ(plan->kernels.second_double.forward != nullptr, row.taken && requested == 0);
-    }
-  }
-}
-
-// ---- Little memory ------------------------------------------------------------------------------------------------------------
-
-TEST(LongTransforms, EveryAllocationMayFail) {
-  for (const int32_t variant : {0, 1}) {
-    LongNode<double> node(2018); // of unequal parts, one with a buffer
-    const int before = allocations.live;
-    tnk_int status = DftiMemoryError;
-    for (int n = 1; status; ++n) {
-      EXPECT_TRUE(!node->large_data && !node->large_free && allocations.live == before);
-      allocations.refuse = n;
-      status = node.init(variant);
-      ASSERT_TRUE(allocations.refuse != 0 ? status == 0 : status != 0) << n;
-    }
-    allocations.refuse = 0;
-    const int made = allocations.live;
-    std::vector<tnk_complex16> x = random_numbers<tnk_complex16>(2018);
-    for (int n = 1;; ++n) {
-      allocations.refuse = n;
-      status = tnk_dft_xz_1d_via_2d_f(x.data(), x.data(), node, nullptr);
-      EXPECT_EQ(allocations.live, made);
-      if (allocations.refuse != 0) break;
-      EXPECT_EQ(status, DftiMemoryError) << n;
-    }
-    EXPECT_EQ(status, 0);
-    allocations.refuse = 0;
+    DftiSetValue(plan, row.parameter, row.value);
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+    EXPECT_EQ(plan->large_data != nullptr, row.taken) << &row - rows;
+    EXPECT_EQ(plan->kernels.second_double.forward != nullptr, row.taken) << &row - rows;
   }
 }
 
 // ---- Commits ------------------------------------------------------------------------------------------------------------------
 
-TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
+template <class R> void commits(tnk_int n) {
   const Threads one(1);
-  for (const bool single : {false, true}) {
-    const tnk_int n = single ? tnk_int{1} << 28 : tnk_int{33554433};
-    const Plan plan(single ? DftiSingle : DftiDouble, DftiComplex, {n});
-    const DftiKernelPair &pair = single ? plan->kernels.single_pair : plan->kernels.double_pair;
-    int live = 0;
-    for (const tnk_int users : {1, 2, 1}) {
-      for (const tnk_int batch : {1, 3}) {
-        DftiSetValue(plan, DftiParamNumberOfUserThreads, users);
-        DftiSetValue(plan, DftiParamNumberOfTransforms, batch);
-        ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
-        EXPECT_EQ(pair.forward, (single ? family<float>::kernels : family<double>::kernels)[0]);
-        EXPECT_EQ(pair.inverse, (single ? family<float>::kernels : family<double>::kernels)[1]);
-        EXPECT_EQ((plan->flags & TNK_DFT_ONE_SHOT) != 0, batch == 1);
-        EXPECT_EQ(static_cast<DftiLongData *>(plan->large_data)->variant, 1);
-        EXPECT_FALSE(plan->workspace);
-      }
-      EXPECT_TRUE(users != 1 || live == 0 || allocations.live == live);
-      if (users == 1) live = allocations.live;
+  const Plan plan(precision<R>, DftiComplex, {n});
+  const DftiKernelPair &pair = is_single<R> ? plan->kernels.single_pair : plan->kernels.double_pair;
+  int live[3];
+  for (const tnk_int users : {1, 2, 1})
+    for (const tnk_int batch : {3, 1}) {
+      DftiSetValue(plan, DftiParamNumberOfUserThreads, users);
+      DftiSetValue(plan, DftiParamNumberOfTransforms, batch);
+      ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+      EXPECT_TRUE(pair.forward == kernels<R>.forward && pair.inverse == kernels<R>.inverse);
+      EXPECT_EQ((plan->flags & TNK_DFT_ONE_SHOT) != 0, batch == 1);
+      EXPECT_TRUE(data_of(plan).variant == 1 && !plan->workspace);
+      live[users] = allocations.live;
     }
-    DftiHandle copy = nullptr;
-    ASSERT_EQ(DftiCopyDescriptor(plan, &copy), DftiNoError);
-    EXPECT_TRUE(copy->large_data && copy->large_data != plan->large_data);
-    EXPECT_EQ(DftiFreeDescriptor(&copy), DftiNoError);
-    EXPECT_EQ(allocations.live, live);
-    DftiSetValue(plan, DftiParamOrdering, DftiBackwardScrambled);
-    EXPECT_EQ(DftiCommitDescriptor(plan), DftiDeclined);
-    EXPECT_FALSE(plan->large_data);
+  EXPECT_EQ(live[2], live[1] + 1); // the slots
+  DftiHandle copy = nullptr;
+  ASSERT_EQ(DftiCopyDescriptor(plan, &copy), DftiNoError);
+  EXPECT_TRUE(copy->large_data && copy->large_data != plan->large_data);
+  EXPECT_EQ(DftiFreeDescriptor(&copy), DftiNoError);
+  // Over a block of the threading layer's.
+  void *const block = plan->large_data;
+  data_of(plan).variant = 0;
+  ASSERT_EQ((is_single<R> ? tnk_dft_commit_descriptor_core_s_c2c_1d
+                          : tnk_dft_commit_descriptor_core_d_c2c_1d)(plan),
+            0);
+  EXPECT_TRUE(plan->large_data == block && data_of(plan).variant == 1 && allocations.live == live[1]);
+  DftiSetValue(plan, DftiParamOrdering, DftiBackwardScrambled);
+  EXPECT_EQ(DftiCommitDescriptor(plan), DftiDeclined);
+  EXPECT_FALSE(plan->large_data);
+}
+
+TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
+  commits<double>(33554433);
+  commits<float>(tnk_int{1} << 28);
+}
+
+// ---- True lengths ---------------------------------------------------------------------------------------------------------------
+
+template <class R> void true_length(tnk_int n, int32_t placement) {
+  SCOPED_TRACE(n);
+  const Plan plan(precision<R>, DftiComplex, {n});
+  DftiSetValue(plan, DftiParamPlacement, placement);
+  DftiSetValue(plan, DftiParamBackwardScale, 1.0 / static_cast<double>(n));
+  ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+  auto x = numbers<R>(n), other = placement == DftiInPlace ? std::vector<Complex<R>>() : x;
+  auto &y = placement == DftiInPlace ? x : other;
+  const Samples<R> samples(x, false, 1, 2);
+  ASSERT_EQ(DftiComputeForward(plan, x.data(), y.data()), DftiNoError);
+  EXPECT_LT(samples.error(y, R(1)), bound(n));
+  long double spectral = 0, error = 0;
+  for (const auto &z : y) spectral += std::norm(wide(z));
+  const long double most = bound(n) * static_cast<double>(std::numeric_limits<R>::epsilon());
+  EXPECT_LT(std::abs(std::sqrt(spectral / static_cast<long double>(n)) / samples.norm - 1), most);
+  ASSERT_EQ(DftiComputeBackward(plan, y.data(), x.data()), DftiNoError);
+  for (std::size_t i = 0; i < x.size(); ++i) error += std::norm(wide(x[i]) - wide(number<R>(i)));
+  EXPECT_LT(std::sqrt(error) / samples.norm, 2 * most);
+}
+
+TEST(LongTransforms, TrueLengths) {
+  const double room =
+      static_cast<double>(sysconf(_SC_AVPHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+  if (!getenv("TNK_TEST_HUGE") || room < 16. * (1 << 30))
+    GTEST_SKIP() << "takes many minutes and 16 GiB of " << room / (1 << 30) << ": set TNK_TEST_HUGE";
+  for (const int count : {1, 2}) {
+    const Threads threads(count);
+    for (const int32_t placement : {DftiInPlace, DftiNotInPlace}) true_length<double>(33554433, placement);
+    true_length<double>(tnk_int{1} << 27, DftiNotInPlace);
+    true_length<float>(tnk_int{1} << 28, DftiNotInPlace);
+    true_length<float>((tnk_int{1} << 26) + 1, DftiInPlace);
+  }
+  for (const tnk_int last : {(1 << 25) - 1, 1 << 26}) {
+    const Threads one(1);
+    const Plan plan(DftiDouble, DftiComplex, {last});
+    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
+    EXPECT_TRUE(plan->records.complex_double && !plan->large_data);
   }
 }
 
