@@ -3,6 +3,11 @@
 
 namespace tnk::host::xblas {
 
+bool Arguments::outside(const char *routine, int position, const char *name, tnk_int value, tnk_int first,
+                        tnk_int last) {
+  return Check(routine).range(position, name, value, first, last);
+}
+
 bool Arguments::long_increment(const char *routine, int position, const char *name, tnk_int value,
                                tnk_int most, tnk_int n) {
   const Check check(routine);
