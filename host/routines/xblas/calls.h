@@ -17,8 +17,9 @@ template <class T, class A, class X, class... Prec> double operations(Prec... pr
 // Calls run(first, count) for parts of n results that are worth so many operations together. Results know nothing of each
 // other, so that a cut moves no bit; whole blocks of `tile` go side by side in a kernel.
 template <class Run> void in_parts(tnk_int n, tnk_int tile, double work, const Run &run) {
-  const double worth_while = work / least_operations;
-  const int threads = worth_while < 2 ? 1 : usable_threads();
+  const double worth_while = work * (1 / least_operations);
+  if (__builtin_expect(worth_while < 2, 1)) return run(0, n);
+  const int threads = usable_threads();
   const Cut cut = cut_tiles(false, n, tile, worth_while, threads > 1 ? slices_a_thread * threads : 1);
   if (cut.slices <= 1) return run(0, n);
   spread(cut.slices, threads, [&](int i) { run(cut.begin(i), cut.begin(i + 1) - cut.begin(i)); });

@@ -17,40 +17,38 @@ struct Array {
 
 class Arguments {
 public:
-  explicit Arguments(const char *routine) : check_(routine) {}
+  explicit Arguments(const char *routine) : routine_(routine) {}
 
-  bool order(int32_t value) { return enumeration("order", value, 101, 102); }
-  bool trans(int32_t value, const char *name = "trans") { return enumeration(name, value, 111, 113); }
-  bool uplo(int32_t value) { return enumeration("uplo", value, 121, 122); }
-  bool diag(int32_t value) { return enumeration("diag", value, 131, 132); }
-  bool side(int32_t value) { return enumeration("side", value, 141, 142); }
+  bool order(int32_t value) { return between("order", value, 101, 102); }
+  bool trans(int32_t value, const char *name = "trans") { return between(name, value, 111, 113); }
+  bool uplo(int32_t value) { return between("uplo", value, 121, 122); }
+  bool diag(int32_t value) { return between("diag", value, 131, 132); }
+  bool side(int32_t value) { return between("side", value, 141, 142); }
   bool conj() { return ++position_, true; }
-  bool prec(int32_t value) { return enumeration("prec", value, 211, 214); }
+  bool prec(int32_t value) { return between("prec", value, 211, 214); }
   bool prec() { return true; }
 
-  bool size(const char *name, tnk_int value) { return check_.dimension(++position_, name, &value); }
+  bool size(const char *name, tnk_int value) { return check().dimension(++position_, name, &value); }
   // Diagonals beside the main one. What is added to it stays far from the largest integer.
-  bool bandwidth(const char *name, tnk_int value) {
-    return check_.range(++position_, name, value, 0, memory_bytes);
-  }
+  bool bandwidth(const char *name, tnk_int value) { return between(name, value, 0, memory_bytes); }
   template <class F> bool factor(const char *name, F value) {
     ++position_;
     if constexpr (std::is_pointer_v<F>)
-      return check_.address(position_, name, value);
+      return check().address(position_, name, value);
     else
       return true;
   }
   // One element, or a part of a vector whose increment comes later.
   bool array(const char *name, const Array &a, bool touched) {
     ++position_;
-    return !touched || check_.address(position_, name, a.address);
+    return !touched || check().address(position_, name, a.address);
   }
   // An increment, with which n elements have to fit into memory. Sizes, increments and leading dimensions that are usual
   // need no closer look.
   bool increment(const char *name, tnk_int value, const Array &a, tnk_int n) {
     ++position_;
     if (value != 0 && value >= -usual && value <= usual && n <= usual) return true;
-    return long_increment(name, value, a, n);
+    return long_increment(routine_, position_, name, value, a.most, n);
   }
   bool vector(const char *name, const Array &a, bool touched, const char *increment_name, tnk_int inc,
               tnk_int n) {
@@ -62,20 +60,32 @@ public:
     if (!array(name, a, touched)) return false;
     ++position_;
     if (is_usual(ld) && ld >= least && lines <= usual) return true;
-    return large_matrix(ld_name, a, touched, ld, least, lines);
+    return large_matrix(routine_, position_, ld_name, a.most, touched, ld, least, lines);
   }
   // One triangle of n by n without gaps.
-  bool packed(const char *name, const Array &a, bool touched, tnk_int n);
+  bool packed(const char *name, const Array &a, bool touched, tnk_int n) {
+    if (!array(name, a, touched)) return false;
+    return !touched || n <= usual ||
+           check().place(position_, name, n < 1 << 24 && n * (n + 1) / 2 <= a.most, "larger than memory",
+                         "a triangle that fits into memory");
+  }
 
 private:
   static constexpr tnk_int usual = 1 << 20; // its square elements fit into memory
-  [[gnu::cold]] bool long_increment(const char *name, tnk_int value, const Array &a, tnk_int n);
-  [[gnu::cold]] bool large_matrix(const char *ld_name, const Array &a, bool touched, tnk_int ld,
-                                  tnk_int least, tnk_int lines);
-  bool enumeration(const char *name, int32_t value, int32_t first, int32_t last) {
-    return check_.range(++position_, name, value, first, last);
+  // What is not, by value: so nothing of a good call stands in memory. Out of line: what a cold function is drawn into
+  // counts as cold as well, to GCC 12.
+  [[gnu::cold]] static bool outside(const char *routine, int position, const char *name, tnk_int value,
+                                    tnk_int first, tnk_int last);
+  [[gnu::cold]] static bool long_increment(const char *routine, int position, const char *name, tnk_int value,
+                                           tnk_int most, tnk_int n);
+  [[gnu::cold]] static bool large_matrix(const char *routine, int position, const char *name, tnk_int most,
+                                         bool touched, tnk_int ld, tnk_int least, tnk_int lines);
+  Check check() const { return Check(routine_); }
+  bool between(const char *name, tnk_int value, tnk_int first, tnk_int last) {
+    ++position_;
+    return (value >= first && value <= last) || outside(routine_, position_, name, value, first, last);
   }
-  Check check_;
+  const char *routine_;
   int position_ = 0;
 };
 
