@@ -36,10 +36,13 @@ constexpr struct {
     {"e9_vpksMalloc_", 0}, // addresses
     {"e9_vpks_initTab", 0},
     {"e9_vpks_createTab", 0},
-    {"e9_vpks", -9},      // no memory
-    {"tnk_conv_", -2000}, // no such kernel
-    {"vpkGetMax", 36},    // no processor that is known
-    {"DftiError", 0},     // texts, and not of that class
+    {"e9_vpks", -9},                // no memory
+    {"tnk_conv_", -2000},           // no such kernel
+    {"tnk_gmp___gmpz_set_str", -1}, // no number
+    {"tnk_gmp___gmpz_init_set_str", -1},
+    {"tnk_gmp__impGetDigitValue", -1},
+    {"vpkGetMax", 36}, // no processor that is known
+    {"DftiError", 0},  // texts, and not of that class
     {"tnk_dft_dftierror", 0},
     {"tnk_dft_dfti_error", 0},
     {"tnk_dft_Iotensor_is", 0}, // no

@@ -9,6 +9,7 @@
 #include <tnk/blas_level1.h>
 #include <tnk/blas_level3.h>
 #include <tnk/dfti.h>
+#include <tnk/gmp.h>
 #include <tnk/host.h>
 #include <tnk/kernel.h>
 #include <vector>
@@ -45,6 +46,8 @@ void expect_refusals(tnk_status status) {
     EXPECT_TRUE(tnk_dft_dfti_commit_descriptor_external(&handle) == DftiInternalError &&
                 reported("tnk_dft_dfti_commit_descriptor_external"));
     EXPECT_TRUE(!DftiErrorMessage(DftiInternalError) && reported("DftiErrorMessage"));
+    tnk_gmp_integer number = {0, 0, nullptr};
+    EXPECT_TRUE(tnk_gmp___gmpz_set_str(&number, "1", 10) == -1 && reported("tnk_gmp___gmpz_set_str"));
     tnk_blas_dscal(&n, &x, &x, &n);
     EXPECT_TRUE(x == 3 && reported("tnk_blas_dscal"));
   }

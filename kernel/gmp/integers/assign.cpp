@@ -93,7 +93,7 @@ void tnk_gmp___gmpz_swap(Integer *a, Integer *b) {
 void tnk_gmp___gmpz_set(Integer *r, const Integer *a) {
   if (r == a) return;
   const int32_t n = limbs_of(a);
-  std::memcpy(room(r, n), a->d, bytes(n));
+  if (n != 0) std::memcpy(room(r, n), a->d, bytes(n)); // of a zero there may be no limbs
   r->size = a->size;
 }
 void tnk_gmp___gmpz_set_ui(Integer *r, uint64_t value) {
