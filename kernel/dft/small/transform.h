@@ -80,9 +80,6 @@ TNK_INLINE void two_rounds(const R *from, R *to, const Finish &finish) {
   }
 }
 
-// How many numbers a vector of a transform holds.
-template <class R> constexpr int full_width = per_vector<R> / 2;
-
 template <int N, bool I, class Finish>
 TNK_INLINE void transform(const double *from, double *to, const Finish &finish) {
   if constexpr (N == 2 || smallest_divisor(N) == N) {
