@@ -16,8 +16,7 @@ using signal::packed_order;
 template <bool Inverse> using Source = signal::pairs<const double *, Inverse>;
 template <bool Inverse> using Target = signal::pairs<double *, Inverse>;
 
-// Columns c to c + 3. Row a of the source is row (a + Shift) of the transform; twiddle(k, z): frequency k, above 0, with
-// its twiddles, in the lanes of packed order.
+// Columns c to c + 3. twiddle(k, z): frequency k, above 0, with its twiddles, in the lanes of packed order.
 template <int F, int C, bool Inverse, class Twiddle>
 inline TNK_INLINED void transform_columns(Source<Inverse> source, double *between, tnk_int c,
                                           const Twiddle &twiddle) {

@@ -1,6 +1,5 @@
 // Kernels of a fixed length, a power of two, each straight-line code: what they have in common.
 //
-//   pairs.h    complex numbers of 128 bits, for 16 of them and under real kernels
 //   columns.h  two rounds of short transforms, four at a time, for complex lengths from 64 on
 //   tables.h   twiddles of lengths 256, 512 and 1024
 //

@@ -31,12 +31,28 @@ template <class R, class Array> struct is_left_in_pairs {
   static constexpr bool at(int) { return false; }
 };
 template <class R, bool Inverse> struct is_left_in_pairs<R, pairs<const R *, Inverse>> {
-  static constexpr bool at(int n) { return n == 16 || n == 32 || (n == 8 && sizeof(R) == 8); }
+  static constexpr bool at(int n) { return n == 8 || n == 16 || n == 32; }
 };
 template <int N, class R, bool Scaled, bool Inverse>
 inline void transform_pairs(pairs<const R *, Inverse> source, pairs<R *, Inverse> target, R scale) {
-  transform_neighbours<N, lanes_for<R, N>, vec<R>, Inverse>(
-      source.p, target.p, [&](vec<R> v) TNK_INLINED { return Scaled ? scale * v : v; });
+  const auto finished = [&](auto v) TNK_INLINED { return Scaled ? scale * v : v; };
+  if constexpr (N == 8 && sizeof(R) == 4) { // by part these are scalars: four rows of two columns
+    numbers<f32x4, Inverse> y[4];
+    unrolled<4>([&](auto r) TNK_INLINED { y[r] = take<f32x4, Inverse>(source.p, 2 * r); });
+    transform_in_place(y);
+    unrolled<3>([&](auto r) TNK_INLINED { // of the second column alone
+      f32x4 &v = y[r + 1].v;
+      v = _mm_shuffle_ps(v, turned<r + 1, N>(y[r + 1]).v, _MM_SHUFFLE(3, 2, 1, 0));
+    });
+    unrolled<2>([&](auto g) TNK_INLINED {
+      f32x4 columns[2] = {y[2 * g].v, y[2 * g + 1].v};
+      turn(columns);
+      storeu(target.p + 4 * g, finished(columns[0] + columns[1]));
+      storeu(target.p + 8 + 4 * g, finished(columns[0] - columns[1]));
+    });
+  } else {
+    transform_neighbours<N, lanes_for<R, N>, vec<R>, Inverse>(source.p, target.p, finished);
+  }
 }
 
 // N numbers as a matrix with a register a row: transforms of the columns, twiddles, a transpose, transforms of what have
