@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/guarded.h"
+#include <algorithm>
 #include <complex>
 #include <dlfcn.h>
 #include <fstream>
@@ -99,7 +100,7 @@ public:
   void *data() { return bytes_.data(); }
   std::vector<unsigned char> bytes() const { return {bytes_.data(), bytes_.data() + bytes_.size()}; }
   void restore(const std::vector<unsigned char> &bytes) {
-    std::memcpy(bytes_.data(), bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), bytes_.data());
   }
 
   void set(tnk_int i, Number x) {

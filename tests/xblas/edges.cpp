@@ -41,6 +41,7 @@ TEST(XblasReports, NameEachBadArgumentByItsPosition) {
         else if (std::string("LMCije").find(letter) == std::string::npos)
           continue;
         p.arguments[letter] = bad;
+        p.arguments.alpha = 0; // reports go on to the work, which then leaves matrices alone
         if (letter == 'l' || letter == 'v') p.arguments['m'] = p.arguments['n'] = 0; // nothing to walk over
         call_value(r, p.arguments, 212, value_prefix);
         const std::vector<Reported> expected = {{published(r), -r.position(letter), bad, ""}};
