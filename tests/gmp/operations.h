@@ -58,25 +58,22 @@ public:
     static const std::vector<Integer> edges = [] {
       const Integer w = Integer::power_of_two(64);
       const Integer odd = (w * w - w) * w + Integer(int64_t{0x123456789ABCDEF});
-      std::vector<Integer> list = {0,
-                                   1,
-                                   -1,
-                                   3,
-                                   -(w - 1),
-                                   w,
-                                   -(w * w),
-                                   odd,
-                                   2,
-                                   -6,
-                                   w - 1,
-                                   -w,
-                                   w * w - 1,
-                                   w + 1,
-                                   64,
-                                   Integer(INT64_MIN),
-                                   Integer(INT64_MAX),
-                                   w * w * w - w,
-                                   -odd};
+      const std::vector<Integer> list = {0,
+                                         1,
+                                         -1,
+                                         3,
+                                         -(w - 1),
+                                         w,
+                                         -(w * w),
+                                         odd,
+                                         -6,
+                                         -w,
+                                         w - 1,
+                                         w + 1,
+                                         Integer(INT64_MIN),
+                                         Integer(INT64_MAX),
+                                         w * w * w - w,
+                                         -odd};
       return list;
     }();
     if (!random_ || pick(3) == 0)

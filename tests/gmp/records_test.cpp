@@ -384,17 +384,5 @@ TEST(LongIntegers, RootsAndPowers) {
     }
 }
 
-TEST(LongIntegers, CountingNumbers) {
-  const Z f = MADE(fac_ui, 3000), g = MADE(fac_ui, 2999);
-  EXPECT_TRUE(MADE(mul_ui, g, 3000) == f);
-  EXPECT_TRUE(MADE(mul, MADE(mul, MADE(bin_uiui, 3000, 1100), MADE(fac_ui, 1100)), MADE(fac_ui, 1900)) == f);
-  Z rest;
-  EXPECT_EQ(tnk_gmp___gmpz_remove(rest, f, Z(5)), 600u + 120 + 24 + 4);
-  EXPECT_EQ(tnk_gmp___gmpz_remove(rest, MADE(neg, f), Z(-2)),
-            3000u - static_cast<unsigned>(__builtin_popcount(3000)));
-  // F(2n) = F(n) L(n).
-  EXPECT_TRUE(MADE(fib_ui, 20000) == MADE(mul, MADE(fib_ui, 10000), MADE(lucnum_ui, 10000)));
-}
-
 } // namespace
 } // namespace tnk::test
