@@ -58,12 +58,43 @@ struct Problem {
   char op = 'N';
   tnk_int sides = 1;
   int base = 1; // 0: right-hand sides by rows
+  tnk_sparse_storage storage = TNK_SPARSE_CSR;
 };
+
+// A lower triangle whose `entries` diagonals stand side by side, as it is stored and in rows, from 1.
+struct Band {
+  tnk_sparse_matrix diagonals{};
+  std::vector<double> values;
+  std::vector<tnk_int> columns, starts; // from 0
+};
+const Band &band_matrix(tnk_int entries, tnk_int n) {
+  static Band b;
+  static tnk_int kept = 0;
+  if (kept == entries && b.diagonals.m == n) return b;
+  tnk_sparse_free(&b.diagonals);
+  b.values.clear(), b.columns.clear(), b.starts.assign(1, 0);
+  kept = entries;
+  for (tnk_int i = 0; i < n; ++i) {
+    for (tnk_int j = std::max<tnk_int>(i - entries + 1, 0); j <= i; ++j) {
+      b.columns.push_back(j);
+      b.values.push_back(j == i ? pivot : static_cast<double>((i + j) % 15 - 7) / 8);
+    }
+    b.starts.push_back(static_cast<tnk_int>(b.columns.size()));
+  }
+  tnk_sparse_matrix rows{};
+  rows.m = rows.n = n, rows.nnz = b.starts.back();
+  rows.values = b.values.data(), rows.col_index = b.columns.data();
+  rows.row_start = b.starts.data(), rows.row_end = rows.row_start + 1;
+  const tnk_sparse_descriptor d{};
+  tnk_sparse_dconvert(&rows, &d, TNK_SPARSE_DIA, 0, &b.diagonals);
+  return b;
+}
 
 Call public_solve(const Problem &p) {
   return [p](Operands &o, long count) {
     const Solvable &s = solvable(p.triangle, o.n);
-    const tnk_sparse_matrix a = view(s.rows, s.values.data(), o.n, p.base);
+    tnk_sparse_matrix a = view(s.rows, s.values.data(), o.n, p.base);
+    a.storage = p.storage;
     tnk_sparse_descriptor d{};
     d.kind = TNK_SPARSE_TRIANGULAR, d.base = p.base;
     d.triangle = p.triangle.upper ? TNK_SPARSE_UPPER : TNK_SPARSE_LOWER;
@@ -148,6 +179,27 @@ void add_solves(std::vector<Row> &rows) {
       rows.push_back(row("sv", std::string(form.name) + "_" + std::to_string(entries), "Eigen", entries, 1,
                          public_solve(p), eigen_solve(p)));
     }
+  // Without a form of their own in Eigen: beside its rows.
+  for (const tnk_int entries : lengths) {
+    const std::string length = std::to_string(entries);
+    const Problem p = {{entries, false}, 'N', 1, 1, TNK_SPARSE_COO};
+    rows.push_back(
+        row("sv", "dsv_triples_" + length, "Eigen, rows", entries, 1, public_solve(p), eigen_solve(p)));
+    const Call diagonals = [entries](Operands &o, long count) {
+      tnk_sparse_descriptor d{};
+      d.kind = TNK_SPARSE_TRIANGULAR;
+      const tnk_sparse_matrix &a = band_matrix(entries, o.n).diagonals;
+      for (; count > 0; --count) tnk_sparse_dsv('N', &factor, &a, &d, o.x<double>(), o.y<double>());
+    };
+    const EigenSparse *const eigen = eigen_sparse();
+    const Call its_rows = [entries, eigen](Operands &o, long count) {
+      const Band &b = band_matrix(entries, o.n);
+      const EigenRows t{o.n, b.values.data(), b.columns.data(), b.starts.data()};
+      for (; count > 0; --count) eigen->solve(t, true, false, 1, factor, o.x<double>(), o.y<double>());
+    };
+    rows.push_back(row("sv", "dsv_diagonals_" + length, "Eigen, rows", entries, 1, diagonals,
+                       eigen ? its_rows : Call()));
+  }
   for (const int base : {1, 0})
     for (const tnk_int entries : lengths) {
       const Problem p = {{entries, false}, 'N', right_sides, base},

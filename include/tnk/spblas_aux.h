@@ -42,6 +42,8 @@
                   lu  1                        p-1 if v is 0, else p   1           p           0
                   un  min(p+1, diag_count)     diag_count              p           diag_count  0 if v is 0, else -1
                   uu  p+1                      diag_count              p           diag_count  0
+                Without a main diagonal (v above 0) lu has the diagonal at p in its band, which is none of the triangle,
+                and un and uu have not, although it is one.
 
    Block rows
      A matrix of m block rows: compressed rows of square blocks of block_size, all of a block's elements one after

@@ -17,8 +17,8 @@
        job[4]   room for entries: csrcoo to triples, csrsky both ways
        job[5]   what to do, below
 
-     Nothing is allocated but as said. *info is 0 on success. A matrix of fewer than 0 rows is left as it is; one of 0 rows
-     has a pointer of one element.
+     Nothing is allocated but as said. *info is 0 on success. Fewer than 0 rows have no entries, and of their pointer at most
+     the first element is written; 0 rows have a pointer of one element.
 
      csrcoo (job, n, csr_values, col_index, row_pointer, nnz, coo_values, row_index, coo_col_index, info)
             To triples: in the order of rows; *nnz is set. With more than job[4] entries *info is 1, the first job[4]

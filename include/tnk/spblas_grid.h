@@ -103,7 +103,8 @@
    arguments as in the products; n, alpha and x are not read.
 
    dia: band_first, band_last are what find_diag_par_ln, _lu, _un, _uu (tnk/spblas_aux.h) found, `diag` span_last of a lower
-   triangle and span_first of an upper one: the main diagonal, which is not read beside ones. Elements of the band that are
+   triangle and span_first of an upper one: the main diagonal, which is not read beside ones. _uu takes it to be stored:
+   where it is not, band_first has to be one less, lest the first diagonal above be left out. Elements of the band that are
    not strictly in the triangle or not in the matrix are passed over; of kind d only `diag` is read.
 
    Method: the compressed and coordinate forms as in Y. Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed.

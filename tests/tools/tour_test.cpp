@@ -35,7 +35,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
       {"vectors", {"253.8, October 1957", "125 months, 10.4 years"}},
       {"product", {"87.91 %", "after 120 steps"}},
       {"sparse", {"3.114811969e+12", "83883 entries"}},
-      {"solves", {"12349 entries", "8 diagonals", "Gauss-Seidel"}},
+      {"solves", {"12349 entries", "8 diagonals", "1841 diagonals", "Gauss-Seidel"}},
       {"smoothing", {"33.1 ... 74.2"}},
       {"cholesky", {"single, 6 steps"}},
       {"precision", {"floats in pairs", "two digits up to 10^29", "in doubles"}},

@@ -1,6 +1,6 @@
 // Scene "solves": conjugate gradients on a stiffness matrix, without help, with its diagonal, and with a step of symmetric
 // Gauss-Seidel, which is two sparse solves (Saad, "Iterative Methods for Sparse Linear Systems", 2nd ed., 2003, chapters 9
-// and 10); and another matrix through every storage and back.
+// and 10); and that matrix and another one through every storage and back.
 #include "tools/tnk/data/matrix_market.h"
 #include "tools/tnk/plot/svg.h"
 #include "tools/tnk/support/failure.h"
@@ -155,6 +155,14 @@ void load_model(const MatrixMarket &file, Model &model) {
   model.longest = *std::max_element(lengths.begin(), lengths.end());
 }
 
+// Both triangles of a symmetric matrix, of which the file holds one.
+MatrixMarket mirrored(MatrixMarket file) {
+  const auto stored = file.entries;
+  for (const auto &entry : stored)
+    if (entry.row != entry.column) file.entries.push_back({entry.column, entry.row, entry.value});
+  return file;
+}
+
 // ---- Storages -----------------------------------------------------------------------------------------------------
 
 std::size_t differences(const tnk_sparse_matrix &a, const tnk_sparse_matrix &b) {
@@ -168,21 +176,22 @@ std::size_t differences(const tnk_sparse_matrix &a, const tnk_sparse_matrix &b) 
   return different;
 }
 
-void show_storages(Stage &stage, const Made &rows) {
+// Every storage; rows of the report are about `matrix`.
+void show_storages(Stage &stage, const std::string &matrix, const Made &rows) {
   const tnk_sparse_matrix &a = rows.matrix;
   const tnk_sparse_descriptor d = described(TNK_SPARSE_GENERAL);
   const auto show = [&](const char *what, const char *routines, const std::string &value, const Made &back,
                         const tnk_sparse_matrix &meant) {
     stage.stop_on_error();
-    stage.show({what, routines, value, static_cast<double>(differences(meant, back.matrix)), 0, ""});
+    stage.show({matrix + what, routines, value, static_cast<double>(differences(meant, back.matrix)), 0, ""});
   };
   const struct {
     tnk_sparse_storage storage;
     const char *name;
-  } storages[] = {{TNK_SPARSE_COO, "as triples"},
-                  {TNK_SPARSE_CSC, "as columns"},
-                  {TNK_SPARSE_DIA, "as diagonals"},
-                  {TNK_SPARSE_BSR, "as blocks of 5"}};
+  } storages[] = {{TNK_SPARSE_COO, ", triples"},
+                  {TNK_SPARSE_CSC, ", columns"},
+                  {TNK_SPARSE_DIA, ", diagonals"},
+                  {TNK_SPARSE_BSR, ", blocks of 5"}};
   for (const auto &s : storages) {
     Made other, back;
     tnk_sparse_dconvert(&a, &d, s.storage, 5, &other.matrix);
@@ -219,14 +228,14 @@ void show_storages(Stage &stage, const Made &rows) {
   constexpr double plus = 1, minus = -1;
   tnk_sparse_dadd('N', &triangles[0].matrix, &minus, &main.matrix, &d, &sum.matrix); // zeros where it was
   tnk_sparse_dadd('N', &sum.matrix, &plus, &triangles[1].matrix, &d, &both.matrix);
-  show("as two skylines", "dadd", format("%d elements", static_cast<int>(elements)), both, a);
+  show(", two skylines", "dadd", format("%d elements", static_cast<int>(elements)), both, a);
 
   const auto m = static_cast<std::size_t>(a.m), n = static_cast<std::size_t>(a.n);
   Vector dense(m * n);
   tnk_sparse_dto_dense(&a, &d, dense.data(), a.m);
   Made back;
   tnk_sparse_dfrom_dense(a.m, a.n, dense.data(), a.m, &d, &back.matrix);
-  show("dense", "dto_dense", format("%zu elements", m * n), back, a);
+  show(", dense", "dto_dense", format("%zu elements", m * n), back, a);
 }
 
 std::string draw(const std::vector<Run> &runs, const MatrixMarket &crystal) {
@@ -319,7 +328,10 @@ void solves_scene(Stage &stage) {
                 2 * static_cast<double>(model.longest + 4) * roundoff,
                 gigaflops_per_second(operations, seconds)});
   }
-  show_storages(stage, rows);
+  show_storages(stage, "CRYG2500", rows);
+  Made both;
+  load_rows(mirrored(file), both);
+  show_storages(stage, "BCSSTK13", both);
   stage.picture("solves.svg", draw(runs, crystal));
 }
 
