@@ -2,7 +2,7 @@
 
        tnk_integer a = TNK_INTEGER_ZERO, b = TNK_INTEGER_ZERO;
        tnk_integer_set_text(&a, "123456789012345678901234567890", 10);
-       tnk_integer_pow(&b, &a, 20);
+       tnk_integer_power(&b, &a, 20);
        ...
        tnk_integer_clear(&a), tnk_integer_clear(&b);
 

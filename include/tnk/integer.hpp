@@ -1,7 +1,7 @@
 // Integers of any size as values of C++17: tnk/integer.h behind operators. Link with -ltnk.
 //
 //     const tnk::Integer a("123456789012345678901234567890"), b = pow(a, 20) + 1;
-//     std::cout << gcd(b, factorial(50)) << '\n';
+//     std::cout << gcd(b, tnk::factorial(50)) << '\n';
 //
 // / and % cut toward zero as those of built-in numbers do; <<, >> and the bitwise operators see two's complement without
 // end, so that >> rounds down. What is refused (a zero divisor, a bad text, too large a result) is reported as tnk/integer.h
@@ -40,6 +40,7 @@ class Integer {
 public:
   Integer() = default;
   template <class T, if_whole<T> = 0> Integer(T value) {
+    static_assert(sizeof value <= sizeof(std::int64_t), "wider numbers are put together by << and +");
     if constexpr (std::is_signed_v<T>)
       expect(tnk_integer_set_int(&record_, value));
     else

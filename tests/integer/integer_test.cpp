@@ -178,7 +178,7 @@ TEST(Integers, AskForMemoryFirst) {
   Random random(5);
   const auto number = [&](int limbs) { return random_integer(random, limbs); };
   const Integer two = 2, minus = -9, a1 = number(30), b1 = number(12), a2 = number(700), b2 = number(300),
-                odd = number(40) * 2 + 1;
+                short_one = number(2), odd = number(40) * 2 + 1;
   const Integer a3 = pow(Integer(3), 400000), b3 = pow(Integer(5), 300000); // products by transforms
   const std::string long_text = a2.text();
   using Out = tnk_integer *;
@@ -189,6 +189,7 @@ TEST(Integers, AskForMemoryFirst) {
       {"set", [&](Out r) { return tnk_integer_set(r, a1.record()); }},
       {"add", [&](Out r) { return tnk_integer_add(r, r, a2.record()); }},
       {"multiply", [&](Out r) { return tnk_integer_multiply(r, a1.record(), b1.record()); }},
+      {"multiply by 0", [&](Out r) { return tnk_integer_multiply(r, Integer().record(), two.record()); }},
       {"multiply more", [&](Out r) { return tnk_integer_multiply(r, a2.record(), b2.record()); }},
       {"multiply into an operand", [&](Out r) { return tnk_integer_multiply(r, r, a2.record()); }},
       {"multiply by transforms", [&](Out r) { return tnk_integer_multiply(r, a3.record(), b3.record()); }},
@@ -206,6 +207,8 @@ TEST(Integers, AskForMemoryFirst) {
        [&](Out r) { return tnk_integer_power_modulo(r, two.record(), minus.record(), odd.record()); }},
       {"sqrt", [&](Out r) { return tnk_integer_sqrt(r, nullptr, a2.record()); }},
       {"root", [&](Out r) { return tnk_integer_root(r, a2.record(), 5); }},
+      {"short root", [&](Out r) { return tnk_integer_root(r, short_one.record(), 3); }},
+      {"not", [&](Out r) { return tnk_integer_not(r, Integer().record()); }},
       {"gcd", [&](Out r) { return tnk_integer_gcd(r, a2.record(), b2.record()); }},
       {"lcm", [&](Out r) { return tnk_integer_lcm(r, a2.record(), b2.record()); }},
       {"factorial", [&](Out r) { return tnk_integer_factorial(r, 3000); }},

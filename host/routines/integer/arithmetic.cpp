@@ -20,11 +20,12 @@ double real(std::uint64_t n) {
   return static_cast<double>(n);
 }
 
-// r := operation(a), with no more limbs than a but for one.
+// r := operation(a), with no more limbs than a but for one: of 0 there may be two while it is made.
 template <class F>
 Result change(const char *routine, Integer *r, const Integer *a, F Operations::*operation) {
   Call call(routine);
-  if (!call.given(r, a) || !call.in_range(2, "a", limbs(a) + 1) || !call.ready(r, limbs_of(a) + 1))
+  if (!call.given(r, a) || !call.in_range(2, "a", limbs(a) + 1) ||
+      !call.ready(r, std::max<std::int64_t>(limbs_of(a), 1) + 1))
     return call.result();
   (call.operator->()->*operation)(r, a);
   return TNK_INTEGER_DONE;
@@ -152,8 +153,8 @@ Result tnk_integer_multiply(Integer *r, const Integer *a, const Integer *b) {
   Call call("tnk_integer_multiply");
   if (!call.given(r, a, b)) return call.result();
   const std::int64_t n = limbs_of(a) + limbs_of(b);
-  // Short products are made on the stack.
-  const bool short_one = n < 18 && n <= r->alloc;
+  // Short products are made on the stack, those by 0 in the result with a limb more.
+  const bool short_one = n < 18 && n + (a->size == 0 || b->size == 0) <= r->alloc;
   if (!call.in_range(2, "a", static_cast<double>(n)) || !call.ready(short_one ? 0 : product_limbs(a, b)))
     return call.result();
   return call->z_mul(r, a, b), TNK_INTEGER_DONE;
@@ -229,7 +230,8 @@ Result tnk_integer_root(Integer *r, const Integer *a, std::uint64_t n) {
   Call call("tnk_integer_root");
   if (!call.given(r, a) || !call.good(n != 0, 3, "n", "0", "1 or more") ||
       !call.good(a->size >= 0 || n % 2 == 1, 2, "a", "below 0", "0 or more for an even root") ||
-      !call.ready(24 * limbs(a) + product_limbs(a, a)))
+      // Roots of halves of the bits, down to a few, keep three numbers each, which have 8 limbs at least.
+      !call.ready(24 * limbs(a) + 256 + product_limbs(a, a)))
     return call.result();
   return call->z_root(r, a, n), TNK_INTEGER_DONE;
 }
