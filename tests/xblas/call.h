@@ -9,8 +9,10 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <regex>
 #include <string>
 #include <tnk/xblas.h>
+#include <utility>
 #include <vector>
 
 namespace tnk::test {
@@ -57,22 +59,12 @@ inline bool is_short(char letter) {
 }
 
 inline Routine decoded(const std::string &name) {
-  Routine r{name, name.substr(1), name[0], name[0], name[0], false};
-  const auto cut = [&](char &letter) {
-    const std::size_t n = r.op.size();
-    if (n < 3 || r.op[n - 2] != '_' || std::string("sdczx").find(r.op[n - 1]) == std::string::npos)
-      return false;
-    letter = r.op[n - 1];
-    r.op.resize(n - 2);
-    return true;
-  };
-  char last = 0, first = 0;
-  bool found = cut(last);
-  if (found && last == 'x') r.has_prec = true, found = cut(last);
-  if (found && cut(first))
-    r.a = first, r.x = last;
-  else if (found)
-    r.a = last;
+  static const std::regex grammar("(.)(.+?)(_[sdcz])?(_[sdcz])?(_x)?");
+  std::smatch parts;
+  std::regex_match(name, parts, grammar);
+  Routine r{name, parts[2], name[0], name[0], name[0], parts[5].matched};
+  if (parts[3].matched) r.a = *(parts[3].first + 1);
+  if (parts[4].matched) r.x = *(parts[4].first + 1);
   return r;
 }
 
@@ -140,6 +132,11 @@ struct Arguments {
   tnk_int &operator[](char letter) { return of[letter]; }
 };
 
+template <class P, std::size_t... I, class... F>
+void call_with(void *entry, const P (&p)[16], std::index_sequence<I...>, F... factors) {
+  reinterpret_cast<void (*)(decltype(I, P())..., F...)>(entry)(p[I]..., factors...);
+}
+
 // A call as C makes it: what is no factor goes in the order of the list, real factors travel apart.
 inline void call_value(const Routine &r, Arguments arguments, int32_t prec, const std::string &prefix) {
   void *const entry = dlsym(RTLD_DEFAULT, (prefix + r.name).c_str());
@@ -158,13 +155,7 @@ inline void call_value(const Routine &r, Arguments arguments, int32_t prec, cons
                             : arguments[letter];
     }
   if (r.has_prec) passed[count++] = prec;
-  const auto call = [&](auto a, auto b) {
-    using I = tnk_int;
-    using Entry = void(I, I, I, I, I, I, I, I, I, I, I, I, I, I, I, I, decltype(a), decltype(b));
-    const auto &p = passed;
-    reinterpret_cast<Entry *>(entry)(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11],
-                                     p[12], p[13], p[14], p[15], a, b);
-  };
+  const auto call = [&](auto a, auto b) { call_with(entry, passed, std::make_index_sequence<16>(), a, b); };
   if (is_short(r.result))
     call(static_cast<float>(arguments.alpha.real()), static_cast<float>(arguments.beta.real()));
   else
@@ -196,10 +187,7 @@ inline void call_twin(const Routine &r, Arguments arguments, int32_t prec) {
     ++count;
   }
   if (r.has_prec) p[count++] = &prec;
-  using A = const void *;
-  using Entry = void(A, A, A, A, A, A, A, A, A, A, A, A, A, A, A, A);
-  reinterpret_cast<Entry *>(entry)(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11],
-                                   p[12], p[13], p[14], p[15]);
+  call_with(entry, p, std::make_index_sequence<16>());
 }
 
 } // namespace tnk::test

@@ -1,13 +1,34 @@
 // Bad arguments and special values: what is reported, in which order, and what is computed all the same.
 #include "support/fault_allocator.h"
 #include "tests/xblas/problem.h"
-#include "tests/xblas/reports.h"
 #include <cstdio>
 #include <limits>
+#include <utility>
+
+namespace {
+
+// What the kernels report through the seam.
+struct Reported {
+  std::string routine;
+  int position;
+  tnk_int value;
+  bool operator==(const Reported &b) const {
+    return routine == b.routine && position == b.position && value == b.value;
+  }
+};
+std::ostream &operator<<(std::ostream &out, const Reported &r) {
+  return out << r.routine << " " << r.position << " " << r.value;
+}
+std::vector<Reported> reports;
+std::vector<Reported> take_reports() {
+  return std::exchange(reports, {});
+}
+
+} // namespace
 
 void tnk_xblas_BLAS_error(const char *routine, int32_t position, tnk_int value, const char *message, ...) {
+  reports.push_back({routine, position, value});
   if (message) std::fprintf(stderr, "%s: %s", routine, message); // for who watches a child die
-  tnk::test::reports.push_back({routine, position, value, message ? message : ""});
 }
 
 namespace {
@@ -44,7 +65,7 @@ TEST(XblasReports, NameEachBadArgumentByItsPosition) {
         p.arguments.alpha = 0; // reports go on to the work, which then leaves matrices alone
         if (letter == 'l' || letter == 'v') p.arguments['m'] = p.arguments['n'] = 0; // nothing to walk over
         call_value(r, p.arguments, 212, value_prefix);
-        const std::vector<Reported> expected = {{published(r), -r.position(letter), bad, ""}};
+        const std::vector<Reported> expected = {{published(r), -r.position(letter), bad}};
         ASSERT_EQ(take_reports(), expected) << r.name << " " << letter;
         if (!r.has_prec) continue;
         call_value(r, p.arguments, 215, value_prefix);
@@ -80,7 +101,7 @@ TEST(XblasReports, SolvesNameBadEnumerationsWithoutX) {
     p.arguments['n'] = 0;
     call_value(r, p.arguments, 212, value_prefix);
     const std::string name = published(r).substr(0, published(r).size() - (r.has_prec ? 2 : 0));
-    EXPECT_EQ(take_reports(), (std::vector<Reported>(4, {name, 0, 99, ""}))) << r.name;
+    EXPECT_EQ(take_reports(), (std::vector<Reported>(4, {name, 0, 99}))) << r.name;
   }
 }
 
