@@ -339,8 +339,10 @@ TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
 
 // ---- True lengths ---------------------------------------------------------------------------------------------------------------
 
+// Some of the lengths have a factor that only a convolution takes, which adds an error of 3.4 eps.
 template <class R> void true_length(tnk_int n, int32_t placement) {
   SCOPED_TRACE(n);
+  const double most = std::hypot(bound(n), 3.4), eps = static_cast<double>(std::numeric_limits<R>::epsilon());
   const Plan plan(precision<R>, DftiComplex, {n});
   DftiSetValue(plan, DftiParamPlacement, placement);
   DftiSetValue(plan, DftiParamBackwardScale, 1.0 / static_cast<double>(n));
@@ -349,14 +351,13 @@ template <class R> void true_length(tnk_int n, int32_t placement) {
   auto &y = placement == DftiInPlace ? x : other;
   const Samples<R> samples(x, false, 1, 2);
   ASSERT_EQ(DftiComputeForward(plan, x.data(), y.data()), DftiNoError);
-  EXPECT_LT(samples.error(y, R(1)), bound(n));
+  EXPECT_LT(samples.error(y, R(1)), most);
   long double spectral = 0, error = 0;
   for (const auto &z : y) spectral += std::norm(wide(z));
-  const long double most = bound(n) * static_cast<double>(std::numeric_limits<R>::epsilon());
-  EXPECT_LT(std::abs(std::sqrt(spectral / static_cast<long double>(n)) / samples.norm - 1), most);
+  EXPECT_LT(std::abs(std::sqrt(spectral / static_cast<long double>(n)) / samples.norm - 1), most * eps);
   ASSERT_EQ(DftiComputeBackward(plan, y.data(), x.data()), DftiNoError);
   for (std::size_t i = 0; i < x.size(); ++i) error += std::norm(wide(x[i]) - wide(number<R>(i)));
-  EXPECT_LT(std::sqrt(error) / samples.norm, 2 * most);
+  EXPECT_LT(std::sqrt(error) / samples.norm, 2 * most * eps);
 }
 
 TEST(LongTransforms, TrueLengths) {
