@@ -23,20 +23,20 @@ constexpr bool has(std::uint64_t set, tnk_int n) {
   return n > 0 && (n & (n - 1)) == 0 && (set & static_cast<std::uint64_t>(n)) != 0;
 }
 
-// How many times as fast a kernel is as the wrapper of a signal primitive in batches of 1000, and in brackets in rows and
-// columns of planes and spaces of that side; medians of interleaved runs on Zen 4.
-//   complex, double  2: 10 (1.2)  4: 6.2 (1.4-1.6)  8: 2.5 (1.4-1.9)  32: 1.2 (1.2-1.3)  64: 1.05 (1.04)  128: 1.2 (1.1)
-//                    256: 1.3 (1.1)  512: 1.1-1.2 (1.0-1.1)  1024: 1.3 (1.1)
-// but for 16, with 0.7, whose kernel has 128 bits where the primitive has 256. The table of short lengths has one of 256
-// bits:            16: 1.2 (1.1)
+// How many times as fast a kernel is as the wrapper of a signal primitive in batches of 1000, and in brackets in planes and
+// spaces of that side; one thread on Zen 4, medians of interleaved runs.
+//   complex, double  2: 10  4: 6.4 (3.1)  8: 2.5 (2.3-2.7)  32: 1.3 (1.4)  64: 1.1 (1.03)  128: 1.2 (1.1-1.2)
+//                    256: 1.3 (1.15)  512: 1.2 (1.03)  1024: 1.2 (1.0)
+// but for 16, with 0.75, whose kernel has 128 bits where the primitive has 256. The table of short lengths has one of 256
+// bits:            16: 1.2
 constexpr std::uint64_t short_double = lengths({16});
 constexpr std::uint64_t complex_double = lengths({2, 4, 8, 32, 64, 128, 256, 512, 1024});
-//   complex, single  2: 2.7 (1.2)  4: 2.4 (1.3-1.6)
+//   complex, single  2: 2.2  4: 2.3 (1.9)
 constexpr std::uint64_t complex_single = lengths({2, 4});
-//   real             2: 2.0  4: 2.4-2.9 (1.1)  8: 2.4-2.8 (1.2)  16: 2.0-2.6 (1.4)  32: 1.2-1.5 (1.1-1.2)
+//   real, in brackets as rows  2: 2.1-2.7  4: 2.3-3.2 (1.1-1.2)  8: 2.4-2.6 (1.2-1.3)  16: 2.1-2.6 (1.4)  32: 1.3-1.5 (1.15)
 constexpr std::uint64_t real = lengths({2, 4, 8, 16, 32});
 // backward to rows of several dimensions out of place, which then pass through a block of memory:
-//                    4: (0.7)  8: (0.8)  16: (1.3)  32: (1.1-1.2)
+//                    4: (0.6)  8: (0.8)  16: (1.2)  32: (1.1)
 constexpr std::uint64_t real_by_block = lengths({16, 32});
 
 // ---- Nodes ------------------------------------------------------------------------------------------------------------
