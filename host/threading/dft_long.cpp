@@ -80,9 +80,10 @@ tnk_int out_of_place(DftiNode *node, typename Steps<R>::C *source, typename Step
   });
 }
 
-// By way of a matrix: no cycles of a transposition in place, which one thread would have to follow. The data are not touched
-// before step 4, which needs no memory.
-template <class R, bool Backward> tnk_int in_place(DftiNode *node, typename Steps<R>::C *numbers) {
+// By way of a matrix: no cycles of a transposition in place, which one thread would have to follow. `touched` says whether
+// rows have begun to go back into the data.
+template <class R, bool Backward>
+tnk_int in_place(DftiNode *node, typename Steps<R>::C *numbers, bool &touched) {
   using S = Steps<R>;
   using C = typename S::C;
   auto *const one_two = S::one_two.get(routine);
@@ -100,7 +101,8 @@ template <class R, bool Backward> tnk_int in_place(DftiNode *node, typename Step
                    S::kernel(data.node1, Backward), data.n1, work, twiddles, begin, data.table_length,
                    Backward ? -1 : 1);
   });
-  if (!status)
+  touched = status == DftiNoError;
+  if (touched)
     status = in_slices(node, data.n1, [&](tnk_int begin, tnk_int end, void *work) {
       DftiKernel *const kernel = S::kernel(data.node2, Backward);
       for (tnk_int i = begin; i < end; i += 8) {
@@ -117,15 +119,17 @@ template <class R, bool Backward> tnk_int in_place(DftiNode *node, typename Step
   return status;
 }
 
-// Without memory for all slices, on this thread alone, with less.
+// Without memory for all slices, on this thread alone, with less; but not from data that are touched. A convolution of a
+// row's length is what may still want memory then.
 template <class R, bool Backward>
 tnk_int on_threads(void *source, void *destination, DftiNode *node, void *work) {
   using C = typename Steps<R>::C;
   const bool stays = node->placement == DftiInPlace || source == destination;
+  bool touched = false;
   const tnk_int status =
-      stays ? in_place<R, Backward>(node, static_cast<C *>(source))
+      stays ? in_place<R, Backward>(node, static_cast<C *>(source), touched)
             : out_of_place<R, Backward>(node, static_cast<C *>(source), static_cast<C *>(destination));
-  if (status != DftiMemoryError) return status;
+  if (status != DftiMemoryError || touched) return status;
   DftiKernel *const whole = Steps<R>::whole[Backward].get(routine);
   return whole ? whole(source, destination, node, work) : tnk_int{DftiInternalError};
 }

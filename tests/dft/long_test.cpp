@@ -1,5 +1,6 @@
 // Transforms in four steps: how lengths are split, whole transforms of lengths that a test can afford, though commit takes
 // this way only for much longer ones, and threads that share one.
+#include <atomic>
 #include <cstring>
 #include <tnk/dft_commit.h>
 #include <tnk/dft_long.h>
@@ -221,6 +222,13 @@ struct Threads {
   int before = tnk_get_max_threads();
 };
 
+// A kernel that wants memory once, at a call that is counted down to.
+std::atomic<int> calls_left;
+DftiKernel *counted;
+tnk_int fail_once(void *source, void *destination, DftiNode *node, void *work) {
+  return calls_left-- == 0 ? tnk_int{DftiMemoryError} : counted(source, destination, node, work);
+}
+
 template <class R> void on_threads(int32_t placement) {
   const Threads three(3);
   const auto x = numbers<R>(odd_length);
@@ -254,6 +262,14 @@ template <class R> void on_threads(int32_t placement) {
   allocations.refuse = 1;
   EXPECT_LT(samples.error(backward(), R(0.7)), bound(odd_length));
   EXPECT_EQ(allocations.refuse, 0);
+  // In place a row without memory is too late for that: others have gone back into the data.
+  DftiKernels &kernels_of_rows = data_of(plan).node2->kernels;
+  DftiKernel *&rows = (is_single<R> ? kernels_of_rows.single_pair : kernels_of_rows.double_pair).inverse;
+  counted = rows, rows = fail_once, calls_left = 100;
+  auto late = x, result_of_late = x;
+  EXPECT_EQ(DftiComputeBackward(plan, late.data(), result_of_late.data()),
+            placement == DftiInPlace ? DftiMemoryError : DftiNoError);
+  EXPECT_TRUE(placement == DftiInPlace || samples.error(result_of_late, R(0.7)) < bound(odd_length));
   for (int n = 1, refused = n; refused; ++n) {
     plan->uncommit(plan);
     allocations.refuse = n;
