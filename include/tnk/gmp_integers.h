@@ -232,8 +232,8 @@ char *tnk_gmp___gmpz_get_str(char *text, int base, const tnk_gmp_integer *a);
 /* The same for base 16, into text. */
 char *tnk_gmp_tnk_gmp_get_hexstr(char *text, const tnk_gmp_integer *a, int upper);
 /* From white space, a sign or none, a prefix or none, and digits of that base in either case among which may be white
-   space. In base 16 the prefix is x or 0x; base 0 goes by it: x or 0x for 16, 0b for 2, 0 for 8, otherwise 10. 0, or -1
-   for what is not so, and r is as it was. */
+   space, after a prefix too. In base 16 the prefix is x or 0x; base 0 goes by it: x or 0x for 16, 0b for 2, 0 for 8,
+   otherwise 10. 0, or -1 for what is not so, and r is as it was. */
 int tnk_gmp___gmpz_set_str(tnk_gmp_integer *r, const char *text, int base);
 /* The same into a record that has not been made; made it is in any case. */
 int tnk_gmp___gmpz_init_set_str(tnk_gmp_integer *r, const char *text, int base);

@@ -199,6 +199,7 @@ TEST(Text, IsReadOrRefused) {
               {"X1f", 0, 31, true},
               {"0b101", 0, 5, false},
               {"0B11", 0, 3, false},
+              {"-0x f f", 0, -255, false},
               {"017", 0, 15, false},
               {"0", 0, 0, false},
               {"-42", 0, -42, false},

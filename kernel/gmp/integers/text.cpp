@@ -37,7 +37,7 @@ void turn_round(char *first, char *last) {
 struct Start {
   const char *digits;
   int base;
-  bool negative;
+  bool negative, prefixed;
 };
 Start start_of(const char *text, int base) {
   while (is_space(*text)) ++text;
@@ -50,10 +50,10 @@ Start start_of(const char *text, int base) {
     return true;
   };
   // Above base 33 an x is a digit.
-  if ((base == 0 || base == 16) && prefix('x', 'X')) return {text, 16, negative};
-  if (base != 0) return {text, base, negative};
-  if (text[0] == '0' && prefix('b', 'B')) return {text, 2, negative};
-  return {text, text[0] == '0' ? 8 : 10, negative};
+  if ((base == 0 || base == 16) && prefix('x', 'X')) return {text, 16, negative, true};
+  if (base != 0) return {text, base, negative, false};
+  if (text[0] == '0' && prefix('b', 'B')) return {text, 2, negative, true};
+  return {text, text[0] == '0' ? 8 : 10, negative, false};
 }
 
 } // namespace
@@ -114,7 +114,7 @@ int tnk_gmp___gmpz_set_str(Integer *r, const char *text, int base) {
   const Start start = start_of(text, base);
   int64_t count = 0;
   for (const char *p = start.digits; *p; ++p) {
-    if (is_space(*p) && count != 0) continue;
+    if (is_space(*p) && (start.prefixed || count != 0)) continue;
     const int digit = tnk_gmp__impGetDigitValue(*p);
     if (digit < 0 || digit >= start.base) return -1;
     ++count;
