@@ -82,8 +82,24 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
     return jobs
 
 
+@lru_cache(maxsize=KEPT)
+def along_one_axis(shape: _Shape, strides: _Shape, dtype: np.dtype, axis: int, backward: bool, threads: int,
+                   ) -> Optional[tuple[Transform, _Offsets]]:  # fmt: skip
+    """The transform of a complex array as it stands, unscaled forward and divided by the length backward, to a new one; None
+    where that takes more than one walk of one descriptor."""
+    dims, size = len(shape), dtype.itemsize
+    if not dtype.isnative or not -dims <= axis < dims or not prod(shape):
+        return None
+    dense = tuple(size * prod(shape[d + 1 :]) for d in range(dims))
+    n = shape[axis]
+    found = _found(shape, strides, shape, dense, (size, size), (axis % dims,), (n,), False, backward, False,
+                   1 / n if backward else 1.0, threads)  # fmt: skip
+    return found[0] if found is not None and len(found) == 1 else None
+
+
 def forget() -> None:
     """Free the descriptors that are kept."""
+    along_one_axis.cache_clear()
     _found.cache_clear()
 
 
