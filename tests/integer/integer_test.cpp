@@ -180,6 +180,8 @@ TEST(Integers, AskForMemoryFirst) {
   const Integer two = 2, minus = -9, a1 = number(30), b1 = number(12), a2 = number(700), b2 = number(300),
                 short_one = number(2), odd = number(40) * 2 + 1;
   const Integer a3 = pow(Integer(3), 400000), b3 = pow(Integer(5), 300000); // products by transforms
+  const Integer a4 = pow(Integer(2), 64 * 18597 + 1) - 1,
+                b4 = pow(Integer(2), 64 * 10040 + 1) - 1; // slow lengths
   const std::string long_text = a2.text();
   using Out = tnk_integer *;
   const struct {
@@ -193,6 +195,8 @@ TEST(Integers, AskForMemoryFirst) {
       {"multiply more", [&](Out r) { return tnk_integer_multiply(r, a2.record(), b2.record()); }},
       {"multiply into an operand", [&](Out r) { return tnk_integer_multiply(r, r, a2.record()); }},
       {"multiply by transforms", [&](Out r) { return tnk_integer_multiply(r, a3.record(), b3.record()); }},
+      {"multiply by transforms of two lengths",
+       [&](Out r) { return tnk_integer_multiply(r, a4.record(), b4.record()); }},
       {"square by transforms", [&](Out r) { return tnk_integer_multiply(r, a3.record(), a3.record()); }},
       {"divide", [&](Out r) { return tnk_integer_divide(r, nullptr, a2.record(), b2.record()); }},
       {"floor_divide", [&](Out r) { return tnk_integer_floor_divide(nullptr, r, a2.record(), b2.record()); }},

@@ -65,16 +65,23 @@ namespace {
 __attribute__((noinline)) void multiply_slices(limb *r, const limb *a, int32_t an, const limb *b,
                                                int32_t bn) {
   Scratch scratch(an);
-  Transforms kept;
-  multiply_long(r, a, b, bn, kept);
-  for (int32_t done = bn; done < an; done += bn) {
-    const int32_t slice = an - done < bn ? an - done : bn;
-    if (slice == bn)
-      multiply_long(scratch, a + done, b, bn, kept);
-    else
-      tnk_gmp___gmpn_mul(scratch, b, bn, a + done, slice);
+  int32_t done = bn;
+  const auto add_slice = [&](int32_t slice) {
     const limb carry = add_n(r + done, r + done, scratch, bn);
     add_1(r + done + bn, scratch + bn, slice, carry);
+  };
+  {
+    // Given back before the last slice, whose transforms have another length: memory for one length is enough.
+    Transforms kept;
+    multiply_long(r, a, b, bn, kept);
+    for (; an - done >= bn; done += bn) {
+      multiply_long(scratch, a + done, b, bn, kept);
+      add_slice(bn);
+    }
+  }
+  if (const int32_t slice = an - done) {
+    tnk_gmp___gmpn_mul(scratch, b, bn, a + done, slice);
+    add_slice(slice);
   }
 }
 
