@@ -41,6 +41,9 @@ pkg-config           command pkg-config
 binutils             command objdump
 qemu-user            command qemu-x86_64
 libgtest-dev         header  gtest/gtest.h
+python3-numpy        library python3/dist-packages/numpy
+python3-scipy        library python3/dist-packages/scipy
+python3-pytest       library python3/dist-packages/pytest
 '
 peers='
 libopenblas0-pthread library libopenblas.so.0
@@ -58,9 +61,6 @@ liblapack-test       library lapack/xlintstd
 liblapack64-test     library lapack64/xlintstd
 liblapack3           library lapack/liblapack.so.3
 liblapack64-3        library lapack64/liblapack64.so.3
-python3-numpy        library python3/dist-packages/numpy
-python3-scipy        library python3/dist-packages/scipy
-python3-pytest       library python3/dist-packages/pytest
 python3-hypothesis   library python3/dist-packages/hypothesis
 python3-matplotlib   library python3/dist-packages/matplotlib
 r-base-core          command R
