@@ -36,9 +36,10 @@ done
 libraries=$(cd "$libraries" && pwd)
 suites=$root/tests/cluster
 export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 TNK_LIBRARY_PATH=$libraries PYTHONPATH=$root/python PYTHONDONTWRITEBYTECODE=1
-# Open MPI refuses root and more processes than cores unless it is told, and would bind two programs to one core.
+# Open MPI refuses root and more processes than cores unless it is told, and would bind two programs to one core. Processes
+# that wait give their core to those that have something to do.
 export OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1 OMPI_MCA_rmaps_base_oversubscribe=1
-export OMPI_MCA_hwloc_base_binding_policy=none
+export OMPI_MCA_hwloc_base_binding_policy=none OMPI_MCA_mpi_yield_when_idle=1
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

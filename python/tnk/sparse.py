@@ -7,6 +7,7 @@ CSR, CSC, COO, DIA and BSR matrices in the four element types, with 32-bit or 64
 from __future__ import annotations
 
 import ctypes
+import weakref
 from typing import Any, Callable
 
 import numpy as np
@@ -63,9 +64,18 @@ def _indices(a: Any, *arrays: np.ndarray) -> tuple[list[np.ndarray], Any, str]:
     return [np.ascontiguousarray(i, dtype) for i in arrays], dtype, "" if wide else "lp64_"
 
 
+_looked_at: dict[int, tuple[Any, int]] = {}  # arrays of indices, by identity, and the limit that they keep
+
+
 def _inside(indices: np.ndarray, limit: int, what: str) -> None:
+    """Looks at an array once in its life: to look in each product would take as long as the product."""
+    key = id(indices)
+    known = _looked_at.get(key)
+    if known is not None and known[0]() is indices and known[1] <= limit:
+        return
     if indices.size and (indices.min() < 0 or indices.max() >= limit):
         raise ValueError(f"{what} of the matrix lie outside of 0 to {limit - 1}")
+    _looked_at[key] = weakref.ref(indices, lambda _: _looked_at.pop(key, None)), limit
 
 
 class _Integers:
@@ -94,7 +104,7 @@ def _bounds(pointer: np.ndarray, work: int) -> list[int]:
     if count == 1:
         return [0, pointer.size - 1]
     shares = pointer[0] + (pointer[-1] - pointer[0]) * np.arange(1, count) // count
-    return [0, *np.searchsorted(pointer, shares).tolist(), pointer.size - 1]
+    return [0, *np.searchsorted(pointer, shares.astype(pointer.dtype)).tolist(), pointer.size - 1]
 
 
 # ---- Products --------------------------------------------------------------------------------------------------------------
@@ -216,6 +226,11 @@ def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower:
         If shapes do not fit, indices lie outside of the matrix, or an option is none.
     TypeError
         If `a` is no sparse matrix of these formats, or there is no common type.
+
+    Notes
+    -----
+    An array of indices is looked at by the first product that it comes to. Who writes other numbers into it afterwards has
+    to keep them inside of the matrix.
 
     Examples
     --------
