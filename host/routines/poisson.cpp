@@ -96,7 +96,7 @@ struct Checker {
       if (!std::isfinite(static_cast<R>(low))) return refuse("low", axis, low, "a finite number");
       if (!std::isfinite(static_cast<R>(high))) return refuse("high", axis, high, "a finite number");
       const R step = (static_cast<R>(high) - static_cast<R>(low)) / static_cast<R>(problem.cells[axis]);
-      if (!(step > 0) || !std::isfinite(step)) // a length may be positive and its part 0
+      if (!(step > 0) || !std::isfinite(step)) // an axis may have a length and its cells none
         return refuse("high", axis, high, "a number above problem->low");
     }
     return std::isfinite(static_cast<R>(problem.q)) || refuse("q", -1, problem.q, "a finite number");

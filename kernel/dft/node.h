@@ -37,6 +37,14 @@ inline bool is_split(const DftiNode *node) {
   return node->forward_domain == DftiComplex && node->complex_storage == DftiRealReal;
 }
 
+// The scale of a direction, as commit prepared it.
+template <class R, bool Inverse> inline R factor_of(const DftiNode *node) {
+  if constexpr (sizeof(R) == 4)
+    return Inverse ? node->backward_factor_single : node->forward_factor_single;
+  else
+    return Inverse ? node->backward_factor : node->forward_factor;
+}
+
 // The boundary of workspaces and rows: on processors of this class rows a page apart are moved without treading on one
 // another's cache lines.
 inline int32_t granule() {

@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import ctypes
-import threading
 from typing import Any, NamedTuple
 
 from ._library import c_int, call, get_max_threads, kernel, threads_limited

@@ -145,6 +145,11 @@ def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bo
     return places, [_points(n) for n in s]
 
 
+def _falls(array: np.ndarray) -> bool:
+    """Whether strides fall: dimensions are run in their order, and the last bits depend on it."""
+    return all(a >= b for a, b in zip(array.strides, array.strides[1:]))
+
+
 def _resized(array: np.ndarray, axes: Sequence[int], lengths: Sequence[int]) -> np.ndarray:
     """Cut, or with zeros appended, to the lengths."""
     for axis, n in zip(axes, lengths):
@@ -189,8 +194,8 @@ def _c2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], overwrite: bool, 
     array = _resized(array, places, lengths)
     if not places:
         return array if overwrite else array.copy()
-    if len(places) > 1 and any(a < b for a, b in zip(array.strides, array.strides[1:])):
-        array = array.copy("C")  # the order of dimensions is that of strides, and with it the last bits
+    if len(places) > 1 and not _falls(array):
+        array = array.copy("C")
     if (array.base is None if array is not given else overwrite and array is x) and array.flags.carray:
         result = array
     else:
@@ -211,7 +216,7 @@ def _r2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional
         half = _r2c(array, lengths[-1:], places[-1:], norm, threads)
         return _c2c(half, lengths[:-1], places[:-1], norm, True, threads, False)
     array = _resized(array, places, lengths)
-    if len(places) > 1 and any(a < b for a, b in zip(array.strides, array.strides[1:])):
+    if len(places) > 1 and not _falls(array):
         array = array.copy("C")
     shape = list(array.shape)
     shape[places[-1]] = lengths[-1] // 2 + 1

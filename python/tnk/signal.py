@@ -41,7 +41,7 @@ _run = declared(
 )
 _free = declared("tnk_conv_plan_free", None, ctypes.c_void_p)
 
-_CONVOLUTION, _CORRELATION = 1, 2
+_CONVOLUTION = 1
 _METHODS = {"auto": 0, "direct": 1, "fft": 2}
 _NUMBERS = {"f": 0, "d": 1, "F": 2, "D": 3}
 _EXACT = 2.0**53
@@ -60,14 +60,14 @@ def _common(x: np.ndarray, y: np.ndarray) -> np.dtype:
     return common
 
 
-def _plan(job: int, method: str, x: np.ndarray, y: np.ndarray, shape: list[int], start: list[int]) -> np.ndarray:
-    """The part of the full result that begins at `start` and has that shape."""
+def _plan(method: str, x: np.ndarray, y: np.ndarray, shape: list[int], start: list[int]) -> np.ndarray:
+    """The part of the full convolution that begins at `start` and has that shape."""
     result = np.empty(shape, x.dtype)
     steps = [[s // a.itemsize for s in a.strides] for a in (x, y, result)]
     # The arrays live until the plan is made.
     fields = [_array(v) for v in (x.shape, y.shape, shape, *steps, start)]
     pointers = [ctypes.cast(f, _indices) for f in fields]
-    description = _Description(job, _METHODS[method], _NUMBERS[x.dtype.char], 0, x.ndim, *pointers[:6], pointers[6], None)
+    description = _Description(_CONVOLUTION, _METHODS[method], _NUMBERS[x.dtype.char], 0, x.ndim, *pointers[:6], pointers[6], None)
     plan = ctypes.c_void_p()
     call(_make, ctypes.byref(plan), ctypes.byref(description))
     try:
@@ -115,7 +115,7 @@ def _compute(in1: ArrayLike, in2: ArrayLike, mode: str, method: str, correlation
     else:
         shape = [abs(a - b) + 1 for a, b in zip(x.shape, y.shape)]
         start = [min(a, b) - 1 for a, b in zip(x.shape, y.shape)]
-    result = _plan(_CONVOLUTION, method, y, x, shape, start)
+    result = _plan(method, y, x, shape, start)
     return np.rint(result).astype(kept) if kept.kind in "iu" else result.astype(kept, copy=False)
 
 

@@ -68,7 +68,7 @@ template <class T> bool take_large_path(DftiNode *node, DftiNode *root) {
     return false;
   constexpr int32_t outer = 1;
   constexpr int64_t least_log2 = 16;
-  if (p::four_step.init && node->log2_length >= least_log2 && p::four_step.init(outer, node, root) == 0) {
+  if (node->log2_length >= least_log2 && p::four_step.init(outer, node, root) == 0) {
     node->kernels.*p::pair = p::four_step.pair;
     if (root->number_of_transforms == 1) root->flags |= TNK_DFT_ONE_SHOT;
     return true;

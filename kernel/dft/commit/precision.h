@@ -21,8 +21,8 @@ struct Records {
 inline constexpr int32_t unscaled = 8;
 
 // Two paths take complex transforms that are too long for signal records: in four steps, or as a convolution, which names
-// its kernels itself. Codelets take short ones whose length is no power of two. Null: the library has none, and a transform
-// goes the way that it would take had they declined it.
+// its kernels itself. Codelets take short ones whose length is no power of two. Null: that precision has none, and such a
+// transform goes by its signal record.
 struct FourStep {
   tnk_int (*init)(int32_t variant, DftiNode *node, DftiNode *root);
   DftiKernelPair pair;

@@ -12,13 +12,6 @@
 
 namespace tnk::dft::compact {
 
-template <class R, bool Inverse> inline R factor_of(const DftiNode *node) {
-  if constexpr (sizeof(R) == 4)
-    return Inverse ? node->backward_factor_single : node->forward_factor_single;
-  else
-    return Inverse ? node->backward_factor : node->forward_factor;
-}
-
 // Multiplies n numbers: those before a boundary of 32 bytes one by one, then four vectors a step, and what is left.
 template <class R> inline void scale(R *x, tnk_int n, R factor) {
   using V = vec<R>;

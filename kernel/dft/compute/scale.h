@@ -26,13 +26,6 @@ inline void scale(tnk_int n, double factor, tnk_complex16 *x) {
   if (factor != 1) tnk_blas_zdscal(&n, &factor, x, &adjacent);
 }
 
-template <class R, bool Inverse> R factor_of(const DftiNode *node) {
-  if constexpr (sizeof(R) == 4)
-    return Inverse ? node->backward_factor_single : node->forward_factor_single;
-  else
-    return Inverse ? node->backward_factor : node->forward_factor;
-}
-
 // A convolution of any length leaves the scale to its caller.
 template <class R, bool Inverse> inline void scale_convolved(const DftiNode *node, void *destination) {
   if (node->bluestein_data)

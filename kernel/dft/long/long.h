@@ -21,13 +21,6 @@ template <class C> constexpr tnk_int padded(tnk_int numbers) {
   return (bytes % page == 0 ? bytes + line : bytes) / size;
 }
 
-template <class R, bool Inverse> R factor_of(const DftiNode *node) {
-  if constexpr (sizeof(R) == 4)
-    return Inverse ? node->backward_factor_single : node->forward_factor_single;
-  else
-    return Inverse ? node->backward_factor : node->forward_factor;
-}
-
 template <class R> struct steps;
 template <> struct steps<float> {
   static constexpr auto one_two = tnk_dft_xc_4step_1_2;

@@ -8,10 +8,6 @@ namespace {
 constexpr int longest_row = 16, longest_column = 32;
 constexpr tnk_int one = sizeof(tnk_complex16);
 
-template <bool Inverse> double factor_of(const DftiNode *node) {
-  return Inverse ? node->backward_factor : node->forward_factor;
-}
-
 // ---- Rows -------------------------------------------------------------------------------------------------------------------
 
 // a and b to p and q.
@@ -30,7 +26,7 @@ TNK_INLINE void two_rows(const double *a, const double *b, double *p, double *q,
 template <int N, bool Inverse>
 void rows(const char *source, tnk_int source_distance, char *destination, tnk_int destination_distance,
           tnk_int count, const DftiNode *node) {
-  const f64x4 factor = splat<f64x4>(factor_of<Inverse>(node));
+  const f64x4 factor = splat<f64x4>(factor_of<double, Inverse>(node));
   const auto from = [&](int i) { return reinterpret_cast<const double *>(source + i * source_distance); };
   const auto to = [&](int i) { return reinterpret_cast<double *>(destination + i * destination_distance); };
   if constexpr (N % 2 == 0) {
@@ -64,7 +60,7 @@ template <int N, bool Inverse>
 void columns(const char *source, tnk_int source_stride, char *destination, tnk_int destination_stride,
              tnk_int count, const DftiNode *node) {
   constexpr tnk_int two = 2 * one;
-  const f64x4 factor = splat<f64x4>(factor_of<Inverse>(node));
+  const f64x4 factor = splat<f64x4>(factor_of<double, Inverse>(node));
   for (; count >= 2; count -= 2, source += two, destination += two)
     two_columns<N, Inverse>(source, source_stride, destination, destination_stride, factor);
   if (count == 0) return;

@@ -15,7 +15,7 @@ tnk_int small_radix(void *source, void *destination, DftiNode *node, void *work)
   constexpr int boundary = 16;
   if (!is_aligned_to(source, boundary) || !is_aligned_to(destination, boundary))
     return (Inverse ? tnk_dft_xvpks_inv_64fc : tnk_dft_xvpks_fwd_64fc)(source, destination, node, work);
-  const double factor = Inverse ? node->backward_factor : node->forward_factor;
+  const double factor = factor_of<double, Inverse>(node);
   transform<N, Inverse>(static_cast<const double *>(source), static_cast<double *>(destination),
                         [=](auto x) TNK_INLINED { return splat<decltype(x.v)>(factor) * x; });
   return DftiNoError;

@@ -9,35 +9,25 @@
 #include <algorithm>
 
 #include "kernel/dft/small/numbers.h"
+#include "kernel/signal/divisors.h"
 
 namespace tnk::dft {
 
-constexpr int smallest_divisor(int n) {
-  for (int d = 2; d * d <= n; ++d)
-    if (n % d == 0) return d;
-  return n;
-}
-constexpr int common_divisor(int a, int b) {
-  return b == 0 ? a : common_divisor(b, a % b);
-}
+using signal::smallest_divisor;
+
 // The first factor of a composite length: the whole power of its smallest prime, or of a pure power four or that prime.
 constexpr int first_factor(int n) {
-  const int p = smallest_divisor(n);
-  int power = p;
-  while (n / power % p == 0) power *= p;
+  const int p = smallest_divisor(n), power = signal::smallest_prime_power(n);
   return power < n ? power : p == 2 && n > 4 ? 4 : p;
 }
 
 // Which input is number n1 of round one's transform n2, and which output number k2 of round two's transform k1, when N is
 // A B: by remainders, or by rows and columns.
 template <int A, int B> struct Order {
-  static constexpr bool coprime = common_divisor(A, B) == 1;
+  static constexpr bool coprime = signal::common_divisor(A, B) == 1;
   static constexpr int input(int n1, int n2) { return coprime ? (B * n1 + A * n2) % (A * B) : B * n1 + n2; }
   static constexpr int output(int k1, int k2) {
-    int k = k1;
-    if (!coprime) return k1 + A * k2;
-    while (k % B != k2) k += A;
-    return k;
+    return coprime ? signal::common_remainder(k1, A, k2, B) : k1 + A * k2;
   }
 };
 
@@ -152,18 +142,8 @@ template <int A, int B, class V, bool I> TNK_INLINE void dft_composite(numbers<V
 }
 
 template <int N, class V, bool I> TNK_INLINE void dft(numbers<V, I> (&x)[N]) {
-  if constexpr (N == 1) {
-    static_cast<void>(x);
-  } else if constexpr (N == 2) {
-    const auto a = x[0];
-    x[0] = a + x[1];
-    x[1] = a - x[1];
-  } else if constexpr (N == 4) {
-    const auto a = x[0] + x[2], b = x[0] - x[2], c = x[1] + x[3], d = quarter(x[1] - x[3]);
-    x[0] = a + c;
-    x[1] = b + d;
-    x[2] = a - c;
-    x[3] = b - d;
+  if constexpr (N == 1 || N == 2 || N == 4) {
+    signal::transform_in_place(x);
   } else if constexpr (smallest_divisor(N) == N) {
     if constexpr (width<V> == 1 && N > 5)
       dft_prime_alone(x);

@@ -1,4 +1,5 @@
 // Messages of the solvers, shown or appended to a log file.
+#include "kernel/pde/log.h"
 #include "kernel/pde/poisson/problem.h"
 
 #include <algorithm>
@@ -13,8 +14,6 @@ constexpr char log_name[] = "TNK_Poisson_Library_Log.txt";
 
 // Numbers of the catalog.
 enum Line : int32_t {
-  no_log_file = 408,
-  log_file_advice = 409,
   heading = 488,
   where_to_look = 489,
   closing = 490,
@@ -88,24 +87,9 @@ template <class R> void add_value(Text &text, tnk_int id, const tnk_int *ipar, c
 }
 
 void show(const char *message, bool printed) {
-  if (printed) {
-    std::printf("%.4105s", message);
-    std::fflush(nullptr);
-    return;
-  }
-  std::FILE *const log = std::fopen(log_name, "a+");
-  if (!log) {
-    tnk_serv_tnk_print(1, no_log_file, 1, log_name);
-    tnk_serv_tnk_print(1, log_file_advice, 0);
-    return;
-  }
-  std::fflush(log);
-  // The message is the format: the catalog's check keeps percent signs out of it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-security"
-  std::fprintf(log, message);
-#pragma GCC diagnostic pop
-  std::fclose(log);
+  if (!printed) return pde::append_to_log(log_name, message);
+  std::printf("%.4105s", message);
+  std::fflush(nullptr);
 }
 
 template <class R>

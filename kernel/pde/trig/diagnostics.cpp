@@ -1,4 +1,5 @@
 // Messages of the trigonometric transforms, shown or appended to a log file.
+#include "kernel/pde/log.h"
 #include "kernel/pde/trig/report.h"
 #include <cstdio>
 #include <cstring>
@@ -15,8 +16,6 @@ enum Line : int32_t {
   where_to_look = 397,
   closing = 398,
   unknown_message = 407,
-  no_log_file = 408,
-  log_file_advice = 409,
   fortran_lines = 410,
   c_lines = 449
 };
@@ -68,24 +67,9 @@ const char *line_of_values(int32_t number, tnk_int id, const tnk_int *ipar, cons
 }
 
 void show(const char *message, bool printed) {
-  if (printed) {
-    std::printf("%.3079s", message);
-    std::fflush(nullptr);
-    return;
-  }
-  std::FILE *const log = std::fopen(log_name, "a+");
-  if (!log) {
-    tnk_serv_tnk_print(1, no_log_file, 1, log_name);
-    tnk_serv_tnk_print(1, log_file_advice, 0);
-    return;
-  }
-  std::fflush(log);
-  // The message is the format: the catalog's check keeps percent signs out of it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-security"
-  std::fprintf(log, message);
-#pragma GCC diagnostic pop
-  std::fclose(log);
+  if (!printed) return append_to_log(log_name, message);
+  std::printf("%.3079s", message);
+  std::fflush(nullptr);
 }
 
 template <class T>

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "kernel/signal/butterfly.h"
+#include "kernel/signal/divisors.h"
 
 namespace tnk::signal {
 
@@ -49,20 +50,10 @@ template <int K, int N, class V> inline TNK_INLINED pair_of<V> turned(pair_of<V>
 
 // ---- Transforms ---------------------------------------------------------------------------------------------------
 
-constexpr int smallest_divisor(int n) {
-  for (int d = 2; d * d <= n; ++d)
-    if (n % d == 0) return d;
-  return n;
-}
-constexpr int common_divisor(int a, int b) {
-  return b == 0 ? a : common_divisor(b, a % b);
-}
 // The first factor of a composite length: the largest power of its smallest prime, or that prime in a power.
 constexpr int first_factor(int n) {
-  const int p = smallest_divisor(n);
-  int power = p;
-  while (n / power % p == 0) power *= p;
-  return power < n ? power : p;
+  const int power = smallest_prime_power(n);
+  return power < n ? power : smallest_divisor(n);
 }
 
 template <int N, class X> inline TNK_INLINED void dft(X (&x)[N]);
@@ -115,12 +106,6 @@ template <class X> inline TNK_INLINED void dft_four(X (&x)[4]) {
   x[1] = minus_i(b, d);
   x[2] = a - c;
   x[3] = plus_i(b, d);
-}
-
-// The number below a b that leaves i over when divided by a, and k by b.
-constexpr int common_remainder(int i, int a, int k, int b) {
-  while (i % b != k) i += a;
-  return i;
 }
 
 // N = A B, input n = B n1 + A n2 and output k = k1 in A and k2 in B, both modulo N: two rounds and nothing between.
