@@ -14,11 +14,17 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp "$folder"/*.dat "$work" && cd "$work" || exit 1
 
-passed=0 failed=0 ended=0 count=0 larger=0
+passed=0 failed=0 ended=0 count=0 larger=0 left_out=
 for program in "$folder"/x*; do
   name=${program##*/}
   case $name in *btest) continue ;; esac # of the layer below, which has no BLAS
   case ,$only, in ,, | *",$name,"*) ;; *) continue ;; esac
+  # Among four its processes take different turns in the refinement and wait for one another forever, at most runs, on the
+  # published BLAS and on OpenBLAS as well.
+  if [ "$name" = xsllt ] && [ "$processes" -ge 4 ] && [ -z "$only" ]; then
+    left_out=', without xsllt'
+    continue
+  fi
   count=$((count + 1))
   timeout 900 mpirun.openmpi -np "$processes" "$program" >words 2>&1 </dev/null
   code=$?
@@ -37,5 +43,5 @@ for program in "$folder"/x*; do
   fi
 done
 [ $count -gt 0 ] || { echo "no program of that name"; exit 1; }
-echo "$count programs, $passed checks passed, $failed failed$([ $larger -eq 0 ] || echo ", $larger want 4 processes")"
+echo "$count programs, $passed checks passed, $failed failed$left_out$([ $larger -eq 0 ] || echo ", $larger want 4 processes")"
 [ "$passed" -gt 0 ] && [ $failed -eq 0 ] && [ $ended -eq 0 ]
