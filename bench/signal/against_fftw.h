@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <vector>
 
 namespace tnk::bench {
 
@@ -102,6 +103,22 @@ template <class R, class Ours, class Place> Case fourier_case(tnk_int n, bool re
   made.work = (real ? 2.5 : 5) * static_cast<double>(n) * std::log2(static_cast<double>(n));
   made.limits = {flops_limit(flop_probe(sizeof(R), 32), made.work)};
   return made;
+}
+
+// One transform by the record `made`, which is freed with the case. E: the record's calls in R's precision.
+template <class E, bool Real, class R, class Record> Case case_of_record(tnk_int n, Record *made) {
+  int32_t size = 0;
+  (Real ? E::buffer_real : E::buffer)(made, &size);
+  const std::shared_ptr<Record> spec(made, Real ? E::free_real : E::free);
+  const auto work = std::make_shared<std::vector<uint8_t>>(static_cast<std::size_t>(size) + 1);
+  const auto ours = [=](const R *source, R *destination) {
+    if constexpr (Real)
+      E::run_real(source, destination, spec.get(), work->data());
+    else
+      E::run(reinterpret_cast<const typename E::C *>(source), reinterpret_cast<typename E::C *>(destination),
+             spec.get(), work->data());
+  };
+  return fourier_case<R>(n, Real, ours, [](tnk_int k) { return 2 * k; });
 }
 
 } // namespace tnk::bench

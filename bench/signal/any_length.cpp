@@ -28,23 +28,12 @@ template <> struct Entries<float> {
 template <class R, bool Real> Case any_length(tnk_int n) {
   using E = Entries<R>;
   tnk_signal_dft *made = nullptr;
-  int32_t size = 0;
   if ((Real ? E::init_real : E::init)(&made, static_cast<int32_t>(n), 8, 0) != 0) {
     Case none;
     none.skip = "no transform of that length";
     return none;
   }
-  (Real ? E::buffer_real : E::buffer)(made, &size);
-  const std::shared_ptr<tnk_signal_dft> spec(made, Real ? E::free_real : E::free);
-  const auto work = std::make_shared<std::vector<uint8_t>>(static_cast<std::size_t>(size) + 1);
-  const auto ours = [=](const R *source, R *destination) {
-    if constexpr (Real)
-      E::run_real(source, destination, spec.get(), work->data());
-    else
-      E::run(reinterpret_cast<const typename E::C *>(source), reinterpret_cast<typename E::C *>(destination),
-             spec.get(), work->data());
-  };
-  return fourier_case<R>(n, Real, ours, [](tnk_int k) { return 2 * k; });
+  return case_of_record<E, Real, R>(n, made);
 }
 
 } // namespace

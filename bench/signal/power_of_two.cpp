@@ -36,22 +36,11 @@ template <class R, bool Real> Case power_of_two(tnk_int n) {
   }
   const int order = static_cast<int>(std::lround(std::log2(static_cast<double>(n))));
   tnk_signal_fft *made = nullptr;
-  int32_t size = 0;
   if ((Real ? E::init_real : E::init)(&made, order, 8, 0) != 0) {
     none.skip = "no memory";
     return none;
   }
-  (Real ? E::buffer_real : E::buffer)(made, &size);
-  const std::shared_ptr<tnk_signal_fft> spec(made, Real ? E::free_real : E::free);
-  const auto work = std::make_shared<std::vector<uint8_t>>(static_cast<std::size_t>(size) + 1);
-  const auto ours = [=](const R *source, R *destination) {
-    if constexpr (Real)
-      E::run_real(source, destination, spec.get(), work->data());
-    else
-      E::run(reinterpret_cast<const typename E::C *>(source), reinterpret_cast<typename E::C *>(destination),
-             spec.get(), work->data());
-  };
-  return fourier_case<R>(n, Real, ours, [](tnk_int k) { return 2 * k; });
+  return case_of_record<E, Real, R>(n, made);
 }
 
 } // namespace

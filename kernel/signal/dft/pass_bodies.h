@@ -5,60 +5,25 @@
 
 namespace tnk::signal {
 
+// run(constant<F>) for the F that is the factor, run(constant<0>) where there is none.
+template <int... F, class Run> TNK_INLINE void for_factor(int32_t factor, Run run) {
+  if (!((factor == F && (run(constant<F>), true)) || ...)) run(constant<0>);
+}
+
 template <class R, class Source, class Target>
 void pass_of_cofactor(const DftFactor<R> &entry, Source source, Target target, const int32_t *order,
                       tnk_int count, R *scratch) {
-  const auto run = [&](auto c) TNK_INLINED {
+  for_factor<2, 3, 4, 5, 7, 8, 11, 13, 16>(entry.factor, [&](auto c) TNK_INLINED {
     cofactor_pass<c, R>(entry.factor, source, target, order, entry.before, count, entry.direct, scratch);
-  };
-  switch (entry.factor) {
-  case 2:
-    return run(constant<2>);
-  case 3:
-    return run(constant<3>);
-  case 4:
-    return run(constant<4>);
-  case 5:
-    return run(constant<5>);
-  case 7:
-    return run(constant<7>);
-  case 8:
-    return run(constant<8>);
-  case 11:
-    return run(constant<11>);
-  case 13:
-    return run(constant<13>);
-  case 16:
-    return run(constant<16>);
-  default:
-    return run(constant<0>);
-  }
+  });
 }
 
 template <Direction D, class R, class Source, class Target>
 void pass_of_factor(const DftFactor<R> &entry, Source source, Target target, tnk_int blocks, R *scratch) {
-  const auto run = [&](auto f) TNK_INLINED {
+  for_factor<2, 3, 4, 5, 7, 11, 13>(entry.factor, [&](auto f) TNK_INLINED {
     factor_pass<f, D, R>(entry.factor, source, target, entry.remaining, blocks, entry.twiddles, entry.direct,
                          scratch);
-  };
-  switch (entry.factor) {
-  case 2:
-    return run(constant<2>);
-  case 3:
-    return run(constant<3>);
-  case 4:
-    return run(constant<4>);
-  case 5:
-    return run(constant<5>);
-  case 7:
-    return run(constant<7>);
-  case 11:
-    return run(constant<11>);
-  case 13:
-    return run(constant<13>);
-  default:
-    return run(constant<0>);
-  }
+  });
 }
 
 #define TNK_PASSES(R, Source, Target)                                                                        \
