@@ -106,7 +106,7 @@ def transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Option
         if (family, kind) == ("c", 1) and n < 2:
             raise ValueError("a cosine transform of type 1 has 2 numbers or more")
         rows = np.array(np.moveaxis(array, place, -1), order="C")
-        heads = [0, -1] if kind == 1 else [0]
+        heads = [0, -1] if kind == 1 else [0] if family == "c" else [-1]  # whose rows of the matrix are longer
         if ends and (own == 3 or (family, own) == ("c", 1)):
             rows[..., heads] *= sqrt(2)
         rows = _unscaled(rows, family, own)

@@ -19,6 +19,7 @@ __all__ = ["dot", "matvec", "residual", "sum"]
 _PRECISIONS = {"single": 211, "double": 212, "indigenous": 213, "extra": 214}
 _LETTERS = {"f": "s", "d": "d", "F": "c", "D": "z"}
 _FACTORS = {"s": ctypes.c_float, "d": ctypes.c_double, "c": Complex64, "z": Complex128}
+_WHOLE = 2**53  # all integers up to it are doubles
 _CONJUGATED, _AS_THEY_ARE, _BY_ROWS, _NOT_TRANSPOSED = 191, 192, 101, 111
 
 
@@ -32,10 +33,13 @@ def _common(*arrays: np.ndarray) -> np.dtype:
     dtype = np.result_type(*arrays)
     if dtype.kind in "biu":
         dtype = np.dtype(np.float64)
-    elif dtype == np.float16:
+    elif dtype.char == "e":
         dtype = np.dtype(np.float32)
     if dtype.char not in _LETTERS:
         raise TypeError(f"operands have the dtype {dtype}, expected numbers up to double precision")
+    for x in arrays:
+        if x.dtype.kind in "iu" and x.itemsize == 8 and x.size and max(int(x.max()), -int(x.min())) > _WHOLE:
+            raise ValueError(f"operands hold integers beyond {_WHOLE}, which double precision would round")
     return dtype.newbyteorder("=")
 
 
@@ -81,7 +85,7 @@ def dot(x: ArrayLike, y: ArrayLike, *, precision: str = "extra", conjugate: bool
     Raises
     ------
     ValueError
-        If shapes differ or `precision` is none.
+        If shapes differ, `precision` is none, or integers are too large to be exact in double precision.
     TypeError
         If the operands are no numbers, or of extended precision.
 

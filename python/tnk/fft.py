@@ -18,6 +18,7 @@ import inspect
 import operator
 import os
 import sys
+from functools import lru_cache
 from math import prod, sqrt
 from typing import Any, Callable, Iterator, Optional, Sequence, Union
 
@@ -34,6 +35,8 @@ __all__ = [
 ]  # fmt: skip
 
 # ---- Arguments ------------------------------------------------------------------------------------------------------
+
+_AxisError = getattr(np, "exceptions", np).AxisError  # where NumPy 2 has it
 
 _workers: contextvars.ContextVar[int] = contextvars.ContextVar("tnk.fft workers", default=1)
 
@@ -90,7 +93,7 @@ def _floating(x: ArrayLike, name: str = "x") -> np.ndarray:
     array = np.asarray(x)
     if array.dtype.char in "fdFD":
         return array if array.dtype.isnative else array.astype(array.dtype.newbyteorder("="))
-    if array.dtype == np.float16:
+    if array.dtype.char == "e":
         return array.astype(np.float32)
     if array.dtype.kind in "biu":
         return array.astype(np.float64)
@@ -127,6 +130,8 @@ def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bo
     if s is not None:
         s = [operator.index(n) for n in (s if isinstance(s, (Sequence, np.ndarray)) else [s])]
     if axes is None:
+        if s is not None and len(s) > array.ndim:
+            raise ValueError(f"shape {tuple(s)} has more lengths than an array of shape {array.shape} has axes")
         axes = range(array.ndim) if s is None else range(array.ndim - len(s), array.ndim)
     elif not isinstance(axes, (Sequence, np.ndarray, range)):
         axes = [axes]
@@ -134,7 +139,7 @@ def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bo
     for axis in axes:
         axis = operator.index(axis)
         if not -array.ndim <= axis < array.ndim:
-            raise np.AxisError(axis, array.ndim)
+            raise _AxisError(axis, array.ndim)
         places.append(axis % array.ndim)
     if s is None:
         s = [array.shape[axis] for axis in places]
@@ -527,6 +532,14 @@ def __getattr__(name: str) -> Any:
     return _DOMAIN
 
 
+@lru_cache(maxsize=1)
+def _sines_are_orthogonal() -> bool:
+    """Whether SciPy's orthogonal sine transforms are: older versions scale the first number instead of the last one."""
+    other = sys.modules["scipy.fft"]
+    with other.set_backend("scipy", only=True):
+        return bool(abs(other.dst([1.0, 1.0], norm="ortho")[0] - sqrt(2)) < 1e-3)
+
+
 def __ua_function__(method: Callable, args: tuple, kwargs: dict) -> Union[np.ndarray, type(NotImplemented)]:
     """What `scipy.fft` calls. Whatever is not covered here, bad arguments included, is left to SciPy."""
     name, kwargs = method.__name__, dict(kwargs)
@@ -535,8 +548,13 @@ def __ua_function__(method: Callable, args: tuple, kwargs: dict) -> Union[np.nda
     try:
         given = _signatures[name].bind(*args, **kwargs).arguments
         axes = given.get("axes")
-        if axes is not None and np.ndim(axes) == 1 and len({a % np.ndim(given["x"]) for a in axes}) < len(axes):
+        if axes is not None and np.ndim(axes) == 1 and len({a % max(np.ndim(given["x"]), 1) for a in axes}) < len(axes):
             return NotImplemented  # an error there
+        ends = given.get("orthogonalize")
+        if ends is not None and np.iscomplexobj(given["x"]):
+            return NotImplemented  # it forgets this of complex numbers
+        if "dst" in name and (given.get("norm") == "ortho" if ends is None else ends) and not _sines_are_orthogonal():
+            return NotImplemented
         if given.get("workers") is None:
             given["workers"] = sys.modules["scipy.fft"].get_workers()
         return globals()[name](**given)

@@ -53,8 +53,10 @@ def _array(values: Any) -> Any:
 
 def _common(x: np.ndarray, y: np.ndarray) -> np.dtype:
     common = np.result_type(x, y)
-    if common.kind in "biu" or common == np.float16:
-        return np.dtype(np.float32 if common == np.float16 else np.float64)
+    if common.kind in "biu":
+        return np.dtype(np.float64)
+    if common.char == "e":
+        return np.dtype(np.float32)
     if common.char not in "fdFD":
         raise TypeError(f"operands are of dtypes {x.dtype} and {y.dtype}, expected numbers up to double precision")
     return common
@@ -89,7 +91,7 @@ def _compute(in1: ArrayLike, in2: ArrayLike, mode: str, method: str, correlation
         raise ValueError(f"arrays have {x.ndim} dimensions, expected 7 at most")
     kept = np.result_type(x, y)
     common = _common(x, y)
-    if kept.kind in "iu" and x.size and y.size:
+    if kept.kind in "biu" and x.size and y.size:
         # Sums of integers are exact in double up to a size, by the direct method.
         most = float(np.abs(x.astype(float)).max()) * float(np.abs(y.astype(float)).max()) * min(x.size, y.size)
         if most >= _EXACT:
@@ -116,7 +118,7 @@ def _compute(in1: ArrayLike, in2: ArrayLike, mode: str, method: str, correlation
         shape = [abs(a - b) + 1 for a, b in zip(x.shape, y.shape)]
         start = [min(a, b) - 1 for a, b in zip(x.shape, y.shape)]
     result = _plan(method, y, x, shape, start)
-    return np.rint(result).astype(kept) if kept.kind in "iu" else result.astype(kept, copy=False)
+    return np.rint(result).astype(kept) if kept.kind in "biu" else result.astype(kept, copy=False)
 
 
 def convolve(in1: ArrayLike, in2: ArrayLike, mode: str = "full", method: str = "auto") -> np.ndarray:

@@ -33,12 +33,14 @@ _pointer = ctypes.c_void_p
 def _typed(a: Any, x: np.ndarray) -> tuple[Any, np.ndarray, str]:
     """Matrix and operand in their common type, of which there are kernels."""
     common = np.result_type(a.dtype, x.dtype)
-    if common.kind in "biu" or common == np.float16:
+    if common.kind in "biu":
         common = np.dtype(np.float64)
+    elif common.char == "e":
+        common = np.dtype(np.float32)
     if common.char not in _LETTERS:
         raise TypeError(f"a matrix of {a.dtype} and an operand of {x.dtype} have no common type up to double precision")
     if a.dtype != common or not (a.data.flags.c_contiguous and a.data.flags.aligned):
-        a = a.astype(common)
+        a = a.copy().astype(common)  # of a copy: SciPy adds up entries of one place where they lie before it converts
     return a, np.asarray(x, common), _LETTERS[common.char]
 
 
@@ -244,6 +246,8 @@ def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower:
     meaning = _letters(kind, lower, unit_diagonal)
     x = np.asarray(x)
     a, x, letter = _typed(a, x)
+    if kind == "hermitian" and letter in "sd":
+        kind, meaning = "symmetric", "s" + meaning[1:]
     op = _operation(op, letter in "cz")
     m, n = a.shape if op == "N" else a.shape[::-1]
     if x.ndim not in (1, 2) or x.shape[0] != n:
@@ -254,7 +258,7 @@ def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower:
     y = np.zeros((m, *x.shape[1:]), x.dtype)
     if meaning == "d_u":
         return x.copy()
-    if y.size == 0 or a.nnz == 0 and meaning[2] != "u":
+    if y.size == 0 or x.size == 0 or a.data.size == 0 and meaning[2] != "u":
         return y
     if a.format == "csc":
         # The rows of its transpose, with the other triangle.

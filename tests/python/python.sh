@@ -8,7 +8,7 @@ source=$1 libraries=$2 what=$3
 python=/usr/bin/python3
 [ -x $python ] || python=python3
 needed="numpy pytest"
-[ "$what" = backend ] && needed="$needed scipy.fft"
+[ "$what" = backend ] && needed="$needed scipy.fft scipy.conftest"
 [ "$what" = examples ] && needed="numpy scipy.sparse matplotlib"
 for module in $needed; do
   $python -c "import $module" 2>/dev/null || { echo "skipped: $python has no $module"; exit 77; }
@@ -34,8 +34,8 @@ if [ "$what" = examples ]; then
 fi
 cd "$source/tests/python" || exit 1
 if [ "$what" = backend ]; then
-  tests=$($python -c 'import os, scipy.fft; print(os.path.join(os.path.dirname(scipy.fft.__file__), "tests"))')
-  [ -d "$tests" ] || { echo "skipped: SciPy came without its tests"; exit 77; }
-  exec $python -m pytest -q -p no:cacheprovider -p sent_here "$tests"
+  folder=$($python -c 'import os, scipy; print(os.path.dirname(scipy.__file__))')
+  [ -d "$folder/fft/tests" ] || { echo "skipped: SciPy came without its tests"; exit 77; }
+  exec $python -m pytest -q -p no:cacheprovider -p sent_here --rootdir "$folder" "$folder/fft/tests"
 fi
 exec $python -m pytest -q -p no:cacheprovider .

@@ -107,6 +107,7 @@ def test_sums_in_more_precision(dtype):
     for call, text in [
         (lambda: tnk.exact.dot([1.0], [1.0, 2.0]), r"\(1,\) and y \(2,\)"),
         (lambda: tnk.exact.dot([1.0], [1.0], precision="more"), "precision is 'more'"),
+        (lambda: tnk.exact.sum([2**60 + 1, -(2**60)]), "integers beyond"),
         (lambda: tnk.exact.matvec([[1.0, 2.0]], [1.0]), r"\(1, 2\) and x \(1,\)"),
         (lambda: tnk.exact.residual([[1.0]], [1.0], [1.0, 2.0]), r"\(1, 1\) and b \(2,\)"),
     ]:
@@ -130,6 +131,7 @@ def test_convolutions():
                         result = getattr(tnk.signal, name)(a, b, mode, method)
                         assert result.dtype == expected.dtype and result.shape == expected.shape
                         assert np.allclose(result, expected, atol=1e-3 if dtype in ("f4", "c8") else 1e-9)
+    assert tnk.signal.convolve(np.eye(9, dtype=bool)[3], np.eye(5, dtype=bool)[1], method="fft").sum() == 1
     for arguments, text in [
         (([1], [[1]]), r"\(1,\) and in2 of shape \(1, 1\)"),
         (([1], [1], "all"), "mode is 'all'"),
