@@ -90,17 +90,78 @@ struct Checker {
     return false;
   }
 
+  bool refuse_high(int axis, const char *expected) const {
+    return refuse("high", axis, problem.high[axis], expected);
+  }
+
+  bool has_slope(int side) const { return problem.sides[side] == 'N' || problem.sides[side] == 'n'; }
+  bool slopes(int axis) const { return has_slope(2 * axis) && has_slope(2 * axis + 1); }
+  template <class R> R step(int axis) const {
+    return (static_cast<R>(problem.high[axis]) - static_cast<R>(problem.low[axis])) /
+           static_cast<R>(problem.cells[axis]);
+  }
+
   template <class R> bool ends() const {
     for (int axis = 0; axis < problem.dims; ++axis) {
       const double low = problem.low[axis], high = problem.high[axis];
       if (!std::isfinite(static_cast<R>(low))) return refuse("low", axis, low, "a finite number");
       if (!std::isfinite(static_cast<R>(high))) return refuse("high", axis, high, "a finite number");
-      const R step = (static_cast<R>(high) - static_cast<R>(low)) / static_cast<R>(problem.cells[axis]);
-      if (!(step > 0) || !std::isfinite(step)) // an axis may have a length and its cells none
+      if (!(step<R>(axis) > 0) ||
+          !std::isfinite(step<R>(axis))) // an axis may have a length and its cells none
         return refuse("high", axis, high, "a number above problem->low");
     }
     return std::isfinite(static_cast<R>(problem.q)) || refuse("q", -1, problem.q, "a finite number");
   }
+
+  bool sides() const {
+    for (int k = 0; k < 2 * problem.dims; ++k) {
+      char name[24];
+      TextWriter(name, sizeof name).add("problem->sides[").add(std::int64_t{k}).add("]");
+      if (!Check(routine).option(position, name, problem.sides + k, "DN")) return false;
+    }
+    return true;
+  }
+
+  // What the equations multiply by: the square of the last axis' step, and of its ratios to the others.
+  template <class R> bool squares() const {
+    const int last = problem.dims - 1;
+    const R h = step<R>(last), constant = static_cast<R>(problem.q) * h * h;
+    if (!std::isfinite(h * h)) return refuse_high(last, "nearer to problem->low: squares of steps overflow");
+    if (!std::isfinite(constant))
+      return refuse("q", -1, problem.q, "a number nearer to 0, beside such steps");
+    R largest = constant + 2;
+    for (int axis = 0; axis < last; ++axis) {
+      const R root = 2 * h / step<R>(axis);
+      if (!std::isfinite(largest += root * root))
+        return refuse_high(axis, "farther from problem->low, beside steps of the last axis");
+    }
+    return true;
+  }
+
+  // Slopes at both ends of the last axis leave nothing to divide by where the other axes add nothing to the 2 of an
+  // equation. (The constant of slopes alone is another matter.)
+  template <class R> bool sums() const {
+    const int last = problem.dims - 1;
+    if (!slopes(last) || problem.q < 0) return true;
+    bool slopes_alone = true, adds = false;
+    for (int axis = 0; axis < last; ++axis) slopes_alone &= slopes(axis);
+    const R h = step<R>(last), two = static_cast<R>(problem.q) * h * h + 2;
+    int without = -1;
+    for (int axis = 0; axis < last; ++axis) {
+      if (slopes(axis) && !slopes_alone) continue;
+      const bool mixed = has_slope(2 * axis) != has_slope(2 * axis + 1);
+      const double angle = std::acos(-1.0) / (mixed ? 4 : 2) / static_cast<double>(problem.cells[axis]);
+      const R root = 2 * h / step<R>(axis) * static_cast<R>(std::sin(angle));
+      if (two + root * root > 2)
+        adds = true;
+      else
+        without = axis;
+    }
+    return without < 0 || (adds && !slopes_alone) ||
+           refuse_high(without, "nearer to problem->low, beside steps of the last axis");
+  }
+
+  template <class R> bool numbers() const { return ends<R>() && sides() && squares<R>() && sums<R>(); }
 
   bool all() const {
     const Check check(routine);
@@ -115,13 +176,7 @@ struct Checker {
         return false;
       room /= problem.cells[axis] + 1;
     }
-    const bool ends_hold = problem.numbers == TNK_POISSON_FLOAT ? ends<float>() : ends<double>();
-    for (int k = 0; ends_hold && k < 2 * problem.dims; ++k) {
-      char name[24];
-      TextWriter(name, sizeof name).add("problem->sides[").add(std::int64_t{k}).add("]");
-      if (!check.option(position, name, problem.sides + k, "DN")) return false;
-    }
-    return ends_hold;
+    return problem.numbers == TNK_POISSON_FLOAT ? numbers<float>() : numbers<double>();
   }
 };
 

@@ -7,9 +7,9 @@
 //
 //   g[j] = (f[j] + g[j-1]) w[j],    then backwards    u[j] = g[j] + w[j] u[j+1]
 //
-// Columns go side by side, so that rows are read in sequence. w rises or falls to a limit and, since rounding keeps order,
-// reaches one exactly: from there on it is neither computed nor stored, and bits are as they would be. Of a
-// square of 512 that leaves one division in six.
+// Columns go side by side, and rows in strips, from left to right. w rises or falls to a limit and, since rounding keeps
+// order, reaches one exactly: from there on it is neither computed nor stored, and bits are as they would be. Of a
+// square of 512 that leaves one division in twenty.
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -20,7 +20,10 @@
 namespace tnk::host::poisson {
 namespace {
 
-constexpr tnk_int block = 64; // columns side by side; two rows of them and their w stay in the first cache
+// Columns side by side: two kB of a row, or one where threads share them. Rows of a square of 2^k begin a few bytes off whole
+// pages from each other, and a processor that looks at the last 12 bits of an address holds a load back until such a store
+// is done: so many columns further on it is.
+template <class R> constexpr tnk_int block = 2048 / static_cast<tnk_int>(sizeof(R));
 
 template <class R> struct Systems {
   R *f; // row 0 of the first column
@@ -31,67 +34,100 @@ template <class R> struct Systems {
   Range rows() const { return unknowns(sides, n); }
 };
 
-// ---- Sweeps over rows whose w is settled -----------------------------------------------------------------------------
-// Some columns at a time stay in registers over some rows, which are few so that a page that is open serves all columns of
-// a block. Beside plain rows, one thread, a square of 2048: twice as fast, as more lines of memory are under way at once.
+// ---- Strips of rows --------------------------------------------------------------------------------------------------
+// Who imports these loops is a library for AVX.
 
-constexpr tnk_int registers = 8; // of the sixteen; w comes from the first cache
-constexpr tnk_int strip_rows = 8;
+constexpr int strip_rows = 4;
 
-template <class R> struct Pack { typedef R type __attribute__((vector_size(16))); };
+template <class R> struct Pack { typedef R type __attribute__((vector_size(32))); };
 template <class R> using pack = typename Pack<R>::type;
-template <class R> constexpr tnk_int per_pack = 16 / static_cast<tnk_int>(sizeof(R));
-template <class R> constexpr tnk_int strip_width = registers *per_pack<R>;
+template <class R> constexpr tnk_int per_pack = 32 / static_cast<tnk_int>(sizeof(R));
 
-template <class R> pack<R> load(const R *p) {
-  pack<R> v;
+template <class V, class R> [[gnu::target("avx"), gnu::always_inline]] inline V load(const R *p) {
+  V v;
   std::memcpy(&v, p, sizeof v);
   return v;
 }
-
-enum Direction { down, up };
-template <Direction direction, class T> T next(T now, T before, T w) {
-  return direction == down ? (now + before) * w : now + w * before;
+template <class V, class R> [[gnu::target("avx"), gnu::always_inline]] inline void store(R *p, const V &v) {
+  std::memcpy(p, &v, sizeof v);
 }
 
-// From the row that is done, `rows` more.
-template <Direction direction, class R> void strip(R *row, tnk_int step, tnk_int rows, const R *w) {
-  pack<R> done[registers];
-  for (tnk_int k = 0; k < registers; ++k) done[k] = load(row + k * per_pack<R>);
-  for (; rows > 0; --rows) {
-    row += step;
-    for (tnk_int k = 0; k < registers; ++k) {
-      R *const at = row + k * per_pack<R>;
-      done[k] = next<direction>(load(at), done[k], load(w + k * per_pack<R>));
-      std::memcpy(at, &done[k], sizeof done[k]);
+// What becomes of w: it is made, row by row, or read, or has settled.
+enum Sweep { down_making, down_settled, up_reading, up_settled };
+constexpr bool is_down(Sweep sweep) {
+  return sweep == down_making || sweep == down_settled;
+}
+
+// From `row`, which is done, `rows` more, as far as they are columns [i, end) in whole V. Returns the column reached. w stands
+// beside `row`, on the way up beside the next one.
+template <Sweep sweep, int rows, class V, class R>
+[[gnu::target("avx"), gnu::always_inline]] inline tnk_int
+strip_of(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch, const R *lambda) {
+  constexpr tnk_int width = sizeof(V) / sizeof(R);
+  const tnk_int step = is_down(sweep) ? stride : -stride;
+  for (; i + width <= end; i += width) {
+    V u = load<V>(row + i), pivot = load<V>(w + i), f[rows];
+    for (int r = 0; r < rows; ++r) f[r] = load<V>(row + (r + 1) * step + i);
+    for (int r = 0; r < rows; ++r) {
+      if constexpr (sweep == down_making) {
+        pivot = 1 / (load<V>(lambda + i) - pivot);
+        store(w + (r + 1) * pitch + i, pivot);
+      } else if constexpr (sweep == up_reading) {
+        pivot = load<V>(w - r * pitch + i);
+      }
+      u = is_down(sweep) ? (f[r] + u) * pivot : f[r] + pivot * u;
+      store(row + (r + 1) * step + i, u);
     }
   }
+  return i;
 }
 
-template <Direction direction, class R>
-void sweep_row(R *__restrict now, const R *__restrict before, tnk_int from, tnk_int count,
-               const R *__restrict w) {
-  for (tnk_int i = from; i < count; ++i) now[i] = next<direction>(now[i], before[i], w[i]);
+template <Sweep sweep, int rows, class R>
+[[gnu::target("avx")]] void strip(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch,
+                                  const R *lambda) {
+  i = strip_of<sweep, rows, pack<R>>(row, stride, i, end, w, pitch, lambda);
+  strip_of<sweep, rows, R>(row, stride, i, end, w, pitch, lambda);
 }
-
-// Returns the last row.
-template <Direction direction, class R>
-R *sweep(R *row, tnk_int stride, tnk_int rows, tnk_int count, const R *w) {
-  const tnk_int step = direction == down ? stride : -stride;
-  for (; rows > 0; rows -= strip_rows) {
-    const tnk_int some = std::min(rows, strip_rows);
-    tnk_int i = 0;
-    for (; i + strip_width<R> <= count; i += strip_width<R>) strip<direction>(row + i, step, some, w + i);
-    for (tnk_int k = 0; k < some; ++k, row += step) sweep_row<direction>(row + step, row, i, count, w);
-  }
-  return row;
+template <Sweep sweep, class R>
+void strip(int rows, R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch = 0,
+           const R *lambda = nullptr) {
+  if (rows == strip_rows)
+    strip<sweep, strip_rows>(row, stride, i, end, w, pitch, lambda);
+  else
+    strip<sweep, 1>(row, stride, i, end, w, pitch, lambda);
 }
 
 // ---- Systems ------------------------------------------------------------------------------------------------------------
 
-// `count` columns from f on, each with its lambda. `w` has room for all rows of a block.
+// The columns of a block whose w is still on its way: the first ones, by packs, since the others settle earlier.
+template <class R> class Making {
+public:
+  explicit Making(tnk_int count) : count_(count), end_(count) {}
+  tnk_int end() const { return end_; }
+
+  // After strip s, with the last row of w and those that have settled.
+  void look(tnk_int s, const R *w, tnk_int pitch, R *settled) {
+    while (end_ > 0) {
+      const tnk_int from = (end_ - 1) / per_pack<R> * per_pack<R>;
+      if (!std::equal(w + from, w + end_, w + from - pitch)) return;
+      std::copy(w + from, w + end_, settled + from);
+      last_strip_[from / per_pack<R>] = s;
+      end_ = from;
+    }
+  }
+  // Back to how it was in strip s.
+  void return_to(tnk_int s) {
+    while (end_ < count_ && last_strip_[end_ / per_pack<R>] >= s) end_ = std::min(end_ + per_pack<R>, count_);
+  }
+
+private:
+  tnk_int count_, end_;
+  tnk_int last_strip_[block<R> / per_pack<R>];
+};
+
+// `count` columns from f on, each with its lambda. `w` has room for as many rows of a pitch.
 template <class R>
-void solve(const Systems<R> &systems, R *f, const R *__restrict lambda, tnk_int count, R *w) {
+void solve(const Systems<R> &systems, R *f, const R *__restrict lambda, tnk_int count, R *w, tnk_int pitch) {
   const auto [first, end] = systems.rows();
   const tnk_int stride = systems.stride, last = end - 1;
   const R half_first =
@@ -101,34 +137,32 @@ void solve(const Systems<R> &systems, R *f, const R *__restrict lambda, tnk_int 
     w[i] = 1 / (half_first * lambda[i]);
     row[i] *= half_first * w[i];
   }
-  // w_row: the newest w; rows from `settled` on have that at last.
-  R *w_row = w;
-  tnk_int settled = last;
-  const tnk_int regular_end = systems.sides.slope_above ? last : end;
-  for (tnk_int j = first + 1; j < regular_end; ++j) {
-    R *__restrict const now = row + stride, *__restrict const w_now = w_row + block;
-    const R *__restrict const before = row, *__restrict const w_before = w_row;
-    for (tnk_int i = 0; i < count; ++i) {
-      const R pivot = 1 / (lambda[i] - w_before[i]);
-      w_now[i] = pivot;
-      now[i] = (now[i] + before[i]) * pivot;
-    }
-    row = now;
-    if (std::equal(w_now, w_now + count, w_before)) {
-      settled = j - 1;
-      row = sweep<down>(row, stride, regular_end - 1 - j, count, w_row);
-      break;
-    }
-    w_row = w_now;
+  const bool closes = systems.sides.slope_above && first < last; // by an equation of its own
+  const tnk_int regular = last - first - closes, whole = regular / strip_rows,
+                strips = whole + regular % strip_rows;
+  Making<R> making(count);
+  R settled[block<R>];
+  for (tnk_int s = 0; s < strips; ++s) {
+    const int rows = s < whole ? strip_rows : 1;
+    strip<down_making>(rows, row, stride, 0, making.end(), w, pitch, lambda);
+    strip<down_settled>(rows, row, stride, making.end(), count, settled);
+    row += rows * stride, w += rows * pitch;
+    making.look(s, w, pitch, settled);
   }
-  if (systems.sides.slope_above && first < last) {
+  if (closes) {
     R *__restrict const now = row + stride;
-    for (tnk_int i = 0; i < count; ++i) now[i] = (R(0.5) * now[i] + row[i]) / (R(0.5) * lambda[i] - w_row[i]);
-    row = now;
+    for (tnk_int i = 0; i < count; ++i)
+      now[i] = (R(0.5) * now[i] + row[i]) / (R(0.5) * lambda[i] - (i < making.end() ? w[i] : settled[i]));
+    strip<up_reading>(1, now, stride, 0, making.end(), w);
+    strip<up_settled>(1, now, stride, making.end(), count, settled);
   }
-  row = sweep<up>(row, stride, last - settled, count, w_row);
-  for (tnk_int j = std::min(settled, last) - 1; j >= first; --j, row -= stride)
-    sweep_row<up>(row - stride, row, 0, count, w + (j - first) * block);
+  for (tnk_int s = strips - 1; s >= 0; --s) {
+    const int rows = s < whole ? strip_rows : 1;
+    making.return_to(s);
+    strip<up_reading>(rows, row, stride, 0, making.end(), w - pitch, pitch);
+    strip<up_settled>(rows, row, stride, making.end(), count, settled);
+    row -= rows * stride, w -= rows * pitch;
+  }
 }
 
 // The one system with lambda = 2 and slopes at both ends: the equations add up to nothing on the left, so f must, with half
@@ -165,30 +199,32 @@ template <class R>
 void solve_all(const Systems<R> &systems, const Coefficients<R> &c, bool singular, int dims, R *dpar,
                const tnk_int *ipar, tnk_int limit, tnk_int *stat) {
   std::atomic<tnk_int> status{0};
-  const tnk_int blocks = (c.x.end + block - 1) / block; // of a line, from its beginning
   const double points =
       static_cast<double>(c.x.size()) * static_cast<double>(c.y.size()) * static_cast<double>(systems.n);
+  const int threads = threads_for(points, limit);
+  const tnk_int columns = threads > 1 ? block<R> / 2 : block<R>;
+  const tnk_int blocks = (c.x.end + columns - 1) / columns; // of a line, from its beginning
+  const tnk_int packs = (std::min(columns, c.x.end) + per_pack<R> - 1) / per_pack<R>,
+                pitch = packs * per_pack<R>; // of w, which takes no more room than f
   if (systems.rows().size() > 0)
-    in_slices({c.y.begin * blocks, c.y.end * blocks}, 1, threads_for(points, limit),
-              [&](tnk_int begin, tnk_int end) {
-                const tnk_int room = systems.rows().size() * block * static_cast<tnk_int>(sizeof(R));
-                R *const w = static_cast<R *>(tnk_serv_allocate(room, 64));
-                if (!w) {
-                  status = TNK_PDEPL_FAILED;
-                  return;
-                }
-                for (tnk_int k = begin; k < end; ++k) {
-                  const tnk_int j = k / blocks, from = k % blocks * block;
-                  const bool skip = singular && k == 0; // its first column
-                  const tnk_int i = std::max(from, skip ? 1 : c.x.begin),
-                                to = std::min(from + block, c.x.end);
-                  R lambda[block];
-                  for (tnk_int m = i; m < to; ++m)
-                    lambda[m - i] = c.y_spectrum ? c.x_spectrum[m] + c.y_spectrum[j] : c.x_spectrum[m];
-                  solve(systems, systems.f + j * c.line + i, lambda, to - i, w);
-                }
-                tnk_serv_deallocate(w);
-              });
+    in_slices({c.y.begin * blocks, c.y.end * blocks}, 1, threads, [&](tnk_int begin, tnk_int end) {
+      const tnk_int room = systems.rows().size() * pitch * static_cast<tnk_int>(sizeof(R));
+      R *const w = static_cast<R *>(tnk_serv_allocate(room, 64));
+      if (!w) {
+        status = TNK_PDEPL_FAILED;
+        return;
+      }
+      for (tnk_int k = begin; k < end; ++k) {
+        const tnk_int j = k / blocks, from = k % blocks * columns;
+        const bool skip = singular && k == 0; // its first column
+        const tnk_int i = std::max(from, skip ? 1 : c.x.begin), to = std::min(from + columns, c.x.end);
+        R lambda[block<R>];
+        for (tnk_int m = i; m < to; ++m)
+          lambda[m - i] = c.y_spectrum ? c.x_spectrum[m] + c.y_spectrum[j] : c.x_spectrum[m];
+        solve(systems, systems.f + j * c.line + i, lambda, to - i, w, pitch);
+      }
+      tnk_serv_deallocate(w);
+    });
   if (singular && status == 0) {
     // A forward transform makes twice its mean of a constant.
     const double h = static_cast<double>(dpar[dims - 1]), twice = dims == 2 ? 2 : 4;

@@ -44,9 +44,12 @@ typedef struct tnk_poisson_problem {
   int32_t numbers; /* one of tnk_poisson_numbers: f and boundaries; a plan of floats computes in floats */
   tnk_int cells
       [3]; /* along x, y, z: 2 or more, along the last axis 1 or more. Products of small primes are fastest */
-  double low[3], high[3]; /* ends of each axis: finite, in ascending order in the numbers' precision */
-  char sides[7];          /* below x, above x, below y ...: 4 letters, in a box 6; more are not read */
-  double q;               /* finite */
+  /* Ends of each axis: finite, in ascending order in the numbers' precision. The square of the last axis' step is a number
+     there, and that of its ratio to every other step. With slopes at both ends of the last axis, the other axes' ratios
+     also count beside 2: else there is nothing to divide by. */
+  double low[3], high[3];
+  char sides[7]; /* below x, above x, below y ...: 4 letters, in a box 6; more are not read */
+  double q;      /* finite, also times the square of the last axis' step */
 } tnk_poisson_problem;
 
 typedef struct tnk_poisson_plan tnk_poisson_plan;

@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 #include <tnk/poisson.hpp>
 
+#include <cmath>
+#include <cstring>
+
 namespace tnk::test {
 namespace {
 
@@ -73,6 +76,38 @@ TEST(PoissonPlan, RefusesByName) {
     problem.low[0] = low, problem.high[0] = high;
     EXPECT_EQ(tnk_poisson_plan_make(&plan, &problem), TNK_POISSON_BAD_ARGUMENT);
     EXPECT_NE(errors.bad_argument().find("argument 2 (problem->high[0])"), std::string::npos);
+  }
+  problem.low[0] = problem.low[1] = problem.low[2] = 0;
+  // Equations that would make NaN of every f, and beside each a length of this axis with which they do not.
+  const struct {
+    const char *sides, *argument;
+    int dims, numbers, axis;
+    double bad, good, q = 0;
+  } steps[] = {
+      {"DDDD", "problem->high[1]", 2, TNK_POISSON_DOUBLE, 1, 1e155, 1e150},
+      {"DDNN", "problem->high[0]", 2, TNK_POISSON_DOUBLE, 0, 1e-154, 1e-150},
+      {"DDDDDD", "problem->high[1]", 3, TNK_POISSON_FLOAT, 1, 1e-20f, 1e-18f},
+      {"DDDD", "problem->q", 2, TNK_POISSON_DOUBLE, 1, 1e5, 1, 1e300},
+      {"NDNN", "problem->high[0]", 2, TNK_POISSON_DOUBLE, 0, 1e9, 1e7},
+      {"DDNNNN", "problem->high[0]", 3, TNK_POISSON_DOUBLE, 0, 1e9, 1e7},
+      {"NNDDNN", "problem->high[1]", 3, TNK_POISSON_FLOAT, 1, 1e4, 1e3},
+      {"NNNN", "problem->high[0]", 2, TNK_POISSON_FLOAT, 0, 1e4, 1e3},
+      {"NNNNNN", "problem->high[1]", 3, TNK_POISSON_DOUBLE, 1, 1e9, 1e7},
+  };
+  for (const auto &c : steps) {
+    problem.dims = c.dims, problem.numbers = c.numbers, problem.q = c.q;
+    std::memcpy(problem.sides, c.sides, static_cast<std::size_t>(2 * c.dims));
+    for (int axis = 0; axis < 3; ++axis) problem.cells[axis] = 4, problem.high[axis] = 1;
+    problem.high[c.axis] = c.bad;
+    EXPECT_EQ(tnk_poisson_plan_make(&plan, &problem), TNK_POISSON_BAD_ARGUMENT) << c.sides << c.bad;
+    EXPECT_NE(errors.bad_argument().find(c.argument), std::string::npos) << errors.last().message;
+    problem.high[c.axis] = c.good;
+    double f[125] = {};
+    float g[125] = {};
+    for (int i = 0; i < 125; ++i) f[i] = g[i] = static_cast<float>(i % 7 - 3);
+    const bool single = c.numbers == TNK_POISSON_FLOAT;
+    tnk_poisson_solve(&problem, single ? static_cast<void *>(g) : f, nullptr, nullptr);
+    for (int i = 0; i < 125; ++i) EXPECT_TRUE(single ? std::isfinite(g[i]) : std::isfinite(f[i])) << c.sides;
   }
   EXPECT_EQ(tnk_poisson_plan_make(nullptr, &problem), TNK_POISSON_BAD_ARGUMENT);
   EXPECT_NE(errors.bad_argument().find("argument 1 (plan)"), std::string::npos);

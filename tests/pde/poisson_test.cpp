@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <random>
 #include <sstream>
 #include <tnk/host.h>
 #include <tnk/pde_poisson.h>
@@ -211,6 +212,73 @@ TEST(PoissonThreads, MoveNoBit) {
   same_bits<2>({210, 180}, "DNND");
   same_bits<3>({40, 33, 36}, "DDNNDN");
   same_bits<3>({150, 120, 2}, "NDDDDD"); // one plane, which is cut itself
+}
+
+// ---- Columns ------------------------------------------------------------------------------------------------------------
+
+// - u[j-1] + lambda u[j] - u[j+1] = f[j], by plain elimination; equations at slopes are halved.
+template <class R>
+void eliminate(R *f, tnk_int stride, tnk_int n, bool slope_below, bool slope_above, R lambda) {
+  const tnk_int first = slope_below ? 0 : 1, last = slope_above ? n : n - 1;
+  std::vector<R> w(static_cast<std::size_t>(n + 1));
+  R before = 0, w_before = 0;
+  for (tnk_int j = first; j <= last; ++j) {
+    const bool halved = (j == 0 && slope_below) || (j == n && slope_above);
+    const R half = halved ? R(0.5) : R(1), pivot = half * lambda - w_before;
+    R &now = f[j * stride];
+    w_before = w[static_cast<std::size_t>(j)] = 1 / pivot;
+    if (j == first)
+      now *= half * w_before;
+    else
+      now = halved ? (half * now + before) / pivot : (now + before) * w_before;
+    before = now;
+  }
+  for (tnk_int j = last - 1; j >= first; --j)
+    f[j * stride] += w[static_cast<std::size_t>(j)] * f[(j + 1) * stride];
+}
+
+// However columns and rows go side by side, each has the bits of plain elimination, early and late where its pivots settle,
+// and columns that are not unknown stay.
+template <class R, class Solve> void same_as_plain(bool slope_below, bool slope_above, const Solve &solve) {
+  std::mt19937 engine(5);
+  std::uniform_real_distribution<R> any(-1, 1);
+  const std::pair<tnk_int, std::vector<tnk_int>> sizes[] = {
+      {5, {1, 2, 3, 4, 5, 6, 7, 8, 9, 90}}, {263, {6, 37, 120}}, {520, {23}}};
+  for (const auto &[nx, heights] : sizes)
+    for (const tnk_int ny : heights)
+      for (const tnk_int threads : {1, 2}) {
+        const tnk_int stride = nx + 1;
+        std::vector<R> f(static_cast<std::size_t>(stride * (ny + 1))), dpar(static_cast<std::size_t>(nx + 6));
+        std::vector<tnk_int> ipar(TNK_PDEPL_IPAR);
+        ipar[TNK_PDEPL_SPECTRA] = 6;
+        for (R &value : f) value = any(engine);
+        R *const lambda = dpar.data() + 5;
+        for (tnk_int i = 0; i <= nx; ++i) { // as spectra rise, but for one here and there
+          const R angle = static_cast<R>(i) / static_cast<R>(nx);
+          lambda[i] = 2 + 4 * angle * angle * (i % 50 == 49 ? R(0.001) : R(1)) + R(1e-5);
+        }
+        std::vector<R> expected = f;
+        for (tnk_int i = 1; i < nx; ++i)
+          eliminate(expected.data() + i, stride, ny, slope_below, slope_above, lambda[i]);
+        tnk_int stat = -1;
+        solve(&nx, &ny, f.data(), dpar.data(), ipar.data(), &threads, &stat);
+        EXPECT_EQ(stat, 0);
+        EXPECT_EQ(f, expected) << nx << " by " << ny << ", slopes " << slope_below << slope_above;
+      }
+}
+TEST(PoissonColumns, AreThoseOfPlainElimination) {
+  tnk_set_num_threads(2);
+  const tnk_int regular = 14;
+  same_as_plain<double>(false, false, tnk_pdepl_d_lu_2d_dd);
+  same_as_plain<double>(false, true, tnk_pdepl_d_lu_2d_dn);
+  same_as_plain<double>(true, false, tnk_pdepl_d_lu_2d_nd);
+  same_as_plain<double>(true, true,
+                        [&](auto nx, auto ny, auto f, auto dpar, auto ipar, auto threads, auto stat) {
+                          tnk_pdepl_d_lu_2d_nn(nx, ny, f, dpar, ipar, threads, &regular, stat);
+                        });
+  same_as_plain<float>(false, false, tnk_pdepl_s_lu_2d_dd);
+  same_as_plain<float>(false, true, tnk_pdepl_s_lu_2d_dn);
+  tnk_set_num_threads(0);
 }
 
 // ---- Statuses -----------------------------------------------------------------------------------------------------------
