@@ -120,7 +120,8 @@ def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths
         addresses = source.ctypes.data, destination.ctypes.data
         if len(found) == 1:
             return found[0][0].run(*addresses, found[0][1])
-        return spread([lambda how=how, offsets=offsets: how.run(*addresses, offsets) for how, offsets in found])
+        held = source, destination  # as long as a piece runs
+        return spread([lambda how=how, offsets=offsets, held=held: how.run(*addresses, offsets) for how, offsets in found])
 
     moved = tuple(range(-len(axes), 0))
     dense = np.ascontiguousarray(np.moveaxis(source, axes, moved))

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 import threading
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import ThreadPoolExecutor, wait
 from typing import Callable, Optional, Sequence
 
 _pool: Optional[ThreadPoolExecutor] = None
@@ -12,7 +12,11 @@ _lock = threading.Lock()
 
 
 def spread(pieces: Sequence[Callable[[], None]]) -> None:
-    """Run all, the last one on this thread; the first error is raised once all have ended."""
+    """Run all, the last one on this thread; the first error is raised once all have ended.
+
+    An interrupt is raised then, too. Should another one come in between, others may still run: pieces refer to the arrays
+    that they work on, so that these live as long.
+    """
     global _pool
     if len(pieces) == 1:
         return pieces[0]()
@@ -23,8 +27,14 @@ def spread(pieces: Sequence[Callable[[], None]]) -> None:
     try:
         pieces[-1]()
     finally:
-        errors = [piece.exception() for piece in waiting]
-    for error in errors:
+        interrupt = None
+        for piece in waiting:
+            while not piece.done():
+                try:
+                    wait((piece,))
+                except BaseException as error:
+                    interrupt = error
+    for error in (interrupt, *(piece.exception() for piece in waiting)):
         if error is not None:
             raise error
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import operator
 import threading
 import warnings
 from math import prod
@@ -36,6 +37,13 @@ _solve = declared(
 _free = declared("tnk_poisson_plan_free", None, _pointer)
 
 _SINGULAR = 4
+
+
+def _real(values: ArrayLike, name: str, dtype: np.dtype) -> np.ndarray:
+    array = np.asarray(values)
+    if array.dtype.kind not in "fiub" or array.itemsize > 8:
+        raise TypeError(f"{name} is of dtype {array.dtype}, expected real numbers up to double precision")
+    return array.astype(dtype, copy=False)
 
 
 class Solver:
@@ -76,14 +84,16 @@ class Solver:
 
     def __init__(self, shape: Sequence[int], extents: Sequence[Sequence[float]], *, sides: Optional[Sequence[str]] = None,
                  q: float = 0.0, dtype: Any = np.float64) -> None:  # fmt: skip
-        self.shape = tuple(int(n) for n in shape)
+        self._plan = _pointer()
+        self.shape = tuple(operator.index(n) for n in shape)
         self.dtype = np.dtype(dtype)
         self.off = 0.0
         self._lock = threading.Lock()
-        self._plan = _pointer()
         dims = len(self.shape)
         if dims not in (2, 3):
             raise ValueError(f"shape is {self.shape}, expected two or three axes")
+        if min(self.shape) < 3:
+            raise ValueError(f"shape is {self.shape}, expected 3 points or more along each axis")
         if self.dtype not in (np.float32, np.float64):
             raise ValueError(f"dtype is {self.dtype}, expected float32 or float64")
         ends = np.asarray(extents, float)
@@ -118,7 +128,7 @@ class Solver:
             for end, given in enumerate(pair):
                 if given is None:
                     continue
-                values = np.asarray(given, self.dtype)
+                values = _real(given, f"the boundary of axis {axis}, side {end},", self.dtype)
                 if values.ndim and values.shape != expected:
                     raise ValueError(f"the boundary of axis {axis}, side {end}, has shape {values.shape}, expected {expected}")
                 arrays[2 * (dims - 1 - axis) + end] = np.ascontiguousarray(np.broadcast_to(values, expected))
@@ -144,13 +154,15 @@ class Solver:
         ------
         ValueError
             If a shape does not fit.
+        TypeError
+            If numbers are complex, or of extended precision.
 
         Warns
         -----
         RuntimeWarning
             If the problem has no solution as given, see `off`.
         """
-        values = np.asarray(f, self.dtype)
+        values = _real(f, "f", self.dtype)
         if values.ndim and values.shape != self.shape:
             raise ValueError(f"f has shape {values.shape}, expected {self.shape}")
         u = np.array(np.broadcast_to(values, self.shape), order="C")
@@ -203,8 +215,5 @@ def solve(f: ArrayLike, extents: Sequence[Sequence[float]], *, sides: Optional[S
     array([1.  , 0.75, 0.5 , 0.25, 0.  ])
     """
     values = np.asarray(f)
-    single = values.dtype in (np.float32, np.float16)
-    if values.dtype.kind not in "fiub" or values.dtype.itemsize > 8:
-        raise TypeError(f"f is of dtype {values.dtype}, expected real numbers up to double precision")
-    dtype = np.float32 if single else np.float64
+    dtype = np.float32 if values.dtype.char in "ef" else np.float64
     return Solver(values.shape, extents, sides=sides, q=q, dtype=dtype).solve(values, boundary)

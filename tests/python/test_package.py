@@ -5,14 +5,17 @@ import fractions
 import importlib
 import io
 import os
+import signal
 import subprocess
 import sys
+import time
 
 import numpy as np
 import pytest
 import tnk
 import tnk.exact
 import tnk.signal
+from tnk import _threads
 
 
 @pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse"])
@@ -49,6 +52,21 @@ def test_threads():
     assert tnk.get_max_threads() == before
     with pytest.raises(ValueError, match="threads"):
         tnk.set_num_threads(-1)
+
+
+def test_an_interrupt_waits_for_threads():
+    def interrupt(*_):
+        raise KeyboardInterrupt
+
+    ended = []
+    before = signal.signal(signal.SIGALRM, interrupt)
+    try:
+        signal.setitimer(signal.ITIMER_REAL, 0.05)
+        with pytest.raises(KeyboardInterrupt):
+            _threads.spread([lambda: (time.sleep(0.3), ended.append(1)), lambda: None])
+    finally:
+        signal.signal(signal.SIGALRM, before)
+    assert ended
 
 
 def test_thread_pools_are_limited():

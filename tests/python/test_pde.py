@@ -49,6 +49,9 @@ def test_second_order_and_precisions():
 
     assert 3.9 < error(16, np.float64) / error(32, np.float64) < 4.1
     assert error(64, np.float32) < 1e-3
+    assert tnk.pde.solve(np.zeros((4, 4), ">f4"), [(0, 1), (0, 1)]).dtype == np.float32
+    with pytest.raises(TypeError, match="f is of dtype complex128"):
+        tnk.pde.Solver((4, 4), [(0, 1), (0, 1)]).solve(1j)
 
 
 def test_singular_problems():
@@ -66,7 +69,7 @@ def test_singular_problems():
         (lambda: tnk.pde.solve(np.zeros(5), [(0, 1)]), "two or three axes"),
         (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1)]), r"extents have shape \(1, 2\), expected \(2, 2\)"),
         (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1), (1, 0)]), "high"),
-        (lambda: tnk.pde.solve(np.zeros((5, 2)), [(0, 1), (0, 1)]), "cells"),
+        (lambda: tnk.pde.solve(np.zeros((5, 2)), [(0, 1), (0, 1)]), r"shape is \(5, 2\), expected 3 points"),
         (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1), (0, 1)], sides=["DX", "DD"]), "sides"),
         (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1), (0, 1)], sides=["D", "DD"]), "two letters"),
         (lambda: tnk.pde.solve(np.zeros((5, 6)), [(0, 1), (0, 1)], boundary=[(np.ones(5), 0), (0, 0)]), r"\(5,\), expected \(6,\)"),
