@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import operator
 import os
 import sys
 import threading
@@ -151,6 +152,7 @@ def kernel(name: str, result: Any, *arguments: Any) -> Any:
 
 _set_threads = declared("tnk_set_num_threads", None, ctypes.c_int)
 _get_threads = declared("tnk_get_max_threads", ctypes.c_int)
+_MOST = 2**31 - 1
 _asked = 0  # what set_num_threads was called with last
 
 
@@ -166,9 +168,12 @@ def set_num_threads(threads: int) -> None:
     Raises
     ------
     ValueError
-        If `threads` is negative.
+        If `threads` is negative, or too large for an integer of 32 bits.
     """
     global _asked
+    threads = operator.index(threads)
+    if threads > _MOST:
+        raise ValueError(f"threads is {threads}, expected {_MOST} at most")
     call(_set_threads, threads)
     _asked = threads
 

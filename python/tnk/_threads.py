@@ -18,8 +18,10 @@ def spread(pieces: Sequence[Callable[[], None]]) -> None:
     that they work on, so that these live as long.
     """
     global _pool
-    if len(pieces) == 1:
-        return pieces[0]()
+    if len(pieces) == 1 or not threading.main_thread().is_alive():  # no pool takes more once that thread has ended
+        for piece in pieces:
+            piece()
+        return
     with _lock:
         if _pool is None:
             _pool = ThreadPoolExecutor(thread_name_prefix="tnk")

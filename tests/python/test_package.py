@@ -50,8 +50,24 @@ def test_threads():
     assert tnk.get_max_threads() == 1
     tnk.set_num_threads(0)
     assert tnk.get_max_threads() == before
-    with pytest.raises(ValueError, match="threads"):
-        tnk.set_num_threads(-1)
+    for wrong in (-1, 2**32 + 1):
+        with pytest.raises(ValueError, match="threads"):
+            tnk.set_num_threads(wrong)
+    with pytest.raises(TypeError):
+        tnk.set_num_threads(0.5)
+
+
+def test_threads_go_on_when_the_main_one_has_ended():
+    program = """if True:
+        import threading, time, numpy, tnk.fft
+
+        def late():
+            threading.main_thread().join()
+            print(tnk.fft.fft(numpy.ones((64, 4096)), workers=2)[-1, 0])
+
+        threading.Thread(target=late).start()
+    """
+    assert "4096" in start(program).stdout
 
 
 def test_an_interrupt_waits_for_threads():
