@@ -112,6 +112,9 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   y.fill([&] { return random.number<T>(); });
   const Sides<T> b = y;
 
+  // Where each row begins at the end of the one before, one array may hold both.
+  const bool one_array = name.storage == "csr" && random.integer(0, 1);
+  if (one_array) a.row_start.push_back(a.row_end.back());
   const Guarded<T> values(a.values);
   const Guarded<I> columns(a.columns),
       rows(name.storage == "csr"   ? a.row_start
@@ -123,7 +126,8 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   GridArguments<T, I> g;
   I first = 1, last = n;
   g.first = &first, g.last = &last, g.m = &m, g.n = &n, g.sides = &n, g.count = &nnz, g.stride = &a.stride;
-  g.alpha = &alpha, g.values = values.data(), g.rows = rows.data(), g.row_end = row_end.data();
+  g.alpha = &alpha, g.values = values.data(), g.rows = rows.data(),
+  g.row_end = one_array ? rows.data() + 1 : row_end.data();
   g.columns = columns.data(), g.y = y.data(), g.ldy = &ldy;
   g.band_first = &a.band_first, g.band_last = &a.band_last, g.diag = &a.diag;
   allocations.reset();
@@ -206,11 +210,18 @@ struct Rows {
     end.push_back(static_cast<tnk_int>(values.size()) + 1);
     return *this;
   }
-  Vector sv(const std::string &letters, Vector y, double alpha = 3) const {
+  // With pointers in two arrays and, as rows adjoin, in one: the same bits.
+  Vector sv(const std::string &letters, const Vector &b, double alpha = 3) const {
     const tnk_int rows = m();
-    Named<double>{"tnk_spblas_?csr1" + letters + "f__svout_seq"}(&rows, &alpha, values.data(), columns.data(),
-                                                                 start.data(), end.data(), y.data());
-    return y;
+    std::vector<tnk_int> both = start;
+    both.push_back(end.back());
+    Vector x[2] = {b, b};
+    for (int k = 0; k < 2; ++k)
+      Named<double>{"tnk_spblas_?csr1" + letters + "f__svout_seq"}(
+          &rows, &alpha, values.data(), columns.data(), k ? both.data() : start.data(),
+          k ? both.data() + 1 : end.data(), x[k].data());
+    EXPECT_EQ(x[0], x[1]) << letters;
+    return x[0];
   }
   // As the only right-hand side of three.
   Vector sm(const std::string &letters, Vector y, double alpha = 3) const {
@@ -325,6 +336,51 @@ TEST(SparseSolves, TermsComeInTheirOrder) {
       EXPECT_EQ(*several ? upper.sm("ttun", b) : upper.sv("ttun", b), up) << several;
     }
   }
+}
+
+// Rows of 0 to 13 entries besides the pivot, some with what is beyond it, some without order or pivot; in the second
+// cache and out of it.
+TEST(SparseSolves, RowsOfEveryLengthAndShape) {
+  Random random;
+  for (const tnk_int m : {200, 9000})
+    for (const bool lower : {true, false})
+      for (const bool unit : {false, true}) {
+        Rows a;
+        Vector b;
+        for (tnk_int i = 1; i <= m; ++i) {
+          b.push_back(random.real<double>());
+          a.row({});
+          std::vector<tnk_int> row;
+          const tnk_int side = lower ? i - 1 : m - i, count = std::min<tnk_int>(random.integer(0, 13), side);
+          for (tnk_int k = 1; k <= count; ++k) {
+            const tnk_int away = side * k / count - random.integer(0, side / count - 1);
+            row.push_back(lower ? i - away : i + away);
+          }
+          const tnk_int shape = random.integer(0, 9);
+          if (!unit || shape < 5) row.push_back(i);
+          if (shape == 0 || shape == 2) row.push_back(lower ? m + 1 - i : 1 + i / 2);
+          if (shape == 1) row.clear();
+          std::sort(row.begin(), row.end());
+          if (shape == 2) std::rotate(row.begin(), row.begin() + row.size() / 2, row.end());
+          for (const tnk_int j : row)
+            a.columns.push_back(j), a.values.push_back(j == i ? 20 : random.real<double>());
+          a.end.back() = static_cast<tnk_int>(a.values.size()) + 1;
+        }
+        a.columns.push_back(0), a.values.push_back(20); // the pivot of a last row that has none
+        Vector y = b;
+        tnk_int k = 0;
+        for (tnk_int step = 1; step <= m; ++step) {
+          const tnk_int i = lower ? step : m + 1 - step, from = a.start[i - 1] - 1, end = a.end[i - 1] - 1;
+          double sum = 0;
+          if (!lower || from < end || i == 1) k = from;
+          for (; k < end && from < end && a.columns[k] < i; ++k)
+            if (lower) sum += a.values[k] * y[a.columns[k] - 1];
+          for (tnk_int p = unit && k < end && a.columns[k] != i ? k : k + 1; !lower && p < end; ++p)
+            sum += a.values[p] * y[a.columns[p] - 1];
+          y[i - 1] = unit ? y[i - 1] - sum : (y[i - 1] - sum) / a.values[k];
+        }
+        EXPECT_EQ(a.sv(std::string("nt") + (lower ? "l" : "u") + (unit ? "u" : "n"), b), y) << m;
+      }
 }
 
 // A row's triples in rounds of four; refused any of its blocks, the kernel makes do with what is no solution.

@@ -47,15 +47,18 @@ inline void add_rest(in_lanes<T> &sum, const T *values, const I *columns, I p, I
   for (; p < count; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
 }
 
+// A row shorter than this has no rounds.
+template <class T> constexpr int least_in_rounds = is_complex<T> ? 8 : 16;
+
 // The sum of a * x over a row; with Conj of conjugate(a) * x. A long row is summed in rounds from a 32-byte boundary of
 // the values on: 16 numbers or 8 pairs a round, in four accumulators of 128 bits, held two to a vector, that are
 // combined as (acc0 + acc1) + (acc2 + acc3) and then across their lanes. What stands before and behind the rounds is added one by
 // one, in order, and so is a short row and one of numbers that are not aligned to their size. Pairs that no peel brings
-// to a boundary are summed in rounds from the first one.
-template <class T, bool Conj = false, class I>
+// to a boundary are summed in rounds from the first one. Rows that come next are fetched at that distance.
+template <class T, bool Conj = false, int Distance = usual_distance, class I>
 inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *x) {
   using V = vec_of<T>;
-  constexpr int round = is_complex<T> ? 8 : 16;
+  constexpr int round = least_in_rounds<T>;
   in_lanes<T> sum{};
   I p = 0;
   if (count >= round) {
@@ -65,7 +68,7 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
       for (; p < peel; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
       V acc[2] = {};
       for (; count - p >= round; p += round) {
-        fetch_ahead<round>(values + p, columns + p);
+        fetch_ahead<round, Distance>(values + p, columns + p);
         for (int k = 0; k < round; k += per_vector<T>)
           acc[k / per_vector<T> % 2] +=
               times<T, Conj>(loadu<V>(values + p + k), gather_vector(x, columns + p + k));
@@ -73,7 +76,7 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
       sum += sum_of<T>((low_half(acc[0]) + high_half(acc[0])) + (low_half(acc[1]) + high_half(acc[1])));
     }
   }
-  fetch_ahead<round>(values + p, columns + p);
+  fetch_ahead<round, Distance>(values + p, columns + p);
   add_rest<T, Conj>(sum, values, columns, p, count, x);
   return sum;
 }

@@ -177,7 +177,7 @@ inline void csr_sm_par(I first, I last, I m, [[maybe_unused]] I n, const T *alph
                        const CompressedRows<T, I> &matrix, T *c, I ldc) {
   if (last < first || m < 0) return;
   constexpr bool adjacent = Name::base == 0;
-  const SolveJob<T, I> job = {matrix, get(matrix.row_start), m, Name::base};
+  const SolveJob<T, I> job(matrix, m, Name::base);
   const SideRange<T, I> sides = {first - 1, last, c, ldc};
   if constexpr (Name::kind == 'd') {
     solve_sides_diagonal<adjacent, Name>(job, get(alpha), sides);

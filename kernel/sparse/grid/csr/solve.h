@@ -11,18 +11,41 @@
 
 namespace tnk::sparse {
 
+// Positions count from the matrix's first row. Those of 64 bits stay as they are stored, and the arrays that they index are
+// shifted instead: two subtractions a row would be a tenth of the time of a short one.
 template <class T, class I> struct SolveJob {
   CompressedRows<T, I> matrix;
   I pointer_base, rows;
   I base; // of columns: row i, from 0, has the number i + base
 
-  I start(I i) const { return wrapped_difference(get(matrix.row_start + i), pointer_base); }
-  I end(I i) const { return wrapped_difference(get(matrix.row_end + i), pointer_base); }
+  SolveJob(const CompressedRows<T, I> &given, I m, I columns_base)
+      : matrix(given), pointer_base(get(given.row_start)), rows(m), base(columns_base) {
+    if (!as_stored) return;
+    matrix.values = counted_from(matrix.values, pointer_base);
+    matrix.col_index = counted_from(matrix.col_index, pointer_base);
+  }
+
+  I start(I i) const { return position(get(matrix.row_start + i)); }
+  I end(I i) const { return position(get(matrix.row_end + i)); }
   I column(I k) const { return get(matrix.col_index + k); }
   template <bool Conj> T value(I k) const {
     const T a = get(matrix.values + k);
     return Conj ? conjugate(a) : a;
   }
+
+  bool is_adjoining() const { return matrix.row_end == matrix.row_start + 1; }
+  // Whether rows are to be fetched ahead: those of a matrix that the second cache does not hold. Downwards only where they
+  // are long, since short ones, whose ends are mispredicted, lose a tenth by it.
+  template <bool Down> bool fetches() const {
+    constexpr std::int64_t cache = 1 << 20, long_row = 24;
+    const std::int64_t entries = std::int64_t{end(rows - 1)} - start(0);
+    return entries > cache / static_cast<std::int64_t>(sizeof(T) + sizeof(I)) &&
+           (!Down || entries / long_row > rows);
+  }
+
+private:
+  static constexpr bool as_stored = sizeof(I) == 8;
+  I position(I pointer) const { return as_stored ? pointer : wrapped_difference(pointer, pointer_base); }
 };
 
 // A row's entries, and where its pivot stands or should. Off the diagonal count those from `from` to `to` - 1.
@@ -71,14 +94,20 @@ template <class T, class I> inline I diagonal_pivot(const SolveJob<T, I> &job, I
 
 constexpr int lower_strip = 10000, upper_strip = 2000;
 
-// visit(i) for rows 0 ... m - 1, or downwards, in strips, of which the last has what is left. That there are rows is the
-// caller's care: none are divided by zero.
-template <bool Down, class I, class Visit> TNK_INLINE void each_row_in_strips(I m, I most, Visit visit) {
+// body(begin, end) for rows 0 ... m - 1 in strips, or downwards, of which the last has what is left. That there are rows is
+// the caller's care: none are divided by zero.
+template <bool Down, class I, class Body> TNK_INLINE void each_strip(I m, I most, Body body) {
   const I strip = std::min<I>(most, m), strips = m / strip;
   for (I s = 0; s < strips; ++s) {
     const I begin = s * strip, end = s == strips - 1 ? m : begin + strip;
-    for (I i = begin; i < end; ++i) visit(Down ? m - 1 - i : i);
+    body(Down ? m - end : begin, Down ? m - begin : end);
   }
+}
+// visit(i) for each of these rows.
+template <bool Down, class I, class Visit> TNK_INLINE void each_row_in_strips(I m, I most, Visit visit) {
+  each_strip<Down>(m, most, [&](I begin, I end) {
+    for (I i = begin; i < end; ++i) visit(Down ? begin + end - 1 - i : i);
+  });
 }
 
 } // namespace tnk::sparse

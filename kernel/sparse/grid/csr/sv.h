@@ -7,43 +7,139 @@
 
 namespace tnk::sparse {
 
-// y, counted from the base of columns, everywhere below.
+// Everywhere below y is counted from the base of columns.
 
-// The pivot is sought and the sum formed in one loop.
-template <bool Conj, bool Unit, class T, class I>
-[[gnu::noinline]] void solve_lower(const SolveJob<T, I> &given, T *y) {
-  const SolveJob<T, I> job = given;
-  const T *const values = job.matrix.values;
-  I k = 0;
-  each_row_in_strips<false, I>(job.rows, lower_strip, [&](I i) {
-    const I first = job.start(i), end = job.end(i), key = i + job.base;
-    in_lanes<T> sum{};
-    if (first < end || i == 0) k = first;
-    if (first < end) {
-      fetch_ahead<8>(values + first, job.matrix.col_index + first);
-      const auto add = [&](I column) { sum += times<T, Conj>(fetch(values + k), fetch(y + column)); };
-      I column;
-      if (job.column(end - 1) >=
-          key) // then the scan ends there at the latest, and need not look for the row's end
-        for (; (column = job.column(k)) < key; ++k) add(column);
-      else
-        for (; k < end && (column = job.column(k)) < key; ++k) add(column);
+// ---- Sums of rows ----------------------------------------------------------------------------------------------
+
+// add(k) for entries k ... end - 1 in order, until one is refused, where k then stays. A short row is the straight way
+// through the code, without a loop: its few instructions are what it costs.
+template <int Distance, class T, class I, class Add>
+TNK_INLINE bool each_entry(const SolveJob<T, I> &job, I &k, I end, Add add) {
+  constexpr int round = 4;
+  const auto fetch_at = [&](I p) {
+    fetch_ahead<round, Distance>(job.matrix.values + p, job.matrix.col_index + p);
+  };
+  const auto added = [&](int j) {
+    const bool done = add(k + j);
+    if (!done) k += j;
+    return done;
+  };
+  fetch_at(k);
+  if (__builtin_expect(end - k >= round, 0))
+    for (; end - k >= round; k += round) {
+      fetch_at(k + round);
+      for (int j = 0; j < round; ++j)
+        if (!added(j)) return false;
     }
-    finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(k));
-  });
+  const I left = end - k;
+  for (int j = 0; j < round - 1; ++j) {
+    if (left <= j) break;
+    if (!added(j)) return false;
+  }
+  return true;
+}
+
+// As a function of its own, so that it stays out of the way of rows that end with their pivot.
+template <bool Conj, bool Unit, class T, class I>
+[[gnu::noinline]] void finish_row(const SolveJob<T, I> &job, I key, I pivot, in_lanes<T> sum, T *y) {
+  finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(pivot));
+}
+
+// ---- Rows ------------------------------------------------------------------------------------------------------
+// Rows are Adjoining where each begins at the end of the one before. Then its work need not wait for its pointer. Those
+// that are not well formed are solved one by one.
+
+template <bool Conj, bool Unit, class T, class I>
+[[gnu::noinline]] I solve_lower_row(const SolveJob<T, I> &job, I i, I before, T *y) {
+  const PivotedRow<I> row = lower_row(job, i, before);
+  in_lanes<T> sum{};
+  for (I k = row.from; k < row.to; ++k)
+    sum += times<T, Conj>(fetch(job.matrix.values + k), fetch(y + job.column(k)));
+  finish_row<Conj, Unit>(job, i + job.base, row.pivot, sum, y);
+  return row.pivot;
+}
+
+// Rows begin ... end - 1, after one whose pivot is `pivot`. That of the last. The pivot is sought and the sum formed in
+// one loop, which is counted: so it ends before the columns are there.
+template <bool Conj, bool Unit, bool Adjoining, int Distance, class T, class I>
+[[gnu::noinline]] I solve_lower_rows(const SolveJob<T, I> &given, I begin, I end, I pivot, T *y) {
+  const SolveJob<T, I> job = given;
+  I at = job.start(begin);
+  for (I i = begin; i < end; ++i) {
+    const I key = i + job.base, past = job.end(i);
+    if (!Adjoining) at = job.start(i);
+    if (__builtin_expect(at < past && job.column(past - 1) >= key, 1)) {
+      in_lanes<T> sum{};
+      const auto add_below = [&](I k) {
+        const I column = job.column(k);
+        if (__builtin_expect(column >= key, 0)) return false;
+        sum += times<T, Conj>(fetch(job.matrix.values + k), fetch(y + column));
+        return true;
+      };
+      pivot = past - 1;
+      if (each_entry<Distance>(job, at, pivot, add_below))
+        finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(pivot));
+      else
+        finish_row<Conj, Unit>(given, key, pivot = at, sum, y);
+    } else {
+      pivot = solve_lower_row<Conj, Unit>(given, i, pivot, y);
+    }
+    at = past;
+  }
+  return pivot;
 }
 
 // Here the entries before the pivot are passed over and those behind it summed as in a product.
 template <bool Conj, bool Unit, class T, class I>
-[[gnu::noinline]] void solve_upper(const SolveJob<T, I> &given, T *y) {
+[[gnu::noinline]] void solve_upper_row(const SolveJob<T, I> &job, I i, T *y) {
+  const PivotedRow<I> row = upper_row<Unit>(job, i);
+  const auto sum = row_sum<T, Conj, 0>(job.matrix.values + row.from, job.matrix.col_index + row.from,
+                                       std::max<I>(row.to - row.from, 0), y);
+  finish_row<Conj, Unit>(job, i + job.base, row.pivot, sum, y);
+}
+
+// Rows end - 1 ... begin.
+template <bool Conj, bool Unit, bool Adjoining, int Distance, class T, class I>
+[[gnu::noinline]] void solve_upper_rows(const SolveJob<T, I> &given, I begin, I end, T *y) {
   const SolveJob<T, I> job = given;
-  const T *const values = job.matrix.values;
-  each_row_in_strips<true, I>(job.rows, upper_strip, [&](I i) {
-    const PivotedRow<I> row = upper_row<Unit>(job, i);
-    const auto sum = row_sum<T, Conj>(values + row.from, job.matrix.col_index + row.from,
-                                      std::max<I>(row.to - row.from, 0), y);
-    finish_element<Unit>(y + i + job.base, sum, Unit ? T{} : job.template value<Conj>(row.pivot));
-  });
+  I past = job.end(end - 1);
+  for (I i = end - 1; i >= begin; --i) {
+    const I key = i + job.base, first = job.start(i);
+    if (!Adjoining) past = job.end(i);
+    if (__builtin_expect(first < past && job.column(first) >= key, 1)) {
+      in_lanes<T> sum{};
+      const auto add = [&](I k) {
+        sum += times<T, Conj>(fetch(job.matrix.values + k), fetch(y + job.column(k)));
+        return true;
+      };
+      I k = Unit && job.column(first) != key ? first : first + 1;
+      if (past - k < least_in_rounds<T>)
+        each_entry<-Distance>(job, k, past, add);
+      else
+        sum = row_sum<T, Conj, -Distance>(job.matrix.values + k, job.matrix.col_index + k, past - k, y);
+      finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(first));
+    } else {
+      solve_upper_row<Conj, Unit>(given, i, y);
+    }
+    past = first;
+  }
+}
+
+// ---- Solves ----------------------------------------------------------------------------------------------------
+
+template <class Name, bool Adjoining, int Distance, class T, class I>
+inline void solve_triangle(const SolveJob<T, I> &job, T *y) {
+  constexpr bool conj = Name::conjugated, unit = Name::unit;
+  if constexpr (Name::lower) {
+    I pivot = job.start(0);
+    each_strip<false, I>(job.rows, lower_strip, [&](I begin, I end) {
+      pivot = solve_lower_rows<conj, unit, Adjoining, Distance>(job, begin, end, pivot, y);
+    });
+  } else {
+    each_strip<true, I>(job.rows, upper_strip, [&](I begin, I end) {
+      solve_upper_rows<conj, unit, Adjoining, Distance>(job, begin, end, y);
+    });
+  }
 }
 
 // y_i divided by its pivot, and what it takes from the others: t = 0 - y_i.
@@ -92,16 +188,18 @@ template <class Name, class T, class I> inline void solve(const SolveJob<T, I> &
     solve_lower_transposed<conj, unit>(job, y);
   else if constexpr (Name::transposed)
     solve_upper_transposed<conj, unit>(job, y);
-  else if constexpr (Name::lower)
-    solve_lower<conj, unit>(job, y);
+  else if (!job.is_adjoining())
+    solve_triangle<Name, false, usual_distance>(job, y);
+  else if (job.template fetches<!Name::lower>())
+    solve_triangle<Name, true, usual_distance>(job, y);
   else
-    solve_upper<conj, unit>(job, y);
+    solve_triangle<Name, true, 0>(job, y);
 }
 
 template <class Name, class T, class I>
 inline void csr_sv_seq(I base, I m, const T *alpha, const CompressedRows<T, I> &matrix, T *y) {
   if (m < 0) return;
-  solve<Name, T, I>({matrix, get(matrix.row_start), m, base}, alpha, counted_from(y, base));
+  solve<Name, T, I>({matrix, m, base}, alpha, counted_from(y, base));
 }
 
 // The entries of one element type: a source file each. The base is a number to the common body, not a part of it.
