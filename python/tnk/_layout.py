@@ -9,14 +9,13 @@ from typing import Optional
 import numpy as np
 
 from ._descriptors import Plan, Transform
-from ._threads import spread
+from ._threads import LEAST_SHARE, spread
 
 _Loop = tuple[int, int, int]  # length, stride of the side that is read, stride of the one that is written
 _Shape = tuple[int, ...]
 _Offsets = tuple[tuple[int, int], ...]
 
 KEPT = 64  # layouts of which the descriptors are kept
-_LEAST_SHARE = 1 << 15  # numbers that a thread is worth
 
 
 def _element_strides(shape: _Shape, strides: _Shape, size: int) -> Optional[_Shape]:
@@ -69,7 +68,7 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
 
     # One transform is the library's to divide. Batches are cut here: the library leaves those that fit the largest cache
     # on one thread, whatever it is asked for.
-    shares = min(threads, count, prod(shape) // _LEAST_SHARE)
+    shares = min(threads, count, prod(shape) // LEAST_SHARE)
     if shares < 2:
         return [(piece(count, threads if count == 1 else 1), tuple(offsets))]
     jobs, made = [], {}

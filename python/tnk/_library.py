@@ -178,6 +178,11 @@ def set_num_threads(threads: int) -> None:
     _asked = threads
 
 
+def asked_threads() -> int:
+    """What `set_num_threads` was called with last; 0 is the default."""
+    return _asked
+
+
 def get_max_threads() -> int:
     """Return how many threads a call from this thread uses at most.
 

@@ -7,6 +7,7 @@ import threading
 from concurrent.futures import ThreadPoolExecutor, wait
 from typing import Callable, Optional, Sequence
 
+LEAST_SHARE = 1 << 15  # numbers of rows to be transformed that a thread is worth
 _pool: Optional[ThreadPoolExecutor] = None
 _lock = threading.Lock()
 

@@ -11,6 +11,7 @@ import numpy as np
 from numpy.typing import ArrayLike
 
 from ._library import c_int, call, declared
+from ._threads import LEAST_SHARE, spread
 
 # How a type is computed from the rows of the library: kind, forward or backward, the factor of its scaled sums, where the
 # first number stands in a row, and the logical length by numbers. The last two are of the sums' period, which scales.
@@ -27,6 +28,7 @@ _TYPES = {
 }
 _INVERSE = {1: 1, 2: 3, 3: 2, 4: 4}
 _LEAST = 4  # shorter ones are summed
+_ON_ONE_THREAD = (1 << 15) - 1  # numbers in rows that the library leaves on the caller's thread
 
 
 class _Plan:
@@ -72,7 +74,7 @@ def _summed(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
 
 
 def _unscaled(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
-    """The sums of a type, of contiguous rows."""
+    """The sums of a type, of rows."""
     n = rows.shape[-1]
     if n < _LEAST:
         return _summed(rows, family, kind)
@@ -81,15 +83,33 @@ def _unscaled(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
     plan = _plan(which, period, "s" if rows.dtype == np.float32 else "d")
     # Forward has the sums over the period, backward half of them.
     factor = 2 if backward else period
-    work = np.zeros((*rows.shape[:-1], plan.row), rows.dtype)
-    part = work[..., first : first + n]
+    work = np.zeros((len(rows), plan.row), rows.dtype)
+    part = work[:, first : first + n]
     np.multiply(rows, factor, out=part)
-    call(plan.run[backward], plan.handle, work.size // plan.row, work.ctypes.data, plan.row)
+    call(plan.run[backward], plan.handle, len(work), work.ctypes.data, plan.row)
     return part
 
 
+def _transform_rows(rows: np.ndarray, result: np.ndarray, family: str, kind: int, ends: bool, divisor: float) -> None:
+    """The transforms of rows over a divisor, on this thread, some rows at a time."""
+    n = rows.shape[-1]
+    heads = [0, -1] if kind == 1 else [0] if family == "c" else [-1]  # whose rows of the matrix are longer
+    before = ends and (kind == 3 or (family, kind) == ("c", 1))
+    behind = ends and (kind == 2 or (family, kind) == ("c", 1))
+    step = max(1, _ON_ONE_THREAD // (n + 1)) if n >= _LEAST else len(rows)
+    for begin in range(0, len(rows), max(1, step)):
+        some = rows[begin : begin + step]
+        if before:
+            some = some.copy()
+            some[:, heads] *= sqrt(2)
+        sums = _unscaled(some, family, kind)
+        if behind:
+            sums[:, heads] /= sqrt(2)
+        np.divide(sums, divisor, out=result[begin : begin + step])
+
+
 def transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Optional[Sequence[int]], axes: Any,
-              norm: Optional[str], orthogonalize: Optional[bool], prepare: Any) -> np.ndarray:  # fmt: skip
+              norm: Optional[str], orthogonalize: Optional[bool], threads: int, prepare: Any) -> np.ndarray:  # fmt: skip
     """Along axes, one after another. `prepare` gives the array in floating point, the axes, and the lengths along them."""
     if kind not in _INVERSE:
         raise ValueError(f"type is {kind!r}, expected 1, 2, 3 or 4")
@@ -97,7 +117,7 @@ def transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Option
         raise ValueError(f'norm is {norm!r}, expected "backward", "ortho" or "forward"')
     array, places = prepare(x, shape, axes)
     if array.dtype.kind == "c":
-        arguments = family, inverse, kind, None, places, norm, orthogonalize, prepare
+        arguments = family, inverse, kind, None, places, norm, orthogonalize, threads, prepare
         return transform(array.real, *arguments) + 1j * transform(array.imag, *arguments)
     own = _INVERSE[kind] if inverse else kind
     ends = norm == "ortho" if orthogonalize is None else orthogonalize
@@ -105,17 +125,16 @@ def transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Option
         n = array.shape[place]
         if (family, kind) == ("c", 1) and n < 2:
             raise ValueError("a cosine transform of type 1 has 2 numbers or more")
-        rows = np.array(np.moveaxis(array, place, -1), order="C")
-        heads = [0, -1] if kind == 1 else [0] if family == "c" else [-1]  # whose rows of the matrix are longer
-        if ends and (own == 3 or (family, own) == ("c", 1)):
-            rows[..., heads] *= sqrt(2)
-        rows = _unscaled(rows, family, own)
-        if ends and (own == 2 or (family, own) == ("c", 1)):
-            rows[..., heads] /= sqrt(2)
+        moved = np.moveaxis(array, place, -1)
+        rows = np.ascontiguousarray(moved).reshape(-1, n)
+        result = np.empty(rows.shape, array.dtype)
         period = 2 * (n + _TYPES[family, own][3])
-        if norm == "ortho":
-            rows = rows / sqrt(period)
-        elif inverse == (norm != "forward"):
-            rows = rows / period
-        array = np.ascontiguousarray(np.moveaxis(rows, -1, place), rows.dtype)
+        divisor = sqrt(period) if norm == "ortho" else period if inverse == (norm != "forward") else 1
+        shares = max(1, min(threads, len(rows), rows.size // LEAST_SHARE)) if n >= _LEAST else 1
+        cuts = [len(rows) * i // shares for i in range(shares + 1)]
+        spread([
+            lambda of=slice(*cuts[i : i + 2]): _transform_rows(rows[of], result[of], family, own, ends, divisor)
+            for i in range(shares)
+        ])  # fmt: skip
+        array = np.ascontiguousarray(np.moveaxis(result.reshape(moved.shape), -1, place))
     return array

@@ -436,8 +436,10 @@ def dct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, no
         Type of the transform, as SciPy defines them.
     n, axis, norm
         As in `fft`, the transform of "backward" being a sum without a factor, twice the published one.
-    overwrite_x, workers
-        Accepted; rows are cut over the library's threads, see `tnk.set_num_threads`.
+    overwrite_x
+        Accepted; `x` is left alone.
+    workers
+        As in `fft`.
     orthogonalize : bool, optional
         Whether the first number, of type 1 the last one too, is scaled so that the matrix is orthogonal up to a factor;
         by default where `norm` is "ortho".
@@ -458,56 +460,56 @@ def dct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, no
     >>> tnk.fft.dct([1.0, 1.0, 1.0, 1.0, 1.0], type=1)
     array([8., 0., 0., 0., 0.])
     """
-    return _trig.transform(x, "c", False, type, _one(n), [axis], norm, orthogonalize, _prepared)
+    return _trig.transform(x, "c", False, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
 
 
 def idct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
          overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
          ) -> np.ndarray:  # fmt: skip
     """Compute the inverse of `dct`, whose parameters these are."""
-    return _trig.transform(x, "c", True, type, _one(n), [axis], norm, orthogonalize, _prepared)
+    return _trig.transform(x, "c", True, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
 
 
 def dst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
         ) -> np.ndarray:  # fmt: skip
     """Compute the discrete sine transform along an axis; parameters are those of `dct`."""
-    return _trig.transform(x, "s", False, type, _one(n), [axis], norm, orthogonalize, _prepared)
+    return _trig.transform(x, "s", False, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
 
 
 def idst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
          overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
          ) -> np.ndarray:  # fmt: skip
     """Compute the inverse of `dst`."""
-    return _trig.transform(x, "s", True, type, _one(n), [axis], norm, orthogonalize, _prepared)
+    return _trig.transform(x, "s", True, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
 
 
 def dctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
     """Compute `dct` along several axes, all by default; `s` has the lengths along them."""
-    return _trig.transform(x, "c", False, type, s, axes, norm, orthogonalize, _prepared)
+    return _trig.transform(x, "c", False, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
 
 
 def idctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
           orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
     """Compute the inverse of `dctn`."""
-    return _trig.transform(x, "c", True, type, s, axes, norm, orthogonalize, _prepared)
+    return _trig.transform(x, "c", True, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
 
 
 def dstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
     """Compute `dst` along several axes."""
-    return _trig.transform(x, "s", False, type, s, axes, norm, orthogonalize, _prepared)
+    return _trig.transform(x, "s", False, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
 
 
 def idstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
           orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
     """Compute the inverse of `dstn`."""
-    return _trig.transform(x, "s", True, type, s, axes, norm, orthogonalize, _prepared)
+    return _trig.transform(x, "s", True, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
 
 
 # ---- A backend of scipy.fft --------------------------------------------------------------------------------------------------

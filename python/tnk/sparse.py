@@ -24,6 +24,7 @@ _KINDS = {"general": "g", "symmetric": "s", "hermitian": "h", "triangular": "t",
 _LETTERS = {"f": "s", "d": "d", "F": "c", "D": "z"}
 _SCALARS = {"s": ctypes.c_float, "d": ctypes.c_double, "c": Complex64, "z": Complex128}
 _LEAST_WORK = 1 << 16  # entries times right-hand sides that a thread is worth
+_ROWS_AT_ONCE = 1 << 15  # of which a part of the result stays in the cache while its rows are added to it
 _pointer = ctypes.c_void_p
 
 
@@ -90,8 +91,12 @@ class _Integers:
         return ctypes.byref(self._type(value))
 
 
+def _addresses(*arguments: Any) -> list[Any]:
+    return [a.ctypes.data_as(_pointer) if isinstance(a, np.ndarray) else a for a in arguments]
+
+
 def _call(name: str, *arguments: Any) -> None:
-    kernel(name, None)(*[a.ctypes.data_as(_pointer) if isinstance(a, np.ndarray) else a for a in arguments])
+    kernel(name, None)(*_addresses(*arguments))
 
 
 def _one(letter: str) -> Any:
@@ -113,7 +118,7 @@ def _bounds(pointer: np.ndarray, work: int) -> list[int]:
 
 
 def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: str, op: str) -> None:
-    """y += op(A) x of a CSR matrix; x and y of one or two dimensions, by rows."""
+    """y = op(A) x of a CSR matrix; x and y of one or two dimensions, by rows."""
     (columns, pointer), dtype, width = _indices(a, a.indices, a.indptr)
     _inside(columns, a.shape[1], "column numbers")
     integer = _Integers(dtype)
@@ -129,6 +134,18 @@ def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: st
     name = f"tnk_spblas_{width}{letter}csr0{own}{meaning}c__"
     m, ends = a.shape[0], pointer[1:]
     start = integer(m), _one(letter), a.data, columns, pointer, ends
+    if not several and own == "n" and kind in "gt":
+        product, arguments = kernel(name + "mvout_par", None), _addresses(*start, x, y)
+
+        def add_rows(first: int, past: int) -> None:
+            for begin in range(first, past, _ROWS_AT_ONCE):
+                end = min(begin + _ROWS_AT_ONCE, past)
+                y[begin:end] = 0
+                product(integer(begin + 1), integer(end), *arguments)
+
+        cuts = _bounds(pointer, columns.size)
+        return spread([lambda i=i: add_rows(cuts[i], cuts[i + 1]) for i in range(len(cuts) - 1)])
+    y.fill(0)
     if several:
         width_of = x.shape[1]
         tail = x, integer(x.shape[1]), y, integer(y.shape[1])
@@ -144,17 +161,11 @@ def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: st
         return None
     if kind == "d" or (kind == "t" and own != "n"):
         return _call(name + "mvout_seq", *start, x, y)
-    own_rows = own == "n" and kind in "gt"
-    cuts = _bounds(pointer, columns.size) if own_rows else [0, m]
-    spread([
-        lambda i=i: _call(name + "mvout_par", integer(cuts[i] + 1), integer(cuts[i + 1]), *start, x, y)
-        for i in range(len(cuts) - 1) if cuts[i] < cuts[i + 1]
-    ])  # fmt: skip
-    return None
+    return _call(name + "mvout_par", integer(1), integer(m), *start, x, y)
 
 
 def _triples_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, op: str) -> None:
-    """The same of a general COO matrix."""
+    """y += op(A) x of a general COO matrix."""
     (rows, columns), dtype, width = _indices(a, a.row, a.col)
     _inside(rows, a.shape[0], "row numbers")
     _inside(columns, a.shape[1], "column numbers")
@@ -255,10 +266,11 @@ def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower:
     if kind != "general" and (m != n or a.format not in ("csr", "csc")):
         raise ValueError(f"a is {a.format.upper()} of shape {a.shape}, expected a square CSR or CSC matrix of kind {kind!r}")
     x = np.ascontiguousarray(x)
-    y = np.zeros((m, *x.shape[1:]), x.dtype)
     if meaning == "d_u":
         return x.copy()
+    y = np.empty((m, *x.shape[1:]), x.dtype)  # zeroed below, rows by the thread that adds to them
     if y.size == 0 or x.size == 0 or a.data.size == 0 and meaning[2] != "u":
+        y.fill(0)
         return y
     if a.format == "csc":
         # The rows of its transpose, with the other triangle.
@@ -273,14 +285,17 @@ def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower:
     conjugated = op == "C" and (a.format == "dia" or square_blocks)
     if conjugated:
         x, op = x.conj(), "T"
-    if a.format == "dia" and x.ndim == 1:
+    diagonals = a.format == "dia" and x.ndim == 1
+    if a.format != "coo" and not square_blocks and not diagonals:
+        _rows_product(a.tocsr(), x, y, letter, meaning, op)
+        return y.conj() if conjugated else y
+    y.fill(0)
+    if diagonals:
         _diagonals_product(a, x, y, letter, op)
-    elif a.format == "coo":
-        _triples_product(a, x, y, letter, op)
     elif square_blocks:
         _blocks_product(a, x, y, letter, op != "N")
     else:
-        _rows_product(a if a.format == "csr" else a.tocsr(), x, y, letter, meaning, op)
+        _triples_product(a, x, y, letter, op)
     return y.conj() if conjugated else y
 
 

@@ -7,11 +7,24 @@ from __future__ import annotations
 
 from typing import Optional
 
-from ._library import get_max_threads, set_num_threads
+from . import _library
 
 __all__ = ["register"]
 
 _known = False
+_unlimited: Optional[tuple[int, int]] = None  # threads before a limit, and what the program had set
+
+
+def _limit(threads: int) -> None:
+    """Set a limit. Back at the number of before, what the program had set holds again: that may be the default, which
+    follows an OpenMP runtime and the processors."""
+    global _unlimited
+    before = _library.get_max_threads(), _library.asked_threads()
+    if _unlimited is not None and threads == _unlimited[0]:
+        threads, _unlimited = _unlimited[1], None
+    elif _unlimited is None:
+        _unlimited = before
+    _library.set_num_threads(threads)
 
 
 def register() -> bool:
@@ -38,10 +51,10 @@ def register() -> bool:
         filename_prefixes = ("libtnk_host",)
 
         def get_num_threads(self) -> int:
-            return get_max_threads()
+            return _library.get_max_threads()
 
         def set_num_threads(self, num_threads: Optional[int]) -> None:
-            set_num_threads(num_threads or 0)
+            _limit(num_threads or 0)
 
         def get_version(self) -> str:
             from . import __version__

@@ -2,6 +2,8 @@
 
 import itertools
 import os
+import subprocess
+import sys
 import threading
 from concurrent.futures import ThreadPoolExecutor
 
@@ -108,6 +110,27 @@ def test_cosines_and_sines(dtype):
         assert np.allclose(matrix @ matrix.T, np.eye(6))
     with pytest.raises(ValueError, match="type is 5"):
         fft.dct(y, 5)
+
+
+def test_workers_of_cosines_and_sines():
+    x = numbers(np.random.default_rng(6), (1100, 129), "f8")
+    for name, kind in itertools.product(("dct", "dst"), (1, 2, 4)):
+        along = getattr(fft, name)
+        for axis in (0, 1):
+            alone = along(x, kind, axis=axis)
+            assert np.array_equal(alone, along(x, kind, axis=axis, workers=3))
+            assert np.array_equal(alone.take(5, 1 - axis), along(x.take(5, 1 - axis), kind))
+    program = """
+import os, numpy, tnk, tnk.fft
+tnk.set_num_threads(3)
+def threads(): return len(os.listdir("/proc/self/task"))
+before, x = threads(), numpy.ones((2000, 129))
+tnk.fft.dst(x, 1), tnk.fft.dct(x, 1), tnk.fft.dct(x, axis=0)
+assert threads() == before
+with tnk.fft.set_workers(2): tnk.fft.dct(x)
+assert threads() == before + 1
+"""
+    subprocess.run([sys.executable, "-c", program], check=True)
 
 
 def test_lengths_batches_and_a_repeated_axis():

@@ -87,11 +87,27 @@ def test_an_interrupt_waits_for_threads():
 
 def test_thread_pools_are_limited():
     threadpoolctl = pytest.importorskip("threadpoolctl")
-    if not importlib.import_module("tnk.threadpool").register():
-        pytest.skip("threadpoolctl is older than 3.3 and takes no controllers of others")
-    with threadpoolctl.threadpool_limits(1):
+    if not hasattr(threadpoolctl, "register"):
+        pytest.skip(f"threadpoolctl {threadpoolctl.__version__} takes no controllers of others, 3.3 does")
+    outcome = start("""
+import os, tnk, tnk.threadpool, threadpoolctl
+assert tnk.threadpool.register() and tnk.threadpool.register()
+own = [pool for pool in threadpoolctl.threadpool_info() if pool["internal_api"] == "tnk"]
+assert [(pool["num_threads"], pool["version"]) for pool in own] == [(tnk.get_max_threads(), tnk.__version__)]
+tnk.set_num_threads(4)
+with threadpoolctl.threadpool_limits(2, user_api="blas"):
+    assert tnk.get_max_threads() == 2
+    with threadpoolctl.threadpool_limits({"libtnk_host": 1}):
         assert tnk.get_max_threads() == 1
-    assert any(pool["internal_api"] == "tnk" for pool in threadpoolctl.threadpool_info())
+    assert tnk.get_max_threads() == 2
+assert tnk.get_max_threads() == 4
+tnk.set_num_threads(0)
+with threadpoolctl.threadpool_limits(7):
+    assert tnk.get_max_threads() == 7
+os.sched_setaffinity(0, list(os.sched_getaffinity(0))[:1])
+assert tnk.get_max_threads() == 1, "the default follows the processors"
+""", OMP_NUM_THREADS="", OPENBLAS_NUM_THREADS="1")
+    assert outcome.returncode == 0, outcome.stderr
 
 
 @pytest.mark.parametrize("dtype", ["f4", "f8", "c8", "c16"])

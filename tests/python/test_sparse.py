@@ -76,12 +76,15 @@ def test_kinds_and_solves(dtype, lower, unit):
 
 def test_threads_share_large_products():
     rng = np.random.default_rng(3)
-    n = 30000
-    pointer = np.arange(n + 1, dtype=np.int32) * 12
-    a = sparse.csr_matrix((rng.standard_normal(12 * n), rng.integers(0, n, 12 * n).astype(np.int32), pointer))
-    x, many = rng.standard_normal(a.shape[1]), rng.standard_normal((a.shape[1], 40))
+    n = 70000  # more than one thread takes at once, of uneven lengths
+    pointer = np.append(0, np.cumsum(rng.integers(0, 12, n) * (np.arange(n) % 30000 < 29000))).astype(np.int32)
+    entries = int(pointer[-1])
+    a = sparse.csr_matrix((rng.standard_normal(entries), rng.integers(0, n, entries).astype(np.int32), pointer), (n, n))
+    x, many = rng.standard_normal(n), rng.standard_normal((n, 40))
     try:
         tnk.set_num_threads(1)
+        used = np.full(n, np.nan)
+        del used  # its memory comes back
         alone = tnk.sparse.matmul(a, x), tnk.sparse.matmul(a, many)
         tnk.set_num_threads(3)
         shared = tnk.sparse.matmul(a, x), tnk.sparse.matmul(a, many)
