@@ -190,7 +190,7 @@ TEST(Magnitudes, DivisionsAndPowers) {
   for (const Operation &row : rows) {
     Choices some(random, row.name[0] == 'm' ? 60 : 8);
     int defined = 0;
-    for (int i = 0; i < 1500 && !HasFailure(); ++i) defined += row.run(some);
+    for (int i = 0; i < 700 && !HasFailure(); ++i) defined += row.run(some);
     EXPECT_GT(defined, 100) << row.name;
   }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <sstream>
 #include <tnk/blas.h>
 #include <tnk/host.h>
@@ -85,25 +86,14 @@ template <class T> struct Call : Setting {
   }
 
   std::vector<void *> addresses() {
+    void *const factor = is_pair<T> && routine.kind == update ? static_cast<void *>(&real_by) : &by;
+    const std::map<std::string, void *> all = {
+        {"uplo", &uplo},   {"trans", &trans}, {"diag", &diag}, {"n", &n},        {"k", &k},
+        {"alpha", factor}, {"beta", &beta_},  {"a", a.data()}, {"ap", a.data()}, {"lda", &lda},
+        {"x", x.data()},   {"incx", &incx},   {"y", y.data()}, {"incy", &incy}};
     std::vector<void *> list;
     std::istringstream words(routine.arguments);
-    void *const factor = is_pair<T> && routine.kind == update ? static_cast<void *>(&real_by) : &by;
-    for (std::string word; words >> word;)
-      for (const auto &[key, address] : {std::pair<const char *, void *>{"uplo", &uplo},
-                                         {"trans", &trans},
-                                         {"diag", &diag},
-                                         {"n", &n},
-                                         {"k", &k},
-                                         {"alpha", factor},
-                                         {"beta", &beta_},
-                                         {"a", a.data()},
-                                         {"ap", a.data()},
-                                         {"lda", &lda},
-                                         {"x", x.data()},
-                                         {"incx", &incx},
-                                         {"y", y.data()},
-                                         {"incy", &incy}})
-        if (word == key) list.push_back(address);
+    for (std::string word; words >> word;) list.push_back(all.at(word));
     return list;
   }
   // Of all arguments that any routine has: what is beyond the end of a list is not looked at.
