@@ -53,6 +53,16 @@ Integer modulo(Big n, Big d) {
   const Integer r = n % d;
   return r.sign() < 0 ? r + d.magnitude() : r;
 }
+// u with a u = gcd(a, m) modulo m, by Euclid's algorithm; that divisor first.
+std::pair<Integer, Integer> divisor_and_inverse(Integer a, Big m) {
+  Integer x = m.magnitude(), u = 0, v = 1;
+  while (a != 0) {
+    const Integer q = x / a;
+    x = std::exchange(a, x - q * a);
+    u = std::exchange(v, u - q * v);
+  }
+  return {x, m == 0 ? u : modulo(u, m)};
+}
 // Bits from the top down.
 Integer root(Big a, uint64_t n) {
   Integer r = 0;
@@ -231,15 +241,7 @@ const std::vector<Operation> &operations() {
       if (e.sign() >= 0) {
         r = power_modulo(b, e, m);
       } else if (gcd(b, m) == 1) {
-        // The inverse by trial would take too long: b^-e is what b^e turns into 1.
-        const Integer whole = power_modulo(b, -e, m);
-        Integer x = 0, y = 1, p = m.magnitude(), q = whole;
-        while (q != 0) {
-          const Integer quotient = p / q;
-          p = std::exchange(q, p - quotient * q);
-          x = std::exchange(y, x - quotient * y);
-        }
-        r = modulo(x, m);
+        r = divisor_and_inverse(power_modulo(b, -e, m), m).second;
       } else {
         skip_peer(); // it divides by zero
       }
@@ -274,13 +276,7 @@ const std::vector<Operation> &operations() {
       return r.bits() <= 64 ? r.low() : 0;
     });
     add(OPERATION(gcdext), [](Integer &g, Integer &s, Integer &t, Big a, Big b) {
-      Integer x = a.magnitude(), y = b.magnitude(), u = 1, v = 0; // x = |a| u modulo |b|
-      while (y != 0) {
-        const Integer q = x / y;
-        x = std::exchange(y, x - q * y);
-        u = std::exchange(v, u - q * v);
-      }
-      const Integer d = x;
+      auto [d, u] = divisor_and_inverse(a.magnitude(), b);
       if (a.magnitude() == b.magnitude()) {
         u = 0;
       } else if (b != 0) {
@@ -299,14 +295,9 @@ const std::vector<Operation> &operations() {
     });
     add(OPERATION(invert), [](Integer &r, Big a, Big m) -> int {
       require(m != 0);
-      if (gcd(a, m) != 1) return skip_peer_outputs(), 0;
-      Integer x = 0, y = 1, p = m.magnitude(), q = modulo(a, m);
-      while (q != 0) {
-        const Integer quotient = p / q;
-        p = std::exchange(q, p - quotient * q);
-        x = std::exchange(y, x - quotient * y);
-      }
-      return r = modulo(x, m), 1;
+      const auto [d, inverse] = divisor_and_inverse(modulo(a, m), m);
+      if (d != 1) return skip_peer_outputs(), 0;
+      return r = inverse, 1;
     });
     add(OPERATION(jacobi), [](Big a, Big b) { return kronecker(a, b); });
     add(OPERATION(kronecker_si), [](Big a, int64_t b) { return kronecker(a, b); });

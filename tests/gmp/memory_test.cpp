@@ -1,4 +1,5 @@
 // The allocator, the temporary slot and the tables.
+#include "gmp/records.h"
 #include "tests/gmp/limbs.h"
 #include <cmath>
 #include <cstdlib>
@@ -62,58 +63,93 @@ TEST(LimbMemory, Blocks) {
   service.odd = -1;
 }
 
-// Blocks of the program's own, by address.
-std::map<void *, std::size_t> own;
-int wrong = 0, reallocated = 0;
+// Blocks of the program's own, filled with ones, by their sizes.
+std::map<void *, std::size_t> blocks;
+int wrong_sizes = 0;
 
+void *take(std::size_t size) {
+  void *const block = std::malloc(size);
+  std::memset(block, 0xFF, size);
+  blocks[block] = size;
+  return block;
+}
 void give_back(void *block, std::size_t size) {
-  wrong += own.count(block) == 0 || own[block] != size;
-  own.erase(block);
+  const auto at = blocks.find(block);
+  if (at == blocks.end() || at->second != size) return void(++wrong_sizes);
+  blocks.erase(at);
   std::free(block);
 }
+void *change(void *block, std::size_t old_size, std::size_t size) {
+  void *const other = take(size);
+  std::memcpy(other, block, std::min(old_size, size));
+  give_back(block, old_size);
+  return other;
+}
 
-TEST(LimbMemory, Pointers) {
+TEST(LimbMemory, ComesFromThePointersAndGoesBackWithItsSize) {
   auto *const allocate = tnk_gmp___gmp_allocate_func_ptr();
   auto *const reallocate = tnk_gmp___gmp_reallocate_func_ptr();
   auto *const release = tnk_gmp___gmp_free_func_ptr();
-  EXPECT_EQ(allocate, tnk_gmp___gmp_default_allocate);
-  EXPECT_EQ(reallocate, tnk_gmp___gmp_default_reallocate);
-  EXPECT_EQ(release, tnk_gmp___gmp_default_free);
-  tnk_gmp___gmp_set_memory_functions(
-      [](std::size_t size) {
-        void *const block = std::malloc(size);
-        own[block] = size;
-        return block;
-      },
-      [](void *block, std::size_t old_size, std::size_t new_size) {
-        ++reallocated;
-        wrong += block && own[block] != old_size;
-        own.erase(block);
-        block = std::realloc(block, new_size);
-        own[block] = new_size;
-        return block;
-      },
-      give_back);
+  EXPECT_TRUE(allocate == tnk_gmp___gmp_default_allocate && release == tnk_gmp___gmp_default_free &&
+              reallocate == tnk_gmp___gmp_default_reallocate);
+  tnk_gmp___gmp_set_memory_functions(take, change, give_back);
   const int64_t live = service.live;
-  Random random;
-  // On every path: from the stack's 256 limbs on, with all methods, and into a record that has to grow.
-  for (const int32_t n : {10, 64, 65, 66, 201, 300, 8200, 33000}) {
-    const Limbs a = made(random, n, any), b = made(random, n, ones);
-    Limbs r(2 * a.size());
-    tnk_gmp___gmpn_mul_n(r.data(), a.data(), b.data(), n);
-    tnk_gmp___gmpn_mul(r.data(), a.data(), n, b.data(), n / 3);
-    tnk_gmp_integer x{2 * n, 2 * n, r.data()}, y{n, n, const_cast<limb *>(a.data())}, q{0, 0, nullptr},
-        rest{0, 0, nullptr};
-    r.back() |= 1;
-    if (n > 8200) continue;
-    tnk_gmp_tnk_gmp_div_qr(&q, &rest, &x, &y);
-    tnk_gmp_tnk_gmp_free(q.d, sizeof(limb) * static_cast<std::size_t>(q.alloc));
-    tnk_gmp_tnk_gmp_free(rest.d, sizeof(limb) * static_cast<std::size_t>(rest.alloc));
+  {
+    Random random(2);
+    Z a = random_integer(random, 700), b = random_integer(random, 300), m = random_integer(random, 20), r, s,
+      t;
+    // From the stack's 256 limbs on, with all methods.
+    for (const int n : {10, 64, 65, 66, 201, 300, 8200, 33000}) {
+      const Limbs x(static_cast<std::size_t>(n), 3), y(x.size(), 5);
+      Limbs product(2 * x.size());
+      tnk_gmp___gmpn_mul_n(product.data(), x.data(), y.data(), n);
+      tnk_gmp___gmpn_mul(product.data(), x.data(), n, y.data(), n / 3);
+    }
+    tnk_gmp___gmpz_mul(a, a, a);
+    for (const auto &divisor : {a, b, m}) tnk_gmp___gmpz_tdiv_qr(r, s, a, divisor);
+    tnk_gmp___gmpz_fdiv_q(r, b, a);
+    for (int even = 0; even < 2; ++even) {
+      tnk_gmp___gmpz_powm(r, b, m, m);
+      tnk_gmp___gmpz_mul_2exp(m, m, 3);
+    }
+    tnk_gmp___gmpz_gcdext(r, s, t, a, b);
+    tnk_gmp___gmpz_jacobi(a, b);
+    tnk_gmp___gmpz_root(r, a, 3);
+    tnk_gmp___gmpz_perfect_power_p(MADE(pow_ui, b, 3));
+    tnk_gmp___gmpz_fac_ui(r, 999);
+    tnk_gmp___gmpz_remove(r, r, MADE(set_ui, 6));
+    tnk_gmp___gmpz_lucnum2_ui(r, s, 5000);
+    tnk_gmp___gmpz_bin_ui(t, a, 20);
+    tnk_gmp___gmpz_ior(a, a, b);
+    char *const text = tnk_gmp___gmpz_get_str(nullptr, 10, m);
+    EXPECT_EQ(blocks[text], std::strlen(text) + 1);
+    give_back(text, std::strlen(text) + 1);
+    std::size_t count;
+    void *const words = tnk_gmp___gmpz_export(nullptr, &count, 1, 3, 0, 0, m);
+    give_back(words, 3 * count);
   }
-  EXPECT_EQ(service.live, live);
-  EXPECT_EQ(wrong, 0);
-  EXPECT_EQ(reallocated, 14);
-  EXPECT_EQ(own.size(), 0u);
+
+  tnk_gmp_integer r[3];
+  for (const uint64_t bits : {0, 512, 513, 4000}) {
+    tnk_gmp___gmpz_init2(r, bits);
+    EXPECT_EQ(r->alloc, std::max(8, static_cast<int>(bits + 63) / 64));
+    EXPECT_EQ(blocks[r->d], static_cast<std::size_t>(r->alloc) * 8);
+    EXPECT_TRUE(r->size == 0 && std::count(r->d, r->d + r->alloc, 0u) == r->alloc);
+    tnk_gmp___gmpz_clear(r);
+  }
+  tnk_gmp___gmpz_array_init(r, 3, 600);
+  for (auto &record : r) {
+    EXPECT_TRUE(record.alloc == 10 && record.size == 0);
+    tnk_gmp___gmpz_setbit(&record, 150);
+    EXPECT_EQ(tnk_gmp___gmpz_realloc(&record, 3), record.d);
+    EXPECT_TRUE(record.alloc == 3 && record.size == 3);
+    tnk_gmp___gmpz_realloc2(&record, 128);
+    EXPECT_TRUE(record.alloc == 2 && record.size == 0);
+    tnk_gmp___gmpz_realloc2(&record, 0);
+    EXPECT_EQ(record.alloc, 1);
+    tnk_gmp___gmpz_clear(&record);
+  }
+  EXPECT_TRUE(blocks.empty() && wrong_sizes == 0 && service.live == live);
   tnk_gmp___gmp_set_memory_functions(allocate, reallocate, release);
 }
 

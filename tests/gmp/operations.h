@@ -5,6 +5,7 @@
 #include "reference/integer.h"
 #include "support/random.h"
 
+#include <cfloat>
 #include <cmath>
 #include <dlfcn.h>
 #include <functional>
@@ -37,7 +38,7 @@ inline void skip_peer_outputs() {
 class Choices {
 public:
   Choices() = default;
-  explicit Choices(Random &random) : random_(&random) {}
+  explicit Choices(Random &random, int longest = 14) : random_(&random), longest_(longest) {}
 
   // 0 to n - 1. The first run takes the first of everything; next() moves on until all has been had.
   int pick(int n) {
@@ -55,31 +56,15 @@ public:
   // `fewer`: where small ones will do.
   reference::Integer integer(bool fewer) {
     using reference::Integer;
-    static const std::vector<Integer> edges = [] {
-      const Integer w = Integer::power_of_two(64);
-      const Integer odd = (w * w - w) * w + Integer(int64_t{0x123456789ABCDEF});
-      const std::vector<Integer> list = {0,
-                                         1,
-                                         -1,
-                                         3,
-                                         -(w - 1),
-                                         w,
-                                         -(w * w),
-                                         odd,
-                                         -6,
-                                         -w,
-                                         w - 1,
-                                         w + 1,
-                                         Integer(INT64_MIN),
-                                         Integer(INT64_MAX),
-                                         w * w * w - w,
-                                         -odd};
-      return list;
-    }();
+    static const Integer w = Integer::power_of_two(64), least = INT64_MIN, most = INT64_MAX,
+                         odd = (w * w - w) * w + Integer(int64_t{0x123456789ABCDEF});
+    static const std::vector<Integer> edges = {0,  1,  -1,    3,     1 - w, w,    -w * w,        odd,
+                                               -6, -w, w - 1, w + 1, least, most, w * w * w - w, -odd};
     if (!random_ || pick(3) == 0)
       return edges[static_cast<std::size_t>(pick(fewer ? 8 : static_cast<int>(edges.size())))];
     // Runs of ones and zeros, or random bits, in a few limbs more or less.
-    std::vector<tnk_gmp_limb> limbs(static_cast<std::size_t>(pick(fewer ? 4 : pick(4) == 0 ? 14 : 6)));
+    const int count = fewer ? pick(4) : pick(4) > 0 ? pick(6) : longest_ / 2 + pick(longest_ / 2);
+    std::vector<tnk_gmp_limb> limbs(static_cast<std::size_t>(count));
     const int kind = pick(3);
     for (auto &limb : limbs)
       limb = kind == 0 ? word() : pick(2) == 0 ? 0 : kind == 1 ? ~uint64_t{0} : ~uint64_t{0} << pick(64);
@@ -97,24 +82,9 @@ public:
   }
   double scalar(double) {
     if (random_ && pick(2) == 0) return std::ldexp(random_->real<double>(), pick(300) - 10);
-    const double edges[] = {0.0,
-                            0.5,
-                            -0.5,
-                            1.0,
-                            -1.5,
-                            0x1p63,
-                            0x1p64,
-                            -0x1p64,
-                            0x1.8p127,
-                            0x1p128,
-                            3.0,
-                            1e-300,
-                            -0x1p192,
-                            std::nextafter(0x1p64, 0),
-                            HUGE_VAL,
-                            -HUGE_VAL,
-                            0x1.fffffffffffffp1023,
-                            64.0};
+    const double edges[] = {0,      0.5,     -0.5, 1,       -1.5,     0x1p63,
+                            0x1p64, -0x1p64, 3,    1e-300,  -0x1p192, 0x1.fffffffffffffp63,
+                            64,     0x1p128, 1e38, DBL_MAX, HUGE_VAL, -HUGE_VAL};
     return edges[pick(18)];
   }
 
@@ -122,6 +92,7 @@ private:
   uint64_t word() { return static_cast<uint64_t>(random_->integer(INT64_MIN, INT64_MAX)); }
 
   Random *random_ = nullptr;
+  int longest_ = 0; // in limbs
   std::size_t at_ = 0;
   std::vector<std::pair<int, int>> path_;
 };

@@ -56,11 +56,12 @@ struct Dense {
   }
 };
 
-// All of a matrix in memory ('A'), or one triangle ('U', 'L'), with rows of a gap below; all else must stay.
+// All of a matrix in memory ('A'), or one triangle ('U', 'L'), with rows of a gap between columns; all else must stay.
 template <class T> struct Stored : Guarded<T> {
   Stored(const Dense &values, char which = 'A')
-      : Guarded<T>(static_cast<std::size_t>((values.rows + 3) * values.columns)), n(values.rows),
-        columns(values.columns), ld(n + 3), part(which) {
+      : Guarded<T>(static_cast<std::size_t>(values.columns == 0 ? 0 : (values.rows + 3) * values.columns - 3),
+                   page_end),
+        n(values.rows), columns(values.columns), ld(n + 3), part(which) {
     each([&](tnk_int i, tnk_int j, std::size_t k) {
       this->put(k, reference::number<T>(static_cast<Real<T>>(values(i, j).real()),
                                         static_cast<Real<T>>(values(i, j).imag())));

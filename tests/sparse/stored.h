@@ -20,6 +20,7 @@ template <class T, class I> struct Stored {
   std::vector<reference::SparseEntry<T>> entries = {};
   std::vector<T> values = {};
   std::vector<I> rows = {}, columns = {}, row_end = {};
+  tnk_int spare_rows = 0, spare_columns = 0; // of the last blocks, beyond the matrix
 
   // In any order, some on the diagonal, some more than once.
   tnk_int some_column(tnk_int row) const {
@@ -27,9 +28,10 @@ template <class T, class I> struct Stored {
   }
   // What is no element of the matrix is junk as well, but where kernels add it first.
   void store(tnk_int row, tnk_int column) {
-    const bool is_number = all_are_numbers || name.counts(row, column);
+    const bool is_inside = row < m * block - spare_rows && column < n * block - spare_columns;
+    const bool is_number = is_inside && (all_are_numbers || name.counts(row, column));
     values.push_back(is_number ? number(row == column) : junk<T>());
-    entries.push_back({row, column, values.back()});
+    if (is_inside) entries.push_back({row, column, values.back()});
   }
 
   // Rows of so many entries, the first on the diagonal if there must be one. Unless contiguous, the rows behind the first
@@ -68,6 +70,16 @@ template <class T, class I> struct Stored {
       store(row, column);
       rows.push_back(row + (name.base - '0'));
       columns.push_back(column + (name.base - '0'));
+    }
+  }
+
+  // Rows of a lower triangle, or columns of an upper one, as far as the diagonal.
+  void store_skyline(tnk_int most) {
+    rows.push_back(3);
+    for (tnk_int i = 0; i < m; ++i) {
+      for (tnk_int j = i - random.integer(0, std::min(i, most)); j <= i; ++j)
+        name.triangle == 'u' ? store(j, i) : store(i, j);
+      rows.push_back(3 + values.size());
     }
   }
 

@@ -1,5 +1,5 @@
 // What a routine has to give, written from the definitions: each result is a list of products, in order, and what becomes
-// of their sum. The list is then evaluated exactly, or by the very operations of a precision.
+// of their sum. The list is then evaluated by the very operations of a precision, in wider arithmetic, or in magnitudes.
 #pragma once
 
 #include "tests/xblas/call.h"
@@ -7,8 +7,14 @@
 
 namespace tnk::test {
 
-__extension__ using Integer = __int128;
 __extension__ using Wide = __float128;
+
+// Complex numbers of 113 bits.
+struct Value {
+  Wide re = 0, im = 0;
+  Value(Wide r = 0, Wide i = 0) : re(r), im(i) {}
+  Value(Number x) : re(static_cast<Wide>(x.real())), im(static_cast<Wide>(x.imag())) {}
+};
 
 struct Product {
   Number a, x;
@@ -21,19 +27,6 @@ struct Result {
 };
 enum class Rule { dot, matrix, two_matrices, combined, alone }; // what becomes of sums
 
-// ---- Exactly: all numbers are integers of at most 53 bits, factors of at most 7 ------------------------------------------
-
-struct Exact {
-  Integer re = 0, im = 0;
-  void add(Number a, Number b, Number c) {
-    const auto i = [](double x) { return static_cast<Integer>(x); };
-    const Integer re_ab = i(a.real()) * i(b.real()) - i(a.imag()) * i(b.imag()),
-                  im_ab = i(a.real()) * i(b.imag()) + i(a.imag()) * i(b.real());
-    re += re_ab * i(c.real()) - im_ab * i(c.imag());
-    im += re_ab * i(c.imag()) + im_ab * i(c.real());
-  }
-};
-
 // ---- By the operations of a precision ------------------------------------------------------------------------------------
 
 template <class R> struct Plain {
@@ -43,7 +36,18 @@ template <class R> struct Plain {
   Plain plus(Plain b) const { return {value + b.value}; }
   Plain minus() const { return {-value}; }
   Plain times(double b) const { return {value * static_cast<R>(b)}; }
-  double rounded() const { return static_cast<double>(value); }
+  Wide rounded() const { return static_cast<Wide>(value); }
+};
+
+// What bounds are a multiple of.
+struct Magnitude {
+  double value = 0;
+  static Magnitude product(double a, double b, bool) { return {std::abs(a * b)}; }
+  static Magnitude of(double a) { return {std::abs(a)}; }
+  Magnitude plus(Magnitude b) const { return {value + b.value}; }
+  Magnitude minus() const { return *this; }
+  Magnitude times(double b) const { return {value * std::abs(b)}; }
+  Wide rounded() const { return value; }
 };
 
 struct Twofold {
@@ -71,7 +75,7 @@ struct Twofold {
     const double u = tail * b, s = p.head + u, e = (u - (s - p.head)) + p.tail, h = s + e;
     return {h, e - (h - s)};
   }
-  double rounded() const { return head; }
+  Wide rounded() const { return head; }
 };
 
 // A sum of type E, complex or not, and what becomes of it in a result of the type of a letter.
@@ -99,11 +103,11 @@ template <class E> struct Chain {
     return {re.times(f.real()).plus(im.times(f.imag()).minus()), im.times(f.real()).plus(re.times(f.imag())),
             single};
   }
-  Number rounded() const { return {re.rounded(), im.rounded()}; }
+  Value rounded() const { return {re.rounded(), im.rounded()}; }
 };
 
 template <class E>
-Number evaluated(const Routine &r, Rule rule, const Result &result, Number alpha, Number beta) {
+Value evaluated(const Routine &r, Rule rule, const Result &result, Number alpha, Number beta) {
   const bool complex = is_pair(r.result), of_pair = is_pair(r.a) || is_pair(r.x);
   const auto sum_of = [&](const std::vector<Product> &products) {
     Chain<E> sum{{}, {}, is_short(r.a) && is_short(r.x)};
@@ -126,14 +130,14 @@ Number evaluated(const Routine &r, Rule rule, const Result &result, Number alpha
   }
   const auto scaled = [&](const Chain<E> &sum, Number f) { return sum.times(f, complex, of_pair); };
   if (rule == Rule::two_matrices) {
-    if (alpha == 0.0 && beta == 0.0) return 0;
+    if (alpha == 0.0 && beta == 0.0) return {};
     const Chain<E> a = sum_of(result.products), b = sum_of(result.more);
     if (beta == 0.0) return (alpha == 1.0 ? a : scaled(a, alpha)).rounded();
     if (alpha == 0.0) return (beta == 1.0 ? b : scaled(b, beta)).rounded();
     return scaled(a, alpha).plus(scaled(b, beta)).rounded();
   }
   if (rule == Rule::matrix && alpha == 0.0) {
-    if (beta == 0.0) return 0;
+    if (beta == 0.0) return {};
     if (std::is_same_v<E, Twofold>) return evaluated<Plain<double>>(r, rule, result, alpha, beta);
     return factor_times(beta, result.before, !complex).rounded();
   }

@@ -5,13 +5,6 @@ namespace {
 
 using namespace tnk::test;
 
-// Complex numbers of 113 bits.
-struct Value {
-  Wide re = 0, im = 0;
-  Value() = default;
-  Value(Number x) : re(static_cast<Wide>(x.real())), im(static_cast<Wide>(x.imag())) {}
-  Value(Wide r, Wide i) : re(r), im(i) {}
-};
 Value operator*(Value a, Value b) {
   return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
 }
@@ -124,34 +117,6 @@ TEST(XblasSolves, DividePairsWithinTheirBound) {
   EXPECT_GE(worst_real, 0.01); // something is to be seen
   RecordProperty("real", std::to_string(worst_real));
   RecordProperty("complex", std::to_string(worst_complex));
-}
-
-// The Cholesky factors of Hilbert matrices, of condition 10^8 at order 12: pairs still give every bit but the last.
-TEST(XblasSolves, GiveAllDigitsOfHilbertFactors) {
-  for (tnk_int n = 1; n <= 12; ++n) {
-    const auto at = [&](tnk_int i, tnk_int j) { return static_cast<std::size_t>(i + j * n); };
-    std::vector<double> t(static_cast<std::size_t>(n * n));
-    std::vector<Wide> l(t.size());
-    for (tnk_int j = 0; j < n; ++j)
-      for (tnk_int i = j; i < n; ++i) {
-        Wide sum = static_cast<Wide>(1) / (i + j + 1);
-        for (tnk_int k = 0; k < j; ++k) sum -= l[at(i, k)] * l[at(j, k)];
-        l[at(i, j)] = i == j ? static_cast<Wide>(std::sqrt(static_cast<double>(sum))) : sum / l[at(j, j)];
-        t[at(i, j)] = static_cast<double>(l[at(i, j)]);
-      }
-    std::vector<double> x(static_cast<std::size_t>(n), 1);
-    std::vector<Wide> exact(x.size());
-    tnk_xblas_BLAS_dtrsv_x(102, 122, 113, 131, n, 1, t.data(), n, x.data(), 1, 214);
-    for (tnk_int i = n - 1; i >= 0; --i) {
-      Wide sum = 1;
-      for (tnk_int k = i + 1; k < n; ++k)
-        sum -= static_cast<Wide>(t[at(k, i)]) * exact[static_cast<std::size_t>(k)];
-      exact[static_cast<std::size_t>(i)] = sum / static_cast<Wide>(t[at(i, i)]);
-      const double right = static_cast<double>(exact[static_cast<std::size_t>(i)]),
-                   found = x[static_cast<std::size_t>(i)];
-      EXPECT_LE(std::abs(found - right), 0x1p-53 * std::abs(right)) << n << " " << i;
-    }
-  }
 }
 
 } // namespace

@@ -81,4 +81,32 @@ template <class T> testing::AssertionResult is_right(const std::vector<Sum> &wan
   return y.intact() ? testing::AssertionSuccess() : testing::AssertionFailure() << "wrote outside of y";
 }
 
+// A product of a matrix with elements of E.
+template <class T, class E = T> struct Problem {
+  char trans;
+  Matrix<E> a;
+  RandomVector<T> x, y;
+  T alpha, beta;
+
+  Problem(char letter, tnk_int m, tnk_int n, tnk_int gap, tnk_int incx, tnk_int incy,
+          const std::size_t (&shift)[3], Random &random)
+      : trans(letter), a(m, n, gap, shift[0], random), x(no_transpose(trans) ? n : m, incx, shift[1], random),
+        y(no_transpose(trans) ? m : n, incy, shift[2], random), alpha(random.number<T>()),
+        beta(random.number<T>()) {}
+
+  // Rows, or transposed columns, `first` ... first + size - 1 of the product, added to `part`.
+  void call(const std::string &name, tnk_int first, tnk_int size, T *part) const {
+    const bool plain = no_transpose(trans);
+    const tnk_int m = plain ? size : a.m, n = plain ? a.n : size, one = 1;
+    Named<T>{name}(&trans, &m, &n, &alpha, a.data() + first * (plain ? 1 : a.lda), &a.lda, x.data(), &x.inc(),
+                   &beta, part, size == y.n() ? &y.inc() : &one);
+  }
+  testing::AssertionResult holds(const std::string &name) {
+    const std::vector<Sum> wanted = product(trans, alpha, a, x, beta, y);
+    call(name, 0, y.n(), y.data());
+    return is_right(wanted, y) << ": " << name << ' ' << trans << ' ' << a.m << " by " << a.n << " lda "
+                               << a.lda << " incx " << x.inc() << " incy " << y.inc();
+  }
+};
+
 } // namespace tnk::test

@@ -105,23 +105,11 @@ using Pairs = testing::Types<tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(MixedGemv, Pairs, );
 template <class T> const std::string prefix = sizeof(T) == 8 ? "tnk_blas_scgemv" : "tnk_blas_dzgemv";
 
-template <class T> struct Mixed {
-  char trans;
-  Matrix<Real<T>> a;
-  RandomVector<T> x, y;
-  T alpha, beta;
-
+template <class T> struct Mixed : Problem<T, Real<T>> {
   Mixed(char letter, tnk_int m, tnk_int n, std::size_t turn, Random &random)
-      : trans(letter), a(m, n, static_cast<tnk_int>(turn % 2), shifts<Real<T>>[turn % 7], random),
-        x(no_transpose(trans) ? n : m, steps[turn / 2 % 7], shifts<T>[turn / 3 % 7], random),
-        y(no_transpose(trans) ? m : n, steps[turn / 3 % 4], shifts<T>[turn / 4 % 7], random),
-        alpha(random.number<T>()), beta(random.number<T>()) {}
-  testing::AssertionResult holds(const char *suffix) {
-    const std::vector<Sum> wanted = product(trans, alpha, a, x, beta, y);
-    Named<T>{prefix<T> + suffix}(static_cast<const char *>(&trans), &a.m, &a.n, &alpha, a.data(), &a.lda,
-                                 static_cast<const T *>(x.data()), &x.inc(), &beta, y.data(), &y.inc());
-    return is_right(wanted, y) << ": " << trans << ' ' << a.m << " by " << a.n << suffix;
-  }
+      : Problem<T, Real<T>>(
+            letter, m, n, static_cast<tnk_int>(turn % 2), steps[turn / 2 % 7], steps[turn / 3 % 4],
+            {shifts<Real<T>>[turn % 7], shifts<T>[turn / 3 % 7], shifts<T>[turn / 4 % 7]}, random) {}
 };
 
 TYPED_TEST(MixedGemv, ShapesLettersScalarsAndTheWayTaken) {
@@ -138,7 +126,7 @@ TYPED_TEST(MixedGemv, ShapesLettersScalarsAndTheWayTaken) {
           Mixed<T> p("NTCntcX"[turn % 7], m, n, turn, random);
           p.alpha = scalars[turn % 4], p.beta = scalars[turn / 4 % 4];
           const int made = allocations.made;
-          ASSERT_TRUE(p.holds(suffix));
+          ASSERT_TRUE(p.holds(prefix<T> + suffix));
           const bool splits = m > 3 && n > 3 && !*suffix && !is_zero(p.alpha);
           ASSERT_EQ(allocations.made - made, splits ? 2 : 0);
         }
@@ -148,12 +136,12 @@ TYPED_TEST(MixedGemv, ShapesLettersScalarsAndTheWayTaken) {
   Mixed<T> wide('N', 4, 300, 0, random);
   wide.beta = T{};
   wide.y.put(1, T{std::numeric_limits<Real<T>>::quiet_NaN(), 1});
-  EXPECT_TRUE(wide.holds(""));
+  EXPECT_TRUE(wide.holds(prefix<T>));
   EXPECT_EQ(allocations.largest, static_cast<tnk_int>(300 * sizeof(T)));
   wide.alpha = T{};
   wide.a.put(0, 0, std::numeric_limits<Real<T>>::quiet_NaN());
   wide.y.put(2, T{1, std::numeric_limits<Real<T>>::infinity()});
-  EXPECT_TRUE(wide.holds("") && is_zero(wide.y.get(2)));
+  EXPECT_TRUE(wide.holds(prefix<T>) && is_zero(wide.y.get(2)));
 }
 
 TYPED_TEST(MixedGemv, StagesSplitAndMerge) {
@@ -188,7 +176,7 @@ TYPED_TEST(MixedGemv, WithoutMemoryItFaults) {
     Mixed<TypeParam> p('N', 5, 4, 0, random);
     const auto refused = [&] {
       allocations.refuse = which;
-      p.holds("");
+      p.holds(prefix<TypeParam>);
     };
     EXPECT_DEATH(refused(), "");
   }

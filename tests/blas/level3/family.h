@@ -65,16 +65,9 @@ public:
   tnk_gemm_descriptor *descriptor() { return &d_; }
   template <class Letters>
   tnk_triangular_level level(const Letters &form, tnk_int order, tnk_int sides) const {
-    const bool left = form.left();
-    return {left ? order : sides,
-            left ? sides : order,
-            left != form.as_it_is(),
-            d_.a.data,
-            0,
-            d_.b.data,
-            1024,
-            0,
-            1};
+    const bool left = form.left(), turned = left != form.as_it_is();
+    const tnk_int m = left ? order : sides, n = left ? sides : order;
+    return {m, n, turned, d_.a.data, 0, d_.b.data, 1024, 0, 1};
   }
 
 private:

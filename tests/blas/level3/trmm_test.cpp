@@ -50,18 +50,12 @@ TYPED_TEST(Trmm, Slices) {
 
 // ---- Stages by themselves -------------------------------------------------------------------------------------------
 
-std::string lower_case(std::initializer_list<char> letters) {
-  std::string text;
-  for (const char letter : letters) text += static_cast<char>(letter + ('a' - 'A'));
-  return text;
-}
-
 // Side, triangle and operation as the name has them; in double the forms by columns, on the right alone.
 TYPED_TEST(Trmm, FamilyByItsNames) {
   using T = TypeParam;
   for (const Form &form : all_forms<T>()) {
     if (std::is_same_v<T, double> && form.left()) continue;
-    const Named<T> named("tnk_blas_?trmm_" + lower_case({form.side, form.uplo, form.trans}));
+    const Named<T> named("tnk_blas_?trmm_" + form.suffix());
     for (const auto &[order, other] : {std::pair<tnk_int, tnk_int>{3, 5}, {9, 1}, {64, 35}, {143, 70}})
       ASSERT_NO_FATAL_FAILURE(check(
           TriangleProduct<T>(form, form.left() ? order : other, form.left() ? other : order), [&](auto &p) {

@@ -221,20 +221,9 @@ TEST(SparseArguments, EntriesThatDoNotCountAreFoundWhereAsked) {
       for (tnk_int column = 0; column < 3; ++column) {
         const double value = 1;
         const tnk_int starts[] = {7, 7 + (row < 1), 7 + (row < 2), 8}, i = row + d.base, j = column + d.base;
-        const tnk_sparse_matrix a{static_cast<tnk_sparse_storage>(variant % 2),
-                                  3,
-                                  3,
-                                  1,
-                                  &value,
-                                  &j,
-                                  &i,
-                                  starts,
-                                  starts + 1,
-                                  0,
-                                  0,
-                                  0,
-                                  nullptr,
-                                  nullptr};
+        tnk_sparse_matrix a{};
+        a.storage = static_cast<tnk_sparse_storage>(variant % 2), a.m = a.n = 3, a.nnz = 1;
+        a.values = &value, a.col_index = &j, a.row_index = &i, a.row_start = starts, a.row_end = starts + 1;
         const bool on_diagonal = row == column, lower = d.triangle == TNK_SPARSE_LOWER;
         const bool counts = kind == TNK_SPARSE_GENERAL ? true
                             : on_diagonal ? kind != TNK_SPARSE_SKEW && d.diagonal == TNK_SPARSE_NONUNIT

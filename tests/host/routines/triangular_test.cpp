@@ -4,58 +4,31 @@
 #include <gtest/gtest.h>
 #include <thread>
 #include <tnk/blas.h>
-#include <tnk/blas_level3.h>
 #include <tnk/host.h>
 
+#include "tests/blas/level3/triangle.h"
 #include "tests/host/routines/services.h"
-#include "tests/support/error_recorder.h"
-#include "tests/support/product.h"
-#include "tests/support/random.h"
 #include "tools/tnk/support/threads.h"
 
 namespace {
 
-using tnk::test::ErrorRecorder;
-using tnk::test::Random;
-using tnk::test::refused_request;
-using tnk::test::requests;
-using tnk::test::same_bits;
-using tnk::test::scalar;
+using namespace tnk::test;
 using tnk::tool::Threads;
 
-// One call of either operation. Behind the triangle that counts, and in the gaps, stand NaN; so they do on a unit diagonal.
-template <class T> struct Call {
-  Call(const std::string &options, tnk_int rows, tnk_int columns) : letters(options), m(rows), n(columns) {
-    const tnk_int order = letters[0] == 'L' ? m : n;
-    lda = order + 1, ldb = m + 3;
-    Random random;
-    const T junk = scalar<T>(tnk::test::nan, tnk::test::nan);
-    const double size = 1 / static_cast<double>(order);
-    for (tnk_int j = 0; j < order; ++j)
-      for (tnk_int i = 0; i < lda; ++i)
-        a.push_back(i == j ? (letters[3] == 'U' ? junk : scalar<T>(1.5, 0.5))
-                    : i < order && (i < j) == (letters[1] == 'U')
-                        ? scalar<T>(size * random.real<double>(), size * random.real<double>())
-                        : junk);
-    for (tnk_int i = 0; i < ldb * n; ++i) b.push_back(i % ldb < m ? random.number<T>() : junk);
-  }
-  template <class Routine> void run(Routine *routine, T *x) const {
-    routine(&letters[0], &letters[1], &letters[2], &letters[3], &m, &n, &alpha, a.data(), &lda, x, &ldb);
-  }
+// One call of either operation.
+template <class T> struct Call : TriangleSolve<T> {
+  Call(const std::string &options, tnk_int rows, tnk_int columns)
+      : TriangleSolve<T>({options[0], options[1], options[2], options[3]}, rows, columns,
+                         scalar<T>(0.75, -0.5)) {}
   template <class Routine> std::vector<T> result(Routine *routine) const {
-    std::vector<T> x = b;
-    run(routine, x.data());
+    std::vector<T> x = this->before;
+    routine(&this->form.side, &this->form.uplo, &this->form.trans, &this->form.diag, &this->m, &this->n,
+            &this->alpha, this->a.data(), &this->lda, x.data(), &this->ldb);
     return x;
   }
   template <class Routine> bool leads_to(const std::vector<T> &expected, Routine *routine) const {
     return same_bits(result(routine).data(), expected.data(), expected.size());
   }
-  std::string name() const { return letters + ' ' + std::to_string(m) + " by " + std::to_string(n); }
-
-  std::string letters; // side, uplo, transa, diag
-  tnk_int m, n, lda, ldb;
-  T alpha = scalar<T>(0.75, -0.5);
-  std::vector<T> a, b;
 };
 
 template <class T> double distance(T x, T y) {
@@ -84,9 +57,10 @@ TEST(PublicTriangular, GoodCallsReachTheirKernels) {
       for (const auto &[m, n] : {std::pair{5, 3}, {64, 65}, {1, 1}, {31, 33}, {37, 30}}) {
         Call<T> call(options, m, n);
         const std::vector<T> expected = call.result(kernel);
-        EXPECT_FALSE(same_bits(expected.data(), call.b.data(), call.b.size()));
+        EXPECT_FALSE(same_bits(expected.data(), call.before.data(), expected.size()));
         EXPECT_TRUE(call.leads_to(expected, routine)) << name << ' ' << call.name();
-        for (char &letter : call.letters) letter = static_cast<char>(letter | 32);
+        for (char *letter : {&call.form.side, &call.form.uplo, &call.form.trans, &call.form.diag})
+          *letter = static_cast<char>(*letter | 32);
         EXPECT_TRUE(call.leads_to(expected, routine)) << name << ' ' << call.name();
       }
   });
@@ -152,7 +126,7 @@ TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
         EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << name;
         EXPECT_EQ(errors.last().routine, "x" + std::string(name + 1)) << name;
         if (threads == 1) {
-          EXPECT_TRUE(same_bits(x.data(), call.b.data(), x.size())) << name;
+          EXPECT_TRUE(same_bits(x.data(), call.before.data(), x.size())) << name;
           continue;
         }
         const double bound = 100 * std::numeric_limits<tnk::real_of<T>>::epsilon(); // all values are near 1
