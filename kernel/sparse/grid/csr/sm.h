@@ -8,58 +8,64 @@
 
 namespace tnk::sparse {
 
-// R right-hand sides of a dense operand that are worked on together. Adjacent ones that fill vectors are held in them.
-template <bool Adjacent, int R, class T, class I> struct SideGroup {
-  static constexpr bool in_vectors = Adjacent && R >= per_vector<T>;
-  using V = std::conditional_t<in_vectors, vec_of<T>, in_lanes<T>>;
-  static constexpr int width = in_vectors ? per_vector<T> : 1, count = R / width;
-  struct Values {
-    V of[count];
-  };
-
-  SideGroup(T *c, I ld, I first, I base) : ld_(ld) {
-    for (int r = 0; r < (Adjacent ? 1 : R); ++r)
-      side_[r] =
-          counted_from(c + (Adjacent ? first : wrapped_product<I>(first + r, ld)), Adjacent ? 0 : base);
-  }
-  T *at(I row, int r) const { return Adjacent ? side_[0] + wrapped_product(row, ld_) + r : side_[r] + row; }
+// What is worked on at once: a vector of adjacent right-hand sides, or an element of one.
+template <bool InVectors, class T> struct SideVector {
+  using V = std::conditional_t<InVectors, vec_of<T>, in_lanes<T>>;
+  static constexpr int width = InVectors ? per_vector<T> : 1;
 
   static V load(const T *p) {
-    if constexpr (in_vectors)
+    if constexpr (InVectors)
       return loadu<V>(p);
     else
       return fetch(p);
   }
   static void store(T *p, V v) {
-    if constexpr (in_vectors)
+    if constexpr (InVectors)
       storeu(p, v);
     else
       deposit(p, v);
   }
   static V all(T a) {
-    if constexpr (in_vectors)
+    if constexpr (InVectors)
       return in_every_element<T>(fetch(&a));
     else
       return fetch(&a);
   }
-  // f(element k of the group, its place) over a row.
-  template <class F> TNK_INLINE void each(I row, F f) const {
-    for (int k = 0; k < count; ++k) f(k, at(row, k * width));
-  }
+};
 
-  template <bool Conj> TNK_INLINE Values sum(const SolveJob<T, I> &job, I from, I to) const {
-    Values sums{};
-    for (I p = from; p < to; ++p) {
-      const V a = all(get(job.matrix.values + p));
-      each(job.column(p), [&](int k, const T *x) { sums.of[k] += times<T, Conj>(a, load(x)); });
-    }
-    return sums;
+// R right-hand sides of a dense operand that are worked on together.
+template <bool Adjacent, int R, class T, class I>
+struct SideGroup : SideVector<Adjacent && R >= per_vector<T>, T> {
+  using Vector = SideVector<Adjacent && R >= per_vector<T>, T>;
+  using typename Vector::V;
+  static constexpr int count = R / Vector::width;
+
+  SideGroup(T *c, I ld, I first, I base) : ld_(ld) {
+    side_[0] = counted_from(c + (Adjacent ? first : wrapped_product(first, ld)), Adjacent ? 0 : base);
+    for (int r = 1; r < (Adjacent ? 1 : R); ++r) side_[r] = side_[r - 1] + ld;
   }
-  TNK_INLINE void divide(I row, T pivot) const {
-    if constexpr (is_complex<T>)
-      for (int r = 0; r < R; ++r) put(at(row, r), quotient(get(at(row, r)), pivot));
-    else
-      each(row, [&](int, T *y) { store(y, load(y) / all(pivot)); });
+  // Where vector k of a row begins.
+  T *at(I row, int k) const {
+    return Adjacent ? side_[0] + wrapped_product(row, ld_) + k * Vector::width : side_[k] + row;
+  }
+  // f(k) for each vector. k is a constant, so that an array over the group is registers.
+  template <class F> static TNK_INLINE void each(const F &f) { unrolled<count>(f); }
+
+  // The sums over the entries from p on, up to the end or to the first one that `ends` says of its column; that is
+  // where p is left.
+  template <bool Conj, class Ends>
+  TNK_INLINE void sum(const SolveJob<T, I> &job, I &p, I end, Ends ends, T *sums) const {
+    const T *const values = job.matrix.values;
+    const I *const columns = job.matrix.col_index;
+    V sum[count];
+    each([&](auto k) TNK_INLINED { sum[k] = V{}; });
+    I q = p;
+    for (I column; q < end && !ends(column = get(columns + q)); ++q) {
+      const V a = Vector::all(get(values + q));
+      each([&](auto k) TNK_INLINED { sum[k] += times<T, Conj>(a, Vector::load(at(column, k))); });
+    }
+    p = q;
+    each([&](auto k) TNK_INLINED { Vector::store(sums + k * Vector::width, sum[k]); });
   }
 
 private:
@@ -72,13 +78,43 @@ template <class T, class I> struct SideRange {
   T *c;
   I ld;
 
-  // body(group) for eight at a time, and what is left in halves of that.
+  // body(group, how many come before it) for as many at a time as keep sums in eight registers, four of vectors, and
+  // what is left in halves of that.
   template <bool Adjacent, class Body> TNK_INLINE void each_group(I base, Body body) const {
-    each_group_of<8>(first, last, [&](auto count, I side) {
+    constexpr int most = Adjacent ? std::min(4 * per_vector<T>, 16) : 8;
+    each_group_of<most>(first, last, [&](auto count, I side) {
       body(SideGroup<Adjacent, count(), T, I>(c, ld, side, base), side - first);
     });
   }
+  // f(vector, its place, how many sides come before it) along row i, from 0.
+  template <bool InVectors, bool Adjacent = InVectors, class F> TNK_INLINE void each_vector(I i, F f) const {
+    const I count = last - first, step = Adjacent ? 1 : ld;
+    T *y = Adjacent ? c + wrapped_product(i, ld) + first : c + wrapped_product(first, ld) + i;
+    I k = 0;
+    if constexpr (InVectors)
+      for (; count - k >= per_vector<T>; k += per_vector<T>, y += per_vector<T>)
+        f(SideVector<true, T>(), y, k);
+    for (; k < count; ++k, y += step) f(SideVector<false, T>(), y, k);
+  }
+  // Columns are asked for before row i comes to them, a line of each at once: more of them than the hardware follows.
+  template <bool Down> TNK_INLINE void fetch_columns_ahead(I i) const {
+    constexpr int distance = Down ? -512 : 512;
+    if (i % static_cast<I>(64 / sizeof(T)) != 0) return;
+    for (I side = first; side < last; ++side) fetch_ahead<1, distance>(c + wrapped_product(side, ld) + i);
+  }
 };
+
+// What comes after this row, or before it: a line always, and as many as the row has where that is long.
+template <bool Down, class T, class I>
+TNK_INLINE void fetch_rows_ahead(const SolveJob<T, I> &job, I first, I end) {
+  constexpr int distance = Down ? -3072 : 3072, at_once = 8, long_row = 32;
+  const auto fetch_at = [&](I p) TNK_INLINED {
+    fetch_ahead<at_once, distance>(job.matrix.values + p);
+    fetch_ahead<at_once, distance>(job.matrix.col_index + p);
+  };
+  fetch_at(Down ? first : end);
+  for (I p = first; end - p >= long_row; p += at_once) fetch_at(p);
+}
 
 // A row's sums for all right-hand sides come first, into `sums`; then each is taken off and multiplied by the pivot's
 // reciprocal, which is formed once.
@@ -87,25 +123,28 @@ template <bool Adjacent, class Name, class T, class I>
                                            T *sums) {
   constexpr bool conj = Name::conjugated, lower = Name::lower, unit = Name::unit;
   const SolveJob<T, I> job = given;
-  PivotedRow<I> row{};
+  I pivot{};
   each_row_in_strips<!lower, I>(job.rows, lower ? lower_strip : upper_strip, [&](I i) {
-    if constexpr (lower)
-      row = lower_row(job, i, row.pivot);
-    else
-      row = upper_row<unit>(job, i);
-    fetch_ahead<8>(job.matrix.values + row.to, job.matrix.col_index + row.to);
+    const I first = job.start(i), end = job.end(i), key = i + job.base;
+    I from = first;
+    if constexpr (lower) {
+      if (i == 0) pivot = first;
+    } else {
+      const PivotedRow<I> row = upper_row<unit>(job, i);
+      pivot = row.pivot, from = row.from;
+    }
+    fetch_rows_ahead<!lower>(job, first, end);
+    if constexpr (!Adjacent) sides.template fetch_columns_ahead<!lower>(i);
     sides.template each_group<Adjacent>(job.base, [&](const auto &group, I place) {
-      using Group = std::decay_t<decltype(group)>;
-      const auto of_row = group.template sum<conj>(job, row.from, row.to);
-      for (int k = 0; k < Group::count; ++k) Group::store(sums + place + k * Group::width, of_row.of[k]);
+      I p = from;
+      group.template sum<conj>(
+          job, p, end, [&](I column) { return lower && column >= key; }, sums + place);
+      if (lower && first < end) pivot = p;
     });
-    const T reciprocal = unit ? one<T> : quotient(one<T>, job.template value<conj>(row.pivot));
-    sides.template each_group<Adjacent>(job.base, [&](const auto &group, I place) {
-      using Group = std::decay_t<decltype(group)>;
-      group.each(i + job.base, [&](int k, T *y) {
-        const auto rest = Group::load(y) - Group::load(sums + place + k * Group::width);
-        Group::store(y, unit ? rest : times<T>(rest, Group::all(reciprocal)));
-      });
+    const T reciprocal = unit ? one<T> : quotient(one<T>, job.template value<conj>(pivot));
+    sides.template each_vector<Adjacent>(i, [=](auto v, T *y, I k) {
+      const auto rest = v.load(y) - v.load(sums + k);
+      v.store(y, unit ? rest : times<T>(rest, v.all(reciprocal)));
     });
   });
 }
@@ -127,8 +166,10 @@ template <bool Adjacent, class Name, class T, class I>
           row = lower_row(job, i, row.pivot);
         else
           row = upper_row<unit>(job, i);
-        finish_element<unit>(group.at(i, 0), group.template sum<conj>(job, row.from, row.to).of[0],
-                             unit ? T{} : job.template value<conj>(row.pivot));
+        T sum;
+        group.template sum<conj>(
+            job, row.from, row.to, [](I) { return false; }, &sum);
+        finish_element<unit>(group.at(i, 0), fetch(&sum), unit ? T{} : job.template value<conj>(row.pivot));
       }
     }
   }
@@ -142,16 +183,26 @@ template <bool Adjacent, class Name, class T, class I>
     const I i = lower ? job.rows - 1 - step : step;
     const PivotedRow<I> row = lower ? lower_column<unit>(job, i) : upper_column<unit>(job, i);
     const T pivot = unit ? one<T> : job.template value<conj>(row.pivot);
+    if constexpr (!unit && is_complex<T>)
+      sides.template each_vector<false, Adjacent>(i, [&](auto, T *y, I) { put(y, quotient(get(y), pivot)); });
     sides.template each_group<Adjacent>(job.base, [&](const auto &group, I) {
       using Group = std::decay_t<decltype(group)>;
-      if (!unit) group.divide(i + job.base, pivot);
-      typename Group::Values t;
-      group.each(i + job.base, [&](int k, const T *y) { t.of[k] = typename Group::V{} - Group::load(y); });
+      using V = typename Group::V;
+      V t[Group::count];
+      group.each([&](auto k) TNK_INLINED {
+        T *const y = group.at(i + job.base, k);
+        V x = group.load(y);
+        if constexpr (!unit && !is_complex<T>) group.store(y, x /= group.all(pivot));
+        t[k] = V{} - x;
+      });
       for (I n = 0; n < row.to - row.from; ++n) { // walking away from the pivot
-        const I k = lower ? row.to - 1 - n : row.from + n;
-        const auto a = Group::all(get(job.matrix.values + k));
-        group.each(job.column(k),
-                   [&](int q, T *y) { Group::store(y, Group::load(y) + times<T, conj>(a, t.of[q])); });
+        const I p = lower ? row.to - 1 - n : row.from + n;
+        const I column = job.column(p);
+        const V a = group.all(get(job.matrix.values + p));
+        group.each([&](auto k) TNK_INLINED {
+          T *const y = group.at(column, k);
+          group.store(y, group.load(y) + times<T, conj>(a, t[k]));
+        });
       }
     });
   }
@@ -163,11 +214,8 @@ template <bool Adjacent, class Name, class T, class I>
   const SolveJob<T, I> job = given;
   for (I i = 0; i < job.rows; ++i) {
     const T factor = quotient(alpha, job.template value<Name::conjugated>(diagonal_pivot(job, i)));
-    sides.template each_group<Adjacent>(job.base, [&](const auto &group, I) {
-      using Group = std::decay_t<decltype(group)>;
-      group.each(i + job.base,
-                 [&](int, T *y) { Group::store(y, times<T>(Group::load(y), Group::all(factor))); });
-    });
+    sides.template each_vector<Adjacent>(
+        i, [&](auto v, T *y, I) { v.store(y, times<T>(v.load(y), v.all(factor))); });
   }
 }
 
