@@ -70,7 +70,7 @@ def _indices(a: Any, *arrays: np.ndarray) -> tuple[list[np.ndarray], Any, str]:
 _looked_at: dict[int, tuple[Any, int]] = {}  # arrays of indices, by identity, and the limit that they keep
 
 
-def _inside(indices: np.ndarray, limit: int, what: str) -> None:
+def _inside(indices: np.ndarray, limit: int, what: str, ascending: bool = False) -> None:
     """Looks at an array once in its life: to look in each product would take as long as the product."""
     key = id(indices)
     known = _looked_at.get(key)
@@ -78,7 +78,20 @@ def _inside(indices: np.ndarray, limit: int, what: str) -> None:
         return
     if indices.size and (indices.min() < 0 or indices.max() >= limit):
         raise ValueError(f"{what} of the matrix lie outside of 0 to {limit - 1}")
+    if ascending and (indices[1:] < indices[:-1]).any():
+        raise ValueError(f"{what} of the matrix descend")
     _looked_at[key] = weakref.ref(indices, lambda _: _looked_at.pop(key, None)), limit
+
+
+def _compressed(a: Any, rows: int, limit: int, what: str) -> tuple[np.ndarray, np.ndarray, Any, str]:
+    """Columns and row pointers of a matrix stored by rows, or by rows of blocks, that stay inside of its arrays."""
+    (columns, pointer), dtype, width = _indices(a, a.indices, a.indptr)
+    if pointer.size != rows + 1:
+        raise ValueError(f"the matrix of shape {a.shape} has {pointer.size} row pointers, expected {rows + 1}")
+    _inside(pointer, min(columns.size, len(a.data)) + 1, "row pointers", ascending=True)
+    used = int(pointer[-1])
+    _inside(columns if columns.size == used else columns[:used], limit, what)
+    return columns, pointer, dtype, width
 
 
 class _Integers:
@@ -119,8 +132,7 @@ def _bounds(pointer: np.ndarray, work: int) -> list[int]:
 
 def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: str, op: str) -> None:
     """y = op(A) x of a CSR matrix; x and y of one or two dimensions, by rows."""
-    (columns, pointer), dtype, width = _indices(a, a.indices, a.indptr)
-    _inside(columns, a.shape[1], "column numbers")
+    columns, pointer, dtype, width = _compressed(a, a.shape[0], a.shape[1], "column numbers")
     integer = _Integers(dtype)
     kind = meaning[0]
     own = {"N": "n", "T": "t", "C": "c"}[op]
@@ -198,14 +210,21 @@ def _diagonals_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, op: st
 
 def _blocks_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, transposed: bool) -> None:
     """The same of a BSR matrix of square blocks."""
-    (columns, pointer), dtype, width = _indices(a, a.indices, a.indptr)
     size = a.blocksize[0]
-    _inside(columns, a.shape[1] // size, "block columns")
+    columns, pointer, dtype, width = _compressed(a, a.shape[0] // size, a.shape[1] // size, "block columns")
     integer = _Integers(dtype)
     side = 1 if x.ndim == 1 else x.shape[1]
     _call(f"tnk_spblas_{width}cspblas_{letter}bsrmmgen", integer(int(transposed)), integer(a.shape[0] // size),
           integer(side), integer(size), _one(letter), np.ascontiguousarray(a.data), columns, pointer, pointer[1:], x,
           integer(side), y, integer(side))  # fmt: skip
+
+
+def _usable(a: Any) -> None:
+    if not scipy.sparse.issparse(a) or a.format not in ("csr", "csc", "coo", "dia", "bsr"):
+        what = f"of format {a.format!r}" if scipy.sparse.issparse(a) else type(a).__name__
+        raise TypeError(f"a is {what}, expected a sparse matrix in CSR, CSC, COO, DIA or BSR")
+    if len(a.shape) != 2:
+        raise ValueError(f"a has shape {a.shape}, expected two dimensions")
 
 
 def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower: bool = True,
@@ -251,9 +270,7 @@ def matmul(a: Any, x: ArrayLike, *, op: str = "N", kind: str = "general", lower:
     >>> tnk.sparse.matmul(scipy.sparse.csr_matrix([[1.0, 2.0], [0.0, 3.0]]), np.array([1.0, 1.0]))
     array([3., 3.])
     """
-    if not scipy.sparse.issparse(a) or a.format not in ("csr", "csc", "coo", "dia", "bsr"):
-        what = f"of format {a.format!r}" if scipy.sparse.issparse(a) else type(a).__name__
-        raise TypeError(f"a is {what}, expected a sparse matrix in CSR, CSC, COO, DIA or BSR")
+    _usable(a)
     meaning = _letters(kind, lower, unit_diagonal)
     x = np.asarray(x)
     a, x, letter = _typed(a, x)
@@ -378,8 +395,7 @@ def solve_triangular(a: Any, b: ArrayLike, *, op: str = "N", lower: bool = True,
         a = scipy.sparse.csr_matrix(a - scipy.sparse.diags(a.diagonal()) + scipy.sparse.eye(n, dtype=a.dtype))
         a.sort_indices()
         a = a.astype(x.dtype)
-    (columns, pointer), dtype, width = _indices(a, a.indices, a.indptr)
-    _inside(columns, n, "column numbers")
+    columns, pointer, dtype, width = _compressed(a, n, n, "column numbers")
     integer = _Integers(dtype)
     meaning = "t" + ("l" if lower else "u") + ("u" if unit_diagonal else "n")
     name = f"tnk_spblas_{width}{letter}csr0{op.lower()}{meaning}c__"
@@ -412,12 +428,19 @@ def aslinearoperator(a: Any, *, kind: str = "general", lower: bool = True, unit_
     scipy.sparse.linalg.LinearOperator
         With products by the matrix and by its conjugate transpose.
 
+    Raises
+    ------
+    ValueError, TypeError
+        As `matmul` has them.
+
     Examples
     --------
     >>> import numpy as np, scipy.sparse, tnk.sparse
     >>> tnk.sparse.aslinearoperator(scipy.sparse.eye(2, format="csr")) @ np.array([3.0, 4.0])
     array([3., 4.])
     """
+    _usable(a)
+    _letters(kind, lower, unit_diagonal)
 
     def times(op: str) -> Callable[[np.ndarray], np.ndarray]:
         return lambda x: matmul(a, x, op=op, kind=kind, lower=lower, unit_diagonal=unit_diagonal)

@@ -108,7 +108,7 @@ def test_operator():
     [
         (lambda a: tnk.sparse.matmul(a, np.ones(3)), ValueError, r"x has shape \(3,\), expected \(2,\).*\(2, 2\)"),
         (lambda a: tnk.sparse.matmul(a.toarray(), np.ones(2)), TypeError, "a is ndarray"),
-        (lambda a: tnk.sparse.matmul(a.tolil(), np.ones(2)), TypeError, "format 'lil'"),
+        (lambda a: tnk.sparse.aslinearoperator(a.tolil()), TypeError, "format 'lil'"),
         (lambda a: tnk.sparse.matmul(a, np.ones(2), op="H"), ValueError, "op is 'H'"),
         (lambda a: tnk.sparse.matmul(a, np.ones(2), kind="banded"), ValueError, "kind is 'banded'"),
         (lambda a: tnk.sparse.matmul(a.tocoo(), np.ones(2), kind="symmetric"), ValueError, "CSR or CSC"),
@@ -129,8 +129,13 @@ def test_diagonals_outside_and_operands_that_stay():
     assert np.array_equal(tnk.sparse.matmul(twice, [0.0, 1.0]), [3.0, 0.0]) and twice.data.size == 2
 
 
-def test_wrong_indices_are_refused():
+@pytest.mark.parametrize(
+    "part, place, value, text",
+    [("indices", 1, 7, "column numbers"), ("indptr", 2, 9, "row pointers"), ("indptr", 1, -5, "row pointers"),
+     ("indptr", 0, 2, "row pointers of the matrix descend")],
+)  # fmt: skip
+def test_wrong_indices_are_refused(part, place, value, text):
     a = sparse.csr_matrix([[3.0, 0.0], [1.0, 4.0]])
-    a.indices[1] = 7
-    with pytest.raises(ValueError, match="column numbers"):
+    getattr(a, part)[place] = value
+    with pytest.raises(ValueError, match=text):
         tnk.sparse.matmul(a, np.ones(2))
