@@ -74,5 +74,5 @@ for count in $processes; do
   fi
   if wanted pfft; then suite "mpi4py_fft" "$count" "$suites/python.sh" "$count" "$suites/pfft.py"; fi
 done
-if wanted dask; then suite "dask, distributed" 2 "$suites/python.sh" 0 "$suites/arrays.py"; fi
+if wanted dask; then suite "dask, distributed" 2 env LD_LIBRARY_PATH="$libraries/tnk-blas" "$suites/python.sh" 0 "$suites/arrays.py"; fi
 exit $failed

@@ -1,5 +1,6 @@
 """Transforms against NumPy, over types, strides, lengths, axes and norms."""
 
+import ctypes
 import itertools
 import os
 import subprocess
@@ -11,7 +12,7 @@ import numpy as np
 import pytest
 import tnk
 import tnk.fft as fft
-from tnk import _descriptors, _layout
+from tnk import _descriptors, _layout, _library
 
 NORMS = [None, "backward", "ortho", "forward"]
 DTYPES = ["f4", "f8", "c8", "c16", "f2", "i4", "?", ">f8", ">c8", ">f2"]
@@ -228,6 +229,38 @@ def test_descriptors_are_shared_bounded_and_freed():
         assert len(freed) == 78 - _layout.KEPT
     finally:
         _descriptors._free = plain
+
+
+def test_memory_of_descriptors_is_given_back():
+    libc = ctypes.CDLL(None)
+    libc.malloc.restype, libc.malloc.argtypes, libc.free.argtypes = ctypes.c_void_p, [ctypes.c_size_t], [ctypes.c_void_p]
+    live = []
+
+    @ctypes.CFUNCTYPE(ctypes.c_void_p, ctypes.c_size_t)
+    def take(size):
+        live.append(libc.malloc(size))
+        return live[-1]
+
+    @ctypes.CFUNCTYPE(None, ctypes.c_void_p)
+    def give(block):
+        if block in live:
+            live.remove(block)
+        libc.free(block)
+
+    hooks = [ctypes.c_void_p.in_dll(_library.host, name) for name in ("i_malloc", "i_free")]
+    before = [hook.value for hook in hooks]
+    _layout.forget()
+    try:
+        for hook, function in zip(hooks, (take, give)):
+            hook.value = ctypes.cast(function, ctypes.c_void_p).value
+        for n in (16, 1000, 9973):
+            fft.fft(np.ones(n)), fft.rfft(np.ones((3, n))), fft.fft2(np.ones((n, 5)))
+        assert live
+        _layout.forget()
+        assert not live
+    finally:
+        for hook, value in zip(hooks, before):
+            hook.value = value
 
 
 def test_a_child_computes():
