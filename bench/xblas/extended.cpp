@@ -171,6 +171,18 @@ void add_extended(std::vector<Row> &rows) {
         kernel(0, n, 1, d.a.data(), 1, 0, d.b.data(), 1, &d.r, doubles);
       },
       of_r);
+  add(
+      rows, "xblas/call", "dgemv_x_checked", {1}, "its kernel", square, matrix_vector, gemv(doubles),
+      [kernel = TNK_KERNEL_ENTRY(tnk_xblas_BLAS_dgemv_x)](Data &d, tnk_int n) {
+        kernel(by_rows, plain, n, n, 1, d.a.data(), n, d.b.data(), 1, 0, d.c.data(), 1, doubles);
+      },
+      of_y);
+  add(
+      rows, "xblas/call", "dgemm_x_checked", {1}, "its kernel", cube, matrices, gemm(doubles),
+      [kernel = TNK_KERNEL_ENTRY(tnk_xblas_BLAS_dgemm_x)](Data &d, tnk_int n) {
+        kernel(by_rows, plain, plain, n, n, n, 1, d.a.data(), n, d.b.data(), n, 0, d.c.data(), n, doubles);
+      },
+      of_c);
 }
 
 } // namespace tnk::bench

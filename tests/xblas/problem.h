@@ -14,6 +14,7 @@ struct Problem {
   Arguments arguments;
   Rule rule = Rule::matrix;
   std::vector<Result> results;
+  std::map<char, tnk_int> least; // of leading dimensions
 };
 
 class Maker {
@@ -25,7 +26,7 @@ public:
 
   // `order` for routines that have one.
   Problem make(const Routine &r, Data data, int32_t order) {
-    data_ = data, p_ = {r, {}, Rule::matrix, {}}, by_columns_ = order == TNK_XBLAS_COLMAJOR;
+    data_ = data, p_ = {r, {}, Rule::matrix, {}, {}}, by_columns_ = order == TNK_XBLAS_COLMAJOR;
     const auto one_of = [&](std::initializer_list<int> values) {
       return *(values.begin() + random_.integer(0, static_cast<tnk_int>(values.size()) - 1));
     };
@@ -111,6 +112,7 @@ private:
     const tnk_int least = band ? kl + ku + 1 : std::max<tnk_int>(line, 1),
                   space = least + random_.integer(0, 3);
     p_.arguments[ld] = space;
+    p_.least[ld] = least;
     Array &memory = array(name, letter, lines == 0 ? 0 : (lines - 1) * space + (band ? least : line));
     Matrix a(m, n);
     for (tnk_int i = 0; i < m; ++i)
@@ -130,6 +132,7 @@ private:
     const tnk_int k = of('k'), line = band ? k + 1 : std::max<tnk_int>(n, 1),
                   space = line + random_.integer(0, 3);
     p_.arguments['L'] = space;
+    if (!packed) p_.least['L'] = line;
     Array &memory = array('a', letter,
                           packed   ? n * (n + 1) / 2
                           : n == 0 ? 0

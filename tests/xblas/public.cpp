@@ -78,25 +78,36 @@ TEST(XblasPublic, RefusesEachBadArgumentByItsName) {
         EXPECT_TRUE(arguments.arrays.at('y')->bytes() == before) << r.name << what;
       }
     };
-    Problem p = maker.make(r, Data::random, 102);
-    p.arguments.alpha = 2, p.arguments.beta = 3;
-    for (const char letter : r.list()) {
-      if (std::string("ABq").find(letter) != std::string::npos) continue;
-      Arguments bad = p.arguments;
-      if (bad.arrays.count(letter)) {
-        bad.arrays.erase(letter);
-        bad[letter] = 0;
-      } else {
-        const bool size = std::string("mnklv").find(letter) != std::string::npos;
-        bad[letter] = size ? -1 : 0;
+    for (const bool known :
+         {false, true}) { // calls that find their kernel at hand are checked in another way
+      Problem p = maker.make(r, Data::random, known ? 101 : 102);
+      p.arguments.alpha = 2, p.arguments.beta = 3;
+      if (known) result_of(p, public_prefix);
+      for (const char letter : r.list()) {
+        if (std::string("ABq").find(letter) != std::string::npos) continue;
+        Arguments bad = p.arguments;
+        const auto refused_as = [&](tnk_int value) {
+          bad[letter] = value;
+          refused(bad, letter, best(r), std::string(" ") + letter + " " + std::to_string(value));
+        };
+        const tnk_int good = bad[letter];
+        if (bad.arrays.count(letter)) {
+          bad.arrays.erase(letter);
+          refused_as(0);
+        } else if (std::string("otTuds").find(letter) != std::string::npos) {
+          for (const tnk_int other : {good / 10 * 10, good / 10 * 10 + (good / 10 == 11 ? 4 : 3)})
+            refused_as(other);
+        } else if (const auto ld = p.least.find(letter); ld != p.least.end()) {
+          refused_as(ld->second - 1);
+        } else {
+          refused_as(std::string("mnklv").find(letter) != std::string::npos ? -1 : 0);
+        }
+        if (std::string("ijeLMC").find(letter) != std::string::npos) // no memory has such an array
+          refused_as(tnk_int{1} << 60);
       }
-      refused(bad, letter, best(r), std::string(" ") + letter);
-      if (std::string("ijeLMC").find(letter) == std::string::npos) continue;
-      bad[letter] = tnk_int{1} << 60; // no memory has such an array
-      refused(bad, letter, best(r), std::string(" large ") + letter);
+      if (r.has_prec)
+        for (const int32_t prec : {210, 215}) refused(p.arguments, 'p', prec, " prec");
     }
-    if (r.has_prec)
-      for (const int32_t prec : {210, 215}) refused(p.arguments, 'p', prec, " prec");
   }
   tnk_complex16 r = {};
   tnk_xblas_zdot_x(0, 0, nullptr, &r, 1, &r, &r, 1, &r, 214);

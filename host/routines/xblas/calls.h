@@ -9,7 +9,7 @@
 namespace tnk::host::xblas {
 
 // Real operations of one product and its sum: 40 in pairs.
-template <class T, class A, class X, class... Prec> double operations(Prec... prec) {
+template <class T, class A, class X, class... Prec> constexpr double operations(Prec... prec) {
   const bool pairs = ((prec == TNK_XBLAS_EXTRA) || ... || false);
   return (pairs ? 40 : 2) * (is_complex<A> && is_complex<X> ? 4 : is_complex<A> || is_complex<X> ? 2 : 1);
 }
@@ -23,6 +23,11 @@ template <class Run> void in_parts(tnk_int n, tnk_int tile, double work, const R
   const Cut cut = cut_tiles(false, n, tile, worth_while, threads > 1 ? slices_a_thread * threads : 1);
   if (cut.slices <= 1) return run(0, n);
   spread(cut.slices, threads, [&](int i) { run(cut.begin(i), cut.begin(i + 1) - cut.begin(i)); });
+}
+// Whether a product of usual sizes is too small for that, in whatever precision.
+template <class T, class A, class X, class... Size> bool is_small(Size... sizes) {
+  constexpr double most = 2 * least_operations / operations<T, A, X>(TNK_XBLAS_EXTRA);
+  return (is_usual(sizes) && ...) && (sizes * ...) < static_cast<tnk_int>(most);
 }
 inline double product_of(tnk_int m, tnk_int n, double k) {
   return static_cast<double>(m) * static_cast<double>(n) * k;

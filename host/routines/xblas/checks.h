@@ -8,6 +8,44 @@
 
 namespace tnk::host::xblas {
 
+// ---- The first look ------------------------------------------------------------------------------------------
+// A call that is plainly good, and too short for several threads, jumps to its kernel with its arguments as they lie. Others
+// go to a careful_ routine out of line, which has them by value: a good call stores nothing.
+
+template <class F> bool is_given(F factor) {
+  if constexpr (std::is_pointer_v<F>)
+    return factor != nullptr;
+  else
+    return true;
+}
+inline bool is_step(tnk_int inc) {
+  return inc != 0 && inc >= -(1 << 20) && inc <= 1 << 20;
+}
+// A leading dimension of lines of `line` elements.
+inline bool is_stride(tnk_int ld, tnk_int line) {
+  return is_usual(ld) && ld >= line;
+}
+inline bool is_bandwidth(tnk_int k) {
+  return static_cast<std::uint64_t>(k) < 1 << 20;
+}
+inline bool is_order(int32_t value) {
+  return value == TNK_XBLAS_ROWMAJOR || value == TNK_XBLAS_COLMAJOR;
+}
+inline bool by_columns(int32_t order) {
+  return order == TNK_XBLAS_COLMAJOR;
+}
+inline bool is_trans(int32_t value) {
+  return value >= TNK_XBLAS_NO_TRANS && value <= TNK_XBLAS_CONJ_TRANS;
+}
+inline bool is_uplo(int32_t value) {
+  return value == TNK_XBLAS_UPPER || value == TNK_XBLAS_LOWER;
+}
+template <class... Prec> bool is_precision(Prec... prec) {
+  return ((prec >= TNK_XBLAS_SINGLE && prec <= TNK_XBLAS_EXTRA) && ... && true);
+}
+
+// ---- One argument at a time -------------------------------------------------------------------------------------
+
 // An array of any type.
 struct Array {
   template <class T> Array(const T *first) : address(first), most(elements_in_memory<T>) {}

@@ -5,9 +5,6 @@
 namespace tnk::host::xblas {
 namespace {
 
-bool by_columns(int32_t order) {
-  return order == TNK_XBLAS_COLMAJOR;
-}
 bool turned(int32_t trans) {
   return trans != TNK_XBLAS_NO_TRANS;
 }
@@ -53,9 +50,10 @@ void full(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void gemv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
-          tnk_int n, F alpha, const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, T *y, tnk_int incy,
-          Prec... prec) {
+[[gnu::cold, gnu::noinline]] void careful_gemv(const char *routine, KernelEntry<Kernel> &kernel,
+                                               int32_t order, int32_t trans, tnk_int m, tnk_int n, F alpha,
+                                               const A *a, tnk_int lda, const X *x, tnk_int incx, F beta,
+                                               T *y, tnk_int incy, Prec... prec) {
   full<T, A, X>(
       routine, kernel, order, trans, m, n, alpha, a, lda, {x, nullptr, incx, false}, beta, y, incy,
       [&](Kernel *run, tnk_int rows, tnk_int columns, const A *from, T *to) {
@@ -65,15 +63,41 @@ void gemv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void gemv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
-           tnk_int n, F alpha, const A *a, tnk_int lda, const X *head_x, const X *tail_x, tnk_int incx,
-           F beta, T *y, tnk_int incy, Prec... prec) {
+void gemv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
+          tnk_int n, F alpha, const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, T *y, tnk_int incy,
+          Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_trans(trans) && is_small<T, A, X>(m, n) &&
+      is_stride(lda, by_columns(order) ? m : n) && is_step(incx) && is_step(incy) && all_given(a, x, y) &&
+      is_given(alpha) && is_given(beta) && is_precision(prec...))
+    return run(order, trans, m, n, alpha, a, lda, x, incx, beta, y, incy, prec...);
+  careful_gemv<T, A, X>(routine, kernel, order, trans, m, n, alpha, a, lda, x, incx, beta, y, incy, prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void careful_gemv2(const char *routine, KernelEntry<Kernel> &kernel,
+                                                int32_t order, int32_t trans, tnk_int m, tnk_int n, F alpha,
+                                                const A *a, tnk_int lda, const X *head_x, const X *tail_x,
+                                                tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
   full<T, A, X>(
       routine, kernel, order, trans, m, n, alpha, a, lda, {head_x, tail_x, incx, true}, beta, y, incy,
       [&](Kernel *run, tnk_int rows, tnk_int columns, const A *from, T *to) {
         run(order, trans, rows, columns, alpha, from, lda, head_x, tail_x, incx, beta, to, incy, prec...);
       },
       prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+void gemv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
+           tnk_int n, F alpha, const A *a, tnk_int lda, const X *head_x, const X *tail_x, tnk_int incx,
+           F beta, T *y, tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_trans(trans) && is_small<T, A, X>(m, n) &&
+      is_stride(lda, by_columns(order) ? m : n) && is_step(incx) && is_step(incy) &&
+      all_given(a, head_x, tail_x, y) && is_given(alpha) && is_given(beta) && is_precision(prec...))
+    return run(order, trans, m, n, alpha, a, lda, head_x, tail_x, incx, beta, y, incy, prec...);
+  careful_gemv2<T, A, X>(routine, kernel, order, trans, m, n, alpha, a, lda, head_x, tail_x, incx, beta, y,
+                         incy, prec...);
 }
 
 // A part of a band matrix: rows from `row` on and columns from the first one that these rows reach. The diagonals shift.
@@ -108,9 +132,10 @@ void band(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void gbmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
-          tnk_int n, tnk_int kl, tnk_int ku, F alpha, const A *a, tnk_int lda, const X *x, tnk_int incx,
-          F beta, T *y, tnk_int incy, Prec... prec) {
+[[gnu::cold, gnu::noinline]] void careful_gbmv(const char *routine, KernelEntry<Kernel> &kernel,
+                                               int32_t order, int32_t trans, tnk_int m, tnk_int n, tnk_int kl,
+                                               tnk_int ku, F alpha, const A *a, tnk_int lda, const X *x,
+                                               tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
   band<T, A, X>(
       routine, kernel, order, trans, m, n, kl, ku, alpha, a, lda, {x, nullptr, incx, false}, beta, y, incy,
       [&](Kernel *run, tnk_int rows, tnk_int columns, tnk_int low, tnk_int high, const A *from,
@@ -121,9 +146,23 @@ void gbmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void gbmv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
-           tnk_int n, tnk_int kl, tnk_int ku, F alpha, const A *a, tnk_int lda, const X *head_x,
-           const X *tail_x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
+void gbmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
+          tnk_int n, tnk_int kl, tnk_int ku, F alpha, const A *a, tnk_int lda, const X *x, tnk_int incx,
+          F beta, T *y, tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_trans(trans) && is_small<T, A, X>(m, n) && is_bandwidth(kl) &&
+      is_bandwidth(ku) && is_stride(lda, kl + ku + 1) && is_step(incx) && is_step(incy) &&
+      all_given(a, x, y) && is_given(alpha) && is_given(beta) && is_precision(prec...))
+    return run(order, trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy, prec...);
+  careful_gbmv<T, A, X>(routine, kernel, order, trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy,
+                        prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void
+careful_gbmv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
+              tnk_int n, tnk_int kl, tnk_int ku, F alpha, const A *a, tnk_int lda, const X *head_x,
+              const X *tail_x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
   band<T, A, X>(
       routine, kernel, order, trans, m, n, kl, ku, alpha, a, lda, {head_x, tail_x, incx, true}, beta, y, incy,
       [&](Kernel *run, tnk_int rows, tnk_int columns, tnk_int low, tnk_int high, const A *from,
@@ -135,9 +174,23 @@ void gbmv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int3
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void ge_sum_mv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, tnk_int m, tnk_int n, F alpha,
-               const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, const A *b, tnk_int ldb, T *y,
-               tnk_int incy, Prec... prec) {
+void gbmv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t trans, tnk_int m,
+           tnk_int n, tnk_int kl, tnk_int ku, F alpha, const A *a, tnk_int lda, const X *head_x,
+           const X *tail_x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_trans(trans) && is_small<T, A, X>(m, n) && is_bandwidth(kl) &&
+      is_bandwidth(ku) && is_stride(lda, kl + ku + 1) && is_step(incx) && is_step(incy) &&
+      all_given(a, head_x, tail_x, y) && is_given(alpha) && is_given(beta) && is_precision(prec...))
+    return run(order, trans, m, n, kl, ku, alpha, a, lda, head_x, tail_x, incx, beta, y, incy, prec...);
+  careful_gbmv2<T, A, X>(routine, kernel, order, trans, m, n, kl, ku, alpha, a, lda, head_x, tail_x, incx,
+                         beta, y, incy, prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void careful_ge_sum_mv(const char *routine, KernelEntry<Kernel> &kernel,
+                                                    int32_t order, tnk_int m, tnk_int n, F alpha, const A *a,
+                                                    tnk_int lda, const X *x, tnk_int incx, F beta, const A *b,
+                                                    tnk_int ldb, T *y, tnk_int incy, Prec... prec) {
   const bool some = m > 0 && n > 0, reads_a = some && !is_nothing(alpha), reads_b = some && !is_nothing(beta);
   const tnk_int line = by_columns(order) ? m : n, lines = by_columns(order) ? n : m;
   Arguments check(routine);
@@ -156,6 +209,20 @@ void ge_sum_mv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, 
     run(order, count, n, alpha, from(a, lda, reads_a), lda, x, incx, beta, from(b, ldb, reads_b), ldb,
         part_of(y, m, incy, first, count), incy, prec...);
   });
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+void ge_sum_mv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, tnk_int m, tnk_int n, F alpha,
+               const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, const A *b, tnk_int ldb, T *y,
+               tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_small<T, A, X>(m, n, tnk_int{2}) &&
+      is_stride(lda, by_columns(order) ? m : n) && is_stride(ldb, by_columns(order) ? m : n) &&
+      is_step(incx) && is_step(incy) && all_given(a, x, y) && all_given(b) && is_given(alpha) &&
+      is_given(beta) && is_precision(prec...))
+    return run(order, m, n, alpha, a, lda, x, incx, beta, b, ldb, y, incy, prec...);
+  careful_ge_sum_mv<T, A, X>(routine, kernel, order, m, n, alpha, a, lda, x, incx, beta, b, ldb, y, incy,
+                             prec...);
 }
 
 } // namespace

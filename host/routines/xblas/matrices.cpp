@@ -9,20 +9,21 @@ struct Lines {
 };
 // A matrix of m by n as it is stored, which is op(B) of that shape.
 Lines stored(int32_t order, int32_t trans, tnk_int m, tnk_int n) {
-  return (order == TNK_XBLAS_COLMAJOR) == (trans == TNK_XBLAS_NO_TRANS) ? Lines{m, n} : Lines{n, m};
+  return by_columns(order) == (trans == TNK_XBLAS_NO_TRANS) ? Lines{m, n} : Lines{n, m};
 }
 // From a matrix to its rows (or columns) from `first` on.
 template <class M> M *from_row(M *matrix, int32_t order, int32_t trans, tnk_int ld, tnk_int first) {
-  return matrix + first * ((order == TNK_XBLAS_COLMAJOR) == (trans == TNK_XBLAS_NO_TRANS) ? 1 : ld);
+  return matrix + first * (by_columns(order) == (trans == TNK_XBLAS_NO_TRANS) ? 1 : ld);
 }
 template <class M> M *from_column(M *matrix, int32_t order, int32_t trans, tnk_int ld, tnk_int first) {
-  return matrix + first * ((order == TNK_XBLAS_COLMAJOR) == (trans == TNK_XBLAS_NO_TRANS) ? ld : 1);
+  return matrix + first * (by_columns(order) == (trans == TNK_XBLAS_NO_TRANS) ? ld : 1);
 }
 
 template <class T, class A, class B, class Kernel, class F, class... Prec>
-void gemm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t transa, int32_t transb,
-          tnk_int m, tnk_int n, tnk_int k, F alpha, const A *a, tnk_int lda, const B *b, tnk_int ldb, F beta,
-          T *c, tnk_int ldc, Prec... prec) {
+[[gnu::cold, gnu::noinline]] void
+careful_gemm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t transa, int32_t transb,
+             tnk_int m, tnk_int n, tnk_int k, F alpha, const A *a, tnk_int lda, const B *b, tnk_int ldb,
+             F beta, T *c, tnk_int ldc, Prec... prec) {
   constexpr int32_t plain = TNK_XBLAS_NO_TRANS;
   const bool some = m > 0 && n > 0, touched = some && k > 0 && !is_nothing(alpha);
   const Lines of_a = stored(order, transa, m, k), of_b = stored(order, transb, k, n),
@@ -51,9 +52,24 @@ void gemm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class B, class Kernel, class F, class... Prec>
-void symm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t side, int32_t uplo,
-          tnk_int m, tnk_int n, F alpha, const A *a, tnk_int lda, const B *b, tnk_int ldb, F beta, T *c,
-          tnk_int ldc, Prec... prec) {
+void gemm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t transa, int32_t transb,
+          tnk_int m, tnk_int n, tnk_int k, F alpha, const A *a, tnk_int lda, const B *b, tnk_int ldb, F beta,
+          T *c, tnk_int ldc, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_trans(transa) && is_trans(transb) && is_small<T, A, B>(m, n, k) &&
+      is_stride(lda, stored(order, transa, m, k).line) && is_stride(ldb, stored(order, transb, k, n).line) &&
+      is_stride(ldc, by_columns(order) ? m : n) && all_given(a, b, c) && is_given(alpha) && is_given(beta) &&
+      is_precision(prec...))
+    return run(order, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, prec...);
+  careful_gemm<T, A, B>(routine, kernel, order, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc,
+                        prec...);
+}
+
+template <class T, class A, class B, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void careful_symm(const char *routine, KernelEntry<Kernel> &kernel,
+                                               int32_t order, int32_t side, int32_t uplo, tnk_int m,
+                                               tnk_int n, F alpha, const A *a, tnk_int lda, const B *b,
+                                               tnk_int ldb, F beta, T *c, tnk_int ldc, Prec... prec) {
   constexpr int32_t plain = TNK_XBLAS_NO_TRANS;
   const bool left = side == TNK_XBLAS_LEFT, some = m > 0 && n > 0, touched = some && !is_nothing(alpha);
   const tnk_int size = left ? m : n;
@@ -76,6 +92,21 @@ void symm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
     run(order, side, uplo, left ? m : count, left ? count : n, alpha, a, lda, touched ? part(b, ldb) : b, ldb,
         beta, part(c, ldc), ldc, prec...);
   });
+}
+
+template <class T, class A, class B, class Kernel, class F, class... Prec>
+void symm(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t side, int32_t uplo,
+          tnk_int m, tnk_int n, F alpha, const A *a, tnk_int lda, const B *b, tnk_int ldb, F beta, T *c,
+          tnk_int ldc, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && (side == TNK_XBLAS_LEFT || side == TNK_XBLAS_RIGHT) && is_uplo(uplo) &&
+      is_small<T, A, B>(m, n, side == TNK_XBLAS_LEFT ? m : n) &&
+      is_stride(lda, side == TNK_XBLAS_LEFT ? m : n) && is_stride(ldb, by_columns(order) ? m : n) &&
+      is_stride(ldc, by_columns(order) ? m : n) && all_given(a, b, c) && is_given(alpha) && is_given(beta) &&
+      is_precision(prec...))
+    return run(order, side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, prec...);
+  careful_symm<T, A, B>(routine, kernel, order, side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc,
+                        prec...);
 }
 
 // A Hermitian matrix is given like a symmetric one.

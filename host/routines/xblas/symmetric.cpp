@@ -5,8 +5,10 @@ namespace tnk::host::xblas {
 namespace {
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void symv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, F alpha,
-          const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
+[[gnu::cold, gnu::noinline]] void careful_symv(const char *routine, KernelEntry<Kernel> &kernel,
+                                               int32_t order, int32_t uplo, tnk_int n, F alpha, const A *a,
+                                               tnk_int lda, const X *x, tnk_int incx, F beta, T *y,
+                                               tnk_int incy, Prec... prec) {
   const bool touched = n > 0 && !is_nothing(alpha);
   Arguments check(routine);
   if (check.order(order) && check.uplo(uplo) && check.size("n", n) && check.factor("alpha", alpha) &&
@@ -17,9 +19,20 @@ void symv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void symv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, F alpha,
-           const A *a, tnk_int lda, const X *head_x, const X *tail_x, tnk_int incx, F beta, T *y,
-           tnk_int incy, Prec... prec) {
+void symv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, F alpha,
+          const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_uplo(uplo) && is_usual(n) && is_stride(lda, n) && is_step(incx) &&
+      is_step(incy) && all_given(a, x, y) && is_given(alpha) && is_given(beta) && is_precision(prec...))
+    return run(order, uplo, n, alpha, a, lda, x, incx, beta, y, incy, prec...);
+  careful_symv<T, A, X>(routine, kernel, order, uplo, n, alpha, a, lda, x, incx, beta, y, incy, prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void careful_symv2(const char *routine, KernelEntry<Kernel> &kernel,
+                                                int32_t order, int32_t uplo, tnk_int n, F alpha, const A *a,
+                                                tnk_int lda, const X *head_x, const X *tail_x, tnk_int incx,
+                                                F beta, T *y, tnk_int incy, Prec... prec) {
   const bool touched = n > 0 && !is_nothing(alpha);
   Arguments check(routine);
   if (check.order(order) && check.uplo(uplo) && check.size("n", n) && check.factor("alpha", alpha) &&
@@ -31,9 +44,23 @@ void symv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int3
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void sbmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, tnk_int k,
-          F alpha, const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, T *y, tnk_int incy,
-          Prec... prec) {
+void symv2(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, F alpha,
+           const A *a, tnk_int lda, const X *head_x, const X *tail_x, tnk_int incx, F beta, T *y,
+           tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_uplo(uplo) && is_usual(n) && is_stride(lda, n) && is_step(incx) &&
+      is_step(incy) && all_given(a, head_x, tail_x, y) && is_given(alpha) && is_given(beta) &&
+      is_precision(prec...))
+    return run(order, uplo, n, alpha, a, lda, head_x, tail_x, incx, beta, y, incy, prec...);
+  careful_symv2<T, A, X>(routine, kernel, order, uplo, n, alpha, a, lda, head_x, tail_x, incx, beta, y, incy,
+                         prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void careful_sbmv(const char *routine, KernelEntry<Kernel> &kernel,
+                                               int32_t order, int32_t uplo, tnk_int n, tnk_int k, F alpha,
+                                               const A *a, tnk_int lda, const X *x, tnk_int incx, F beta,
+                                               T *y, tnk_int incy, Prec... prec) {
   const bool touched = n > 0 && !is_nothing(alpha);
   Arguments check(routine);
   if (check.order(order) && check.uplo(uplo) && check.size("n", n) && check.bandwidth("k", k) &&
@@ -45,14 +72,37 @@ void sbmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
 }
 
 template <class T, class A, class X, class Kernel, class F, class... Prec>
-void spmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, F alpha,
-          const A *ap, const X *x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
+void sbmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, tnk_int k,
+          F alpha, const A *a, tnk_int lda, const X *x, tnk_int incx, F beta, T *y, tnk_int incy,
+          Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_uplo(uplo) && is_usual(n) && is_bandwidth(k) && is_stride(lda, k + 1) &&
+      is_step(incx) && is_step(incy) && all_given(a, x, y) && is_given(alpha) && is_given(beta) &&
+      is_precision(prec...))
+    return run(order, uplo, n, k, alpha, a, lda, x, incx, beta, y, incy, prec...);
+  careful_sbmv<T, A, X>(routine, kernel, order, uplo, n, k, alpha, a, lda, x, incx, beta, y, incy, prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void
+careful_spmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n,
+             F alpha, const A *ap, const X *x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
   const bool touched = n > 0 && !is_nothing(alpha);
   Arguments check(routine);
   if (check.order(order) && check.uplo(uplo) && check.size("n", n) && check.factor("alpha", alpha) &&
       check.packed("ap", ap, touched, n) && check.vector("x", x, touched, "incx", incx, n) &&
       check.factor("beta", beta) && check.vector("y", y, n > 0, "incy", incy, n) && check.prec(prec...))
     if (Kernel *run = kernel.get(routine)) run(order, uplo, n, alpha, ap, x, incx, beta, y, incy, prec...);
+}
+
+template <class T, class A, class X, class Kernel, class F, class... Prec>
+void spmv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, tnk_int n, F alpha,
+          const A *ap, const X *x, tnk_int incx, F beta, T *y, tnk_int incy, Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && is_order(order) && is_uplo(uplo) && is_usual(n) && is_step(incx) && is_step(incy) &&
+      all_given(ap, x, y) && is_given(alpha) && is_given(beta) && is_precision(prec...))
+    return run(order, uplo, n, alpha, ap, x, incx, beta, y, incy, prec...);
+  careful_spmv<T, A, X>(routine, kernel, order, uplo, n, alpha, ap, x, incx, beta, y, incy, prec...);
 }
 
 // Hermitian matrices are given alike.

@@ -53,10 +53,11 @@ void trsv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
           prec...);
 }
 
-template <class T, class A, class, class Kernel, class F, class... Prec>
-void tbsv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, int32_t trans,
-          int32_t diag, tnk_int n, tnk_int k, F alpha, const A *t, tnk_int ldt, T *x, tnk_int incx,
-          Prec... prec) {
+template <class T, class A, class Kernel, class F, class... Prec>
+[[gnu::cold, gnu::noinline]] void careful_tbsv(const char *routine, KernelEntry<Kernel> &kernel,
+                                               int32_t order, int32_t uplo, int32_t trans, int32_t diag,
+                                               tnk_int n, tnk_int k, F alpha, const A *t, tnk_int ldt, T *x,
+                                               tnk_int incx, Prec... prec) {
   Arguments check(routine);
   if (check.order(order) && check.uplo(uplo) && check.trans(trans) && check.diag(diag) &&
       check.size("n", n) && check.bandwidth("k", k) && check.factor("alpha", alpha) &&
@@ -66,6 +67,19 @@ void tbsv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32
       with_memory<T>(
           routine, n, alpha, [&] { run(order, uplo, trans, diag, n, k, alpha, t, ldt, x, incx, prec...); },
           prec...);
+}
+
+template <class T, class A, class, class Kernel, class F, class... Prec>
+void tbsv(const char *routine, KernelEntry<Kernel> &kernel, int32_t order, int32_t uplo, int32_t trans,
+          int32_t diag, tnk_int n, tnk_int k, F alpha, const A *t, tnk_int ldt, T *x, tnk_int incx,
+          Prec... prec) {
+  Kernel *const run = kernel.known();
+  if (run && ((prec != TNK_XBLAS_EXTRA) && ... && true) && is_order(order) && is_uplo(uplo) &&
+      is_trans(trans) && (diag == TNK_XBLAS_NON_UNIT || diag == TNK_XBLAS_UNIT) && is_usual(n) &&
+      is_bandwidth(k) && is_stride(ldt, k + 1) && is_step(incx) && all_given(t, x) && is_given(alpha) &&
+      is_precision(prec...))
+    return run(order, uplo, trans, diag, n, k, alpha, t, ldt, x, incx, prec...);
+  careful_tbsv<T, A>(routine, kernel, order, uplo, trans, diag, n, k, alpha, t, ldt, x, incx, prec...);
 }
 
 } // namespace

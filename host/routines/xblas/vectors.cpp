@@ -48,19 +48,6 @@ template <class T, class X, class Y, class Kernel, class F, class... Prec>
 
 // Calls as they come. A short one that is plainly good goes straight on to its kernel.
 
-template <class F> bool is_given(F factor) {
-  if constexpr (std::is_pointer_v<F>)
-    return factor != nullptr;
-  else
-    return true;
-}
-bool is_step(tnk_int inc) {
-  return inc != 0 && inc >= -(1 << 20) && inc <= 1 << 20;
-}
-template <class... Prec> bool is_precision(Prec... prec) {
-  return ((prec >= TNK_XBLAS_SINGLE && prec <= TNK_XBLAS_EXTRA) && ... && true);
-}
-
 template <class T, class X, class Y, class Kernel, class F, class... Prec>
 void dot(const char *routine, KernelEntry<Kernel> &kernel, int32_t conj, tnk_int n, F alpha, const X *x,
          tnk_int incx, F beta, const Y *y, tnk_int incy, T *r, Prec... prec) {
