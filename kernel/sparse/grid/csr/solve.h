@@ -33,7 +33,12 @@ template <class T, class I> struct SolveJob {
     return Conj ? conjugate(a) : a;
   }
 
-  bool is_adjoining() const { return matrix.row_end == matrix.row_start + 1; }
+  // Whether rows adjoin, and the first one to be solved is the pivot alone: then most of them are taken to have theirs at
+  // that end too. A matrix of which one triangle is used has more.
+  template <bool Lower> bool is_plain() const {
+    const I i = Lower ? 0 : rows - 1;
+    return matrix.row_end == matrix.row_start + 1 && end(i) - start(i) == 1;
+  }
   // Whether rows are to be fetched ahead: those of a matrix that the second cache does not hold. Downwards only where they
   // are long, since short ones, whose ends are mispredicted, lose a tenth by it.
   template <bool Down> bool fetches() const {

@@ -14,11 +14,9 @@ namespace tnk::sparse {
 // add(k) for entries k ... end - 1 in order, until one is refused, where k then stays. A short row is the straight way
 // through the code, without a loop: its few instructions are what it costs.
 template <int Distance, class T, class I, class Add>
-TNK_INLINE bool each_entry(const SolveJob<T, I> &job, I &k, I end, Add add) {
+TNK_INLINE bool each_entry(const T *values, const I *columns, I &k, I end, Add add) {
   constexpr int round = 4;
-  const auto fetch_at = [&](I p) {
-    fetch_ahead<round, Distance>(job.matrix.values + p, job.matrix.col_index + p);
-  };
+  const auto fetch_at = [&](I p) { fetch_ahead<round, Distance>(values + p, columns + p); };
   const auto added = [&](int j) {
     const bool done = add(k + j);
     if (!done) k += j;
@@ -39,87 +37,106 @@ TNK_INLINE bool each_entry(const SolveJob<T, I> &job, I &k, I end, Add add) {
   return true;
 }
 
-// As a function of its own, so that it stays out of the way of rows that end with their pivot.
-template <bool Conj, bool Unit, class T, class I>
-[[gnu::noinline]] void finish_row(const SolveJob<T, I> &job, I key, I pivot, in_lanes<T> sum, T *y) {
-  finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(pivot));
+// Adds an entry if it is below the diagonal.
+template <bool Conj, class T, class I>
+TNK_INLINE bool add_below(const T *value, I column, I key, const T *y, in_lanes<T> &sum) {
+  if (__builtin_expect(column >= key, 0)) return false;
+  sum += times<T, Conj>(fetch(value), fetch(y + column));
+  return true;
 }
 
 // ---- Rows ------------------------------------------------------------------------------------------------------
-// Rows are Adjoining where each begins at the end of the one before. Then its work need not wait for its pointer. Those
-// that are not well formed are solved one by one.
+// Rows of any shape, and those of a plain triangle: each begins where the one before ended, and has its pivot at the end
+// that the next one follows. Then its work need not wait for its pointer. A plain triangle's rows of another shape go to a
+// function of their own, to stay out of the way.
 
-template <bool Conj, bool Unit, class T, class I>
-[[gnu::noinline]] I solve_lower_row(const SolveJob<T, I> &job, I i, I before, T *y) {
-  const PivotedRow<I> row = lower_row(job, i, before);
+// Its pivot's place; `before` is that of the row before. The pivot is sought and the sum formed in one loop, which is
+// counted: so it ends before the columns are there.
+template <bool Conj, bool Unit, int Distance, class T, class I>
+TNK_INLINE I solve_lower_row(const SolveJob<T, I> &job, I i, I before, T *y) {
+  const T *const values = job.matrix.values;
+  const I *const columns = job.matrix.col_index;
+  const I first = job.start(i), end = job.end(i), key = i + job.base;
   in_lanes<T> sum{};
-  for (I k = row.from; k < row.to; ++k)
-    sum += times<T, Conj>(fetch(job.matrix.values + k), fetch(y + job.column(k)));
-  finish_row<Conj, Unit>(job, i + job.base, row.pivot, sum, y);
-  return row.pivot;
+  I k = first < end || i == 0 ? first : before;
+  if (first < end) {
+    const I last = job.column(end - 1) >= key ? end - 1 : end;
+    if (each_entry<Distance>(values, columns, k, last,
+                             [&](I p) { return add_below<Conj>(values + p, get(columns + p), key, y, sum); }))
+      k = last;
+  }
+  finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(k));
+  return k;
+}
+template <bool Conj, bool Unit, class T, class I>
+[[gnu::noinline]] I solve_odd_lower_row(const SolveJob<T, I> &job, I i, I before, T *y) {
+  return solve_lower_row<Conj, Unit, 0>(job, i, before, y);
 }
 
-// Rows begin ... end - 1, after one whose pivot is `pivot`. That of the last. The pivot is sought and the sum formed in
-// one loop, which is counted: so it ends before the columns are there.
-template <bool Conj, bool Unit, bool Adjoining, int Distance, class T, class I>
+// Rows begin ... end - 1, after one whose pivot is `pivot`. That of the last.
+template <bool Conj, bool Unit, bool Plain, int Distance, class T, class I>
 [[gnu::noinline]] I solve_lower_rows(const SolveJob<T, I> &given, I begin, I end, I pivot, T *y) {
   const SolveJob<T, I> job = given;
-  I at = job.start(begin);
+  if constexpr (!Plain) {
+    for (I i = begin; i < end; ++i) pivot = solve_lower_row<Conj, Unit, Distance>(job, i, pivot, y);
+    return pivot;
+  }
+  const T *const values = job.matrix.values;
+  const I *const columns = job.matrix.col_index;
+  I first = job.start(begin);
   for (I i = begin; i < end; ++i) {
-    const I key = i + job.base, past = job.end(i);
-    if (!Adjoining) at = job.start(i);
-    if (__builtin_expect(at < past && job.column(past - 1) >= key, 1)) {
-      in_lanes<T> sum{};
-      const auto add_below = [&](I k) {
-        const I column = job.column(k);
-        if (__builtin_expect(column >= key, 0)) return false;
-        sum += times<T, Conj>(fetch(job.matrix.values + k), fetch(y + column));
-        return true;
-      };
-      pivot = past - 1;
-      if (each_entry<Distance>(job, at, pivot, add_below))
-        finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(pivot));
-      else
-        finish_row<Conj, Unit>(given, key, pivot = at, sum, y);
+    const I key = i + job.base, past = job.end(i), last = past - 1;
+    in_lanes<T> sum{};
+    if (__builtin_expect(first < past && job.column(last) >= key, 1) &&
+        each_entry<Distance>(values, columns, first, last, [&](I p) {
+          return add_below<Conj>(values + p, get(columns + p), key, y, sum);
+        })) {
+      pivot = last;
+      finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(pivot));
     } else {
-      pivot = solve_lower_row<Conj, Unit>(given, i, pivot, y);
+      pivot = solve_odd_lower_row<Conj, Unit>(given, i, pivot, y);
     }
-    at = past;
+    first = past;
   }
   return pivot;
 }
 
 // Here the entries before the pivot are passed over and those behind it summed as in a product.
+template <bool Conj, bool Unit, int Distance, class T, class I>
+TNK_INLINE void solve_upper_row(const SolveJob<T, I> &job, I i, const PivotedRow<I> &row, T *y) {
+  const T *const values = job.matrix.values;
+  const I *const columns = job.matrix.col_index;
+  in_lanes<T> sum{};
+  if (row.to - row.from < least_in_rounds<T>) {
+    I k = row.from;
+    each_entry<-Distance>(values, columns, k, row.to, [&](I p) {
+      sum += times<T, Conj>(fetch(values + p), fetch(y + get(columns + p)));
+      return true;
+    });
+  } else {
+    sum = row_sum<T, Conj, -Distance>(values + row.from, columns + row.from, row.to - row.from, y);
+  }
+  finish_element<Unit>(y + i + job.base, sum, Unit ? T{} : job.template value<Conj>(row.pivot));
+}
 template <bool Conj, bool Unit, class T, class I>
-[[gnu::noinline]] void solve_upper_row(const SolveJob<T, I> &job, I i, T *y) {
-  const PivotedRow<I> row = upper_row<Unit>(job, i);
-  const auto sum = row_sum<T, Conj, 0>(job.matrix.values + row.from, job.matrix.col_index + row.from,
-                                       std::max<I>(row.to - row.from, 0), y);
-  finish_row<Conj, Unit>(job, i + job.base, row.pivot, sum, y);
+[[gnu::noinline]] void solve_odd_upper_row(const SolveJob<T, I> &job, I i, T *y) {
+  solve_upper_row<Conj, Unit, 0>(job, i, upper_row<Unit>(job, i), y);
 }
 
 // Rows end - 1 ... begin.
-template <bool Conj, bool Unit, bool Adjoining, int Distance, class T, class I>
+template <bool Conj, bool Unit, bool Plain, int Distance, class T, class I>
 [[gnu::noinline]] void solve_upper_rows(const SolveJob<T, I> &given, I begin, I end, T *y) {
   const SolveJob<T, I> job = given;
   I past = job.end(end - 1);
   for (I i = end - 1; i >= begin; --i) {
     const I key = i + job.base, first = job.start(i);
-    if (!Adjoining) past = job.end(i);
-    if (__builtin_expect(first < past && job.column(first) >= key, 1)) {
-      in_lanes<T> sum{};
-      const auto add = [&](I k) {
-        sum += times<T, Conj>(fetch(job.matrix.values + k), fetch(y + job.column(k)));
-        return true;
-      };
-      I k = Unit && job.column(first) != key ? first : first + 1;
-      if (past - k < least_in_rounds<T>)
-        each_entry<-Distance>(job, k, past, add);
-      else
-        sum = row_sum<T, Conj, -Distance>(job.matrix.values + k, job.matrix.col_index + k, past - k, y);
-      finish_element<Unit>(y + key, sum, Unit ? T{} : job.template value<Conj>(first));
+    if (!Plain) {
+      solve_upper_row<Conj, Unit, Distance>(job, i, upper_row<Unit>(job, i), y);
+    } else if (__builtin_expect(first < past && job.column(first) >= key, 1)) {
+      const I from = Unit && job.column(first) != key ? first : first + 1;
+      solve_upper_row<Conj, Unit, Distance>(job, i, {first, from, past}, y);
     } else {
-      solve_upper_row<Conj, Unit>(given, i, y);
+      solve_odd_upper_row<Conj, Unit>(given, i, y);
     }
     past = first;
   }
@@ -127,19 +144,26 @@ template <bool Conj, bool Unit, bool Adjoining, int Distance, class T, class I>
 
 // ---- Solves ----------------------------------------------------------------------------------------------------
 
-template <class Name, bool Adjoining, int Distance, class T, class I>
-inline void solve_triangle(const SolveJob<T, I> &job, T *y) {
+template <class Name, bool Plain, int Distance, class T, class I>
+inline void solve_strips(const SolveJob<T, I> &job, T *y) {
   constexpr bool conj = Name::conjugated, unit = Name::unit;
   if constexpr (Name::lower) {
     I pivot = job.start(0);
     each_strip<false, I>(job.rows, lower_strip, [&](I begin, I end) {
-      pivot = solve_lower_rows<conj, unit, Adjoining, Distance>(job, begin, end, pivot, y);
+      pivot = solve_lower_rows<conj, unit, Plain, Distance>(job, begin, end, pivot, y);
     });
   } else {
     each_strip<true, I>(job.rows, upper_strip, [&](I begin, I end) {
-      solve_upper_rows<conj, unit, Adjoining, Distance>(job, begin, end, y);
+      solve_upper_rows<conj, unit, Plain, Distance>(job, begin, end, y);
     });
   }
+}
+template <class Name, bool Plain, class T, class I>
+inline void solve_triangle(const SolveJob<T, I> &job, T *y) {
+  if (job.template fetches<!Name::lower>())
+    solve_strips<Name, Plain, usual_distance>(job, y);
+  else
+    solve_strips<Name, Plain, 0>(job, y);
 }
 
 // y_i divided by its pivot, and what it takes from the others: t = 0 - y_i.
@@ -188,12 +212,10 @@ template <class Name, class T, class I> inline void solve(const SolveJob<T, I> &
     solve_lower_transposed<conj, unit>(job, y);
   else if constexpr (Name::transposed)
     solve_upper_transposed<conj, unit>(job, y);
-  else if (!job.is_adjoining())
-    solve_triangle<Name, false, usual_distance>(job, y);
-  else if (job.template fetches<!Name::lower>())
-    solve_triangle<Name, true, usual_distance>(job, y);
+  else if (job.template is_plain<Name::lower>())
+    solve_triangle<Name, true>(job, y);
   else
-    solve_triangle<Name, true, 0>(job, y);
+    solve_triangle<Name, false>(job, y);
 }
 
 template <class Name, class T, class I>
