@@ -169,6 +169,14 @@ def set_num_threads(threads: int) -> None:
     ------
     ValueError
         If `threads` is negative, or too large for an integer of 32 bits.
+
+    Examples
+    --------
+    >>> import tnk
+    >>> tnk.set_num_threads(1)
+    >>> tnk.get_max_threads()
+    1
+    >>> tnk.set_num_threads(0)
     """
     global _asked
     threads = operator.index(threads)

@@ -10,6 +10,8 @@ from typing import Any, Optional, Sequence
 import numpy as np
 from numpy.typing import ArrayLike
 
+from ._docstrings import like
+from ._fourier import one, prepared, threads_of
 from ._library import c_int, call, declared
 from ._threads import LEAST_SHARE, spread
 
@@ -108,17 +110,17 @@ def _transform_rows(rows: np.ndarray, result: np.ndarray, family: str, kind: int
         np.divide(sums, divisor, out=result[begin : begin + step])
 
 
-def transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Optional[Sequence[int]], axes: Any,
-              norm: Optional[str], orthogonalize: Optional[bool], threads: int, prepare: Any) -> np.ndarray:  # fmt: skip
-    """Along axes, one after another. `prepare` gives the array in floating point, the axes, and the lengths along them."""
+def _transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Optional[Sequence[int]], axes: Any,
+               norm: Optional[str], orthogonalize: Optional[bool], threads: int) -> np.ndarray:  # fmt: skip
+    """Along axes, one after another."""
     if kind not in _INVERSE:
         raise ValueError(f"type is {kind!r}, expected 1, 2, 3 or 4")
     if norm not in (None, "backward", "ortho", "forward"):
         raise ValueError(f'norm is {norm!r}, expected "backward", "ortho" or "forward"')
-    array, places = prepare(x, shape, axes)
+    array, places = prepared(x, shape, axes)
     if array.dtype.kind == "c":
-        arguments = family, inverse, kind, None, places, norm, orthogonalize, threads, prepare
-        return transform(array.real, *arguments) + 1j * transform(array.imag, *arguments)
+        arguments = family, inverse, kind, None, places, norm, orthogonalize, threads
+        return _transform(array.real, *arguments) + 1j * _transform(array.imag, *arguments)
     own = _INVERSE[kind] if inverse else kind
     ends = norm == "ortho" if orthogonalize is None else orthogonalize
     for place in places:
@@ -138,3 +140,214 @@ def transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Option
         ])  # fmt: skip
         array = np.ascontiguousarray(np.moveaxis(result.reshape(moved.shape), -1, place))
     return array
+
+
+# ---- Cosines and sines ------------------------------------------------------------------------------------------------------
+
+
+def dct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+        overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+        ) -> np.ndarray:  # fmt: skip
+    """Compute the discrete cosine transform along an axis.
+
+    Parameters
+    ----------
+    x : array_like
+        Real numbers; of complex ones both parts are transformed.
+    type : {1, 2, 3, 4}, optional
+        Type of the transform, as SciPy defines them.
+    n : int, optional
+        Length of the transform: the axis is cut to it, or filled up with zeros.
+    axis : int, optional
+        The axis, the last one by default.
+    norm : {"backward", "ortho", "forward"}, optional
+        As in `fft`; what is not divided is a sum without a factor, twice the published one.
+    overwrite_x : bool, optional
+        Accepted; `x` is left alone.
+    workers : int, optional
+        As in `fft`.
+    orthogonalize : bool, optional
+        Whether numbers are scaled so that the matrix is orthogonal up to a factor: of types 2 and 3 the first one of
+        cosines, the last one of sines, of cosines of type 1 both. By default where `norm` is "ortho".
+
+    Returns
+    -------
+    ndarray
+        Of the shape of `x`, with n along the axis.
+
+    Raises
+    ------
+    ValueError
+        If `type`, `norm`, n or `workers` are none, or there is no such axis.
+    TypeError
+        If `x` holds no numbers, or such of extended precision.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.dct([1.0, 1.0, 1.0, 1.0, 1.0], type=1)
+    array([8., 0., 0., 0., 0.])
+    """
+    return _transform(x, "c", False, type, one(n), [axis], norm, orthogonalize, threads_of(workers))
+
+
+@like(dct)
+def idct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+         ) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dct`.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with n along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.idct([8.0, 0.0, 0.0, 0.0, 0.0], type=1)
+    array([1., 1., 1., 1., 1.])
+    """
+    return _transform(x, "c", True, type, one(n), [axis], norm, orthogonalize, threads_of(workers))
+
+
+@like(dct)
+def dst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+        overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+        ) -> np.ndarray:  # fmt: skip
+    """Compute the discrete sine transform along an axis.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with n along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.dst([1.0, -1.0, 1.0, -1.0]).round(12)
+    array([0., 0., 0., 8.])
+    """
+    return _transform(x, "s", False, type, one(n), [axis], norm, orthogonalize, threads_of(workers))
+
+
+@like(dct)
+def idst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
+         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
+         ) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dst`.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with n along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.idst([0.0, 0.0, 0.0, 8.0]).round(12)
+    array([ 1., -1.,  1., -1.])
+    """
+    return _transform(x, "s", True, type, one(n), [axis], norm, orthogonalize, threads_of(workers))
+
+
+def dctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+         orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute `dct` along several axes.
+
+    Parameters
+    ----------
+    x : array_like
+        Real numbers; of complex ones both parts are transformed.
+    type : {1, 2, 3, 4}, optional
+        As in `dct`.
+    s : sequence of int, optional
+        Lengths along the axes, which are cut to them, or filled up with zeros.
+    axes : sequence of int, optional
+        The axes: by default the last ones, as many as `s` has lengths, or all.
+    norm, overwrite_x, workers, orthogonalize
+        As in `dct`.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with the lengths along the axes.
+
+    Raises
+    ------
+    ValueError
+        If `type`, `norm`, a length or `workers` are none, there are no such axes, or more or fewer than lengths.
+    TypeError
+        If `x` holds no numbers, or such of extended precision.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.dctn([[1.0, 1.0], [1.0, 1.0]]).round(12)
+    array([[16.,  0.],
+           [ 0.,  0.]])
+    """
+    return _transform(x, "c", False, type, s, axes, norm, orthogonalize, threads_of(workers))
+
+
+@like(dctn)
+def idctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dctn`.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.idctn([[16.0, 0.0], [0.0, 0.0]]).round(12)
+    array([[1., 1.],
+           [1., 1.]])
+    """
+    return _transform(x, "c", True, type, s, axes, norm, orthogonalize, threads_of(workers))
+
+
+@like(dctn)
+def dstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+         orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute `dst` along several axes.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.dstn([[1.0, -1.0], [-1.0, 1.0]]).round()[1, 1:]
+    array([16.])
+    """
+    return _transform(x, "s", False, type, s, axes, norm, orthogonalize, threads_of(workers))
+
+
+@like(dctn)
+def idstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
+          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `dstn`.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64, or complex; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.idstn([[0.0, 0.0], [0.0, 16.0]]).round(12)
+    array([[ 1., -1.],
+           [-1.,  1.]])
+    """
+    return _transform(x, "s", True, type, s, axes, norm, orthogonalize, threads_of(workers))

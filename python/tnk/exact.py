@@ -123,6 +123,7 @@ def sum(x: ArrayLike, *, precision: str = "extra") -> np.number:
     Returns
     -------
     scalar
+        In the type of `x`; float64 for integers.
 
     Examples
     --------
@@ -180,6 +181,7 @@ def matvec(a: ArrayLike, x: ArrayLike, *, precision: str = "extra") -> np.ndarra
     Returns
     -------
     ndarray, shape (m,)
+        In the operands' common type.
 
     Examples
     --------
@@ -204,6 +206,7 @@ def residual(a: ArrayLike, x: ArrayLike, b: ArrayLike, *, precision: str = "extr
     Returns
     -------
     ndarray, shape (m,)
+        In the operands' common type.
 
     Examples
     --------

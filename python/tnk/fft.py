@@ -12,33 +12,27 @@ sends a program's transforms here. What is not covered goes back to SciPy.
 from __future__ import annotations
 
 import contextlib
-import contextvars
 import ctypes
 import inspect
-import operator
-import os
 import sys
 from functools import lru_cache
-from math import prod, sqrt
+from math import sqrt
 from typing import Any, Callable, Iterator, Optional, Sequence, Union
 
 import numpy as np
 from numpy.fft import fftfreq, fftshift, ifftshift, rfftfreq
 from numpy.typing import ArrayLike
 
-from ._layout import along_one_axis, transform
-from . import _trig
+from ._docstrings import like
+from ._fourier import c2c, c2r, chosen_workers, floating, one, r2c, threads_of
+from ._trig import dct, dctn, dst, dstn, idct, idctn, idst, idstn
 
 __all__ = [
     "fft", "ifft", "rfft", "irfft", "hfft", "ihfft", "fft2", "ifft2", "rfft2", "irfft2", "fftn", "ifftn", "rfftn",
     "irfftn", "dct", "idct", "dctn", "idctn", "dst", "idst", "dstn", "idstn", "fftfreq", "rfftfreq", "fftshift", "ifftshift", "set_workers", "get_workers",
 ]  # fmt: skip
 
-# ---- Arguments ------------------------------------------------------------------------------------------------------
-
-_AxisError = getattr(np, "exceptions", np).AxisError  # where NumPy 2 has it
-
-_workers: contextvars.ContextVar[int] = contextvars.ContextVar("tnk.fft workers", default=1)
+# ---- Threads ---------------------------------------------------------------------------------------------------------
 
 
 @contextlib.contextmanager
@@ -49,12 +43,24 @@ def set_workers(workers: int) -> Iterator[None]:
     ----------
     workers : int
         The number; a negative one counts from behind the processors, -1 being all.
+
+    Raises
+    ------
+    ValueError
+        If it is 0, or below minus the number of processors.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> with tnk.fft.set_workers(2):
+    ...     tnk.fft.get_workers()
+    2
     """
-    token = _workers.set(_threads(workers))
+    token = chosen_workers.set(threads_of(workers))
     try:
         yield
     finally:
-        _workers.reset(token)
+        chosen_workers.reset(token)
 
 
 def get_workers() -> int:
@@ -64,196 +70,14 @@ def get_workers() -> int:
     -------
     int
         1 outside of `set_workers`.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.get_workers()
+    1
     """
-    return _workers.get()
-
-
-def _threads(workers: Optional[int]) -> int:
-    if workers is None:
-        return _workers.get()
-    workers = operator.index(workers)
-    processors = os.cpu_count() or 1
-    if workers < 0 and workers >= -processors:
-        workers += processors + 1
-    if workers < 1:
-        raise ValueError(f"workers value out of range; got {workers}, must not be less than {-processors} or 0")
-    return workers
-
-
-def _scale(norm: Optional[str], backward: bool, count: int) -> float:
-    if norm == "ortho":
-        return 1 / sqrt(count)
-    if norm in (None, "backward", "forward"):
-        return 1 / count if backward == (norm != "forward") else 1.0
-    raise ValueError(f'norm is {norm!r}, expected "backward", "ortho" or "forward"')
-
-
-def _floating(x: ArrayLike, name: str = "x") -> np.ndarray:
-    """The array in a type of floating point that there are transforms of."""
-    array = np.asarray(x)
-    if array.dtype.char in "fdFD":
-        return array if array.dtype.isnative else array.astype(array.dtype.newbyteorder("="))
-    if array.dtype.char == "e":
-        return array.astype(np.float32)
-    if array.dtype.kind in "biu":
-        return array.astype(np.float64)
-    if array.dtype.char in "gG":
-        raise TypeError(f"{name} is of extended precision, which has no transforms here")
-    raise TypeError(f"{name} is of dtype {array.dtype}, expected numbers")
-
-
-def _complex(array: np.ndarray) -> np.ndarray:
-    return array if array.dtype.kind == "c" else array.astype(_complex_type(array.dtype))
-
-
-def _complex_type(dtype: np.dtype) -> type:
-    return np.complex64 if dtype.char in "fF" else np.complex128
-
-
-def _real_type(dtype: np.dtype) -> type:
-    return np.float32 if dtype.char in "fF" else np.float64
-
-
-def _points(n: Any) -> int:
-    n = operator.index(n)
-    if n < 1:
-        raise ValueError(f"invalid number of data points ({n}) specified")
-    return n
-
-
-def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bool) -> tuple[list[int], list[int]]:
-    """Axes from 0, and the lengths along them; with `halved` the last length is that of the real side."""
-    if type(axes) is list and len(axes) == 1 and s is None and -array.ndim <= axes[0] < array.ndim:  # the usual case
-        axis = axes[0] % array.ndim
-        n = array.shape[axis]
-        return [axis], [_points(2 * (n - 1) if halved else n)]
-    if s is not None:
-        s = [operator.index(n) for n in (s if isinstance(s, (Sequence, np.ndarray)) else [s])]
-    if axes is None:
-        if s is not None and len(s) > array.ndim:
-            raise ValueError(f"shape {tuple(s)} has more lengths than an array of shape {array.shape} has axes")
-        axes = range(array.ndim) if s is None else range(array.ndim - len(s), array.ndim)
-    elif not isinstance(axes, (Sequence, np.ndarray, range)):
-        axes = [axes]
-    places = []
-    for axis in axes:
-        axis = operator.index(axis)
-        if not -array.ndim <= axis < array.ndim:
-            raise _AxisError(axis, array.ndim)
-        places.append(axis % array.ndim)
-    if s is None:
-        s = [array.shape[axis] for axis in places]
-        if halved and s:
-            s[-1] = 2 * (s[-1] - 1)
-    if len(s) != len(places):
-        raise ValueError(f"shape {tuple(s)} and axes {tuple(axes)} have different lengths")
-    return places, [_points(n) for n in s]
-
-
-def _falls(array: np.ndarray) -> bool:
-    """Whether strides fall: dimensions are run in their order, and the last bits depend on it."""
-    return all(a >= b for a, b in zip(array.strides, array.strides[1:]))
-
-
-def _resized(array: np.ndarray, axes: Sequence[int], lengths: Sequence[int]) -> np.ndarray:
-    """Cut, or with zeros appended, to the lengths."""
-    for axis, n in zip(axes, lengths):
-        if array.shape[axis] != n:
-            break
-    else:
-        return array
-    shape, part = list(array.shape), [slice(None)] * array.ndim
-    for axis, n in zip(axes, lengths):
-        part[axis] = slice(min(n, shape[axis]))
-        shape[axis] = n
-    cut = array[tuple(part)]
-    if list(cut.shape) == shape:
-        return cut
-    padded = np.zeros(shape, array.dtype)
-    padded[tuple(part)] = cut
-    return padded
-
-
-# ---- Kinds ------------------------------------------------------------------------------------------------------------
-
-
-def _c2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], overwrite: bool, workers: Optional[int],
-         backward: bool) -> np.ndarray:  # fmt: skip
-    # The usual case, without the looks that others need.
-    as_it_stands = type(x) is np.ndarray and x.dtype.char in "FD" and s is None and norm is None and not overwrite
-    if as_it_stands and type(axes) is list and len(axes) == 1:
-        usual = along_one_axis(x.shape, x.strides, x.dtype, axes[0], backward, _threads(workers))
-        if usual is not None and x.flags.aligned:
-            result = np.empty(x.shape, x.dtype)
-            usual[0].run(x.ctypes.data, result.ctypes.data, usual[1])
-            return result
-    given = _floating(x)
-    array = _complex(given)
-    places, lengths = _places(array, s, axes, False)
-    threads = _threads(workers)
-    if len(set(places)) < len(places):  # one after another, the last one first
-        for place, n in list(zip(places, lengths))[::-1]:
-            array = _c2c(array, [n], [place], norm, False, threads, backward)
-        return array
-    scale = _scale(norm, backward, prod(lengths))
-    array = _resized(array, places, lengths)
-    if not places:
-        return array if overwrite else array.copy()
-    if len(places) > 1 and not _falls(array):
-        array = array.copy("C")
-    if (array.base is None if array is not given else overwrite and array is x) and array.flags.carray:
-        result = array
-    else:
-        result = np.empty(array.shape, array.dtype)
-    transform(array, result, tuple(places), tuple(lengths), real=False, backward=backward, scale=scale, threads=threads)
-    return result
-
-
-def _r2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[int]) -> np.ndarray:
-    array = _floating(x)
-    if array.dtype.kind == "c":
-        raise TypeError("x must be a real sequence")
-    places, lengths = _places(array, s, axes, False)
-    if not places:
-        raise ValueError("at least 1 axis must be transformed")
-    threads = _threads(workers)
-    if len(set(places)) < len(places):
-        half = _r2c(array, lengths[-1:], places[-1:], norm, threads)
-        return _c2c(half, lengths[:-1], places[:-1], norm, True, threads, False)
-    array = _resized(array, places, lengths)
-    if len(places) > 1 and not _falls(array):
-        array = array.copy("C")
-    shape = list(array.shape)
-    shape[places[-1]] = lengths[-1] // 2 + 1
-    result = np.empty(shape, _complex_type(array.dtype))
-    scale = _scale(norm, False, prod(lengths))
-    transform(array, result, tuple(places), tuple(lengths), real=True, backward=False, scale=scale, threads=threads)
-    return result
-
-
-def _c2r(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[int]) -> np.ndarray:
-    array = _complex(_floating(x))
-    places, lengths = _places(array, s, axes, True)
-    if not places:
-        raise ValueError("at least 1 axis must be transformed")
-    threads = _threads(workers)
-    if len(places) > 1:
-        # Axis by axis, so that numbers which are no half of a spectrum have the result that they have in NumPy: the
-        # imaginary parts that do not count are those before the last axis, after the others.
-        most = _c2c(array, lengths[:-1], places[:-1], norm, False, threads, True)
-        return _c2r(most, lengths[-1:], places[-1:], norm, threads)
-    half = lengths[-1] // 2 + 1
-    array = _resized(array, places, [*lengths[:-1], half])
-    shape = list(array.shape)
-    shape[places[-1]] = lengths[-1]
-    result = np.empty(shape, _real_type(array.dtype))
-    scale = _scale(norm, True, prod(lengths))
-    transform(array, result, tuple(places), tuple(lengths), real=True, backward=True, scale=scale, threads=threads)
-    return result
-
-
-def _one(n: Optional[int]) -> Optional[list[int]]:
-    return None if n is None else [n]
+    return chosen_workers.get()
 
 
 _SWAPPED = {None: "forward", "backward": "forward", "forward": "backward"}
@@ -270,11 +94,12 @@ def fft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[st
     x : array_like
         Real or complex numbers, of any strides.
     n : int, optional
-        Length of the transform: the axis is cut to it, or filled up with zeros. Its own length by default.
+        Length of the transform: `x` is cut to the numbers that it takes along the axis, or filled up with zeros. By default
+        it takes those that are there.
     axis : int, optional
         The axis, the last one by default.
     norm : {"backward", "ortho", "forward"}, optional
-        Which direction is divided by n: the inverse one (default), both by its root, this one.
+        What is divided by n: the inverse transform (default), both by its root, the direct one.
     overwrite_x : bool, optional
         Whether the memory of `x` may take the result.
     workers : int, optional
@@ -288,7 +113,7 @@ def fft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[st
     Raises
     ------
     ValueError
-        If n is below 1, or too long, or `norm` or `workers` are none.
+        If n is below 1, or too long, there is no such axis, or `norm` or `workers` are none.
     TypeError
         If `x` holds no numbers, or such of extended precision.
 
@@ -298,20 +123,39 @@ def fft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[st
     >>> tnk.fft.fft([1.0, 0.0, 0.0, 0.0])
     array([1.+0.j, 1.+0.j, 1.+0.j, 1.+0.j])
     """
-    return _c2c(x, _one(n), [axis], norm, overwrite_x, workers, False)
+    return c2c(x, one(n), [axis], norm, overwrite_x, workers, False)
 
 
+@like(fft)
 def ifft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
          overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `fft`, whose parameters these are; divided by n unless `norm` says otherwise."""
-    return _c2c(x, _one(n), [axis], norm, overwrite_x, workers, True)
+    """Compute the inverse of `fft`, divided by n unless `norm` says otherwise.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with n along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.ifft([4.0, 0.0, 0.0, 0.0])
+    array([1.+0.j, 1.+0.j, 1.+0.j, 1.+0.j])
+    """
+    return c2c(x, one(n), [axis], norm, overwrite_x, workers, True)
 
 
+@like(fft)
 def rfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
          overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the lower half of the spectrum of real numbers: n // 2 + 1 along the axis.
+    """Compute the lower half of the spectrum of real numbers.
 
-    Parameters are those of `fft`; `x` must be real.
+    `x` must be real.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with n // 2 + 1 along the axis.
 
     Examples
     --------
@@ -319,29 +163,70 @@ def rfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[s
     >>> abs(tnk.fft.rfft([1.0, 2.0, 1.0, 2.0]))
     array([6., 0., 2.])
     """
-    return _r2c(x, _one(n), [axis], norm, workers)
+    return r2c(x, one(n), [axis], norm, workers)
 
 
+@like(fft)
 def irfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
           overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
     """Compute the real numbers of which `x` is the lower half of the spectrum.
 
-    Parameters are those of `fft`; n is the length of the result, 2 (m - 1) by default for m numbers along the axis. For an
-    odd length it has to be said.
+    n is the length of the result, 2 (m - 1) by default for m numbers along the axis. For an odd length it has to be said.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64; of the shape of `x`, with n along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.irfft([6.0, 0.0, -2.0])
+    array([1., 2., 1., 2.])
     """
-    return _c2r(x, _one(n), [axis], norm, workers)
+    return c2r(x, one(n), [axis], norm, workers)
 
 
+@like(fft)
 def hfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
          overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the real spectrum of numbers of which `x` is the first half, the others being their conjugates."""
-    return _c2r(np.conjugate(_floating(x)), _one(n), [axis], _SWAPPED.get(norm, norm), workers)
+    """Compute the real spectrum of numbers of which `x` is the first half, the others being their conjugates.
+
+    n is the length of the result, 2 (m - 1) by default for m numbers along the axis.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64; of the shape of `x`, with n along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.hfft([1.0, 2.0, 3.0], n=4)
+    array([ 8., -2.,  0., -2.])
+    """
+    return c2r(np.conjugate(floating(x)), one(n), [axis], _SWAPPED.get(norm, norm), workers)
 
 
+@like(fft)
 def ihfft(x: ArrayLike, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
           overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `hfft`: half of what the real spectrum `x` belongs to."""
-    result = _r2c(x, _one(n), [axis], _SWAPPED.get(norm, norm), workers)
+    """Compute the inverse of `hfft`: half of what the real spectrum `x` belongs to.
+
+    `x` must be real.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with n // 2 + 1 along the axis.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.ihfft([8.0, -2.0, 0.0, -2.0]).real
+    array([1., 2., 3.])
+    """
+    result = r2c(x, one(n), [axis], _SWAPPED.get(norm, norm), workers)
     return np.conjugate(result, out=result)
 
 
@@ -357,159 +242,186 @@ def fftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequenc
     x : array_like
         Real or complex numbers.
     s : sequence of int, optional
-        Lengths along the axes, cut or filled up with zeros to them.
+        Lengths of the transform along the axes: `x` is cut to the numbers that it takes, or filled up with zeros.
     axes : sequence of int, optional
-        The axes: by default the last ones, as many as `s` has lengths, or all. One that is there twice is transformed
-        twice.
-    norm, overwrite_x, workers
+        The axes: by default the last ones, as many as `s` has lengths, or all, or two where the name has a 2. One that is
+        there twice is transformed twice.
+    norm : {"backward", "ortho", "forward"}, optional
         As in `fft`, n being the product of the lengths.
-
-    Returns
-    -------
-    ndarray
-        The spectrum.
-    """
-    return _c2c(x, s, axes, norm, overwrite_x, workers, False)
-
-
-def ifftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `fftn`, whose parameters these are."""
-    return _c2c(x, s, axes, norm, overwrite_x, workers, True)
-
-
-def rfftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the spectrum of real numbers along several axes, of the last of these the lower half."""
-    return _r2c(x, s, axes, norm, workers)
-
-
-def irfftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `rfftn`; `s` has lengths of the result, of which the last one may be odd."""
-    return _c2r(x, s, axes, norm, workers)
-
-
-def fft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
-         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute `fftn` along two axes, the last ones by default."""
-    return _c2c(x, s, axes, norm, overwrite_x, workers, False)
-
-
-def ifft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
-          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `fft2`."""
-    return _c2c(x, s, axes, norm, overwrite_x, workers, True)
-
-
-def rfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
-          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute `rfftn` along two axes, the last ones by default."""
-    return _r2c(x, s, axes, norm, workers)
-
-
-def irfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
-           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `rfft2`."""
-    return _c2r(x, s, axes, norm, workers)
-
-
-# ---- Cosines and sines ------------------------------------------------------------------------------------------------------
-
-
-def _prepared(x: ArrayLike, s: Any, axes: Any) -> tuple[np.ndarray, list[int]]:
-    array = _floating(x)
-    places, lengths = _places(array, s, axes, False)
-    return _resized(array, places, lengths), places
-
-
-def dct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
-        overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
-        ) -> np.ndarray:  # fmt: skip
-    """Compute the discrete cosine transform along an axis.
-
-    Parameters
-    ----------
-    x : array_like
-        Real numbers; of complex ones both parts are transformed.
-    type : {1, 2, 3, 4}, optional
-        Type of the transform, as SciPy defines them.
-    n, axis, norm
-        As in `fft`, the transform of "backward" being a sum without a factor, twice the published one.
-    overwrite_x
-        Accepted; `x` is left alone.
-    workers
+    overwrite_x : bool, optional
+        Whether the memory of `x` may take the result.
+    workers : int, optional
         As in `fft`.
-    orthogonalize : bool, optional
-        Whether the first number, of type 1 the last one too, is scaled so that the matrix is orthogonal up to a factor;
-        by default where `norm` is "ortho".
 
     Returns
     -------
     ndarray
-        Of the shape of `x`, with n along the axis.
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with the lengths along the axes.
 
     Raises
     ------
     ValueError
-        If `type`, `norm` or n are none.
+        If a length is below 1, or too long, there are no such axes, or more or fewer than lengths, or `norm` or `workers`
+        are none.
+    TypeError
+        If `x` holds no numbers, or such of extended precision.
 
     Examples
     --------
     >>> import tnk.fft
-    >>> tnk.fft.dct([1.0, 1.0, 1.0, 1.0, 1.0], type=1)
-    array([8., 0., 0., 0., 0.])
+    >>> tnk.fft.fftn([[1.0, 1.0], [1.0, 1.0]])
+    array([[4.+0.j, 0.+0.j],
+           [0.+0.j, 0.+0.j]])
     """
-    return _trig.transform(x, "c", False, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
+    return c2c(x, s, axes, norm, overwrite_x, workers, False)
 
 
-def idct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
-         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
-         ) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `dct`, whose parameters these are."""
-    return _trig.transform(x, "c", True, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def ifftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `fftn`.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.ifftn([[4.0, 0.0], [0.0, 0.0]]).real
+    array([[1., 1.],
+           [1., 1.]])
+    """
+    return c2c(x, s, axes, norm, overwrite_x, workers, True)
 
 
-def dst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
-        overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
-        ) -> np.ndarray:  # fmt: skip
-    """Compute the discrete sine transform along an axis; parameters are those of `dct`."""
-    return _trig.transform(x, "s", False, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def rfftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the spectrum of real numbers along several axes, of the last of these the lower half.
+
+    `x` must be real.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with the lengths along the axes, of
+        the last one n // 2 + 1.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.rfftn([[1.0, 2.0, 1.0, 2.0], [1.0, 2.0, 1.0, 2.0]]).real
+    array([[12.,  0., -4.],
+           [ 0.,  0.,  0.]])
+    """
+    return r2c(x, s, axes, norm, workers)
 
 
-def idst(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, norm: Optional[str] = None,
-         overwrite_x: bool = False, workers: Optional[int] = None, orthogonalize: Optional[bool] = None,
-         ) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `dst`."""
-    return _trig.transform(x, "s", True, type, _one(n), [axis], norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def irfftn(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
+           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `rfftn`.
+
+    `s` has lengths of the result, of which the last one may be odd; by default it is 2 (m - 1) for m numbers.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.irfftn([[6.0, 0.0, -2.0]])
+    array([[1., 2., 1., 2.]])
+    """
+    return c2r(x, s, axes, norm, workers)
 
 
-def dctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
-         orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
-    """Compute `dct` along several axes, all by default; `s` has the lengths along them."""
-    return _trig.transform(x, "c", False, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def fft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute `fftn` along two axes, the last ones by default.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.fft2([[1.0, 1.0], [1.0, 1.0]]).real
+    array([[4., 0.],
+           [0., 0.]])
+    """
+    return c2c(x, s, axes, norm, overwrite_x, workers, False)
 
 
-def idctn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
-          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `dctn`."""
-    return _trig.transform(x, "c", True, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def ifft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `fft2`.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.ifft2([[4.0, 0.0], [0.0, 0.0]]).real
+    array([[1., 1.],
+           [1., 1.]])
+    """
+    return c2c(x, s, axes, norm, overwrite_x, workers, True)
 
 
-def dstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-         norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
-         orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
-    """Compute `dst` along several axes."""
-    return _trig.transform(x, "s", False, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def rfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the spectrum of real numbers along two axes, of the last of these the lower half.
+
+    `x` must be real.
+
+    Returns
+    -------
+    ndarray
+        complex64 for single precision, otherwise complex128; of the shape of `x`, with the lengths along the axes, of
+        the last one n // 2 + 1.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.rfft2([[1.0, 2.0, 1.0, 2.0], [1.0, 2.0, 1.0, 2.0]]).real
+    array([[12.,  0., -4.],
+           [ 0.,  0.,  0.]])
+    """
+    return r2c(x, s, axes, norm, workers)
 
 
-def idstn(x: ArrayLike, type: int = 2, s: Optional[Sequence[int]] = None, axes: Optional[Sequence[int]] = None,
-          norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None, *,
-          orthogonalize: Optional[bool] = None) -> np.ndarray:  # fmt: skip
-    """Compute the inverse of `dstn`."""
-    return _trig.transform(x, "s", True, type, s, axes, norm, orthogonalize, _threads(workers), _prepared)
+@like(fftn)
+def irfft2(x: ArrayLike, s: Optional[Sequence[int]] = None, axes: Sequence[int] = (-2, -1),
+           norm: Optional[str] = None, overwrite_x: bool = False, workers: Optional[int] = None) -> np.ndarray:  # fmt: skip
+    """Compute the inverse of `rfft2`.
+
+    `s` has lengths of the result, of which the last one may be odd; by default it is 2 (m - 1) for m numbers.
+
+    Returns
+    -------
+    ndarray
+        float32 for single precision, otherwise float64; of the shape of `x`, with the lengths along the axes.
+
+    Examples
+    --------
+    >>> import tnk.fft
+    >>> tnk.fft.irfft2([[6.0, 0.0, -2.0]])
+    array([[1., 2., 1., 2.]])
+    """
+    return c2r(x, s, axes, norm, workers)
 
 
 # ---- A backend of scipy.fft --------------------------------------------------------------------------------------------------

@@ -80,6 +80,13 @@ class Solver:
     Notes
     -----
     One solve at a time; other threads wait.
+
+    Examples
+    --------
+    >>> import tnk.pde
+    >>> solver = tnk.pde.Solver((5, 4), [(0, 1), (0, 1)], sides=["DD", "NN"])
+    >>> solver.solve(0.0, [(1.0, 1.0), (None, None)]).round(12)[:, 0]
+    array([1., 1., 1., 1., 1.])
     """
 
     def __init__(self, shape: Sequence[int], extents: Sequence[Sequence[float]], *, sides: Optional[Sequence[str]] = None,
@@ -195,10 +202,12 @@ def solve(f: ArrayLike, extents: Sequence[Sequence[float]], *, sides: Optional[S
     f : array_like
         The right-hand side at equidistant points, edges included: two or three axes of 3 points or more. Single precision
         stays single.
-    extents, sides, q
+    extents, sides
         As in `Solver`.
     boundary
         As in `Solver.solve`.
+    q
+        As in `Solver`.
 
     Returns
     -------

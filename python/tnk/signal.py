@@ -8,6 +8,7 @@ from typing import Any
 import numpy as np
 from numpy.typing import ArrayLike
 
+from ._docstrings import like
 from ._library import c_int, call, declared
 
 __all__ = ["convolve", "correlate"]
@@ -155,10 +156,16 @@ def convolve(in1: ArrayLike, in2: ArrayLike, mode: str = "full", method: str = "
     return _compute(in1, in2, mode, method, False)
 
 
+@like(convolve)
 def correlate(in1: ArrayLike, in2: ArrayLike, mode: str = "full", method: str = "auto") -> np.ndarray:
     """Correlate two arrays, the second one being conjugated.
 
-    Parameters, result and errors are those of `convolve`; the zero lag of a full result is at index ``len(in2) - 1``.
+    The zero lag of a full result is at index ``len(in2) - 1``.
+
+    Returns
+    -------
+    ndarray
+        In the operands' common type.
 
     Examples
     --------

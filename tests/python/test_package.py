@@ -18,7 +18,7 @@ import tnk.signal
 from tnk import _threads
 
 
-@pytest.mark.parametrize("name", ["tnk._transpose", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse"])
+@pytest.mark.parametrize("name", ["tnk._library", "tnk._transpose", "tnk._trig", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse"])
 def test_examples(name):
     if name == "tnk.sparse":
         pytest.importorskip("scipy.sparse")
