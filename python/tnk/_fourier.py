@@ -102,6 +102,11 @@ def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bo
     return places, [_points(n) for n in s]
 
 
+def _apart(places: list[int]) -> bool:
+    """Whether no descriptor has these axes: one is there twice, or they are too many."""
+    return len(set(places)) < len(places) or len(places) > 7
+
+
 def _falls(array: np.ndarray) -> bool:
     """Whether strides fall: dimensions are run in their order, and the last bits depend on it."""
     return all(a >= b for a, b in zip(array.strides, array.strides[1:]))
@@ -154,7 +159,7 @@ def c2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], overwrite: bool, w
     array = _complex(given)
     places, lengths = _places(array, s, axes, False)
     threads = threads_of(workers)
-    if len(set(places)) < len(places):  # one after another, the last one first
+    if _apart(places):  # one after another, the last one first
         for place, n in list(zip(places, lengths))[::-1]:
             array = c2c(array, [n], [place], norm, False, threads, backward)
         return array
@@ -180,7 +185,7 @@ def r2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[
     if not places:
         raise ValueError("at least 1 axis must be transformed")
     threads = threads_of(workers)
-    if len(set(places)) < len(places):
+    if _apart(places):
         half = r2c(array, lengths[-1:], places[-1:], norm, threads)
         return c2c(half, lengths[:-1], places[:-1], norm, True, threads, False)
     array = _resized(array, places, lengths)

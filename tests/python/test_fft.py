@@ -148,6 +148,9 @@ def test_lengths_batches_and_a_repeated_axis():
     close(fft.rfftn(y, axes=(0, 1, 1)), np.fft.rfftn(y, axes=(0, 1, 1)), False)
     close(fft.fft2(y, (4, 7)), np.fft.fft2(y, (4, 7)), False)
     close(fft.irfft2(y, (3, 7)), np.fft.irfft2(y, (3, 7)), False)
+    deep = numbers(rng, (2, 1, 3, 2, 1, 2, 2, 1, 2, 2), "f8")
+    close(fft.fftn(deep), np.fft.fftn(deep), False)
+    close(fft.irfftn(fft.rfftn(deep)), deep, False)
     assert fft.fft(np.empty((0, 4))).shape == (0, 4) and fft.rfft(np.empty((0, 4))).shape == (0, 3)
 
 
