@@ -32,11 +32,11 @@ const Ints candidates = {-1, 0,  1,  2,  30, 31, 32, 33, 34, 35, 36, 37, 38, 39,
                          45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 63, 64, 103, 106};
 
 // By address, and by value the same.
-tnk_int get(DftiHandle handle, const IntegerParameter &parameter) {
-  tnk_int number = parameter.number, value = -5, wide = -5;
+tnk_int get(DftiHandle handle, tnk_int number, int width) {
+  tnk_int value = -5, wide = -5;
   EXPECT_EQ(tnk_dft_dfti_get_value_intval(&handle, &number, &value), DftiNoError) << number;
-  EXPECT_EQ(DftiGetValue(handle, parameter.number, &wide), DftiNoError) << number;
-  if (parameter.width == 32) {
+  EXPECT_EQ(DftiGetValue(handle, static_cast<int32_t>(number), &wide), DftiNoError) << number;
+  if (width == 32) {
     int32_t narrow[2];
     std::memcpy(narrow, &wide, sizeof wide);
     EXPECT_EQ(narrow[1], -1) << "written behind " << number;
@@ -55,14 +55,14 @@ TEST(DftParameters, TakeTheirValuesAndNoOthers) {
           Plan plan(DftiDouble, domain, {2, 3, 4});
           DftiNode *next = nullptr;
           ASSERT_EQ(tnk_dft_dfti_create_dc1d(&next, 5), DftiNoError);
-          const IntegerParameter none{parameter.number, parameter.width, 0, {}, {}, false};
+          const tnk_int number = parameter.number;
+          const auto value_in = [&](DftiHandle handle) { return get(handle, number, parameter.width); };
           const tnk_int at_first = parameter.number == DftiParamForwardDomain ? domain : parameter.at_first;
-          EXPECT_EQ(get(plan, none), at_first);
+          EXPECT_EQ(value_in(plan), at_first);
 
           pretend_committed(plan);
-          const tnk_int status_before = get(plan, none);
+          const tnk_int status_before = value_in(plan);
           plan->next = next;
-          const tnk_int number = parameter.number;
           // By value an integer of 32 bits reaches the library without its sign.
           const tnk_int found = by_address
                                     ? tnk_dft_dfti_set_value_intval(&plan.handle, &number, &value)
@@ -74,9 +74,9 @@ TEST(DftParameters, TakeTheirValuesAndNoOthers) {
           EXPECT_EQ(found, expected);
           EXPECT_TRUE(looks_uncommitted(plan));
           const tnk_int kept = number == DftiParamCommitStatus ? tnk_int{DftiUncommitted} : status_before;
-          EXPECT_EQ(get(plan, none), expected == DftiNoError ? value : kept);
+          EXPECT_EQ(value_in(plan), expected == DftiNoError ? value : kept);
           if (parameter.in_chain) {
-            EXPECT_EQ(get(next, none), expected == DftiNoError ? value : parameter.at_first);
+            EXPECT_EQ(value_in(next), expected == DftiNoError ? value : parameter.at_first);
           }
           const bool cce = number == DftiParamConjugateEvenStorage && value == DftiComplexComplex;
           if (number == DftiParamPackedFormat) continue;
@@ -158,16 +158,16 @@ TEST(DftParameters, CountsDistancesAndUsers) {
       pretend_committed(plan);
       EXPECT_EQ(DftiSetValue(plan, number, value), DftiNoError);
       EXPECT_TRUE(looks_uncommitted(plan));
-      EXPECT_EQ(get(plan, {number, 64, 0, {}, {}, false}), value);
+      EXPECT_EQ(get(plan, number, 64), value);
     }
   EXPECT_TRUE(plan->number_of_transforms == 12 && plan->input_distance == 12 && plan->output_distance == 12);
-  const IntegerParameter users{DftiParamNumberOfUserThreads, 64, 1, {}, {}, true};
-  EXPECT_EQ(get(plan, users), 1);
+  constexpr int32_t users = DftiParamNumberOfUserThreads;
+  EXPECT_EQ(get(plan, users, 64), 1);
   for (const tnk_int value : {tnk_int{INT32_MAX}, tnk_int{INT32_MIN}, tnk_int{4}})
-    EXPECT_TRUE(DftiSetValue(plan, users.number, value) == DftiNoError && get(plan, users) == value) << value;
+    EXPECT_TRUE(DftiSetValue(plan, users, value) == DftiNoError && get(plan, users, 64) == value) << value;
   for (const tnk_int value : {large, tnk_int{INT32_MAX} + 1, tnk_int{INT32_MIN} - 1})
-    EXPECT_EQ(DftiSetValue(plan, users.number, value), DftiInconsistentConfiguration) << value;
-  EXPECT_EQ(get(plan, users), 4);
+    EXPECT_EQ(DftiSetValue(plan, users, value), DftiInconsistentConfiguration) << value;
+  EXPECT_EQ(get(plan, users, 64), 4);
 }
 
 TEST(DftParameters, Scales) {
