@@ -1,9 +1,7 @@
 // Task records: their life, what freezes them, and which kernel they choose.
+#include "conv/problem.h"
 #include "support/allocations.h"
 #include <cmath>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <tnk/conv_kernels.h>
 #include <tnk/services.h>
 
 namespace tnk::test {
@@ -161,6 +159,20 @@ TEST_F(ConvTask, CarriesWhatIsHungOntoIt) {
     if (!with_function) task->aux_release = nullptr;
     EXPECT_EQ(tnk_conv_DeleteTask(&task), int32_t{TNK_CONV_AUX_RELEASE});
     EXPECT_EQ(task, nullptr);
+  }
+}
+
+// Without strides arrays are dense; the kernel that knows no decimation is for tasks that have none.
+TEST_F(ConvTask, TakesDenseArraysAndDecimations) {
+  for (const int32_t dims : {1, 3}) {
+    const auto each = [&](int32_t value) { return Shape(static_cast<std::size_t>(dims), value); };
+    Problem<float> p({false, each(2), each(3), each(2), each(1), each(2)}, each(1), each(1), each(1), true);
+    tnk_conv_task *const task = make(1, 1, 1, 1, dims);
+    std::fill_n(task->zshape, dims, 2);
+    EXPECT_EQ(tnk_conv_EditTask(task, 5, p.conv.start.data()), none);
+    EXPECT_EQ(tnk_conv_EditTask(task, 6, p.conv.decimation.data()), none);
+    EXPECT_EQ(tnk_conv_Exec(task, p.x.data(), nullptr, p.y.data(), nullptr, p.z.data(), nullptr), none);
+    EXPECT_EQ(p.fault(0), "");
   }
 }
 
