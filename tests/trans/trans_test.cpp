@@ -1,8 +1,6 @@
 // Copies, sums and changes in place against their definitions: every letter, every type, gaps and guards.
-#include "reference/arithmetic.h"
-#include "support/guarded.h"
 #include "support/named.h"
-#include "support/random.h"
+#include "tests/trans/matrix.h"
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -12,67 +10,11 @@ namespace {
 
 using namespace tnk::test;
 using tnk::reference::operator*, tnk::reference::operator+;
-using tnk::reference::is_pair, tnk::reference::number, tnk::reference::Real, tnk::reference::same;
-using Size = std::uint64_t;
+using tnk::reference::is_pair, tnk::reference::number, tnk::reference::same;
 
-// ---- Matrices in arrays ---------------------------------------------------------------------------------------------
-
-// Where element (i, j) stands.
-struct Layout {
-  Size rows, cols, by_row, by_col;
-  Size at(Size i, Size j) const { return i * by_row + j * by_col; }
-  Size extent() const { return rows && cols ? at(rows - 1, cols - 1) + 1 : 0; }
-};
-Layout stored(char ordering, Size rows, Size cols, Size ld, Size stride = 1) {
-  return (ordering | 32) == 'c' ? Layout{rows, cols, stride, ld} : Layout{rows, cols, ld, stride};
-}
-bool transposes(char letter) {
-  return (letter | 32) == 't' || (letter | 32) == 'c';
-}
-bool conjugates(char letter) {
-  return (letter | 32) == 'r' || (letter | 32) == 'c';
-}
-// op(A), and an element of it.
-Layout seen(char letter, const Layout &a) {
-  return transposes(letter) ? Layout{a.cols, a.rows, a.by_col, a.by_row} : a;
-}
-template <class T> T taken(char letter, T x) {
-  return conjugates(letter) ? tnk::reference::conj(x) : x;
-}
 // The least leading dimension of op(A).
 Size least(char ordering, char letter, Size rows, Size cols) {
   return std::max<Size>((ordering == 'R') == transposes(letter) ? rows : cols, 1);
-}
-
-// Numbers all over, gaps included, with now and then what arithmetic treats in a way of its own.
-template <class T> std::vector<T> filled(Size count, Random &random) {
-  static const std::vector<T> pool = [] {
-    Random numbers;
-    const Real<T> special[] = {0, -0.0f, INFINITY, NAN};
-    const auto part = [&] {
-      return numbers.integer(0, 39) == 0 ? special[numbers.integer(0, 3)] : numbers.real<Real<T>>();
-    };
-    std::vector<T> x(4093);
-    for (T &element : x) element = number<T>(part(), part());
-    return x;
-  }();
-  std::vector<T> x(count);
-  auto next = static_cast<std::size_t>(random.integer(0, 4092));
-  for (T &element : x) element = pool[next++ % pool.size()];
-  return x;
-}
-template <class T> bool same_elements(const Guarded<T> &found, const std::vector<T> &expected) {
-  if (!found.intact()) return false;
-  if (expected.empty() || std::memcmp(found.data(), expected.data(), expected.size() * sizeof(T)) == 0)
-    return true;
-  for (std::size_t i = 0; i < expected.size(); ++i)
-    if (!same(found.get(i), expected[i])) return false;
-  return true;
-}
-
-// 1, 0, or a number with both parts.
-template <class T> T factor(tnk_int choice) {
-  return choice < 2 ? number<T>(static_cast<Real<T>>(1 - choice)) : number<T>(1.25f, -0.75f);
 }
 
 template <class T> struct Transposition : testing::Test {
