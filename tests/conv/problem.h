@@ -4,6 +4,7 @@
 #include "reference/convolution.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include <gtest/gtest.h>
 #include <string>
 
 namespace tnk::test {
@@ -14,50 +15,47 @@ using reference::Shape;
 using reference::wide;
 
 // An array of any strides at its lowest address, between guards. A stride of 0 holds one element along its dimension.
-template <class T> class StridedArray {
-public:
-  StridedArray(const Shape &shape, const Shape &stride, std::size_t shift = 0)
-      : shape_(shape), stride_(stride), memory_(span(shape, stride), shift) {}
+template <class T> struct StridedArray {
+  Shape shape, strides;
+  Guarded<T> memory;
 
-  T get(const Shape &index) const { return memory_.get(place(index)); }
-  void put(const Shape &index, T value) { memory_.put(place(index), value); }
-  T *data() { return memory_.data(); }
-  const int32_t *stride() const { return stride_.data(); }
+  StridedArray(const Shape &its_shape, const Shape &its_strides, std::size_t shift)
+      : shape(its_shape), strides(its_strides), memory(last() + 1, shift) {}
+  T get(const Shape &index) const { return memory.get(place(index)); }
+  T *data() { return memory.data(); }
+  const int32_t *stride() const { return strides.data(); }
   template <class F> void fill(const F &number) {
-    each_index(shape_, [&](const Shape &i) { put(i, number()); });
+    each_index(shape, [&](const Shape &i) { memory.put(place(i), number()); });
+  }
+  bool untouched() const {
+    const std::vector<unsigned char> bytes(memory.size() * sizeof(T), 0xFF);
+    return memory.intact() && std::memcmp(memory.data(), bytes.data(), bytes.size()) == 0;
   }
   // Whether nothing but the elements, which this overwrites, has changed.
   bool intact() {
     T junk;
     std::memset(&junk, 0xFF, sizeof junk);
     fill([&] { return junk; });
-    const std::vector<unsigned char> untouched(memory_.size() * sizeof(T), 0xFF);
-    return memory_.intact() && std::memcmp(memory_.data(), untouched.data(), untouched.size()) == 0;
-  }
-  bool untouched() {
-    const std::vector<unsigned char> bytes(memory_.size() * sizeof(T), 0xFF);
-    return memory_.intact() && std::memcmp(memory_.data(), bytes.data(), bytes.size()) == 0;
+    return untouched();
   }
 
 private:
-  static std::size_t span(const Shape &shape, const Shape &stride) {
-    std::size_t last = 0;
+  std::size_t last() const {
+    std::size_t at = 0;
     for (std::size_t k = 0; k < shape.size(); ++k)
-      last += static_cast<std::size_t>(std::abs(stride[k])) * static_cast<std::size_t>(shape[k] - 1);
-    return last + 1;
+      at += static_cast<std::size_t>(std::abs(strides[k]) * (shape[k] - 1));
+    return at;
   }
   std::size_t place(const Shape &index) const {
     int64_t at = 0;
-    for (std::size_t k = 0; k < shape_.size(); ++k)
-      at += stride_[k] >= 0 ? stride_[k] * index[k] : -stride_[k] * (shape_[k] - 1 - index[k]);
+    for (std::size_t k = 0; k < shape.size(); ++k)
+      at += strides[k] >= 0 ? strides[k] * index[k] : -strides[k] * (shape[k] - 1 - index[k]);
     return static_cast<std::size_t>(at);
   }
-  Shape shape_, stride_;
-  Guarded<T> memory_;
 };
 
 // Strides of an array without overlap: dimension k has signs[k] times a gap, of the dense one.
-inline Shape strides(const Shape &shape, const Shape &factors) {
+inline Shape strides_of(const Shape &shape, const Shape &factors) {
   Shape stride(shape.size());
   int32_t dense = 1;
   for (std::size_t k = 0; k < shape.size(); ++k) {
@@ -70,9 +68,9 @@ inline Shape strides(const Shape &shape, const Shape &factors) {
 template <class T> struct Problem {
   Problem(const Conv &what, const Shape &xfactors, const Shape &yfactors, const Shape &zfactors,
           bool integers, std::size_t shift = 0)
-      : conv(what), x(conv.xshape, strides(conv.xshape, xfactors), shift),
-        y(conv.yshape, strides(conv.yshape, yfactors), shift),
-        z(conv.zshape, strides(conv.zshape, zfactors), shift) {
+      : conv(what), x(conv.xshape, strides_of(conv.xshape, xfactors), shift),
+        y(conv.yshape, strides_of(conv.yshape, yfactors), shift),
+        z(conv.zshape, strides_of(conv.zshape, zfactors), shift) {
     Random random(static_cast<unsigned>(conv.xshape[0] + 100 * conv.yshape[0]));
     const auto part = [&] {
       return integers ? static_cast<double>(random.integer(-9, 9)) : random.real(-1.0, 1.0);
@@ -115,15 +113,11 @@ template <class T> struct Problem {
   }
 
   std::string name() const {
+    const Shape *const lists[] = {&conv.xshape, &x.strides, &conv.yshape, &y.strides,
+                                  &conv.zshape, &z.strides, &conv.start,  &conv.decimation};
     std::string text = conv.correlates ? "correlation" : "convolution";
-    const auto add = [&](const char *what, const int32_t *values) {
-      text += std::string(" ") + what;
-      for (std::size_t k = 0; k < conv.dims(); ++k) text += " " + std::to_string(values[k]);
-    };
-    add("x", conv.xshape.data()), add("at", x.stride()), add("y", conv.yshape.data()), add("at", y.stride());
-    add("z", conv.zshape.data()), add("at", z.stride()), add("start", conv.start.data());
-    add("decimation", conv.decimation.data());
-    return text;
+    for (const Shape *list : lists) text += ' ' + testing::PrintToString(*list);
+    return text + ": x, y, z with strides, start, decimation";
   }
 
   Conv conv;

@@ -1,15 +1,13 @@
 // Computing by a committed descriptor: routes, callers side by side, memory that is not there, and what drivers, movers
 // and wrappers do at their edges.
+#include "dft/plan.h"
+#include "support/allocations.h"
 #include <atomic>
 #include <cstring>
 #include <thread>
-#include <tnk/blas_level1.h>
 #include <tnk/dft_commit.h>
 #include <tnk/dft_compute.h>
 #include <tnk/host.h>
-
-#include "dft/plan.h"
-#include "support/allocations.h"
 
 namespace tnk::test {
 namespace {
@@ -152,19 +150,11 @@ TEST(Compute, RefusedMemory) {
         return function(plan, a.data(), b.data(), d.data(), e.data());
       };
       const int live = allocations.live;
-      int refusals = 0;
-      for (;; ++refusals) {
-        ASSERT_LT(refusals, 9);
-        allocations.refuse = refusals + 1;
-        const tnk_int status = run();
+      const int refusals = refuse_in_turn(run, [&](tnk_int status, bool refused) {
+        EXPECT_EQ(status, refused ? DftiMemoryError : DftiNoError);
         EXPECT_EQ(allocations.live, live);
-        if (status == DftiNoError) break;
-        EXPECT_EQ(status, DftiMemoryError);
-      }
-      allocations.refuse = 0;
-      EXPECT_GT(refusals, 0);
-      EXPECT_EQ(run(), DftiNoError);
-      EXPECT_EQ(allocations.overrun, 0);
+      });
+      EXPECT_TRUE(refusals > 0 && refusals < 9 && allocations.overrun == 0);
     }
 }
 
@@ -195,16 +185,14 @@ TEST(Compute, OneTransformOnSeveralThreads) {
       alignas(16) double source[2 * n + 1], destination[2 * n + 1] = {};
       for (std::size_t i = 0; i <= 2 * n; ++i) source[i] = static_cast<double>(i);
       double *const from = source + shift, *const to = in_place ? from : destination + shift;
-      for (const int refused : {1, 2, 0}) {
-        if (refused > 0 && (shift == 0 || (in_place && refused > 1))) continue;
-        const int live = allocations.live;
-        calls = 0;
-        allocations.refuse = refused;
-        EXPECT_EQ(DftiComputeForward(plan, from, to), refused ? DftiMemoryError : DftiNoError);
-        allocations.refuse = 0;
-        EXPECT_EQ(calls, !refused);
-        EXPECT_EQ(allocations.live, live);
-      }
+      const int live = allocations.live;
+      const int refusals = refuse_in_turn([&] { return calls = 0, DftiComputeForward(plan, from, to); },
+                                          [&](tnk_int status, bool refused) {
+                                            EXPECT_EQ(status, refused ? DftiMemoryError : DftiNoError);
+                                            EXPECT_EQ(calls, !refused);
+                                            EXPECT_EQ(allocations.live, live);
+                                          });
+      EXPECT_EQ(refusals, shift == 0 ? 0 : in_place ? 1 : 2);
       for (std::size_t i = 0; i < 2 * n; ++i) {
         EXPECT_EQ(to[i], -static_cast<double>(i + shift));
         EXPECT_TRUE(in_place || from[i] == static_cast<double>(i + shift));
@@ -277,31 +265,6 @@ TEST(Compute, WrappersScaleAfterAFailure) {
   EXPECT_EQ(tnk_dft_xvpks_fwd_64f(parts, parts, &node, nullptr), DftiInternalError);
   EXPECT_EQ(re, Reals(4, 1.5));
   EXPECT_EQ(im, Reals(4, 2.5));
-}
-
-// Kernels of the rows that want CCS get it from a block, since the destination has no room for it.
-TEST(Compute, RowsInCcs) {
-  for (const int storage : {DftiComplexComplex, DftiComplexReal})
-    for (const Ints &lengths : {Ints{5, 8}, Ints{4, 7}, Ints{3, 4, 6}}) {
-      if (storage == DftiComplexReal && lengths.size() > 2) continue;
-      Plan plan(DftiDouble, DftiReal, lengths);
-      set(plan, DftiParamPlacement, DftiNotInPlace);
-      set(plan, DftiParamConjugateEvenStorage, storage);
-      const tnk_int row = storage == DftiComplexReal ? lengths.back() / 2 * 2 + 2 : lengths.back() / 2 + 1;
-      const Ints plane{0, row, 1}, space{0, 4 * row, row, 1};
-      set(plan, DftiParamInputStrides, (lengths.size() == 2 ? plane : space).data());
-      commit(plan);
-      std::vector<double> spectrum(200), fitted(200, 7), through_block(200, 7);
-      for (std::size_t i = 0; i < spectrum.size(); ++i) spectrum[i] = static_cast<double>(i * i % 17);
-      // Columns that end up real begin as conjugates of themselves.
-      const bool half = storage == DftiComplexComplex;
-      if (half) std::fill(spectrum.begin(), spectrum.end(), 0), spectrum[4] = 3, spectrum[5] = 2;
-      EXPECT_EQ(DftiComputeBackward(plan, spectrum.data(), fitted.data()), DftiNoError);
-      plan->real_layout = 1;
-      EXPECT_EQ(DftiComputeBackward(plan, spectrum.data(), through_block.data()), DftiNoError);
-      plan->real_layout = 0;
-      for (std::size_t i = 0; i < 200; ++i) EXPECT_NEAR(fitted[i], through_block[i], 1e-12);
-    }
 }
 
 // In whatever order a spectrum stands, the backward transform knows it.

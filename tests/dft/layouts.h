@@ -65,6 +65,7 @@ struct Signal {
 struct Slot {
   tnk_int frequency;
   enum { re, im, zero } part;
+  long double of(Wide z) const { return part == re ? z.real() : part == im ? z.imag() : 0; }
 };
 inline tnk_int packed_size(int format, tnk_int n) {
   return format == DftiFormatCcs ? n / 2 * 2 + 2 : n;
@@ -151,16 +152,13 @@ private:
   template <class Use> void visit_packed(const Signal &signal, const Sizes &index, const Use &use) const {
     const Sizes &n = signal.lengths;
     const Slot across = slot_of(format, n.back(), index.back());
-    const auto value_of = [](Wide value, int part) {
-      return part == Slot::re ? value.real() : part == Slot::im ? value.imag() : 0;
-    };
-    if (n.size() == 1) return use(value_of(signal.at(signal.spectrum, {across.frequency}), across.part));
+    if (n.size() == 1) return use(across.of(signal.at(signal.spectrum, {across.frequency})));
     const bool real = across.part == Slot::re && (across.frequency == 0 || 2 * across.frequency == n[1]);
     if (real) {
       const Slot down = slot_of(format, n[0], index[0]);
-      return use(value_of(signal.at(signal.spectrum, {down.frequency, across.frequency}), down.part));
+      return use(down.of(signal.at(signal.spectrum, {down.frequency, across.frequency})));
     }
-    if (index[0] < n[0]) use(value_of(signal.at(signal.spectrum, {index[0], across.frequency}), across.part));
+    if (index[0] < n[0]) use(across.of(signal.at(signal.spectrum, {index[0], across.frequency})));
   }
 };
 

@@ -1,25 +1,14 @@
 // The parameters of a descriptor: a table of all, set and read by value and by address.
-#include <algorithm>
+#include "dft/plan.h"
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <gtest/gtest.h>
-#include <limits>
 #include <set>
 #include <string>
-#include <tnk/dft_node.h>
 #include <tnk/services.h>
-#include <vector>
 
-#include "tests/dft/plan.h"
-
+namespace tnk::test {
 namespace {
-
-using tnk::test::Ints;
-using tnk::test::looks_committed;
-using tnk::test::looks_uncommitted;
-using tnk::test::Plan;
-using tnk::test::pretend_committed;
 
 // ---- Integer parameters, every cell of their table ------------------------------------------------------------------------
 
@@ -42,22 +31,18 @@ const IntegerParameter integer_parameters[] = {
 const Ints candidates = {-1, 0,  1,  2,  30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42,  43, 44,
                          45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 63, 64, 103, 106};
 
-tnk_int get_by_value(DftiHandle handle, const IntegerParameter &parameter) {
-  tnk_int wide = -5;
-  int32_t narrow[2] = {-5, -6};
-  if (parameter.width == 64) {
-    EXPECT_EQ(DftiGetValue(handle, parameter.number, &wide), DftiNoError) << parameter.number;
-    return wide;
-  }
-  EXPECT_EQ(DftiGetValue(handle, parameter.number, narrow), DftiNoError) << parameter.number;
-  EXPECT_EQ(narrow[1], -6) << parameter.number;
-  return narrow[0];
-}
-
-tnk_int get(DftiHandle handle, const IntegerParameter &parameter) {
-  tnk_int number = parameter.number, value = -5;
+// By address, and by value the same.
+tnk_int get(DftiHandle handle, tnk_int number, int width) {
+  tnk_int value = -5, wide = -5;
   EXPECT_EQ(tnk_dft_dfti_get_value_intval(&handle, &number, &value), DftiNoError) << number;
-  EXPECT_EQ(get_by_value(handle, parameter), value) << number;
+  EXPECT_EQ(DftiGetValue(handle, static_cast<int32_t>(number), &wide), DftiNoError) << number;
+  if (width == 32) {
+    int32_t narrow[2];
+    std::memcpy(narrow, &wide, sizeof wide);
+    EXPECT_EQ(narrow[1], -1) << "written behind " << number;
+    wide = narrow[0];
+  }
+  EXPECT_EQ(wide, value) << number;
   return value;
 }
 
@@ -70,14 +55,14 @@ TEST(DftParameters, TakeTheirValuesAndNoOthers) {
           Plan plan(DftiDouble, domain, {2, 3, 4});
           DftiNode *next = nullptr;
           ASSERT_EQ(tnk_dft_dfti_create_dc1d(&next, 5), DftiNoError);
-          const IntegerParameter none{parameter.number, parameter.width, 0, {}, {}, false};
+          const tnk_int number = parameter.number;
+          const auto value_in = [&](DftiHandle handle) { return get(handle, number, parameter.width); };
           const tnk_int at_first = parameter.number == DftiParamForwardDomain ? domain : parameter.at_first;
-          EXPECT_EQ(get(plan, none), at_first);
+          EXPECT_EQ(value_in(plan), at_first);
 
           pretend_committed(plan);
-          const tnk_int status_before = get(plan, none);
+          const tnk_int status_before = value_in(plan);
           plan->next = next;
-          const tnk_int number = parameter.number;
           // By value an integer of 32 bits reaches the library without its sign.
           const tnk_int found = by_address
                                     ? tnk_dft_dfti_set_value_intval(&plan.handle, &number, &value)
@@ -89,9 +74,9 @@ TEST(DftParameters, TakeTheirValuesAndNoOthers) {
           EXPECT_EQ(found, expected);
           EXPECT_TRUE(looks_uncommitted(plan));
           const tnk_int kept = number == DftiParamCommitStatus ? tnk_int{DftiUncommitted} : status_before;
-          EXPECT_EQ(get(plan, none), expected == DftiNoError ? value : kept);
+          EXPECT_EQ(value_in(plan), expected == DftiNoError ? value : kept);
           if (parameter.in_chain) {
-            EXPECT_EQ(get(next, none), expected == DftiNoError ? value : parameter.at_first);
+            EXPECT_EQ(value_in(next), expected == DftiNoError ? value : parameter.at_first);
           }
           const bool cce = number == DftiParamConjugateEvenStorage && value == DftiComplexComplex;
           if (number == DftiParamPackedFormat) continue;
@@ -102,11 +87,7 @@ TEST(DftParameters, TakeTheirValuesAndNoOthers) {
 // ---- The other kinds of parameters ------------------------------------------------------------------------------------------
 
 // By number: i integer, v vector, d scale, s text, r reserved.
-const std::string kinds = "iivi"
-                          "ddrii"
-                          "iiiv"
-                          "viirri"
-                          "isiisrri";
+const std::string kinds = "iividdriiiiivviirriisiisrri";
 const std::set<tnk_int> never_set = {0, 1, 2, 3, 19, 22, 23};
 
 TEST(DftParameters, AreReachedByTheFormsOfTheirKindAlone) {
@@ -116,36 +97,24 @@ TEST(DftParameters, AreReachedByTheFormsOfTheirKindAlone) {
   char text[200] = "text";
   double scale = 2;
   float single = 2;
-  struct Form {
+  const struct {
     const char *name;
     char kind;
-    bool sets;
     std::function<tnk_int(DftiHandle *, const tnk_int *)> call;
-  };
-  const Form forms[] = {
-      {"get integer", 'i', false,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_intval(h, n, numbers); }},
-      {"get vector", 'v', false,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_intvec(h, n, numbers); }},
-      {"get single", 'd', false,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_sglval(h, n, &single); }},
-      {"get double", 'd', false,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_dblval(h, n, &scale); }},
-      {"get text", 's', false,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_chars(h, n, text, &length); }},
-      {"set vector", 'v', true,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_intvec(h, n, numbers); }},
-      {"set single", 'd', true,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_sglval(h, n, &single); }},
-      {"set double", 'd', true,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_dblval(h, n, &scale); }},
-      {"set text", 's', true,
-       [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_chars(h, n, text, &length); }},
-  };
-  for (const Form &form : forms)
+  } forms[] = {
+      {"get integer", 'i', [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_intval(h, n, numbers); }},
+      {"get vector", 'v', [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_intvec(h, n, numbers); }},
+      {"get single", 'd', [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_sglval(h, n, &single); }},
+      {"get double", 'd', [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_dblval(h, n, &scale); }},
+      {"get text", 's', [&](auto *h, auto *n) { return tnk_dft_dfti_get_value_chars(h, n, text, &length); }},
+      {"set vector", 'v', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_intvec(h, n, numbers); }},
+      {"set single", 'd', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_sglval(h, n, &single); }},
+      {"set double", 'd', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_dblval(h, n, &scale); }},
+      {"set text", 's', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_chars(h, n, text, &length); }}};
+  for (const auto &form : forms)
     for (tnk_int number = -1; number <= 28; ++number) {
       const char kind = number < 0 || number > 26 ? '-' : kinds[static_cast<std::size_t>(number)];
-      const bool right = kind == form.kind && !(form.sets && never_set.count(number));
+      const bool right = kind == form.kind && !(form.name[0] == 's' && never_set.count(number));
       const bool only_length = form.kind == 'i' && number == DftiParamLengths;
       EXPECT_EQ(form.call(&plan.handle, &number), kind == 'r'            ? DftiUnimplemented
                                                   : right || only_length ? DftiNoError
@@ -189,50 +158,43 @@ TEST(DftParameters, CountsDistancesAndUsers) {
       pretend_committed(plan);
       EXPECT_EQ(DftiSetValue(plan, number, value), DftiNoError);
       EXPECT_TRUE(looks_uncommitted(plan));
-      EXPECT_EQ(get(plan, {number, 64, 0, {}, {}, false}), value);
+      EXPECT_EQ(get(plan, number, 64), value);
     }
-  EXPECT_EQ(plan->number_of_transforms, 12);
-  EXPECT_EQ(plan->input_distance, 12);
-  EXPECT_EQ(plan->output_distance, 12);
-
-  const IntegerParameter users{DftiParamNumberOfUserThreads, 64, 1, {}, {}, true};
-  EXPECT_EQ(get(plan, users), 1);
+  EXPECT_TRUE(plan->number_of_transforms == 12 && plan->input_distance == 12 && plan->output_distance == 12);
+  constexpr int32_t users = DftiParamNumberOfUserThreads;
+  EXPECT_EQ(get(plan, users, 64), 1);
   for (const tnk_int value : {tnk_int{INT32_MAX}, tnk_int{INT32_MIN}, tnk_int{4}})
-    EXPECT_TRUE(DftiSetValue(plan, users.number, value) == DftiNoError && get(plan, users) == value) << value;
+    EXPECT_TRUE(DftiSetValue(plan, users, value) == DftiNoError && get(plan, users, 64) == value) << value;
   for (const tnk_int value : {large, tnk_int{INT32_MAX} + 1, tnk_int{INT32_MIN} - 1})
-    EXPECT_EQ(DftiSetValue(plan, users.number, value), DftiInconsistentConfiguration) << value;
-  EXPECT_EQ(get(plan, users), 4);
+    EXPECT_EQ(DftiSetValue(plan, users, value), DftiInconsistentConfiguration) << value;
+  EXPECT_EQ(get(plan, users, 64), 4);
 }
 
 TEST(DftParameters, Scales) {
   const tnk_int forward = DftiParamForwardScale, backward = DftiParamBackwardScale;
   for (const int32_t precision : {DftiSingle, DftiDouble}) {
     Plan plan(precision, DftiComplex, {5});
-    const auto get_scale = [&](int32_t number) -> double {
+    const auto expect = [&](int32_t number, double expected) { // by value in the descriptor's precision
       double scale = -1;
       float single = -1;
       EXPECT_EQ(DftiGetValue(plan, number, precision == DftiSingle ? static_cast<void *>(&single) : &scale),
                 DftiNoError);
-      return precision == DftiSingle ? single : scale;
+      EXPECT_TRUE(precision == DftiSingle ? single == float(expected) : scale == expected) << single << scale;
     };
-    EXPECT_EQ(get_scale(forward), 1);
-    pretend_committed(plan);
-    EXPECT_EQ(DftiSetValue(plan, forward, 1.0), DftiNoError);
-    EXPECT_TRUE(looks_committed(plan));
-    EXPECT_EQ(DftiSetValue(plan, forward, 0.1), DftiNoError);
-    EXPECT_TRUE(looks_uncommitted(plan));
-    EXPECT_EQ(get_scale(forward), precision == DftiSingle ? 0.1f : 0.1);
-    EXPECT_EQ(get_scale(backward), 1);
-    pretend_committed(plan);
-    const float half = 0.5f;
-    EXPECT_EQ(tnk_dft_dfti_set_value_sglval(&plan.handle, &backward, &half), DftiNoError);
-    EXPECT_TRUE(looks_uncommitted(plan));
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    for (int twice = 0; twice < 2; ++twice) { // NaN is never the scale that there is
+    const auto set = [&](bool disturbs, const auto &call) {
       pretend_committed(plan);
-      EXPECT_EQ(tnk_dft_dfti_set_value_dblval(&plan.handle, &forward, &nan), DftiNoError);
-      EXPECT_TRUE(looks_uncommitted(plan));
-    }
+      EXPECT_EQ(call(), DftiNoError);
+      EXPECT_TRUE(disturbs ? looks_uncommitted(plan) : looks_committed(plan));
+    };
+    expect(forward, 1);
+    set(false, [&] { return DftiSetValue(plan, forward, 1.0); });
+    set(true, [&] { return DftiSetValue(plan, forward, 0.1); });
+    expect(forward, 0.1), expect(backward, 1);
+    const float half = 0.5f;
+    set(true, [&] { return tnk_dft_dfti_set_value_sglval(&plan.handle, &backward, &half); });
+    for (int twice = 0; twice < 2; ++twice) // NaN is never the scale that there is
+      set(true,
+          [&, nan = std::nan("")] { return tnk_dft_dfti_set_value_dblval(&plan.handle, &forward, &nan); });
     float single;
     double scale;
     EXPECT_EQ(tnk_dft_dfti_get_value_sglval(&plan.handle, &backward, &single), DftiNoError);
@@ -243,35 +205,27 @@ TEST(DftParameters, Scales) {
 
 TEST(DftParameters, StridesAndLengthsComeInTheOrderOfTheForm) {
   Plan plan(DftiDouble, DftiComplex, {2, 3, 4});
-  const auto by_value = [&](int32_t number, std::size_t size) {
-    Ints found(size, -9);
-    EXPECT_EQ(DftiGetValue(plan, number, found.data()), DftiNoError);
-    return found;
+  const auto expect = [&](tnk_int number, const Ints &by_value, const Ints &by_address) {
+    Ints found(by_value.size(), -9), other = found;
+    EXPECT_EQ(DftiGetValue(plan, static_cast<int32_t>(number), found.data()), DftiNoError);
+    EXPECT_EQ(tnk_dft_dfti_get_value_intvec(&plan.handle, &number, other.data()), DftiNoError);
+    EXPECT_EQ(found, by_value) << number;
+    EXPECT_EQ(other, by_address) << number;
   };
-  const auto by_address = [&](tnk_int number, std::size_t size) {
-    Ints found(size, -9);
-    EXPECT_EQ(tnk_dft_dfti_get_value_intvec(&plan.handle, &number, found.data()), DftiNoError);
-    return found;
-  };
-  EXPECT_EQ(by_value(DftiParamLengths, 3), Ints({2, 3, 4}));
-  EXPECT_EQ(by_address(DftiParamLengths, 3), Ints({4, 3, 2}));
-  tnk_int other = 900;
-  for (const int32_t number : {DftiParamInputStrides, DftiParamOutputStrides}) {
-    EXPECT_EQ(by_value(number, 4), Ints({0, 12, 4, 1}));
-    EXPECT_EQ(by_address(number, 4), Ints({0, 1, 4, 12}));
+  expect(DftiParamLengths, {2, 3, 4}, {4, 3, 2});
+  const tnk_int strides[] = {7, 60, 20, 5}, others[] = {907, 960, 920, 905};
+  for (const tnk_int number : {DftiParamInputStrides, DftiParamOutputStrides}) {
+    expect(number, {0, 12, 4, 1}, {0, 1, 4, 12});
     pretend_committed(plan);
-    const tnk_int wide = number, strides[] = {other + 7, other + 60, other + 20, other + 5};
-    EXPECT_EQ(DftiSetValue(plan, number, strides), DftiNoError);
+    EXPECT_EQ(DftiSetValue(plan, static_cast<int32_t>(number), strides), DftiNoError);
     EXPECT_TRUE(looks_uncommitted(plan));
-    EXPECT_EQ(by_address(number, 4), Ints({other + 7, other + 5, other + 20, other + 60}));
-    other = 0;
-    if (number == DftiParamInputStrides) continue;
+    expect(number, {7, 60, 20, 5}, {7, 5, 20, 60});
     pretend_committed(plan);
-    EXPECT_EQ(tnk_dft_dfti_set_value_intvec(&plan.handle, &wide, strides), DftiNoError);
+    EXPECT_EQ(tnk_dft_dfti_set_value_intvec(&plan.handle, &number, others), DftiNoError);
     EXPECT_TRUE(looks_uncommitted(plan));
-    EXPECT_EQ(by_value(number, 4), Ints({7, 5, 20, 60}));
+    expect(number, {907, 905, 920, 960}, {907, 960, 920, 905});
   }
-  EXPECT_EQ(by_value(DftiParamInputStrides, 4), Ints({907, 960, 920, 905}));
+  expect(DftiParamInputStrides, {907, 905, 920, 960}, {907, 960, 920, 905});
 }
 
 TEST(DftParameters, NamesAndTheVersion) {
@@ -315,3 +269,4 @@ TEST(DftParameters, NamesAndTheVersion) {
 }
 
 } // namespace
+} // namespace tnk::test

@@ -55,4 +55,12 @@ inline bool looks_uncommitted(const DftiNode *node) {
          !(node->flags & TNK_DFT_CONTIGUOUS);
 }
 
+// Length, input and output stride of each dimension.
+inline Ints dims_of(const Iotensor &tensor) {
+  Ints numbers;
+  for (const IotensorDim *d = tensor.dims; d != tensor.dims + tensor.rank; ++d)
+    numbers.insert(numbers.end(), {d->length, d->input_stride, d->output_stride});
+  return numbers;
+}
+
 } // namespace tnk::test

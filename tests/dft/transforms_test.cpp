@@ -76,30 +76,24 @@ void set_up(const Plan &plan, const Config &config, const Sides &sides, const Si
   const auto set = [&](DftiParam parameter, auto value) {
     EXPECT_EQ(DftiSetValue(plan, parameter, value), DftiNoError) << parameter;
   };
-  const auto strides = [&](DftiParam parameter, const Layout &layout) {
-    Sizes all{layout.offset};
-    all.insert(all.end(), layout.strides.begin(), layout.strides.end());
-    set(parameter, all.data());
-  };
   set(DftiParamPlacement, config.in_place ? DftiInPlace : DftiNotInPlace);
-  if (config.is_real()) {
-    set(DftiParamComplexStorage, DftiRealReal); // means nothing to real data
-    set(DftiParamConjugateEvenStorage, config.storage);
-    if (config.storage == DftiComplexReal) set(DftiParamPackedFormat, config.format);
-  } else {
-    set(DftiParamComplexStorage, config.storage);
+  set(DftiParamComplexStorage, config.is_real() ? int{DftiRealReal} : config.storage); // nothing to real data
+  if (config.is_real()) set(DftiParamConjugateEvenStorage, config.storage);
+  if (config.storage == DftiComplexReal) set(DftiParamPackedFormat, config.format);
+  const Layout *const both[] = {&sides.read, &sides.written};
+  for (const int k : {0, 1}) {
+    Sizes strides = both[k]->strides;
+    strides.insert(strides.begin(), both[k]->offset);
+    set(k ? DftiParamOutputStrides : DftiParamInputStrides, strides.data());
+    set(k ? DftiParamOutputDistance : DftiParamInputDistance, both[k]->distance);
   }
-  strides(DftiParamInputStrides, sides.read);
-  strides(DftiParamOutputStrides, sides.written);
-  set(DftiParamInputDistance, sides.read.distance);
-  set(DftiParamOutputDistance, sides.written.distance);
   set(DftiParamNumberOfTransforms, config.batch);
   set(DftiParamForwardScale, config.forward);
   set(DftiParamBackwardScale, config.backward / static_cast<double>(product(signal.lengths)));
   set(DftiParamNumberOfUserThreads, tnk_int{config.user_threads});
 }
 
-// The arrays of one side, filled; `room` makes them as large as another side needs.
+// The arrays of one side.
 template <class R> Arrays<R> filled(const Layout &layout, const Signal &signal, bool spectral) {
   Arrays<R> arrays;
   layout.visit(signal, spectral, [&](int array, tnk_int place, long double value) {
@@ -212,35 +206,36 @@ void check_all_patterns(Config config, const Signal &signal) {
       }
 }
 
+void check_shapes(Config config, const std::vector<Sizes> &shapes) {
+  for (const Sizes &lengths : shapes)
+    config.lengths = lengths, check_all_patterns(config, Signal(lengths, config.is_real()));
+}
+
 TEST(Transforms, Complex) {
   for (const int storage : {DftiComplexComplex, DftiRealReal})
-    for (const Sizes &lengths : std::vector<Sizes>{
-             {1}, {2}, {15}, {64}, {256}, {9, 10}, {5, 17}, {32, 8}, {12, 10, 9}, {2, 3, 4, 5}}) {
-      Config config;
-      config.lengths = lengths, config.storage = storage;
-      check_all_patterns(config, Signal(lengths, false));
-    }
+    check_shapes({{}, DftiComplex, storage},
+                 {{1}, {2}, {15}, {64}, {256}, {9, 10}, {5, 17}, {32, 8}, {12, 10, 9}, {2, 3, 4, 5}});
 }
 
 TEST(Transforms, RealToHalfASpectrum) {
-  const std::vector<Sizes> shapes = {{1},    {2},      {15},        {64},        {9, 10},    {10, 9},
-                                     {3, 1}, {33, 16}, {12, 10, 9}, {9, 10, 12}, {4, 2, 16}, {3, 2, 4, 5}};
-  for (const Sizes &lengths : shapes) {
-    Config config;
-    config.lengths = lengths, config.domain = DftiReal;
-    check_all_patterns(config, Signal(lengths, true));
-  }
+  check_shapes({{}, DftiReal}, {{1},
+                                {2},
+                                {15},
+                                {64},
+                                {9, 10},
+                                {10, 9},
+                                {3, 1},
+                                {33, 16},
+                                {12, 10, 9},
+                                {9, 10, 12},
+                                {4, 2, 16},
+                                {3, 2, 4, 5}});
 }
 
 TEST(Transforms, RealToPackedFormats) {
   for (const int format : {DftiFormatCcs, DftiFormatPack, DftiFormatPerm})
-    for (const Sizes &lengths : std::vector<Sizes>{
-             {1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {5, 19}, {6, 34}, {8, 16}}) {
-      Config config;
-      config.lengths = lengths, config.domain = DftiReal, config.storage = DftiComplexReal,
-      config.format = format;
-      check_all_patterns(config, Signal(lengths, true));
-    }
+    check_shapes({{}, DftiReal, DftiComplexReal, format},
+                 {{1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {5, 19}, {6, 34}, {8, 16}});
 }
 
 // Whole blocks of columns and what is left of them. Threads move no bit.

@@ -152,11 +152,9 @@ private:
 
 // All strings of so many letters D and N.
 inline std::vector<std::string> all_sides(std::size_t length) {
+  if (length == 0) return {""};
   std::vector<std::string> all;
-  for (unsigned code = 0; code < 1u << length; ++code) {
-    all.emplace_back();
-    for (std::size_t k = 0; k < length; ++k) all.back() += code >> (length - 1 - k) & 1 ? 'N' : 'D';
-  }
+  for (const std::string &rest : all_sides(length - 1)) all.insert(all.end(), {'D' + rest, 'N' + rest});
   return all;
 }
 

@@ -16,4 +16,20 @@ struct Allocations {
 };
 inline Allocations allocations;
 
+// Runs call() with its first request refused, then with its second one, and so on until it asks for less; each time
+// check(what the call returned, whether one was refused). Returns how many were. prepare() may take what it wants.
+template <class Call, class Check, class Prepare = void (*)()>
+int refuse_in_turn(
+    const Call &call, const Check &check, const Prepare &prepare = [] {}) {
+  for (int n = 1;; ++n) {
+    prepare();
+    allocations.refuse = n;
+    const auto result = call();
+    const bool refused = allocations.refuse == 0;
+    allocations.refuse = 0;
+    check(result, refused);
+    if (!refused) return n - 1;
+  }
+}
+
 } // namespace tnk::test

@@ -17,8 +17,8 @@ struct Layout {
   Size at(Size i, Size j) const { return i * by_row + j * by_col; }
   Size extent() const { return rows && cols ? at(rows - 1, cols - 1) + 1 : 0; }
 };
-inline Layout stored(bool by_columns, Size rows, Size cols, Size ld, Size stride = 1) {
-  return by_columns ? Layout{rows, cols, stride, ld} : Layout{rows, cols, ld, stride};
+inline Layout stored(char ordering, Size rows, Size cols, Size ld, Size stride = 1) {
+  return (ordering | 32) == 'c' ? Layout{rows, cols, stride, ld} : Layout{rows, cols, ld, stride};
 }
 
 inline bool transposes(char letter) {
