@@ -227,12 +227,18 @@ void add_solves(std::vector<Row> &rows) {
       }
       rows.push_back(made);
     }
-  const Problem p = {{12, false}, 'N', 16};
-  const Call call = public_solve(p);
-  Row made = row("sm_threads", "dsm16_2t", "1 thread", 12, 16, call, call);
-  made.sizes = {2000, made.sizes[1]};
-  made.threads = 2;
-  rows.push_back(made);
+  const struct {
+    const char *name;
+    Problem problem;
+  } spread[] = {{"dsm16_2t", {{12, false}, 'N', 16}}, {"dsm32_rows_2t", {{60, false}, 'N', 32, 0}}};
+  for (const auto &[name, p] : spread) {
+    const Call call = public_solve(p);
+    Row made =
+        row("sm_threads", name, "1 thread", p.triangle.entries, static_cast<double>(p.sides), call, call);
+    made.sizes = {2000, made.sizes[1]};
+    made.threads = 2;
+    rows.push_back(made);
+  }
 }
 
 // How many entries came out is what both leave.

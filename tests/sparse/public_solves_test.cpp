@@ -164,6 +164,42 @@ TYPED_TEST(PublicSolves, UndoProducts) {
   tnk_set_num_threads(0);
 }
 
+// Cut by rounds of a kernel and solved apart, or by one thread where there is no memory for that: the same bits.
+TYPED_TEST(PublicSolves, OfSidesByRowsAreTheSameOnAnyNumberOfThreads) {
+  using T = TypeParam;
+  Random random;
+  const Named<T, tnk_sparse_status> sm("tnk_sparse_?sm");
+  for (const char op : {'N', 'T'})
+    for (const bool upper : {false, true}) {
+      GridName name = matrix_named('n', 't', upper ? 'u' : 'l', 'n');
+      name.storage = "coo", name.base = '0';
+      const tnk_sparse_descriptor d{TNK_SPARSE_TRIANGULAR, upper ? TNK_SPARSE_UPPER : TNK_SPARSE_LOWER,
+                                    TNK_SPARSE_NONUNIT, 0, 0};
+      const Square<T> a(TNK_SPARSE_CSR, name, 300, 90, random);
+      const T alpha = random.number<T>();
+      Sides<T> b(a.m, 75, true, 3), x = b;
+      b.fill([&] { return random.number<T>(); });
+      const struct { int threads, refused; } runs[] = {{1, 0}, {2, 0}, {4, 0}, {4, 1}};
+      for (const auto &run : runs) {
+        SCOPED_TRACE(testing::Message() << op << upper << ", " << run.threads << " threads");
+        Sides<T> there = b;
+        tnk_set_num_threads(run.threads);
+        allocations.reset(), allocations.refuse = run.refused;
+        ASSERT_EQ(
+            sm(op, &alpha, &a.matrix, &d, b.count(), there.data(), there.ld(), there.data(), there.ld()),
+            TNK_SPARSE_OK);
+        EXPECT_TRUE(allocations.live == 0 && allocations.overrun == 0);
+        const auto apart = static_cast<std::int64_t>(sizeof(T)) * a.m * b.count();
+        EXPECT_EQ(allocations.largest >= apart, run.threads > 1 && !run.refused);
+        if (run.threads == 1) x = there;
+        EXPECT_TRUE(there.same_as(x));
+        EXPECT_TRUE(there.intact());
+      }
+      this->holds(a, op, alpha, b, x);
+    }
+  tnk_set_num_threads(0);
+}
+
 // Whichever request is refused: without rows there is no solution, and none is pretended; without sums there is.
 TYPED_TEST(PublicSolves, WithoutMemoryForTriplesNothingIsTouched) {
   using T = TypeParam;

@@ -4,6 +4,7 @@
 #include <tnk/sparse.h>
 
 #include "host/routines/sparse/arguments.h"
+#include "host/routines/sparse/block.h"
 #include "host/routines/sparse/kernels.h"
 #include "host/routines/sparse/pieces.h"
 #include "host/routines/sparse/pivots.h"
@@ -47,6 +48,20 @@ template <class T> struct RightSides {
       if (factor) (*factor)(to, length);
     }
   }
+
+  // Those of a piece in memory of their own, one piece behind the other.
+  RightSides apart(T *own, tnk_int begin, tnk_int end) const {
+    return {b + begin, ldb, own + m * begin, end - begin, m, end - begin, false};
+  }
+  // Some rows of x from there.
+  void take_rows(const T *own, const Pieces &p, tnk_int first, tnk_int last) const {
+    for (tnk_int row = first; row < last; ++row)
+      for (int i = 0; i < p.count; ++i) {
+        const tnk_int begin = p.begin[i], width = p.begin[i + 1] - begin;
+        std::memcpy(static_cast<void *>(x + row * ldx + begin), own + m * begin + row * width,
+                    static_cast<std::size_t>(width) * sizeof(T));
+      }
+  }
 };
 
 template <class T> struct SolveJob {
@@ -61,17 +76,17 @@ template <class T> struct SolveJob {
   // Only diagonals of compressed rows take alpha along.
   bool kernel_scales() const { return plan.kind == 'd' && a.storage == TNK_SPARSE_CSR; }
 
-  void run(tnk_int begin, tnk_int end) const {
+  void run(const RightSides<T> &y, tnk_int begin, tnk_int end) const {
     const T *const values = static_cast<const T *>(a.values);
-    T *const first_column = sides.x + begin * sides.ldx;
-    const tnk_int first = begin + 1, *const m = &a.m, *const last = &end, *const ldx = &sides.ldx;
+    T *const first_column = y.x + begin * y.ldx;
+    const tnk_int first = begin + 1, *const m = &a.m, *const last = &end, *const ldx = &y.ldx;
     if (a.storage == TNK_SPARSE_SKY) {
       // No kernel conjugates: what the transpose makes of the conjugates is conjugated again.
       const bool conjugates = plan.op == 'c';
       const tnk_int transposed = plan.op != 'n', upper = plan.triangle == 'u', unit = plan.diagonal == 'u';
       using Kernel = void(Int, Int, Int, Int, const T *, Int, T *);
       for (tnk_int j = begin; j < end; ++j) {
-        T *const x = sides.x + j * sides.ldx;
+        T *const x = y.x + j * y.ldx;
         if (conjugates) conjugate(x, *m);
         reinterpret_cast<Kernel *>(kernel)(&transposed, m, &upper, &unit, values, a.row_start, x);
         if (conjugates) conjugate(x, *m);
@@ -84,20 +99,20 @@ template <class T> struct SolveJob {
       const tnk_int band_first = plan.triangle == 'u' ? not_above + 1 : 1;
       const tnk_int band_last = plan.triangle == 'u' ? a.diag_count : below, count = end - begin;
       if (operation == Operation::sv)
-        reinterpret_cast<typename Solve<T>::DiaSv *>(kernel)(m, values, &a.diag_stride, distances, sides.x,
+        reinterpret_cast<typename Solve<T>::DiaSv *>(kernel)(m, values, &a.diag_stride, distances, y.x,
                                                              &band_first, &band_last, &diag);
       else if (is_sequential(plan, operation))
         reinterpret_cast<typename Solve<T>::DiaSmSeq *>(kernel)(
             m, &count, values, &a.diag_stride, distances, first_column, ldx, &band_first, &band_last, &diag);
       else
         reinterpret_cast<typename Solve<T>::DiaSmPar *>(kernel)(
-            &first, last, m, values, &a.diag_stride, distances, sides.x, ldx, &band_first, &band_last, &diag);
+            &first, last, m, values, &a.diag_stride, distances, y.x, ldx, &band_first, &band_last, &diag);
     } else if (operation == Operation::sv) {
       reinterpret_cast<typename Solve<T>::CsrSv *>(kernel)(m, &alpha, values, a.col_index, a.row_start,
-                                                           a.row_end, sides.x);
+                                                           a.row_end, y.x);
     } else {
-      reinterpret_cast<typename Solve<T>::CsrSm *>(kernel)(&first, last, m, &sides.count, &alpha, values,
-                                                           a.col_index, a.row_start, a.row_end, sides.x, ldx);
+      reinterpret_cast<typename Solve<T>::CsrSm *>(kernel)(&first, last, m, &y.count, &alpha, values,
+                                                           a.col_index, a.row_start, a.row_end, y.x, ldx);
     }
   }
   double entries() const {
@@ -107,18 +122,37 @@ template <class T> struct SolveJob {
   }
 };
 
-// Right-hand sides side by side are cut at every eighth, as those of products.
+// Right-hand sides that lie side by side are cut into as many as a kernel takes in one round, since half of them would
+// take it as long. Threads that write to neighbouring lines take these from one another at every row, for several times
+// the work of a row. So each piece is solved in memory of its own, from which x is filled by whole rows: that pays where
+// rows have some entries. Without memory one thread does it all.
 template <class T> void run_in_pieces(const SolveJob<T> &job, const Scaling<T> *factor) {
-  const tnk_int count = job.sides.count, unit = job.sides.by_columns ? 1 : 8;
-  const double work = job.entries() * static_cast<double>(count);
-  const auto pieces = static_cast<int>(std::min<tnk_int>(threads_worth_while(work), count / unit));
-  const auto run = [&](tnk_int begin, tnk_int end) {
-    job.sides.prepare(begin, end, factor);
-    job.run(begin, end);
+  constexpr tnk_int round = sizeof(T) == 16 ? 8 : 16;
+  constexpr double faster = 4; // than by columns
+  constexpr tnk_int least_row = 24;
+  const RightSides<T> &all = job.sides;
+  const bool by_columns = all.by_columns;
+  const double entries = job.entries();
+  const double work = entries * static_cast<double>(all.count) / (by_columns ? 1 : faster);
+  const bool pays = by_columns || entries >= static_cast<double>(least_row * all.m);
+  const auto pieces = static_cast<int>(
+      std::min<tnk_int>(pays ? threads_worth_while(work) : 1, by_columns ? all.count : all.count / round));
+  const auto run = [&](const RightSides<T> &sides, tnk_int begin, tnk_int end) {
+    sides.prepare(begin, end, factor);
+    job.run(sides, begin, end);
   };
-  if (pieces <= 1) return run(0, count);
-  const Pieces p = even_pieces(pieces, count, unit);
-  spread(pieces, pieces, [&](int i) { run(p.begin[i], p.begin[i + 1]); });
+  if (pieces <= 1) return run(all, 0, all.count);
+  const Pieces p = even_pieces(pieces, all.count, by_columns ? 1 : round);
+  if (by_columns) return spread(pieces, pieces, [&](int i) { run(all, p.begin[i], p.begin[i + 1]); });
+  const Block block(tnk_serv_allocate(all.m * all.count * static_cast<tnk_int>(sizeof(T)), 128));
+  T *const own = static_cast<T *>(block.address);
+  if (!own) return run(all, 0, all.count);
+  spread(pieces, pieces, [&](int i) {
+    const RightSides<T> part = all.apart(own, p.begin[i], p.begin[i + 1]);
+    run(part, 0, part.count);
+  });
+  const Pieces rows = even_pieces(pieces, all.m);
+  spread(pieces, pieces, [&](int i) { all.take_rows(own, p, rows.begin[i], rows.begin[i + 1]); });
 }
 
 template <class T>
