@@ -3,16 +3,21 @@
 //   - u[j-1] + lambda u[j] - u[j+1] = f[j]
 //
 // with 2 u of the one neighbour where an edge has its slope given; halved, such an equation makes the system symmetric.
-// Elimination without pivoting, since lambda is 2 or more unless q is below 0: with w[j] = 1 / (lambda - w[j-1])
+// Elimination without pivoting, since lambda is 2 or more unless q is below 0, from both ends: with w[j] = 1 / (lambda - w[j-1])
 //
 //   g[j] = (f[j] + g[j-1]) w[j],    then backwards    u[j] = g[j] + w[j] u[j+1]
+//
+// from below, alike from above, and between the two the equation of the middle row. So a thread that transforms the lower
+// rows can solve them as well, and only the middle goes from one processor's cache to another's.
 //
 // Columns go side by side, and rows in strips, from left to right. w rises or falls to a limit and, since rounding keeps
 // order, reaches one exactly: from there on it is neither computed nor stored, and bits are as they would be. Of a
 // square of 512 that leaves one division in twenty.
 #include <algorithm>
-#include <atomic>
 #include <cstring>
+#include <iterator>
+#include <limits>
+#include <new>
 #include <tnk/services.h>
 
 #include "host/threading/poisson.h"
@@ -20,10 +25,12 @@
 namespace tnk::host::poisson {
 namespace {
 
-// Columns side by side: two kB of a row, or one where threads share them. Rows of a square of 2^k begin a few bytes off whole
+// Columns side by side: four kB of a row, or one where threads share them. Rows of a square of 2^k begin a few bytes off whole
 // pages from each other, and a processor that looks at the last 12 bits of an address holds a load back until such a store
 // is done: so many columns further on it is.
-template <class R> constexpr tnk_int block = 2048 / static_cast<tnk_int>(sizeof(R));
+template <class R> constexpr tnk_int block = 4096 / static_cast<tnk_int>(sizeof(R));
+
+constexpr tnk_int kept_bytes = 1 << 19; // of a thread's second cache
 
 template <class R> struct Systems {
   R *f; // row 0 of the first column
@@ -53,9 +60,9 @@ template <class V, class R> [[gnu::target("avx"), gnu::always_inline]] inline vo
 }
 
 // What becomes of w: it is made, row by row, or read, or has settled.
-enum Sweep { down_making, down_settled, up_reading, up_settled };
+enum Sweep { down_making, down_reading, down_settled, up_reading, up_settled };
 constexpr bool is_down(Sweep sweep) {
-  return sweep == down_making || sweep == down_settled;
+  return sweep == down_making || sweep == down_reading || sweep == down_settled;
 }
 
 // From `row`, which is done, `rows` more, as far as they are columns [i, end) in whole V. Returns the column reached. w stands
@@ -72,6 +79,8 @@ strip_of(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch, co
       if constexpr (sweep == down_making) {
         pivot = 1 / (load<V>(lambda + i) - pivot);
         store(w + (r + 1) * pitch + i, pivot);
+      } else if constexpr (sweep == down_reading) {
+        pivot = load<V>(w + (r + 1) * pitch + i);
       } else if constexpr (sweep == up_reading) {
         pivot = load<V>(w - r * pitch + i);
       }
@@ -102,68 +111,145 @@ void strip(int rows, R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_i
 // The columns of a block whose w is still on its way: the first ones, by packs, since the others settle earlier.
 template <class R> class Making {
 public:
-  explicit Making(tnk_int count) : count_(count), end_(count) {}
+  explicit Making(tnk_int count) : count_(count), end_(count) {
+    std::fill(std::begin(settled_at_), std::end(settled_at_), never);
+  }
   tnk_int end() const { return end_; }
 
-  // After strip s, with the last row of w and those that have settled.
-  void look(tnk_int s, const R *w, tnk_int pitch, R *settled) {
+  // After a strip up to `row`, with the last row of w and those that have settled.
+  void look(tnk_int row, const R *w, tnk_int pitch, R *settled) {
     while (end_ > 0) {
       const tnk_int from = (end_ - 1) / per_pack<R> * per_pack<R>;
       if (!std::equal(w + from, w + end_, w + from - pitch)) return;
       std::copy(w + from, w + end_, settled + from);
-      last_strip_[from / per_pack<R>] = s;
+      settled_at_[from / per_pack<R>] = row;
       end_ = from;
     }
   }
-  // Back to how it was in strip s.
-  void return_to(tnk_int s) {
-    while (end_ < count_ && last_strip_[end_ / per_pack<R>] >= s) end_ = std::min(end_ + per_pack<R>, count_);
+  // To how it was before the strip behind `row`.
+  void go_to(tnk_int row) {
+    while (end_ < count_ && settled_at_[end_ / per_pack<R>] > row)
+      end_ = std::min(end_ + per_pack<R>, count_);
+    while (end_ > 0 && settled_at_[(end_ - 1) / per_pack<R>] <= row)
+      end_ = (end_ - 1) / per_pack<R> * per_pack<R>;
   }
 
 private:
+  static constexpr tnk_int never = std::numeric_limits<tnk_int>::max();
   tnk_int count_, end_;
-  tnk_int last_strip_[block<R> / per_pack<R>];
+  tnk_int settled_at_[block<R> / per_pack<R>];
 };
 
-// `count` columns from f on, each with its lambda. `w` has room for as many rows of a pitch.
-template <class R>
-void solve(const Systems<R> &systems, R *f, const R *__restrict lambda, tnk_int count, R *w, tnk_int pitch) {
-  const auto [first, end] = systems.rows();
-  const tnk_int stride = systems.stride, last = end - 1;
-  const R half_first =
-      systems.sides.slope_below || (first == last && systems.sides.slope_above) ? R(0.5) : R(1);
-  R *row = f + first * stride;
-  for (tnk_int i = 0; i < count; ++i) {
-    w[i] = 1 / (half_first * lambda[i]);
-    row[i] *= half_first * w[i];
+// Rows of a block from an end to the one before the middle, counted from the end.
+template <class R> class Half {
+public:
+  // `end`: its first row; further ones are a `stride` away each. `w` has room for as many rows of a pitch.
+  Half(R *end, tnk_int stride, tnk_int rows, bool has_slope, R *w, tnk_int pitch, tnk_int count)
+      : end_(end), stride_(stride), rows_(rows), has_slope_(has_slope), w_(w), pitch_(pitch), count_(count),
+        making_(count) {}
+
+  // `like`: the other half, if that has made the same w already.
+  void eliminate(const R *__restrict lambda, const Half *like) {
+    if (rows_ == 0) return;
+    const R half = has_slope_ ? R(0.5) : R(1);
+    if (like) {
+      w_ = like->w_, making_ = like->making_;
+      std::copy_n(like->settled_, count_, settled_);
+    } else {
+      for (tnk_int i = 0; i < count_; ++i) w_[i] = 1 / (half * lambda[i]);
+    }
+    for (tnk_int i = 0; i < count_; ++i) end_[i] *= half * w_[i];
+    while (done_ + 1 < rows_) {
+      const int more = rows_ - 1 - done_ >= strip_rows ? strip_rows : 1;
+      if (like) {
+        making_.go_to(done_);
+        strip<down_reading>(more, row(), stride_, 0, making_.end(), w(), pitch_);
+      } else {
+        strip<down_making>(more, row(), stride_, 0, making_.end(), w(), pitch_, lambda);
+      }
+      strip<down_settled>(more, row(), stride_, making_.end(), count_, settled_);
+      done_ += more;
+      if (!like) making_.look(done_, w(), pitch_, settled_);
+    }
+    making_.go_to(done_);
   }
-  const bool closes = systems.sides.slope_above && first < last; // by an equation of its own
-  const tnk_int regular = last - first - closes, whole = regular / strip_rows,
-                strips = whole + regular % strip_rows;
-  Making<R> making(count);
-  R settled[block<R>];
-  for (tnk_int s = 0; s < strips; ++s) {
-    const int rows = s < whole ? strip_rows : 1;
-    strip<down_making>(rows, row, stride, 0, making.end(), w, pitch, lambda);
-    strip<down_settled>(rows, row, stride, making.end(), count, settled);
-    row += rows * stride, w += rows * pitch;
-    making.look(s, w, pitch, settled);
+
+  // Adds what the equation of the middle row has from here.
+  void add_to(R *__restrict sum, R *__restrict pivot) {
+    if (rows_ == 0) return;
+    for (tnk_int i = 0; i < count_; ++i) sum[i] += row()[i];
+    for (tnk_int i = 0; i < making_.end(); ++i) pivot[i] -= w()[i];
+    for (tnk_int i = making_.end(); i < count_; ++i) pivot[i] -= settled_[i];
   }
-  if (closes) {
-    R *__restrict const now = row + stride;
-    for (tnk_int i = 0; i < count; ++i)
-      now[i] = (R(0.5) * now[i] + row[i]) / (R(0.5) * lambda[i] - (i < making.end() ? w[i] : settled[i]));
-    strip<up_reading>(1, now, stride, 0, making.end(), w);
-    strip<up_settled>(1, now, stride, making.end(), count, settled);
+
+  // From the middle row, which is done.
+  void substitute() {
+    if (rows_ == 0) return;
+    strip<up_reading>(1, row() + stride_, stride_, 0, making_.end(), w());
+    strip<up_settled>(1, row() + stride_, stride_, making_.end(), count_, settled_);
+    while (done_ > 0) {
+      const int more = done_ % strip_rows == 0 ? strip_rows : 1;
+      making_.go_to(done_ - more);
+      strip<up_reading>(more, row(), stride_, 0, making_.end(), w() - pitch_, pitch_);
+      strip<up_settled>(more, row(), stride_, making_.end(), count_, settled_);
+      done_ -= more;
+    }
   }
-  for (tnk_int s = strips - 1; s >= 0; --s) {
-    const int rows = s < whole ? strip_rows : 1;
-    making.return_to(s);
-    strip<up_reading>(rows, row, stride, 0, making.end(), w - pitch, pitch);
-    strip<up_settled>(rows, row, stride, making.end(), count, settled);
-    row -= rows * stride, w -= rows * pitch;
+
+private:
+  R *row() { return end_ + done_ * stride_; }
+  R *w() { return w_ + done_ * pitch_; }
+
+  R *end_;
+  tnk_int stride_, rows_;
+  bool has_slope_;
+  R *w_;
+  tnk_int pitch_, count_;
+  tnk_int done_ = 0; // the last row that is done
+  Making<R> making_;
+  R settled_[block<R>];
+};
+
+// Columns side by side, from f on. Halves may be done at once; the middle is between.
+template <class R> class Block {
+public:
+  // Numbers that w of both halves needs.
+  static tnk_int room(const Systems<R> &systems, tnk_int pitch) { return systems.rows().size() * pitch; }
+
+  Block(const Systems<R> &systems, R *f, tnk_int count, R *w, tnk_int pitch)
+      : count_(count), lower_rows_(systems.rows().size() / 2),
+        upper_rows_(systems.rows().size() - 1 - lower_rows_), systems_(systems),
+        middle_(f + (systems.rows().begin + lower_rows_) * systems.stride),
+        halves_{Half<R>(f + systems.rows().begin * systems.stride, systems.stride, lower_rows_,
+                        systems.sides.slope_below, w, pitch, count),
+                Half<R>(f + (systems.rows().end - 1) * systems.stride, -systems.stride, upper_rows_,
+                        systems.sides.slope_above, w + lower_rows_ * pitch, pitch, count)} {}
+
+  R *lambda() { return lambda_; }
+  // `in_turn`: the lower half has been done before the upper one.
+  void eliminate(int half, bool in_turn) {
+    const bool alike =
+        in_turn && half == 1 && lower_rows_ > 0 && systems_.sides.slope_below == systems_.sides.slope_above;
+    halves_[half].eliminate(lambda_, alike ? halves_ : nullptr);
   }
-}
+  void solve_middle() {
+    const bool halved =
+        (lower_rows_ == 0 && systems_.sides.slope_below) || (upper_rows_ == 0 && systems_.sides.slope_above);
+    const R half = halved ? R(0.5) : R(1);
+    R pivot[block<R>];
+    for (tnk_int i = 0; i < count_; ++i) middle_[i] *= half, pivot[i] = half * lambda_[i];
+    for (Half<R> &each : halves_) each.add_to(middle_, pivot);
+    for (tnk_int i = 0; i < count_; ++i) middle_[i] /= pivot[i];
+  }
+  void substitute(int half) { halves_[half].substitute(); }
+
+private:
+  tnk_int count_, lower_rows_, upper_rows_;
+  const Systems<R> &systems_;
+  R *middle_;
+  Half<R> halves_[2];
+  R lambda_[block<R>];
+};
 
 // The one system with lambda = 2 and slopes at both ends: the equations add up to nothing on the left, so f must, with half
 // weights at its ends. What it is off is taken from all of f, and returned. u is the solution without a mean.
@@ -195,36 +281,53 @@ template <class R> struct Coefficients {
   const R *x_spectrum, *y_spectrum; // null: no y
 };
 
+// Blocks, some at a time: what threads have of them stays in their caches from one way to the other.
 template <class R>
-void solve_all(const Systems<R> &systems, const Coefficients<R> &c, bool singular, int dims, R *dpar,
-               const tnk_int *ipar, tnk_int limit, tnk_int *stat) {
-  std::atomic<tnk_int> status{0};
-  const double points =
-      static_cast<double>(c.x.size()) * static_cast<double>(c.y.size()) * static_cast<double>(systems.n);
-  const int threads = threads_for(points, limit);
-  const tnk_int columns = threads > 1 ? block<R> / 2 : block<R>;
+bool solve_regular(const Systems<R> &systems, const Coefficients<R> &c, bool singular, int threads) {
+  const tnk_int columns = threads > 1 ? block<R> / 4 : block<R>;
   const tnk_int blocks = (c.x.end + columns - 1) / columns; // of a line, from its beginning
   const tnk_int packs = (std::min(columns, c.x.end) + per_pack<R> - 1) / per_pack<R>,
                 pitch = packs * per_pack<R>; // of w, which takes no more room than f
-  if (systems.rows().size() > 0)
-    in_slices({c.y.begin * blocks, c.y.end * blocks}, 1, threads, [&](tnk_int begin, tnk_int end) {
-      const tnk_int room = systems.rows().size() * pitch * static_cast<tnk_int>(sizeof(R));
-      R *const w = static_cast<R *>(tnk_serv_allocate(room, 64));
-      if (!w) {
-        status = TNK_PDEPL_FAILED;
-        return;
-      }
-      for (tnk_int k = begin; k < end; ++k) {
-        const tnk_int j = k / blocks, from = k % blocks * columns;
-        const bool skip = singular && k == 0; // its first column
-        const tnk_int i = std::max(from, skip ? 1 : c.x.begin), to = std::min(from + columns, c.x.end);
-        R lambda[block<R>];
-        for (tnk_int m = i; m < to; ++m)
-          lambda[m - i] = c.y_spectrum ? c.x_spectrum[m] + c.y_spectrum[j] : c.x_spectrum[m];
-        solve(systems, systems.f + j * c.line + i, lambda, to - i, w, pitch);
-      }
-      tnk_serv_deallocate(w);
+  const tnk_int bytes = Block<R>::room(systems, pitch) * static_cast<tnk_int>(sizeof(R));
+  const tnk_int fit = threads > 1 ? threads * kept_bytes / (bytes + 1) : 0,
+                most = std::min(std::max<tnk_int>(fit, threads), c.y.size() * blocks);
+  char *const memory =
+      static_cast<char *>(tnk_serv_allocate(most * (bytes + static_cast<tnk_int>(sizeof(Block<R>))), 64));
+  if (!memory) return false;
+  Block<R> *const some = reinterpret_cast<Block<R> *>(memory + most * bytes);
+  for (tnk_int first = c.y.begin * blocks; first < c.y.end * blocks; first += most) {
+    const tnk_int count = std::min(most, c.y.end * blocks - first);
+    for (tnk_int b = 0; b < count; ++b) {
+      const tnk_int k = first + b, j = k / blocks, from = k % blocks * columns;
+      const bool skip = singular && k == 0; // its first column
+      const tnk_int i = std::max(from, skip ? 1 : c.x.begin), to = std::min(from + columns, c.x.end);
+      R *const w = reinterpret_cast<R *>(memory + b * bytes);
+      R *const lambda =
+          (new (some + b) Block<R>(systems, systems.f + j * c.line + i, to - i, w, pitch))->lambda();
+      for (tnk_int m = i; m < to; ++m)
+        lambda[m - i] = c.y_spectrum ? c.x_spectrum[m] + c.y_spectrum[j] : c.x_spectrum[m];
+    }
+    // Lower halves before upper ones; back the other way, as what was used last is nearest.
+    in_slices({0, 2 * count}, 1, threads, [&](tnk_int begin, tnk_int end) {
+      for (tnk_int k = begin; k < end; ++k) some[k % count].eliminate(k < count ? 0 : 1, threads < 2);
     });
+    for (tnk_int b = 0; b < count; ++b) some[b].solve_middle();
+    in_slices({0, 2 * count}, 1, threads, [&](tnk_int begin, tnk_int end) {
+      for (tnk_int k = end - 1; k >= begin; --k) some[k % count].substitute(k < count ? 0 : 1);
+    });
+  }
+  tnk_serv_deallocate(memory);
+  return true;
+}
+
+template <class R>
+void solve_all(const Systems<R> &systems, const Coefficients<R> &c, bool singular, int dims, R *dpar,
+               const tnk_int *ipar, tnk_int limit, tnk_int *stat) {
+  const double points =
+      static_cast<double>(c.x.size()) * static_cast<double>(c.y.size()) * static_cast<double>(systems.n);
+  const bool some = points > 0 && systems.rows().size() > 0;
+  const tnk_int status =
+      !some || solve_regular(systems, c, singular, threads_for(points, limit)) ? 0 : TNK_PDEPL_FAILED;
   if (singular && status == 0) {
     // A forward transform makes twice its mean of a constant.
     const double h = static_cast<double>(dpar[dims - 1]), twice = dims == 2 ? 2 : 4;

@@ -162,25 +162,30 @@ TEST(PoissonThreads, MoveNoBit) {
 
 // ---- Columns ------------------------------------------------------------------------------------------------------------
 
-// - u[j-1] + lambda u[j] - u[j+1] = f[j], by plain elimination; equations at slopes are halved.
+// - u[j-1] + lambda u[j] - u[j+1] = f[j], by plain elimination from both ends; equations at slopes are halved.
 template <class R>
 void eliminate(R *f, tnk_int stride, tnk_int n, bool slope_below, bool slope_above, R lambda) {
   const tnk_int first = slope_below ? 0 : 1, last = slope_above ? n : n - 1;
+  if (first > last) return;
+  const tnk_int middle = first + (last - first + 1) / 2;
+  const auto at = [&](tnk_int j) -> R & { return f[j * stride]; };
+  const auto half = [&](tnk_int j) {
+    return (j == 0 && slope_below) || (j == n && slope_above) ? R(0.5) : R(1);
+  };
   std::vector<R> w(static_cast<std::size_t>(n + 1));
-  R before = 0, w_before = 0;
-  for (tnk_int j = first; j <= last; ++j) {
-    const bool halved = (j == 0 && slope_below) || (j == n && slope_above);
-    const R half = halved ? R(0.5) : R(1), pivot = half * lambda - w_before;
-    R &now = f[j * stride];
-    w_before = w[static_cast<std::size_t>(j)] = 1 / pivot;
-    if (j == first)
-      now *= half * w_before;
-    else
-      now = halved ? (half * now + before) / pivot : (now + before) * w_before;
-    before = now;
-  }
-  for (tnk_int j = last - 1; j >= first; --j)
-    f[j * stride] += w[static_cast<std::size_t>(j)] * f[(j + 1) * stride];
+  const auto from_end = [&](tnk_int end, tnk_int step) {
+    R before = 0, w_before = 0;
+    for (tnk_int j = end; j != middle; j += step) {
+      w_before = w[static_cast<std::size_t>(j)] = 1 / (half(j) * lambda - w_before);
+      before = at(j) = j == end ? at(j) * (half(j) * w_before) : (at(j) + before) * w_before;
+    }
+    return std::pair(before, w_before);
+  };
+  const auto [below, w_below] = from_end(first, 1);
+  const auto [above, w_above] = from_end(last, -1);
+  at(middle) = (half(middle) * at(middle) + below + above) / (half(middle) * lambda - w_below - w_above);
+  for (tnk_int j = middle - 1; j >= first; --j) at(j) += w[static_cast<std::size_t>(j)] * at(j + 1);
+  for (tnk_int j = middle + 1; j <= last; ++j) at(j) += w[static_cast<std::size_t>(j)] * at(j - 1);
 }
 
 // However columns and rows go side by side, each has the bits of plain elimination, early and late where its pivots settle,
