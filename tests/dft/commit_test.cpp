@@ -24,7 +24,7 @@ using namespace tnk::test;
 struct Configuration {
   int32_t precision, domain;
   Ints lengths;
-  std::vector<std::pair<DftiParam, tnk_int>> values = {};
+  Values values = {};
   Ints input = {}, output = {}; // strides, behind an offset
   double forward = 1, backward = 1;
   bool inner = false;
@@ -33,29 +33,27 @@ struct Configuration {
 class Configured : public Plan {
 public:
   explicit Configured(const Configuration &as)
-      : Plan(as.precision, as.domain, {as.lengths.rbegin(), as.lengths.rend()}) {
-    for (const auto &[parameter, value] : as.values) set(parameter, value);
+      : Plan(as.precision, as.domain, {as.lengths.rbegin(), as.lengths.rend()}, as.values, as.forward,
+             as.backward) {
     if (!as.input.empty()) handle->methods->setInputStrides(handle, as.input.data());
     if (!as.output.empty()) handle->methods->setOutputStrides(handle, as.output.data());
-    DftiSetValue(handle, DftiParamForwardScale, as.forward);
-    DftiSetValue(handle, DftiParamBackwardScale, as.backward);
     if (as.inner) handle->flags |= TNK_DFT_INNER;
   }
-  tnk_int set(DftiParam parameter, tnk_int value) const { return DftiSetValue(handle, parameter, value); }
+  tnk_int set(int32_t parameter, tnk_int value) const { return DftiSetValue(handle, parameter, value); }
   tnk_int commit() const { return DftiCommitDescriptor(handle); }
   bool is_committed() const {
     return handle->commit_status == DftiCommitted && handle->compute_forward && handle->compute_backward;
   }
 };
 
-constexpr std::pair<DftiParam, tnk_int> out_of_place{DftiParamPlacement, DftiNotInPlace},
+constexpr Values::value_type out_of_place{DftiParamPlacement, DftiNotInPlace},
     split{DftiParamComplexStorage, DftiRealReal}, scrambled{DftiParamOrdering, DftiBackwardScrambled},
     complex_rows{DftiParamConjugateEvenStorage, DftiComplexComplex},
     packed_cce{DftiParamPackedFormat, DftiFormatCce};
-constexpr std::pair<DftiParam, tnk_int> batch(tnk_int n) {
+constexpr Values::value_type batch(tnk_int n) {
   return {DftiParamNumberOfTransforms, n};
 }
-constexpr std::pair<DftiParam, tnk_int> users(tnk_int n) {
+constexpr Values::value_type users(tnk_int n) {
   return {DftiParamNumberOfUserThreads, n};
 }
 
@@ -171,7 +169,7 @@ TEST(Commits, FlagsAreThoseOfTheLastCommit) {
   const Configured line({DftiDouble, DftiComplex, {5000}}), square({DftiSingle, DftiReal, {8, 6}});
   const struct {
     const Configured &plan;
-    std::pair<DftiParam, tnk_int> change;
+    Values::value_type change;
     uint32_t flags;
     bool slots;
   } steps[] = {

@@ -62,9 +62,8 @@ TEST(Compute, AsManyCallersAsUserThreadsAndOneMore) {
     Ints lengths, strides;
   } cases[] = {{{240}, {0, 1}}, {{256}, {0, 1}}, {{240}, {0, 2}}, {{12, 20}, {0, 20, 1}}};
   for (const auto &[lengths, strides] : cases) {
-    Plan plan(DftiDouble, DftiComplex, lengths);
+    Plan plan(DftiDouble, DftiComplex, lengths, {}, 0.5); // which the road without slots does not take
     set(plan, DftiParamInputStrides, strides.data());
-    set(plan, DftiParamForwardScale, 0.5); // which the road without slots does not take
     commit(plan); // for one user thread, whose flags must not outlive the next commit
     std::vector<Numbers> expected;
     for (int t = 0; t <= users; ++t) {
@@ -91,9 +90,7 @@ tnk_int take_note(void *, void *, DftiNode *, void *work) {
 }
 
 TEST(Compute, SlotsAreThoseOfTheirThreads) {
-  Plan plan(DftiDouble, DftiComplex, {240});
-  set(plan, DftiParamNumberOfUserThreads, tnk_int{2});
-  set(plan, DftiParamForwardScale, 0.5);
+  Plan plan(DftiDouble, DftiComplex, {240}, {{DftiParamNumberOfUserThreads, 2}}, 0.5);
   commit(plan);
   plan->kernels.double_pair.forward = take_note;
   auto *const workspace = static_cast<char *>(plan->workspace);
@@ -138,9 +135,10 @@ TEST(Compute, RefusedMemory) {
                {DftiReal, DftiComplexComplex, DftiNotInPlace, {3, 40, 5}, {0, 200, 5, 1}, {0, 200, 5, 1}}};
   for (const auto &c : cases)
     for (const bool inverse : {false, true}) {
-      Plan plan(DftiDouble, c.domain, c.lengths);
-      set(plan, DftiParamPlacement, c.placement);
-      set(plan, c.domain == DftiReal ? DftiParamConjugateEvenStorage : DftiParamComplexStorage, c.storage);
+      Plan plan(
+          DftiDouble, c.domain, c.lengths,
+          {{DftiParamPlacement, c.placement},
+           {c.domain == DftiReal ? DftiParamConjugateEvenStorage : DftiParamComplexStorage, c.storage}});
       set(plan, DftiParamInputStrides, c.input.data());
       set(plan, DftiParamOutputStrides, c.output.data());
       commit(plan);
@@ -175,9 +173,8 @@ TEST(Compute, OneTransformOnSeveralThreads) {
   constexpr std::size_t n = 30;
   for (const bool in_place : {false, true})
     for (const std::size_t shift : {0, 1}) {
-      Plan plan(DftiDouble, DftiComplex, {n});
-      set(plan, DftiParamPlacement, in_place ? DftiInPlace : DftiNotInPlace);
-      set(plan, DftiParamForwardScale, 0.5);
+      Plan plan(DftiDouble, DftiComplex, {n}, {{DftiParamPlacement, in_place ? DftiInPlace : DftiNotInPlace}},
+                0.5);
       commit(plan);
       plan->flags = 0;
       plan->threads = 2;
@@ -211,10 +208,8 @@ tnk_int fail_late(void *source, void *, DftiNode *node, void *) {
 
 // A driver stops at it; of three slices, which are eight transforms each, whoever runs them, the first failing one counts.
 TEST(Compute, TheFirstFailure) {
-  Plan plan(DftiDouble, DftiComplex, {16});
-  set(plan, DftiParamForwardScale, 0.5);
-  set(plan, DftiParamInputDistance, tnk_int{16});
-  set(plan, DftiParamNumberOfTransforms, tnk_int{24});
+  Plan plan(DftiDouble, DftiComplex, {16}, {{DftiParamInputDistance, 16}, {DftiParamNumberOfTransforms, 24}},
+            0.5);
   commit(plan);
   plan->kernels.double_pair.forward = fail_late;
   Numbers data = some_numbers(24 * 16);
@@ -270,10 +265,9 @@ TEST(Compute, WrappersScaleAfterAFailure) {
 // In whatever order a spectrum stands, the backward transform knows it.
 TEST(Compute, ScrambledSpectraComeBack) {
   for (const Ints &lengths : {Ints{6000}, Ints{4, 5250}}) {
-    Plan plan(DftiDouble, DftiComplex, lengths);
     const tnk_int n = lengths.size() == 1 ? lengths[0] : lengths[0] * lengths[1];
-    set(plan, DftiParamOrdering, DftiBackwardScrambled);
-    set(plan, DftiParamBackwardScale, 1 / static_cast<double>(n));
+    Plan plan(DftiDouble, DftiComplex, lengths, {{DftiParamOrdering, DftiBackwardScrambled}}, 1,
+              1. / static_cast<double>(n));
     commit(plan);
     const Numbers before = some_numbers(static_cast<std::size_t>(n));
     Numbers data = before;

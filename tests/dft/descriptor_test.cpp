@@ -118,12 +118,12 @@ TEST(DftCommit, NormalisesDimensions) {
   const tnk_int input[] = {5, 40, 7, 1}, output[] = {6, 1, 9, 60};
   for (const bool complex : {true, false})
     for (const bool in_place : {true, false}) {
-      Plan plan(DftiSingle, complex ? DftiComplex : DftiReal, {4, 1, 3});
+      Plan plan(
+          DftiSingle, complex ? DftiComplex : DftiReal, {4, 1, 3},
+          {{DftiParamPlacement, in_place ? DftiInPlace : DftiNotInPlace}, {DftiParamOutputDistance, 200}});
       plan->strategy_list = strategy_list;
-      DftiSetValue(plan, DftiParamPlacement, in_place ? DftiInPlace : DftiNotInPlace);
       DftiSetValue(plan, DftiParamInputStrides, input);
       DftiSetValue(plan, DftiParamOutputStrides, output);
-      DftiSetValue(plan, DftiParamOutputDistance, tnk_int{200});
       for (int twice = 0; twice < 2; ++twice) {
         ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
         EXPECT_EQ(dims_of(plan->committed_lengths), !complex   ? Ints({3, 1, 60, 1, 7, 9, 4, 40, 1})
@@ -157,19 +157,23 @@ TEST(DftCommit, AsksForThreads) {
 TEST(DftCopy, HasTheConfigurationAndCommitsWhereTheSourceIs) {
   allocations.reset();
   {
-    Plan plan(DftiSingle, DftiComplex, {4, 1, 3});
+    Plan plan(DftiSingle, DftiComplex, {4, 1, 3},
+              {{DftiParamComplexStorage, 42},
+               {DftiParamConjugateEvenStorage, 39},
+               {DftiParamPlacement, 44},
+               {DftiParamOrdering, 49},
+               {DftiParamPackedFormat, 56},
+               {DftiParamNumberOfUserThreads, 3},
+               {DftiParamInputDistance, 70},
+               {DftiParamOutputDistance, 80},
+               {DftiParamNumberOfTransforms, 9}},
+              1, 0.25);
     plan->strategy_list = strategy_list;
     plan->requested_threads = 3;
     const tnk_int strides[] = {5, 40, 7, 2};
     DftiSetValue(plan, DftiParamInputStrides, strides);
     DftiSetValue(plan, DftiParamOutputStrides, strides);
     DftiSetValue(plan, DftiParamDescriptorName, "name");
-    DftiSetValue(plan, DftiParamBackwardScale, 0.25);
-    const std::pair<int32_t, tnk_int> numbers[] = {
-        {DftiParamComplexStorage, 42}, {DftiParamConjugateEvenStorage, 39}, {DftiParamPlacement, 44},
-        {DftiParamOrdering, 49},       {DftiParamPackedFormat, 56},         {DftiParamNumberOfUserThreads, 3},
-        {DftiParamInputDistance, 70},  {DftiParamOutputDistance, 80},       {DftiParamNumberOfTransforms, 9}};
-    for (const auto &[number, value] : numbers) DftiSetValue(plan, number, value);
 
     for (const bool committed : {false, true}) {
       EXPECT_TRUE(!committed || DftiCommitDescriptor(plan) == DftiNoError);

@@ -30,8 +30,8 @@ DftiKernel *short_kernel(tnk_int n, bool inverse) {
 tnk_int init(DftiNode *node) {
   return entry<DftiCodeletInit>("init_xz_f" + std::to_string(node->axis.length) + "_1df")(node);
 }
-template <class R> Plan complex_plan(tnk_int n) {
-  return {sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiComplex, {n}};
+template <class R> Plan complex_plan(tnk_int n, const Values &values = {}, double forward = 1) {
+  return {sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiComplex, {n}, values, forward};
 }
 
 // ---- One transform ----------------------------------------------------------------------------------------------------------
@@ -139,8 +139,8 @@ TEST(SmallRadix, TransformsEveryLengthAtEveryAddress) {
   for (tnk_int n = 2; n <= 64; ++n) {
     SCOPED_TRACE(n);
     const Signal signal({n}, false);
-    const Plan plan = complex_plan<double>(n);
-    DftiSetValue(plan, DftiParamNumberOfTransforms, tnk_int{2}); // so that the node itself has a record
+    const Plan plan =
+        complex_plan<double>(n, {{DftiParamNumberOfTransforms, 2}}); // so the node itself has a record
     ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
     for (const auto &[forward, backward] : {std::pair(1.0, 1.0), {0.7, 1.3}})
       for (const std::size_t shift : {std::size_t{8}, std::size_t{16}, page_end, page_start})
@@ -271,10 +271,10 @@ const struct {
                   {tnk_dft_bkd3_z, DftiDouble, {8, 16, 32, 64, 128}}};
 
 template <class R> void check_codelet(const DftiStrategy &strategy, tnk_int n) {
-  const Plan plans[2] = {complex_plan<R>(n), complex_plan<R>(n)}; // in place, out of place
-  DftiSetValue(plans[1], DftiParamPlacement, DftiNotInPlace);
+  // In place and out of place, committed with a record and a workspace first.
+  const Plan plans[2] = {complex_plan<R>(n, {}, 0.7),
+                         complex_plan<R>(n, {{DftiParamPlacement, DftiNotInPlace}}, 0.7)};
   for (const Plan &plan : plans) {
-    DftiSetValue(plan, DftiParamForwardScale, 0.7); // a commit with a record and a workspace
     ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
     plan->forward_scale = 1;
     ASSERT_EQ(strategy.commit(&strategy, plan), DftiNoError);
@@ -326,8 +326,8 @@ TEST(Codelets, DeclineWhatTheyCannotDo) {
     for (const auto &condition : conditions)
       for (const bool out : {false, true}) {
         SCOPED_TRACE(testing::Message() << "condition " << &condition - conditions << out);
-        const Plan plan(row.precision, DftiComplex, {16});
-        DftiSetValue(plan, DftiParamPlacement, out ? DftiNotInPlace : DftiInPlace);
+        const Plan plan(row.precision, DftiComplex, {16},
+                        {{DftiParamPlacement, out ? DftiNotInPlace : DftiInPlace}});
         ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
         const DftiNode before = *plan.handle;
         condition.second(plan);
@@ -417,14 +417,14 @@ TEST(Compact, SetCodelet) {
 // Who sets up a chain takes them where they are faster; the others keep what the core commit has chosen.
 TEST(Compact, CommitsTakeThem) {
   using Names = std::vector<std::string>;
-  const std::pair<DftiParam, tnk_int> three = {DftiParamNumberOfTransforms, 3},
-                                      out = {DftiParamPlacement, DftiNotInPlace},
-                                      scrambled = {DftiParamOrdering, DftiBackwardScrambled};
+  const Values::value_type three = {DftiParamNumberOfTransforms, 3},
+                           out = {DftiParamPlacement, DftiNotInPlace},
+                           scrambled = {DftiParamOrdering, DftiBackwardScrambled};
   const int32_t s = DftiSingle, d = DftiDouble, complex = DftiComplex, real = DftiReal;
   const struct {
     int32_t precision, domain;
     Ints lengths; // in C's order
-    std::pair<DftiParam, tnk_int> other;
+    Values::value_type other;
     Names forward; // of the chain, the last dimension first; empty: kept
     Names backward = forward;
   } rows[] = {
@@ -452,9 +452,7 @@ TEST(Compact, CommitsTakeThem) {
   };
   for (const auto &row : rows) {
     SCOPED_TRACE("row " + std::to_string(&row - rows));
-    const Plan plan(row.precision, row.domain, row.lengths);
-    DftiSetValue(plan, row.other.first, row.other.second);
-    DftiSetValue(plan, DftiParamForwardScale, 0.7);
+    const Plan plan(row.precision, row.domain, row.lengths, {row.other}, 0.7);
     ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
     EXPECT_EQ(plan->real_layout,
               row.domain == real && row.other == out && row.lengths.size() > 1 && row.backward[0] != "");

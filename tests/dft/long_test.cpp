@@ -157,9 +157,7 @@ template <class R> void on_threads(int32_t placement) {
   const Threads three(3);
   const auto x = numbers<R>(odd_length);
   const Samples<R> samples(x, true, 12, 8);
-  const Plan plan(precision<R>, DftiComplex, {odd_length});
-  DftiSetValue(plan, DftiParamPlacement, placement);
-  DftiSetValue(plan, DftiParamBackwardScale, 0.7);
+  const Plan plan(precision<R>, DftiComplex, {odd_length}, {{DftiParamPlacement, placement}}, 1, 0.7);
   const auto backward = [&](DftiKernel *kernel = nullptr) {
     auto source = x, destination = x;
     EXPECT_EQ(kernel ? kernel(source.data(), destination.data(), plan, plan->workspace)
@@ -213,22 +211,20 @@ TEST(LongTransforms, ThreadsAreOfferedWhereTheyGain) {
   const Threads two(2);
   const struct {
     tnk_int n;
-    DftiParam parameter;
-    tnk_int value;
+    Values::value_type parameter;
     bool taken;
   } rows[] = {
-      {1 << 17, DftiParamPlacement, DftiInPlace, true},
-      {1 << 16, DftiParamPlacement, DftiInPlace, false},
-      {1 << 18, DftiParamPlacement, DftiNotInPlace, true},
-      {1 << 17, DftiParamPlacement, DftiNotInPlace, false},
-      {odd_length, DftiParamNumberOfUserThreads, 2, false},
-      {odd_length, DftiParamNumberOfTransforms, 2, false},
-      {odd_length, DftiParamOrdering, DftiBackwardScrambled, false},
-      {2 * 32771, DftiParamPlacement, DftiInPlace, false}, // two rows only
+      {1 << 17, {DftiParamPlacement, DftiInPlace}, true},
+      {1 << 16, {DftiParamPlacement, DftiInPlace}, false},
+      {1 << 18, {DftiParamPlacement, DftiNotInPlace}, true},
+      {1 << 17, {DftiParamPlacement, DftiNotInPlace}, false},
+      {odd_length, {DftiParamNumberOfUserThreads, 2}, false},
+      {odd_length, {DftiParamNumberOfTransforms, 2}, false},
+      {odd_length, {DftiParamOrdering, DftiBackwardScrambled}, false},
+      {2 * 32771, {DftiParamPlacement, DftiInPlace}, false}, // two rows only
   };
   for (const auto &row : rows) {
-    const Plan plan(DftiDouble, DftiComplex, {row.n});
-    DftiSetValue(plan, row.parameter, row.value);
+    const Plan plan(DftiDouble, DftiComplex, {row.n}, {row.parameter});
     ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
     EXPECT_EQ(plan->large_data != nullptr, row.taken) << &row - rows;
     EXPECT_EQ(plan->kernels.second_double.forward != nullptr, row.taken) << &row - rows;
@@ -280,9 +276,8 @@ TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
 template <class R> void true_length(tnk_int n, int32_t placement) {
   SCOPED_TRACE(n);
   const double most = std::hypot(bound(n), 3.4), eps = static_cast<double>(std::numeric_limits<R>::epsilon());
-  const Plan plan(precision<R>, DftiComplex, {n});
-  DftiSetValue(plan, DftiParamPlacement, placement);
-  DftiSetValue(plan, DftiParamBackwardScale, 1.0 / static_cast<double>(n));
+  const Plan plan(precision<R>, DftiComplex, {n}, {{DftiParamPlacement, placement}}, 1,
+                  1.0 / static_cast<double>(n));
   ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
   auto x = numbers<R>(n), other = placement == DftiInPlace ? std::vector<Complex<R>>() : x;
   auto &y = placement == DftiInPlace ? x : other;

@@ -9,15 +9,21 @@ namespace tnk::test {
 
 using Ints = std::vector<tnk_int>;
 
-// A descriptor that is freed with its owner; no block may be left.
+using Values = std::vector<std::pair<int32_t, tnk_int>>;
+
+// A descriptor with these parameters and scales, not committed, that is freed with its owner; no block may be left.
 class Plan {
 public:
-  Plan(int32_t precision, int32_t domain, Ints lengths) {
+  Plan(int32_t precision, int32_t domain, Ints lengths, const Values &values = {}, double forward = 1,
+       double backward = 1) {
     const auto dimension = static_cast<tnk_int>(lengths.size());
-    const tnk_int status = dimension == 1
-                               ? DftiCreateDescriptor(&handle, precision, domain, dimension, lengths[0])
-                               : DftiCreateDescriptor(&handle, precision, domain, dimension, lengths.data());
-    EXPECT_EQ(status, DftiNoError);
+    EXPECT_EQ(dimension == 1 ? DftiCreateDescriptor(&handle, precision, domain, dimension, lengths[0])
+                             : DftiCreateDescriptor(&handle, precision, domain, dimension, lengths.data()),
+              DftiNoError);
+    for (const auto &[parameter, value] : values)
+      EXPECT_EQ(DftiSetValue(handle, parameter, value), DftiNoError) << parameter;
+    DftiSetValue(handle, DftiParamForwardScale, forward);
+    DftiSetValue(handle, DftiParamBackwardScale, backward);
   }
   Plan(const Plan &) = delete;
   Plan &operator=(const Plan &) = delete;

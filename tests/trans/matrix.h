@@ -56,9 +56,9 @@ template <class T> std::vector<T> filled(Size count, Random &random) {
 
 template <class T> bool same_elements(const Guarded<T> &found, const std::vector<T> &expected) {
   if (!found.intact()) return false;
-  if (expected.empty() || std::memcmp(found.data(), expected.data(), expected.size() * sizeof(T)) == 0)
-    return true;
-  for (std::size_t i = 0; i < expected.size(); ++i)
+  const std::size_t n = expected.size();
+  if (n == 0 || std::memcmp(found.data(), expected.data(), n * sizeof(T)) == 0) return true;
+  for (std::size_t i = 0; i < n; ++i)
     if (!reference::same(found.get(i), expected[i])) return false;
   return true;
 }

@@ -30,6 +30,11 @@ template <class T> struct Transposition : testing::Test {
   // None in half of the cases.
   Size gap() { return static_cast<Size>(std::max<tnk_int>(random.integer(-3, 3), 0)); }
 
+  template <class... Call>
+  static void expect_same(const Guarded<T> &found, const std::vector<T> &expected, Call... call) {
+    EXPECT_TRUE(same_elements(found, expected)) << testing::PrintToString(std::tuple(call...));
+  }
+
   void expect_copy(char ordering, char trans, Size rows, Size cols, T alpha, Size lda, Size stridea, Size ldb,
                    Size strideb) {
     const bool dense = stridea == 1 && strideb == 1;
@@ -51,8 +56,7 @@ template <class T> struct Transposition : testing::Test {
     else
       Named<T>("tnk_trans_tnk_?omatcopy2")(ordering, trans, rows, cols, alpha, first, lda, stridea,
                                            found.data(), ldb, strideb);
-    EXPECT_TRUE(same_elements(found, expected)) << ordering << trans << ' ' << rows << " by " << cols << ", "
-                                                << lda << '/' << stridea << " to " << ldb << '/' << strideb;
+    expect_same(found, expected, ordering, trans, rows, cols, lda, stridea, ldb, strideb);
   }
 
   // in_place: 'A' or 'B' has the place of C. A plain transpose added to one row or column in place is added up as both
@@ -78,9 +82,7 @@ template <class T> struct Transposition : testing::Test {
       }
     Named<T>("tnk_trans_tnk_?omatadd")(ordering, transa, transb, rows, cols, alpha, left.data(), lda, beta,
                                        right.data(), ldb, found.data(), ldc);
-    EXPECT_TRUE(same_elements(found, expected))
-        << ordering << transa << transb << ' ' << rows << " by " << cols << ", " << lda << ' ' << ldb << ' '
-        << ldc << (in_place ? " in place of " : "") << in_place;
+    expect_same(found, expected, ordering, transa, transb, rows, cols, lda, ldb, ldc, in_place);
   }
 
   // All that is not an element of the result stays as it was, padding of the input included.
@@ -94,8 +96,7 @@ template <class T> struct Transposition : testing::Test {
     for (Size i = 0; i < to.rows; ++i)
       for (Size j = 0; j < to.cols; ++j) expected[to.at(i, j)] = alpha * taken(trans, before[from.at(i, j)]);
     Named<T>("tnk_trans_tnk_?imatcopy")(ordering, trans, rows, cols, alpha, found.data(), lda, ldb);
-    EXPECT_TRUE(same_elements(found, expected))
-        << ordering << trans << ' ' << rows << " by " << cols << ", " << lda << " to " << ldb;
+    expect_same(found, expected, ordering, trans, rows, cols, lda, ldb);
   }
 };
 using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
@@ -203,23 +204,21 @@ TYPED_TEST(Transposition, UnknownLettersAndEmptyMatricesTouchNothing) {
 // ---- Beside the matrices --------------------------------------------------------------------------------------------
 
 // The depth to which a stack of its own is used by a change in place.
-template <class T> std::size_t stack_used(Size rows, Size cols) {
+template <class T> std::size_t stack_used(Size its_rows, Size its_cols) {
   alignas(4096) static unsigned char stack[1 << 18];
-  struct Job {
-    std::vector<T> ab;
-    Size rows, cols;
-  } job{std::vector<T>(rows * cols), rows, cols};
+  static Size rows, cols;
+  static std::vector<T> ab;
+  rows = its_rows, cols = its_cols, ab.resize(rows * cols);
   std::fill(std::begin(stack), std::end(stack), 0xA5);
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setstack(&attributes, stack, sizeof stack);
-  pthread_t thread;
-  const auto run = [](void *data) -> void * {
-    auto &j = *static_cast<Job *>(data);
-    Named<T>("tnk_trans_tnk_?imatcopy")('R', 'T', j.rows, j.cols, factor<T>(0), j.ab.data(), j.cols, j.rows);
+  const auto run = [](void *) -> void * {
+    Named<T>("tnk_trans_tnk_?imatcopy")('R', 'T', rows, cols, factor<T>(0), ab.data(), cols, rows);
     return nullptr;
   };
-  EXPECT_EQ(pthread_create(&thread, &attributes, run, &job), 0);
+  pthread_t thread;
+  EXPECT_EQ(pthread_create(&thread, &attributes, run, nullptr), 0);
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
   const auto used = [](unsigned char c) { return c != 0xA5; };
