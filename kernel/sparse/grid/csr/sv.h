@@ -158,12 +158,20 @@ inline void solve_strips(const SolveJob<T, I> &job, T *y) {
     });
   }
 }
-template <class Name, bool Plain, class T, class I>
-inline void solve_triangle(const SolveJob<T, I> &job, T *y) {
-  if (job.template fetches<!Name::lower>())
-    solve_strips<Name, Plain, usual_distance>(job, y);
-  else
-    solve_strips<Name, Plain, 0>(job, y);
+template <class Name, class T, class I> inline void solve_triangle(const SolveJob<T, I> &job, T *y) {
+  if constexpr (is_complex<T>) { // products take longer than what the other ways save
+    solve_strips<Name, false, usual_distance>(job, y);
+  } else if (job.template is_plain<Name::lower>()) {
+    if (job.template fetches<!Name::lower>())
+      solve_strips<Name, true, usual_distance>(job, y);
+    else
+      solve_strips<Name, true, 0>(job, y);
+  } else {
+    if (job.template fetches<!Name::lower>())
+      solve_strips<Name, false, usual_distance>(job, y);
+    else
+      solve_strips<Name, false, 0>(job, y);
+  }
 }
 
 // y_i divided by its pivot, and what it takes from the others: t = 0 - y_i.
@@ -212,10 +220,8 @@ template <class Name, class T, class I> inline void solve(const SolveJob<T, I> &
     solve_lower_transposed<conj, unit>(job, y);
   else if constexpr (Name::transposed)
     solve_upper_transposed<conj, unit>(job, y);
-  else if (job.template is_plain<Name::lower>())
-    solve_triangle<Name, true>(job, y);
   else
-    solve_triangle<Name, false>(job, y);
+    solve_triangle<Name>(job, y);
 }
 
 template <class Name, class T, class I>
