@@ -185,7 +185,7 @@ TYPED_TEST(Tridiagonal, Solves) {
 
 // ---- Bit for bit ----------------------------------------------------------------------------------------------------
 
-// With the factors of an elimination, a quotient being a true one.
+// With the factors of an elimination, a quotient being a true one; beyond either end are zeros.
 TYPED_TEST(RealTridiagonal, SolvesStepByStep) {
   using T = TypeParam;
   Random random;
@@ -193,27 +193,25 @@ TYPED_TEST(RealTridiagonal, SolvesStepByStep) {
     for (const tnk_int form : {0, 1}) {
       const Bands<T> f(n, random, 1);
       Stored<T> x(random_matrix<T>(n, 1, random));
-      std::vector<T> b(x.data(), x.data() + n);
-      const auto end = static_cast<std::size_t>(n);
-      const auto eliminate = [&](std::size_t i) {
-        const bool swaps = f.swaps(static_cast<tnk_int>(i));
-        if (form == 0 && swaps) std::swap(b[i], b[i + 1]);
-        T &next = form == 0 ? b[i + 1] : b[i];
-        next = next - f.dl[i] * (form == 0 ? b[i] : b[i + 1]);
-        if (form == 1 && swaps) std::swap(b[i], b[i + 1]);
+      std::vector<T> room(static_cast<std::size_t>(n) + 4);
+      T *const b = room.data() + 2;
+      std::copy(x.data(), x.data() + n, b);
+      const tnk_int down = form == 0, up = 1 - down, one = 1;
+      const auto eliminate = [&](tnk_int i) {
+        if (down && f.swaps(i)) std::swap(b[i], b[i + 1]);
+        b[i + down] = b[i + down] - f.dl[i] * b[i + up];
+        if (up && f.swaps(i)) std::swap(b[i], b[i + 1]);
       };
-      for (std::size_t i = 0; form == 0 && i + 1 < end; ++i) eliminate(i);
-      for (std::size_t k = 0; k < end; ++k) {
-        const std::size_t i = form == 0 ? end - 1 - k : k;
-        if (k > 0) b[i] = form == 0 ? b[i] - f.du[i] * b[i + 1] : b[i] - f.du[i - 1] * b[i - 1];
-        if (k > 1) b[i] = form == 0 ? b[i] - f.du2[i] * b[i + 2] : b[i] - f.du2[i - 2] * b[i - 2];
-        b[i] = b[i] / f.d[i];
+      for (tnk_int i = 0; down && i + 1 < n; ++i) eliminate(i);
+      for (tnk_int k = 0; k < n; ++k) {
+        const tnk_int i = down ? n - 1 - k : k, way = down - up;
+        const T near = f.du[std::max<tnk_int>(i - up, 0)], far = f.du2[std::max<tnk_int>(i - 2 * up, 0)];
+        b[i] = ((b[i] - near * b[i + way]) - far * b[i + 2 * way]) / f.d[i];
       }
-      for (std::size_t i = end - 1; form == 1 && i-- > 0;) eliminate(i);
-      const tnk_int one = 1;
+      for (tnk_int i = n - 1; up && i-- > 0;) eliminate(i);
       Named<T>("tnk_lapack_ps_?gtts2")(&form, &n, &one, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(),
                                        f.ipiv.data(), x.data(), &n);
-      for (std::size_t i = 0; i < end; ++i) EXPECT_EQ(x.get(i), b[i]) << n << ' ' << form << ' ' << i;
+      for (tnk_int i = 0; i < n; ++i) EXPECT_EQ(x.data()[i], b[i]) << n << ' ' << form << ' ' << i;
     }
 }
 

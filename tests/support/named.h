@@ -6,6 +6,7 @@
 #include <string>
 #include <tnk/types.h>
 #include <type_traits>
+#include <vector>
 
 namespace tnk::test {
 
@@ -31,5 +32,12 @@ public:
 private:
   void *address_;
 };
+
+// Calls a routine that takes nothing but addresses, up to 14: what is beyond the end of its list it does not look at.
+template <class Result = void> Result call_at(const std::string &name, std::vector<const void *> a) {
+  a.resize(14);
+  return Named<float, Result>{name}(a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11],
+                                    a[12], a[13]);
+}
 
 } // namespace tnk::test

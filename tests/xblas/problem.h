@@ -107,7 +107,8 @@ private:
   }
 
   // Full or, with kl and ku, band storage.
-  Matrix general(char name, char ld, char letter, tnk_int m, tnk_int n, bool band, tnk_int kl, tnk_int ku) {
+  Matrix general(char name, char ld, char letter, tnk_int m, tnk_int n, tnk_int kl = -1, tnk_int ku = -1) {
+    const bool band = kl >= 0;
     const tnk_int lines = by_columns_ ? n : m, line = by_columns_ ? m : n;
     const tnk_int least = band ? kl + ku + 1 : std::max<tnk_int>(line, 1),
                   space = least + random_.integer(0, 3);
@@ -127,8 +128,10 @@ private:
   }
 
   // One triangle of n by n, full, packed (no ld) or with k diagonals, as a triangle or with its mirror image.
-  Matrix half(char letter, tnk_int n, bool packed, bool band, bool hermitian, bool mirrored, bool unit) {
-    const bool upper = of('u') == 121, conjugated = hermitian;
+  Matrix half(char letter, tnk_int n) {
+    const std::string &op = p_.r.op; // trmv, tpmv, sbmv, hemm, ...
+    const bool packed = op[1] == 'p', band = op[1] == 'b', hermitian = op[0] == 'h', triangle = op[0] == 't',
+               unit = triangle && of('d') == 132, upper = of('u') == 121;
     const tnk_int k = of('k'), line = band ? k + 1 : std::max<tnk_int>(n, 1),
                   space = line + random_.integer(0, 3);
     p_.arguments['L'] = space;
@@ -162,7 +165,7 @@ private:
         }
         memory.set(place, x);
         a.set(i, j, x);
-        if (mirrored) a.set(j, i, conjugated ? std::conj(x) : x);
+        if (!triangle) a.set(j, i, hermitian ? std::conj(x) : x);
       }
     return a;
   }
@@ -235,8 +238,7 @@ private:
                               0});
     } else if (op == "ge_sum_mv") {
       p_.rule = Rule::two_matrices;
-      const Matrix a = general('a', 'L', p_.r.a, m, n, false, 0, 0),
-                   b = general('b', 'M', p_.r.a, m, n, false, 0, 0);
+      const Matrix a = general('a', 'L', p_.r.a, m, n), b = general('b', 'M', p_.r.a, m, n);
       matrix_vector(a);
       const auto x = p_.results;
       for (auto &result : p_.results) result.more = result.products;
@@ -244,32 +246,27 @@ private:
         for (tnk_int j = 0; j < n; ++j)
           p_.results[static_cast<std::size_t>(i)].more[static_cast<std::size_t>(j)].a = b.values[b.at(i, j)];
     } else if (starts("ge") && op != "gemm") {
-      matrix_vector(under(of('t'), general('a', 'L', p_.r.a, m, n, false, 0, 0)));
+      matrix_vector(under(of('t'), general('a', 'L', p_.r.a, m, n)));
     } else if (starts("gb")) {
-      matrix_vector(under(of('t'), general('a', 'L', p_.r.a, m, n, true, of('l'), of('v'))));
+      matrix_vector(under(of('t'), general('a', 'L', p_.r.a, m, n, of('l'), of('v'))));
     } else if (starts("t")) {
-      const Matrix stored = half(p_.r.a, n, op == "tpmv", op == "tbsv", false, false, of('d') == 132);
+      const Matrix a = under(of('t'), half(p_.r.a, n));
       p_.arguments.beta = 0;
-      const Matrix a = under(of('t'), stored);
       const auto y = vector('y', p_.r.result, n, of('j'));
       rows_times(
           a, y, nullptr, [&](tnk_int i) { return at(i, n, of('j')); }, [](tnk_int) { return Number(0); });
     } else if (op == "gemm") {
       const auto shaped = [&](char trans, char name, char ld, char letter, tnk_int rows, tnk_int columns) {
         const bool plain = of(trans) == 111;
-        return under(of(trans),
-                     general(name, ld, letter, plain ? rows : columns, plain ? columns : rows, false, 0, 0));
+        return under(of(trans), general(name, ld, letter, plain ? rows : columns, plain ? columns : rows));
       };
       const Matrix a = shaped('t', 'a', 'L', p_.r.a, m, k), b = shaped('T', 'x', 'M', p_.r.x, k, n);
-      matrix_matrix(a, b, general('y', 'C', p_.r.result, m, n, false, 0, 0), false);
+      matrix_matrix(a, b, general('y', 'C', p_.r.result, m, n), false);
     } else {
-      const bool hermitian = starts("h"), product = op == "symm" || op == "hemm", left = of('s') == 141;
-      const tnk_int size = product && left ? m : n;
-      const bool band = op == "sbmv" || op == "hbmv", packed = op == "spmv" || op == "hpmv";
-      const Matrix a = half(p_.r.a, size, packed, band, hermitian, true, false);
+      const bool product = op == "symm" || op == "hemm", left = of('s') == 141;
+      const Matrix a = half(p_.r.a, product && left ? m : n);
       if (!product) return matrix_vector(a);
-      const Matrix b = general('x', 'M', p_.r.x, m, n, false, 0, 0),
-                   c = general('y', 'C', p_.r.result, m, n, false, 0, 0);
+      const Matrix b = general('x', 'M', p_.r.x, m, n), c = general('y', 'C', p_.r.result, m, n);
       if (left)
         matrix_matrix(a, b, c, false);
       else

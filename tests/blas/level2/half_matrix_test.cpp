@@ -1,7 +1,6 @@
 // Public routines of half a square matrix and vectors: one table of names, each run in every type and storage against its
 // definition in wider arithmetic. What a routine must not read is NaN, what it must not write is watched.
 #include <algorithm>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <sstream>
@@ -10,6 +9,7 @@
 
 #include "support/allocations.h"
 #include "support/error_recorder.h"
+#include "support/named.h"
 #include "support/product.h"
 #include "tools/tnk/support/threads.h"
 
@@ -96,15 +96,8 @@ template <class T> struct Call : Setting {
     for (std::string word; words >> word;) list.push_back(all.at(word));
     return list;
   }
-  // Of all arguments that any routine has: what is beyond the end of a list is not looked at.
-  void run(std::vector<void *> list) const {
-    const std::string symbol = "tnk_blas_" + name();
-    void *const address = dlsym(RTLD_DEFAULT, symbol.c_str());
-    ASSERT_NE(address, nullptr) << symbol;
-    using V = void *;
-    list.resize(11);
-    reinterpret_cast<void (*)(V, V, V, V, V, V, V, V, V, V, V)>(address)(
-        list[0], list[1], list[2], list[3], list[4], list[5], list[6], list[7], list[8], list[9], list[10]);
+  void run(const std::vector<void *> &list) const {
+    call_at("tnk_blas_" + name(), {list.begin(), list.end()});
   }
   void run() { run(addresses()); }
 

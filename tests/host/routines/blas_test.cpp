@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <sstream>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "tests/support/error_recorder.h"
+#include "tests/support/named.h"
 
 namespace {
 
@@ -68,8 +68,7 @@ struct Call {
   alignas(32) unsigned char arrays[5][512];
 };
 
-// A routine by its name, which takes nothing but addresses; its kernel has the same with an x. What is beyond the end of
-// a list is not looked at.
+// A routine by its name, which takes nothing but addresses; its kernel has the same with an x.
 struct Routine {
   std::string name;
   const char *arguments;
@@ -80,17 +79,10 @@ struct Routine {
   bool is_complex() const { return name[0] == 'c' || name[0] == 'z'; }
   // The result as a double, 0 where there is none.
   double run(Call &call, const std::string &prefix = "tnk_blas_") const {
-    using V = void *;
-    void *const entry = dlsym(RTLD_DEFAULT, (prefix + name).c_str());
-    EXPECT_NE(entry, nullptr) << prefix + name;
-    std::vector<void *> a = call.addresses;
-    a.resize(14);
-    const auto with = [&](auto type) {
-      return reinterpret_cast<decltype(type) (*)(V, V, V, V, V, V, V, V, V, V, V, V, V, V)>(entry)(
-          a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11], a[12], a[13]);
-    };
-    if (!is_function()) return with(0), 0; // nothing is returned, and nothing read
-    return name[0] == 's' ? static_cast<double>(with(0.0f)) : with(0.0);
+    const std::vector<const void *> list(call.addresses.begin(), call.addresses.end());
+    if (!is_function()) return tnk::test::call_at(prefix + name, list), 0;
+    return name[0] == 's' ? static_cast<double>(tnk::test::call_at<float>(prefix + name, list))
+                          : tnk::test::call_at<double>(prefix + name, list);
   }
   // What its letter of that name may be.
   std::string letters(const std::string &which) const {

@@ -1,12 +1,12 @@
 // The public routines of symmetric and Hermitian matrices with matrix operands, all from one table of names: against their
 // definitions, with what must not be read or written guarded; that threads and memory change nothing.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <tnk/host.h>
 
 #include "tests/host/routines/services.h"
 #include "tests/support/error_recorder.h"
+#include "tests/support/named.h"
 #include "tests/support/product.h"
 #include "tools/tnk/support/threads.h"
 
@@ -35,17 +35,8 @@ const Name names[] = {
     {"csyr2k", 'c', Name::rank_2k, false, "NT"},  {"zsyr2k", 'z', Name::rank_2k, false, "NT"},
     {"cher2k", 'c', Name::rank_2k, true, "NC"},   {"zher2k", 'z', Name::rank_2k, true, "NC"}};
 
-// The routines take nothing but addresses, so their lists are lists of them.
-void call(const Name &name, std::vector<const void *> a) {
-  static const auto find = [](const Name &of) {
-    return dlsym(RTLD_DEFAULT, ("tnk_blas_" + std::string(of.name)).c_str());
-  };
-  using V = const void *;
-  void *const routine = find(name);
-  ASSERT_NE(routine, nullptr) << name.name;
-  a.resize(12); // what is beyond the end of a list is not looked at
-  reinterpret_cast<void (*)(V, V, V, V, V, V, V, V, V, V, V, V)>(routine)(
-      a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11]);
+void call(const Name &name, const std::vector<const void *> &a) {
+  call_at("tnk_blas_" + std::string(name.name), a);
 }
 
 // One call: letters as the list has them, size1 and size2 m and n, or n and k. What must not be read is NaN.
