@@ -147,16 +147,23 @@ def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: st
     m, ends = a.shape[0], pointer[1:]
     start = integer(m), _one(letter), a.data, columns, pointer, ends
     if not several and own == "n" and kind in "gt":
-        product, arguments = kernel(name + "mvout_par", None), _addresses(*start, x, y)
+        if meaning == "g__" and letter == "d":  # which has a kernel that stores; it counts columns from 1
+            stored = kernel(f"tnk_spblas_{width}dcsr1ng__f__gemvout_par", None)
+            arguments = _addresses(integer(m), None, a.data, columns, pointer, None, _pointer(x.ctypes.data + x.itemsize), y)
 
-        def add_rows(first: int, past: int) -> None:
-            for begin in range(first, past, _ROWS_AT_ONCE):
-                end = min(begin + _ROWS_AT_ONCE, past)
-                y[begin:end] = 0
-                product(integer(begin + 1), integer(end), *arguments)
+            def rows(first: int, past: int) -> None:
+                stored(integer(first + 1), integer(past), *arguments)
+        else:
+            added, arguments = kernel(name + "mvout_par", None), _addresses(*start, x, y)
+
+            def rows(first: int, past: int) -> None:
+                for begin in range(first, past, _ROWS_AT_ONCE):
+                    end = min(begin + _ROWS_AT_ONCE, past)
+                    y[begin:end] = 0
+                    added(integer(begin + 1), integer(end), *arguments)
 
         cuts = _bounds(pointer, columns.size)
-        return spread([lambda i=i: add_rows(cuts[i], cuts[i + 1]) for i in range(len(cuts) - 1)])
+        return spread([lambda i=i: rows(cuts[i], cuts[i + 1]) for i in range(len(cuts) - 1)])
     y.fill(0)
     if several:
         width_of = x.shape[1]
