@@ -82,10 +82,12 @@ def _unscaled(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
         return _summed(rows, family, kind)
     which, backward, first, more = _TYPES[family, kind]
     period = n + more
-    plan = _plan(which, period, "s" if rows.dtype == np.float32 else "d")
+    # Errors of type 1 grow with the root of n, in single precision too: the library takes the other ones in double itself.
+    dtype = np.float64 if kind == 1 else rows.dtype
+    plan = _plan(which, period, "s" if dtype == np.float32 else "d")
     # Forward has the sums over the period, backward half of them.
     factor = 2 if backward else period
-    work = np.zeros((len(rows), plan.row), rows.dtype)
+    work = np.zeros((len(rows), plan.row), dtype)
     part = work[:, first : first + n]
     np.multiply(rows, factor, out=part)
     call(plan.run[backward], plan.handle, len(work), work.ctypes.data, plan.row)
@@ -181,6 +183,11 @@ def dct(x: ArrayLike, type: int = 2, n: Optional[int] = None, axis: int = -1, no
         If `type`, `norm`, n or `workers` are none, or there is no such axis.
     TypeError
         If `x` holds no numbers, or such of extended precision.
+
+    Notes
+    -----
+    Single precision is computed in double. Rounding errors of double precision grow as the root of n: some 1e-14 of the
+    result at 10 000 numbers, 2e-13 at 500 000.
 
     Examples
     --------
