@@ -2,7 +2,8 @@
 // each side by side. A piece is a range of them.
 #pragma once
 
-#include "kernel/sparse/grid/csr/sv.h"
+#include "kernel/sparse/grid/csr/solve.h"
+#include "kernel/sparse/grid/name.h"
 #include "kernel/sparse/grid/vectors.h"
 #include <tnk/services.h>
 
@@ -149,14 +150,21 @@ template <bool Adjacent, class Name, class T, class I>
   });
 }
 
+// The entry for one right-hand side.
+template <class T, class I>
+using SolveOne = void(const I *m, const T *alpha, const T *values, const I *col_index, const I *row_start,
+                      const I *row_end, T *y);
+
 // Without memory for the sums: one right-hand side after another, with divisions. Columns are solved as single ones are.
 template <bool Adjacent, class Name, class T, class I>
-[[gnu::noinline]] void solve_sides_alone(const SolveJob<T, I> &job, const SideRange<T, I> &sides) {
+[[gnu::noinline]] void solve_sides_alone(const SolveJob<T, I> &job, const SideRange<T, I> &sides,
+                                         SolveOne<T, I> *solve_one) {
   constexpr bool conj = Name::conjugated, lower = Name::lower, unit = Name::unit;
   for (I side = sides.first; side < sides.last; ++side) {
     if constexpr (!Adjacent) {
-      solve<Name>(job, static_cast<const T *>(nullptr),
-                  counted_from(sides.c + wrapped_product(side, sides.ld), job.base));
+      const CompressedRows<T, I> &a = job.matrix;
+      solve_one(&job.rows, nullptr, a.values, a.col_index, a.row_start, a.row_end,
+                sides.c + wrapped_product(side, sides.ld));
     } else {
       const SideGroup<true, 1, T, I> group(sides.c, sides.ld, side, job.base);
       PivotedRow<I> row{};
@@ -222,7 +230,7 @@ template <bool Adjacent, class Name, class T, class I>
 // Right-hand sides first ... last, from one, of n.
 template <class Name, class T, class I>
 inline void csr_sm_par(I first, I last, I m, [[maybe_unused]] I n, const T *alpha,
-                       const CompressedRows<T, I> &matrix, T *c, I ldc) {
+                       const CompressedRows<T, I> &matrix, T *c, I ldc, SolveOne<T, I> *solve_one) {
   if (last < first || m < 0) return;
   constexpr bool adjacent = Name::base == 0;
   const SolveJob<T, I> job(matrix, m, Name::base);
@@ -236,7 +244,7 @@ inline void csr_sm_par(I first, I last, I m, [[maybe_unused]] I n, const T *alph
     solve_sides_by_rows<adjacent, Name>(job, sides, sums);
     tnk_serv_deallocate(sums);
   } else {
-    solve_sides_alone<adjacent, Name>(job, sides);
+    solve_sides_alone<adjacent, Name>(job, sides, solve_one);
   }
 }
 
@@ -246,7 +254,8 @@ inline void csr_sm_par(I first, I last, I m, [[maybe_unused]] I n, const T *alph
       const I *first, const I *last, const I *m, const I *n, const T *alpha, const T *values,                \
       const I *col_index, const I *row_start, const I *row_end, T *c, const I *ldc) {                        \
     tnk::sparse::csr_sm_par<TNK_SP_LETTERS(base, op, kind, tri, diag), T, I>(                                \
-        *first, *last, *m, *n, alpha, {values, col_index, row_start, row_end}, c, *ldc);                     \
+        *first, *last, *m, *n, alpha, {values, col_index, row_start, row_end}, c, *ldc,                      \
+        TNK_SP_NAME(op, kind, tri, diag, p, t, csr, base, l, sv, seq));                                      \
   }
 
 } // namespace tnk::sparse
