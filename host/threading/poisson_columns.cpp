@@ -15,7 +15,6 @@
 // square of 512 that leaves one division in twenty.
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <new>
 #include <tnk/services.h>
@@ -30,7 +29,7 @@ namespace {
 // is done: so many columns further on it is.
 template <class R> constexpr tnk_int block = 4096 / static_cast<tnk_int>(sizeof(R));
 
-constexpr tnk_int kept_bytes = 1 << 19; // of a thread's second cache
+constexpr tnk_int kept_bytes = 1 << 20; // in a thread's second cache
 
 template <class R> struct Systems {
   R *f; // row 0 of the first column
@@ -112,7 +111,7 @@ void strip(int rows, R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_i
 template <class R> class Making {
 public:
   explicit Making(tnk_int count) : count_(count), end_(count) {
-    std::fill(std::begin(settled_at_), std::end(settled_at_), never);
+    std::fill_n(settled_at_, (count + per_pack<R> - 1) / per_pack<R>, never);
   }
   tnk_int end() const { return end_; }
 
@@ -289,8 +288,9 @@ bool solve_regular(const Systems<R> &systems, const Coefficients<R> &c, bool sin
   const tnk_int packs = (std::min(columns, c.x.end) + per_pack<R> - 1) / per_pack<R>,
                 pitch = packs * per_pack<R>; // of w, which takes no more room than f
   const tnk_int bytes = Block<R>::room(systems, pitch) * static_cast<tnk_int>(sizeof(R));
-  const tnk_int fit = threads > 1 ? threads * kept_bytes / (bytes + 1) : 0,
-                most = std::min(std::max<tnk_int>(fit, threads), c.y.size() * blocks);
+  const tnk_int all = c.y.size() * blocks;
+  const tnk_int fit = threads > 1 ? std::max<tnk_int>(threads * kept_bytes / bytes, threads) : 1;
+  const tnk_int rounds = (all + fit - 1) / fit, most = (all + rounds - 1) / rounds;
   char *const memory =
       static_cast<char *>(tnk_serv_allocate(most * (bytes + static_cast<tnk_int>(sizeof(Block<R>))), 64));
   if (!memory) return false;
