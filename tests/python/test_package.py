@@ -181,6 +181,10 @@ def test_convolutions():
                         result = getattr(tnk.signal, name)(a, b, mode, method)
                         assert result.dtype == expected.dtype and result.shape == expected.shape
                         assert np.allclose(result, expected, atol=1e-3 if dtype in ("f4", "c8") else 1e-9)
+    for n, size in [(2**14, 2**15), (2**12, 2**20)]:  # by transforms, and by sums
+        ramp = np.arange(1, n + 1) * size**2
+        numbers = np.full(n, size)
+        assert np.array_equal(tnk.signal.convolve(numbers, numbers, method="fft"), np.concatenate([ramp, ramp[-2::-1]]))
     assert tnk.signal.convolve(np.eye(9, dtype=bool)[3], np.eye(5, dtype=bool)[1], method="fft").sum() == 1
     for arguments, text in [
         (([1], [[1]]), r"\(1,\) and in2 of shape \(1, 1\)"),
