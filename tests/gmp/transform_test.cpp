@@ -40,7 +40,7 @@ TEST(Limbs, CheckOfTransforms) {
   EXPECT_EQ(residue(x, 3), 8u);
   EXPECT_EQ(product_of_residues(~limb{0} - 2, 7), ~limb{0} - 14); // -2 times 7
   EXPECT_FALSE(same_residue(residue(x, 3), residue(x, 2)));
-  EXPECT_TRUE(same_residue(0, ~limb{0})); // both are 0
+  EXPECT_TRUE(same_residue(0, ~limb{0}) && same_residue(~limb{0}, 0)); // both are 0
   EXPECT_FALSE(same_residue(1, 0));
   EXPECT_EQ(residue(Limbs(3, ~limb{0}).data(), 3), ~limb{0});
 }

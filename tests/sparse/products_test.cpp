@@ -69,7 +69,8 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
         // With the entries that three threads take as their due, or few.
         const tnk_int m = blocks ? large ? 150 : 5 : large ? 900 : 40;
         const bool full = large && vector;
-        stored.push_back({name, random, number, m, general ? m * 7 / 9 : m, blocks ? 3 : 1});
+        const tnk_int n = !general ? m : d.triangle && !large && !blocks ? 1 : m * 7 / 9;
+        stored.push_back({name, random, number, m, n, blocks ? 3 : 1});
         Stored<T, tnk_int> &made = stored.back();
         // Whole blocks, for which there are kernels, or not.
         if (blocks && !large && (number_of<T> + vector + columns) % 2)
