@@ -220,6 +220,14 @@ class threads_limited:
             call(_set_threads, _asked)
             self._lock.release()
 
+    @classmethod
+    def after_fork(cls) -> None:
+        """In a child no thread is left that would give the lock back."""
+        cls._lock = threading.RLock()
+
+
+os.register_at_fork(after_in_child=threads_limited.after_fork)
+
 
 # ---- What this is ---------------------------------------------------------------------------------------------------
 

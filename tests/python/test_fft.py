@@ -3,6 +3,7 @@
 import ctypes
 import itertools
 import os
+import signal
 import subprocess
 import sys
 import threading
@@ -270,7 +271,22 @@ def test_memory_of_descriptors_is_given_back():
 
 def test_a_child_computes():
     fft.fft(np.ones(64))
+    holds, ends = threading.Event(), threading.Event()
+
+    def hold():
+        with _library.threads_limited(3):
+            holds.set()
+            ends.wait()
+
+    holder = threading.Thread(target=hold)
+    holder.start()
+    holds.wait()
     child = os.fork()
     if child == 0:
-        os._exit(0 if np.allclose(fft.fft(np.ones(4)), [4, 0, 0, 0]) and tnk.get_max_threads() == 1 else 1)
+        one = tnk.get_max_threads() == 1
+        signal.alarm(20)
+        with _library.threads_limited(1):
+            os._exit(0 if one and np.allclose(fft.fft(np.ones(4)), [4, 0, 0, 0]) else 1)
+    ends.set()
+    holder.join()
     assert os.waitpid(child, 0)[1] == 0
