@@ -8,6 +8,7 @@ import os
 import signal
 import subprocess
 import sys
+import threading
 import time
 
 import numpy as np
@@ -74,12 +75,17 @@ def test_an_interrupt_waits_for_threads():
     def interrupt(*_):
         raise KeyboardInterrupt
 
+    def slow():
+        time.sleep(0.1)
+        signal.pthread_kill(threading.main_thread().ident, signal.SIGALRM)
+        time.sleep(0.2)
+        ended.append(1)
+
     ended = []
     before = signal.signal(signal.SIGALRM, interrupt)
     try:
-        signal.setitimer(signal.ITIMER_REAL, 0.05)
         with pytest.raises(KeyboardInterrupt):
-            _threads.spread([lambda: (time.sleep(0.3), ended.append(1)), lambda: None])
+            _threads.spread([slow, lambda: None])
     finally:
         signal.signal(signal.SIGALRM, before)
     assert ended
