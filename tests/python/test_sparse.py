@@ -90,6 +90,9 @@ def test_threads_share_large_products():
         shared = tnk.sparse.matmul(a, x), tnk.sparse.matmul(a, many)
     finally:
         tnk.set_num_threads(0)
+    jumping = sparse.csr_matrix((a.data, rng.integers(0, 4 * n, entries), pointer), (n, 4 * n))
+    y = rng.standard_normal(4 * n)
+    assert np.allclose(tnk.sparse.matmul(jumping, y), jumping @ y)
     assert np.array_equal(alone[0], shared[0]) and np.array_equal(alone[1], shared[1])
     assert np.allclose(shared[0], a @ x) and np.allclose(shared[1], a @ many)
 

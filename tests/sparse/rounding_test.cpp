@@ -6,6 +6,7 @@
 #include "sparse/stored.h"
 #include "support/error_recorder.h"
 #include <cmath>
+#include <cstring>
 #include <sstream>
 #include <tnk/spblas_grid.h>
 
@@ -196,6 +197,31 @@ TYPED_TEST(CsrForms, RowsAreSummedInRounds) {
             same(c.back(), sum_in_rounds(folded, peel, 2 * round) - sum_in_rounds(folded_outside, 0, 4, 2)));
         EXPECT_TRUE(same(general.back(), T{} + alpha * sum));
       }
+}
+
+// Columns that jump about in a long vector, found out in a call for many rows, change no bit: rows one by one are summed so.
+TYPED_TEST(CsrForms, JumpsDoNotShow) {
+  USE_FORM;
+  const I m = 17000, n = 300000;
+  Integers<I> columns, pointer{0};
+  for (I i = 0; i < m; ++i) {
+    for (auto left = this->random.integer(0, 2 * (is_pair<T> ? 8 : 16)); left > 0; --left)
+      columns.push_back(static_cast<I>(this->random.integer(0, n - 1)));
+    pointer.push_back(static_cast<I>(columns.size()));
+  }
+  const auto a = this->numbers(pointer.back()), x = this->numbers(n);
+  const T alpha = this->numbers(1)[0];
+  for (const char *kernel : {"?csr0ng__c__mvout_par", "?csr0sg__c__mvout_par"}) {
+    if (kernel[5] == 's' && !is_pair<T>) continue;
+    std::vector<T> at_once(std::size_t(m), T{}), alone = at_once;
+    const auto multiply = [&](const I &first, const I &last, std::vector<T> &y) {
+      this->call(kernel, &first, &last, &m, &alpha, a.data(), columns.data(), pointer.data(),
+                 pointer.data() + 1, x.data(), y.data());
+    };
+    multiply(1, m, at_once);
+    for (I i = 1; i <= m; ++i) multiply(i, i, alone);
+    EXPECT_EQ(std::memcmp(at_once.data(), alone.data(), sizeof(T) * alone.size()), 0) << kernel;
+  }
 }
 
 // Dense operands by rows: four sums over every fourth entry, combined one after another, whatever the number of

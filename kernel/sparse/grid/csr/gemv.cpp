@@ -1,7 +1,6 @@
 // Compressed rows times a vector, plainly: y := A x in rows first ... last. Rows follow each other without gaps, under
 // one array of pointers.
-#include "kernel/sparse/grid/csr/matrix.h"
-#include "kernel/sparse/grid/csr/row.h"
+#include "kernel/sparse/grid/csr/jumps.h"
 #include <tnk/spblas_grid.h>
 
 namespace tnk::sparse {
@@ -11,10 +10,16 @@ static void csr_gemv(I first, I last, const CompressedRows<double, I> &matrix, c
   if (last < first) return;
   const I base = get(matrix.row_start);
   const double *const columns = counted_from<const double, I>(x, 1);
-  for (I i = first - 1; i < last; ++i) {
-    const auto row = row_at(matrix, base, i, i);
-    put(y + i, row_sum<double>(row.values, row.columns, row.count, columns));
-  }
+  const auto sums = [&](auto sum) {
+    for (I i = first - 1; i < last; ++i) {
+      const auto row = row_at(matrix, base, i, i);
+      put(y + i, sum(row.values, row.columns, row.count, columns));
+    }
+  };
+  if (columns_jump(matrix, base, first - 1, last))
+    sums([](auto... row) { return row_sum_of_jumps<double>(row...); });
+  else
+    sums([](auto... row) { return row_sum<double>(row...); });
 }
 
 #define TNK_CSR_GEMV_ENTRY(p, I)                                                                             \

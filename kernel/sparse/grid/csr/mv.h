@@ -5,6 +5,7 @@
 #pragma once
 
 #include "kernel/frame/host_blas.h"
+#include "kernel/sparse/grid/csr/jumps.h"
 #include "kernel/sparse/grid/csr/matrix.h"
 #include "kernel/sparse/grid/csr/row.h"
 #include "kernel/sparse/grid/name.h"
@@ -15,8 +16,10 @@ namespace tnk::sparse {
 // Names are those of GridName, less the base.
 
 // An empty row is added too, as alpha * 0: that is how a non-finite alpha gets into y.
-template <class Name, class T, class I> inline void general_row(const RowJob<T, I> &job, Row<T, I> row) {
-  const auto s = row_sum<T, Name::conjugated>(row.values, row.columns, row.count, job.x);
+template <class Name, bool Jumps, class T, class I>
+inline void general_row(const RowJob<T, I> &job, Row<T, I> row) {
+  const auto s = Jumps ? row_sum_of_jumps<T, Name::conjugated>(row.values, row.columns, row.count, job.x)
+                       : row_sum<T, Name::conjugated>(row.values, row.columns, row.count, job.x);
   add_to(job.y + row.key, times<T>(job.alpha, s));
 }
 
@@ -149,6 +152,11 @@ template <class Name, class T, class I> inline void diagonal_row(const RowJob<T,
 // One body for both bases: not inlined into the entries.
 template <class Name, class T, class I> [[gnu::noinline]] void multiply_rows(const RowJob<T, I> &given) {
   const RowJob<T, I> job = given; // a copy of its own, which no store to y can change
+  if constexpr (Name::kind == 'g' && !Name::transposed)
+    if (columns_jump(job.matrix, job.pointer_base, job.first, job.last)) {
+      for (I i = job.first; i < job.last; ++i) general_row<Name, true>(job, row_of(job, i));
+      return;
+    }
   for (I i = job.first; i < job.last; ++i) {
     const Row<T, I> row = row_of(job, i);
     if constexpr (Name::kind == 'd')
@@ -156,7 +164,7 @@ template <class Name, class T, class I> [[gnu::noinline]] void multiply_rows(con
     else if constexpr (Name::kind == 'g' && Name::transposed)
       general_transposed_row<Name>(job, row);
     else if constexpr (Name::kind == 'g')
-      general_row<Name>(job, row);
+      general_row<Name, false>(job, row);
     else if constexpr (Name::kind == 't' && Name::transposed)
       triangular_transposed_row<Name>(job, row);
     else if constexpr (Name::kind == 't')

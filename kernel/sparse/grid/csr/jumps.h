@@ -1,0 +1,55 @@
+// Compressed rows whose columns jump about in a vector that no near cache holds.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "kernel/sparse/grid/csr/matrix.h"
+#include "kernel/sparse/grid/csr/row.h"
+
+namespace tnk::sparse {
+
+// Whether rows first ... last - 1 do: from most entries to those in the same places of the next row it is far, and the vector
+// is longer than the second cache. Looked up in a few rows of many.
+template <class T, class I>
+inline bool columns_jump(const CompressedRows<T, I> &matrix, I pointer_base, I first, I last) {
+  constexpr I pairs = 16, entries = 8, least_step = 1024;
+  constexpr std::int64_t far = 4096 / sizeof(T), long_vector = (1 << 20) / sizeof(T);
+  const I step = wrapped_difference(last, first) / pairs;
+  if (step < least_step) return false;
+  int jumps = 0, all = 0;
+  std::int64_t furthest = 0;
+  for (I pair = 0; pair < pairs; ++pair) {
+    const auto row = row_at(matrix, pointer_base, first + pair * step, I{0});
+    const auto next = row_at(matrix, pointer_base, first + pair * step + 1, I{0});
+    const I common = std::min({row.count, next.count, entries});
+#pragma GCC unroll 1
+    for (I p = 0; p < common; ++p, ++all) {
+      const std::int64_t column = get(row.columns + p), jump = get(next.columns + p) - column;
+      jumps += jump > far || jump < -far;
+      furthest = std::max(furthest, column);
+    }
+  }
+  return furthest > long_vector && jumps > all / 2;
+}
+
+// The sum of such a row, each of whose elements has to be waited for. A loop of the fewest instructions an entry, and one
+// branch for all, keeps the most elements on their way. Where the end of a short row is mispredicted, what was begun behind
+// it are the next row's elements. Entries come to the second cache alone, from further ahead: the first one's few buffers
+// for what is missing are left to elements.
+template <class T, bool Conj = false, class I>
+inline in_lanes<T> row_sum_of_jumps(const T *values, const I *columns, I count, const T *x) {
+  constexpr I round = least_in_rounds<T>;
+  if (count >= round) return row_sum<T, Conj>(values, columns, count, x);
+  const auto fetch_far = [](auto *p) {
+    for (std::uintptr_t at = 0; at < round * sizeof *p; at += 64)
+      __builtin_prefetch(reinterpret_cast<const void *>(address(p) + 6144 + at), 0, 1);
+  };
+  fetch_far(values), fetch_far(columns);
+  in_lanes<T> sum{};
+#pragma GCC unroll 1
+  for (I p = 0; p < count; ++p) sum += times<T, Conj>(fetch(values + p), fetch(x + get(columns + p)));
+  return sum;
+}
+
+} // namespace tnk::sparse
