@@ -118,35 +118,38 @@ TNK_INLINE void fetch_rows_ahead(const SolveJob<T, I> &job, I first, I end) {
 }
 
 // A row's sums for all right-hand sides come first, into `sums`; then each is taken off and multiplied by the pivot's
-// reciprocal, which is formed once.
-template <bool Adjacent, class Name, class T, class I>
+// reciprocal, which is formed once. Whether the diagonal is of ones is asked once a row, and halves what is to be compiled.
+template <bool Adjacent, bool Conj, bool Lower, class T, class I>
 [[gnu::noinline]] void solve_sides_by_rows(const SolveJob<T, I> &given, const SideRange<T, I> &sides,
-                                           T *sums) {
-  constexpr bool conj = Name::conjugated, lower = Name::lower, unit = Name::unit;
+                                           bool unit, T *sums) {
   const SolveJob<T, I> job = given;
   I pivot{};
-  each_row_in_strips<!lower, I>(job.rows, lower ? lower_strip : upper_strip, [&](I i) {
+  each_row_in_strips<!Lower, I>(job.rows, Lower ? lower_strip : upper_strip, [&](I i) {
     const I first = job.start(i), end = job.end(i), key = i + job.base;
     I from = first;
-    if constexpr (lower) {
+    if constexpr (Lower) {
       if (i == 0) pivot = first;
     } else {
-      const PivotedRow<I> row = upper_row<unit>(job, i);
+      const PivotedRow<I> row = unit ? upper_row<true>(job, i) : upper_row<false>(job, i);
       pivot = row.pivot, from = row.from;
     }
-    fetch_rows_ahead<!lower>(job, first, end);
-    if constexpr (!Adjacent) sides.template fetch_columns_ahead<!lower>(i);
+    fetch_rows_ahead<!Lower>(job, first, end);
+    if constexpr (!Adjacent) sides.template fetch_columns_ahead<!Lower>(i);
     sides.template each_group<Adjacent>(job.base, [&](const auto &group, I place) {
       I p = from;
-      group.template sum<conj>(
-          job, p, end, [&](I column) { return lower && column >= key; }, sums + place);
-      if (lower && first < end) pivot = p;
+      group.template sum<Conj>(
+          job, p, end, [&](I column) { return Lower && column >= key; }, sums + place);
+      if (Lower && first < end) pivot = p;
     });
-    const T reciprocal = unit ? one<T> : quotient(one<T>, job.template value<conj>(pivot));
-    sides.template each_vector<Adjacent>(i, [=](auto v, T *y, I k) {
-      const auto rest = v.load(y) - v.load(sums + k);
-      v.store(y, unit ? rest : times<T>(rest, v.all(reciprocal)));
-    });
+    if (unit) {
+      sides.template each_vector<Adjacent>(
+          i, [=](auto v, T *y, I k) { v.store(y, v.load(y) - v.load(sums + k)); });
+    } else {
+      const T reciprocal = quotient(one<T>, job.template value<Conj>(pivot));
+      sides.template each_vector<Adjacent>(i, [=](auto v, T *y, I k) {
+        v.store(y, times<T>(v.load(y) - v.load(sums + k), v.all(reciprocal)));
+      });
+    }
   });
 }
 
@@ -183,33 +186,42 @@ template <bool Adjacent, class Name, class T, class I>
   }
 }
 
-template <bool Adjacent, class Name, class T, class I>
-[[gnu::noinline]] void solve_sides_by_columns(const SolveJob<T, I> &given, const SideRange<T, I> &sides) {
-  constexpr bool conj = Name::conjugated, lower = Name::lower, unit = Name::unit;
+template <bool Adjacent, bool Conj, bool Lower, class T, class I>
+[[gnu::noinline]] void solve_sides_by_columns(const SolveJob<T, I> &given, const SideRange<T, I> &sides,
+                                              bool unit) {
   const SolveJob<T, I> job = given;
   for (I step = 0; step < job.rows; ++step) {
-    const I i = lower ? job.rows - 1 - step : step;
-    const PivotedRow<I> row = lower ? lower_column<unit>(job, i) : upper_column<unit>(job, i);
-    const T pivot = unit ? one<T> : job.template value<conj>(row.pivot);
-    if constexpr (!unit && is_complex<T>)
-      sides.template each_vector<false, Adjacent>(i, [&](auto, T *y, I) { put(y, quotient(get(y), pivot)); });
+    const I i = Lower ? job.rows - 1 - step : step;
+    const PivotedRow<I> row = [&] {
+      if constexpr (Lower)
+        return unit ? lower_column<true>(job, i) : lower_column<false>(job, i);
+      else
+        return unit ? upper_column<true>(job, i) : upper_column<false>(job, i);
+    }();
+    const T pivot = unit ? one<T> : job.template value<Conj>(row.pivot);
+    if constexpr (is_complex<T>)
+      if (!unit)
+        sides.template each_vector<false, Adjacent>(i,
+                                                    [=](auto, T *y, I) { put(y, quotient(get(y), pivot)); });
     sides.template each_group<Adjacent>(job.base, [&](const auto &group, I) {
       using Group = std::decay_t<decltype(group)>;
       using V = typename Group::V;
       V t[Group::count];
-      group.each([&](auto k) TNK_INLINED {
-        T *const y = group.at(i + job.base, k);
-        V x = group.load(y);
-        if constexpr (!unit && !is_complex<T>) group.store(y, x /= group.all(pivot));
-        t[k] = V{} - x;
-      });
+      group.each([&](auto k) TNK_INLINED { t[k] = group.load(group.at(i + job.base, k)); });
+      if constexpr (!is_complex<T>)
+        if (!unit)
+          group.each([&](auto k) TNK_INLINED {
+            t[k] /= group.all(pivot);
+            group.store(group.at(i + job.base, k), t[k]);
+          });
+      group.each([&](auto k) TNK_INLINED { t[k] = V{} - t[k]; });
       for (I n = 0; n < row.to - row.from; ++n) { // walking away from the pivot
-        const I p = lower ? row.to - 1 - n : row.from + n;
+        const I p = Lower ? row.to - 1 - n : row.from + n;
         const I column = job.column(p);
         const V a = group.all(get(job.matrix.values + p));
         group.each([&](auto k) TNK_INLINED {
           T *const y = group.at(column, k);
-          group.store(y, group.load(y) + times<T, conj>(a, t[k]));
+          group.store(y, group.load(y) + times<T, Conj>(a, t[k]));
         });
       }
     });
@@ -238,10 +250,10 @@ inline void csr_sm_par(I first, I last, I m, [[maybe_unused]] I n, const T *alph
   if constexpr (Name::kind == 'd') {
     solve_sides_diagonal<adjacent, Name>(job, get(alpha), sides);
   } else if constexpr (Name::transposed) {
-    solve_sides_by_columns<adjacent, Name>(job, sides);
+    solve_sides_by_columns<adjacent, Name::conjugated, Name::lower>(job, sides, Name::unit);
   } else if (auto *const sums = static_cast<T *>(tnk_serv_allocate(
                  static_cast<std::int64_t>(n) * static_cast<std::int64_t>(sizeof(T)), 128))) {
-    solve_sides_by_rows<adjacent, Name>(job, sides, sums);
+    solve_sides_by_rows<adjacent, Name::conjugated, Name::lower>(job, sides, Name::unit, sums);
     tnk_serv_deallocate(sums);
   } else {
     solve_sides_alone<adjacent, Name>(job, sides, solve_one);
