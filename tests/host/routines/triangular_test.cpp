@@ -79,6 +79,7 @@ TEST(PublicTriangular, HasTheSameBitsForEveryNumberOfThreads) {
     for (const auto &[m, n] : cut_shapes)
       for (const char side : {'L', 'R'}) {
         const std::string &options = every_option[turn++ % 4 + (side == 'R' ? 4 : 0)];
+        if ((side == 'L' ? m : n) > 1100) continue; // cut as lower orders are
         const Call<T> call(options, m, n);
         const std::vector<T> alone = [&] {
           const Threads one(1);
