@@ -74,6 +74,14 @@ void add_block(const Product<Side, T, I> &job, T alpha, I to, I from, const T *b
   if constexpr (Side::by_rows) {
     for (I r = 0; r < size; ++r) {
       const Span<I> columns = columns_of(part, r, size);
+      if (job.nrhs == 1) { // nothing to run along: the same sum, kept in a register
+        T *const target = c + wrapped_product(r, job.ldc);
+        T sum = get(target);
+        for (I s = columns.first; s < columns.end; ++s)
+          sum = sum + at(r, s) * (alpha * get(b + wrapped_product(s, job.ldb)));
+        put(target, sum);
+        continue;
+      }
       for (I s = columns.first; s < columns.end; ++s) {
         const T value = at(r, s);
         const T *__restrict const b_row = b + wrapped_product(s, job.ldb);
