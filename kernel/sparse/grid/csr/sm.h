@@ -160,13 +160,12 @@ using SolveOne = void(const I *m, const T *alpha, const T *values, const I *col_
 
 // Without memory for the sums: one right-hand side after another, with divisions. Columns are solved as single ones are.
 template <bool Adjacent, class Name, class T, class I>
-[[gnu::noinline]] void solve_sides_alone(const SolveJob<T, I> &job, const SideRange<T, I> &sides,
-                                         SolveOne<T, I> *solve_one) {
+[[gnu::noinline]] void solve_sides_alone(const SolveJob<T, I> &job, const CompressedRows<T, I> &given,
+                                         const SideRange<T, I> &sides, SolveOne<T, I> *solve_one) {
   constexpr bool conj = Name::conjugated, lower = Name::lower, unit = Name::unit;
   for (I side = sides.first; side < sides.last; ++side) {
     if constexpr (!Adjacent) {
-      const CompressedRows<T, I> &a = job.matrix;
-      solve_one(&job.rows, nullptr, a.values, a.col_index, a.row_start, a.row_end,
+      solve_one(&job.rows, nullptr, given.values, given.col_index, given.row_start, given.row_end,
                 sides.c + wrapped_product(side, sides.ld));
     } else {
       const SideGroup<true, 1, T, I> group(sides.c, sides.ld, side, job.base);
@@ -256,7 +255,7 @@ inline void csr_sm_par(I first, I last, I m, [[maybe_unused]] I n, const T *alph
     solve_sides_by_rows<adjacent, Name::conjugated, Name::lower>(job, sides, Name::unit, sums);
     tnk_serv_deallocate(sums);
   } else {
-    solve_sides_alone<adjacent, Name>(job, sides, solve_one);
+    solve_sides_alone<adjacent, Name>(job, matrix, sides, solve_one);
   }
 }
 
