@@ -41,20 +41,20 @@ template <class R> struct Systems {
 };
 
 // ---- Strips of rows --------------------------------------------------------------------------------------------------
-// Who imports these loops is a library for AVX.
+// In vectors that every processor of the architecture has, as this library runs on all of them.
 
 constexpr int strip_rows = 4;
 
-template <class R> struct Pack { typedef R type __attribute__((vector_size(32))); };
+template <class R> struct Pack { typedef R type __attribute__((vector_size(16))); };
 template <class R> using pack = typename Pack<R>::type;
-template <class R> constexpr tnk_int per_pack = 32 / static_cast<tnk_int>(sizeof(R));
+template <class R> constexpr tnk_int per_pack = 16 / static_cast<tnk_int>(sizeof(R));
 
-template <class V, class R> [[gnu::target("avx"), gnu::always_inline]] inline V load(const R *p) {
+template <class V, class R> [[gnu::always_inline]] inline V load(const R *p) {
   V v;
   std::memcpy(&v, p, sizeof v);
   return v;
 }
-template <class V, class R> [[gnu::target("avx"), gnu::always_inline]] inline void store(R *p, const V &v) {
+template <class V, class R> [[gnu::always_inline]] inline void store(R *p, const V &v) {
   std::memcpy(p, &v, sizeof v);
 }
 
@@ -67,8 +67,8 @@ constexpr bool is_down(Sweep sweep) {
 // From `row`, which is done, `rows` more, as far as they are columns [i, end) in whole V. Returns the column reached. w stands
 // beside `row`, on the way up beside the next one.
 template <Sweep sweep, int rows, class V, class R>
-[[gnu::target("avx"), gnu::always_inline]] inline tnk_int
-strip_of(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch, const R *lambda) {
+[[gnu::always_inline]] inline tnk_int strip_of(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w,
+                                               tnk_int pitch, const R *lambda) {
   constexpr tnk_int width = sizeof(V) / sizeof(R);
   const tnk_int step = is_down(sweep) ? stride : -stride;
   for (; i + width <= end; i += width) {
@@ -91,8 +91,7 @@ strip_of(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch, co
 }
 
 template <Sweep sweep, int rows, class R>
-[[gnu::target("avx")]] void strip(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch,
-                                  const R *lambda) {
+void strip(R *row, tnk_int stride, tnk_int i, tnk_int end, R *w, tnk_int pitch, const R *lambda) {
   i = strip_of<sweep, rows, pack<R>>(row, stride, i, end, w, pitch, lambda);
   strip_of<sweep, rows, R>(row, stride, i, end, w, pitch, lambda);
 }
