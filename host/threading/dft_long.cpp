@@ -1,12 +1,11 @@
 #include "host/threading/dft_long.h"
 
 #include <cstdint>
-#include <sys/mman.h>
 #include <tnk/dft_long.h>
 #include <tnk/services.h>
 
 #include "host/dispatch/kernel_loader.h"
-#include "host/service/errno_keeper.h"
+#include "host/service/large_pages.h"
 #include "host/threading/dft_slices.h"
 
 namespace tnk::host {
@@ -138,13 +137,7 @@ tnk_int on_threads(void *source, void *destination, DftiNode *node, void *work) 
 // down its columns, from page to page, so it is to have large ones.
 void *make_matrix(tnk_int bytes) {
   void *const matrix = tnk_serv_tnk_malloc(bytes, 64);
-  constexpr std::uintptr_t page = 4096;
-  constexpr tnk_int large = 4 << 20;
-  if (matrix && bytes >= large) {
-    const ErrnoKeeper keeper;
-    const auto begin = (reinterpret_cast<std::uintptr_t>(matrix) + page - 1) / page * page;
-    madvise(reinterpret_cast<void *>(begin), static_cast<std::size_t>(bytes) - page, MADV_HUGEPAGE);
-  }
+  prefer_large_pages(matrix, bytes);
   return matrix;
 }
 

@@ -8,6 +8,7 @@
 #include "host/dispatch/check.h"
 #include "host/dispatch/kernel_loader.h"
 #include "host/routines/sparse/block.h"
+#include "host/service/large_pages.h"
 
 namespace tnk::host::sparse {
 
@@ -25,10 +26,11 @@ template <class T> struct Made {
   // Arrays of those lengths: the record points at them, its other fields are left alone. False without memory.
   bool take(tnk_int value_count, tnk_int columns, tnk_int rows, tnk_int pointers) {
     constexpr std::size_t index = sizeof(tnk_int);
-    a.owned = tnk_serv_tnk_malloc(
-        Room().add(value_count, sizeof(T)).add(columns, index).add(rows, index).add(pointers, index).bytes(),
-        64);
+    const tnk_int bytes =
+        Room().add(value_count, sizeof(T)).add(columns, index).add(rows, index).add(pointers, index).bytes();
+    a.owned = tnk_serv_tnk_malloc(bytes, 64);
     if (!a.owned) return false;
+    prefer_large_pages(a.owned, bytes);
     char *next = static_cast<char *>(a.owned);
     values = Room::cut<T>(next, value_count), col_index = Room::cut<tnk_int>(next, columns);
     row_index = Room::cut<tnk_int>(next, rows), pointer = Room::cut<tnk_int>(next, pointers);

@@ -23,12 +23,16 @@ template <class T, class I> struct Rows {
 
 // ---- Filling ----------------------------------------------------------------------------------------------------
 
+template <class T, class I> inline void clear(T *elements, I count) {
+  if (count > 0) std::memset(static_cast<void *>(elements), 0, static_cast<std::size_t>(count) * sizeof(T));
+}
+
 // Rows whose entries come in any order: count each, then start(), then ask for the place of each. Entries keep their
 // order within a row. The pointer of n + 1 elements is all the memory it takes.
 template <class I> class RowFiller {
 public:
   RowFiller(I *pointer, I n, I base) : pointer_(pointer), n_(n), base_(base) {
-    for (I i = 0; i <= n; ++i) put(pointer + i, I{0});
+    clear(pointer, static_cast<I>(n + 1));
   }
   void count(I row) { advance(row); }
   // Counts become starts, each a row late: once all entries are placed, every row's start has become its end.
@@ -88,10 +92,6 @@ private:
 template <class T> inline void add_entry(T *element, T value) {
   const T old = get(element);
   put(element, is_zero(old) ? value : old + value);
-}
-
-template <class T, class I> inline void clear(T *elements, I count) {
-  if (count > 0) std::memset(static_cast<void *>(elements), 0, static_cast<std::size_t>(count) * sizeof(T));
 }
 
 } // namespace tnk::sparse

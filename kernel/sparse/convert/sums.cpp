@@ -6,31 +6,39 @@
 namespace tnk::sparse {
 namespace {
 
-// take(p, q) for the union of two sorted rows, in the order of columns: where the entry stands in each, -1 where it has
-// none. Ends when that says false.
-template <class A, class B, class I, class Take> bool merge_row(const A &a, const B &b, I i, Take take) {
+// The union of two sorted rows in the order of columns: from_a(p), from_b(q) or from_both(p, q), with the places in the
+// matrices. Ends when one of them says false.
+template <class A, class B, class I, class FromA, class FromB, class FromBoth>
+inline bool merge_row(const A &a, const B &b, I i, FromA from_a, FromB from_b, FromBoth from_both) {
   I p = a.begin(i), q = b.begin(i);
   const I a_end = a.end(i), b_end = b.end(i);
-  while (p < a_end || q < b_end) {
-    const bool from_a = q >= b_end || (p < a_end && a.column(p) <= b.column(q));
-    const bool from_b = p >= a_end || (q < b_end && b.column(q) <= a.column(p));
-    if (!take(from_a ? p : I{-1}, from_b ? q : I{-1})) return false;
-    p += from_a, q += from_b;
+  while (p < a_end && q < b_end) {
+    const I in_a = a.column(p), in_b = b.column(q);
+    if (in_a < in_b) {
+      if (!from_a(p++)) return false;
+    } else if (in_b < in_a) {
+      if (!from_b(q++)) return false;
+    } else if (!from_both(p++, q++)) {
+      return false;
+    }
   }
+  for (; p < a_end; ++p)
+    if (!from_a(p)) return false;
+  for (; q < b_end; ++q)
+    if (!from_b(q)) return false;
   return true;
 }
 
 // prepare(row, from one) comes before a row is read.
 template <class T, class I, class A, class B, class Prepare>
-void add(I m, const A &a, T beta, const B &b, Result<T, I> c, Prepare prepare) {
+void add(I m, A a, T beta, B b, Result<T, I> c, Prepare prepare) {
   for (I i = 0; i < m; ++i) {
     prepare(static_cast<I>(i + 1));
     c.begin_row(i);
-    const bool fits = merge_row(a, b, i, [&](I p, I q) {
-      return c.append(i, p < 0 ? b.column(q) : a.column(p), [&] {
-        return q < 0 ? a.value(p) : p < 0 ? beta * b.value(q) : beta * b.value(q) + a.value(p);
-      });
-    });
+    const bool fits = merge_row(
+        a, b, i, [&](I p) { return c.append(i, a.column(p), [&] { return a.value(p); }); },
+        [&](I q) { return c.append(i, b.column(q), [&] { return beta * b.value(q); }); },
+        [&](I p, I q) { return c.append(i, a.column(p), [&] { return beta * b.value(q) + a.value(p); }); });
     if (!fits) return;
     c.end_row(i);
   }
@@ -39,11 +47,13 @@ void add(I m, const A &a, T beta, const B &b, Result<T, I> c, Prepare prepare) {
 template <class I> void count_rows(I m, const I *ja, const I *ia, const I *jb, const I *ib, I *counts) {
   clear(counts, m);
   const Rows<float, I> a = {nullptr, ja, ia, 1}, b = {nullptr, jb, ib, 1};
-  for (I i = 0; i < m; ++i)
-    merge_row(a, b, i, [&](I, I) {
+  for (I i = 0; i < m; ++i) {
+    const auto one_more = [&](auto...) {
       put(counts + i, static_cast<I>(get(counts + i) + 1));
       return true;
-    });
+    };
+    merge_row(a, b, i, one_more, one_more, one_more);
+  }
 }
 
 enum { a_is_unsorted = 1, b_is_unsorted = 2 };

@@ -63,13 +63,15 @@ void csrcoo(const I *job, I n, T *csr_values, I *col_index, I *row_pointer, I *n
 }
 
 // The columns of a square matrix, from its rows; or its rows from its columns, which is the same.
-template <class T, class I> void turn(I n, const Rows<T, I> &a, T *values, I *rows, I *pointer, I base) {
+template <class T, class I> void turn(I n, Rows<T, I> a, T *values, I *rows, I *pointer, I base) {
   if (n < 0) return;
   RowFiller<I> filler(pointer, n, base);
   const I entries = n > 0 ? a.end(n - 1) : 0; // rows stand one after another, so none is asked for its end
+#pragma GCC unroll 4
   for (I k = n > 0 ? a.begin(0) : 0; k < entries; ++k) filler.count(a.column(k));
   filler.start();
   for (I i = 0; i < n; ++i)
+#pragma GCC unroll 4
     for (I k = a.begin(i), end = a.end(i); k < end; ++k) {
       const I at = filler.place(a.column(k));
       put(values + at, a.value(k));
