@@ -17,17 +17,26 @@ USAGE
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 libraries=$root/build/release/lib/tnk-blas threads=2 only=blas,blas64,lapack,lapack64,numpy,scipy,R,octave
+refuse() { echo "clients: $1; see --help" >&2; exit 2; }
 while [ $# -gt 0 ]; do
   case $1 in
-    --threads) threads=${2:?}; shift ;;
-    --only) only=${2:?}; shift ;;
+    --threads | --only) [ -n "${2-}" ] || refuse "$1 wants a value" ;;&
+    --threads) threads=$2; shift ;;
+    --only) only=$2; shift ;;
     -h | --help) usage; exit 0 ;;
-    -*) usage >&2; exit 2 ;;
+    -*) refuse "no option $1" ;;
     *) libraries=$1 ;;
   esac
   shift
 done
-[ -e "$libraries/libblas.so.3" ] || { echo "clients: no libblas.so.3 in $libraries" >&2; exit 2; }
+case $threads in 0* | *[!0-9]*) refuse "--threads is '$threads', which is no number of threads" ;; esac
+for name in ${only//,/ }; do
+  case $name in
+    blas | blas64 | lapack | lapack64 | numpy | scipy | R | octave) ;;
+    *) refuse "--only holds '$name', which is none of blas blas64 lapack lapack64 numpy scipy R octave" ;;
+  esac
+done
+[ -e "$libraries/libblas.so.3" ] || refuse "no libblas.so.3 in $libraries"
 libraries=$(cd "$libraries" && pwd)
 clients=$root/tests/dropin/clients
 export OMP_NUM_THREADS=$threads

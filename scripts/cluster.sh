@@ -20,19 +20,28 @@ USAGE
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 libraries=$root/build/release/lib processes="1 2 4" only=scalapack,hpcc,pfft,dask programs='' against=''
+refuse() { echo "cluster: $1; see --help" >&2; exit 2; }
 while [ $# -gt 0 ]; do
   case $1 in
-    --processes) processes=${2:?}; shift ;;
-    --only) only=${2:?}; shift ;;
-    --programs) programs=${2:?}; shift ;;
-    --against) against=${2:?}; shift ;;
+    --processes | --only | --programs | --against) [ -n "${2-}" ] || refuse "$1 wants a value" ;;&
+    --processes) processes=$2; shift ;;
+    --only) only=$2; shift ;;
+    --programs) programs=$2; shift ;;
+    --against) against=$2; shift ;;
     -h | --help) usage; exit 0 ;;
-    -*) usage >&2; exit 2 ;;
+    -*) refuse "no option $1" ;;
     *) libraries=$1 ;;
   esac
   shift
 done
-[ -e "$libraries/libtnk_host.so" ] || { echo "cluster: no libtnk_host.so in $libraries" >&2; exit 2; }
+for count in $processes; do
+  case $count in 0* | *[!0-9]*) refuse "--processes holds '$count', which is no number of processes" ;; esac
+done
+for name in ${only//,/ }; do
+  case $name in scalapack | hpcc | pfft | dask) ;; *) refuse "--only holds '$name', which is none of scalapack hpcc pfft dask" ;; esac
+done
+[ -e "$libraries/libtnk_host.so" ] || refuse "no libtnk_host.so in $libraries"
+[ -z "$against" ] || [ -e "$against/libblas.so.3" ] || refuse "no libblas.so.3 in $against"
 libraries=$(cd "$libraries" && pwd)
 suites=$root/tests/cluster
 export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 TNK_LIBRARY_PATH=$libraries PYTHONPATH=$root/python PYTHONDONTWRITEBYTECODE=1

@@ -68,13 +68,17 @@ def _load() -> ctypes.CDLL:
     places = _places()
     for place in places:
         if place.is_file():
-            return ctypes.CDLL(str(place))
+            try:
+                return ctypes.CDLL(str(place))
+            except OSError as error:
+                raise ImportError(f"tnk: {HOST} cannot be loaded: {error}") from None
+    looked = "".join(f"\n  {place}" for place in places)
+    if os.environ.get("TNK_LIBRARY_PATH"):
+        raise ImportError(f"tnk: {HOST} was not found. TNK_LIBRARY_PATH names its folder; looked for:{looked}")
     try:
-        if not os.environ.get("TNK_LIBRARY_PATH"):
-            return ctypes.CDLL(HOST)  # where the dynamic linker looks
+        return ctypes.CDLL(HOST)  # where the dynamic linker looks
     except OSError:
         pass
-    looked = "".join(f"\n  {place}" for place in places)
     raise ImportError(
         f"tnk: {HOST} was not found. Looked for:{looked}\nand in the dynamic linker's folders. "
         "Build or install the library, or set TNK_LIBRARY_PATH to the folder that holds it."
@@ -82,6 +86,16 @@ def _load() -> ctypes.CDLL:
 
 
 host = _load()
+
+
+def declared(name: str, result: Any, *arguments: Any) -> Any:
+    """A function of the host by its name."""
+    function = getattr(host, name, None)
+    if function is None:
+        raise ImportError(f"tnk: {host._name} has no {name}; it is of another version than this package")
+    function.restype, function.argtypes = result, arguments
+    return function
+
 
 # ---- Errors -------------------------------------------------------------------------------------------------------
 
@@ -105,9 +119,8 @@ def _on_error(error: Any) -> None:
 
 
 _handler = _Handler(_on_error)
-host.tnk_set_error_handler.argtypes = [ctypes.c_void_p]
-host.tnk_set_error_handler.restype = ctypes.c_void_p
-_before = _Handler(host.tnk_set_error_handler(ctypes.cast(_handler, ctypes.c_void_p)))
+_set_handler = declared("tnk_set_error_handler", ctypes.c_void_p, ctypes.c_void_p)
+_before = _Handler(_set_handler(ctypes.cast(_handler, ctypes.c_void_p)))
 
 
 def call(function: Any, *arguments: Any) -> Any:
@@ -124,13 +137,6 @@ def call(function: Any, *arguments: Any) -> Any:
     if kind == _MEMORY:
         raise MemoryError(message)
     raise (ValueError if kind == _ARGUMENT else LibraryError)(message)
-
-
-def declared(name: str, result: Any, *arguments: Any) -> Any:
-    """A function of the host by its name."""
-    function = getattr(host, name)
-    function.restype, function.argtypes = result, arguments
-    return function
 
 
 _entry = declared("tnk_kernel_entry", ctypes.c_void_p, ctypes.c_char_p)

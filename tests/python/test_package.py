@@ -41,6 +41,15 @@ def start(program, **environment):
 def test_what_is_missing_is_said(tmp_path):
     outcome = start("import tnk", TNK_LIBRARY_PATH=str(tmp_path))
     assert outcome.returncode == 1 and "libtnk_host.so was not found" in outcome.stderr and str(tmp_path) in outcome.stderr
+    assert "dynamic linker" not in outcome.stderr, "which is not asked then"
+    host = tmp_path / "libtnk_host.so"
+    host.touch()
+    outcome = start("import tnk", TNK_LIBRARY_PATH=str(tmp_path))
+    assert outcome.returncode == 1 and f"ImportError: tnk: libtnk_host.so cannot be loaded: {host}" in outcome.stderr
+    host.unlink()
+    host.symlink_to(np.linalg._umath_linalg.__file__)
+    outcome = start("import tnk", TNK_LIBRARY_PATH=str(tmp_path))
+    assert outcome.returncode == 1 and f"ImportError: tnk: {host} has no tnk_set_error_handler" in outcome.stderr
     outcome = start("import tnk; tnk.show(); tnk.fft.fft([1.0])", TNK_KERNEL_PATH="/no/such/library.so")
     assert outcome.returncode == 1 and "/no/such/library.so" in outcome.stdout and "LibraryError" in outcome.stderr
 

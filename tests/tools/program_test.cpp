@@ -20,6 +20,7 @@ TEST(Program, ExitCodesAndMessages) {
       {"", "tour --list", 0, "vectors ", ""},
       {"", "bench --help", 0, "Exit code", ""},
       {"", "bench --filter '('", 2, "", "regular expression"},
+      {"", "bench --sizes 8,0", 2, "", "not a list of sizes"},
       {"", "bench --rounds 0", 2, "", "--rounds"},
       {"TNK_KERNEL_PATH=/nowhere/k.so", "bench", 1, "", "/nowhere/k.so"},
       {"", "", 2, "", "subcommand"},

@@ -206,6 +206,11 @@ std::string regex_error(const std::string &text) {
   }
 }
 
+std::string sizes_error(const std::string &text) {
+  static const std::regex list("[1-9][0-9]{0,17}(,[1-9][0-9]{0,17})*");
+  return std::regex_match(text, list) ? "" : "not a list of sizes, as 8,12,16: " + text;
+}
+
 int run(const Options &options) {
   if (options.list) {
     for (const Group &group : groups(options))
@@ -229,7 +234,8 @@ Command bench_command(CLI::App &program) {
       ->type_name("REGEX")
       ->check(regex_error);
   app->add_option("--sizes", options->sizes, "These sizes in place of the rows' own, as 8,12,16")
-      ->type_name("LIST");
+      ->type_name("LIST")
+      ->check(sizes_error);
   app->add_option("--rounds", options->rounds, "Interleaved rounds for each row, at most; more are steadier")
       ->check(CLI::Range(1, 1000))
       ->capture_default_str();

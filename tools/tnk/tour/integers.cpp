@@ -222,7 +222,7 @@ void polynomials(Stage &stage) {
   }
   stage.stop_on_error();
   stage.show({format("polynomials to x^%d", highest_degree), "integer",
-              format("exact in %.2f s, double %.0e off", seconds, worst_at_all), missed ? 1.0 : 0.0, 0, ""});
+              format("%.2f s, double %.0e off", seconds, worst_at_all), missed ? 1.0 : 0.0, 0, ""});
 
   Figure figure(
       1000, 520, "Polynomials through the sunspot numbers, in double",

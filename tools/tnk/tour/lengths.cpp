@@ -123,7 +123,7 @@ std::string draw(const std::vector<Measured> &all) {
   double top = 0;
   for (const Measured &m : all) top = std::max(top, m.rate);
   top = std::ceil(top / 5) * 5;
-  Panel panel(figure, {82, 130, 890, 360}, "", {1, 10, "length, as a power of two"}, {0, top, "Gflop/s"});
+  Panel panel(figure, {82, 130, 890, 360}, "", {1, 10, "length, as a power of two"}, {0, top, "GFLOP/s"});
   for (const Measured &m : all) {
     const double x = std::log2(static_cast<double>(m.length));
     panel.line({{x - 0.02, m.rate}, {x + 0.02, m.rate}}, looks[m.road].colour, 4);
@@ -156,7 +156,7 @@ void lengths_scene(Stage &stage) {
     // A transform of length 2^t is at most t (4 sqrt(2) + 1) roundings off (Higham, 2002, 24.1), one by convolution three
     // such ones of four times the length.
     stage.show({looks[road].words, "ComputeForward", format("%zu lengths", rates.size()), error.value(),
-                7 * 3 * 13 * roundoff, format("%.2f Gflop/s", rates[rates.size() / 2])});
+                7 * 3 * 13 * roundoff, format("%.2f GFLOP/s", rates[rates.size() / 2])});
   }
   stage.picture("lengths.svg", draw(all));
 }

@@ -34,7 +34,7 @@ void MagnitudeMap::draw(Figure &figure, const Box &box, const std::string &what)
   std::vector<double> values = map_;
   for (double &value : values) value = value == nothing ? low - step : std::max(value, low);
   const auto order = static_cast<double>(order_);
-  Panel(figure, box, format("%s by magnitude, the lightest of 10^%g and less", what.c_str(), low),
+  Panel(figure, box, format("%s by magnitude, the lightest of %g and less", what.c_str(), std::pow(10, low)),
         {0, order, "column"}, {order, 0, "row"})
       .map(cells, values, {with_white, low - step, high});
   figure.legend({box.left + box.width + 22, box.top, 14, box.height}, {magnitudes(), low, high},

@@ -80,6 +80,7 @@ struct Method {
   const char *name, *routine, *colour;
   precision prec;
   double unit, result_unit; // roundoff of a step, and of the result's type
+  Point beside;             // its curve, where the picture has its name
   std::vector<Point> points;
   Worst over_bound;
   double safe = 0; // the largest condition up to which it had two digits
@@ -176,11 +177,7 @@ std::string draw(const std::array<Method, 5> &methods, const std::array<std::vec
              {-17, 1, "log\u2081\u2080 of the relative error"});
   for (const Method &method : methods) {
     dots.line(method.points, method.colour, method.prec == precision::extra ? 2.2 : 1.4);
-    const auto middle = std::find_if(method.points.begin(), method.points.end(), [&](const Point &p) {
-      return p.y > (method.result_unit > 1e-10 ? -4.5 : -9);
-    });
-    dots.note(middle == method.points.end() ? method.points.back() : *middle, 8, -14, Panel::Side::right,
-              method.colour, method.name);
+    dots.note(method.beside, 0, 0, Panel::Side::right, method.colour, method.name);
   }
   Panel systems(figure, {830, 110, 420, 460}, "Hilbert system", {smallest, largest, "order"},
                 {-17, 1, "log\u2081\u2080 of the error"});
@@ -204,11 +201,11 @@ void precision_scene(Stage &stage) {
   const std::vector<Terms> floats = sweep<float>(engine), numbers = sweep<double>(engine);
   constexpr double u = roundoff, single = 0x1p-24;
   std::array<Method, 5> methods = {
-      {{"floats in floats", "sdot_x", colour::grey, precision::single, single, single, {}, {}},
-       {"floats in doubles", "sdot_x", colour::vermilion, precision::plain, u, single, {}, {}},
-       {"floats in pairs", "sdot_x", colour::blue, precision::extra, u * u, single, {}, {}},
-       {"doubles in doubles", "ddot_x", colour::vermilion, precision::plain, u, u, {}, {}},
-       {"doubles in pairs", "ddot_x", colour::blue, precision::extra, u * u, u, {}, {}}}};
+      {{"floats in floats", "sdot_x", colour::grey, precision::single, single, single, {4.3, -4.9}, {}, {}},
+       {"floats in doubles", "sdot_x", colour::vermilion, precision::plain, u, single, {14.7, -4.2}, {}, {}},
+       {"floats in pairs", "sdot_x", colour::blue, precision::extra, u * u, single, {29.3, -4.6}, {}, {}},
+       {"doubles in doubles", "ddot_x", colour::vermilion, precision::plain, u, u, {9.0, -9.0}, {}, {}},
+       {"doubles in pairs", "ddot_x", colour::blue, precision::extra, u * u, u, {25.2, -9.4}, {}, {}}}};
   for (std::size_t k = 0; k < methods.size(); ++k)
     k < 3 ? measure<float>(methods[k], floats) : measure<double>(methods[k], numbers);
   stage.stop_on_error();

@@ -253,7 +253,7 @@ std::string draw(const Model &model, const Iteration &it) {
   curve.marker(residual.back(), colour::blue);
   const Point &middle = residual[residual.size() / 2], &lower = distance[distance.size() * 11 / 20];
   curve.note(middle, 6, 10, Panel::Side::right, colour::blue, "residual |Ax \u2212 \u03bbx|");
-  curve.note(lower, -8, -14, Panel::Side::left, colour::vermilion, "distance of \u03bb from its last value");
+  curve.note(lower, -20, -20, Panel::Side::left, colour::vermilion, "distance of \u03bb from its last value");
   return figure.svg();
 }
 

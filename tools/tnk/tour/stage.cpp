@@ -12,7 +12,7 @@ namespace {
 void row(const char *quantity, const char *routine, const char *value, const char *error, const char *allowed,
          const char *rate) {
   std::string text =
-      format("  %-22s %-12s %-24s %9s %9s  %14s", quantity, routine, value, error, allowed, rate);
+      format("  %-22s %-17s %-27s %8s  %8s  %14s", quantity, routine, value, error, allowed, rate);
   text.erase(text.find_last_not_of(' ') + 1);
   std::printf("%s\n", text.c_str());
 }

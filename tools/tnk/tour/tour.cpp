@@ -74,7 +74,7 @@ void run_scene(const Scene &scene, Stage &stage) {
 
 int run_tour(const Options &options) {
   if (options.list) {
-    for (const Scene &scene : scenes) std::printf("%-12s %s\n", scene.name, scene.title);
+    for (const Scene &scene : scenes) std::printf("%-13s %s\n", scene.name, scene.title);
     return exit_ok;
   }
   if (load_kernel() != TNK_OK) throw Failure(tnk_kernel_message());
