@@ -286,7 +286,7 @@ typedef struct tnk_triangular_level {
                     with g groups of 4 rows.
      dtrsm_ll, _lu  op(A) X = B by that, op(A) lower or upper, for `count` columns. B begins `offset` rows below b.
      dtrsm_rl, _ru  X op(A) = B, for `count` rows. B begins `offset` columns behind b. buffer: the solved part of 8 right-hand
-                    sides, 8 elements for each row of whole groups, at a multiple of 32 bytes. non_unit is not read: copya has written the ones.
+                    sides, 8 elements for each row of whole groups, at a multiple of 32 bytes. non_unit: not read (copya).
      dtrsm_pst      the list, the effect and the bits of x?trsm, but without memory, and slower.
      strsm_lln ...  side, uplo, operation (c in the complex types only): the same in s, c, z, with an alpha of 1.
 

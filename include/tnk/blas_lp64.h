@@ -1,7 +1,7 @@
-/* Level 1 routines for callers with 32-bit integers, exported by the kernel library. Each widens n and the increments,
-   sign included, and hands everything to the 64-bit routine named with it: the public, checked one for axpy, copy and
-   dot; the kernel (tnk/blas_level1.h) for dotu and scal. Which operands may coincide or overlap is told where these are
-   declared. */
+/* Level 1 routines for callers with 32-bit integers, exported by the kernel library; link with -ltnk. Each widens n and
+   the increments, sign included, and hands everything to the 64-bit routine named with it: the public, checked one
+   for axpy, copy and dot; the kernel (tnk/blas_level1.h) for dotu and scal. Which operands may coincide or overlap
+   is told where these are declared. */
 #ifndef TNK_BLAS_LP64_H
 #define TNK_BLAS_LP64_H
 

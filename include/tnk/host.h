@@ -81,10 +81,10 @@ void *tnk_kernel_require(const char *name);
 
 /* ---- Threads ------------------------------------------------------------------------------------------------ */
 
-/* Public routines that have much to do (products of matrices, solves and multiplies with triangles, matrix times vector and
-   updates of matrices by vectors, products and solves with sparse matrices, copies and sums of matrices, transforms in
-   several dimensions or of many rows, convolutions, Poisson's equation) are spread over several threads: the calling one and others of the host's own, which are
-   made when first needed and sleep in between. How many, the first line that applies:
+/* Public routines that have much to do (products of matrices, solves and multiplies with triangles, matrix times vector
+   and updates of matrices by vectors, products and solves with sparse matrices, copies and sums of matrices, transforms
+   in several dimensions or of many rows, convolutions, Poisson's equation) are spread over several threads: the calling
+   one and others of the host's own, made when first needed and asleep in between. How many, the first line that applies:
 
      called inside an active OpenMP parallel region        1
      tnk_set_num_threads(n) with n > 0                     n, for all threads of the process
@@ -92,11 +92,11 @@ void *tnk_kernel_require(const char *name);
      the environment variable OMP_NUM_THREADS              its first number
      otherwise                                             the processors that the calling thread may run on
 
-   These are upper bounds: small jobs run on the calling thread, 256 threads are the most, and of what is more than
-   the system grants or has at hand in time the routine does without. The result has the same bits for every number of
+   These are upper bounds: small jobs run on the calling thread, 256 threads are the most, and of what is more than the
+   system grants or has at hand in time the routine does without. The result has the same bits for every number of
    threads, but for the sparse products that tnk/sparse.h names and some backward transforms of real numbers that
-   docs/numerics.md names; there it is this number that counts, whatever becomes of the threads. All threads compute under the caller's floating-point control (rounding, flushing to zero), and the
-   exceptions that they raise are raised in the caller.
+   docs/numerics.md names; there it is this number that counts, whatever becomes of the threads. All threads compute under
+   the caller's floating-point control (rounding, flushing to zero), and raise their exceptions in the caller.
 
    Several threads may call at once: the first has the others' help, the rest work alone meanwhile. A child of fork
    starts as if it had called tnk_set_num_threads(1), and may ask for more, which it then makes anew. The host's own

@@ -92,19 +92,23 @@ tnk_integer_result tnk_integer_power(tnk_integer *r, const tnk_integer *b, uint6
 /* r := b^e modulo |m|, from 0 to |m| - 1. An e below 0 is refused where b has no inverse. */
 tnk_integer_result tnk_integer_power_modulo(tnk_integer *r, const tnk_integer *b, const tnk_integer *e,
                                             const tnk_integer *m);
+/* r := 1 / a modulo |m|, from 0 to |m| - 1. */
 tnk_integer_result tnk_integer_inverse(tnk_integer *r, const tnk_integer *a, const tnk_integer *m);
 /* s := the square root cut to a whole number, r := a - s^2. r may be null. */
 tnk_integer_result tnk_integer_sqrt(tnk_integer *s, tnk_integer *r, const tnk_integer *a);
-/* The n-th root, n > 0, cut toward 0. */
+/* The n-th root cut toward 0; n = 0 is refused. */
 tnk_integer_result tnk_integer_root(tnk_integer *r, const tnk_integer *a, uint64_t n);
+/* Not negative; gcd(a, 0) is |a|. */
 tnk_integer_result tnk_integer_gcd(tnk_integer *r, const tnk_integer *a, const tnk_integer *b);
 /* g := gcd(a, b) = a s + b t with the smallest s and t (tnk/gmp.h). */
 tnk_integer_result tnk_integer_gcd_extended(tnk_integer *g, tnk_integer *s, tnk_integer *t,
                                             const tnk_integer *a, const tnk_integer *b);
+/* Not negative; 0 where a or b is 0. */
 tnk_integer_result tnk_integer_lcm(tnk_integer *r, const tnk_integer *a, const tnk_integer *b);
 tnk_integer_result tnk_integer_factorial(tnk_integer *r, uint64_t n);
+/* n over k; 0 for k > n. */
 tnk_integer_result tnk_integer_binomial(tnk_integer *r, uint64_t n, uint64_t k);
-/* Kronecker's symbol (a|b). */
+/* *symbol := Kronecker's symbol (a|b), 1, 0 or -1, which is Jacobi's for odd b above 0. */
 tnk_integer_result tnk_integer_kronecker(int *symbol, const tnk_integer *a, const tnk_integer *b);
 
 TNK_END_DECLS

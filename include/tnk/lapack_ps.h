@@ -203,8 +203,8 @@ void tnk_lapack_ps_dgtsv_small(const tnk_int *n, const tnk_int *nrhs, double *dl
 
 /* op(A) X = B with the factors A = L U of such an elimination. dl: its n - 1 multipliers; d, du, du2: U's diagonal and
    the two above it, n, n - 1 and n - 2 elements; ipiv[i], i < n - 1, is i + 1, or i + 2 where row i was interchanged with
-   the next. itrans: 0 no transpose, 1 transpose, any other conjugate transpose, in s and d the transpose. Each element is divided by
-   its pivot. No-op when n < 1. */
+   the next. itrans: 0 no transpose, 1 transpose, any other conjugate transpose, in s and d the transpose. Each element is
+   divided by its pivot. No-op when n < 1. */
 void tnk_lapack_ps_sgtts2(const tnk_int *itrans, const tnk_int *n, const tnk_int *nrhs, const float *dl,
                           const float *d, const float *du, const float *du2, const tnk_int *ipiv, float *b,
                           const tnk_int *ldb);
@@ -232,8 +232,8 @@ void tnk_lapack_ps_zptts2(const tnk_int *n, const tnk_int *nrhs, const double *d
                           tnk_complex16 *b, const tnk_int *ldb);
 
 /* Factors of a diagonally dominant matrix, eliminated from both ends at once without pivoting (van der Vorst,
-   Parallel Computing 5 (1987), 45). The ends meet at row q = n - 1 - (n - 1) / 2, counted from 0. d becomes the reciprocals of the
-   pivots. dl[k], k < q, becomes the multiplier by which row k was subtracted from row k + 1; dl[i - 1], i > q, element
+   Parallel Computing 5 (1987), 45). The ends meet at row q = n - 1 - (n - 1) / 2, counted from 0. d becomes the reciprocals
+   of the pivots. dl[k], k < q, becomes the multiplier by which row k was subtracted from row k + 1; dl[i - 1], i > q, element
    (i, i - 1) divided by the pivot of row i. du stays. *info: 0, or the position of a pivot that is zero or a NaN, at
    which it ended: pivots are met in the order 1, n, 2, n - 1, ... n < 1: *info is 0, nothing else happens. */
 void tnk_lapack_ps_sdttrfb(const tnk_int *n, float *dl, float *d, float *du, tnk_int *info);

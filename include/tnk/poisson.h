@@ -3,8 +3,9 @@
      - u_xx - u_yy + q u = f          in a box - u_xx - u_yy - u_zz + q u = f
 
    at equidistant points, edges included, by the five-point or seven-point equations: an error of second order in the steps,
-   and no iteration: a transform along each axis but the last, and tridiagonal equations along that one. The plate that is
-   held at the values in `edge` at its left and lets no heat out elsewhere:
+   and no iteration: a transform along each axis but the last, and tridiagonal equations along that one (R. W. Hockney,
+   "A Fast Direct Solution of Poisson's Equation Using Fourier Analysis", Journal of the ACM 12 (1965), 95). The plate that
+   is held at the values in `edge` at its left and lets no heat out elsewhere:
 
      tnk_poisson_problem problem = {.dims = 2, .cells = {200, 100}, .high = {2, 1}, .sides = "DNNN"};
      const void *boundary[] = {edge, zeros, zeros, zeros};

@@ -11,7 +11,7 @@
 TNK_BEGIN_DECLS
 
 /* ---- Straight-line transforms -------------------------------------------------------------------------------------
-   Of as many numbers as the name says; source and destination may be the same. */
+   Of as many numbers as the name says, without scale; source and destination may be the same. */
 
 void e9_vpks_cDFTfwd_3_64fc(const tnk_complex16 *source, tnk_complex16 *destination);
 void e9_vpks_cDFTinv_3_64fc(const tnk_complex16 *source, tnk_complex16 *destination);

@@ -75,7 +75,7 @@ int32_t e9_vpksFFTFree_C_64fc(tnk_signal_fft *spec);
 int32_t e9_vpksFFTFree_C_64f(tnk_signal_fft *spec);
 int32_t e9_vpksFFTFree_R_64f(tnk_signal_fft *spec);
 
-/* *size := the bytes of work that a transform needs, with 32 to spare for alignment; 0 where it needs none. */
+/* *size := the bytes of work that a transform needs, with 32 to spare for alignment; 0 where it needs none. -8, -17. */
 int32_t e9_vpksFFTGetBufSize_C_32fc(const tnk_signal_fft *spec, int32_t *size);
 int32_t e9_vpksFFTGetBufSize_C_32f(const tnk_signal_fft *spec, int32_t *size);
 int32_t e9_vpksFFTGetBufSize_R_32f(const tnk_signal_fft *spec, int32_t *size);

@@ -14,10 +14,10 @@
                 sv sm             y := op(A)^-1 y, C := op(A)^-1 C, in place
      mode       seq par           the whole job, or a piece of it: first ... last, from one, both included
 
-   With lp64 every index and size is a 32-bit integer and so is all arithmetic on them. All arguments travel by
-   address, alpha too. Nothing is checked; nothing allocated but in some solves, below. What is written, y or C, must not overlap with anything
-   that is read: x, B, alpha, the arrays of A, sizes; what is only read may coincide or overlap. What a piece is depends
-   on the operation:
+   With lp64 every index and size is a 32-bit integer and so is all arithmetic on them. All arguments travel by address,
+   alpha too. Nothing is checked; nothing allocated but in some solves, below. What is written, y or C, must not overlap
+   with anything that is read: x, B, alpha, the arrays of A, sizes; what is only read may coincide or overlap. What a
+   piece is depends on the operation:
 
      csr mv, bsr mv, gemv   (block) rows; those that scatter (tg, cg, s, h, a) need a private y each, added up
                             afterwards by split_par, split_syml_par or split_symu_par
