@@ -18,7 +18,7 @@ are missing; says nothing when there are none. Uses sudo when not run as root.
   --cluster
            also the programs of several processes that scripts/cluster.sh runs
   --docs   also what make docs wants
-  --dev    also what contributors use: the formatter, the shell checker, the debugger
+  --dev    also what contributors use: the formatter, the checkers of scripts and type hints, the debugger
   --list   name the missing packages, one a line, and install nothing
   --help   this text
 EOF
@@ -88,6 +88,7 @@ python3-scipy        library python3/dist-packages/scipy
 dev='
 clang-format         command clang-format
 shellcheck           command shellcheck
+mypy                 command mypy
 gdb                  command gdb
 '
 

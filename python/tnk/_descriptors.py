@@ -53,7 +53,7 @@ class Plan(NamedTuple):
     lengths: tuple[int, ...]
     input_strides: tuple[int, ...]
     output_strides: tuple[int, ...]
-    count: int
+    transforms: int
     input_distance: int
     output_distance: int
     in_place: bool
@@ -78,7 +78,7 @@ def _make(plan: Plan) -> ctypes.c_void_p:
         raise _failure(status, plan)
     values = [
         (_BACKWARD_SCALE if plan.backward else _FORWARD_SCALE, ctypes.c_double(plan.scale)),
-        (_NUMBER, c_int(plan.count)),
+        (_NUMBER, c_int(plan.transforms)),
         (_INPUT_STRIDES, _strides(plan.input_strides)),
         (_OUTPUT_STRIDES, _strides(plan.output_strides)),
         (_INPUT_DISTANCE, c_int(plan.input_distance)),

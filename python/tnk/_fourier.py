@@ -73,7 +73,7 @@ def _points(n: Any) -> int:
     return n
 
 
-def _places(array: np.ndarray, s: Optional[Sequence[int]], axes: Any, halved: bool) -> tuple[list[int], list[int]]:
+def _places(array: np.ndarray, s: Any, axes: Any, halved: bool) -> tuple[list[int], list[int]]:
     """Axes from 0, and the lengths along them; with `halved` the last length is that of the real side."""
     if type(axes) is list and len(axes) == 1 and s is None and -array.ndim <= axes[0] < array.ndim:  # the usual case
         axis = axes[0] % array.ndim
@@ -145,7 +145,7 @@ def one(n: Optional[int]) -> Optional[list[int]]:
 # ---- Kinds ------------------------------------------------------------------------------------------------------------
 
 
-def c2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], overwrite: bool, workers: Optional[int],
+def c2c(x: Any, s: Any, axes: Any, norm: Optional[str], overwrite: bool, workers: Optional[int],
         backward: bool) -> np.ndarray:  # fmt: skip
     # The usual case, without the looks that others need.
     as_it_stands = type(x) is np.ndarray and x.dtype.char in "FD" and s is None and norm is None and not overwrite
@@ -193,7 +193,7 @@ def r2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[
         array = array.copy("C")
     shape = list(array.shape)
     shape[places[-1]] = lengths[-1] // 2 + 1
-    result = np.empty(shape, _complex_type(array.dtype))
+    result: np.ndarray = np.empty(shape, _complex_type(array.dtype))
     scale = _scale(norm, False, prod(lengths))
     transform(array, result, tuple(places), tuple(lengths), real=True, backward=False, scale=scale, threads=threads)
     return result
@@ -214,7 +214,7 @@ def c2r(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[
     array = _resized(array, places, [*lengths[:-1], half])
     shape = list(array.shape)
     shape[places[-1]] = lengths[-1]
-    result = np.empty(shape, _real_type(array.dtype))
+    result: np.ndarray = np.empty(shape, _real_type(array.dtype))
     scale = _scale(norm, True, prod(lengths))
     transform(array, result, tuple(places), tuple(lengths), real=True, backward=True, scale=scale, threads=threads)
     return result

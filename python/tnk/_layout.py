@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from functools import lru_cache
+from functools import lru_cache, partial
 from math import prod
 from typing import Optional
 
@@ -42,10 +42,11 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
            ) -> Optional[list[tuple[Transform, _Offsets]]]:  # fmt: skip
     """A transform for each thread, with the offsets in bytes at which it is run; None where a dense copy is cheaper, or
     needed."""
-    read = _element_strides(shape, strides, sizes[0])
-    written = _element_strides(written_shape, written_strides, sizes[1])
-    if read is None or written is None:
+    steps = _element_strides(shape, strides, sizes[0]), _element_strides(written_shape, written_strides, sizes[1])
+    if steps[0] is None or steps[1] is None:
         return None
+    read: _Shape = steps[0]
+    written: _Shape = steps[1]
     loops = _merged([(shape[d], read[d], written[d]) for d in range(len(shape)) if d not in axes])
     # The longest loop is the descriptor's, the others are walked here; where these are many, and each call has little to
     # do, a copy in which all are one loop is cheaper.
@@ -96,6 +97,10 @@ def along_one_axis(shape: _Shape, strides: _Shape, dtype: np.dtype, axis: int, b
     return found[0] if found is not None and len(found) == 1 else None
 
 
+def _run(how: Transform, addresses: tuple[int, int], offsets: _Offsets, _: tuple[np.ndarray, np.ndarray]) -> None:
+    how.run(*addresses, offsets)
+
+
 def forget() -> None:
     """Free the descriptors that are kept."""
     along_one_axis.cache_clear()
@@ -120,7 +125,7 @@ def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths
         if len(found) == 1:
             return found[0][0].run(*addresses, found[0][1])
         held = source, destination  # as long as a piece runs
-        return spread([lambda how=how, offsets=offsets, held=held: how.run(*addresses, offsets) for how, offsets in found])
+        return spread([partial(_run, how, addresses, offsets, held) for how, offsets in found])
 
     moved = tuple(range(-len(axes), 0))
     dense = np.ascontiguousarray(np.moveaxis(source, axes, moved))

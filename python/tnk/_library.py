@@ -204,6 +204,12 @@ def get_max_threads() -> int:
     -------
     int
         At least 1.
+
+    Examples
+    --------
+    >>> import tnk
+    >>> tnk.get_max_threads() >= 1
+    True
     """
     return _get_threads()
 
@@ -245,6 +251,14 @@ def show(file: Any = None) -> None:
     ----------
     file : file-like, optional
         Where to; standard output by default.
+
+    Examples
+    --------
+    >>> import io, tnk
+    >>> out = io.StringIO()
+    >>> tnk.show(out)
+    >>> [line.split()[0] for line in out.getvalue().splitlines()]
+    ['version', 'processor', 'class', 'host', 'kernel', 'threads']
     """
     out = sys.stdout if file is None else file
     load = declared("tnk_kernel_load", ctypes.c_int)

@@ -20,8 +20,8 @@ def spread(pieces: Sequence[Callable[[], None]]) -> None:
     """
     global _pool
     if len(pieces) == 1 or not threading.main_thread().is_alive():  # no pool takes more once that thread has ended
-        for piece in pieces:
-            piece()
+        for alone in pieces:
+            alone()
         return
     with _lock:
         if _pool is None:
@@ -30,16 +30,16 @@ def spread(pieces: Sequence[Callable[[], None]]) -> None:
     try:
         pieces[-1]()
     finally:
-        interrupt = None
+        interrupt: Optional[BaseException] = None
         for piece in waiting:
             while not piece.done():
                 try:
                     wait((piece,))
                 except BaseException as error:
                     interrupt = error
-    for error in (interrupt, *(piece.exception() for piece in waiting)):
-        if error is not None:
-            raise error
+    for failure in (interrupt, *(piece.exception() for piece in waiting)):
+        if failure is not None:
+            raise failure
 
 
 def _after_fork() -> None:

@@ -3,13 +3,14 @@
 from __future__ import annotations
 
 import ctypes
+from typing import Any
 
 import numpy as np
 
 from ._library import Complex64, Complex128, c_int, call, declared
 
 _LETTERS = {"f": "s", "d": "d", "F": "c", "D": "z"}
-_ONE = {"s": 1.0, "d": 1.0, "c": Complex64(1, 0), "z": Complex128(1, 0)}
+_ONE: dict[str, Any] = {"s": 1.0, "d": 1.0, "c": Complex64(1, 0), "z": Complex128(1, 0)}
 _FACTOR = {
     "s": ctypes.c_float,
     "d": ctypes.c_double,

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import ctypes
-from functools import lru_cache
+from functools import lru_cache, partial
 from math import sqrt
 from typing import Any, Optional, Sequence
 
@@ -58,7 +58,7 @@ def _summed(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
     """By definition."""
     n = rows.shape[-1]
     k, i = np.arange(n)[:, None], np.arange(n)[None, :]
-    function = np.cos if family == "c" else np.sin
+    function: Any = np.cos if family == "c" else np.sin
     shift = 0 if family == "c" else 1
     period = n + {("c", 1): -1, ("s", 1): 1}.get((family, kind), 0)
     angle = {
@@ -136,10 +136,8 @@ def _transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Optio
         divisor = sqrt(period) if norm == "ortho" else period if inverse == (norm != "forward") else 1
         shares = max(1, min(threads, len(rows), rows.size // LEAST_SHARE)) if n >= _LEAST else 1
         cuts = [len(rows) * i // shares for i in range(shares + 1)]
-        spread([
-            lambda of=slice(*cuts[i : i + 2]): _transform_rows(rows[of], result[of], family, own, ends, divisor)
-            for i in range(shares)
-        ])  # fmt: skip
+        parts = [slice(*cuts[i : i + 2]) for i in range(shares)]
+        spread([partial(_transform_rows, rows[of], result[of], family, own, ends, divisor) for of in parts])
         array = np.ascontiguousarray(np.moveaxis(result.reshape(moved.shape), -1, place))
     return array
 

@@ -125,6 +125,13 @@ def sum(x: ArrayLike, *, precision: str = "extra") -> np.number:
     scalar
         In the type of `x`; float64 for integers.
 
+    Raises
+    ------
+    ValueError
+        If `x` is no vector, `precision` is none, or integers are too large to be exact in double precision.
+    TypeError
+        If `x` holds no numbers, or such of extended precision.
+
     Examples
     --------
     >>> import tnk.exact
@@ -183,6 +190,13 @@ def matvec(a: ArrayLike, x: ArrayLike, *, precision: str = "extra") -> np.ndarra
     ndarray, shape (m,)
         In the operands' common type.
 
+    Raises
+    ------
+    ValueError
+        If shapes do not fit, `precision` is none, or integers are too large to be exact in double precision.
+    TypeError
+        If the operands are no numbers, or of extended precision.
+
     Examples
     --------
     >>> import tnk.exact
@@ -207,6 +221,11 @@ def residual(a: ArrayLike, x: ArrayLike, b: ArrayLike, *, precision: str = "extr
     -------
     ndarray, shape (m,)
         In the operands' common type.
+
+    Raises
+    ------
+    ValueError, TypeError
+        As `matvec` has them.
 
     Examples
     --------

@@ -17,7 +17,7 @@ import inspect
 import sys
 from functools import lru_cache
 from math import sqrt
-from typing import Any, Callable, Iterator, Optional, Sequence, Union
+from typing import Any, Callable, Iterator, Optional, Sequence
 
 import numpy as np
 from numpy.fft import fftfreq, fftshift, ifftshift, rfftfreq
@@ -454,7 +454,7 @@ def _sines_are_orthogonal() -> bool:
         return bool(abs(other.dst([1.0, 1.0], norm="ortho")[0] - sqrt(2)) < 1e-3)
 
 
-def __ua_function__(method: Callable, args: tuple, kwargs: dict) -> Union[np.ndarray, type(NotImplemented)]:
+def __ua_function__(method: Callable, args: tuple, kwargs: dict) -> Any:
     """What `scipy.fft` calls. Whatever is not covered here, bad arguments included, is left to SciPy."""
     name, kwargs = method.__name__, dict(kwargs)
     if name not in COVERED or kwargs.pop("plan", None) is not None:

@@ -128,7 +128,8 @@ class Solver:
         arrays: list[Optional[np.ndarray]] = [None] * (2 * dims)
         if boundary is None:
             return arrays
-        if len(boundary) != dims or any(len(pair) != 2 for pair in boundary):
+        pairs = hasattr(boundary, "__len__") and all(hasattr(pair, "__len__") for pair in boundary)
+        if not pairs or len(boundary) != dims or any(len(pair) != 2 for pair in boundary):
             raise ValueError(f"boundary has no pair of sides for each of {dims} axes")
         for axis, pair in enumerate(boundary):
             expected = self.shape[:axis] + self.shape[axis + 1 :]
@@ -168,6 +169,16 @@ class Solver:
         -----
         RuntimeWarning
             If the problem has no solution as given, see `off`.
+
+        Examples
+        --------
+        A sheet held at 0 all around, of which each point is pushed:
+
+        >>> import tnk.pde
+        >>> tnk.pde.Solver((3, 3), [(0, 1), (0, 1)]).solve(16.0)
+        array([[0., 0., 0.],
+               [0., 1., 0.],
+               [0., 0., 0.]])
         """
         values = _real(f, "f", self.dtype)
         if values.ndim and values.shape != self.shape:
@@ -213,6 +224,16 @@ def solve(f: ArrayLike, extents: Sequence[Sequence[float]], *, sides: Optional[S
     -------
     ndarray
         u, of the shape of `f`.
+
+    Raises
+    ------
+    ValueError, TypeError
+        As `Solver` and `Solver.solve` have them.
+
+    Warns
+    -----
+    RuntimeWarning
+        If the problem has no solution as given.
 
     Examples
     --------

@@ -8,6 +8,7 @@ from __future__ import annotations
 
 import ctypes
 import weakref
+from functools import partial
 from typing import Any, Callable
 
 import numpy as np
@@ -163,7 +164,7 @@ def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: st
                     added(integer(begin + 1), integer(end), *arguments)
 
         cuts = _bounds(pointer, columns.size)
-        return spread([lambda i=i: rows(cuts[i], cuts[i + 1]) for i in range(len(cuts) - 1)])
+        return spread([partial(rows, *cuts[i : i + 2]) for i in range(len(cuts) - 1)])
     y.fill(0)
     if several:
         width_of = x.shape[1]
@@ -173,8 +174,8 @@ def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: st
         pieces = max(1, min(get_max_threads(), width_of // 16, int(columns.size) * width_of // _LEAST_WORK))
         cuts = [width_of * i // pieces for i in range(pieces + 1)]
         spread([
-            lambda i=i: _call(name + "mmout_par", integer(cuts[i] + 1), integer(cuts[i + 1]), integer(m),
-                              integer(width_of), *start[1:], *tail)
+            partial(_call, name + "mmout_par", integer(cuts[i] + 1), integer(cuts[i + 1]), integer(m),
+                    integer(width_of), *start[1:], *tail)
             for i in range(pieces)
         ])  # fmt: skip
         return None
@@ -414,8 +415,8 @@ def solve_triangular(a: Any, b: ArrayLike, *, op: str = "N", lower: bool = True,
     pieces = max(1, min(get_max_threads(), sides // 8, int(columns.size) * sides // _LEAST_WORK))
     cuts = [sides * i // pieces for i in range(pieces + 1)]
     spread([
-        lambda i=i: _call(name + "smout_par", integer(cuts[i] + 1), integer(cuts[i + 1]), integer(n), integer(sides),
-                          *tail, integer(sides))
+        partial(_call, name + "smout_par", integer(cuts[i] + 1), integer(cuts[i + 1]), integer(n), integer(sides),
+                *tail, integer(sides))
         for i in range(pieces)
     ])  # fmt: skip
     return x

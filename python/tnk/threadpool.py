@@ -34,6 +34,11 @@ def register() -> bool:
     -------
     bool
         Whether it is known now: False without threadpoolctl or where its version takes no controllers.
+
+    Examples
+    --------
+    >>> import tnk.threadpool
+    >>> known = tnk.threadpool.register()
     """
     global _known
     if _known:

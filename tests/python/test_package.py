@@ -3,8 +3,10 @@
 import doctest
 import fractions
 import importlib
+import inspect
 import io
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -19,13 +21,34 @@ import tnk.signal
 from tnk import _threads
 
 
-@pytest.mark.parametrize("name", ["tnk._library", "tnk._transpose", "tnk._trig", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse"])
+MODULES = ["tnk._library", "tnk._transpose", "tnk._trig", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse", "tnk.threadpool"]
+
+
+@pytest.mark.parametrize("name", MODULES)
 def test_examples(name):
     if name == "tnk.sparse":
         pytest.importorskip("scipy.sparse")
     module = importlib.import_module(name)
     outcome = doctest.testmod(module, globs={"np": np, "tnk": tnk})
     assert outcome.attempted > 0 and outcome.failed == 0
+
+
+@pytest.mark.parametrize("name", ["tnk", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse", "tnk.threadpool"])
+def test_whatever_is_public_is_documented(name):
+    if name == "tnk.sparse":
+        pytest.importorskip("scipy.sparse")
+    module = importlib.import_module(name)
+    public = [getattr(module, own) for own in module.__all__]
+    public = [own for own in public if inspect.isroutine(own) and own.__module__.startswith("tnk")] + [tnk.pde.Solver, tnk.pde.Solver.solve]
+    for function in public:
+        words, signature = inspect.getdoc(function), inspect.signature(function)
+        parameters = [parameter for parameter in signature.parameters.values() if parameter.name != "self"]
+        wanted = {"Examples"} | ({"Parameters"} if parameters else set())
+        wanted |= {"Raises"} if parameters and function is not tnk.show else set()
+        wanted |= {"Returns"} if signature.return_annotation in ("np.ndarray", "np.number", "int", "bool", "LinearOperator") else set()
+        assert not [title for title in wanted if f"\n{title}\n---" not in words], function.__qualname__
+        for parameter in parameters:
+            assert parameter.annotation is not parameter.empty and re.search(rf"\b{parameter.name}\b.*\n", words), (function.__qualname__, parameter)
 
 
 def test_show():

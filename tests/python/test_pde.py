@@ -73,6 +73,7 @@ def test_singular_problems():
         (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1), (0, 1)], sides=["DX", "DD"]), "sides"),
         (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1), (0, 1)], sides=["D", "DD"]), "two letters"),
         (lambda: tnk.pde.solve(np.zeros((5, 6)), [(0, 1), (0, 1)], boundary=[(np.ones(5), 0), (0, 0)]), r"\(5,\), expected \(6,\)"),
+        (lambda: tnk.pde.solve(np.zeros((5, 5)), [(0, 1), (0, 1)], boundary=[1.0, None]), "no pair of sides for each of 2 axes"),
         (lambda: tnk.pde.Solver((4, 4), [(0, 1), (0, 1)]).solve(np.ones((4, 5))), r"f has shape \(4, 5\), expected \(4, 4\)"),
     ],
 )  # fmt: skip
