@@ -207,7 +207,8 @@ TEST(PublicSymmetric, MeetsItsDefinition) {
     EXPECT_TRUE(Call<T>(name, letters, 9, 6, 0, 1).run().untouched()) << name.name << ' ' << letters;
     // What is not touched may be null.
     const tnk_int none = 0;
-    std::vector<const void *> empty = Call<T>(name, letters, 6, 7, 1, 1).arguments();
+    Call<T> some(name, letters, 6, 7, 1, 1);
+    std::vector<const void *> empty = some.arguments();
     empty[2] = &none, empty[5] = empty[empty.size() - 2] = nullptr;
     call(name, empty);
   });
