@@ -18,14 +18,14 @@ _Offsets = tuple[tuple[int, int], ...]
 KEPT = 64  # layouts of which the descriptors are kept
 
 
-def _element_strides(shape: _Shape, strides: _Shape, size: int) -> Optional[_Shape]:
+def element_strides(shape: _Shape, strides: _Shape, size: int) -> Optional[_Shape]:
     """Strides in elements; None where a descriptor cannot have them."""
     if any(n > 1 and (s <= 0 or s % size) for s, n in zip(strides, shape)):
         return None
     return tuple(s // size if n > 1 else 1 for s, n in zip(strides, shape))
 
 
-def _merged(loops: list[_Loop]) -> list[_Loop]:
+def merged(loops: list[_Loop]) -> list[_Loop]:
     """The same walk in fewer loops, the longest one first."""
     result: list[_Loop] = []
     for length, read, written in sorted((loop for loop in loops if loop[0] > 1), key=lambda loop: loop[2]):
@@ -42,12 +42,12 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
            ) -> Optional[list[tuple[Transform, _Offsets]]]:  # fmt: skip
     """A transform for each thread, with the offsets in bytes at which it is run; None where a dense copy is cheaper, or
     needed."""
-    steps = _element_strides(shape, strides, sizes[0]), _element_strides(written_shape, written_strides, sizes[1])
+    steps = element_strides(shape, strides, sizes[0]), element_strides(written_shape, written_strides, sizes[1])
     if steps[0] is None or steps[1] is None:
         return None
     read: _Shape = steps[0]
     written: _Shape = steps[1]
-    loops = _merged([(shape[d], read[d], written[d]) for d in range(len(shape)) if d not in axes])
+    loops = merged([(shape[d], read[d], written[d]) for d in range(len(shape)) if d not in axes])
     # The longest loop is the descriptor's, the others are walked here; where these are many, and each call has little to
     # do, a copy in which all are one loop is cheaper.
     calls = prod(length for length, _, _ in loops[1:])

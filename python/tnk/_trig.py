@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import ctypes
-from functools import lru_cache, partial
+from functools import lru_cache
 from math import sqrt
 from typing import Any, Optional, Sequence
 
@@ -13,7 +13,7 @@ from numpy.typing import ArrayLike
 from ._docstrings import like
 from ._fourier import one, prepared, threads_of
 from ._library import c_int, call, declared
-from ._threads import LEAST_SHARE, spread
+from ._lines import Buffer, by_lines
 
 # How a type is computed from the rows of the library: kind, forward or backward, the factor of its scaled sums, where the
 # first number stands in a row, and the logical length by numbers. The last two are of the sums' period, which scales.
@@ -30,20 +30,20 @@ _TYPES = {
 }
 _INVERSE = {1: 1, 2: 3, 3: 2, 4: 4}
 _LEAST = 4  # shorter ones are summed
-_ON_ONE_THREAD = (1 << 15) - 1  # numbers in rows that the library leaves on the caller's thread
+_DOUBLE = np.dtype(np.float64)
 
 
 class _Plan:
-    """Made once for a kind, length and precision; several threads may use it."""
+    """Made once for a kind and length; several threads may use it. In double, since single precision would lose digits."""
 
-    def __init__(self, kind: int, n: int, letter: str) -> None:
+    def __init__(self, kind: int, n: int) -> None:
         pointer = ctypes.c_void_p
-        make = declared(f"tnk_trig_{letter}make", ctypes.c_int, ctypes.POINTER(pointer), ctypes.c_int32, c_int)
-        self._free = declared(f"tnk_trig_{letter}free", None, pointer)
+        make = declared("tnk_trig_dmake", ctypes.c_int, ctypes.POINTER(pointer), ctypes.c_int32, c_int)
+        self._free = declared("tnk_trig_dfree", None, pointer)
         signature = ctypes.c_int, pointer, c_int, pointer, c_int
-        self.run = {back: declared(f"tnk_trig_{letter}{name}", *signature)
+        self.run = {back: declared(f"tnk_trig_d{name}", *signature)
                     for back, name in ((False, "forward"), (True, "backward"))}  # fmt: skip
-        self.row = n + (kind < _QUARTER_COSINE)
+        self.pitch = (n + (kind < _QUARTER_COSINE)) | 1  # odd: lines at powers of two would share places in the cache
         self.handle = pointer()
         call(make, ctypes.byref(self.handle), kind, n)
 
@@ -75,41 +75,38 @@ def _summed(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
     return (rows @ matrix.T).astype(rows.dtype)
 
 
-def _unscaled(rows: np.ndarray, family: str, kind: int) -> np.ndarray:
-    """The sums of a type, of rows."""
-    n = rows.shape[-1]
-    if n < _LEAST:
-        return _summed(rows, family, kind)
-    which, backward, first, more = _TYPES[family, kind]
-    period = n + more
-    # Errors of type 1 grow with the root of n, in single precision too: the library takes the other ones in double itself.
-    dtype = np.float64 if kind == 1 else rows.dtype
-    plan = _plan(which, period, "s" if dtype == np.float32 else "d")
-    # Forward has the sums over the period, backward half of them.
-    factor = 2 if backward else period
-    work = np.zeros((len(rows), plan.row), dtype)
-    part = work[:, first : first + n]
-    np.multiply(rows, factor, out=part)
-    call(plan.run[backward], plan.handle, len(work), work.ctypes.data, plan.row)
-    return part
-
-
-def _transform_rows(rows: np.ndarray, result: np.ndarray, family: str, kind: int, ends: bool, divisor: float) -> None:
-    """The transforms of rows over a divisor, on this thread, some rows at a time."""
-    n = rows.shape[-1]
+def _along(source: np.ndarray, target: np.ndarray, axis: int, family: str, kind: int, ends: bool, factor: float,
+           threads: int) -> None:  # fmt: skip
+    """The sums of a type along an axis, times a factor; target may be source."""
+    n = source.shape[axis]
     heads = [0, -1] if kind == 1 else [0] if family == "c" else [-1]  # whose rows of the matrix are longer
     before = ends and (kind == 3 or (family, kind) == ("c", 1))
     behind = ends and (kind == 2 or (family, kind) == ("c", 1))
-    step = max(1, _ON_ONE_THREAD // (n + 1)) if n >= _LEAST else len(rows)
-    for begin in range(0, len(rows), max(1, step)):
-        some = rows[begin : begin + step]
+    if n < _LEAST:
+        moved = np.array(np.moveaxis(source, axis, -1), order="C")
+        lines = moved.reshape(-1, n)
         if before:
-            some = some.copy()
-            some[:, heads] *= sqrt(2)
-        sums = _unscaled(some, family, kind)
+            lines[:, heads] *= sqrt(2)
+        sums = _summed(lines, family, kind)
         if behind:
             sums[:, heads] /= sqrt(2)
-        np.divide(sums, divisor, out=result[begin : begin + step])
+        np.multiply(sums.reshape(moved.shape), factor, out=np.moveaxis(target, axis, -1))
+        return
+    which, backward, first, more = _TYPES[family, kind]
+    period = n + more
+    plan = _plan(which, period)
+    run = plan.run[backward]
+    # Forward has the sums over the period, backward half of them.
+    factor *= 2 if backward else period
+
+    def compute(lines: np.ndarray, address: int) -> None:
+        if before:
+            lines[:, heads] *= sqrt(2)
+        call(run, plan.handle, len(lines), address, plan.pitch)
+        if behind:
+            lines[:, heads] /= sqrt(2)
+
+    by_lines(source, target, axis, compute, Buffer(_DOUBLE, plan.pitch, first), factor, threads)
 
 
 def _transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Optional[Sequence[int]], axes: Any,
@@ -120,26 +117,23 @@ def _transform(x: ArrayLike, family: str, inverse: bool, kind: int, shape: Optio
     if norm not in (None, "backward", "ortho", "forward"):
         raise ValueError(f'norm is {norm!r}, expected "backward", "ortho" or "forward"')
     array, places = prepared(x, shape, axes)
-    if array.dtype.kind == "c":
-        arguments = family, inverse, kind, None, places, norm, orthogonalize, threads
-        return _transform(array.real, *arguments) + 1j * _transform(array.imag, *arguments)
     own = _INVERSE[kind] if inverse else kind
+    if (family, kind) == ("c", 1) and any(array.shape[place] < 2 for place in places):
+        raise ValueError("a cosine transform of type 1 has 2 numbers or more")
+    if not places:
+        return array.copy()
+    result = np.empty(array.shape, array.dtype)
+    if not array.size:
+        return result
     ends = norm == "ortho" if orthogonalize is None else orthogonalize
-    for place in places:
-        n = array.shape[place]
-        if (family, kind) == ("c", 1) and n < 2:
-            raise ValueError("a cosine transform of type 1 has 2 numbers or more")
-        moved = np.moveaxis(array, place, -1)
-        rows = np.ascontiguousarray(moved).reshape(-1, n)
-        result = np.empty(rows.shape, array.dtype)
-        period = 2 * (n + _TYPES[family, own][3])
-        divisor = sqrt(period) if norm == "ortho" else period if inverse == (norm != "forward") else 1
-        shares = max(1, min(threads, len(rows), rows.size // LEAST_SHARE)) if n >= _LEAST else 1
-        cuts = [len(rows) * i // shares for i in range(shares + 1)]
-        parts = [slice(*cuts[i : i + 2]) for i in range(shares)]
-        spread([partial(_transform_rows, rows[of], result[of], family, own, ends, divisor) for of in parts])
-        array = np.ascontiguousarray(np.moveaxis(result.reshape(moved.shape), -1, place))
-    return array
+    parts = [(array, result)] if array.dtype.kind == "f" else [(array.real, result.real), (array.imag, result.imag)]
+    for source, target in parts:
+        for place in places:
+            period = 2 * (array.shape[place] + _TYPES[family, own][3])
+            divisor = sqrt(period) if norm == "ortho" else period if inverse == (norm != "forward") else 1
+            _along(source, target, place, family, own, ends, 1 / divisor, threads)
+            source = target
+    return result
 
 
 # ---- Cosines and sines ------------------------------------------------------------------------------------------------------

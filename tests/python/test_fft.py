@@ -137,6 +137,39 @@ assert threads() == before + 1
     subprocess.run([sys.executable, "-c", program], check=True)
 
 
+def laid_out(rng, shape, dtype, way):
+    """Numbers of a shape in one of several layouts."""
+    if way == 1:
+        return numbers(rng, shape[::-1], dtype).T
+    if way == 2:
+        return numbers(rng, [2 * n for n in shape], dtype)[(slice(1, None, 2),) * len(shape)]
+    if way == 3:
+        return numbers(rng, shape, dtype)[(slice(None, None, -1),) * len(shape)]
+    if way == 4:
+        return np.moveaxis(numbers(rng, (*shape[1:], shape[0]), dtype), -1, 0)
+    return numbers(rng, shape, dtype)
+
+
+@pytest.mark.parametrize("dtype", ["f4", "f8", "c8", "c16"])
+def test_lines_of_large_arrays(dtype):
+    other = pytest.importorskip("scipy.fft")
+    rng = np.random.default_rng(7)
+    single = dtype in ("f4", "c8")
+    shapes = [(70, 90), (3, 2500), (2500, 3), (300, 301), (9, 3, 400), (400, 9, 2), (41, 1, 43, 5), (2, 3, 5, 2, 3, 5, 7), (40000,)]
+    for shape, way in itertools.product(shapes, range(5)):
+        x = laid_out(rng, shape, dtype, way)
+        kind, name = int(rng.integers(1, 5)), ("dctn", "idctn", "dstn", "idstn")[rng.integers(0, 4)]
+        axes = [int(a) for a in rng.permutation(x.ndim)[: rng.integers(1, x.ndim + 1)]]
+        if min(shape[a] for a in axes) < 2:
+            axes = [0]
+        result = getattr(fft, name)(x, kind, axes=axes)
+        expected = getattr(other, name)(x.astype("c16" if x.dtype.kind == "c" else "f8"), kind, axes=axes)
+        allowed = 2e-6 if single else 1e-15 * sum(4 + np.sqrt(shape[a]) for a in axes)  # which the library's method loses
+        assert result.dtype == x.dtype and np.linalg.norm((result - expected).ravel()) <= allowed * np.linalg.norm(expected.ravel())
+        assert np.array_equal(result, getattr(fft, name)(x, kind, axes=axes, workers=3))
+        assert np.array_equal(result, getattr(fft, name)(x.copy(), kind, axes=axes))
+
+
 def test_lengths_batches_and_a_repeated_axis():
     rng = np.random.default_rng(3)
     for shape, axis in [((2**16,), 0), ((9973,), 0), ((300, 400), 0), ((400, 300), 1), ((3, 50, 70), 1), ((40, 30, 2, 20), 1)]:
