@@ -45,7 +45,7 @@ static void solve(tnk_int n, const double *l, tnk_int ldl, double *b) {
 
 int main(int argc, char **argv) {
   const tnk_int n = argc > 1 ? std::atoi(argv[1]) : 500;
-  if (n < 1) return 2;
+  if (n < 1) return std::fprintf(stderr, "usage: cholesky [ORDER]\n"), 2;
   if (tnk_kernel_load() != TNK_OK) return 1; // the error handler has said why
 
   // The solution is all ones: b has the sums of the rows.

@@ -51,7 +51,8 @@ static double error(const Vector &x) {
 
 int main(int argc, char **argv) {
   const tnk_int n = argc > 1 ? std::atoi(argv[1]) : 10;
-  if (n < 1 || n > 11) return 2; // beyond, the matrix has no Cholesky factor in double precision
+  if (n < 1 || n > 11) // beyond, the matrix has no Cholesky factor in double precision
+    return std::fprintf(stderr, "usage: refine [ORDER], 11 at most\n"), 2;
   if (tnk_kernel_load() != TNK_OK) return 1;
 
   const Vector a = hilbert(n), l = factor_of(a, n), ones(static_cast<std::size_t>(n), 1);

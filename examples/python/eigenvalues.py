@@ -12,6 +12,9 @@ import scipy.sparse
 import tnk.sparse
 from scipy.sparse.linalg import LinearOperator, eigsh, splu
 
+if len(sys.argv) < 2:
+    sys.exit(__doc__)
+
 lower = scipy.sparse.tril(scipy.io.mmread(sys.argv[1])).tocsr()  # the file has one triangle
 n = lower.shape[0]
 stiffness = tnk.sparse.aslinearoperator(lower, kind="symmetric")
@@ -46,6 +49,7 @@ if len(sys.argv) > 2:
     figure, rows = pyplot.subplots(6, 1, figsize=(8, 8), sharex=True, layout="constrained")
     for axes, value, mode in zip(rows, smallest, modes.T):
         axes.plot(mode, linewidth=0.5)
-        axes.set_ylabel(f"{value:.1f}", rotation=0, ha="right")
-    rows[0].set_title("Modes of the six smallest eigenvalues of bcsstk13, by unknown")
+        axes.text(0.01, 0.82, f"{value:.1f}", transform=axes.transAxes)
+    rows[0].set_title("The six smallest eigenvalues and their modes")
+    rows[-1].set_xlabel("unknown")
     figure.savefig(sys.argv[2], dpi=120)

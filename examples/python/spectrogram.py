@@ -8,6 +8,9 @@ import sys
 import numpy as np
 import tnk.fft
 
+if len(sys.argv) < 2:
+    sys.exit(__doc__)
+
 WINDOW, STEP = 12 * 44, 12  # months: four cycles, a spectrum a year
 
 table = np.genfromtxt(sys.argv[1], delimiter=",", names=True, dtype=None, encoding="utf-8", comments="#")

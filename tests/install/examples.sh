@@ -30,9 +30,11 @@ amplitude 29.4624' "$("$program" "$data/sunspots.csv" 2>&1)"
     ;;
   *cholesky)
     same "$program" 'order 500, solved to 13 digits' "$("$program" 2>&1)"
+    same "$program with a wrong order" 'usage: cholesky [ORDER]' "$("$program" twelve 2>&1)"
     ;;
   *refine)
     same "$program" 'in pairs every digit is right' "$("$program" 2>&1 | tail -1)"
+    same "$program with a wrong order" 'usage: refine [ORDER], 11 at most' "$("$program" twelve 2>&1)"
     ;;
   *torsion)
     same "$program" 'torsion constant 0.1406' "$("$program" 2>&1)"

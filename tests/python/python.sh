@@ -27,6 +27,10 @@ if [ "$what" = examples ]; then
     [ "$(head -c 8 "$work/$name.png" | tail -c 7 | head -c 3)" = PNG ] || { echo "$name: no picture"; exit 1; }
   }
   data=$source/examples/data
+  for name in spectrogram eigenvalues; do
+    words=$($python "$source/examples/python/$name.py" 2>&1) && { echo "$name: runs without data"; exit 1; }
+    case $words in *"python3 $name.py "*) ;; *) echo "$name: does not say how it is called"; exit 1 ;; esac
+  done
   run "11.0 in the middle" spectrogram "$data/sunspots.csv"
   run "largest  3.114812e+12" eigenvalues "$data/bcsstk13.mtx"
   run "put in 2.8253" plate
