@@ -12,6 +12,7 @@ import numpy as np
 from numpy.typing import ArrayLike
 
 from ._layout import along_one_axis, transform
+from ._lines import copied
 
 # ---- Arguments ------------------------------------------------------------------------------------------------------
 
@@ -168,7 +169,7 @@ def c2c(x: Any, s: Any, axes: Any, norm: Optional[str], overwrite: bool, workers
     if not places:
         return array if overwrite else array.copy()
     if len(places) > 1 and not _falls(array):
-        array = array.copy("C")
+        array = copied(array)
     if (array.base is None if array is not given else overwrite and array is x) and array.flags.carray:
         result = array
     else:
@@ -190,7 +191,7 @@ def r2c(x: ArrayLike, s: Any, axes: Any, norm: Optional[str], workers: Optional[
         return c2c(half, lengths[:-1], places[:-1], norm, True, threads, False)
     array = _resized(array, places, lengths)
     if len(places) > 1 and not _falls(array):
-        array = array.copy("C")
+        array = copied(array)
     shape = list(array.shape)
     shape[places[-1]] = lengths[-1] // 2 + 1
     result: np.ndarray = np.empty(shape, _complex_type(array.dtype))

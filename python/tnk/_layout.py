@@ -16,6 +16,7 @@ _Shape = tuple[int, ...]
 _Offsets = tuple[tuple[int, int], ...]
 
 KEPT = 64  # layouts of which the descriptors are kept
+_ENOUGH = 1 << 11  # numbers of a call that takes longer than to be called
 
 
 def element_strides(shape: _Shape, strides: _Shape, size: int) -> Optional[_Shape]:
@@ -25,15 +26,19 @@ def element_strides(shape: _Shape, strides: _Shape, size: int) -> Optional[_Shap
     return tuple(s // size if n > 1 else 1 for s, n in zip(strides, shape))
 
 
+def _closest(shape: _Shape, steps: _Shape) -> int:
+    return min((step for n, step in zip(shape, steps) if n > 1), default=1)
+
+
 def merged(loops: list[_Loop]) -> list[_Loop]:
-    """The same walk in fewer loops, the longest one first."""
+    """The same walk in fewer loops, the closest one first."""
     result: list[_Loop] = []
     for length, read, written in sorted((loop for loop in loops if loop[0] > 1), key=lambda loop: loop[2]):
         if result and result[-1][0] * result[-1][1] == read and result[-1][0] * result[-1][2] == written:
             result[-1] = (result[-1][0] * length, *result[-1][1:])
         else:
             result.append((length, read, written))
-    return sorted(result, reverse=True)
+    return result
 
 
 @lru_cache(maxsize=KEPT)
@@ -48,12 +53,15 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
     read: _Shape = steps[0]
     written: _Shape = steps[1]
     loops = merged([(shape[d], read[d], written[d]) for d in range(len(shape)) if d not in axes])
-    # The longest loop is the descriptor's, the others are walked here; where these are many, and each call has little to
-    # do, a copy in which all are one loop is cheaper.
-    calls = prod(length for length, _, _ in loops[1:])
-    if calls > 16 and calls * 4096 > prod(shape):
+    # One loop is the descriptor's: the closest one that gives a call enough to do, since it shares lines of the cache. The
+    # others are walked here; where these are many, and each call has little to do, a copy in which all are one loop is cheaper.
+    enough = max(_ENOUGH // prod(lengths), 4 * threads)
+    inner = max(loops, key=lambda loop: (min(loop[0], enough), -loop[2])) if loops else (1, 0, 0)
+    outer = [loop for loop in loops[::-1] if loop is not inner]
+    calls = prod(length for length, _, _ in outer)
+    if calls > 16 and calls * 4096 > prod(shape) or 1 < inner[1] == _closest(shape, read):
         return None
-    count, input_distance, output_distance = loops[0] if loops else (1, 0, 0)
+    count, input_distance, output_distance = inner
     single = sizes[1] == (4 if real and backward else 8)
 
     def piece(transforms: int, on: int) -> Transform:
@@ -63,7 +71,7 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
         ))  # fmt: skip
 
     offsets = [(0, 0)]
-    for length, in_step, out_step in loops[1:]:
+    for length, in_step, out_step in outer:
         in_bytes, out_bytes = in_step * sizes[0], out_step * sizes[1]
         offsets = [(a + i * in_bytes, b + i * out_bytes) for a, b in offsets for i in range(length)]
 
@@ -115,11 +123,11 @@ def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths
     """
     if destination.size == 0:
         return
-    if not source.flags.aligned:
-        source = source.copy()
-    found = _found(source.shape, source.strides, destination.shape, destination.strides,
-                   (source.itemsize, destination.itemsize), axes, lengths, real, backward, source is destination, scale,
-                   threads)  # fmt: skip
+    steps = element_strides(source.shape, source.strides, source.itemsize) if source.flags.aligned else None
+    found = None if steps is None else _found(
+        source.shape, source.strides, destination.shape, destination.strides, (source.itemsize, destination.itemsize),
+        axes, lengths, real, backward, source is destination, scale, threads,
+    )  # fmt: skip
     if found is not None:
         addresses = source.ctypes.data, destination.ctypes.data
         if len(found) == 1:
@@ -127,6 +135,9 @@ def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths
         held = source, destination  # as long as a piece runs
         return spread([partial(_run, how, addresses, offsets, held) for how, offsets in found])
 
+    if steps is None or _closest(source.shape, steps) > 1:  # negative steps, or gaps between all numbers
+        dense = source.copy("K")
+        return transform(dense, destination, axes, lengths, real=real, backward=backward, scale=scale, threads=threads)
     moved = tuple(range(-len(axes), 0))
     dense = np.ascontiguousarray(np.moveaxis(source, axes, moved))
     shape = np.moveaxis(destination, axes, moved).shape

@@ -43,7 +43,18 @@ _ARGUMENT, _MEMORY, _KERNEL = 1, 2, 3
 
 
 class LibraryError(RuntimeError):
-    """The kernel library is missing, or is none for this processor."""
+    """The kernel library is missing, or is none for this processor.
+
+    Examples
+    --------
+    >>> import numpy as np, tnk
+    >>> try:
+    ...     spectrum = tnk.fft.fft(np.ones(4))
+    ... except tnk.LibraryError:  # NumPy has it, too
+    ...     spectrum = np.fft.fft(np.ones(4))
+    >>> spectrum
+    array([4.+0.j, 0.+0.j, 0.+0.j, 0.+0.j])
+    """
 
 
 def _places() -> list[Path]:

@@ -12,14 +12,19 @@ from typing import Any, Callable, NamedTuple, Optional
 import numpy as np
 
 from ._layout import element_strides, merged
-from ._library import kernel
+from ._library import Complex64, Complex128, kernel
 from ._threads import LEAST_SHARE, spread
 
 _ON_ONE_THREAD = (1 << 15) - 1  # numbers in lines that the library leaves on the caller's thread
 _LEAST_LINES = 8  # across memory: as many numbers as a line of the cache has
 _LEAST_MOVED = 512  # numbers that are worth a call
 _FEW = 1 << 12  # numbers that NumPy moves, since to find a way takes longer
-_SCALARS = {"f": ("s", ctypes.c_float), "d": ("d", ctypes.c_double)}
+_SCALARS = {
+    "f": ("s", ctypes.c_float),
+    "d": ("d", ctypes.c_double),
+    "F": ("c", Complex64),
+    "D": ("z", Complex128),
+}
 _Piece = tuple[int, int, int]  # where the first line begins in the source and in the target, in numbers, and how many
 
 
@@ -52,7 +57,7 @@ def _walk(source: np.ndarray, target: np.ndarray, axis: int) -> Optional[tuple[_
     if len(loops) > 1 and inner[0] * shape[axis] < _LEAST_MOVED:
         return None
     starts = [(0, 0)]
-    for length, in_step, out_step in loops:
+    for length, in_step, out_step in loops[::-1]:
         if (length, in_step, out_step) != inner:
             starts = [(a + i * in_step, b + i * out_step) for a, b in starts for i in range(length)]
     return _Way(inner[1], read[axis]), _Way(inner[2], written[axis]), [(a, b, inner[0]) for a, b in starts]
@@ -78,6 +83,24 @@ def _mover(dtype: np.dtype, across: bool) -> Any:
     size, address = ctypes.c_uint64, ctypes.c_void_p
     matrix = address, size, size
     return kernel(f"tnk_trans_tnk_{letter}omatcopy2_rec_{'t' if across else 'n'}", None, size, size, *matrix, *matrix, scalar)
+
+
+def copied(array: np.ndarray) -> np.ndarray:
+    """In C's order. Where other numbers than those of a line are neighbours, NumPy's copy would go across memory."""
+    shape, last = array.shape, array.ndim - 1
+    steps = element_strides(shape, array.strides, array.itemsize) if array.flags.aligned else None
+    near = [d for d in range(last) if shape[d] > 1 and steps is not None and steps[d] == 1]
+    if steps is None or not near or shape[near[0]] * shape[last] < _FEW or array.dtype.char not in _SCALARS:
+        return array.copy("C")
+    axis = near[0]
+    result = np.empty(shape, array.dtype)
+    move, one = _mover(array.dtype, True), _SCALARS[array.dtype.char][1](1)
+    others = [d for d in range(last) if d != axis]
+    for place in np.ndindex(*(shape[d] for d in others)):
+        move(shape[last], shape[axis], array.ctypes.data + sum(i * array.strides[d] for i, d in zip(place, others)),
+             steps[last], 1, result.ctypes.data + sum(i * result.strides[d] for i, d in zip(place, others)),
+             result.strides[axis] // result.itemsize, 1, one)  # fmt: skip
+    return result
 
 
 def by_lines(source: np.ndarray, target: np.ndarray, axis: int, compute: Callable[[np.ndarray, int], None],
