@@ -158,19 +158,19 @@ TNK_SPARSE_PRODUCTS(z, tnk_complex16)
 
 /* ---- Solves ---------------------------------------------------------------------------------------------------
    Of triangular and diagonal kinds, in CSR, COO, DIA and SKY storage. x may be b, then with the same leading dimension;
-   otherwise no two of x, b and A overlap. A zero alpha stores zeros, A's arrays and b unread but for `check`. DIA and SKY
-   matrices have their right-hand sides by columns: base 1 for sm; SKY takes no
-   diagonal kind.
+   otherwise no two of x, b and A overlap. A zero alpha stores zeros, A's arrays and b unread but for what products look at
+   with that `check`: no pivot is asked for, nor by a diagonal kind of ones. DIA and SKY matrices have their right-hand
+   sides by columns: base 1 for sm; SKY takes no diagonal kind.
 
    A pivot is not tested: zero ones give what IEEE 754 division gives. It is found by its place, so rows of a CSR matrix
    must ascend and hold their diagonal, unless it is ones; entries of the other triangle do not count. In COO, where
    entries may come in any order, the last one on the diagonal of a row counts, and those elsewhere add up.
 
    Always refused is what would be looked for outside of the arrays, and what has no solution whatever the entries are:
-   CSR rows of which the first or the last one lacks the diagonal (of ones: where op 'T' and 'C' have nothing to stop at),
-   or any one, where row_end is not row_start + 1; a missing diagonal in COO, DIA and SKY. With a `check` of
-   TNK_SPARSE_INDICES or above all that makes a solution wrong without a sound is refused too: rows of CSR that do not
-   ascend, diagonals that are missing, zero, or, in COO, there twice.
+   CSR rows of which the first or the last one lacks the diagonal or, where row_end is not row_start + 1, any one does
+   not reach it from both sides (of ones: where op 'T' and 'C' have nothing to stop at); a missing diagonal in COO, DIA
+   and SKY. With a `check` of TNK_SPARSE_INDICES or above all that makes a solution wrong without a sound is refused too:
+   CSR rows that do not strictly ascend, diagonals that are missing, zero, or, in COO, there twice.
 
    Memory is taken for COO matrices, whose entries are put into rows first; without it the status is
    TNK_SPARSE_NO_MEMORY, and b and x are as they were. sm with CSR and COO takes some more for sums, and without that

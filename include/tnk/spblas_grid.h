@@ -84,11 +84,11 @@
    first position in row i whose column is not below i, or one past the row's end where there is none; of op n and s. A
    lower triangle takes what stands at k for its pivot, so that a row without a diagonal gets the next entry there is,
    be it of the next row; what stands behind k does not count; an empty row has the k of the row before, the first one
-   its start. An upper triangle counts what stands behind k, which in an empty row is its start. Of op t and c: the
-   lower search goes back from the row's last position to a column that is not above i, the upper one forward to one that
-   is not below, both past the row's bounds if need be: so first and last rows must have such an entry, or be empty.
-   Beside a diagonal of ones an entry at k counts unless it is on the diagonal (never in lower ones of op n and s, where
-   it would be above). Those of kind d seek as op n does.
+   its start. An upper triangle counts what stands behind k, which in an empty row is its start, as with kind d. Of op t
+   and c: the lower search goes back from the row's last position to a column that is not above i, the upper one forward
+   to one that is not below, both past the row's bounds if need be: so the first row with entries, of upper ones the
+   last, must have one. An empty row's k is before its start, of upper ones at it. Beside a diagonal of ones an entry at
+   k counts unless it is on the diagonal (never in lower ones of op n and s, where it would be above).
 
    sv sums a lower row in order, an upper one as csr mv does. sm of op n and s takes an array of n elements from
    tnk_serv_allocate, sums in order and multiplies by the pivot's reciprocal; without memory it divides, one right-hand
@@ -96,11 +96,11 @@
    away from the pivot, divide and allocate nothing. With m = 0 kind t of op n and s divides by zero: not to be called.
 
    coo: entries of the other triangle do not count, nor beside ones those on the diagonal; of several on the diagonal of a
-   row the last does. Every row must have one. Each call lists the rows (tnk/spblas_convert.h) in memory of m, m and nnz
-   integers, without the first beside ones, and as much again as the list takes. A row's sum goes in rounds of four in
-   four sums. Without memory the result is not the solution: for each row in turn the entries of all rows in the triangle
-   are summed, and the last entry on the diagonal divides. st of real types is nt. m, alpha, n and x stand in the lists of
-   arguments as in the products; n, alpha and x are not read.
+   row the last does. Without ones every row must have one. Each call lists the rows (tnk/spblas_convert.h) in memory of
+   m, m and nnz integers, without the first beside ones, and as much again as the list takes. A row's sum goes in rounds
+   of four in four sums. Without memory the result is not the solution: for each row in turn the entries of all rows in
+   the triangle are summed, and the last entry on the diagonal divides. st of real types is nt. m, alpha, n and x stand in
+   the lists of arguments as in the products; n, alpha and x are not read.
 
    dia: band_first, band_last are what find_diag_par_ln, _lu, _un, _uu (tnk/spblas_aux.h) found, `diag` span_last of a lower
    triangle and span_first of an upper one: the main diagonal, which is not read beside ones. _uu takes it to be stored:

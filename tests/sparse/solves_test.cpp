@@ -129,7 +129,9 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   g.alpha = &alpha, g.values = values.data(), g.rows = rows.data(),
   g.row_end = one_array ? rows.data() + 1 : row_end.data();
   g.columns = columns.data(), g.y = y.data(), g.ldy = &ldy;
-  g.band_first = &a.band_first, g.band_last = &a.band_last, g.diag = &a.diag;
+  // Of stored diagonals those that a name has no use for need not be told.
+  if (name.kind != 'd') g.band_first = &a.band_first, g.band_last = &a.band_last;
+  if (name.diagonal != 'u') g.diag = &a.diag;
   allocations.reset();
   if (par && sm) {
     last = 0;

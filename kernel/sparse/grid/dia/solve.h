@@ -52,22 +52,32 @@ template <bool Upper, bool Transposed, bool Unit, bool Conj, class T, class I>
   }
 }
 
+// The main diagonal's number is not read beside ones, nor the band of a diagonal matrix.
 template <class Name, class T, class I>
-inline void dia_solve(const DiagonalSolve<T, I> &job, I first, I last, T *c, I ldc) {
+inline void dia_solve(const T *values, I stride, const I *distance, I rows, const I *band_first,
+                      const I *band_last, const I *diag, I first, I last, T *c, I ldc) {
+  constexpr bool diagonal = Name::kind == 'd', unit = Name::unit;
+  const DiagonalSolve<T, I> job{values,
+                                stride,
+                                distance,
+                                rows,
+                                diagonal ? I{1} : *band_first,
+                                diagonal ? I{} : *band_last,
+                                unit ? I{} : *diag};
   for (I side = first - 1; side < last; ++side) {
     T *const y = c + wrapped_product(side, ldc);
-    if constexpr (Name::kind == 'd')
+    if constexpr (diagonal)
       for (I i = 0; i < job.rows; ++i)
         put(y + i, quotient(get(y + i), job.template pivot<Name::conjugated>(i)));
     else
-      solve_diagonals<!Name::lower, Name::transposed, Name::unit, Name::conjugated>(job, y);
+      solve_diagonals<!Name::lower, Name::transposed, unit, Name::conjugated>(job, y);
   }
 }
 
 // The entries of one element type: a source file each.
 #define TNK_DIA_SOLVE_ENTRY(op, kind, tri, diag, T, I, b, first, last, c, ldc)                               \
   tnk::sparse::dia_solve<TNK_SP_LETTERS(b, op, kind, tri, diag), T, I>(                                      \
-      {values, *diag_stride, diag_distance, *m, *band_first, *band_last, *main}, first, last, c, ldc);
+      values, *diag_stride, diag_distance, *m, band_first, band_last, main, first, last, c, ldc);
 #define TNK_DIA_SV_SEQ_ENTRY(op, kind, tri, diag, p, t, T, I, b, l)                                          \
   void TNK_SP_NAME(op, kind, tri, diag, p, t, dia, b, l, sv,                                                 \
                    seq)(const I *m, const T *values, const I *diag_stride, const I *diag_distance, T *y,     \
