@@ -196,8 +196,8 @@ template <class R, int dims>
 tnk_poisson_result prepare(const char *routine, const tnk_poisson_problem &problem, tnk_poisson_plan &plan) {
   auto &s = solver<R, dims>;
   auto *const init = s.init.get(routine);
-  auto *const commit = s.commit.get(routine);
-  if (!init || !commit || !s.solve.get(routine) || !s.release.get(routine)) return TNK_POISSON_NO_LIBRARY;
+  auto *const commit = init ? s.commit.get(routine) : nullptr; // what is missing is reported once
+  if (!commit || !s.solve.get(routine) || !s.release.get(routine)) return TNK_POISSON_NO_LIBRARY;
   const tnk_int slab = (plan.cells[0] + 1) * (dims == 2 ? 2 : 2 * (plan.cells[1] + 1));
   void *const zeros = tnk_serv_tnk_calloc(slab, sizeof(R), 64);
   if (!zeros) return failed(routine);

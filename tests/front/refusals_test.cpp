@@ -8,10 +8,14 @@
 #include <string>
 #include <tnk/blas_level1.h>
 #include <tnk/blas_level3.h>
+#include <tnk/conv.h>
 #include <tnk/dfti.h>
 #include <tnk/gmp.h>
 #include <tnk/host.h>
+#include <tnk/integer.h>
 #include <tnk/kernel.h>
+#include <tnk/poisson.h>
+#include <tnk/trig.h>
 #include <vector>
 
 #include "tests/front/trace.h"
@@ -50,6 +54,20 @@ void expect_refusals(tnk_status status) {
     EXPECT_TRUE(tnk_gmp___gmpz_set_str(&number, "1", 10) == -1 && reported("tnk_gmp___gmpz_set_str"));
     tnk_blas_dscal(&n, &x, &x, &n);
     EXPECT_TRUE(x == 3 && reported("tnk_blas_dscal"));
+    // Checked routines that take several entries report once, too.
+    for (const std::int32_t numbers : {TNK_POISSON_DOUBLE, TNK_POISSON_FLOAT}) {
+      const tnk_poisson_problem plate = {2, numbers, {4, 4}, {}, {1, 1}, "DDDD", 0};
+      tnk_poisson_plan *plan = nullptr;
+      EXPECT_TRUE(tnk_poisson_plan_make(&plan, &plate) == TNK_POISSON_NO_LIBRARY && !plan &&
+                  reported("tnk_poisson_plan_make"));
+    }
+    tnk_trig_dplan *rows = nullptr;
+    EXPECT_TRUE(tnk_trig_dmake(&rows, TNK_TRIG_QUARTER_SINE, 8) == TNK_TRIG_NO_LIBRARY && !rows &&
+                reported("tnk_trig_dmake"));
+    double z = 0;
+    EXPECT_TRUE(tnk_conv_dconvolve('F', 1, &x, 1, &x, &z) == TNK_CONV_NO_LIBRARY &&
+                reported("tnk_conv_dconvolve"));
+    EXPECT_TRUE(tnk_integer_set_int(&number, 1) == TNK_INTEGER_NO_KERNEL && reported("tnk_integer_set_int"));
   }
   EXPECT_EQ(tnk_kernel_load(), status);
 }
