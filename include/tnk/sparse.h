@@ -197,13 +197,14 @@ TNK_SPARSE_SOLVES(z, tnk_complex16)
    Room for a result is found by the routine: *result, which may hold anything before, becomes a matrix in one block of
    memory that tnk_sparse_free gives back, leaving a record of zeros (one without a block, or null, is left alone). Only a
    status of TNK_SPARSE_OK writes *result; TNK_SPARSE_NO_MEMORY keeps nothing. Its numbers have the descriptor's base, its
-   row pointers too, and rows stand one after another. These run on one thread by design.
+   row pointers too, and rows stand one after another. These run on one thread by design. A program's own tnk_serv_allocate
+   (tnk/services.h) must serve again what it has just served and got back: blocks and diagonals need it to be so.
 
    Here a matrix is its stored entries, whatever kind the descriptor names; its base, `check` and, for skylines, triangle
    count.
 
    convert: the same entries in another storage, CSR again included. Diagonals, skylines and blocks hold square matrices;
-   `block_size` is read for blocks only. What fills diagonals, skylines and blocks up are zeros, so that zeros of these
+   `block_size`, 1 to 1048576, is read for blocks only. What fills diagonals, skylines and blocks up are zeros, so that zeros of these
    are no entries on the way back. Entries of one place stay apart in rows, columns and triples and are added up
    otherwise. A skyline takes the entries of its triangle; nothing else is lost. Entries of a row keep their order out of
    triples; into columns and out of columns, diagonals, skylines and blocks numbers ascend. Blocks of a row come in the

@@ -80,8 +80,9 @@
             them. work: `columns` integers.
      multcsr_tr   (m, n, columns, a, ja, ia, b, jb, ib, c, jc, ic, work)
      multcsr_trom (request, m, n, columns, a, ja, ia, b, jb, ib, c, jc, ic, room, work, info)
-            C := A^T B (not conjugated), A m by n, B m by `columns`, C n by `columns`. tr trusts that there is room for all
-            of C. work: columns + n + 1 + 2 * (entries of A) integers.
+            C := A^T B (not conjugated), A m by n, B m by `columns`, C n by `columns`. Entries come as in mcsr_notr, terms
+            in the order of A's rows. tr trusts that there is room for all of C. work: columns + n + 1 + 2 * (entries of A)
+            integers.
      mcsr_trans (m, limit, a, ja, ia, b, jb, ib, c, ldc)
             Adds A^T B to a dense block by columns, from the columns of A up to `limit`: element (i, j), from 1, at
             c[i-1 + (j-1) * ldc].

@@ -266,6 +266,18 @@ TEST(PublicConversions, BadArgumentsAreRefusedByName) {
           "convert: argument 1 (matrix->n) is 3, expected as many columns as rows for this storage");
   refused(convert(square, TNK_SPARSE_BSR, 0, &result),
           "convert: argument 4 (block_size) is 0, expected 1 to 1048576");
+  tnk_sparse_descriptor neither{}; // a triangle that general matrices do without, but not in a skyline
+  neither.triangle = static_cast<tnk_sparse_triangle>(2);
+  tnk_sparse_matrix skyline = square;
+  skyline.storage = TNK_SPARSE_SKY;
+  refused(tnk_sparse_dconvert(&square, &neither, TNK_SPARSE_SKY, 1, &result),
+          "convert: argument 2 (descriptor->triangle) is 2, expected 0 to 1");
+  refused(tnk_sparse_dto_dense(&skyline, &neither, dense, 2),
+          "to_dense: argument 2 (descriptor->triangle) is 2, expected 0 to 1");
+  tnk_sparse_matrix one_block = square;
+  one_block.storage = TNK_SPARSE_BSR, one_block.nnz = 1, one_block.block_size = INT64_MAX;
+  EXPECT_EQ(tnk_sparse_check(&one_block, &d), TNK_SPARSE_OK)
+      << "block column 0 is one, however large blocks are";
   refused(convert(a, TNK_SPARSE_COO, 1, nullptr),
           "convert: argument 5 (result) is a null address, expected the address of a value");
   refused(tnk_sparse_dto_dense(&a, &d, dense, 1), "to_dense: argument 4 (ld) is 1, expected 2 or more");

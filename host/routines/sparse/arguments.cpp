@@ -1,17 +1,7 @@
 #include "host/routines/sparse/arguments.h"
 
-#include <cstring>
-#include <type_traits>
-
 namespace tnk::host::sparse {
 namespace {
-
-// An enumerator as a number: what a caller stored there may be none of its enumeration's.
-template <class Enumeration> tnk_int number_of(const Enumeration &field) {
-  std::underlying_type_t<Enumeration> number;
-  std::memcpy(&number, &field, sizeof number);
-  return static_cast<tnk_int>(number);
-}
 
 bool has_triangle(tnk_sparse_kind kind) {
   return kind != TNK_SPARSE_GENERAL && kind != TNK_SPARSE_DIAGONAL;
@@ -124,7 +114,7 @@ bool indices_are_sound(const Check &check, int at, const tnk_sparse_matrix &a,
   const tnk_int base = d.base, lists = by_columns ? a.n : blocks ? block_rows(a) : a.m;
   const auto list_is_sound = [&](tnk_int i, tnk_int first, tnk_int last) { // entries first ... last - 1
     const Columns columns = by_columns ? Columns{0, a.m - 1}
-                            : blocks   ? Columns{0, (a.n + a.block_size - 1) / a.block_size - 1}
+                            : blocks   ? Columns{0, a.n / a.block_size - (a.n % a.block_size == 0)}
                                        : columns_of_row(i, a, d);
     for (tnk_int p = first; p < last; ++p)
       if (!check.element(at, name, p, numbers[p], columns.first + base, columns.last + base)) return false;

@@ -1,7 +1,9 @@
 // Checks of what every public sparse routine is given: a matrix and its descriptor.
 #pragma once
 
+#include <cstring>
 #include <tnk/sparse.h>
+#include <type_traits>
 
 #include "host/dispatch/check.h"
 #include "host/routines/element.h"
@@ -18,6 +20,13 @@ inline bool has_entries(tnk_sparse_storage storage) {
 }
 inline tnk_int block_rows(const tnk_sparse_matrix &a) {
   return a.m / a.block_size + (a.m % a.block_size != 0);
+}
+
+// An enumerator as a number: what a caller stored there may be none of its enumeration's.
+template <class Enumeration> tnk_int number_of(const Enumeration &field) {
+  std::underlying_type_t<Enumeration> number;
+  std::memcpy(&number, &field, sizeof number);
+  return static_cast<tnk_int>(number);
 }
 
 // Both records, with `at` and `descriptor_at` their positions in the argument list. Indices are not looked at, but for

@@ -254,11 +254,18 @@ bool is_square_form(tnk_sparse_storage storage) {
   return storage == TNK_SPARSE_DIA || storage == TNK_SPARSE_SKY || storage == TNK_SPARSE_BSR;
 }
 
+// Only a skyline asks for the triangle, whatever the kind.
+bool names_triangle(const Check &check, const tnk_sparse_descriptor &d, tnk_int storage) {
+  return storage != TNK_SPARSE_SKY ||
+         check.range(2, "descriptor->triangle", number_of(d.triangle), TNK_SPARSE_LOWER, TNK_SPARSE_UPPER);
+}
+
 template <class T>
 bool source_is_sound(const Check &check, const tnk_sparse_matrix *a, const tnk_sparse_descriptor *d) {
   return is_sound(check, 1, a, 2, d, all_storages) && fits_memory<T>(check, 1, *a) &&
          check.number(1, "matrix->n", a->n, a->n == a->m || !is_square_form(a->storage),
                       "as many columns as rows in this storage") &&
+         names_triangle(check, *d, a->storage) &&
          (d->check == TNK_SPARSE_TRUSTED || indices_are_sound(check, 1, *a, *d));
 }
 
@@ -271,6 +278,7 @@ tnk_sparse_status convert(const char *routine, const tnk_sparse_matrix *a, const
       !check.number(1, "matrix->n", a->n,
                     a->n == a->m || !is_square_form(static_cast<tnk_sparse_storage>(storage)),
                     "as many columns as rows for this storage") ||
+      !names_triangle(check, *d, storage) ||
       (storage == TNK_SPARSE_BSR && !check.range(4, "block_size", block_size, 1, 1 << 20)) ||
       !check.address(5, "result", result))
     return TNK_SPARSE_BAD_ARGUMENT;

@@ -49,7 +49,10 @@ void to_diagonals(const I *job, I n, const Rows<T, I> &a, const Diagonals<T, I> 
                   I *rest_columns, I *rest_pointer) {
   const bool choose = job[5] / 10 != 0, keep_rest = job[5] % 10 != 0;
   if (keep_rest) put(rest_pointer, a.base);
-  if (n < 1) return;
+  if (n < 1) {
+    if (choose) *d.count = 0;
+    return;
+  }
   const I diagonals = 2 * n - 1;
   auto *const table = static_cast<I *>(
       tnk_serv_allocate(static_cast<std::int64_t>(diagonals) * static_cast<std::int64_t>(sizeof(I)), 128));

@@ -20,7 +20,10 @@ void to_triples(const I *job, I n, const Rows<T, I> &a, I *nnz, T *values, I *ro
       put(rows + count, static_cast<I>(i + job[2]));
       put(columns + count, static_cast<I>(get(a.columns + k) + shift));
     }
-  *nnz = count;
+  if (count > room) // no entries, and less room than for none
+    *info = 1;
+  else
+    *nnz = count;
 }
 
 template <class T, class I>
