@@ -16,6 +16,8 @@ using reference::Real;
 using Wide = std::complex<long double>;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
+extern int public_calls; // of routines that primitives leave work to
+
 template <class T> Wide wide(T a) {
   return {reference::re(a), reference::im(a)};
 }
