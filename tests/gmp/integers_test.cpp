@@ -1,5 +1,4 @@
-// Every operation on integers against its definition, for each sign, edge and way of sharing records; and, where the peer
-// is installed, against the peer's function of that name.
+// Every operation on integers against its definition, for each sign, edge and way of sharing records.
 #include "gmp/operations.h"
 
 #include <cmath>
@@ -238,13 +237,10 @@ const std::vector<Operation> &operations() {
     add(OPERATION(ui_pow_ui), [](Integer &r, uint64_t b, uint64_t e) { require(e < 20), r = power(b, e); });
     add(OPERATION(powm), [](Integer &r, Big b, Big e, Big m) {
       require(m != 0 && e.bits() < 400);
-      if (e.sign() >= 0) {
+      if (e.sign() >= 0)
         r = power_modulo(b, e, m);
-      } else if (gcd(b, m) == 1) {
+      else if (gcd(b, m) == 1)
         r = divisor_and_inverse(power_modulo(b, -e, m), m).second;
-      } else {
-        skip_peer(); // it divides by zero
-      }
     });
     add(OPERATION(powm_ui), [](Integer &r, Big b, uint64_t e, Big m) {
       require(m != 0 && (e < 20 || b.bits() < 65)), r = power_modulo(b, e, m);
@@ -296,8 +292,7 @@ const std::vector<Operation> &operations() {
     add(OPERATION(invert), [](Integer &r, Big a, Big m) -> int {
       require(m != 0);
       const auto [d, inverse] = divisor_and_inverse(modulo(a, m), m);
-      if (d != 1) return skip_peer_outputs(), 0;
-      return r = inverse, 1;
+      return d == 1 ? r = inverse, 1 : 0;
     });
     add(OPERATION(jacobi), [](Big a, Big b) { return kronecker(a, b); });
     add(OPERATION(kronecker_si), [](Big a, int64_t b) { return kronecker(a, b); });
