@@ -56,8 +56,6 @@ constexpr Values::value_type users(tnk_int n) {
   return {DftiParamNumberOfUserThreads, n};
 }
 
-// ---- Which strategy takes what -----------------------------------------------------------------------------------------
-
 TEST(Commits, EachConfigurationHasItsStrategy) {
   for (const int32_t precision : {DftiSingle, DftiDouble}) {
     const bool single = precision == DftiSingle;
@@ -161,8 +159,6 @@ TEST(Commits, CoreCommitsSayWhyTheyFail) {
   }
 }
 
-// ---- What one commit leaves to the next -----------------------------------------------------------------------------------
-
 TEST(Commits, FlagsAreThoseOfTheLastCommit) {
   constexpr uint32_t contiguous = TNK_DFT_CONTIGUOUS, plane = TNK_DFT_PLANE, one_shot = TNK_DFT_ONE_SHOT;
   const Configured line({DftiDouble, DftiComplex, {5000}}), square({DftiSingle, DftiReal, {8, 6}});
@@ -248,8 +244,6 @@ TEST(Commits, ARepeatedCommitLosesNothing) {
   }
 }
 
-// ---- Little memory -----------------------------------------------------------------------------------------------------
-
 // On numbers that any layout may have.
 tnk_int compute(const Configured &plan, bool inverse) {
   std::vector<double> x(20000), y = x, z = x, u = x;
@@ -290,8 +284,6 @@ TEST(Commits, EveryAllocationMayFail) {
     }
   EXPECT_GE(refusals, 7 * 2 * 2);
 }
-
-// ---- Threads -----------------------------------------------------------------------------------------------------------
 
 int32_t hardware;
 

@@ -30,8 +30,6 @@ void commit(const Plan &plan) {
   ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
 }
 
-// ---- Callers side by side ----------------------------------------------------------------------------------------------
-
 constexpr uint64_t more_than_slots = 0x7FFFFFFF;
 
 // Threads that compute at once, each its own data. Returns how many results differ from `expected`.
@@ -118,8 +116,6 @@ TEST(Compute, SlotsAreThoseOfTheirThreads) {
     std::fill_n(plan->thread_slots, 5, 0);
   }
 }
-
-// ---- Kernels that a test puts in ------------------------------------------------------------------------------------------
 
 int calls = 0;
 tnk_int negate(void *source, void *destination, DftiNode *node, void *) {

@@ -38,8 +38,6 @@ double bound(tnk_int n) {
   return 0.6 * std::sqrt(std::log2(static_cast<double>(n)) + 4);
 }
 
-// ---- Lengths ------------------------------------------------------------------------------------------------------------
-
 TEST(LongTransforms, LengthsAreSplitNearTheRoot) {
   const struct {
     tnk_int n, n1, ld1, table; // n1 0: declined
@@ -75,8 +73,6 @@ TEST(LongTransforms, LengthsAreSplitNearTheRoot) {
   }
   EXPECT_EQ(allocations.live, before);
 }
-
-// ---- Transforms -----------------------------------------------------------------------------------------------------------
 
 template <class R> void transforms(tnk_int n) {
   const LongNode<R> node(n);
@@ -133,8 +129,6 @@ TEST(LongTransforms, EveryAllocationMayFail) {
                    });
   }
 }
-
-// ---- Threads ----------------------------------------------------------------------------------------------------------------
 
 constexpr tnk_int odd_length = 45045; // 195 by 231: slices and bundles that do not come out even
 
@@ -231,8 +225,6 @@ TEST(LongTransforms, ThreadsAreOfferedWhereTheyGain) {
   }
 }
 
-// ---- Commits ------------------------------------------------------------------------------------------------------------------
-
 template <class R> void commits(tnk_int n) {
   const Threads one(1);
   const Plan plan(precision<R>, DftiComplex, {n});
@@ -269,8 +261,6 @@ TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
   commits<double>(33554433);
   commits<float>(tnk_int{1} << 28);
 }
-
-// ---- True lengths ---------------------------------------------------------------------------------------------------------------
 
 // Some of the lengths have a factor that only a convolution takes, which adds an error of 3.4 eps.
 template <class R> void true_length(tnk_int n, int32_t placement) {

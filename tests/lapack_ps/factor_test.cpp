@@ -9,8 +9,6 @@ namespace {
 constexpr tnk_int untouched = -7;
 const char *const no_letter = nullptr;
 
-// ---- Cholesky -------------------------------------------------------------------------------------------------------
-
 using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Cholesky : public testing::Test {};
 TYPED_TEST_SUITE(Cholesky, Types, );
@@ -87,8 +85,6 @@ TYPED_TEST(Cholesky, StopsAtAPivotThatIsNotPositive) {
           ASSERT_TRUE(stopped.rest_intact());
         }
 }
-
-// ---- Symmetric indefinite -------------------------------------------------------------------------------------------
 
 using Reals = testing::Types<float, double>;
 template <class T> class Indefinite : public testing::Test {};
@@ -210,8 +206,6 @@ TYPED_TEST(Indefinite, ChoosesPivots) {
     EXPECT_EQ(f.ipiv, (std::vector<tnk_int>{1, 2, 3, 4, 5}));
   }
 }
-
-// ---- Rank one -------------------------------------------------------------------------------------------------------
 
 // Bit for bit: column by column, an element of x times (alpha times that of the column). Columns with a zero in x stay,
 // whatever stands there. With an increment that is not positive element i stands at (i - n) * incx.

@@ -184,8 +184,6 @@ TYPED_TEST(Tridiagonal, Solves) {
       }
 }
 
-// ---- Bit for bit ----------------------------------------------------------------------------------------------------
-
 // A quotient is a true one, no product with a reciprocal.
 TYPED_TEST(RealTridiagonal, DividesByPivots) {
   using T = TypeParam;
@@ -235,8 +233,6 @@ TYPED_TEST(RealTridiagonal, FactorsStepByStep) {
     EXPECT_TRUE(same(c.dl, steps.dl) && same(c.d, steps.d) && same(c.du, steps.du)) << n;
   }
 }
-
-// ---- Pivots that fail -----------------------------------------------------------------------------------------------
 
 // Diagonal matrices with one pivot that is zero, or a NaN in either part.
 TYPED_TEST(Tridiagonal, ReportsWhereAPivotFails) {

@@ -131,8 +131,6 @@ TEST(SparseSolves, UndoTheProductOfTheirLetters) {
   EXPECT_EQ(solves, 888);
 }
 
-// ---- What is fixed bit by bit ----------------------------------------------------------------------------------
-
 using Vector = std::vector<double>;
 
 // Compressed rows in double precision, base 1, pointers from 1.
@@ -232,25 +230,16 @@ TEST(SparseSolves, TermsComeInTheirOrder) {
       for (tnk_int k = rows.start[i] - 1; k < rows.end[i] - 1; ++k)
         visit(rows.columns[k] - 1, rows.values[k]);
     };
-    for (const bool reciprocal : {false, true}) {
-      Vector y = b;
-      for (tnk_int i = 0; i < m; ++i) {
-        double sum = 0;
-        each(a, i, [&](tnk_int j, double v) {
-          if (j < i)
-            sum += y[j] * v;
-          else
-            y[i] = reciprocal ? (y[i] - sum) * (1 / v) : (y[i] - sum) / v;
-        });
-      }
-      EXPECT_EQ(reciprocal ? a.sm("ntln", b) : a.sv("ntln", b), y);
-      if (!reciprocal) { // which is what several sides are without memory
-        allocations.reset(), allocations.refuse = 1;
-        EXPECT_EQ(a.sm("ntln", b), y);
-        EXPECT_EQ(allocations.live, 0);
-        allocations.refuse = 1;
-        EXPECT_EQ(upper.sm("ntun", b), upper.sv("ntun", b));
-      }
+    Vector y = b;
+    for (tnk_int i = 0; i < m; ++i) {
+      double sum = 0;
+      each(a, i, [&](tnk_int j, double v) { j < i ? sum += y[j] * v : y[i] = (y[i] - sum) * (1 / v); });
+    }
+    EXPECT_EQ(a.sm("ntln", b), y);
+    for (const auto &[rows, letters] : {std::pair{&a, "ntln"}, {&upper, "ntun"}}) { // several without memory
+      allocations.reset(), allocations.refuse = 1;
+      EXPECT_EQ(rows->sm(letters, b), rows->sv(letters, b));
+      EXPECT_EQ(allocations.live, 0);
     }
     Vector down = b, up = b;
     for (tnk_int i = m - 1; i >= 0; --i) { // from the end of the row

@@ -48,8 +48,6 @@ TYPED_TEST(Trmm, Slices) {
     }
 }
 
-// ---- Stages by themselves -------------------------------------------------------------------------------------------
-
 // Side, triangle and operation as the name has them; in double the forms by columns, on the right alone.
 TYPED_TEST(Trmm, FamilyByItsNames) {
   using T = TypeParam;
@@ -92,8 +90,6 @@ TEST(TrmmStages, PlainPath) {
               p.call(tnk_blas_dtrmm_pst);
             }));
 }
-
-// ---- Packed storage -------------------------------------------------------------------------------------------------
 
 // The triangle of p by columns, and nothing else.
 std::vector<double> packed_triangle(const TriangleProduct<double> &p) {
