@@ -3,6 +3,7 @@
 #include "dft/plan.h"
 #include "dft/samples.h"
 #include "support/allocations.h"
+#include "tools/tnk/support/threads.h"
 #include <atomic>
 #include <tnk/dft_commit.h>
 #include <tnk/dft_long.h>
@@ -132,13 +133,7 @@ TEST(LongTransforms, EveryAllocationMayFail) {
 
 constexpr tnk_int odd_length = 45045; // 195 by 231: slices and bundles that do not come out even
 
-struct Threads {
-  explicit Threads(int count) { tnk_set_num_threads(count); }
-  Threads(const Threads &) = delete;
-  Threads &operator=(const Threads &) = delete;
-  ~Threads() { tnk_set_num_threads(before); }
-  int before = tnk_get_max_threads();
-};
+using tool::Threads;
 
 // A kernel that wants memory once, at a call that is counted down to.
 std::atomic<int> calls_left;
@@ -168,6 +163,7 @@ template <class R> void on_threads(int32_t placement) {
     const Threads one(1); // a smaller team has all slices to do
     EXPECT_TRUE(same_bits(backward(), result));
   }
+  const Threads again(3);
   for (const int32_t slices : {1, 2, 3}) {
     plan->threads = slices;
     EXPECT_TRUE(same_bits(

@@ -362,20 +362,52 @@ const std::vector<Operation> &operations() {
   return table;
 }
 
+// What stands below them: of magnitudes, whatever the signs of their records; moduli without their sign.
+const Operation beside[] = {
+    operation("magnitudes_div_q", &tnk_gmp_tnk_gmp_div_q,
+              [](Integer &q, Big n, Big d) { q = cut_quotient(n, d).magnitude(); }),
+    operation("magnitudes_div_r", &tnk_gmp_tnk_gmp_div_r,
+              [](Integer &r, Big n, Big d) { require(d != 0), r = (n % d).magnitude(); }),
+    operation("magnitudes_div_qr", &tnk_gmp_tnk_gmp_div_qr,
+              [](Integer &q, Integer &r, Big n, Big d) {
+                q = cut_quotient(n, d).magnitude(), r = (n % d).magnitude();
+              }),
+    operation("magnitudes_divqr_2exp", &tnk_gmp_tnk_gmp_divqr_2exp,
+              [](Integer &q, Integer &r, Big n, uint64_t bits) {
+                require(bits < 4000);
+                const Integer d = Integer::power_of_two(bits);
+                q = (n / d).magnitude(), r = (n % d).magnitude();
+              }),
+    operation("powm_mary", &tnk_gmp_mpz_powm_mary,
+              [](Integer &r, Big b, Big e, Big m) {
+                require(m != 0 && e.sign() >= 0 && e.bits() < 130 && m.bits() < 500);
+                r = power_modulo(b, e, m);
+              }),
+    operation("powm_exp2", &tnk_gmp_mpl_powm_exp2,
+              [](Integer &r, Big b, Big e, uint64_t bits) {
+                require(e.sign() >= 0 && e.bits() < 130 && bits < 500);
+                r = power_modulo(b, e, Integer::power_of_two(bits));
+              }),
+    operation("jacobi_base", &tnk_gmp_mpn_jacobi_base,
+              [](uint64_t a, uint64_t b) { return require(b % 2 == 1), kronecker(a, b); }),
+};
+
 // Every value with every other, in every way of sharing records; then longer ones at random.
+void expect_meaning(const Operation &operation, Random &random, int longest, int rounds, int least) {
+  int defined = 0;
+  Choices all, some(random, longest);
+  if (operation.short_list) do
+      defined += operation.run(all);
+    while (!testing::Test::HasFailure() && all.next());
+  for (int i = 0; i < rounds && !testing::Test::HasFailure(); ++i) defined += operation.run(some);
+  EXPECT_GT(defined, least) << operation.name;
+}
 TEST(Integers, MeanWhatTheirNamesSay) {
   Random random(19);
-  for (const Operation &operation : operations()) {
-    int defined = 0;
-    Choices all, some(random);
-    if (operation.short_list) do
-        defined += operation.run(all);
-      while (!HasFailure() && all.next());
-    for (int i = 0; i < (operation.short_list ? 150 : 600) && !HasFailure(); ++i)
-      defined += operation.run(some);
-    EXPECT_GT(defined, 10) << operation.name;
-    if (HasFailure()) break;
-  }
+  for (const Operation &operation : operations())
+    if (!HasFailure()) expect_meaning(operation, random, 14, operation.short_list ? 150 : 600, 10);
+  for (const Operation &operation : beside) // at the lengths where methods change
+    if (!HasFailure()) expect_meaning(operation, random, operation.name[0] == 'm' ? 60 : 8, 700, 100);
 }
 
 // What is left is in the other file of records: nothing is forgotten.
