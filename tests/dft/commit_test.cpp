@@ -1,5 +1,4 @@
-// Which method a commit takes, what it leaves in the node, what becomes of it when memory is short, and transforms of data
-// in two arrays.
+// Which method a commit takes, what it leaves in the node, and what becomes of it and of computing when memory is short.
 #include "dft/plan.h"
 #include "support/allocations.h"
 #include <cmath>
@@ -56,8 +55,6 @@ constexpr Values::value_type batch(tnk_int n) {
 constexpr Values::value_type users(tnk_int n) {
   return {DftiParamNumberOfUserThreads, n};
 }
-
-// ---- Which strategy takes what -----------------------------------------------------------------------------------------
 
 TEST(Commits, EachConfigurationHasItsStrategy) {
   for (const int32_t precision : {DftiSingle, DftiDouble}) {
@@ -162,8 +159,6 @@ TEST(Commits, CoreCommitsSayWhyTheyFail) {
   }
 }
 
-// ---- What one commit leaves to the next -----------------------------------------------------------------------------------
-
 TEST(Commits, FlagsAreThoseOfTheLastCommit) {
   constexpr uint32_t contiguous = TNK_DFT_CONTIGUOUS, plane = TNK_DFT_PLANE, one_shot = TNK_DFT_ONE_SHOT;
   const Configured line({DftiDouble, DftiComplex, {5000}}), square({DftiSingle, DftiReal, {8, 6}});
@@ -208,6 +203,14 @@ const Configuration ways[] = {
     {DftiDouble, DftiReal, {6, 5}},
     {DftiDouble, DftiComplex, {16, 512}},
     {DftiSingle, DftiReal, {6, 5, 4, 3}, {complex_rows}},
+    // These ask for memory to compute.
+    {DftiDouble, DftiComplex, {300}, {}, {0, 2}, {0, 2}},
+    {DftiDouble, DftiComplex, {300}, {split}, {0, 2}, {0, 2}},
+    {DftiDouble, DftiComplex, {40, 5}, {out_of_place}, {0, 1, 40}, {0, 5, 1}},
+    {DftiDouble, DftiComplex, {5, 40, 3}, {}, {0, 1, 5, 200}},
+    {DftiDouble, DftiReal, {600}, {out_of_place, complex_rows}, {0, 2}, {0, 2}},
+    {DftiDouble, DftiReal, {5, 60}, {}, {0, 1, 6}},
+    {DftiDouble, DftiReal, {5, 40, 3}, {out_of_place, complex_rows}, {0, 1, 5, 200}, {0, 1, 5, 200}},
 };
 
 TEST(Commits, ARepeatedCommitLosesNothing) {
@@ -241,16 +244,14 @@ TEST(Commits, ARepeatedCommitLosesNothing) {
   }
 }
 
-// ---- Little memory -----------------------------------------------------------------------------------------------------
-
-// Forward and back, on numbers that any layout may have.
-bool computes(const Configured &plan) {
+// On numbers that any layout may have.
+tnk_int compute(const Configured &plan, bool inverse) {
   std::vector<double> x(20000), y = x, z = x, u = x;
-  return DftiComputeForward(plan, x.data(), y.data(), z.data(), u.data()) == 0 &&
-         DftiComputeBackward(plan, x.data(), y.data(), z.data(), u.data()) == 0;
+  return (inverse ? DftiComputeBackward : DftiComputeForward)(plan, x.data(), y.data(), z.data(), u.data());
 }
 
 TEST(Commits, EveryAllocationMayFail) {
+  int refusals = 0;
   for (const Configuration &way : ways)
     for (const bool again : {false, true}) {
       SCOPED_TRACE("way " + std::to_string(&way - ways) + (again ? " again" : ""));
@@ -265,16 +266,24 @@ TEST(Commits, EveryAllocationMayFail) {
                        // A later strategy may have been content with less.
                        ASSERT_TRUE(status == DftiNoError || (refused && status == DftiDeclined)) << status;
                        EXPECT_EQ(plan.is_committed(), status == DftiNoError);
-                       EXPECT_TRUE(status == DftiNoError ? computes(plan) : allocations.live == before);
+                       EXPECT_TRUE(status == DftiNoError
+                                       ? compute(plan, false) == 0 && compute(plan, true) == 0
+                                       : allocations.live == before);
                        plan->uncommit(plan);
                        EXPECT_EQ(allocations.live, before);
                      },
                      prepare);
       ASSERT_EQ(plan.commit(), DftiNoError);
+      const int live = allocations.live;
+      for (const bool inverse : {false, true})
+        refusals += refuse_in_turn([&] { return compute(plan, inverse); },
+                                   [&](tnk_int status, bool refused) {
+                                     EXPECT_EQ(status, refused ? DftiMemoryError : DftiNoError);
+                                     EXPECT_EQ(allocations.live, live);
+                                   });
     }
+  EXPECT_GE(refusals, 7 * 2 * 2);
 }
-
-// ---- Threads -----------------------------------------------------------------------------------------------------------
 
 int32_t hardware;
 
@@ -324,37 +333,6 @@ TEST(Commits, SuggestedThreads) {
     EXPECT_EQ(row.define(&node, 0), DftiNoError);
     EXPECT_EQ(node.threads, row.rank == 1 && row.count == 1 ? 1 : 64);
   }
-}
-
-// ---- Data in two arrays --------------------------------------------------------------------------------------------------
-
-TEST(Commits, RowsInTwoArraysMayRunBackward) {
-  constexpr tnk_int n = 6, rows = 3;
-  const Configuration forward = {DftiDouble, DftiComplex, {n}, {split, batch(rows), out_of_place},
-                                 {0, 2},     {0, 3}};
-  Configuration backward = forward;
-  backward.input = {2 * n - 2, -2}, backward.output = {3 * n - 3, -3};
-  const auto at = [](tnk_int r, tnk_int i, bool mirrored) {
-    return static_cast<std::size_t>(r * n + (mirrored ? n - 1 - i : i));
-  };
-  std::vector<double> results[2][2]; // by direction and part
-  for (const bool mirrored : {false, true}) {
-    const Configured plan(mirrored ? backward : forward);
-    plan.set(DftiParamInputDistance, 2 * n), plan.set(DftiParamOutputDistance, 3 * n);
-    ASSERT_EQ(plan.commit(), DftiNoError);
-    std::vector<double> in[2], (&out)[2] = results[mirrored];
-    for (std::size_t part = 0; part < 2; ++part) {
-      in[part].resize(2 * n * rows), out[part].assign(3 * n * rows, 77);
-      for (tnk_int r = 0; r < rows; ++r)
-        for (tnk_int i = 0; i < n; ++i)
-          in[part][2 * at(r, i, mirrored)] = std::cos(static_cast<double>(3 * i * i + r) + 5. * double(part));
-    }
-    DftiComputeForward(plan, in[0].data(), in[1].data(), out[0].data(), out[1].data());
-  }
-  for (const int part : {0, 1})
-    for (tnk_int r = 0; r < rows; ++r)
-      for (tnk_int i = 0; i < n; ++i)
-        EXPECT_EQ(results[1][part][3 * at(r, i, true)], results[0][part][3 * at(r, i, false)]);
 }
 
 } // namespace

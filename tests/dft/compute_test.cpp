@@ -1,5 +1,4 @@
-// Computing by a committed descriptor: routes, callers side by side, memory that is not there, and what drivers, movers
-// and wrappers do at their edges.
+// Computing by a committed descriptor: routes, callers side by side, and what drivers, movers and wrappers do at their edges.
 #include "dft/plan.h"
 #include "support/allocations.h"
 #include <atomic>
@@ -30,8 +29,6 @@ template <class Value> void set(const Plan &plan, DftiParam parameter, Value val
 void commit(const Plan &plan) {
   ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
 }
-
-// ---- Callers side by side ----------------------------------------------------------------------------------------------
 
 constexpr uint64_t more_than_slots = 0x7FFFFFFF;
 
@@ -119,44 +116,6 @@ TEST(Compute, SlotsAreThoseOfTheirThreads) {
     std::fill_n(plan->thread_slots, 5, 0);
   }
 }
-
-// ---- Memory that is not there ---------------------------------------------------------------------------------------------
-
-TEST(Compute, RefusedMemory) {
-  const struct {
-    int domain, storage, placement;
-    Ints lengths, input, output;
-  } cases[] = {{DftiComplex, DftiComplexComplex, DftiInPlace, {300}, {0, 2}, {0, 2}},
-               {DftiComplex, DftiRealReal, DftiInPlace, {300}, {0, 2}, {0, 2}},
-               {DftiComplex, DftiComplexComplex, DftiNotInPlace, {5, 40}, {0, 40, 1}, {0, 1, 5}},
-               {DftiComplex, DftiComplexComplex, DftiInPlace, {3, 40, 5}, {0, 200, 5, 1}, {0, 200, 5, 1}},
-               {DftiReal, DftiComplexComplex, DftiNotInPlace, {600}, {0, 2}, {0, 2}},
-               {DftiReal, DftiComplexReal, DftiInPlace, {60, 5}, {0, 6, 1}, {0, 6, 1}},
-               {DftiReal, DftiComplexComplex, DftiNotInPlace, {3, 40, 5}, {0, 200, 5, 1}, {0, 200, 5, 1}}};
-  for (const auto &c : cases)
-    for (const bool inverse : {false, true}) {
-      Plan plan(
-          DftiDouble, c.domain, c.lengths,
-          {{DftiParamPlacement, c.placement},
-           {c.domain == DftiReal ? DftiParamConjugateEvenStorage : DftiParamComplexStorage, c.storage}});
-      set(plan, DftiParamInputStrides, c.input.data());
-      set(plan, DftiParamOutputStrides, c.output.data());
-      commit(plan);
-      Numbers a = some_numbers(2400), b = a, d = a, e = a;
-      const auto run = [&] {
-        const auto function = inverse ? DftiComputeBackward : DftiComputeForward;
-        return function(plan, a.data(), b.data(), d.data(), e.data());
-      };
-      const int live = allocations.live;
-      const int refusals = refuse_in_turn(run, [&](tnk_int status, bool refused) {
-        EXPECT_EQ(status, refused ? DftiMemoryError : DftiNoError);
-        EXPECT_EQ(allocations.live, live);
-      });
-      EXPECT_TRUE(refusals > 0 && refusals < 9 && allocations.overrun == 0);
-    }
-}
-
-// ---- Kernels that a test puts in ------------------------------------------------------------------------------------------
 
 int calls = 0;
 tnk_int negate(void *source, void *destination, DftiNode *node, void *) {

@@ -11,8 +11,6 @@ namespace {
 
 const DftiHandle untouched = reinterpret_cast<DftiHandle>(8);
 
-// ---- Creation ---------------------------------------------------------------------------------------------------------------
-
 struct Creation {
   tnk_int precision, domain, dimension;
   Ints lengths;
@@ -101,8 +99,6 @@ TEST(DftCreate, RefusesInOrder) {
   EXPECT_EQ(allocations.made, 0);
 }
 
-// ---- What commit prepares ---------------------------------------------------------------------------------------------------
-
 // A strategy that takes the node, or fails.
 tnk_int answer = DftiNoError;
 const DftiStrategy strategy = {[](const DftiStrategy *, DftiNode *node) {
@@ -151,8 +147,6 @@ TEST(DftCommit, AsksForThreads) {
   plan->strategy_list = strategy_list + 1;
   EXPECT_EQ(DftiCommitDescriptor(plan), DftiDeclined);
 }
-
-// ---- Copies, and refused memory ---------------------------------------------------------------------------------------------
 
 TEST(DftCopy, HasTheConfigurationAndCommitsWhereTheSourceIs) {
   allocations.reset();
@@ -252,8 +246,6 @@ TEST(DftDescriptors, LeaveNothingBehindWhenMemoryIsRefused) {
   EXPECT_EQ(allocations.live, 0);
 }
 
-// ---- Handles that are none, and the way to a compute entry ----------------------------------------------------------------
-
 using ByAddress = tnk_int(DftiHandle *handle, void *const *arrays);
 template <auto *function, int... i> tnk_int with(DftiHandle *handle, void *const *a) {
   return function(handle, a[i]...);
@@ -352,8 +344,6 @@ TEST(DftDescriptors, NoneAndBadOnesAreToldApart) {
   EXPECT_EQ(DftiCommitDescriptor(plan), DftiInternalError);
   plan->methods = methods;
 }
-
-// ---- Statuses -----------------------------------------------------------------------------------------------------------------
 
 TEST(DftStatus, HasAClassAndAMessage) {
   for (const tnk_int a : {0, 1, 9, 10, 100, -1})

@@ -34,8 +34,6 @@ template <class R> Plan complex_plan(tnk_int n, const Values &values = {}, doubl
   return {sizeof(R) == 4 ? DftiSingle : DftiDouble, DftiComplex, {n}, values, forward};
 }
 
-// ---- One transform ----------------------------------------------------------------------------------------------------------
-
 // What one side of a transform holds: real numbers in the order in which they stand.
 using Line = std::vector<long double>;
 Line parts(const std::vector<Wide> &numbers) {
@@ -259,8 +257,6 @@ TEST(SmallRadix, TransformsManyLines) {
     }
 }
 
-// ---- Strategies ------------------------------------------------------------------------------------------------------------
-
 const struct {
   const DftiStrategy &strategy;
   int32_t precision;
@@ -339,8 +335,6 @@ TEST(Codelets, DeclineWhatTheyCannotDo) {
         plan->forward_domain = before.forward_domain, plan->complex_storage = before.complex_storage;
       }
 }
-
-// ---- Into nodes ---------------------------------------------------------------------------------------------------------
 
 // Work is in the table or in a buffer; without memory for either, nothing changes.
 TEST(Compact, Tables) {

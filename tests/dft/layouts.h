@@ -82,7 +82,7 @@ inline Slot slot_of(int format, tnk_int n, tnk_int slot) {
 }
 
 enum class Kind { real, interleaved, split, half, packed };
-enum class Pattern { contiguous, gaps, permuted, batch_fastest };
+enum class Pattern { contiguous, gaps, permuted, batch_fastest, mirrored };
 
 // One side of a compute.
 struct Layout {
@@ -113,6 +113,8 @@ struct Layout {
     }
     distance = pattern == Pattern::batch_fastest ? 1 : next;
     offset = gaps ? 5 : 0;
+    for (std::size_t d = 0; d < rank && pattern == Pattern::mirrored; ++d)
+      offset += (sizes[d] - 1) * strides[d], strides[d] *= -1;
   }
 
   // Calls use(array, place, value) for each real number of a signal, times (b + 1) for transform b of the batch. Places

@@ -3,6 +3,7 @@
 #include "dft/plan.h"
 #include "dft/samples.h"
 #include "support/allocations.h"
+#include "tools/tnk/support/threads.h"
 #include <atomic>
 #include <tnk/dft_commit.h>
 #include <tnk/dft_long.h>
@@ -37,8 +38,6 @@ template <class R> struct LongNode : Plan {
 double bound(tnk_int n) {
   return 0.6 * std::sqrt(std::log2(static_cast<double>(n)) + 4);
 }
-
-// ---- Lengths ------------------------------------------------------------------------------------------------------------
 
 TEST(LongTransforms, LengthsAreSplitNearTheRoot) {
   const struct {
@@ -75,8 +74,6 @@ TEST(LongTransforms, LengthsAreSplitNearTheRoot) {
   }
   EXPECT_EQ(allocations.live, before);
 }
-
-// ---- Transforms -----------------------------------------------------------------------------------------------------------
 
 template <class R> void transforms(tnk_int n) {
   const LongNode<R> node(n);
@@ -134,17 +131,9 @@ TEST(LongTransforms, EveryAllocationMayFail) {
   }
 }
 
-// ---- Threads ----------------------------------------------------------------------------------------------------------------
-
 constexpr tnk_int odd_length = 45045; // 195 by 231: slices and bundles that do not come out even
 
-struct Threads {
-  explicit Threads(int count) { tnk_set_num_threads(count); }
-  Threads(const Threads &) = delete;
-  Threads &operator=(const Threads &) = delete;
-  ~Threads() { tnk_set_num_threads(before); }
-  int before = tnk_get_max_threads();
-};
+using tool::Threads;
 
 // A kernel that wants memory once, at a call that is counted down to.
 std::atomic<int> calls_left;
@@ -174,6 +163,7 @@ template <class R> void on_threads(int32_t placement) {
     const Threads one(1); // a smaller team has all slices to do
     EXPECT_TRUE(same_bits(backward(), result));
   }
+  const Threads again(3);
   for (const int32_t slices : {1, 2, 3}) {
     plan->threads = slices;
     EXPECT_TRUE(same_bits(
@@ -231,8 +221,6 @@ TEST(LongTransforms, ThreadsAreOfferedWhereTheyGain) {
   }
 }
 
-// ---- Commits ------------------------------------------------------------------------------------------------------------------
-
 template <class R> void commits(tnk_int n) {
   const Threads one(1);
   const Plan plan(precision<R>, DftiComplex, {n});
@@ -269,8 +257,6 @@ TEST(LongTransforms, CommitTakesWhatSignalTransformsDoNot) {
   commits<double>(33554433);
   commits<float>(tnk_int{1} << 28);
 }
-
-// ---- True lengths ---------------------------------------------------------------------------------------------------------------
 
 // Some of the lengths have a factor that only a convolution takes, which adds an error of 3.4 eps.
 template <class R> void true_length(tnk_int n, int32_t placement) {

@@ -10,8 +10,6 @@
 namespace tnk::test {
 namespace {
 
-// ---- Integer parameters, every cell of their table ------------------------------------------------------------------------
-
 struct IntegerParameter {
   int32_t number;
   int width;                  // of DftiGetValue's result; 0: there is none
@@ -83,8 +81,6 @@ TEST(DftParameters, TakeTheirValuesAndNoOthers) {
           for (const DftiNode *node : {plan.handle, next}) EXPECT_EQ(node->packed_format, cce ? 57 : 54);
         }
 }
-
-// ---- The other kinds of parameters ------------------------------------------------------------------------------------------
 
 // By number: i integer, v vector, d scale, s text, r reserved.
 const std::string kinds = "iividdriiiiivviirriisiisrri";

@@ -238,6 +238,15 @@ TEST(Transforms, RealToPackedFormats) {
                  {{1}, {2}, {15}, {64}, {1, 2}, {9, 10}, {10, 9}, {3, 1}, {5, 19}, {6, 34}, {8, 16}});
 }
 
+TEST(Transforms, RowsInTwoArraysMayRunBackward) {
+  Config config{{6}, DftiComplex, DftiRealReal};
+  config.batch = 3;
+  for (const Pattern output : {Pattern::gaps, Pattern::mirrored}) {
+    config.input = Pattern::mirrored, config.output = output;
+    check(config, Signal(config.lengths, false));
+  }
+}
+
 // Whole blocks of columns and what is left of them. Threads move no bit.
 TEST(Transforms, Larger) {
   for (const Sizes &lengths :

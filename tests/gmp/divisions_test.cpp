@@ -1,6 +1,6 @@
-// Divisions of limbs and of magnitudes, and the modular powers below powm.
-#include "gmp/operations.h"
+// Divisions of limbs.
 #include "tests/gmp/limbs.h"
+#include <functional>
 
 namespace {
 
@@ -125,73 +125,6 @@ TEST(Limbs, DivisionsByFew) {
     three.resize(3);
     EXPECT_EQ(Integer(tnk_gmp_mpl_divq_3_by_2(three[2], three[1], three[0], normal[1], normal[0])),
               value(three) / value(normal));
-  }
-}
-
-TEST(Limbs, Jacobi) {
-  // From squares modulo the primes of b.
-  const auto by_definition = [](limb a, limb b) {
-    int symbol = 1;
-    for (limb p = 3; p <= b; p += 2)
-      for (; b % p == 0; b /= p) {
-        bool square = false;
-        for (limb x = 1; x < p && !square; ++x) square = x * x % p == a % p;
-        symbol *= a % p == 0 ? 0 : square ? 1 : -1;
-      }
-    return symbol;
-  };
-  for (limb b = 1; b < 120; b += 2)
-    for (limb a = 0; a < 2 * b + 3; ++a)
-      EXPECT_EQ(tnk_gmp_mpn_jacobi_base(a, b), by_definition(a, b)) << a << ' ' << b;
-  // Large ones by the laws: multiplicative above, periodic, 2 and -1 by remainders modulo 8.
-  Random random;
-  for (int round = 0; round < 500; ++round) {
-    const limb b = made(random, 1, any)[0] | 1, a = made(random, 1, any)[0];
-    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(a, b), tnk_gmp_mpn_jacobi_base(a % b, b));
-    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(2, b), b % 8 == 1 || b % 8 == 7 || b == 1 ? 1 : -1);
-    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(b - 1, b), b % 4 == 1 ? 1 : -1);
-    EXPECT_EQ(tnk_gmp_mpn_jacobi_base(a, 3) * tnk_gmp_mpn_jacobi_base(a, 5), tnk_gmp_mpn_jacobi_base(a, 15));
-  }
-}
-
-// Magnitudes, whatever the signs of their records, at the lengths where methods change; moduli without their sign.
-TEST(Magnitudes, DivisionsAndPowers) {
-  using Big = const Integer &;
-  const auto power = [](Big b, Big e, Big m) {
-    require(m != 0 && e.sign() >= 0 && e.bits() < 130 && m.bits() < 500);
-    Integer r = 1;
-    for (uint64_t i = e.bits(); i-- > 0;) r = r * r * (e.bit(i) ? b : 1) % m;
-    r = r % m;
-    return r.sign() < 0 ? r + m.magnitude() : r;
-  };
-  const Operation rows[] = {
-      operation("magnitudes_div_q", &tnk_gmp_tnk_gmp_div_q,
-                [](Integer &q, Big n, Big d) { require(d != 0), q = (n / d).magnitude(); }),
-      operation("magnitudes_div_r", &tnk_gmp_tnk_gmp_div_r,
-                [](Integer &r, Big n, Big d) { require(d != 0), r = (n % d).magnitude(); }),
-      operation("magnitudes_div_qr", &tnk_gmp_tnk_gmp_div_qr,
-                [](Integer &q, Integer &r, Big n, Big d) {
-                  require(d != 0), q = (n / d).magnitude(), r = (n - n / d * d).magnitude();
-                }),
-      operation("magnitudes_divqr_2exp", &tnk_gmp_tnk_gmp_divqr_2exp,
-                [](Integer &q, Integer &r, Big n, uint64_t bits) {
-                  require(bits < 4000);
-                  const Integer d = Integer::power_of_two(bits);
-                  q = (n / d).magnitude(), r = (n % d).magnitude();
-                }),
-      operation("powm_mary", &tnk_gmp_mpz_powm_mary,
-                [=](Integer &r, Big b, Big e, Big m) { r = power(b, e, m); }),
-      operation("powm_exp2", &tnk_gmp_mpl_powm_exp2,
-                [=](Integer &r, Big b, Big e, uint64_t bits) {
-                  require(bits < 500), r = power(b, e, Integer::power_of_two(bits));
-                }),
-  };
-  Random random;
-  for (const Operation &row : rows) {
-    Choices some(random, row.name[0] == 'm' ? 60 : 8);
-    int defined = 0;
-    for (int i = 0; i < 700 && !HasFailure(); ++i) defined += row.run(some);
-    EXPECT_GT(defined, 100) << row.name;
   }
 }
 

@@ -173,14 +173,6 @@ TEST(LimbMemory, TemporarySlot) {
 }
 
 TEST(LimbMemory, Tables) {
-  const std::string lower = tnk_gmp_DigitsLower, upper = tnk_gmp_DigitsUpper;
-  ASSERT_EQ(lower.size(), 36u);
-  ASSERT_EQ(upper.size(), 36u);
-  for (int digit = 0; digit < 36; ++digit) {
-    const char text[] = {lower[static_cast<std::size_t>(digit)], 0};
-    EXPECT_EQ(std::strtol(text, nullptr, 36), digit);
-    EXPECT_EQ(std::toupper(text[0]), upper[static_cast<std::size_t>(digit)]);
-  }
   EXPECT_EQ(tnk_gmp_log_table[0], 0);
   for (int b = 1; b < 102; ++b)
     EXPECT_EQ(tnk_gmp_log_table[b], static_cast<double>(std::log(static_cast<long double>(b))));

@@ -7,7 +7,6 @@
 
 #include <cfloat>
 #include <cmath>
-#include <dlfcn.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -17,23 +16,11 @@
 
 namespace tnk::test {
 
-// A meaning calls these: for arguments that the operation is not made for, and where the peer gives up or leaves its
-// outputs open.
+// For arguments that an operation is not made for.
 struct NotDefined {};
 inline void require(bool condition) {
   if (!condition) throw NotDefined();
 }
-struct PeerLeaves {
-  bool all = false, outputs = false;
-};
-inline PeerLeaves peer_leaves;
-inline void skip_peer() {
-  peer_leaves.all = true;
-}
-inline void skip_peer_outputs() {
-  peer_leaves.outputs = true;
-}
-
 // Where values come from: all of a list one after another, or at random.
 class Choices {
 public:
@@ -97,53 +84,31 @@ private:
   std::vector<std::pair<int, int>> path_;
 };
 
-// A record of ours.
-struct Ours {
-  static void init(tnk_gmp_integer *r) { tnk_gmp___gmpz_init(r); }
-  static void clear(tnk_gmp_integer *r) { tnk_gmp___gmpz_clear(r); }
-  static void room(tnk_gmp_integer *r, int32_t n) { tnk_gmp___gmpz_realloc(r, n); }
-};
-// And of the peer, which has the same layout: its functions by their published names, null where it is not installed.
-struct Peer {
-  static void *find(const std::string &name) {
-    static void *const library = dlopen("libgmp.so.10", RTLD_NOW | RTLD_LOCAL);
-    return library ? dlsym(library, ("__gmpz_" + name).c_str()) : nullptr;
-  }
-  template <class F> static F *function(const std::string &name) { return reinterpret_cast<F *>(find(name)); }
-  static void init(tnk_gmp_integer *r) { function<void(tnk_gmp_integer *)>("init")(r); }
-  static void clear(tnk_gmp_integer *r) { function<void(tnk_gmp_integer *)>("clear")(r); }
-  static void room(tnk_gmp_integer *r, int32_t n) {
-    function<void *(tnk_gmp_integer *, int64_t)>("realloc")(r, n);
-  }
-};
-
-template <class Library> class Record {
-public:
-  explicit Record(const reference::Integer &value = {}) {
-    Library::init(&record_);
+// An integer of the kernel that is made and cleared here.
+struct Z {
+  tnk_gmp_integer record;
+  Z() { tnk_gmp___gmpz_init(&record); }
+  explicit Z(int64_t value) { tnk_gmp___gmpz_init_set_si(&record, value); }
+  explicit Z(const reference::Integer &value) : Z() {
     const auto limbs = value.limbs();
     if (limbs.empty()) return;
     const auto n = static_cast<int32_t>(limbs.size());
-    Library::room(&record_, n); // just as much as it needs
-    std::copy(limbs.begin(), limbs.end(), record_.d);
-    record_.size = value.sign() < 0 ? -n : n;
+    tnk_gmp___gmpz_realloc(&record, n); // just as much as it needs
+    std::copy(limbs.begin(), limbs.end(), record.d);
+    record.size = value.sign() < 0 ? -n : n;
   }
-  ~Record() { Library::clear(&record_); }
-  Record(const Record &) = delete;
-  Record &operator=(const Record &) = delete;
-  operator tnk_gmp_integer *() { return &record_; }
-  tnk_gmp_integer *operator->() { return &record_; }
-
-  // The value, of a record that is as it should be.
+  Z(const Z &other) { tnk_gmp___gmpz_init_set(&record, &other.record); }
+  Z &operator=(const Z &) = delete;
+  ~Z() { tnk_gmp___gmpz_clear(&record); }
+  operator tnk_gmp_integer *() { return &record; }
+  operator const tnk_gmp_integer *() const { return &record; }
+  // Of a record that is as it should be.
   reference::Integer value() const {
-    const int32_t n = std::abs(record_.size);
-    EXPECT_LE(n, record_.alloc);
-    EXPECT_TRUE(n == 0 || record_.d[n - 1] != 0) << "a highest limb of 0";
-    return reference::Integer(record_.d, n, record_.size < 0);
+    const int32_t n = std::abs(record.size);
+    EXPECT_LE(n, record.alloc);
+    EXPECT_TRUE(n == 0 || record.d[n - 1] != 0) << "a highest limb of 0";
+    return reference::Integer(record.d, n, record.size < 0);
   }
-
-private:
-  tnk_gmp_integer record_;
 };
 
 struct Operation {
@@ -209,13 +174,13 @@ template <class T, class Records> T to_function(Argument &a, Records &records) {
     return a.scalar(T());
 }
 
-// Calls a function of ours or of the peer on records with these values, and compares what they hold afterwards.
-template <class Library, class R, class... A, std::size_t... I>
-R call(R (*function)(A...), std::vector<Argument> &arguments, bool outputs, std::index_sequence<I...>) {
-  std::vector<std::unique_ptr<Record<Library>>> records(arguments.size() * 2);
+// Calls a function on records with these values, and compares what they hold afterwards.
+template <class R, class... A, std::size_t... I>
+R call(R (*function)(A...), std::vector<Argument> &arguments, std::index_sequence<I...>) {
+  std::vector<std::unique_ptr<Z>> records(arguments.size() * 2);
   for (const Argument &a : arguments)
     if (a.is_record && !records[static_cast<std::size_t>(a.place)])
-      records[static_cast<std::size_t>(a.place)] = std::make_unique<Record<Library>>(a.before);
+      records[static_cast<std::size_t>(a.place)] = std::make_unique<Z>(a.before);
   const auto compare = [&] {
     std::vector<bool> written(records.size());
     const auto look = [&](const Argument &a, bool output) {
@@ -224,7 +189,6 @@ R call(R (*function)(A...), std::vector<Argument> &arguments, bool outputs, std:
       EXPECT_EQ(found.text(16), (output ? a.after : a.before).text(16));
       written[static_cast<std::size_t>(a.place)] = true;
     };
-    if (!outputs) return;
     ((is_output<A> ? look(arguments[I], true) : void()), ...);
     ((is_input<A> ? look(arguments[I], false) : void()), ...);
   };
@@ -247,10 +211,6 @@ inline std::string text(const std::vector<Argument> &arguments) {
   return result;
 }
 
-template <class R> R sign_of_int(R x) {
-  return std::is_same_v<R, int> ? R((x > 0) - (x < 0)) : x;
-}
-
 template <class Meaning, class R, class... A, std::size_t... I>
 bool run(const char *name, R (*function)(A...), const Meaning &meaning, Choices &choices,
          std::index_sequence<I...> indices) {
@@ -260,21 +220,14 @@ bool run(const char *name, R (*function)(A...), const Meaning &meaning, Choices 
   int places = 0;
   (choose<A>(arguments[I], places, inputs, choices), ...);
   (share<A>(arguments[I], places, taken, inputs, choices), ...);
-  peer_leaves = {};
   SCOPED_TRACE(name + text(arguments));
   try {
-    const auto peer = reinterpret_cast<R (*)(A...)>(Peer::find(name));
     if constexpr (std::is_void_v<R>) {
       meaning(to_meaning<A>(arguments[I])...);
-      call<Ours>(function, arguments, true, indices);
-      if (peer && !peer_leaves.all) call<Peer>(peer, arguments, true, indices);
+      call(function, arguments, indices);
     } else {
       const R expected = static_cast<R>(meaning(to_meaning<A>(arguments[I])...));
-      EXPECT_EQ(call<Ours>(function, arguments, true, indices), expected);
-      if (peer && !peer_leaves.all) {
-        const R found = call<Peer>(peer, arguments, !peer_leaves.outputs, indices);
-        EXPECT_EQ(sign_of_int(found), sign_of_int(expected)) << "by the peer";
-      }
+      EXPECT_EQ(call(function, arguments, indices), expected);
     }
   } catch (NotDefined) {
     return false;

@@ -7,19 +7,6 @@ namespace tnk::test {
 
 using Big = reference::Integer;
 
-// An integer that is made and cleared here, by short names.
-struct Z {
-  tnk_gmp_integer record;
-  Z() { tnk_gmp___gmpz_init(&record); }
-  explicit Z(int64_t value) { tnk_gmp___gmpz_init_set_si(&record, value); }
-  Z(const Z &other) { tnk_gmp___gmpz_init_set(&record, &other.record); }
-  Z &operator=(const Z &) = delete;
-  ~Z() { tnk_gmp___gmpz_clear(&record); }
-  operator tnk_gmp_integer *() { return &record; }
-  operator const tnk_gmp_integer *() const { return &record; }
-  tnk_gmp_integer *operator->() { return &record; }
-  Big value() const { return Big(record.d, std::abs(record.size), record.size < 0); }
-};
 inline bool operator==(const Z &a, const Z &b) {
   return tnk_gmp___gmpz_cmp(a, b) == 0;
 }

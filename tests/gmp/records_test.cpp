@@ -37,8 +37,6 @@ TEST(Records, BeginWithValues) {
   EXPECT_EQ(tnk_gmp___gmpz_root(nullptr, Z(-27), 3), 1);
 }
 
-// ---- Text and words -----------------------------------------------------------------------------------------------
-
 TEST(Text, OfEveryBase) {
   Random random(4);
   const auto to_text = [](const Z &a, int base) {
@@ -151,8 +149,6 @@ TEST(Words, OfEverySizeAndOrder) {
             EXPECT_TRUE(a == b);
           }
 }
-
-// ---- Long operands ------------------------------------------------------------------------------------------------
 
 TEST(LongIntegers, PowersModuloAnything) {
   Random random(8);

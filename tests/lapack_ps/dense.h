@@ -1,60 +1,24 @@
-// Small dense matrices: in wide complex arithmetic, from which the tests of factors are put together, and as they stand
-// in memory.
+// Small dense matrices as they stand in memory.
 #pragma once
 
-#include <complex>
 #include <gtest/gtest.h>
-#include <vector>
 
+#include "reference/dense.h"
 #include "reference/sums.h"
 #include "support/guarded.h"
 #include "support/random.h"
 
 namespace tnk::test {
 
-using reference::Real;
-using Wide = std::complex<long double>;
+using reference::Dense, reference::Real, reference::size_of, reference::Wide;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+extern int public_calls; // of routines that primitives leave work to
 
 template <class T> Wide wide(T a) {
   return {reference::re(a), reference::im(a)};
 }
-inline long double size_of(Wide a) {
-  return std::fabs(a.real()) + std::fabs(a.imag());
-}
 template <class T> constexpr long double eps = std::numeric_limits<Real<T>>::epsilon();
-
-struct Dense {
-  tnk_int rows, columns;
-  std::vector<Wide> elements;
-
-  Dense(tnk_int m, tnk_int n) : rows(m), columns(n), elements(static_cast<std::size_t>(m * n)) {}
-  template <class Element> Dense(tnk_int m, tnk_int n, Element element) : Dense(m, n) {
-    for (tnk_int j = 0; j < n; ++j)
-      for (tnk_int i = 0; i < m; ++i) (*this)(i, j) = element(i, j);
-  }
-  Wide &operator()(tnk_int i, tnk_int j) { return elements[static_cast<std::size_t>(i + j * rows)]; }
-  const Wide &operator()(tnk_int i, tnk_int j) const {
-    return elements[static_cast<std::size_t>(i + j * rows)];
-  }
-  friend Dense operator*(const Dense &a, const Dense &b) {
-    Dense c(a.rows, b.columns);
-    for (tnk_int j = 0; j < b.columns; ++j)
-      for (tnk_int l = 0; l < a.columns; ++l)
-        for (tnk_int i = 0; i < a.rows; ++i) c(i, j) += a(i, l) * b(l, j);
-    return c;
-  }
-  Dense magnitudes() const {
-    return {rows, columns, [&](tnk_int i, tnk_int j) { return size_of((*this)(i, j)); }};
-  }
-  // "N": itself, "T": transpose, any other letter: conjugate transpose.
-  Dense form(char letter) const {
-    if (letter == 'N' || letter == 'n') return *this;
-    return {columns, rows, [&](tnk_int i, tnk_int j) {
-              return letter == 'T' || letter == 't' ? (*this)(j, i) : std::conj((*this)(j, i));
-            }};
-  }
-};
 
 // All of a matrix in memory ('A'), or one triangle ('U', 'L'), with rows of a gap between columns; all else must stay.
 template <class T> struct Stored : Guarded<T> {

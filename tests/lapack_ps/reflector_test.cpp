@@ -21,7 +21,10 @@ TYPED_TEST(Reflectors, OnEitherSide) {
     Stored<T> c(random_matrix<T>(m, n, random)), v(random_matrix<T>(order, 1, random));
     Guarded<T> work(static_cast<std::size_t>(others), page_end);
     const Dense before = c.dense(), reflector = v.dense();
+    public_calls = 0;
     larfx(side, &m, &n, v.data(), &tau, c.data(), &c.ld, is_short ? nothing : work.data());
+    if ((public_calls > 0) == (is_short || is_zero(tau)))
+      return testing::AssertionFailure() << "called or not";
     const auto outer = [&](const Dense &a, const Dense &w) {
       return left ? w * (w.form('C') * a) : (a * w) * w.form('C');
     };

@@ -4,6 +4,7 @@
 #include "support/fault_allocator.h"
 #include "support/named.h"
 #include <functional>
+#include <numeric>
 #include <tnk/lapack_ps.h>
 
 namespace tnk::test {
@@ -183,35 +184,28 @@ TYPED_TEST(Tridiagonal, Solves) {
       }
 }
 
-// ---- Bit for bit ----------------------------------------------------------------------------------------------------
-
-// With the factors of an elimination, a quotient being a true one; beyond either end are zeros.
-TYPED_TEST(RealTridiagonal, SolvesStepByStep) {
+// A quotient is a true one, no product with a reciprocal.
+TYPED_TEST(RealTridiagonal, DividesByPivots) {
   using T = TypeParam;
   Random random;
   for (tnk_int n = 1; n <= 12; ++n)
-    for (const tnk_int form : {0, 1}) {
-      const Bands<T> f(n, random, 1);
-      Stored<T> x(random_matrix<T>(n, 1, random));
-      std::vector<T> room(static_cast<std::size_t>(n) + 4);
-      T *const b = room.data() + 2;
-      std::copy(x.data(), x.data() + n, b);
-      const tnk_int down = form == 0, up = 1 - down, one = 1;
-      const auto eliminate = [&](tnk_int i) {
-        if (down && f.swaps(i)) std::swap(b[i], b[i + 1]);
-        b[i + down] = b[i + down] - f.dl[i] * b[i + up];
-        if (up && f.swaps(i)) std::swap(b[i], b[i + 1]);
-      };
-      for (tnk_int i = 0; down && i + 1 < n; ++i) eliminate(i);
-      for (tnk_int k = 0; k < n; ++k) {
-        const tnk_int i = down ? n - 1 - k : k, way = down - up;
-        const T near = f.du[std::max<tnk_int>(i - up, 0)], far = f.du2[std::max<tnk_int>(i - 2 * up, 0)];
-        b[i] = ((b[i] - near * b[i + way]) - far * b[i + 2 * way]) / f.d[i];
-      }
-      for (tnk_int i = n - 1; up && i-- > 0;) eliminate(i);
-      Named<T>("tnk_lapack_ps_?gtts2")(&form, &n, &one, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(),
-                                       f.ipiv.data(), x.data(), &n);
-      for (tnk_int i = 0; i < n; ++i) EXPECT_EQ(x.data()[i], b[i]) << n << ' ' << form << ' ' << i;
+    for (const tnk_int form : {0, 1, -1}) {
+      Bands<T> f(n, random, 1);
+      for (auto *band : {&f.dl, &f.du, &f.du2}) band->assign(band->size(), 0);
+      std::iota(f.ipiv.begin(), f.ipiv.end(), 1);
+      const Dense right = random_matrix<T>(n, 1, random);
+      const Stored<T> b(right);
+      Stored<T> x(right);
+      Cut<T> c(f);
+      const tnk_int one = 1;
+      tnk_int info = untouched;
+      if (form >= 0)
+        Named<T>("tnk_lapack_ps_?gtts2")(&form, &n, &one, c.dl.data(), c.d.data(), c.du.data(), c.du2.data(),
+                                         f.ipiv.data(), x.data(), &n);
+      else
+        Named<T>("tnk_lapack_ps_?gtsv_small")(&n, &one, c.dl.data(), c.d.data(), c.du.data(), x.data(), &n,
+                                              &info);
+      for (std::size_t i = 0; i < f.d.size(); ++i) EXPECT_EQ(x.get(i), b.get(i) / f.d[i]) << n << ' ' << form;
     }
 }
 
@@ -239,8 +233,6 @@ TYPED_TEST(RealTridiagonal, FactorsStepByStep) {
     EXPECT_TRUE(same(c.dl, steps.dl) && same(c.d, steps.d) && same(c.du, steps.du)) << n;
   }
 }
-
-// ---- Pivots that fail -----------------------------------------------------------------------------------------------
 
 // Diagonal matrices with one pivot that is zero, or a NaN in either part.
 TYPED_TEST(Tridiagonal, ReportsWhereAPivotFails) {

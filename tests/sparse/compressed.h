@@ -1,12 +1,15 @@
 // Compressed rows of small integers, to be converted, added and multiplied.
 #pragma once
 
+#include "reference/dense.h"
 #include "sparse/aux_form.h"
 #include <algorithm>
 #include <numeric>
 #include <tnk/spblas_convert.h>
 
 namespace tnk::test {
+
+using tnk::reference::Dense;
 
 // Compressed rows, with what they stand for.
 template <class T, class I> struct Csr {
@@ -19,12 +22,16 @@ template <class T, class I> struct Csr {
   void append(I column, T value) { columns.push_back(column + base), values.push_back(value); }
   void end_row() { pointer.push_back(base + static_cast<I>(columns.size())); }
   I entries() const { return static_cast<I>(columns.size()); }
-  // By columns; entries that repeat are added up.
-  std::vector<wide> dense() const {
-    std::vector<wide> a(at(m * n));
+  // visit(row, column, place) for each entry in turn.
+  template <class Visit> void each(Visit visit) const {
     for (I i = 0; i < m; ++i)
       for (I k = pointer[at(i)] - base; k < pointer[at(i) + 1] - base; ++k)
-        a[at(i + (columns[at(k)] - base) * m)] += widened(values[at(k)]);
+        visit(i, columns[at(k)] - base, at(k));
+  }
+  // Entries that repeat are added up.
+  Dense dense() const {
+    Dense a(m, n);
+    each([&](I i, I j, std::size_t k) { a(i, j) += widened(values[k]); });
     return a;
   }
   bool operator==(const Csr &other) const {

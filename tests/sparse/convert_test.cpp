@@ -22,11 +22,10 @@ TYPED_TEST(SparseConvert, TriplesKeepTheOrderOfRowsThereAndBack) {
     run(a);
     ASSERT_EQ(nnz, a.entries());
     ASSERT_TRUE(info == 0 && rows.back() == -7 && columns.back() == -7);
-    for (I i = 0, k = 0; i < a.m; ++i)
-      for (; k < a.pointer[a.at(i) + 1] - a.base; ++k) {
-        ASSERT_TRUE(rows[a.at(k)] == i + base && columns[a.at(k)] == a.columns[a.at(k)] - a.base + base);
-        ASSERT_EQ(widened(values[a.at(k)]), widened(a.values[a.at(k)]));
-      }
+    a.each([&](I i, I j, std::size_t k) {
+      ASSERT_TRUE(rows[k] == i + base && columns[k] == j + base &&
+                  widened(values[k]) == widened(a.values[k]));
+    });
     // Room short by one, of no entries too: what fits is there, the count is not.
     const std::size_t last = a.at(a.entries()) - (nnz > 0);
     nnz = -1, --job[4], rows[last] = -7;
@@ -65,9 +64,7 @@ TYPED_TEST(SparseConvert, ColumnsAreTheTransposeAndLeadBack) {
     I job[] = {0, a.base, base, -9, -9, -9}, info = -1;
     this->call("tnk_?csrcsc", job, &a.m, a.values.data(), a.columns.data(), a.pointer.data(),
                turned.values.data(), turned.columns.data(), turned.pointer.data(), &info);
-    const auto of_a = a.dense(), of_t = turned.dense();
-    for (I i = 0; i < a.m; ++i)
-      for (I j = 0; j < a.m; ++j) ASSERT_EQ(of_a[a.at(i + j * a.m)], of_t[a.at(j + i * a.m)]);
+    ASSERT_TRUE(turned.dense() == a.dense().form('T'));
     job[0] = 1;
     this->call("tnk_?csrcsc", job, &a.m, back.values.data(), back.columns.data(), back.pointer.data(),
                turned.values.data(), turned.columns.data(), turned.pointer.data(), &info);
@@ -94,35 +91,33 @@ TYPED_TEST(SparseConvert, BlocksHoldTheMatrixAndGiveItsElementsBack) {
       job[5] = 1;
       run(a);
       ASSERT_EQ(info, 0);
-      std::vector<wide> dense(a.at(a.m * a.m));
-      std::vector<I> first_seen; // the order of block columns in each block row
+      Dense dense(a.m, a.m);
+      std::vector<std::vector<I>> met(a.at(block_rows)); // the order of block columns in each block row
+      a.each([&](I i, I j, std::size_t) {
+        std::vector<I> &row = met[a.at(i / size)];
+        if (std::find(row.begin(), row.end(), j / size) == row.end()) row.push_back(j / size);
+      });
       for (I b = 0; b < block_rows; ++b) {
-        first_seen.clear();
-        for (I k = a.pointer[a.at(b * size)] - a.base;
-             k < a.pointer[a.at(std::min<I>(a.m, (b + 1) * size))] - a.base; ++k) {
-          const I column = (a.columns[a.at(k)] - a.base) / size;
-          if (std::find(first_seen.begin(), first_seen.end(), column) == first_seen.end())
-            first_seen.push_back(column);
-        }
-        ASSERT_EQ(pointer[a.at(b) + 1] - pointer[a.at(b)], static_cast<I>(first_seen.size()));
-        for (I k = pointer[a.at(b)] - base; k < pointer[a.at(b) + 1] - base; ++k) {
+        const I first = pointer[a.at(b)] - base, end = pointer[a.at(b) + 1] - base;
+        ASSERT_EQ(end - first, static_cast<I>(met[a.at(b)].size()));
+        for (I k = first; k < end; ++k) {
           const I column = columns[a.at(k)] - base;
-          ASSERT_EQ(column, first_seen[a.at(k - pointer[a.at(b)] + base)]);
+          ASSERT_EQ(column, met[a.at(b)][a.at(k - first)]);
           ASSERT_EQ(widened(values[a.at(k * stride + stride - 1)]), wide{-7}) << "between blocks";
           for (I r = 0; r < size; ++r)
             for (I s = 0; s < size; ++s) {
               const wide v = widened(values[a.at(k * stride + (base == 0 ? r * size + s : s * size + r))]);
               if (b * size + r < a.m && column * size + s < a.m)
-                dense[a.at(b * size + r + (column * size + s) * a.m)] = v;
+                dense(b * size + r, column * size + s) = v;
               else
                 ASSERT_EQ(v, wide{}) << "beyond the matrix";
             }
         }
       }
-      ASSERT_EQ(dense, a.dense());
+      ASSERT_TRUE(dense == a.dense());
       job[0] = 1;
       run(back);
-      EXPECT_EQ(back.dense(), a.dense());
+      EXPECT_TRUE(back.dense() == a.dense());
     }
   });
   auto a = this->matrix(4, 4, 0, 4);
@@ -161,9 +156,10 @@ TYPED_TEST(SparseConvert, DiagonalsAndTheirRestHoldTheMatrix) {
         ASSERT_EQ(info, 0);
 
         std::vector<I> entries(a.at(2 * n + 1)); // of each distance
-        for (I i = 0; i < n; ++i)
-          for (I k = a.pointer[a.at(i)] - a.base; k < a.pointer[a.at(i) + 1] - a.base; ++k)
-            ++entries[a.at(a.columns[a.at(k)] - a.base - i + n)];
+        a.each([&](I i, I j, std::size_t) { ++entries[a.at(j - i + n)]; });
+        const auto is_chosen = [&](I d) {
+          return std::find(distance.begin(), distance.begin() + count, d) != distance.begin() + count;
+        };
         if (digits >= 10) {
           const auto there = std::count_if(entries.begin(), entries.end(), [](I e) { return e > 0; });
           ASSERT_EQ(count, std::min<I>(wanted, static_cast<I>(there)));
@@ -172,26 +168,21 @@ TYPED_TEST(SparseConvert, DiagonalsAndTheirRestHoldTheMatrix) {
           for (I d = 0; d < count && n > 0; ++d)
             least = std::min(least, entries[a.at(distance[a.at(d)] + n)]);
           for (I d = 0; d < 2 * n && count == wanted; ++d)
-            if (std::find(distance.begin(), distance.begin() + count, d - n) == distance.begin() + count) {
-              ASSERT_LE(entries[a.at(d)], least);
-            }
+            ASSERT_TRUE(is_chosen(d - n) || entries[a.at(d)] <= least);
         }
-        std::vector<wide> dense = rest.dense(), expected = a.dense();
+        Dense dense = rest.dense(), expected = a.dense();
         for (I d = 0; d < count && n > 0; ++d)
           for (I i = 0; i < n; ++i) {
             const I j = i + distance[a.at(d)];
             const wide v = widened(values[a.at(d * stride + i)]);
             if (j >= 0 && j < n)
-              dense[a.at(i + j * n)] += v;
+              dense(i, j) += v;
             else
               ASSERT_EQ(v, wide{});
           }
         if (!(digits % 10)) // what is on no diagonal was dropped
-          for (I i = 0; i < n; ++i)
-            for (I j = 0; j < n; ++j)
-              if (std::find(distance.begin(), distance.begin() + count, j - i) == distance.begin() + count)
-                expected[a.at(i + j * n)] = 0;
-        ASSERT_EQ(dense, expected) << digits << " " << wanted;
+          a.each([&](I i, I j, std::size_t) { expected(i, j) = is_chosen(j - i) ? expected(i, j) : 0; });
+        ASSERT_TRUE(dense == expected) << digits << " " << wanted;
       }
   });
 }
@@ -223,19 +214,15 @@ TYPED_TEST(SparseConvert, SkylinesHoldTheTriangleAndLeadBack) {
   USE_FORM;
   this->each_matrix(false, [&](auto a, I base) {
     for (const bool upper : {false, true}) {
-      std::vector<wide> triangle = a.dense();
+      Dense triangle = a.dense();
       std::vector<I> length(a.at(a.m));
-      for (I i = 0; i < a.m; ++i)
-        for (I k = a.pointer[a.at(i)] - a.base; k < a.pointer[a.at(i) + 1] - a.base; ++k)
-          if (const I j = a.columns[a.at(k)] - a.base, back = upper ? j - i : i - j; back >= 0)
-            length[a.at(upper ? j : i)] = std::max<I>(length[a.at(upper ? j : i)], back + 1);
-      I entries = 0;
-      for (I i = 0; i < a.m; ++i)
-        for (I j = 0; j < a.m; ++j) {
-          wide &v = triangle[a.at(i + j * a.m)];
-          if (upper ? j < i : j > i) v = 0;
-          entries += v != wide{};
-        }
+      a.each([&](I i, I j, std::size_t) {
+        if (upper ? j < i : j > i) return void(triangle(i, j) = 0);
+        I &longest = length[a.at(upper ? j : i)];
+        longest = std::max<I>(longest, std::abs(i - j) + 1);
+      });
+      const auto entries =
+          static_cast<I>(a.m * a.m - std::count(triangle.elements.begin(), triangle.elements.end(), wide{}));
       const I needed = std::accumulate(length.begin(), length.end(), I{0});
       std::vector<T> values(a.at(needed) + 1, narrow<T>(-7));
       std::vector<I> pointer(a.at(a.m) + 1);
@@ -256,14 +243,14 @@ TYPED_TEST(SparseConvert, SkylinesHoldTheTriangleAndLeadBack) {
       for (I end = 0; end < a.m; ++end) {
         ASSERT_EQ(pointer[a.at(end) + 1] - pointer[a.at(end)], length[a.at(end)]);
         for (I k = 0; k < length[a.at(end)]; ++k) {
-          const I other = end - k, at = upper ? other + end * a.m : end + other * a.m;
-          ASSERT_EQ(widened(values[a.at(pointer[a.at(end) + 1] - base - 1 - k)]), triangle[a.at(at)]);
+          ASSERT_EQ(widened(values[a.at(pointer[a.at(end) + 1] - base - 1 - k)]),
+                    upper ? triangle(end - k, end) : triangle(end, end - k));
         }
       }
       job[0] = 1, job[4] = entries;
       run(back);
       ASSERT_EQ(info, 0);
-      EXPECT_EQ(back.dense(), triangle);
+      EXPECT_TRUE(back.dense() == triangle);
       for (I i = 0; i < a.m; ++i)
         EXPECT_TRUE(std::is_sorted(back.columns.begin() + back.pointer[a.at(i)] - a.base,
                                    back.columns.begin() + back.pointer[a.at(i) + 1] - a.base));
@@ -290,22 +277,21 @@ TYPED_TEST(SparseConvert, DenseMatricesInParts) {
         };
         run(a);
         ASSERT_EQ(info, 0);
-        const auto all = a.dense();
-        auto of_part = all;
+        const Dense all = a.dense();
+        Dense of_part = all;
         for (I j = 0; j < n; ++j)
           for (I i = 0; i < lda; ++i) {
             const bool inside = i < m && (part == 0 ? i >= j : part == 1 ? i <= j : part == 2);
-            const wide v = i < m ? all[a.at(i + j * m)] : wide{};
+            const wide v = i < m ? all(i, j) : wide{};
             ASSERT_EQ(widened(dense[a.at(i + j * lda)]), v != wide{} ? v : inside ? wide{} : wide{-7});
-            if (i < m && !inside) of_part[a.at(i + j * m)] = 0;
+            if (i < m && !inside) of_part(i, j) = 0;
           }
         auto back = decltype(a)(m, n, a.base, static_cast<I>(m * n));
         job[0] = 0;
         run(back);
-        EXPECT_EQ(back.dense(), of_part);
+        EXPECT_TRUE(back.dense() == of_part);
         EXPECT_EQ(back.pointer[a.at(m)] - a.base,
-                  static_cast<I>(
-                      std::count_if(of_part.begin(), of_part.end(), [](wide v) { return v != wide{}; })));
+                  m * n - std::count(of_part.elements.begin(), of_part.elements.end(), wide{}));
         job[0] = 7, info = -1;
         run(back);
         EXPECT_EQ(info, 0);

@@ -137,7 +137,7 @@ TYPED_TEST(PublicConvert, ThereAndBack) {
           const auto elements = a.dense();
           for (tnk_int j = 0; j < n; ++j)
             for (tnk_int i = 0; i < m + 2; ++i)
-              EXPECT_EQ(widened(dense[a.at(i + j * (m + 2))]), i < m ? elements[a.at(i + j * m)] : wide(9));
+              EXPECT_EQ(widened(dense[a.at(i + j * (m + 2))]), i < m ? elements(i, j) : wide(9));
           tnk_sparse_matrix back{};
           ASSERT_EQ(this->run("from_dense", m, n, dense.data(), m + 2, &d, &back), TNK_SPARSE_OK);
           EXPECT_TRUE(this->taken(back, base) == a);
@@ -152,8 +152,7 @@ TYPED_TEST(PublicConvert, SumsAndProductsAreThoseOfDenseMatrices) {
         for (const char op : {'n', 'T', 'c'})
           for (const bool sorted : {true, false}) {
             SCOPED_TRACE(testing::Message() << m << " by " << n << ", base " << base << ' ' << op << sorted);
-            const bool turned = op != 'n', conjugated = op == 'c';
-            const auto taken_by = [&](wide x) { return conjugated ? std::conj(x) : x; };
+            const bool turned = op != 'n';
             const tnk_int k = 4;
             const auto a = this->matrix(m, n, base, 5, sorted);
             const auto b = this->matrix(turned ? n : m, turned ? m : n, base, 5, sorted);
@@ -167,24 +166,11 @@ TYPED_TEST(PublicConvert, SumsAndProductsAreThoseOfDenseMatrices) {
             ASSERT_EQ(this->run("multiply", op, &av, &fv, &d, &product), TNK_SPARSE_OK);
             EXPECT_TRUE(a == before_a && b == before_b);
             const auto c = this->taken(sum, base), p = this->taken(product, base);
-            const auto da = a.dense(), db = b.dense(), df = factor.dense(), dc = c.dense(), dp = p.dense();
-            for (tnk_int i = 0; i < m; ++i) {
-              for (tnk_int j = 0; j < n; ++j)
-                EXPECT_EQ(dc[a.at(i + j * m)],
-                          da[a.at(i + j * m)] +
-                              widened(beta) * (turned ? taken_by(db[a.at(j + i * n)]) : db[a.at(i + j * m)]));
-              for (auto q = c.pointer[c.at(i)] - base + 1; q < c.pointer[c.at(i) + 1] - base; ++q)
-                EXPECT_LE(c.columns[c.at(q) - 1], c.columns[c.at(q)]);
-            }
-            const tnk_int rows = turned ? n : m, inner = turned ? m : n;
-            for (tnk_int i = 0; i < rows; ++i)
-              for (tnk_int j = 0; j < k; ++j) {
-                wide element = 0;
-                for (tnk_int q = 0; q < inner; ++q)
-                  element += (turned ? taken_by(da[a.at(q + i * m)]) : da[a.at(i + q * m)]) *
-                             df[a.at(q + j * inner)];
-                EXPECT_EQ(dp[a.at(i + j * rows)], element);
-              }
+            EXPECT_TRUE(c.dense() == a.dense() + widened(beta) * b.dense().form(op));
+            EXPECT_TRUE(p.dense() == a.dense().form(op) * factor.dense());
+            for (tnk_int i = 0; i < m; ++i)
+              EXPECT_TRUE(std::is_sorted(c.columns.begin() + c.pointer[c.at(i)] - base,
+                                         c.columns.begin() + c.pointer[c.at(i) + 1] - base));
           }
   EXPECT_EQ(lasting.live, 0);
 }

@@ -2,7 +2,7 @@
 // with one right-hand side and several, in place and apart, on one thread and on more; and what they do without memory.
 #include "reference/sums.h"
 #include "sparse/aux_form.h"
-#include "sparse/stored.h"
+#include "sparse/triangle.h"
 #include "support/allocations.h"
 #include "support/error_recorder.h"
 #include "support/named.h"
@@ -16,80 +16,22 @@ namespace {
 using namespace tnk::test;
 using namespace tnk::test::reference;
 
-// A square matrix whose rows are led by their diagonal; what does not count is NaN where a storage has it at all.
-template <class T> struct Square {
-  Square(tnk_sparse_storage storage, const GridName &of, tnk_int order, tnk_int most, Random &random)
-      : name(of), m(order) {
-    matrix.storage = storage, matrix.m = matrix.n = m;
-    const bool unit = name.diagonal == 'u', upper = name.triangle == 'u';
-    const auto value = [&](tnk_int i, tnk_int j) {
-      T v = random.number<T>();
-      if constexpr (std::is_floating_point_v<T>)
-        v = i == j ? std::copysign(static_cast<T>(most) + 2, v) : v / (unit ? static_cast<T>(most) : 1);
-      else if (i == j)
-        v.re += static_cast<decltype(v.re)>(2 * most + 2) * (v.re < 0 ? -1 : 1);
-      else if (unit)
-        v.re /= static_cast<decltype(v.re)>(most), v.im /= static_cast<decltype(v.im)>(most);
-      if (!name.counts(i, j) || (name.kind == 'd' && i != j)) v = junk<T>();
-      entries.push_back({i, j, v});
-      return v;
-    };
-    const tnk_int base = name.base - '0';
-    if (storage == TNK_SPARSE_DIA) {
-      matrix.diag_stride = m + 1;
-      for (tnk_int k = -m; k <= m; ++k) {
-        if (k != 0 && random.integer(0, m / most) != 0) continue;
-        rows.push_back(k);
-        for (tnk_int i = 0; i <= m; ++i)
-          values.push_back(i < m && i + k >= 0 && i + k < m ? value(i, i + k) : junk<T>());
-      }
-      matrix.diag_count = static_cast<tnk_int>(rows.size()), matrix.diag_distance = rows.data();
-    } else if (storage == TNK_SPARSE_SKY) {
-      rows.push_back(7);
-      for (tnk_int i = 0; i < m; ++i) {
-        for (tnk_int j = std::max<tnk_int>(0, i - random.integer(0, most)); j <= i; ++j)
-          values.push_back(upper ? value(j, i) : value(i, j));
-        rows.push_back(7 + static_cast<tnk_int>(values.size()));
-      }
-      matrix.row_start = rows.data();
-    } else {
-      const bool triples = storage == TNK_SPARSE_COO;
-      std::vector<tnk_int> starts{7};
-      for (tnk_int i = 0; i < m; ++i) {
-        std::vector<tnk_int> row{i};
-        for (tnk_int k = random.integer(0, most); k > 0; --k) row.push_back(random.integer(0, m - 1));
-        std::sort(row.begin(), row.end());
-        row.erase(std::unique(row.begin(), row.end()), row.end());
-        for (const tnk_int j : row) {
-          // A transposed kernel beside ones looks at the first row and the last; the others may be empty.
-          if (unit && j == i && i > 0 && i < m - 1 && random.integer(0, 1) == 0) continue;
-          values.push_back(value(i, j)), columns.push_back(j + base);
-          if (triples) rows.push_back(i + base);
-        }
-        starts.push_back(7 + static_cast<tnk_int>(columns.size()));
-      }
-      if (triples)
-        for (std::size_t k = 1; k < values.size(); ++k) {
-          const auto j = static_cast<std::size_t>(random.integer(0, static_cast<tnk_int>(k)));
-          std::swap(values[k], values[j]), std::swap(columns[k], columns[j]), std::swap(rows[k], rows[j]);
-        }
-      else
-        rows = starts;
-      matrix.nnz = static_cast<tnk_int>(values.size());
-      matrix.col_index = columns.data(), matrix.row_index = rows.data();
-      matrix.row_start = rows.data(), matrix.row_end = rows.data() + 1;
-    }
-    matrix.values = values.data();
+// A matrix of that storage, with the names of it that kernels and callers have.
+template <class T> struct Square : Triangle<T, tnk_int> {
+  Square(tnk_sparse_storage storage, GridName of, tnk_int order, tnk_int most, Random &random)
+      : Triangle<T, tnk_int>((of.storage = names[storage], of), order, most, random, false) {
+    matrix.storage = storage, matrix.m = matrix.n = order;
+    matrix.nnz = static_cast<tnk_int>(this->columns.size());
+    matrix.values = this->values.data(), matrix.col_index = this->columns.data();
+    matrix.row_index = matrix.row_start = matrix.diag_distance = this->rows.data();
+    matrix.row_end = matrix.row_start + 1;
+    matrix.diag_stride = this->stride, matrix.diag_count = static_cast<tnk_int>(this->rows.size());
   }
   Square(const Square &) = delete;
   Square &operator=(const Square &) = delete;
 
-  GridName name;
-  tnk_int m;
+  static constexpr const char *names[] = {"csr", "coo", "dia", "sky"};
   tnk_sparse_matrix matrix{};
-  std::vector<SparseEntry<T>> entries;
-  std::vector<T> values;
-  std::vector<tnk_int> columns, rows;
 };
 
 template <class T> class PublicSolves : public testing::Test {
@@ -98,6 +40,7 @@ public:
   static void holds(const Square<T> &a, char op, T alpha, const Sides<T> &b, const Sides<T> &x) {
     constexpr long double rounding = std::numeric_limits<tnk::reference::Real<T>>::epsilon() / 2;
     GridName name = a.name;
+    name.storage = "coo"; // the definition passes over what is NaN
     name.op = op == 'N' ? 'n' : op == 'T' ? 't' : 'c';
     const GridMatrix<T> meant(name, a.m, a.m, a.entries);
     for (tnk_int j = 0; j < x.count(); j += 4) {
@@ -133,8 +76,7 @@ TYPED_TEST(PublicSolves, UndoProducts) {
                                     << (d.triangle ? " upper" : " lower") << (d.diagonal ? " unit" : "")
                                     << ", base " << d.base << ", " << op);
     GridName name = matrix_named('n', "gshtda"[d.kind], "lu"[d.triangle], "nu"[d.diagonal]);
-    name.storage = "coo",
-    name.base = static_cast<char>('0' + d.base); // the definition passes over what is NaN
+    name.base = static_cast<char>('0' + d.base);
     const bool threaded = variant % 5 == 0;
     const Square<T> a(storage, name, threaded ? 700 : 19, threaded ? 17 : 6, random);
     for (const tnk_int nrhs : {1, threaded ? 27 : 9}) {
@@ -172,7 +114,7 @@ TYPED_TEST(PublicSolves, OfSidesByRowsAreTheSameOnAnyNumberOfThreads) {
   for (const char op : {'N', 'T'})
     for (const bool upper : {false, true}) {
       GridName name = matrix_named('n', 't', upper ? 'u' : 'l', 'n');
-      name.storage = "coo", name.base = '0';
+      name.base = '0';
       const tnk_sparse_descriptor d{TNK_SPARSE_TRIANGULAR, upper ? TNK_SPARSE_UPPER : TNK_SPARSE_LOWER,
                                     TNK_SPARSE_NONUNIT, 0, 0};
       const Square<T> a(TNK_SPARSE_CSR, name, 300, 90, random);
@@ -208,7 +150,7 @@ TYPED_TEST(PublicSolves, WithoutMemoryForTriplesNothingIsTouched) {
   const Named<T, tnk_sparse_status> sv("tnk_sparse_?sv"), sm("tnk_sparse_?sm");
   for (const char diagonal : {'n', 'u'}) {
     GridName name = matrix_named('n', 't', 'l', diagonal);
-    name.storage = "coo", name.base = '1';
+    name.base = '1';
     const tnk_sparse_descriptor d{TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER,
                                   diagonal == 'u' ? TNK_SPARSE_UNIT : TNK_SPARSE_NONUNIT, 1, 0};
     const Square<T> a(TNK_SPARSE_COO, name, 30, 5, random);

@@ -2,7 +2,7 @@
 // where pivots are sought, in which order terms come, what happens without memory.
 #include "sparse/aux_form.h"
 #include "sparse/grid_call.h"
-#include "sparse/stored.h"
+#include "sparse/triangle.h"
 #include "support/allocations.h"
 #include <algorithm>
 #include <cmath>
@@ -13,85 +13,11 @@ namespace {
 using namespace tnk::test;
 using namespace tnk::test::reference;
 
-// A triangle or a diagonal with its storage's arrays, and what must not count, which is NaN: the other triangle, what is
-// stored on a diagonal of ones, of several triples on a diagonal all but the last.
-template <class T, class I> struct Triangle {
-  Triangle(const GridName &of, I rows, I most, Random &random) : name(of), m(rows) {
-    const bool unit = name.diagonal == 'u';
-    const auto number = [&](bool diagonal) {
-      T v = random.number<T>();
-      if constexpr (std::is_floating_point_v<T>)
-        return diagonal ? std::copysign(most + 1 + std::fabs(v), v) : v;
-      else
-        return diagonal ? T{v.re, static_cast<decltype(v.re)>(most + 2) * (v.im < 0 ? -1 : 1)} : v;
-    };
-    const auto store = [&](I i, I j) {
-      const bool is_one = name.counts(i, j) && !(name.kind == 'd' && i != j);
-      entries.push_back({i, j, is_one ? number(i == j) : junk<T>()});
-      values.push_back(entries.back().value);
-    };
-    const I base = name.base - '0';
-    if (name.storage == "dia") {
-      stride = m + 2;
-      for (I k = -m; k <= m; ++k)
-        if (k == 0 || (random.integer(0, m / most + 1) == 0 && name.kind != 'd')) {
-          diagonals.push_back(k);
-          for (I i = 0; i < stride; ++i)
-            if (i < m && i + k >= 0 && i + k < m)
-              store(i, i + k);
-            else
-              values.push_back(junk<T>());
-        }
-      const I count = static_cast<I>(diagonals.size());
-      diagonals.push_back(0); // behind the last, for the search
-      I status, span_first, span_last;
-      const std::string find = std::string("find_diag_par_") + name.triangle + name.diagonal;
-      Named<T>{(sizeof(I) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") +
-               (name.kind == 'd' ? "find_diag_par_ln" : find)}(diagonals.data(), &count, &band_first,
-                                                               &band_last, &span_first, &span_last, &status);
-      diag = name.triangle == 'u' ? span_first : span_last;
-      return;
-    }
-    for (I i = 0; i < m; ++i) {
-      std::vector<I> row;
-      if (!unit || random.integer(0, 1) == 0) row.push_back(i); // ones may be stored or not
-      for (I k = static_cast<I>(random.integer(0, most)); k > 0; --k) {
-        // The searches of the transposes have nothing else to stop at.
-        const I j = static_cast<I>(random.integer(0, m - 1));
-        if (!(unit && row.empty() && name.storage == "csr")) row.push_back(j);
-      }
-      std::sort(row.begin(), row.end());
-      if (name.storage == "csr") row.erase(std::unique(row.begin(), row.end()), row.end());
-      row_start.push_back(static_cast<I>(columns.size()) + 7);
-      for (const I j : row) columns.push_back(j + base), store(i, j), rows_of.push_back(i + base);
-      row_end.push_back(static_cast<I>(columns.size()) + 7);
-    }
-    if (name.storage != "coo") return;
-    for (std::size_t k = 1; k < values.size(); ++k) { // in any order
-      const auto j = static_cast<std::size_t>(random.integer(0, static_cast<tnk_int>(k)));
-      std::swap(values[k], values[j]), std::swap(entries[k], entries[j]);
-      std::swap(columns[k], columns[j]), std::swap(rows_of[k], rows_of[j]);
-    }
-    std::vector<bool> seen(static_cast<std::size_t>(m));
-    for (std::size_t k = entries.size(); k-- > 0 && name.kind == 't';)
-      if (auto &e = entries[k]; e.row == e.column && name.diagonal == 'n') {
-        if (seen[static_cast<std::size_t>(e.row)]) e.value = T{}, values[k] = junk<T>();
-        seen[static_cast<std::size_t>(e.row)] = true;
-      }
-  }
-
-  GridName name;
-  I m, stride = 0, band_first = 0, band_last = 0, diag = 0;
-  std::vector<SparseEntry<T>> entries;
-  std::vector<T> values;
-  std::vector<I> columns, rows_of, row_start, row_end, diagonals;
-};
-
 template <class T, class I>
 std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random &random) {
   using Real = std::conditional_t<sizeof(T) == (std::is_floating_point_v<T> ? 4 : 8), float, double>;
   const bool par = name.mode == "par", sm = name.operation == "sm";
-  Triangle<T, I> a(name, m, most, random);
+  Triangle<T, I> a(name, m, most, random, true);
   // Diagonals of triples divide once each: a product of all of them stands for what they are.
   auto meant_entries = a.entries;
   GridName meant_name = name;
@@ -112,15 +38,21 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   y.fill([&] { return random.number<T>(); });
   const Sides<T> b = y;
 
+  I band_first = 0, band_last = 0, diag = 0;
+  if (name.storage == "dia") {
+    const I diagonals = static_cast<I>(a.rows.size());
+    a.rows.push_back(0); // behind the last, for the search
+    I status, span_first, span_last;
+    Named<T>{std::string(sizeof(I) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + "find_diag_par_" +
+             (name.kind == 'd' ? "ln" : std::string{name.triangle, name.diagonal})}(
+        a.rows.data(), &diagonals, &band_first, &band_last, &span_first, &span_last, &status);
+    diag = name.triangle == 'u' ? span_first : span_last;
+  }
   // Where each row begins at the end of the one before, one array may hold both.
   const bool one_array = name.storage == "csr" && random.integer(0, 1);
-  if (one_array) a.row_start.push_back(a.row_end.back());
+  if (name.storage == "csr" && !one_array) a.rows.pop_back();
   const Guarded<T> values(a.values);
-  const Guarded<I> columns(a.columns),
-      rows(name.storage == "csr"   ? a.row_start
-           : name.storage == "coo" ? a.rows_of
-                                   : a.diagonals),
-      row_end(a.row_end);
+  const Guarded<I> columns(a.columns), rows(a.rows), row_end(a.row_end);
   const I ldy = static_cast<I>(y.ld()), n = static_cast<I>(count), nnz = static_cast<I>(a.values.size());
   const T alpha = narrow<T>(name.storage == "csr" && name.kind == 'd' ? 2 : not_a_number);
   GridArguments<T, I> g;
@@ -130,8 +62,8 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   g.row_end = one_array ? rows.data() + 1 : row_end.data();
   g.columns = columns.data(), g.y = y.data(), g.ldy = &ldy;
   // Of stored diagonals those that a name has no use for need not be told.
-  if (name.kind != 'd') g.band_first = &a.band_first, g.band_last = &a.band_last;
-  if (name.diagonal != 'u') g.diag = &a.diag;
+  if (name.kind != 'd') g.band_first = &band_first, g.band_last = &band_last;
+  if (name.diagonal != 'u') g.diag = &diag;
   allocations.reset();
   if (par && sm) {
     last = 0;
@@ -198,8 +130,6 @@ TEST(SparseSolves, UndoTheProductOfTheirLetters) {
   }
   EXPECT_EQ(solves, 888);
 }
-
-// ---- What is fixed bit by bit ----------------------------------------------------------------------------------
 
 using Vector = std::vector<double>;
 
@@ -300,25 +230,16 @@ TEST(SparseSolves, TermsComeInTheirOrder) {
       for (tnk_int k = rows.start[i] - 1; k < rows.end[i] - 1; ++k)
         visit(rows.columns[k] - 1, rows.values[k]);
     };
-    for (const bool reciprocal : {false, true}) {
-      Vector y = b;
-      for (tnk_int i = 0; i < m; ++i) {
-        double sum = 0;
-        each(a, i, [&](tnk_int j, double v) {
-          if (j < i)
-            sum += y[j] * v;
-          else
-            y[i] = reciprocal ? (y[i] - sum) * (1 / v) : (y[i] - sum) / v;
-        });
-      }
-      EXPECT_EQ(reciprocal ? a.sm("ntln", b) : a.sv("ntln", b), y);
-      if (!reciprocal) { // which is what several sides are without memory
-        allocations.reset(), allocations.refuse = 1;
-        EXPECT_EQ(a.sm("ntln", b), y);
-        EXPECT_EQ(allocations.live, 0);
-        allocations.refuse = 1;
-        EXPECT_EQ(upper.sm("ntun", b), upper.sv("ntun", b));
-      }
+    Vector y = b;
+    for (tnk_int i = 0; i < m; ++i) {
+      double sum = 0;
+      each(a, i, [&](tnk_int j, double v) { j < i ? sum += y[j] * v : y[i] = (y[i] - sum) * (1 / v); });
+    }
+    EXPECT_EQ(a.sm("ntln", b), y);
+    for (const auto &[rows, letters] : {std::pair{&a, "ntln"}, {&upper, "ntun"}}) { // several without memory
+      allocations.reset(), allocations.refuse = 1;
+      EXPECT_EQ(rows->sm(letters, b), rows->sv(letters, b));
+      EXPECT_EQ(allocations.live, 0);
     }
     Vector down = b, up = b;
     for (tnk_int i = m - 1; i >= 0; --i) { // from the end of the row

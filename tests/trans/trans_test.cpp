@@ -201,8 +201,6 @@ TYPED_TEST(Transposition, UnknownLettersAndEmptyMatricesTouchNothing) {
   EXPECT_TRUE(same_elements(b, before));
 }
 
-// ---- Beside the matrices --------------------------------------------------------------------------------------------
-
 // The depth to which a stack of its own is used by a change in place.
 template <class T> std::size_t stack_used(Size its_rows, Size its_cols) {
   alignas(4096) static unsigned char stack[1 << 18];

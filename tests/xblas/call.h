@@ -17,6 +17,7 @@
 
 namespace tnk::test {
 
+constexpr char value_prefix[] = "tnk_xblas_BLAS_", address_prefix[] = "tnk_xblas_blas_";
 using Number = std::complex<double>;
 
 // ---- Names ------------------------------------------------------------------------------------------------------------
@@ -137,57 +138,40 @@ void call_with(void *entry, const P (&p)[16], std::index_sequence<I...>, F... fa
   reinterpret_cast<void (*)(decltype(I, P())..., F...)>(entry)(p[I]..., factors...);
 }
 
-// A call as C makes it: what is no factor goes in the order of the list, real factors travel apart.
-inline void call_value(const Routine &r, Arguments arguments, int32_t prec, const std::string &prefix) {
+// A call as C makes it: what is no factor goes in the order of the list, real factors travel apart. Or one as Fortran makes
+// it: all by address, enumerations of 32 bits, no order.
+inline void call(const std::string &prefix, const Routine &r, Arguments arguments, int32_t prec,
+                 bool by_address = false) {
   void *const entry = dlsym(RTLD_DEFAULT, (prefix + r.name).c_str());
   ASSERT_NE(entry, nullptr) << prefix + r.name;
   Array alpha(r.result, 1), beta(r.result, 1);
   alpha.set(0, arguments.alpha), beta.set(0, arguments.beta);
-  tnk_int passed[16] = {};
-  int count = 0;
-  for (const char letter : r.list())
-    if (letter == 'A' || letter == 'B') {
-      if (is_pair(r.result))
-        passed[count++] = reinterpret_cast<tnk_int>((letter == 'A' ? alpha : beta).data());
-    } else {
-      passed[count++] = arguments.arrays.count(letter)
-                            ? reinterpret_cast<tnk_int>(arguments.arrays[letter]->data())
-                            : arguments[letter];
-    }
-  if (r.has_prec) passed[count++] = prec;
-  const auto call = [&](auto a, auto b) { call_with(entry, passed, std::make_index_sequence<16>(), a, b); };
-  if (is_short(r.result))
-    call(static_cast<float>(arguments.alpha.real()), static_cast<float>(arguments.beta.real()));
-  else
-    call(arguments.alpha.real(), arguments.beta.real());
-}
-
-// A call as Fortran makes it: all by address, enumerations of 32 bits, no order.
-inline void call_twin(const Routine &r, Arguments arguments, int32_t prec) {
-  const std::string name = "tnk_xblas_blas_" + r.name;
-  void *const entry = dlsym(RTLD_DEFAULT, name.c_str());
-  ASSERT_NE(entry, nullptr) << name;
-  Array alpha(r.result, 1), beta(r.result, 1);
-  alpha.set(0, arguments.alpha), beta.set(0, arguments.beta);
-  tnk_int integers[16];
-  const void *p[16] = {};
+  const auto number = [](const void *address) { return reinterpret_cast<tnk_int>(address); };
+  tnk_int passed[16] = {}, integers[16];
   int count = 0;
   for (const char letter : r.list()) {
-    if (letter == 'o') continue;
-    if (letter == 'A' || letter == 'B')
-      p[count] = (letter == 'A' ? alpha : beta).data();
-    else if (arguments.arrays.count(letter))
-      p[count] = arguments.arrays[letter]->data();
-    else {
-      integers[count] = arguments[letter];
+    const bool factor = letter == 'A' || letter == 'B';
+    if (by_address ? letter == 'o' : factor && !is_pair(r.result)) continue;
+    tnk_int value = factor                           ? number((letter == 'A' ? alpha : beta).data())
+                    : arguments.arrays.count(letter) ? number(arguments.arrays[letter]->data())
+                                                     : arguments[letter];
+    if (by_address && !factor && !arguments.arrays.count(letter)) {
       if (std::string("tTudsq").find(letter) != std::string::npos) // what stands behind must not be read
-        integers[count] = (integers[count] & 0xFFFFFFFF) | tnk_int{0x5A5A5A5A} << 32;
-      p[count] = &integers[count];
+        value = (value & 0xFFFFFFFF) | tnk_int{0x5A5A5A5A} << 32;
+      integers[count] = value, value = number(&integers[count]);
     }
-    ++count;
+    passed[count++] = value;
   }
-  if (r.has_prec) p[count++] = &prec;
-  call_with(entry, p, std::make_index_sequence<16>());
+  if (r.has_prec) passed[count++] = by_address ? number(&prec) : prec;
+  const auto run = [&](auto... factors) {
+    call_with(entry, passed, std::make_index_sequence<16>(), factors...);
+  };
+  if (by_address)
+    run();
+  else if (is_short(r.result))
+    run(static_cast<float>(arguments.alpha.real()), static_cast<float>(arguments.beta.real()));
+  else
+    run(arguments.alpha.real(), arguments.beta.real());
 }
 
 } // namespace tnk::test

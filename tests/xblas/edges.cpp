@@ -35,7 +35,6 @@ namespace {
 
 using namespace tnk::test;
 
-constexpr const char *value_prefix = "tnk_xblas_BLAS_";
 constexpr double infinity = std::numeric_limits<double>::infinity(),
                  nan = std::numeric_limits<double>::quiet_NaN();
 
@@ -57,7 +56,7 @@ TEST(XblasReports, NameEachBadArgumentByItsPositionOrDoNothing) {
       if (!r.has_prec) break;
       Problem p = large(maker, r, 102);
       const auto before = p.arguments.arrays.at('y')->bytes();
-      call_value(r, p.arguments, unknown, value_prefix);
+      call(value_prefix, r, p.arguments, unknown);
       ASSERT_TRUE(p.arguments.arrays.at('y')->bytes() == before) << r.name << ' ' << unknown;
     }
     for (const int32_t order : {101, 102})
@@ -71,11 +70,11 @@ TEST(XblasReports, NameEachBadArgumentByItsPositionOrDoNothing) {
         p.arguments[letter] = bad;
         p.arguments.alpha = 0; // reports go on to the work, which then leaves matrices alone
         if (letter == 'l' || letter == 'v') p.arguments['m'] = p.arguments['n'] = 0; // nothing to walk over
-        call_value(r, p.arguments, 212, value_prefix);
+        call(value_prefix, r, p.arguments, 212);
         const std::vector<Reported> expected = {{published(r), -r.position(letter), bad}};
         ASSERT_EQ(take_reports(), expected) << r.name << " " << letter;
         if (!r.has_prec) continue;
-        call_value(r, p.arguments, 215, value_prefix);
+        call(value_prefix, r, p.arguments, 215);
         ASSERT_TRUE(take_reports().empty()) << r.name << " without a precision";
       }
   }
@@ -88,7 +87,7 @@ TEST(XblasReports, ComeInTheOrderOfTheChecks) {
     Problem p = large(maker, r, order);
     for (const char letter : bad)
       p.arguments[letter] = std::string("mn").find(letter) != std::string::npos ? -1 : 0;
-    call_value(r, p.arguments, 214, value_prefix);
+    call(value_prefix, r, p.arguments, 214);
     std::vector<int> found;
     for (const Reported &report : take_reports()) found.push_back(report.position);
     return found;
@@ -107,7 +106,7 @@ TEST(XblasReports, SolvesNameBadEnumerationsWithoutX) {
     Problem p = large(maker, r, 102);
     for (const char letter : {'o', 'u', 't', 'd'}) p.arguments[letter] = 99;
     p.arguments['n'] = 0;
-    call_value(r, p.arguments, 212, value_prefix);
+    call(value_prefix, r, p.arguments, 212);
     const std::string name = published(r).substr(0, published(r).size() - (r.has_prec ? 2 : 0));
     EXPECT_EQ(take_reports(), (std::vector<Reported>(4, {name, 0, 99}))) << r.name;
   }
@@ -130,11 +129,11 @@ TEST(XblasEdges, GoOnWithUnknownEnumerations) {
       Problem p = maker.make(r, Data::random, c.letter == 'o' ? c.meant : 102);
       if (p.arguments[c.letter] != c.meant) continue;
       const auto before = p.arguments.arrays['y']->bytes();
-      call_value(r, p.arguments, 214, value_prefix);
+      call(value_prefix, r, p.arguments, 214);
       const auto meant = p.arguments.arrays['y']->bytes();
       p.arguments.arrays['y']->restore(before);
       p.arguments[c.letter] = c.unknown;
-      call_value(r, p.arguments, 214, value_prefix);
+      call(value_prefix, r, p.arguments, 214);
       EXPECT_TRUE(p.arguments.arrays['y']->bytes() == meant) << c.name << " " << c.letter;
     }
   take_reports();
@@ -242,8 +241,6 @@ TEST(XblasEdges, SmallFunctions) {
   EXPECT_EQ(allocations.live, 0);
 }
 
-// ---- Memory -------------------------------------------------------------------------------------------------------------
-
 TEST(XblasMemory, SolvesAloneAskForItAndInPairsAlone) {
   Maker maker(7);
   for (const Routine &r : routines())
@@ -251,7 +248,7 @@ TEST(XblasMemory, SolvesAloneAskForItAndInPairsAlone) {
       Problem p = large(maker, r, 102);
       const bool asks = (r.op == "trsv" || r.op == "tbsv") && prec == 214 && p.arguments.alpha != 0.0;
       allocations.reset();
-      call_value(r, p.arguments, prec, value_prefix);
+      call(value_prefix, r, p.arguments, prec);
       EXPECT_EQ(allocations.made, asks ? 2 : 0) << r.name << " " << prec;
       if (asks) {
         EXPECT_EQ(allocations.largest, p.arguments['n'] * (is_pair(r.result) ? 16 : 8)) << r.name;

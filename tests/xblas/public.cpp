@@ -9,7 +9,7 @@ namespace {
 
 using namespace tnk::test;
 
-constexpr const char *public_prefix = "tnk_xblas_", *kernel_prefix = "tnk_xblas_BLAS_";
+constexpr char public_prefix[] = "tnk_xblas_";
 
 int32_t best(const Routine &r) {
   return r.has_prec ? 214 : 212;
@@ -17,7 +17,7 @@ int32_t best(const Routine &r) {
 std::vector<unsigned char> result_of(const Problem &p, const char *prefix) {
   Array &y = *p.arguments.arrays.at('y');
   const auto before = y.bytes();
-  call_value(p.r, p.arguments, best(p.r), prefix);
+  call(prefix, p.r, p.arguments, best(p.r));
   const auto after = y.bytes();
   y.restore(before);
   return after;
@@ -38,7 +38,7 @@ TEST(XblasPublic, RunsTheKernelsOnAnyNumberOfThreads) {
   Maker small(10), vectors(11, {397, 401}, false), matrices(12, {66, 95}, false);
   for (const Routine &r : routines()) {
     const Problem p = small.make(r, Data::random, 101);
-    EXPECT_TRUE(result_of(p, public_prefix) == result_of(p, kernel_prefix)) << r.name;
+    EXPECT_TRUE(result_of(p, public_prefix) == result_of(p, value_prefix)) << r.name;
   }
   for (const char *const name : {"dgemv_x", "zgemv2_c_z_x", "dgbmv_d_s_x", "zgbmv2_x", "dge_sum_mv_x",
                                  "dgemm_x", "zgemm_z_c_x", "csymm_x", "zhemm_x", "dsymv_x"})
@@ -46,7 +46,7 @@ TEST(XblasPublic, RunsTheKernelsOnAnyNumberOfThreads) {
       const Routine r = decoded(name);
       Maker &maker = r.has('C') ? matrices : vectors;
       const Problem p = maker.make(r, Data::random, round % 2 ? 101 : 102);
-      const auto expected = result_of(p, kernel_prefix);
+      const auto expected = result_of(p, value_prefix);
       for (const int threads : {1, 2, 5}) {
         tnk_set_num_threads(threads);
         ASSERT_TRUE(result_of(p, public_prefix) == expected) << name << " on " << threads;
@@ -62,7 +62,7 @@ TEST(XblasPublic, RefusesEachBadArgumentByItsName) {
     const auto refused = [&](const Arguments &arguments, char letter, int32_t prec, const std::string &what) {
       const auto before =
           arguments.arrays.count('y') ? arguments.arrays.at('y')->bytes() : std::vector<unsigned char>();
-      call_value(r, arguments, prec, public_prefix);
+      call(public_prefix, r, arguments, prec);
       const auto seen = recorder.last();
       EXPECT_EQ(recorder.bad_argument().substr(0, 10), "tnk_xblas_") << r.name << what;
       EXPECT_EQ(seen.routine, public_prefix + r.name);

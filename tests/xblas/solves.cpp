@@ -34,7 +34,7 @@ TEST(XblasSolves, AreRightToTheirPrecision) {
         Problem p = maker.make(r, Data::random, order);
         Array &x = *p.arguments.arrays.at('y');
         const auto before = x.bytes();
-        call_value(r, p.arguments, prec, "tnk_xblas_BLAS_");
+        call(value_prefix, r, p.arguments, prec);
         const double u = prec == 211 && is_short(r.result) ? 0x1p-24 : 0x1p-53,
                      stored = is_short(r.result) ? 0x1p-24 : 0x1p-53;
         const Number alpha = p.arguments.alpha;
@@ -74,7 +74,7 @@ TEST(XblasSolves, AreRightToTheirPrecision) {
         if (order == 101) continue;
         const auto by_value = x.bytes();
         x.restore(before);
-        call_twin(r, p.arguments, prec);
+        call(address_prefix, r, p.arguments, prec, true);
         ASSERT_TRUE(x.bytes() == by_value) << r.name << " by address";
       }
   }

@@ -12,20 +12,34 @@ namespace tnk::test {
 
 using reference::Real, reference::Sum;
 
-// m by n, with `gap` rows below each column that must not be read.
+// m by n, with `gap` rows below each column that must not be read; or, with `lower` and `upper` diagonals beside the main
+// one, in band storage, where what no element stands in must not be read.
 template <class T> struct Matrix {
-  tnk_int m, n, lda;
+  tnk_int m, n, kl, ku, lda;
   Guarded<T> memory;
 
-  Matrix(tnk_int rows, tnk_int columns, tnk_int gap, std::size_t shift, Random &random)
-      : m(rows), n(columns), lda(std::max<tnk_int>(m + gap, 1)),
-        memory(static_cast<std::size_t>(m > 0 && n > 0 ? (n - 1) * lda + m : 0), shift) {
+  Matrix(tnk_int rows, tnk_int columns, tnk_int gap, std::size_t shift, Random &random, tnk_int lower = -1,
+         tnk_int upper = -1)
+      : m(rows), n(columns), kl(lower), ku(upper),
+        lda(is_band() ? kl + ku + 1 + gap : std::max<tnk_int>(m + gap, 1)),
+        memory(static_cast<std::size_t>(is_band()        ? lda * n
+                                        : m > 0 && n > 0 ? (n - 1) * lda + m
+                                                         : 0),
+               shift) {
     for (tnk_int j = 0; j < n; ++j)
-      for (tnk_int i = 0; i < m; ++i) put(i, j, random.number<T>());
+      for (tnk_int i = 0; i < m; ++i)
+        if (has(i, j)) put(i, j, random.number<T>());
   }
+  bool is_band() const { return kl >= 0; }
+  bool has(tnk_int i, tnk_int j) const { return !is_band() || (i - j <= kl && j - i <= ku); }
   const T *data() const { return memory.data(); }
-  T get(tnk_int i, tnk_int j) const { return memory.get(static_cast<std::size_t>(i + j * lda)); }
-  void put(tnk_int i, tnk_int j, T value) { memory.put(static_cast<std::size_t>(i + j * lda), value); }
+  T get(tnk_int i, tnk_int j) const { return memory.get(at(i, j)); }
+  void put(tnk_int i, tnk_int j, T value) { memory.put(at(i, j), value); }
+
+private:
+  std::size_t at(tnk_int i, tnk_int j) const {
+    return static_cast<std::size_t>((is_band() ? ku + i - j : i) + j * lda);
+  }
 };
 
 template <class T> struct RandomVector : Strided<T> {
@@ -44,18 +58,21 @@ std::vector<Sum> product(char trans, T alpha, const Matrix<E> &a, const Strided<
                          const Strided<T> &y) {
   const bool plain = no_transpose(trans), conjugates = !plain && trans != 'T' && trans != 't';
   const bool empty = a.m == 0 || a.n == 0, stays = empty || is_one(beta);
+  const tnk_int terms = a.is_band() ? a.kl + a.ku + 1 : x.n();
   std::vector<Sum> result;
   for (tnk_int i = 0; i < y.n(); ++i) {
     Sum sum;
     for (tnk_int l = 0; l < x.n() && !empty; ++l) {
-      const E element = plain ? a.get(i, l) : a.get(l, i);
+      const tnk_int row = plain ? i : l, column = plain ? l : i;
+      if (!a.has(row, column)) continue;
+      const E element = a.get(row, column);
       if constexpr (std::is_same_v<T, E>)
         reference::add_product(sum, element, x.get(l), conjugates);
       else
         reference::add_product(sum, T{element, 0}, x.get(l), false);
     }
     // A beta of 1 multiplies nothing.
-    Sum e = reference::updated(empty ? T{} : alpha, sum, stays ? T{} : beta, y.get(i), x.n() + 2);
+    Sum e = reference::updated(empty ? T{} : alpha, sum, stays ? T{} : beta, y.get(i), terms + 2);
     if (stays) {
       e.re += reference::re(y.get(i)), e.im += reference::im(y.get(i));
       e.size += reference::magnitude(y.get(i)) * std::numeric_limits<Real<T>>::epsilon();
@@ -89,8 +106,9 @@ template <class T, class E = T> struct Problem {
   T alpha, beta;
 
   Problem(char letter, tnk_int m, tnk_int n, tnk_int gap, tnk_int incx, tnk_int incy,
-          const std::size_t (&shift)[3], Random &random)
-      : trans(letter), a(m, n, gap, shift[0], random), x(no_transpose(trans) ? n : m, incx, shift[1], random),
+          const std::size_t (&shift)[3], Random &random, tnk_int kl = -1, tnk_int ku = -1)
+      : trans(letter), a(m, n, gap, shift[0], random, kl, ku),
+        x(no_transpose(trans) ? n : m, incx, shift[1], random),
         y(no_transpose(trans) ? m : n, incy, shift[2], random), alpha(random.number<T>()),
         beta(random.number<T>()) {}
 
@@ -98,8 +116,13 @@ template <class T, class E = T> struct Problem {
   void call(const std::string &name, tnk_int first, tnk_int size, T *part) const {
     const bool plain = no_transpose(trans);
     const tnk_int m = plain ? size : a.m, n = plain ? a.n : size, one = 1;
-    Named<T>{name}(&trans, &m, &n, &alpha, a.data() + first * (plain ? 1 : a.lda), &a.lda, x.data(), &x.inc(),
-                   &beta, part, size == y.n() ? &y.inc() : &one);
+    const auto *const from = a.data() + first * (plain ? 1 : a.lda);
+    const tnk_int *const step = size == y.n() ? &y.inc() : &one;
+    if (a.is_band())
+      Named<T>{name}(&trans, &m, &n, &a.kl, &a.ku, &alpha, from, &a.lda, x.data(), &x.inc(), &beta, part,
+                     step);
+    else
+      Named<T>{name}(&trans, &m, &n, &alpha, from, &a.lda, x.data(), &x.inc(), &beta, part, step);
   }
   testing::AssertionResult holds(const std::string &name) {
     const std::vector<Sum> wanted = product(trans, alpha, a, x, beta, y);

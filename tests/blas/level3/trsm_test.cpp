@@ -121,8 +121,6 @@ TYPED_TEST(Trsm, SlicesAndPlainPathHaveTheSameBits) {
     }
 }
 
-// ---- Stages by themselves -------------------------------------------------------------------------------------------
-
 TEST(TrsmStages, PackedTriangles) {
   alignas(64) double packed[8 * 16 * 17], panel[64 * 8];
   const auto kernel_of = [](const Form &form) {
