@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import threading
+from collections import deque
 from concurrent.futures import ThreadPoolExecutor, wait
 from typing import Callable, Optional, Sequence
 
@@ -12,32 +13,42 @@ _pool: Optional[ThreadPoolExecutor] = None
 _lock = threading.Lock()
 
 
-def spread(pieces: Sequence[Callable[[], None]]) -> None:
-    """Run all, the last one on this thread; the first error is raised once all have ended.
+def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None) -> None:
+    """Run all, on a thread for each or on so many, of which this is one. A thread takes the piece that is next.
 
-    An interrupt is raised then, too. Should another one come in between, others may still run: pieces refer to the arrays
-    that they work on, so that these live as long.
+    The first error is raised once all have ended, and an interrupt is, too. Should another one come in between, others may
+    still run: pieces refer to the arrays that they work on, so that these live as long.
     """
     global _pool
-    if len(pieces) == 1 or not threading.main_thread().is_alive():  # no pool takes more once that thread has ended
-        for alone in pieces:
-            alone()
-        return
+    left = deque(pieces)
+
+    def work() -> None:
+        while True:
+            try:
+                piece = left.popleft()
+            except IndexError:
+                return
+            piece()
+
+    others = min(threads or len(pieces), len(pieces)) - 1
+    if others == 0 or not threading.main_thread().is_alive():  # no pool takes more once that thread has ended
+        return work()
     with _lock:
         if _pool is None:
             _pool = ThreadPoolExecutor(thread_name_prefix="tnk")
-    waiting = [_pool.submit(piece) for piece in pieces[:-1]]
+    jobs = [_pool.submit(work) for _ in range(others)]
     try:
-        pieces[-1]()
+        work()
     finally:
         interrupt: Optional[BaseException] = None
-        for piece in waiting:
-            while not piece.done():
+        begun = [job for job in jobs if not job.cancel()]  # who comes late is not missed
+        for job in begun:
+            while not job.done():
                 try:
-                    wait((piece,))
+                    wait((job,))
                 except BaseException as error:
                     interrupt = error
-    for failure in (interrupt, *(piece.exception() for piece in waiting)):
+    for failure in (interrupt, *(job.exception() for job in begun)):
         if failure is not None:
             raise failure
 
