@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import ctypes
 import os
 import threading
 from collections import deque
@@ -11,6 +12,18 @@ from typing import Callable, Optional, Sequence
 LEAST_SHARE = 1 << 15  # numbers of rows to be transformed that a thread is worth
 _pool: Optional[ThreadPoolExecutor] = None
 _lock = threading.Lock()
+_here = ctypes.CDLL(None).sched_getcpu
+_own = threading.local()
+
+
+def _move(processors: set[int]) -> None:
+    """Keep this thread off its caller's processor: systems were seen to leave both there while others were idle."""
+    if processors and getattr(_own, "processors", None) != processors:
+        try:
+            os.sched_setaffinity(0, processors)
+        except OSError:  # not allowed any longer
+            return
+        _own.processors = processors
 
 
 def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None) -> None:
@@ -36,7 +49,13 @@ def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None
     with _lock:
         if _pool is None:
             _pool = ThreadPoolExecutor(thread_name_prefix="tnk")
-    jobs = [_pool.submit(work) for _ in range(others)]
+    elsewhere = os.sched_getaffinity(0) - {_here()}
+
+    def work_elsewhere() -> None:
+        _move(elsewhere)
+        work()
+
+    jobs = [_pool.submit(work_elsewhere) for _ in range(others)]
     try:
         work()
     finally:

@@ -26,7 +26,6 @@ _LETTERS = {"f": "s", "d": "d", "F": "c", "D": "z"}
 _SCALARS = {"s": ctypes.c_float, "d": ctypes.c_double, "c": Complex64, "z": Complex128}
 _LEAST_WORK = 1 << 16  # entries times right-hand sides that a thread is worth
 _PIECES_A_THREAD = 4
-_LEAST_ROW = 24  # entries for which sides that lie side by side are solved in pieces
 _ROWS_AT_ONCE = 1 << 15  # of which a part of the result stays in the cache while its rows are added to it
 _pointer = ctypes.c_void_p
 
@@ -427,26 +426,8 @@ def solve_triangular(a: Any, b: ArrayLike, *, op: str = "N", lower: bool = True,
     if x.ndim == 1:
         _call(name + "svout_seq", integer(n), *tail)
         return x
-    # In memory of their own, side by side: threads that write to the same lines of the cache wait for one another.
-    sides, round_ = x.shape[1], 8 if letter == "z" else 16
-    pieces = max(1, min(get_max_threads(), sides // round_, int(columns.size) * sides // (4 * _LEAST_WORK)))
-    if pieces == 1 or columns.size < _LEAST_ROW * n:
-        _call(name + "smout_par", integer(1), integer(sides), integer(n), integer(sides), *tail, integer(sides))
-        return x
-    cuts = [sides // round_ * i // pieces * round_ for i in range(pieces)] + [sides]
-    parts: list[np.ndarray] = [x[:0]] * pieces
-
-    def solve(i: int) -> None:
-        parts[i] = part = np.ascontiguousarray(x[:, cuts[i] : cuts[i + 1]])
-        count = integer(part.shape[1])
-        _call(name + "smout_par", integer(1), count, integer(n), count, *tail[:-1], part, count)
-
-    spread([partial(solve, i) for i in range(pieces)])
-    rows = [n * i // pieces for i in range(pieces + 1)]
-    spread([
-        partial(np.concatenate, [part[rows[i] : rows[i + 1]] for part in parts], 1, x[rows[i] : rows[i + 1]])
-        for i in range(pieces)
-    ])  # fmt: skip
+    sides = integer(x.shape[1])
+    _call(name + "smout_par", integer(1), sides, integer(n), sides, *tail, sides)
     return x
 
 
