@@ -86,11 +86,12 @@ Call public_product(const Problem &p) {
     if (p.stored == Stored::upper) descriptor.triangle = TNK_SPARSE_UPPER;
     const double beta = 1, *const x = o.x<double>();
     double *const y = o.y<double>();
+    const tnk_int ld = p.base ? o.n : p.vectors;
     for (; count > 0; --count) {
       if (p.vectors == 1)
         tnk_sparse_dmv(p.op, &alpha, &matrix, &descriptor, x, &beta, y);
       else
-        tnk_sparse_dmm(p.op, &alpha, &matrix, &descriptor, p.vectors, x, o.n, &beta, y, o.n);
+        tnk_sparse_dmm(p.op, &alpha, &matrix, &descriptor, p.vectors, x, ld, &beta, y, ld);
     }
   };
 }
@@ -209,14 +210,20 @@ void add_threaded(std::vector<Row> &rows) {
     Stored stored;
     char op;
     tnk_int vectors;
+    int base = 1; // 0: vectors by rows
   } products[] = {{"dmv", Stored::all, 'N', 1},
                   {"dmv_lower", Stored::lower, 'N', 1},
                   {"dmv_upper", Stored::upper, 'N', 1},
                   {"dmv_trans", Stored::all, 'T', 1},
-                  {"dmm8", Stored::all, 'N', right_sides}};
+                  {"dmm8", Stored::all, 'N', right_sides},
+                  {"dmm8_rows", Stored::all, 'N', right_sides, 0},
+                  {"dmm32_rows", Stored::all, 'N', 32, 0}};
   for (const auto &product : products) {
-    const Problem p = {
-        {12, 12, 0, product.stored != Stored::all}, product.stored, product.vectors, 1, product.op};
+    const Problem p = {{12, 12, 0, product.stored != Stored::all},
+                       product.stored,
+                       product.vectors,
+                       product.base,
+                       product.op};
     const Call call = public_product(p);
     rows.push_back(row("threads", std::string(product.name) + "_2t", "threads", "1 thread", p,
                        sizeof(tnk_int), call, call));

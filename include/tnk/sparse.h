@@ -124,16 +124,17 @@ typedef struct tnk_sparse_descriptor {
    it finds then counts among these.
 
    Threads, as many as tnk/host.h says, but no more than one for every 65536 stored entries times right-hand sides, nor
-   than 64: mm gives each a range of right-hand sides; mv one of rows with about as many
-   entries each, or of stored entries in COO matrices. Where a row also adds to other elements than its own
+   than 64: mm gives each a range of right-hand sides; mv, and mm of general CSR matrices with op 'N' and dense operands
+   by rows, one of rows with about as many entries each, or of stored entries in COO matrices. Where a row also adds to
+   other elements than its own
    (transposed general, symmetric, Hermitian and skew matrices, and COO), all threads but one add into a vector of
    their own, and these are added up afterwards; there are no more threads then than stored entries for each element of
    y. So there the order of sums, and with it the last bits of y, depend on
    the number of threads; everywhere else the result has the same bits for every number. Not spread: mv of DIA and SKY
    matrices, and of BSR ones but those of the general kind with op 'N'; mv of
    diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal;
-   mm of diagonal CSR matrices, and mm with dense operands by rows and fewer than 16 right-hand sides. When there is
-   no memory for the vectors of their own, one thread does all. */
+   mm of diagonal CSR matrices, and mm of what is not cut by rows with dense operands by rows and fewer than 16
+   right-hand sides. When there is no memory for the vectors of their own, one thread does all. */
 
 enum tnk_sparse_status {
   TNK_SPARSE_OK = 0,
@@ -177,9 +178,10 @@ TNK_SPARSE_PRODUCTS(z, tnk_complex16)
    divides by pivots where it multiplies by reciprocals otherwise: other last bits.
 
    sv runs on one thread by design, since every row waits for the ones before. sm gives each thread a range of right-hand
-   sides, as mm does; the result has the same bits for every number. By rows each has at least 16, double complex ones 8,
-   and a quarter of the work is reckoned; triangles with fewer than 24 entries a row on average are not spread then, nor
-   are diagonals. Each thread's are solved in memory of their own, together as large as x; without it one thread does all. */
+   sides; the result has the same bits for every number. By rows each has at least 16, double complex ones 8, twice as
+   many where matrix and sides are beyond the caches, and a quarter of the work is reckoned; triangles with fewer than
+   24 entries a row on average are not spread then, nor are diagonals. Each thread's are solved in memory of their own,
+   together as large as x; without it one thread does all. */
 #define TNK_SPARSE_SOLVES(t, T)                                                                              \
   enum tnk_sparse_status tnk_sparse_##t##sv(char op, const T *alpha, const tnk_sparse_matrix *matrix,        \
                                             const tnk_sparse_descriptor *descriptor, const T *b, T *x);      \

@@ -2,42 +2,72 @@
 
 from __future__ import annotations
 
+import ctypes
 import os
 import threading
+from collections import deque
 from concurrent.futures import ThreadPoolExecutor, wait
 from typing import Callable, Optional, Sequence
 
 LEAST_SHARE = 1 << 15  # numbers of rows to be transformed that a thread is worth
 _pool: Optional[ThreadPoolExecutor] = None
 _lock = threading.Lock()
+_here = ctypes.CDLL(None).sched_getcpu
+_own = threading.local()
 
 
-def spread(pieces: Sequence[Callable[[], None]]) -> None:
-    """Run all, the last one on this thread; the first error is raised once all have ended.
+def _move(processors: set[int]) -> None:
+    """Keep this thread off its caller's processor: systems were seen to leave both there while others were idle."""
+    if processors and getattr(_own, "processors", None) != processors:
+        try:
+            os.sched_setaffinity(0, processors)
+        except OSError:  # not allowed any longer
+            return
+        _own.processors = processors
 
-    An interrupt is raised then, too. Should another one come in between, others may still run: pieces refer to the arrays
-    that they work on, so that these live as long.
+
+def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None) -> None:
+    """Run all, on a thread for each or on so many, of which this is one. A thread takes the piece that is next.
+
+    The first error is raised once all have ended, and an interrupt is, too. Should another one come in between, others may
+    still run: pieces refer to the arrays that they work on, so that these live as long.
     """
     global _pool
-    if len(pieces) == 1 or not threading.main_thread().is_alive():  # no pool takes more once that thread has ended
-        for alone in pieces:
-            alone()
-        return
+    left = deque(pieces)
+
+    def work() -> None:
+        while True:
+            try:
+                piece = left.popleft()
+            except IndexError:
+                return
+            piece()
+
+    others = min(threads or len(pieces), len(pieces)) - 1
+    if others == 0 or not threading.main_thread().is_alive():  # no pool takes more once that thread has ended
+        return work()
     with _lock:
         if _pool is None:
             _pool = ThreadPoolExecutor(thread_name_prefix="tnk")
-    waiting = [_pool.submit(piece) for piece in pieces[:-1]]
+    elsewhere = os.sched_getaffinity(0) - {_here()}
+
+    def work_elsewhere() -> None:
+        _move(elsewhere)
+        work()
+
+    jobs = [_pool.submit(work_elsewhere) for _ in range(others)]
     try:
-        pieces[-1]()
+        work()
     finally:
         interrupt: Optional[BaseException] = None
-        for piece in waiting:
-            while not piece.done():
+        begun = [job for job in jobs if not job.cancel()]  # who comes late is not missed
+        for job in begun:
+            while not job.done():
                 try:
-                    wait((piece,))
+                    wait((job,))
                 except BaseException as error:
                     interrupt = error
-    for failure in (interrupt, *(piece.exception() for piece in waiting)):
+    for failure in (interrupt, *(job.exception() for job in begun)):
         if failure is not None:
             raise failure
 

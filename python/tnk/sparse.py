@@ -25,6 +25,7 @@ _KINDS = {"general": "g", "symmetric": "s", "hermitian": "h", "triangular": "t",
 _LETTERS = {"f": "s", "d": "d", "F": "c", "D": "z"}
 _SCALARS = {"s": ctypes.c_float, "d": ctypes.c_double, "c": Complex64, "z": Complex128}
 _LEAST_WORK = 1 << 16  # entries times right-hand sides that a thread is worth
+_PIECES_A_THREAD = 4
 _ROWS_AT_ONCE = 1 << 15  # of which a part of the result stays in the cache while its rows are added to it
 _pointer = ctypes.c_void_p
 
@@ -119,13 +120,15 @@ def _one(letter: str) -> Any:
 
 # ---- Threads ------------------------------------------------------------------------------------------------------------
 
-def _bounds(pointer: np.ndarray, work: int) -> list[int]:
-    """Rows at which pieces for threads begin and end, of about as many entries each."""
-    count = max(1, min(get_max_threads(), work // _LEAST_WORK))
-    if count == 1:
-        return [0, pointer.size - 1]
+def _spread_rows(rows: Callable[[int, int], None], pointer: np.ndarray, work: int) -> None:
+    """rows(first, past) for all, in pieces of about as many entries: some a thread, for one that is held up."""
+    threads = max(1, min(get_max_threads(), work // _LEAST_WORK))
+    if threads == 1:
+        return rows(0, pointer.size - 1)
+    count = threads * _PIECES_A_THREAD
     shares = pointer[0] + (pointer[-1] - pointer[0]) * np.arange(1, count) // count
-    return [0, *np.searchsorted(pointer, shares.astype(pointer.dtype)).tolist(), pointer.size - 1]
+    cuts = [0, *np.searchsorted(pointer, shares.astype(pointer.dtype)).tolist(), pointer.size - 1]
+    spread([partial(rows, *cuts[i : i + 2]) for i in range(count)], threads)
 
 
 # ---- Products --------------------------------------------------------------------------------------------------------------
@@ -163,8 +166,20 @@ def _rows_product(a: Any, x: np.ndarray, y: np.ndarray, letter: str, meaning: st
                     y[begin:end] = 0
                     added(integer(begin + 1), integer(end), *arguments)
 
-        cuts = _bounds(pointer, columns.size)
-        return spread([partial(rows, *cuts[i : i + 2]) for i in range(len(cuts) - 1)])
+        return _spread_rows(rows, pointer, columns.size)
+    if several and meaning == "g__" and own == "n":
+        sides = integer(x.shape[1])
+
+        def rows(first: int, past: int) -> None:
+            step = max(4 * _ROWS_AT_ONCE // x.shape[1], 1)
+            for begin in range(first, past, step):
+                end = min(begin + step, past)
+                y[begin:end] = 0
+                at = int(pointer[begin]) - int(pointer[0])
+                _call(name + "mmout_par", integer(1), sides, integer(end - begin), sides, _one(letter), a.data[at:],
+                      columns[at:], pointer[begin:], ends[begin:], x, sides, y[begin:], sides)  # fmt: skip
+
+        return _spread_rows(rows, pointer, int(columns.size) * x.shape[1])
     y.fill(0)
     if several:
         width_of = x.shape[1]
@@ -411,14 +426,8 @@ def solve_triangular(a: Any, b: ArrayLike, *, op: str = "N", lower: bool = True,
     if x.ndim == 1:
         _call(name + "svout_seq", integer(n), *tail)
         return x
-    sides = x.shape[1]
-    pieces = max(1, min(get_max_threads(), sides // 8, int(columns.size) * sides // _LEAST_WORK))
-    cuts = [sides * i // pieces for i in range(pieces + 1)]
-    spread([
-        partial(_call, name + "smout_par", integer(cuts[i] + 1), integer(cuts[i + 1]), integer(n), integer(sides),
-                *tail, integer(sides))
-        for i in range(pieces)
-    ])  # fmt: skip
+    sides = integer(x.shape[1])
+    _call(name + "smout_par", integer(1), sides, integer(n), sides, *tail, sides)
     return x
 
 

@@ -107,17 +107,21 @@ def test_an_interrupt_waits_for_threads():
     def interrupt(*_):
         raise KeyboardInterrupt
 
-    def slow():
+    def piece():
+        if threading.current_thread() is threading.main_thread():
+            begun.wait()
+            return
+        begun.set()
         time.sleep(0.1)
         signal.pthread_kill(threading.main_thread().ident, signal.SIGALRM)
         time.sleep(0.2)
         ended.append(1)
 
-    ended = []
+    ended, begun = [], threading.Event()
     before = signal.signal(signal.SIGALRM, interrupt)
     try:
         with pytest.raises(KeyboardInterrupt):
-            _threads.spread([slow, lambda: None])
+            _threads.spread([piece, piece])
     finally:
         signal.signal(signal.SIGALRM, before)
     assert ended

@@ -241,6 +241,35 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
     }
   };
 
+  // Rows of a general matrix go by themselves. A part of the result stays in the cache until its products are added.
+  const bool by_rows =
+      !by_columns && kernel && a->storage == TNK_SPARSE_CSR && plan.kind == 'g' && plan.op == 'n';
+  const auto run_rows = [&](tnk_int begin, tnk_int end) {
+    constexpr tnk_int bytes_at_once = 1 << 16, one = 1;
+    const tnk_int most = std::max<tnk_int>(bytes_at_once / static_cast<tnk_int>(sizeof(T)) / nrhs, 1);
+    for (tnk_int rows = 0; begin < end; begin += rows) {
+      rows = std::min(end - begin, most);
+      if (ldc == nrhs)
+        scale(c + begin * ldc, rows * nrhs);
+      else
+        for (tnk_int i = begin; i < begin + rows; ++i) scale(c + i * ldc, nrhs);
+      const tnk_int before = a->row_start[begin] - a->row_start[0];
+      reinterpret_cast<typename Csr<T>::MmPar *>(kernel)(
+          &one, &nrhs, &rows, &nrhs, &factor, static_cast<const T *>(a->values) + before,
+          a->col_index + before, a->row_start + begin, a->row_end + begin, b, &ldb, c + begin * ldc, &ldc);
+    }
+  };
+  if (by_rows) {
+    const int threads = threads_worth_while(static_cast<double>(a->nnz) * static_cast<double>(nrhs));
+    if (threads <= 1)
+      run_rows(0, length);
+    else {
+      const Pieces p = row_pieces(threads * slices_a_thread, *a);
+      spread(p.count, threads, [&](int i) { run_rows(p.begin[i], p.begin[i + 1]); });
+    }
+    return TNK_SPARSE_OK;
+  }
+
   // Right-hand sides that lie side by side are cut at every eighth, so that threads do not write to the same cache
   // lines all along.
   const tnk_int unit = by_columns ? 1 : 8;

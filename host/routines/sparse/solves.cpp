@@ -10,6 +10,7 @@
 #include "host/routines/sparse/pivots.h"
 #include "host/routines/sparse/plan.h"
 #include "host/routines/sparse/triples.h"
+#include "host/service/large_pages.h"
 #include "host/threading/team.h"
 
 namespace tnk::host::sparse {
@@ -123,20 +124,28 @@ template <class T> struct SolveJob {
 };
 
 // Right-hand sides that lie side by side are cut into as many as a kernel takes in one round, since half of them would
-// take it as long. Threads that write to neighbouring lines take these from one another at every row, for several times
-// the work of a row. So each piece is solved in memory of its own, from which x is filled by whole rows: that pays where
-// rows have some entries. Without memory one thread does it all.
+// take it as long. Pieces pay where rows have some entries, and beyond the caches, where each thread fetches the whole
+// matrix, with two rounds a thread.
+template <class T> tnk_int most_pieces_by_rows(const SolveJob<T> &job, tnk_int round) {
+  constexpr double least_row = 24;
+  const double m = static_cast<double>(job.a.m), sides = static_cast<double>(job.sides.count);
+  if (job.entries() < least_row * m) return 1;
+  const double bytes = job.entries() * (sizeof(T) + sizeof(tnk_int)) + 3 * m * sides * sizeof(T);
+  const bool fits = bytes < 2. * tnk_serv_get_cache_size(3);
+  return job.sides.count / (fits ? round : 2 * round);
+}
+
+// Threads that write to neighbouring lines take these from one another at every row, for several times the work of a
+// row. So pieces of sides that lie side by side are solved in memory of their own, from which x is filled by whole rows.
+// Without memory one thread does it all.
 template <class T> void run_in_pieces(const SolveJob<T> &job, const Scaling<T> *factor) {
   constexpr tnk_int round = sizeof(T) == 16 ? 8 : 16;
   constexpr double faster = 4; // than by columns
-  constexpr tnk_int least_row = 24;
   const RightSides<T> &all = job.sides;
   const bool by_columns = all.by_columns;
-  const double entries = job.entries();
-  const double work = entries * static_cast<double>(all.count) / (by_columns ? 1 : faster);
-  const bool pays = by_columns || entries >= static_cast<double>(least_row * all.m);
-  const auto pieces = static_cast<int>(
-      std::min<tnk_int>(pays ? threads_worth_while(work) : 1, by_columns ? all.count : all.count / round));
+  const double work = job.entries() * static_cast<double>(all.count) / (by_columns ? 1 : faster);
+  const tnk_int most = by_columns ? all.count : most_pieces_by_rows(job, round);
+  const auto pieces = static_cast<int>(most < 2 ? 1 : std::min<tnk_int>(threads_worth_while(work), most));
   const auto run = [&](const RightSides<T> &sides, tnk_int begin, tnk_int end) {
     sides.prepare(begin, end, factor);
     job.run(sides, begin, end);
@@ -144,9 +153,11 @@ template <class T> void run_in_pieces(const SolveJob<T> &job, const Scaling<T> *
   if (pieces <= 1) return run(all, 0, all.count);
   const Pieces p = even_pieces(pieces, all.count, by_columns ? 1 : round);
   if (by_columns) return spread(pieces, pieces, [&](int i) { run(all, p.begin[i], p.begin[i + 1]); });
-  const Block block(tnk_serv_allocate(all.m * all.count * static_cast<tnk_int>(sizeof(T)), 128));
+  const tnk_int bytes = all.m * all.count * static_cast<tnk_int>(sizeof(T));
+  const Block block(tnk_serv_allocate(bytes, 128));
   T *const own = static_cast<T *>(block.address);
   if (!own) return run(all, 0, all.count);
+  prefer_large_pages(own, bytes);
   spread(pieces, pieces, [&](int i) {
     const RightSides<T> part = all.apart(own, p.begin[i], p.begin[i + 1]);
     run(part, 0, part.count);

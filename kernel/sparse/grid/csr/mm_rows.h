@@ -47,27 +47,44 @@ template <class T, class I, class Body> TNK_INLINE void each_group(const MmJob<T
   }
 }
 
-// Four sums, combined one after another; then the entries that are left, one by one.
+// Four sums, combined one after another; then the entries that are left, one by one. A row is fetched once for all
+// right-hand sides, and two vectors of them share its values.
+template <bool Conj, int Vectors, class T, class I, bool Whole>
+TNK_INLINE void add_row_times(const Row<T, I> &row, I i, vec_of<T> alpha, const Group<T, I, Whole> &group) {
+  using V = vec_of<T>;
+  constexpr int width = per_vector<T>;
+  const auto add_product = [&](I p, auto &sums) TNK_INLINED {
+    const V a = in_every_element<T>(fetch(row.values + p));
+    const T *const b = group.b + wrapped_product(get(row.columns + p), group.ldb);
+    unrolled<Vectors>([&](auto v) TNK_INLINED { sums[v] += times<T, Conj>(a, load(group, b + v * width)); });
+  };
+  V acc[4][Vectors] = {};
+  I p = 0;
+  for (; row.count - p >= 4; p += 4) unrolled<4>([&](auto k) TNK_INLINED { add_product(p + k, acc[k]); });
+  V sum[Vectors];
+  unrolled<Vectors>([&](auto v) TNK_INLINED { sum[v] = ((acc[0][v] + acc[1][v]) + acc[2][v]) + acc[3][v]; });
+  for (; p < row.count; ++p) add_product(p, sum);
+  unrolled<Vectors>([&](auto v) TNK_INLINED {
+    Group<T, I, Whole> part = group;
+    part.c += v * width;
+    add_to_c_row(part, i, times<T>(alpha, sum[v]));
+  });
+}
 template <bool Conj, class T, class I>
 [[gnu::noinline]] void multiply_general(RowLayout, const MmJob<T, I> &given) {
-  using V = vec_of<T>;
+  constexpr I width = per_vector<T>;
   const MmJob<T, I> job = given; // a copy of its own, which no store to c can change
-  const V alpha = in_every_element<T>(job.alpha);
-  each_group(job, [&](auto group) {
-    for (I i = 0; i < job.rows; ++i) {
-      const auto row = row_of<RowLayout>(job, i);
-      const auto product = [&](I p) {
-        return times<T, Conj>(in_every_element<T>(fetch(row.values + p)), b_row(group, get(row.columns + p)));
-      };
-      V acc[4] = {};
-      I p = 0;
-      for (; row.count - p >= 4; p += 4)
-        for (int k = 0; k < 4; ++k) acc[k] += product(p + k);
-      V sum = ((acc[0] + acc[1]) + acc[2]) + acc[3];
-      for (; p < row.count; ++p) sum += product(p);
-      add_to_c_row(group, i, times<T>(alpha, sum));
-    }
-  });
+  const vec_of<T> alpha = in_every_element<T>(job.alpha);
+  const I pairs_end = job.first + (job.last - job.first) / (2 * width) * (2 * width);
+  MmJob<T, I> rest = job;
+  rest.first = pairs_end;
+  for (I i = 0; i < job.rows; ++i) {
+    const auto row = row_of<RowLayout>(job, i);
+    for (I column = job.first; column < pairs_end; column += 2 * width)
+      add_row_times<Conj, 2>(row, i, alpha,
+                             Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, {}});
+    each_group(rest, [&](const auto &group) { add_row_times<Conj, 1>(row, i, alpha, group); });
+  }
 }
 
 template <bool Conj, class T, class I>
