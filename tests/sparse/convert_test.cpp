@@ -164,11 +164,12 @@ TYPED_TEST(SparseConvert, DiagonalsAndTheirRestHoldTheMatrix) {
           const auto there = std::count_if(entries.begin(), entries.end(), [](I e) { return e > 0; });
           ASSERT_EQ(count, std::min<I>(wanted, static_cast<I>(there)));
           ASSERT_TRUE(n == 0 || std::is_sorted(distance.begin(), distance.begin() + count));
-          I least = a.entries() + 1; // of those chosen: none left out has more
+          // The least full of those chosen, of equal ones the highest: none left out is fuller, or as full and lower.
+          std::pair<I, I> least = {a.entries() + 1, 0};
           for (I d = 0; d < count && n > 0; ++d)
-            least = std::min(least, entries[a.at(distance[a.at(d)] + n)]);
+            least = std::min(least, {entries[a.at(distance[a.at(d)] + n)], -distance[a.at(d)]});
           for (I d = 0; d < 2 * n && count == wanted; ++d)
-            ASSERT_TRUE(is_chosen(d - n) || entries[a.at(d)] <= least);
+            ASSERT_TRUE(is_chosen(d - n) || std::make_pair(entries[a.at(d)], n - d) <= least);
         }
         Dense dense = rest.dense(), expected = a.dense();
         for (I d = 0; d < count && n > 0; ++d)

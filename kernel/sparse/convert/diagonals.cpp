@@ -32,16 +32,25 @@ void from_diagonals(const I *job, I n, T *values, I *columns, I *pointer, const 
 }
 
 // The fullest diagonals by their numbers of entries, at most *count; of equal ones the lower. In ascending order.
-template <class I> void choose_fullest(I *entries, I diagonals, I n, I *distance, I *count) {
-  I chosen = 0;
-  for (; chosen < *count; ++chosen) {
-    I *const fullest = std::max_element(entries, entries + diagonals);
-    if (*fullest <= 0) break;
-    *fullest = -1;
+template <class I> void choose_fullest(const I *entries, I diagonals, I n, I *distance, I *count) {
+  const auto fuller_than = [=](I number) {
+    return static_cast<I>(std::count_if(entries, entries + diagonals, [=](I e) { return e > number; }));
+  };
+  // The least number that no more diagonals exceed than are wanted.
+  const I wanted = std::max(*count, I{0});
+  I number = 0;
+  for (I enough = *std::max_element(entries, entries + diagonals); number < enough;) {
+    const I middle = number + (enough - number) / 2;
+    if (fuller_than(middle) <= wanted)
+      enough = middle;
+    else
+      number = middle + 1;
   }
+  I of_that_number = number > 0 ? wanted - fuller_than(number) : 0;
   *count = 0;
   for (I k = 0; k < diagonals; ++k)
-    if (entries[k] < 0) put(distance + (*count)++, static_cast<I>(k - (n - 1)));
+    if (entries[k] > number || (entries[k] == number && of_that_number-- > 0))
+      put(distance + (*count)++, static_cast<I>(k - (n - 1)));
 }
 
 template <class T, class I>
