@@ -90,8 +90,9 @@ def _load() -> ctypes.CDLL:
         return ctypes.CDLL(HOST)  # where the dynamic linker looks
     except OSError:
         pass
+    where = f"Looked for:{looked}\nand in" if looked else "Looked in"
     raise ImportError(
-        f"tnk: {HOST} was not found. Looked for:{looked}\nand in the dynamic linker's folders. "
+        f"tnk: {HOST} was not found. {where} the dynamic linker's folders. "
         "Build or install the library, or set TNK_LIBRARY_PATH to the folder that holds it."
     )
 

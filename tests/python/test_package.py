@@ -1,12 +1,16 @@
 """The package itself: where libraries are, errors, threads, documentation; convolutions and transposition."""
 
+import ctypes
+import ctypes.util
 import doctest
 import fractions
 import importlib
 import inspect
 import io
 import os
+import pathlib
 import re
+import shutil
 import signal
 import subprocess
 import sys
@@ -18,7 +22,7 @@ import pytest
 import tnk
 import tnk.exact
 import tnk.signal
-from tnk import _threads
+from tnk import _library, _threads
 
 
 MODULES = ["tnk._library", "tnk._transpose", "tnk._trig", "tnk.fft", "tnk.signal", "tnk.pde", "tnk.exact", "tnk.sparse", "tnk.threadpool"]
@@ -57,14 +61,26 @@ def test_show():
     assert "libtnk_avx.so (loaded)" in out.getvalue() and "threads" in out.getvalue()
 
 
-def start(program, **environment):
-    return subprocess.run([sys.executable, "-c", program], env={**os.environ, **environment}, capture_output=True, text=True)
+def start(program, folder=None, **environment):
+    environment = {**os.environ, **environment}
+    return subprocess.run([sys.executable, "-c", program], env=environment, capture_output=True, text=True, cwd=folder)
+
+
+def test_versions_agree():
+    version = ctypes.create_string_buffer(200)
+    _library.declared("tnk_serv_getversionstring_c", None, ctypes.c_char_p, ctypes.c_int32)(version, 199)
+    project = (pathlib.Path(tnk.__file__).parents[1] / "pyproject.toml").read_text()
+    assert f"tnk {tnk.__version__}," in version.value.decode() and f'version = "{tnk.__version__}"' in project
 
 
 def test_what_is_missing_is_said(tmp_path):
     outcome = start("import tnk", TNK_LIBRARY_PATH=str(tmp_path))
     assert outcome.returncode == 1 and "libtnk_host.so was not found" in outcome.stderr and str(tmp_path) in outcome.stderr
     assert "dynamic linker" not in outcome.stderr, "which is not asked then"
+    if not ctypes.util.find_library("tnk_host"):  # none is installed for all
+        shutil.copytree(os.path.dirname(tnk.__file__), tmp_path / "copy" / "tnk")
+        outcome = start("import tnk", tmp_path / "copy", TNK_LIBRARY_PATH="", PYTHONPATH="")
+        assert outcome.returncode == 1 and "was not found. Looked in the dynamic linker's folders" in outcome.stderr
     host = tmp_path / "libtnk_host.so"
     host.touch()
     outcome = start("import tnk", TNK_LIBRARY_PATH=str(tmp_path))

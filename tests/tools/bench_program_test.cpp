@@ -20,10 +20,10 @@ row() { # group, name, size, picture, peer, cores
 case "$*" in
 *--list*)
   printf 'row\tgroup\tname\tsize\tpicture\tpeer\tcores\n'
-  row a/plain first 10 own 'plain loop' ''
+  row a/plain first 10 'our own' 'plain loop' ''
   row a/library second 10 library L same,best
-  row a/library kernel 10 own 'public routine' ''
-  row b/threads longer_name_2t 10 own '1 thread' ''
+  row a/library kernel 10 'our own' 'public routine' ''
+  row b/threads longer_name_2t 10 'our own' '1 thread' ''
   row b/more last 10 library L same,best
   exit ;;
 esac
@@ -81,7 +81,7 @@ TEST_F(BenchProgram, RunsTheSecondProcessForRowsWhosePeerHasCores) {
   EXPECT_EQ(count(table, "2.0 Gflop/s"), 5) << table;
   EXPECT_EQ(count(file("out/bench.csv"), ",plain loop,,1.5,"), 1);
   EXPECT_EQ(count(file("out/bench.csv"), ",L 1,Sandy,2.5,,Zen,0.5,"), 2);
-  const std::string library = file("out/bench_library.svg"), own = file("out/bench_own.svg");
+  const std::string library = file("out/bench_library.svg"), own = file("out/bench_our_own.svg");
   EXPECT_TRUE(count(library, ">second<") && count(library, ">last<") && !count(library, ">first<"));
   EXPECT_TRUE(count(own, ">first<") && count(own, ">kernel<") && !count(own, ">second<"));
 }
@@ -91,7 +91,7 @@ TEST_F(BenchProgram, WithoutTheLibrarySaysSoOnceAndKeepsOtherRatios) {
   ASSERT_EQ(run(), 0) << file("messages");
   EXPECT_EQ(count(file("messages"), "not installed"), 1);
   EXPECT_EQ(count(file("table"), "1.50          plain loop\n"), 1) << file("table");
-  EXPECT_TRUE(exists("out/bench_own.svg") && !exists("out/bench_library.svg"));
+  EXPECT_TRUE(exists("out/bench_our_own.svg") && !exists("out/bench_library.svg"));
 }
 
 TEST_F(BenchProgram, HandsOnWhatIsToBeMeasured) {

@@ -179,13 +179,15 @@ private:
       if (row.same.rate && row.listed.curve) curves[row.listed.picture].push_back(row);
     }
     for (const auto &[name, rows] : ratios)
-      picture(folder / ("bench_" + name + ".svg"), ratio_chart(rows, name, remarks_["processor"]));
+      picture(name + ".svg", ratio_chart(rows, name, remarks_["processor"]));
     for (const auto &[name, rows] : curves)
-      picture(folder / ("bench_" + name + "_rates.svg"), rate_chart(rows, name, remarks_["processor"]));
+      picture(name + "_rates.svg", rate_chart(rows, name, remarks_["processor"]));
   }
 
-  static void picture(const std::filesystem::path &path, const std::string &contents) {
+  void picture(std::string name, const std::string &contents) const {
     if (contents.empty()) return;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    const std::filesystem::path path = std::filesystem::path(options_.out) / ("bench_" + name);
     write_file(path, contents);
     std::printf("wrote %s\n", path.c_str());
   }
