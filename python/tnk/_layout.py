@@ -9,7 +9,7 @@ from typing import Optional
 import numpy as np
 
 from ._descriptors import Plan, Transform
-from ._threads import LEAST_SHARE, spread
+from ._threads import LEAST_SHARE, PIECES_A_THREAD, spread
 
 _Loop = tuple[int, int, int]  # length, stride of the side that is read, stride of the one that is written
 _Shape = tuple[int, ...]
@@ -45,7 +45,7 @@ def merged(loops: list[_Loop]) -> list[_Loop]:
 def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_strides: _Shape, sizes: tuple[int, int],
            axes: _Shape, lengths: _Shape, real: bool, backward: bool, in_place: bool, scale: float, threads: int,
            ) -> Optional[list[tuple[Transform, _Offsets]]]:  # fmt: skip
-    """A transform for each thread, with the offsets in bytes at which it is run; None where a dense copy is cheaper, or
+    """Transforms for threads, with the offsets in bytes at which each is run; None where a dense copy is cheaper, or
     needed."""
     steps = element_strides(shape, strides, sizes[0]), element_strides(written_shape, written_strides, sizes[1])
     if steps[0] is None or steps[1] is None:
@@ -77,8 +77,8 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
 
     # One transform is the library's to divide. Batches are cut here: the library leaves those that fit the largest cache
     # on one thread, whatever it is asked for.
-    shares = min(threads, count, prod(shape) // LEAST_SHARE)
-    if shares < 2:
+    shares = min(threads * PIECES_A_THREAD, count, prod(shape) // LEAST_SHARE)
+    if threads == 1 or shares < 2:
         return [(piece(count, threads if count == 1 else 1), tuple(offsets))]
     jobs, made = [], {}
     for i in range(shares):
@@ -133,7 +133,7 @@ def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths
         if len(found) == 1:
             return found[0][0].run(*addresses, found[0][1])
         held = source, destination  # as long as a piece runs
-        return spread([partial(_run, how, addresses, offsets, held) for how, offsets in found])
+        return spread([partial(_run, how, addresses, offsets, held) for how, offsets in found], threads)
 
     if steps is None or _closest(source.shape, steps) > 1:  # negative steps, or gaps between all numbers
         dense = source.copy("K")

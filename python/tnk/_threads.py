@@ -10,20 +10,21 @@ from concurrent.futures import ThreadPoolExecutor, wait
 from typing import Callable, Optional, Sequence
 
 LEAST_SHARE = 1 << 15  # numbers of rows to be transformed that a thread is worth
+PIECES_A_THREAD = 4  # so that a thread that is held up leaves work to the others
 _pool: Optional[ThreadPoolExecutor] = None
 _lock = threading.Lock()
 _here = ctypes.CDLL(None).sched_getcpu
-_own = threading.local()
+_PATIENCE = 1e-3  # seconds for which a caller waits before it lends its processor
+_bound: dict[int, set[int]] = {}  # threads, and the processors that they were left
 
 
-def _move(processors: set[int]) -> None:
-    """Keep this thread off its caller's processor: systems were seen to leave both there while others were idle."""
-    if processors and getattr(_own, "processors", None) != processors:
+def _bind(thread: int, processors: set[int]) -> None:
+    if processors and _bound.get(thread) != processors:
+        _bound[thread] = processors
         try:
-            os.sched_setaffinity(0, processors)
+            os.sched_setaffinity(thread, processors)
         except OSError:  # not allowed any longer
-            return
-        _own.processors = processors
+            pass
 
 
 def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None) -> None:
@@ -49,10 +50,15 @@ def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None
     with _lock:
         if _pool is None:
             _pool = ThreadPoolExecutor(thread_name_prefix="tnk")
-    elsewhere = os.sched_getaffinity(0) - {_here()}
+    # Systems were seen to leave all threads on the caller's processor while others were idle.
+    allowed = os.sched_getaffinity(0)
+    elsewhere = allowed - {_here()}
+    threads_begun: list[int] = []
 
     def work_elsewhere() -> None:
-        _move(elsewhere)
+        thread = threading.get_native_id()
+        threads_begun.append(thread)
+        _bind(thread, elsewhere)
         work()
 
     jobs = [_pool.submit(work_elsewhere) for _ in range(others)]
@@ -61,10 +67,14 @@ def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None
     finally:
         interrupt: Optional[BaseException] = None
         begun = [job for job in jobs if not job.cancel()]  # who comes late is not missed
+        patience: Optional[float] = _PATIENCE
         for job in begun:
             while not job.done():
                 try:
-                    wait((job,))
+                    if wait((job,), patience).not_done and patience is not None:
+                        patience = None
+                        for thread in threads_begun:  # another program may keep one from going on
+                            _bind(thread, allowed)
                 except BaseException as error:
                     interrupt = error
     for failure in (interrupt, *(job.exception() for job in begun)):
@@ -75,6 +85,7 @@ def spread(pieces: Sequence[Callable[[], object]], threads: Optional[int] = None
 def _after_fork() -> None:
     global _pool, _lock
     _pool, _lock = None, threading.Lock()
+    _bound.clear()
 
 
 os.register_at_fork(after_in_child=_after_fork)

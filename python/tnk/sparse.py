@@ -17,7 +17,7 @@ from numpy.typing import ArrayLike
 from scipy.sparse.linalg import LinearOperator
 
 from ._library import Complex64, Complex128, get_max_threads, kernel
-from ._threads import spread
+from ._threads import PIECES_A_THREAD, spread
 
 __all__ = ["aslinearoperator", "matmul", "solve_triangular"]
 
@@ -25,7 +25,6 @@ _KINDS = {"general": "g", "symmetric": "s", "hermitian": "h", "triangular": "t",
 _LETTERS = {"f": "s", "d": "d", "F": "c", "D": "z"}
 _SCALARS = {"s": ctypes.c_float, "d": ctypes.c_double, "c": Complex64, "z": Complex128}
 _LEAST_WORK = 1 << 16  # entries times right-hand sides that a thread is worth
-_PIECES_A_THREAD = 4
 _ROWS_AT_ONCE = 1 << 15  # of which a part of the result stays in the cache while its rows are added to it
 _pointer = ctypes.c_void_p
 
@@ -121,11 +120,11 @@ def _one(letter: str) -> Any:
 # ---- Threads ------------------------------------------------------------------------------------------------------------
 
 def _spread_rows(rows: Callable[[int, int], None], pointer: np.ndarray, work: int) -> None:
-    """rows(first, past) for all, in pieces of about as many entries: some a thread, for one that is held up."""
+    """rows(first, past) for all, in pieces of about as many entries each."""
     threads = max(1, min(get_max_threads(), work // _LEAST_WORK))
     if threads == 1:
         return rows(0, pointer.size - 1)
-    count = threads * _PIECES_A_THREAD
+    count = threads * PIECES_A_THREAD
     shares = pointer[0] + (pointer[-1] - pointer[0]) * np.arange(1, count) // count
     cuts = [0, *np.searchsorted(pointer, shares.astype(pointer.dtype)).tolist(), pointer.size - 1]
     spread([partial(rows, *cuts[i : i + 2]) for i in range(count)], threads)
