@@ -70,12 +70,15 @@ TYPED_TEST(SparseAux, OfBlockRows) {
                {'t', "tr", transposed | upper | unit}};
   for (const auto &[kind, name, heeds] : kinds)
     for (bool by_rows : {false, true})
-      for (I size : {1, 2, 3, 5})
-        for (I flag = 0; flag < 8; ++flag) {
-          const GridName meant = matrix(kind, static_cast<int>(flag) & heeds);
-          const I m = 4, n = m * size, nrhs = 3;
+      for (I size : {1, 2, 3, 5, 13})
+        for (int variant = 0; variant < 16; ++variant) {
+          const I flag = variant % 8;
+          const GridName meant = matrix(kind, variant & heeds);
+          const bool vector = variant >= 8; // without gaps
+          const I m = 4, n = m * size, nrhs = vector ? 1 : 3;
           const auto a = this->blocks(meant, m, size, by_rows);
-          const auto b = this->sides(by_rows, n, nrhs, 1), c = this->sides(by_rows, n, nrhs, 2);
+          const auto b = this->sides(by_rows, n, nrhs, vector ? 0 : 1);
+          const auto c = this->sides(by_rows, n, nrhs, vector ? 0 : 2);
           auto got = c;
           const I ldb = b.ld(), ldc = c.ld();
           const T alpha = narrow<T>(this->pair(2, 1));

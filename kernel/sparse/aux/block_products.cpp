@@ -1,5 +1,7 @@
 // Products of block rows with a vector or with several right-hand sides.
+#include "kernel/frame/vector.h"
 #include "kernel/sparse/aux/blocks.h"
+#include <utility>
 
 namespace tnk::sparse {
 namespace {
@@ -119,6 +121,94 @@ template <class Side, class T, class I> void add_identity(const Product<Side, T,
     }
 }
 
+// The sums of some rows, each of which goes on by itself. Complex ones go in pairs, the last of an odd number twice.
+template <int Rows, class T, bool = is_complex<T>> class Sums {
+public:
+  explicit Sums(const T *c) {
+    for (int r = 0; r < Rows; ++r) sums_[r] = get(c + r);
+  }
+  template <class I> void add(const T *column, I distance, T x) {
+    for (int r = 0; r < Rows; ++r) sums_[r] = sums_[r] + get(column + r * distance) * x;
+  }
+  void store(T *c) const {
+    for (int r = 0; r < Rows; ++r) put(c + r, sums_[r]);
+  }
+
+private:
+  T sums_[Rows];
+};
+template <int Rows, class T> class Sums<Rows, T, true> {
+  using V = decltype(load_pairs(std::declval<const real_of<T> *>(), std::declval<const real_of<T> *>()));
+  static constexpr int pairs = (Rows + 1) / 2;
+  template <class I> static V load(const T *p, int r, I distance) {
+    const auto *const first = reinterpret_cast<const real_of<T> *>(p + r * distance);
+    return load_pairs(first, r + 1 < Rows ? first + 2 * distance : first);
+  }
+
+public:
+  explicit Sums(const T *c) {
+    for (int i = 0; i < pairs; ++i) sums_[i] = load(c, 2 * i, 1);
+  }
+  template <class I> void add(const T *column, I distance, T x) {
+    const V re = splat<V>(x.re), im = splat<V>(x.im);
+    for (int i = 0; i < pairs; ++i)
+      sums_[i] = sums_[i] + complex_product(re, im, load(column, 2 * i, distance));
+  }
+  void store(T *c) const {
+    for (int r = 0; r < Rows; ++r) put(c + r, {sums_[r / 2][r % 2 * 2], sums_[r / 2][r % 2 * 2 + 1]});
+  }
+
+private:
+  V sums_[pairs];
+};
+
+// Blocks by rows and a vector without gaps. The same sums as above, in the same order: they stay in registers, and each
+// element of the vector is scaled once for some of them.
+template <int Size, class Side, class T, class I> void blocks_times_vector(const Product<Side, T, I> &job) {
+  for (I i = 0; i < job.m; ++i) {
+    const auto row = job.a.row(i);
+    Sums<Size, T> sums(job.c_of(i));
+    for (I p = row.first; p < row.end; ++p) {
+      const T *const block = job.a.block(p), *const b = job.b_of(job.a.number(p));
+      for (I s = 0; s < Size; ++s) sums.add(block + s, I(Size), job.alpha * get(b + s));
+    }
+    sums.store(job.c_of(i));
+  }
+}
+template <int Rows, class T, class I>
+void add_rows(T alpha, I size, I &first, const T *block, const T *b, T *c) {
+  for (; size - first >= Rows; first += Rows) {
+    Sums<Rows, T> sums(c + first);
+    const T *const rows = block + wrapped_product(first, size);
+    for (I s = 0; s < size; ++s) sums.add(rows + s, size, alpha * get(b + s));
+    sums.store(c + first);
+  }
+}
+template <class Side, class T, class I> void times_vector(const Product<Side, T, I> &job) {
+  switch (job.a.size) {
+  case 2:
+    return blocks_times_vector<2>(job);
+  case 3:
+    return blocks_times_vector<3>(job);
+  case 4:
+    return blocks_times_vector<4>(job);
+  case 5:
+    return blocks_times_vector<5>(job);
+  case 6:
+    return blocks_times_vector<6>(job);
+  case 7:
+    return blocks_times_vector<7>(job);
+  case 8:
+    return blocks_times_vector<8>(job);
+  }
+  for_each_block(job, [&](I i, I j, const T *block) {
+    I first = 0;
+    add_rows<8>(job.alpha, job.a.size, first, block, job.b_of(j), job.c_of(i));
+    add_rows<4>(job.alpha, job.a.size, first, block, job.b_of(j), job.c_of(i));
+    add_rows<1>(job.alpha, job.a.size, first, block, job.b_of(j), job.c_of(i));
+  });
+}
+
 template <int Size, class Side, class T, class I>
 void general_of_size(const Product<Side, T, I> &job, bool transposed) {
   for_each_block(job, [&](I i, I j, const T *block) {
@@ -130,6 +220,8 @@ void general_of_size(const Product<Side, T, I> &job, bool transposed) {
 }
 template <class Side, class T, class I> void gen(const Product<Side, T, I> &job, I flag) {
   const bool transposed = flag & TNK_SPBLAS_TRANSPOSED;
+  if constexpr (Side::by_rows)
+    if (!transposed && job.nrhs == 1 && job.ldb == 1 && job.ldc == 1) return times_vector(job);
   switch (job.a.size) {
   case 2:
     return general_of_size<2>(job, transposed);
