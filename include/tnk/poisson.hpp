@@ -24,7 +24,7 @@ struct PoissonSetup {
   std::vector<tnk_int> cells;    // two or three
   std::vector<double> low, high; // as many, or empty: 0 and 1
   std::string sides = "DDDDDD";  // letters D and N
-  double q = 0;
+  double q = 0;                  // below 0 it may meet an eigenvalue, and nothing tells when it does
 };
 
 class PoissonError : public std::runtime_error {
@@ -54,7 +54,8 @@ public:
     const auto fits = [&](std::size_t count) { return count == 0 || count == dims; };
     if ((dims != 2 && dims != 3) || !fits(setup.low.size()) || !fits(setup.high.size()) ||
         setup.sides.size() < 2 * dims)
-      throw std::invalid_argument("tnk::Poisson: a setup of other than two or three axes");
+      throw std::invalid_argument(
+          "tnk::Poisson: expected cells of two or three axes, ends of each or none, two letters for each");
     tnk_poisson_problem problem = {};
     problem.dims = static_cast<int32_t>(dims);
     problem.numbers = std::is_same_v<Real, float> ? TNK_POISSON_FLOAT : TNK_POISSON_DOUBLE;

@@ -62,7 +62,7 @@ class Solver:
         For each axis two letters, of its lower and its upper side: "D" where u is given, "N" where its derivative along the
         outward normal is. "D" everywhere by default.
     q : float, optional
-        The coefficient of u.
+        The coefficient of u. Below 0 it may meet an eigenvalue, where there is no solution, and nothing tells when it does.
     dtype : {float64, float32}, optional
         Precision of the solution and of the arithmetic.
 
