@@ -267,29 +267,6 @@ TYPED_TEST(Trig, FailWithoutMemory) {
   EXPECT_EQ(t.ipar.get(TNK_PDETT_STATUS), -1000);
 }
 
-// Each identifier's lines in either language, in the frame. Values stand in the second one.
-TEST(TrigMessages, AreThreeLinesInAFrame) {
-  const tnk_int ids[] = {0, 1, 3, 4, 5, 6, 300, 302, 303, 307, 308, 309, 1001};
-  const tnk_int ipar[TNK_PDETT_IPAR] = {10, 1, 1, 0, 0, 13, 16, 0, 0, 19, 0};
-  const double dpar[] = {0.5};
-  const auto line = [](int32_t number) { return tnk_serv_tnk_get_msg(number, 0) + std::string("\n"); };
-  for (int32_t i = 0; i < 13; ++i)
-    for (const int32_t first : {410 + 3 * i, 449 + 3 * i}) {
-      const std::string text = said([&] {
-        (first < 449 ? tnk_pdett_d_print_diagnostics_f : tnk_pdett_d_print_diagnostics_c)(ids + i, ipar, dpar,
-                                                                                          "TEXT");
-      });
-      const std::string begin = "\n" + line(396) + line(first), end = line(first + 2) + line(397) + line(398);
-      const std::string values = text.substr(begin.size(), text.size() - begin.size() - end.size());
-      EXPECT_EQ(text, begin + values + end);
-      EXPECT_EQ(values.substr(0, 4), line(first + 1).substr(0, 4));
-      EXPECT_EQ(values.find_first_of("?\n"), values.size() - 1) << "a value is missing: " << values;
-    }
-  const tnk_int unknown = 2;
-  const std::string text = said([&] { tnk_pdett_s_print_diagnostics_c(&unknown, ipar, nullptr, nullptr); });
-  EXPECT_NE(text.find(tnk_serv_tnk_get_msg(407, 1, unknown)), std::string::npos);
-}
-
 TEST(TrigMessages, GoToTheLogFileOrTellThatTheyCannot) {
   const char *const log = "TNK_Trig_Transforms_Log.txt";
   const auto commit = [](tnk_int shown) {

@@ -236,18 +236,6 @@ TEST(SparseArguments, EntriesThatDoNotCountAreFoundWhereAsked) {
         EXPECT_EQ(errors.take().argument, counts ? "" : "matrix->col_index[0]");
       }
   }
-  Job j;
-  j.a.n = 2, j.column[1] = 0, j.column[2] = 1, j.d.check = TNK_SPARSE_ENTRIES;
-  const auto refusal = [&](tnk_sparse_kind kind, tnk_sparse_triangle triangle, tnk_sparse_diagonal diagonal) {
-    j.d.kind = kind, j.d.triangle = triangle, j.d.diagonal = diagonal;
-    EXPECT_EQ(j.run("tnk_sparse_dmv"), TNK_SPARSE_BAD_ARGUMENT);
-    return errors.bad_argument();
-  };
-  const std::string found = "tnk_sparse_dmv: argument 3 (matrix->col_index";
-  EXPECT_EQ(refusal(TNK_SPARSE_SYMMETRIC, TNK_SPARSE_UPPER, TNK_SPARSE_NONUNIT),
-            found + "[1]) is 0, expected 1 to 1");
-  EXPECT_EQ(refusal(TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER, TNK_SPARSE_UNIT),
-            found + "[0]) is 0, expected no entry in its row");
 }
 
 TEST(SparseArguments, OnesWithoutEntriesAreTheIdentity) {
