@@ -2,6 +2,7 @@
 #include "conv/problem.h"
 #include "host/routines/services.h"
 #include "support/error_recorder.h"
+#include "support/named.h"
 #include "tools/tnk/support/threads.h"
 #include <functional>
 #include <gtest/gtest.h>
@@ -80,18 +81,7 @@ TYPED_TEST(ConvPlans, SameBitsForAnyNumberOfThreads) {
       }
 }
 
-// The calls: full, same and valid against the definition.
-template <class T> struct Calls;
-#define CALLS(t, T)                                                                                          \
-  template <> struct Calls<T> {                                                                              \
-    static constexpr auto convolve = tnk_conv_##t##convolve, correlate = tnk_conv_##t##correlate;            \
-    static constexpr auto convolve2 = tnk_conv_##t##convolve2, correlate2 = tnk_conv_##t##correlate2;        \
-  };
-CALLS(s, float)
-CALLS(d, double)
-CALLS(c, tnk_complex8)
-CALLS(z, tnk_complex16)
-
+// Full, same and valid against the definition.
 TYPED_TEST(ConvPlans, CallsWithoutGaps) {
   using T = TypeParam;
   for (const bool correlates : {false, true})
@@ -108,11 +98,12 @@ TYPED_TEST(ConvPlans, CallsWithoutGaps) {
         const Shape ones(m.size(), 1);
         Problem<T> p(c, ones, ones, ones, true);
         const Ints nx(m.begin(), m.end()), ny(n.begin(), n.end());
-        const tnk_conv_result done =
-            m.size() == 1 ? (correlates ? Calls<T>::correlate : Calls<T>::convolve)(
-                                part, nx[0], p.x.data(), ny[0], p.y.data(), p.z.data())
-                          : (correlates ? Calls<T>::correlate2 : Calls<T>::convolve2)(
-                                part, nx.data(), p.x.data(), ny.data(), p.y.data(), p.z.data());
+        const std::string name = correlates ? "tnk_conv_?correlate" : "tnk_conv_?convolve";
+        const T *const x = p.x.data(), *const y = p.y.data();
+        const auto done =
+            m.size() == 1
+                ? Named<T, tnk_conv_result>(name)(part, nx[0], x, ny[0], y, p.z.data())
+                : Named<T, tnk_conv_result>(name + '2')(part, nx.data(), x, ny.data(), y, p.z.data());
         ASSERT_EQ(done, TNK_CONV_DONE);
         ASSERT_EQ(p.fault(0, 1e4L * std::numeric_limits<reference::Real<T>>::epsilon()), "")
             << part << p.name();
