@@ -1,5 +1,4 @@
-// Matrices through the faces: what the published test programs do not ask. They hold results of both faces in small; here are
-// sizes past 32 bits, what must not be read, and reports.
+// Matrices through the faces: what the published test programs, which hold small results of both faces, do not ask.
 #include "tests/dropin/faces.h"
 
 #include <cmath>

@@ -1,5 +1,4 @@
-// A kernel library made for the tests of the front. Under names that the front has stand functions of every shape that
-// a call can have, so here the names mean nothing. Each makes its result of all its arguments.
+// A kernel library made for the tests of the front: under names that mean nothing here, a call of every shape.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,4 @@
-// The solvers by address: solutions in their equations for all sides, singular problems, every status of init, commit and
-// solve, what is said and where, threads.
+// The solvers by address: solutions in their equations, singular problems, statuses, what is said and where, threads.
 #include "pde/poisson_problem.h"
 #include "pde/said.h"
 #include "support/guarded.h"
@@ -170,8 +169,7 @@ void eliminate(R *f, tnk_int stride, tnk_int n, bool slope_below, bool slope_abo
   for (tnk_int j = middle + 1; j <= last; ++j) at(j) += w[static_cast<std::size_t>(j)] * at(j - 1);
 }
 
-// However columns and rows go side by side, each has the bits of plain elimination, early and late where its pivots settle,
-// and columns that are not unknown stay.
+// However columns go side by side, each has the bits of plain elimination, where its pivots settle too; others stay.
 template <class R, class Solve> void same_as_plain(bool slope_below, bool slope_above, const Solve &solve) {
   std::mt19937 engine(5);
   std::uniform_real_distribution<R> any(-1, 1);

@@ -1,5 +1,4 @@
-// The stages by their names, each against what it stands for. The transforms test them together; these calls show that
-// each one does its own part.
+// The stages by their names: transforms test them together, these calls show that each one does its own part.
 #include "tests/signal/stages.h"
 
 namespace tnk::test {
@@ -38,8 +37,7 @@ TYPED_TEST(DftStages, StraightLines) {
     }
 }
 
-// Two times: f transforms of c numbers that stand f apart become one of f c numbers. The first pass takes the second half
-// first.
+// Two times, the second half first: f transforms of c numbers that stand f apart become one of f c numbers.
 TYPED_TEST(DftStages, PassesOfTwoFactors) {
   using R = TypeParam;
   constexpr int32_t blocks = 2, width = 32 / sizeof(R);

@@ -1,5 +1,4 @@
-// Transforms of any length against their definition: every length up to 300 in every kind, flag and place, and larger ones
-// of each method.
+// Transforms of any length against their definition: up to 300 in every kind, flag and place, larger ones of each method.
 #include "tests/signal/forms.h"
 
 #include <map>
@@ -193,8 +192,7 @@ TEST_P(AnyLength, StatusesInTheirOrder) {
   expect_refusals(form, forms, 100, 100);
 }
 
-// Buffers tell the method: sums by definition take 16 N + 32, a convolution of M numbers 16 M + 32 and what its transforms
-// take.
+// Buffers tell the method: sums take 16 N + 32, a convolution of M numbers 16 M + 32 and what its transforms take.
 TEST(AnyLengthUses, BuffersOfEachMethod) {
   const auto buffer_of = [](std::size_t n) {
     int32_t size = -1;

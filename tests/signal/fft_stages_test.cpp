@@ -149,8 +149,7 @@ TYPED_TEST(FftStages, BlocksAndReversal) {
   EXPECT_EQ(stay, (std::vector<int32_t>{4, 10, 14, 17, 21, 27, 31}));
 }
 
-// A record's tables anew, in other memory; a record of a short transform is one of a long one with them, as far as its
-// buffer goes. Tables of orders that are not cut end in roots.
+// A record's tables anew, in other memory; a short record becomes a long one. Those of orders not cut end in roots.
 TYPED_TEST(FftStages, TablesOfLargeOrders) {
   using R = TypeParam;
   for (const int order : {9, 17, 18}) {

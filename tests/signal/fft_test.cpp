@@ -1,5 +1,4 @@
-// Power-of-two transforms against their definition: every kind, flag and place, in arrays, records and work buffers of
-// exactly the promised sizes.
+// Power-of-two transforms against their definition: every kind, flag and place, in memory of exactly the promised sizes.
 #include "tests/signal/forms.h"
 
 #include <map>

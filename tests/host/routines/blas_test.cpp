@@ -1,5 +1,4 @@
-// The public vector routines and products: what they refuse, what they need not look at, and that a good call
-// reaches its kernel with every argument in its place. The 32-bit surface, which must do what these do.
+// The public vector routines and products: refusals, what is not looked at, kernels reached; and their 32-bit surface.
 #include <algorithm>
 #include <array>
 #include <cmath>

@@ -1,5 +1,4 @@
-// Public copies, sums and changes in place of matrices: what they refuse, and that they do what the kernels do, whole, in
-// parts and in place.
+// Public copies, sums and changes in place of matrices: what they refuse, and that they do what the kernels do.
 #include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
@@ -126,8 +125,7 @@ TEST(PublicTransposition, RefusesBadArgumentsAndTouchesNothing) {
   EXPECT_EQ(errors.last().message, "");
 }
 
-// Two matrices anywhere in one array: what shares an element is refused, unless it is all in one place; what does not is
-// copied, as long as strides agree.
+// Two matrices in one array: what shares an element is refused, unless it is all in one place; else copied, if strides agree.
 TEST(PublicTransposition, TellsWhichMatricesOverlap) {
   Random random;
   ErrorRecorder errors;

@@ -1,5 +1,4 @@
-// The public triangular solves and multiplies: that a good call reaches its kernel, and that threads change nothing, not
-// even when one of them gets no memory.
+// The public triangular solves and multiplies: threads change nothing, not even when one of them gets no memory.
 #include <atomic>
 #include <gtest/gtest.h>
 #include <thread>

@@ -15,8 +15,7 @@
 #include "tests/support/product.h"
 #include "tools/tnk/support/threads.h"
 
-// In front of the host's service, which it calls: a product by the packed path comes here once, so this counts the
-// slices that took it.
+// In front of the host's service: a product by the packed path comes here once, so this counts the slices that took it.
 static std::atomic<int> packed_products{0};
 static void (*in_product)() = nullptr; // called by each
 extern "C" int32_t tnk_serv_check_ptr(const void *block, const char *routine) {
@@ -64,8 +63,7 @@ TEST(Cut, CoversTheProductWithWholeTilesForEveryNumberOfThreads) {
           }
 }
 
-// The slices that took the packed path while this product was formed on so many threads; 0: no number set.
-// Its bits must be those that it has on one.
+// The slices that took the packed path on so many threads (0: no number set), with the bits that it has on one.
 template <class T, class Gemm>
 int slices(const Product<T> &p, const std::vector<T> &alone, Gemm gemm, int threads) {
   const Threads set(threads);
@@ -79,8 +77,7 @@ template <class T, class Gemm> std::vector<T> on_one_thread(const Product<T> &p,
   return p.result(gemm);
 }
 
-// Shapes that are cut by columns and by rows, with every kind of rest after the last tile; some with less work than
-// two threads are worth, some that take the plain path by one of their dimensions.
+// Shapes cut by columns and by rows, with every rest after the last tile; too little work, and the plain path.
 template <class T, class Gemm> void expect_same_bits(const tnk_gemm_row &kernel, Gemm gemm) {
   const tnk_int shapes[][3] = {{131, 201, 160}, {203, 133, 160}, {37, 1003, 130}, {1005, 37, 130},
                                {600, 9, 600},   {9, 607, 600},   {160, 160, 300}, {100, 100, 40},
