@@ -1,5 +1,4 @@
-// Matrices through the faces: what the published test programs do not ask. They hold results of both faces in small; here are
-// sizes past 32 bits, what must not be read, and reports.
+// Matrices through the faces: what the published test programs, which hold small results of both faces, do not ask.
 #include "tests/dropin/faces.h"
 
 #include <cmath>
@@ -123,56 +122,6 @@ TEST(Matrices, ConjugatesByRowsLeaveOperandsAlone) {
   std::vector<complex16> update(size * 2);
   cblas_zgerc(rows, 2, n, &alpha, y.data(), 3, x.data(), 1, update.data(), n);
   EXPECT_TRUE(update[size - 1] == alpha * y[0] * (complex16{1, -1}) && x[99] == (complex16{1, 1}));
-}
-
-// Small whole numbers, so that every order of the sums is exact; a matrix is rows by columns in either order.
-struct Matrix {
-  int order;
-  Int rows_, columns_;
-  std::vector<complex16> element;
-
-  Matrix(int order_, Int m, Int n, int seed = 0)
-      : order(order_), rows_(m), columns_(n), element(std::size_t(m * n)) {
-    for (std::size_t i = 0; i < element.size() && seed; ++i)
-      element[i] = complex16{double((int(i) * seed) % 7 - 3), double((int(i) + seed) % 5 - 2)};
-  }
-  Int ld() const { return order == rows ? columns_ : rows_; }
-  complex16 &at(Int i, Int j) {
-    return element[std::size_t(order == rows ? i * columns_ + j : i + j * rows_)];
-  }
-  complex16 at(Int i, Int j, int op) {
-    return op == no_trans ? at(i, j) : op == trans ? at(j, i) : ~at(j, i);
-  }
-};
-
-TEST(Matrices, EveryTransposeInBothOrders) {
-  const Int m = 5, n = 4, k = 6;
-  const complex16 alpha{2, -1}, beta{1, 1};
-  for (const int order : {rows, columns})
-    for (const int op_a : {no_trans, trans, conj_trans}) {
-      Matrix a = op_a == no_trans ? Matrix(order, m, k, 3) : Matrix(order, k, m, 3);
-      Matrix x(columns, k, 1, 4), y(columns, m, 1, 6), found = y;
-      cblas_zgemv(order, op_a, a.rows_, a.columns_, &alpha, a.element.data(), a.ld(), x.element.data(), 1,
-                  &beta, found.element.data(), 1);
-      for (Int i = 0; i < m; ++i) {
-        complex16 sum = 0;
-        for (Int l = 0; l < k; ++l) sum += a.at(i, l, op_a) * x.at(l, 0);
-        EXPECT_TRUE(found.at(i, 0) == alpha * sum + beta * y.at(i, 0)) << order << " " << op_a;
-      }
-      for (const int op_b : {no_trans, trans, conj_trans}) {
-        Matrix b = op_b == no_trans ? Matrix(order, k, n, 5) : Matrix(order, n, k, 5), c(order, m, n, 2),
-               product = c;
-        cblas_zgemm(order, op_a, op_b, m, n, k, &alpha, a.element.data(), a.ld(), b.element.data(), b.ld(),
-                    &beta, product.element.data(), c.ld());
-        for (Int i = 0; i < m; ++i)
-          for (Int j = 0; j < n; ++j) {
-            complex16 sum = 0;
-            for (Int l = 0; l < k; ++l) sum += a.at(i, l, op_a) * b.at(l, j, op_b);
-            EXPECT_TRUE(product.at(i, j) == alpha * sum + beta * c.at(i, j))
-                << order << " " << op_a << " " << op_b;
-          }
-      }
-    }
 }
 
 // Offsets past 32 bits, in a space of which only the touched pages are there.

@@ -1,5 +1,4 @@
-// A kernel library made for the tests of the front. Under names that the front has stand functions of every shape that
-// a call can have, so here the names mean nothing. Each makes its result of all its arguments.
+// A kernel library made for the tests of the front: under names that mean nothing here, a call of every shape.
 #pragma once
 
 #include <cstdint>
@@ -16,18 +15,14 @@ int32_t dll_cpu_version(void);
 std::int64_t tnk_blas_xsgemm(std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::int64_t,
                              std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::int64_t,
                              std::int64_t, std::int64_t, std::int64_t, std::int64_t);
-double tnk_blas_xdgemm(double, double, double, double, double, double, double, double, double);
-// Numbers by value: the one fits a register, the other takes two.
-tnk_complex8 tnk_blas_xcgemm(tnk_complex8, std::int64_t, tnk_complex8);
-tnk_complex16 tnk_blas_xzgemm(tnk_complex16, tnk_complex8, std::int64_t, tnk_complex16, tnk_complex16);
 // The calls with variable arguments tell in rax how many vector registers are in use.
 double tnk_blas_dasum(int count, ...);
 AVX __m256d tnk_blas_ddoti(__m256d, __m256d, __m256d, __m256d, __m256d, __m256d, __m256d, __m256d, __m256d);
 AVX512 __m512d tnk_blas_sdoti(__m512d, __m512d, __m512d, __m512d, __m512d, __m512d, __m512d, __m512d);
 // errno, as it is at the call.
 int tnk_blas_idamax(void);
-// Calls back.
-int tnk_blas_isamax(int (*back)(void *), void *data);
-// Missing.
+// Missing; the first two have numbers by value, of which one fits a register and the other takes two.
+tnk_complex8 tnk_blas_xcgemm(tnk_complex8, std::int64_t, tnk_complex8);
+tnk_complex16 tnk_blas_xzgemm(tnk_complex16, tnk_complex8, std::int64_t, tnk_complex16, tnk_complex16);
 void tnk_blas_xsaxpy(void);
 TNK_END_DECLS

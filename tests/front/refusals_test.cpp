@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -16,15 +17,36 @@
 #include <tnk/kernel.h>
 #include <tnk/poisson.h>
 #include <tnk/trig.h>
+#include <unwind.h>
 #include <vector>
 
-#include "tests/front/trace.h"
 #include "tests/support/error_recorder.h"
 
 namespace {
 
 using tnk::test::ErrorRecorder;
-using tnk::test::Frame;
+
+// The calls under way, as an unwinder sees them.
+struct Frame {
+  std::string function, file; // a function that is not exported has no name
+};
+
+// Innermost first.
+[[gnu::noinline]] std::vector<Frame> trace() {
+  std::vector<Frame> frames;
+  _Unwind_Backtrace(
+      [](_Unwind_Context *context, void *data) {
+        // A return address may stand behind the end of its function.
+        void *const place = reinterpret_cast<void *>(_Unwind_GetIP(context) - 1);
+        Dl_info info;
+        if (!dladdr(place, &info)) return _URC_END_OF_STACK;
+        static_cast<std::vector<Frame> *>(data)->push_back(
+            {info.dli_sname ? info.dli_sname : "", info.dli_fname ? info.dli_fname : ""});
+        return _URC_NO_REASON;
+      },
+      &frames);
+  return frames;
+}
 
 // Each call reports under its own name, and returns what no call of its family returns that worked.
 void expect_refusals(tnk_status status) {
@@ -79,7 +101,7 @@ std::vector<Frame> seen_by_handler;
   expect_refusals(TNK_KERNEL_MISSING);
 
   // From the handler a trace of calls leads through the stub to its caller.
-  tnk_set_error_handler([](const tnk_error *) { seen_by_handler = tnk::test::trace(); });
+  tnk_set_error_handler([](const tnk_error *) { seen_by_handler = trace(); });
   tnk_blas_dasum(nullptr, nullptr, nullptr);
   const std::vector<Frame> &frames = seen_by_handler;
   std::size_t stub = 0;

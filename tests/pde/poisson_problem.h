@@ -1,5 +1,4 @@
-// A problem for the solvers: random f and boundaries, and how far a solution is from its five-point or seven-point
-// equations, which are written here from the differences themselves.
+// A problem for the solvers: random f and boundaries, and how far a solution is from its difference equations.
 #pragma once
 
 #include "support/random.h"

@@ -1,36 +1,19 @@
-// The solvers by address: solutions in their equations for all sides, singular problems, every status of init, commit and
-// solve, what is said and where, threads.
+// The solvers by address: solutions in their equations, singular problems, statuses, what is said and where, threads.
 #include "pde/poisson_problem.h"
 #include "pde/said.h"
 #include "support/guarded.h"
+#include "support/named.h"
 #include <cstdio>
 #include <random>
 #include <tnk/host.h>
 #include <tnk/pde_poisson.h>
 #include <tnk/pde_trig.h>
-#include <tuple>
-#include <utility>
 
 namespace tnk::test {
 namespace {
 
-// The calls by type and dimensions.
-template <class R, int Dims> struct Calls;
-#define TNK_CALLS(p, R, dims)                                                                                \
-  template <> struct Calls<R, dims> {                                                                        \
-    static constexpr auto init = tnk_pdepl_##p##_init_helmholtz_##dims##d;                                   \
-    static constexpr auto commit = tnk_pdepl_##p##_commit_helmholtz_##dims##d;                               \
-    static constexpr auto solve = tnk_pdepl_##p##_helmholtz_##dims##d;                                       \
-    static constexpr auto release = tnk_pdepl_free_helmholtz_##dims##d;                                      \
-  };
-TNK_CALLS(d, double, 2)
-TNK_CALLS(s, float, 2)
-TNK_CALLS(d, double, 3)
-TNK_CALLS(s, float, 3)
-
 // A problem with all that its routines want by address.
 template <class R, int Dims> struct Solver : PoissonProblem<R, Dims> {
-  using Its = Calls<R, Dims>;
   using PoissonProblem<R, Dims>::PoissonProblem;
   std::vector<tnk_int> ipar = std::vector<tnk_int>(TNK_PDEPL_IPAR, 4711);
   Guarded<R> dpar{static_cast<std::size_t>(Dims == 2 ? TNK_PDEPL_DPAR_2D(this->n[0])
@@ -41,34 +24,32 @@ template <class R, int Dims> struct Solver : PoissonProblem<R, Dims> {
 
   tnk_int init() {
     const R its_q = static_cast<R>(this->q);
-    std::apply(
-        [&](auto &...end) {
-          std::apply(
-              [&](auto &...cells) {
-                Its::init(&end..., &cells..., this->sides.c_str(), &its_q, ipar.data(), dpar.data(), &stat);
-              },
-              this->n);
-        },
-        this->ends);
-    return stat;
+    std::vector<const void *> list;
+    for (const R &end : this->ends) list.push_back(&end);
+    for (const tnk_int &cells : this->n) list.push_back(&cells);
+    list.insert(list.end(), {this->sides.c_str(), &its_q, ipar.data(), dpar.data(), &stat});
+    return call(letter + "_init_helmholtz_", list);
   }
-  tnk_int commit() { return call(Its::commit, std::make_index_sequence<2 * Dims>()); }
-  tnk_int solve() { return call(Its::solve, std::make_index_sequence<2 * Dims>()); }
+  tnk_int commit() { return call(letter + "_commit_helmholtz_", grid()); }
+  tnk_int solve() { return call(letter + "_helmholtz_", grid()); }
   tnk_int release() {
-    if constexpr (Dims == 2)
-      Its::release(handles, ipar.data(), &stat);
-    else
-      Its::release(handles, handles + 1, ipar.data(), &stat);
-    return stat;
+    std::vector<const void *> list = grid();
+    list.erase(list.begin(), list.begin() + 1 + 2 * Dims);
+    list.erase(list.end() - 2);
+    return call("free_helmholtz_", list);
   }
 
 private:
-  template <class Entry, std::size_t... k> tnk_int call(Entry *entry, std::index_sequence<k...>) {
-    if constexpr (Dims == 2)
-      entry(this->u.data(), this->boundary[k].data()..., handles, ipar.data(), dpar.data(), &stat);
-    else
-      entry(this->u.data(), this->boundary[k].data()..., handles, handles + 1, ipar.data(), dpar.data(),
-            &stat);
+  const std::string letter = sizeof(R) == 4 ? "s" : "d";
+  std::vector<const void *> grid() {
+    std::vector<const void *> list{this->u.data()};
+    for (const auto &side : this->boundary) list.push_back(side.data());
+    for (int axis = 0; axis + 1 < Dims; ++axis) list.push_back(handles + axis);
+    list.insert(list.end(), {ipar.data(), dpar.data(), &stat});
+    return list;
+  }
+  tnk_int call(const std::string &name, const std::vector<const void *> &list) {
+    call_at("tnk_pdepl_" + name + std::to_string(Dims) + "d", list);
     return stat;
   }
 };
@@ -188,8 +169,7 @@ void eliminate(R *f, tnk_int stride, tnk_int n, bool slope_below, bool slope_abo
   for (tnk_int j = middle + 1; j <= last; ++j) at(j) += w[static_cast<std::size_t>(j)] * at(j - 1);
 }
 
-// However columns and rows go side by side, each has the bits of plain elimination, early and late where its pivots settle,
-// and columns that are not unknown stay.
+// However columns go side by side, each has the bits of plain elimination, where its pivots settle too; others stay.
 template <class R, class Solve> void same_as_plain(bool slope_below, bool slope_above, const Solve &solve) {
   std::mt19937 engine(5);
   std::uniform_real_distribution<R> any(-1, 1);

@@ -3,6 +3,7 @@
 #include "reference/trigonometric.h"
 #include "support/allocations.h"
 #include "support/guarded.h"
+#include "support/named.h"
 #include "support/random.h"
 #include <functional>
 #include <numeric>
@@ -12,24 +13,13 @@
 namespace tnk::test {
 namespace {
 
-template <class T> struct Entries;
-#define TNK_TRIG_ENTRIES(p, T)                                                                               \
-  template <> struct Entries<T> {                                                                            \
-    static constexpr auto init = tnk_pdett__##p##_init_trig_transform;                                       \
-    static constexpr auto commit = tnk_pdett__##p##_commit_trig_transform;                                   \
-    static constexpr auto forward = tnk_pdett__##p##_forward_trig_transform;                                 \
-    static constexpr auto backward = tnk_pdett__##p##_backward_trig_transform;                               \
-  };
-TNK_TRIG_ENTRIES(d, double)
-TNK_TRIG_ENTRIES(s, float)
-
 // A transform with arrays of exactly the told sizes. Silent, unless told otherwise.
 template <class T> class Transform {
 public:
   Transform(tnk_int kind, tnk_int n, std::size_t shift = page_end)
       : f(static_cast<std::size_t>(kind < 4 ? n + 1 : n), shift), ipar(TNK_PDETT_IPAR),
         dpar(static_cast<std::size_t>(TNK_PDETT_DPAR(n, kind))) {
-    Entries<T>::init(&n, &kind, ipar.data(), dpar.data(), &stat);
+    Named<T>("tnk_pdett__?_init_trig_transform")(&n, &kind, ipar.data(), dpar.data(), &stat);
     ipar.data()[TNK_PDETT_ERRORS] = ipar.data()[TNK_PDETT_WARNINGS] = 0;
     Random random(static_cast<unsigned>(n));
     for (std::size_t i = 0; i < f.size(); ++i) f.put(i, random.real<T>());
@@ -47,17 +37,8 @@ public:
     const T second = dpar.get(1);
     EXPECT_EQ(std::memcmp(&second, &unset, sizeof unset), 0);
   }
-  tnk_int commit() {
-    Entries<T>::commit(f.data(), &handle, ipar.data(), dpar.data(), &stat);
-    EXPECT_EQ(stat, ipar.get(TNK_PDETT_STATUS));
-    return stat;
-  }
-  tnk_int run(bool forward) {
-    (forward ? Entries<T>::forward : Entries<T>::backward)(f.data(), &handle, ipar.data(), dpar.data(),
-                                                           &stat);
-    EXPECT_EQ(stat, ipar.get(TNK_PDETT_STATUS));
-    return stat;
-  }
+  tnk_int commit() { return call("commit"); }
+  tnk_int run(bool forward) { return call(forward ? "forward" : "backward"); }
   std::vector<T> values() const { return {f.data(), f.data() + f.size()}; }
 
   Guarded<T> f;
@@ -65,6 +46,13 @@ public:
   Guarded<T> dpar;
   DftiHandle handle = nullptr;
   tnk_int stat = -1;
+
+private:
+  tnk_int call(const std::string &what) {
+    Named<T>("tnk_pdett__?_" + what + "_trig_transform")(f.data(), &handle, ipar.data(), dpar.data(), &stat);
+    EXPECT_EQ(stat, ipar.get(TNK_PDETT_STATUS));
+    return stat;
+  }
 };
 
 template <class T> class Trig : public testing::Test {};
@@ -265,29 +253,6 @@ TYPED_TEST(Trig, FailWithoutMemory) {
   tnk_pdett_free_trig_transform(&t.handle, t.ipar.data(), &t.stat);
   EXPECT_EQ(t.stat, -1000);
   EXPECT_EQ(t.ipar.get(TNK_PDETT_STATUS), -1000);
-}
-
-// Each identifier's lines in either language, in the frame. Values stand in the second one.
-TEST(TrigMessages, AreThreeLinesInAFrame) {
-  const tnk_int ids[] = {0, 1, 3, 4, 5, 6, 300, 302, 303, 307, 308, 309, 1001};
-  const tnk_int ipar[TNK_PDETT_IPAR] = {10, 1, 1, 0, 0, 13, 16, 0, 0, 19, 0};
-  const double dpar[] = {0.5};
-  const auto line = [](int32_t number) { return tnk_serv_tnk_get_msg(number, 0) + std::string("\n"); };
-  for (int32_t i = 0; i < 13; ++i)
-    for (const int32_t first : {410 + 3 * i, 449 + 3 * i}) {
-      const std::string text = said([&] {
-        (first < 449 ? tnk_pdett_d_print_diagnostics_f : tnk_pdett_d_print_diagnostics_c)(ids + i, ipar, dpar,
-                                                                                          "TEXT");
-      });
-      const std::string begin = "\n" + line(396) + line(first), end = line(first + 2) + line(397) + line(398);
-      const std::string values = text.substr(begin.size(), text.size() - begin.size() - end.size());
-      EXPECT_EQ(text, begin + values + end);
-      EXPECT_EQ(values.substr(0, 4), line(first + 1).substr(0, 4));
-      EXPECT_EQ(values.find_first_of("?\n"), values.size() - 1) << "a value is missing: " << values;
-    }
-  const tnk_int unknown = 2;
-  const std::string text = said([&] { tnk_pdett_s_print_diagnostics_c(&unknown, ipar, nullptr, nullptr); });
-  EXPECT_NE(text.find(tnk_serv_tnk_get_msg(407, 1, unknown)), std::string::npos);
 }
 
 TEST(TrigMessages, GoToTheLogFileOrTellThatTheyCannot) {

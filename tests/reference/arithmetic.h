@@ -1,5 +1,4 @@
-// Arithmetic of the four element types, each product and each sum rounded once, for definitions that are to be met
-// bit for bit.
+// Arithmetic of the four element types, each operation rounded once, for definitions that are to be met bit for bit.
 #pragma once
 
 #include <cmath>

@@ -1,5 +1,4 @@
-// The names of the sparse kernel grid, letter by letter, and what a kernel of each name is to compute: op(A) x in
-// long double, from the stored entries one by one.
+// The names of the sparse kernel grid, and what each is to compute: op(A) x in long double, entry by entry.
 #pragma once
 
 #include <cmath>

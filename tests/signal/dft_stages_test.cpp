@@ -1,257 +1,181 @@
-// The stages by their names, each against what it stands for. The transforms test them together; these calls show that
-// each one does its own part.
-#include "tests/signal/forms.h"
-
-#include <algorithm>
-#include <dlfcn.h>
-#include <string>
-#include <tnk/signal_dft_stages.h>
+// The stages by their names: transforms test them together, these calls show that each one does its own part.
+#include "tests/signal/stages.h"
 
 namespace tnk::test {
 namespace {
 
-template <class R> struct Names;
-template <> struct Names<float> {
-  using Complex = tnk_complex8;
-  static constexpr const char *width = "32";
-};
-template <> struct Names<double> {
-  using Complex = tnk_complex16;
-  static constexpr const char *width = "64";
-};
-template <class R> using complex_of = typename Names<R>::Complex;
-
-// A stage by the parts of its name, so that none can hide behind another one.
-template <class R, class... Arguments>
-auto stage(const std::string &begin, const char *end, Arguments... arguments) {
-  const std::string name = "e9_vpks_" + begin + "_" + Names<R>::width + end;
-  auto *const entry = reinterpret_cast<void (*)(Arguments...)>(dlsym(RTLD_DEFAULT, name.c_str()));
-  ASSERT_NE(entry, nullptr) << name;
-  entry(arguments...);
-}
-
-template <class R> std::vector<complex_of<R>> numbers(std::size_t n) {
-  Random random(static_cast<unsigned>(n));
-  std::vector<complex_of<R>> x(n);
-  for (auto &z : x) z = random.number<complex_of<R>>();
-  return x;
-}
-template <class C> Numbers wide(const std::vector<C> &x) {
-  Numbers y;
-  for (const C &z : x) y.emplace_back(z.re, z.im);
-  return y;
-}
 constexpr long double roundings = 2.5L;
 
-const struct {
-  const char *name;
-  int sign;
-} directions[] = {{"Fwd", -1}, {"Inv", 1}};
+template <class R> class DftStages : public testing::Test {
+protected:
+  // Released with the test.
+  complex_of<R> *base_table(int32_t n) {
+    return kept(stage<R, complex_of<R> *>("_createTabDftBase", "f", n));
+  }
+  template <class... Arguments> R *table(const char *name, Arguments... arguments) {
+    return kept(stage<R, R *>(name, "f", arguments...));
+  }
+  ~DftStages() override { std::for_each(tables.begin(), tables.end(), e9_vpksFree); }
 
-template <class R> class DftStages : public testing::Test {};
+private:
+  template <class T> T *kept(T *block) {
+    tables.push_back(block);
+    return block;
+  }
+  std::vector<void *> tables;
+};
 using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(DftStages, Precisions);
 
 TYPED_TEST(DftStages, StraightLines) {
-  for (const std::size_t n : {3u, 5u, 6u, 7u, 9u, 10u, 11u, 12u, 13u, 14u, 15u})
-    for (const auto &[direction, sign] : directions) {
+  for (const int32_t n : {3, 5, 6, 7, 9, 10, 11, 12, 13, 14, 15})
+    for (const int sign : {-1, 1}) {
       auto x = numbers<TypeParam>(n);
-      const Numbers right = reference::transform(wide(x), sign);
-      const auto *const from = x.data();
-      stage<TypeParam>(std::string("cDFT") + (sign < 0 ? "fwd_" : "inv_") + std::to_string(n), "fc", from,
-                       x.data());
+      const Numbers right = reference::transform(wide(x.data(), n), sign);
+      stage<TypeParam>((sign < 0 ? "_cDFTfwd_" : "_cDFTinv_") + std::to_string(n), "fc", x.data(), x.data());
       expect_near(x.data(), right, roundings, std::to_string(n));
     }
 }
 
-// Seven transforms of numbers that stand seven apart, in reverse; whole registers and what is left over.
-TYPED_TEST(DftStages, FirstPasses) {
+// Two times, the second half first: f transforms of c numbers that stand f apart become one of f c numbers.
+TYPED_TEST(DftStages, PassesOfTwoFactors) {
   using R = TypeParam;
-  constexpr int32_t apart = 11, count = 11;
-  for (const int32_t c : {2, 3, 4, 5, 7, 8, 11, 13, 16, 17, 31})
-    for (const auto &[direction, sign] : directions) {
-      const auto x = numbers<R>(static_cast<std::size_t>(c * apart));
-      std::vector<complex_of<R>> y(x.size());
-      int32_t order[count];
-      for (int32_t b = 0; b < count; ++b) order[b] = count - 1 - b;
-      const std::string begin = std::string("cDft") + direction + "_Prime";
-      const auto *const from = x.data();
-      const int32_t *const first = order;
-      if (c > 16) {
-        auto *const base = [&] {
-          if constexpr (sizeof(R) == 4)
-            return e9_vpks_createTabDftBase_32f(2 * c);
-          else
-            return e9_vpks_createTabDftBase_64f(2 * c);
-        }();
-        const R *const table = [&] {
-          if constexpr (sizeof(R) == 4)
-            return e9_vpks_createTabDftDir_32f(c, base, 2 * c);
-          else
-            return e9_vpks_createTabDftDir_64f(c, base, 2 * c);
-        }();
-        std::vector<uint8_t> work(static_cast<std::size_t>(c) * 128 + 32);
-        stage<R>(begin, "fc", from, y.data(), c, apart, count, first, table, work.data());
-        e9_vpksFree(base), e9_vpksFree(const_cast<R *>(table));
-      } else {
-        stage<R>(begin + std::to_string(c), "fc", from, y.data(), apart, count, first);
-      }
-      for (int32_t b = 0; b < count; ++b) {
-        Numbers own;
-        for (int32_t t = 0; t < c; ++t) {
-          const auto &z = x[static_cast<std::size_t>(order[b] + t * apart)];
-          own.emplace_back(z.re, z.im);
-        }
-        expect_near(y.data() + b * c, reference::transform(own, sign), roundings, begin + std::to_string(c));
-      }
-    }
-}
-
-// Two times: f transforms of `part` numbers become one.
-TYPED_TEST(DftStages, CombiningPasses) {
-  using R = TypeParam;
-  constexpr int32_t part = 21, blocks = 2, width = 32 / sizeof(R);
+  constexpr int32_t blocks = 2, width = 32 / sizeof(R);
   const int32_t lanes[2][8] = {{0, 2, 1, 3}, {0, 1, 4, 5, 2, 3, 6, 7}};
-  for (const int32_t f : {2, 3, 4, 5, 7, 11, 13, 17})
-    for (const auto &[direction, sign] : directions) {
-      const auto n = static_cast<std::size_t>(f * part);
-      auto x = numbers<R>(n * blocks);
-      Numbers right;
-      for (std::size_t block = 0; block < blocks; ++block) {
-        Numbers y(n);
-        for (std::size_t i = 0; i < n; ++i)
-          for (std::size_t j = 0; j < static_cast<std::size_t>(f); ++j) {
-            const auto &z = x[block * n + j * part + i % part];
-            y[i] += Wide(z.re, z.im) * reference::root(i * j % n, n, sign);
-          }
-        right.insert(right.end(), y.begin(), y.end());
-      }
-      auto *const twiddles = static_cast<R *>(vpkMalloc(static_cast<int32_t>(24 * f * 2 * sizeof(R)))),
-                  *p = twiddles;
-      for (int32_t first = 0, w = width; first < part; first += w) {
-        if (first + width > part) w = width / 2;
+  const auto root = [](int32_t k, int32_t n) {
+    return reference::root(static_cast<std::size_t>(k % n), static_cast<std::size_t>(n), -1);
+  };
+  std::vector<uint8_t> work(128 * 32);
+  for (const int32_t c : {2, 3, 4, 5, 7, 8, 11, 13, 16, 17})
+    for (const int32_t f : {2, 3, 4, 5, 7, 11, 13, 17}) {
+      const int32_t n = c * f;
+      const auto *const base = this->base_table(n);
+      const R *const direct_c = c > 16 ? this->table("_createTabDftDir", c, base, n) : nullptr,
+                     *const direct_f = f > 13 ? this->table("_createTabDftDir", f, base, n) : nullptr;
+      const std::unique_ptr<R, decltype(&vpkFree)> twiddles(
+          static_cast<R *>(vpkMalloc(static_cast<int32_t>((c + width) * f * 2 * sizeof(R)))), vpkFree);
+      R *p = twiddles.get();
+      for (int32_t first = 0, w = width; first < c; first += w) {
+        if (first + width > c) w = width / 2;
         for (int32_t j = 1; j < f; ++j, p += 2 * w)
           for (int32_t lane = 0; lane < w; ++lane) {
-            const auto k =
-                static_cast<std::size_t>(first + (w == width ? lanes[sizeof(R) == 4][lane] : lane));
-            const Wide root = reference::root(k * static_cast<std::size_t>(j) % n, n, -1);
-            p[lane] = static_cast<R>(root.real()), p[w + lane] = static_cast<R>(root.imag());
+            const Wide z = root((first + (w == width ? lanes[sizeof(R) == 4][lane] : lane)) * j, n);
+            p[lane] = static_cast<R>(z.real()), p[w + lane] = static_cast<R>(z.imag());
           }
       }
-      const std::string begin = std::string("cDft") + direction + "_Fact";
-      const auto *const from = x.data();
-      const R *const read = twiddles;
-      if (f > 13) {
-        std::vector<R> bytes(static_cast<std::size_t>(f / 2) * 2 * 3 * 8 + 8);
-        auto *table =
-                 bytes.data() + (32 - reinterpret_cast<std::uintptr_t>(bytes.data()) % 32) % 32 / sizeof(R),
-             *row = table;
-        for (int32_t q = 1; q <= f / 2; ++q)
-          for (int32_t k0 = 1; k0 <= f / 2; k0 += width, row += 2 * width)
-            for (int32_t lane = 0; lane < width && k0 + lane <= f / 2; ++lane) {
-              const Wide w = reference::root(static_cast<std::size_t>(q * (k0 + lane) % f),
-                                             static_cast<std::size_t>(f), 1);
-              row[lane] = static_cast<R>(w.real()), row[width + lane] = static_cast<R>(w.imag());
-            }
-        std::vector<uint8_t> work(static_cast<std::size_t>(f) * 128 + 32);
-        const R *const sums = table;
-        stage<R>(begin, "fc", from, x.data(), f, part, blocks, sums, read, work.data());
-      } else {
-        stage<R>(begin + std::to_string(f), "fc", from, x.data(), part, blocks, read);
+      std::vector<int32_t> order;
+      for (const int32_t half : {n, 0})
+        for (int32_t k = 0; k < f; ++k) order.push_back(half + k);
+      const auto x = numbers<R>(n * blocks);
+      for (const int sign : {-1, 1}) {
+        const std::string name = sign < 0 ? "_cDftFwd_" : "_cDftInv_", prime = name + "Prime",
+                          fact = name + "Fact";
+        auto y = x;
+        if (c > 16)
+          stage<R>(prime, "fc", x.data(), y.data(), c, f, f * blocks, order.data(), direct_c, work.data());
+        else
+          stage<R>(prime + std::to_string(c), "fc", x.data(), y.data(), f, f * blocks, order.data());
+        auto z = y;
+        if (f > 13)
+          stage<R>(fact, "fc", y.data(), z.data(), f, c, blocks, direct_f, twiddles.get(), work.data());
+        else
+          stage<R>(fact + std::to_string(f), "fc", y.data(), z.data(), c, blocks, twiddles.get());
+        for (const int32_t half : {0, n})
+          expect_near(z.data() + n - half, reference::transform(wide(x.data() + half, n), sign), roundings,
+                      fact + std::to_string(f) + " of " + std::to_string(c));
       }
-      expect_near(x.data(), right, roundings, begin + std::to_string(f));
-      vpkFree(twiddles);
     }
 }
 
 // Methods on a record that had no tables.
-TEST(DftMethods, OfTheirOwn) {
+TYPED_TEST(DftStages, MethodsOfTheirOwn) {
+  using R = TypeParam;
+  using C = complex_of<R>;
   tnk_signal_dft *by_factors = nullptr, *convolved = nullptr;
-  ASSERT_EQ(e9_vpksDFTInitAlloc_C_64fc(&by_factors, 1, 8, 0), 0);
-  ASSERT_EQ(e9_vpksDFTInitAlloc_C_64fc(&convolved, 1, 8, 0), 0);
-  tnk_complex16 *const base = e9_vpks_createTabDftBase_64f(315);
-  EXPECT_EQ(e9_vpks_initDftPrimeFact_64f(by_factors, 103, base, 103), TNK_SIGNAL_BAD_LENGTH);
-  ASSERT_EQ(e9_vpks_initDftPrimeFact_64f(by_factors, 105, base, 315), 0);
-  ASSERT_EQ(e9_vpks_initDftConv_64f(convolved, 315, base, 315), 0);
-  double *const table = e9_vpks_createTabDftDir_64f(63, base, 315);
-  int32_t size, convolved_size;
-  ASSERT_EQ(e9_vpksDFTGetBufSize_C_64fc(by_factors, &size), 0);
-  ASSERT_EQ(e9_vpksDFTGetBufSize_C_64fc(convolved, &convolved_size), 0);
-  Guarded<uint8_t> work(static_cast<std::size_t>(size) + 105 * 16 + 32, 5),
-      wide_work(static_cast<std::size_t>(convolved_size) + 315 * 16 + 32, 3);
+  const C *const base = this->base_table(315);
+  const R *const table = this->table("_createTabDftDir", 63, base, 315);
+  std::unique_ptr<Guarded<uint8_t>> work[2];
+  for (tnk_signal_dft **spec : {&by_factors, &convolved}) {
+    ASSERT_EQ((stage<R, int32_t>("DFTInitAlloc_C", "fc", spec, 1, 8, 0)), 0);
+    const bool first = spec == &by_factors;
+    if (first) {
+      EXPECT_EQ((stage<R, int32_t>("_initDftPrimeFact", "f", *spec, 103, base, 103)), TNK_SIGNAL_BAD_LENGTH);
+    }
+    ASSERT_EQ((stage<R, int32_t>(first ? "_initDftPrimeFact" : "_initDftConv", "f", *spec, first ? 105 : 315,
+                                 base, 315)),
+              0);
+    int32_t size;
+    ASSERT_EQ((stage<R, int32_t>("DFTGetBufSize_C", "fc", *spec, &size)), 0);
+    work[!first].reset(new Guarded<uint8_t>(static_cast<std::size_t>(size) + 315 * 16 + 32, first ? 5 : 3));
+  }
+  uint8_t *const work_105 = work[0]->data(), *const work_315 = work[1]->data();
   alignas(32) uint8_t sums[63 * 16];
-  const auto x = numbers<double>(315);
+  const auto x = numbers<R>(315);
   for (const int sign : {-1, 1}) {
-    const auto right = [&](std::size_t n) {
-      return reference::transform(wide(std::vector(x.begin(), x.begin() + static_cast<std::ptrdiff_t>(n))),
-                                  sign);
+    std::vector<C> y(315);
+    const auto expect = [&](int32_t n) {
+      expect_near(y.data(), reference::transform(wide(x.data(), n), sign), roundings, std::to_string(n));
     };
-    std::vector<tnk_complex16> y(105), z(315), direct(63);
-    (sign < 0 ? e9_vpks_cDftFwd_PrimeFact_64fc : e9_vpks_cDftInv_PrimeFact_64fc)(by_factors, x.data(),
-                                                                                 y.data(), work.data());
-    expect_near(y.data(), right(105), roundings, "factors");
-    EXPECT_EQ(e9_vpks_cDft_Conv_64fc(convolved, x.data(), z.data(), 315, -sign, wide_work.data()), 0);
-    expect_near(z.data(), right(315), roundings, "convolution");
-    e9_vpks_cDft_Dir_64fc(x.data(), direct.data(), 63, -sign, table, sums);
-    expect_near(direct.data(), right(63), roundings, "definition");
+    stage<R>(sign < 0 ? "_cDftFwd_PrimeFact" : "_cDftInv_PrimeFact", "fc", by_factors, x.data(), y.data(),
+             work_105);
+    expect(105);
+    EXPECT_EQ(
+        (stage<R, int32_t>("_cDft_Conv", "fc", convolved, x.data(), y.data(), 315, int32_t{-sign}, work_315)),
+        0);
+    expect(315);
+    stage<R>("_cDft_Dir", "fc", x.data(), y.data(), 63, int32_t{-sign}, table, sums);
+    expect(63);
   }
   // Real numbers of the same lengths: there in the Perm layout, and back.
-  const auto there_and_back = [&](std::size_t n, auto forward, auto inverse) {
-    std::vector<double> real(n), spectrum(n), back(n);
-    std::vector<tnk_complex16> as_complex(n);
-    for (std::size_t i = 0; i < n; ++i) real[i] = as_complex[i].re = x[i].re;
-    forward(real.data(), spectrum.data());
-    const Numbers right = reference::transform(wide(as_complex), -1);
-    for (std::size_t k = 1; k <= n / 2; ++k)
-      EXPECT_NEAR(static_cast<double>(std::abs(right[k] - Wide(spectrum[2 * k - 1], spectrum[2 * k]))), 0,
-                  4e-14);
-    inverse(spectrum.data(), back.data());
-    for (std::size_t i = 0; i < n; ++i)
-      EXPECT_NEAR(back[i], static_cast<double>(n) * real[i], 2e-15 * static_cast<double>(n));
-  };
-  there_and_back(
-      105, [&](auto *s, auto *d) { e9_vpks_rDftFwd_PrimeFact_64f(by_factors, s, d, work.data()); },
-      [&](auto *s, auto *d) { e9_vpks_rDftInv_PrimeFact_64f(by_factors, s, d, work.data()); });
-  there_and_back(
-      315, [&](auto *s, auto *d) { e9_vpks_rDftFwd_Conv_64f(convolved, s, d, 315, wide_work.data()); },
-      [&](auto *s, auto *d) { e9_vpks_rDftInv_Conv_64f(convolved, s, d, 315, wide_work.data()); });
-  there_and_back(
-      63, [&](auto *s, auto *d) { e9_vpks_rDftFwd_Dir_64f(s, d, 63, table, sums); },
-      [&](auto *s, auto *d) { e9_vpks_rDftInv_Dir_64f(s, d, 63, table, sums); });
-  EXPECT_TRUE(work.intact() && wide_work.intact());
-  e9_vpksFree(base), e9_vpksFree(table);
-  EXPECT_EQ(e9_vpksDFTFree_C_64fc(by_factors), 0);
-  EXPECT_EQ(e9_vpksDFTFree_C_64fc(convolved), 0);
+  std::vector<R> real(315), spectrum(315), back(315);
+  std::vector<C> as_complex(315);
+  for (std::size_t i = 0; i < 315; ++i) real[i] = as_complex[i].re = x[i].re;
+  for (const int32_t n : {105, 315, 63}) {
+    const auto run = [&](const std::string &name, const R *s, R *d) {
+      if (n == 105) stage<R>(name + "_PrimeFact", "f", by_factors, s, d, work_105);
+      if (n == 315) stage<R>(name + "_Conv", "f", convolved, s, d, n, work_315);
+      if (n == 63) stage<R>(name + "_Dir", "f", s, d, n, table, sums);
+    };
+    run("_rDftFwd", real.data(), spectrum.data());
+    const Numbers right = reference::transform(wide(as_complex.data(), n), -1);
+    EXPECT_NEAR(spectrum[0], static_cast<R>(right[0].real()), 200 * std::numeric_limits<R>::epsilon());
+    expect_near(reinterpret_cast<const C *>(spectrum.data() + 1),
+                Numbers(right.begin() + 1, right.begin() + n / 2 + 1), roundings, "real");
+    run("_rDftInv", spectrum.data(), back.data());
+    for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i)
+      EXPECT_NEAR(back[i] / static_cast<R>(n), real[i], 10 * std::numeric_limits<R>::epsilon());
+  }
+  EXPECT_TRUE(work[0]->intact() && work[1]->intact());
+  for (tnk_signal_dft *spec : {by_factors, convolved})
+    EXPECT_EQ((stage<R, int32_t>("DFTFree_C", "fc", spec)), 0);
 }
 
-TEST(DftMethods, ReorderAndRecombine) {
-  tnk_complex16 by_part[] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};
-  e9_vpks_cDftReord_64fc(by_part, 4);
-  const double pairs_of_numbers[] = {1, 3, 2, 4, 5, 7, 6, 8};
+TYPED_TEST(DftStages, ReorderAndRecombine) {
+  using R = TypeParam;
+  using C = complex_of<R>;
+  C by_part[] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};
+  stage<R>("_cDftReord", "fc", by_part, 4);
+  const R pairs_of_numbers[] = {1, 3, 2, 4, 5, 7, 6, 8};
   EXPECT_EQ(std::memcmp(by_part, pairs_of_numbers, sizeof by_part), 0);
 
   // The spectrum of complex numbers becomes that of the real numbers that they are made of, and twice itself again.
-  constexpr std::size_t n = 42;
-  const auto z = numbers<double>(n / 2);
+  constexpr int32_t n = 42;
+  const auto z = numbers<R>(n / 2);
   Numbers real;
   for (const auto &pair : z) real.emplace_back(pair.re), real.emplace_back(pair.im);
-  const Numbers of_complex = reference::transform(wide(z), -1), of_real = reference::transform(real, -1);
-  std::vector<tnk_complex16> data;
-  for (const Wide &w : of_complex)
-    data.push_back({static_cast<double>(w.real()), static_cast<double>(w.imag())});
-  tnk_complex16 *const base = e9_vpks_createTabDftBase_64f(n);
-  double *const there = e9_vpks_createTabDftFwdRec_64f(n, base, n), *const back =
-                                                                        e9_vpks_createTabDftInvRec_64f(
-                                                                            n, base, n);
-  e9_vpks_rDftFwdRecombine_64f(&data[0].re, n, there);
+  const Numbers of_complex = reference::transform(wide(z.data(), n / 2), -1),
+                of_real = reference::transform(real, -1);
+  std::vector<C> data;
+  for (const Wide &w : of_complex) data.push_back({static_cast<R>(w.real()), static_cast<R>(w.imag())});
+  const C *const base = this->base_table(n);
+  stage<R>("_rDftFwdRecombine", "f", &data[0].re, n, this->table("_createTabDftFwdRec", n, base, n));
   Numbers expected(of_real.begin(), of_real.begin() + n / 2);
   expected[0] = {of_real[0].real(), of_real[n / 2].real()};
   expect_near(data.data(), expected, roundings, "recombined");
-  e9_vpks_rDftInvRecombine_64f(&data[0].re, n, back);
+  stage<R>("_rDftInvRecombine", "f", &data[0].re, n, this->table("_createTabDftInvRec", n, base, n));
   Numbers twice = of_complex;
   for (Wide &w : twice) w *= 2;
   expect_near(data.data(), twice, roundings, "and back");
-  e9_vpksFree(base), e9_vpksFree(there), e9_vpksFree(back);
 }
 
 } // namespace

@@ -173,6 +173,65 @@ void expect_transform(const Record &record, const Way &way, const Numbers &x, lo
   ASSERT_FALSE(testing::Test::HasFailure());
 }
 
+// What no transform takes: null addresses, and the records of other kinds.
+template <class Spec, class Forms>
+void expect_refusals(const Form<Spec> &form, const Forms &forms, int32_t size, std::size_t n) {
+  Spec *spec = nullptr;
+  int32_t bytes = 0;
+  EXPECT_EQ(form.init_alloc(nullptr, size, 8, 0), TNK_SIGNAL_NULL);
+  EXPECT_EQ(form.free(nullptr), TNK_SIGNAL_NULL);
+  EXPECT_EQ(form.buffer_size(nullptr, &bytes), TNK_SIGNAL_NULL);
+  ASSERT_EQ(form.init_alloc(&spec, size, 8, 0), 0);
+  EXPECT_EQ(form.buffer_size(spec, nullptr), TNK_SIGNAL_NULL);
+  std::vector<double> x(2 * n + 2);
+  for (const bool inverse : {false, true}) {
+    EXPECT_EQ(status_of(form, inverse, nullptr, nullptr, n, static_cast<Spec *>(nullptr)), TNK_SIGNAL_NULL);
+    if (form.layout != parts) {
+      EXPECT_EQ(status_of(form, inverse, nullptr, x.data(), n, spec), TNK_SIGNAL_NULL);
+      EXPECT_EQ(status_of(form, inverse, x.data(), nullptr, n, spec), TNK_SIGNAL_NULL);
+    }
+    for (const auto &other : forms)
+      if (other.init_alloc != form.init_alloc) {
+        EXPECT_EQ(status_of(other, inverse, nullptr, nullptr, n, spec), TNK_SIGNAL_BAD_TAG);
+        EXPECT_EQ(other.free(spec), TNK_SIGNAL_BAD_TAG);
+        EXPECT_EQ(other.buffer_size(spec, &bytes), TNK_SIGNAL_BAD_TAG);
+      }
+  }
+  EXPECT_EQ(form.free(spec), 0);
+}
+
+// Of lengths that no oracle can sum: impulses, whose spectrum is known, then back, in both places.
+template <class C, class Spec>
+void expect_impulses(const Form<Spec> &form, int32_t size, std::size_t n, long double bound) {
+  SCOPED_TRACE(n);
+  using R = decltype(C::re);
+  Spec *spec = nullptr;
+  ASSERT_EQ(form.init_alloc(&spec, size, 2, 0), 0);
+  const std::unique_ptr<C[]> x(new C[n]()), y(new C[n]);
+  const std::size_t at[] = {1, n / 3, n - 5};
+  for (const bool in_place : {false, true}) {
+    for (const auto p : at) x[p].re = 1, x[p].im = R(-0.5);
+    C *const to = in_place ? x.get() : y.get();
+    ASSERT_EQ(status_of(form, false, x.get(), to, n, spec), 0);
+    long double worst = 0;
+    for (std::size_t k = 0; k < n; k += 977) {
+      Wide right = 0;
+      for (const auto p : at) right += Wide(1, -0.5L) * reference::root(p * k % n, n, -1);
+      worst = std::max(worst, std::abs(Wide(to[k].re, to[k].im) - right));
+    }
+    EXPECT_TRUE(worst <= 8 * bound) << worst; // of numbers up to 3.4
+    ASSERT_EQ(status_of(form, true, to, x.get(), n, spec), 0);
+    for (const auto p : at) x[p].re -= 1, x[p].im += R(0.5);
+    long double left = 0;
+    for (std::size_t k = 0; k < n; ++k) {
+      left = std::max(left, static_cast<long double>(std::max(std::fabs(x[k].re), std::fabs(x[k].im))));
+      x[k] = {};
+    }
+    EXPECT_TRUE(left <= 2 * bound) << left;
+  }
+  EXPECT_EQ(form.free(spec), 0);
+}
+
 // ---- Memory and threads ------------------------------------------------------------------------------------------
 
 // In place of the allocator of records: counts blocks, and refuses a request.

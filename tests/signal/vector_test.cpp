@@ -1,5 +1,4 @@
-// Vector operations against their definition: every length up to past the unrolled passes, operands at each alignment,
-// between guards.
+// Vector operations against their definition: every length past the unrolled passes, at each alignment, guarded.
 #include "tests/support/guarded.h"
 #include "tests/support/random.h"
 

@@ -1,5 +1,4 @@
-// What is known of scratch memory where fault_allocator.h stands in front of the host's: for the other source files of
-// its executable.
+// What is known of scratch memory where fault_allocator.h stands in front of the host's.
 #pragma once
 
 #include <atomic>
@@ -16,8 +15,8 @@ struct Allocations {
 };
 inline Allocations allocations;
 
-// Runs call() with its first request refused, then with its second one, and so on until it asks for less; each time
-// check(what the call returned, whether one was refused). Returns how many were. prepare() may take what it wants.
+// Runs call() with each request refused in turn, until it asks for less, behind each check(its result, whether one was
+// refused). Returns how many were. prepare() may take what it wants.
 template <class Call, class Check, class Prepare = void (*)()>
 int refuse_in_turn(
     const Call &call, const Check &check, const Prepare &prepare = [] {}) {

@@ -6,8 +6,7 @@
 
 namespace tnk::test {
 
-// While one lives, it stands in the place of the process's error handler and keeps the last report of any
-// thread.
+// While one lives, it stands in the place of the process's error handler and keeps the last report of any thread.
 class ErrorRecorder {
 public:
   ErrorRecorder() : before_(tnk_set_error_handler(record)) { seen() = {}; }
@@ -26,8 +25,7 @@ public:
     seen() = {};
     return taken;
   }
-  // The message of the one bad argument reported since the last call, if it is made of the report's parts; else what
-  // came instead.
+  // The message of the one bad argument since the last call, if it is made of the report's parts; else what came.
   std::string bad_argument() {
     const Seen s = take();
     const std::string parts = s.routine + ": argument " + std::to_string(s.position) + " (" + s.argument +

@@ -11,8 +11,7 @@
 
 namespace tnk::test {
 
-// Shifts beyond any boundary: the elements end exactly where a page begins that faults on any access, or begin right
-// after one.
+// Shifts beyond any boundary: the elements end exactly where a page that faults begins, or begin right after one.
 constexpr std::size_t page_end = 4096, page_start = 8192;
 
 // `count` elements of T among bytes of a pattern. The first element stands `shift` bytes past a 64-byte boundary; a

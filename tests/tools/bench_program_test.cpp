@@ -10,8 +10,7 @@ using tnk::test::count, tnk::test::TemporaryFolder;
 using tnk::tool::read_file;
 using tnk::tool::write_file;
 
-// Four groups; the rows of the second and the last have a library as their peer, with others among them. Ratios tell
-// the processes apart.
+// Four groups; rows of the second and the last have a library as their peer. Ratios tell the processes apart.
 constexpr const char *fake_bench = R"sh(#!/bin/sh
 here=$(dirname "$0")
 row() { # group, name, size, picture, peer, cores

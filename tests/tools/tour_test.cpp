@@ -77,8 +77,7 @@ TEST(Tour, EveryListedSceneHoldsAndLeavesItsPictures) {
   }
 }
 
-// A kernel library that lacks what every scene calls: the first refusal ends the scene and is what it reports, before
-// there is a table, with nothing drawn.
+// Without what every scene calls the first refusal ends the scene, before there is a table, with nothing drawn.
 TEST(Tour, ASceneEndsAtTheFirstErrorThatARoutineReports) {
   for (const std::string &name : scenes()) {
     const TemporaryFolder folder;

@@ -1,5 +1,5 @@
-/* The drop-in as processes have it: opened and closed, called first by several threads at once, in a child of fork, in a
-   parallel region, from another folder. An integer of 64 bits is one of 32 bits as well where it is read by address.
+/* The drop-in as processes have it: opened and closed, called first by several threads at once, from another
+   folder. An integer of 64 bits is one of 32 bits as well where it is read by address.
    usage: process LIBRARY MODE */
 #include <dlfcn.h>
 #include <pthread.h>
@@ -8,7 +8,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 typedef void product(const char *, const char *, const int64_t *, const int64_t *, const int64_t *,
@@ -70,23 +69,6 @@ static int run(const char *library, const char *mode) {
     }
     return !bad;
   }
-  if (strcmp(mode, "fork") == 0) {
-    int status = 1;
-    multiply(right);
-    const pid_t child = fork();
-    if (child == 0) _exit(is_right() ? 0 : 1);
-    waitpid(child, &status, 0);
-    return status == 0 && is_right();
-  }
-#ifdef _OPENMP
-  if (strcmp(mode, "region") == 0) {
-    int bad = 0;
-    multiply(right);
-#pragma omp parallel num_threads(4) reduction(+ : bad)
-    bad += !is_right();
-    return !bad;
-  }
-#endif
   if (strcmp(mode, "report") == 0) {
     const int64_t minus = -1;
     const double one = 1;

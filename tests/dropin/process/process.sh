@@ -19,7 +19,7 @@ words() { # library, mode, what it has to say; ends with a failure
 
 for name in libblas libblas64; do
   library=$libraries/$name.so.3
-  for mode in again threads fork region elsewhere; do
+  for mode in again threads elsewhere; do
     "$process" "$library" $mode || failed=1
   done
   # As the system's folder has it, and under another name.

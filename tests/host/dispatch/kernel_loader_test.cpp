@@ -1,5 +1,4 @@
-// The first outcome of loading stays for the life of a process, so each refusal is met in a process of its
-// own: a death test of the thread-safe kind starts this program anew.
+// The first outcome of loading stays, so each refusal is met in a process of its own, which a death test starts anew.
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -23,8 +22,7 @@
 
 namespace {
 
-// Loads twice and runs a public routine; ends with 0 when all three were refused alike and nothing was
-// touched.
+// Loads twice and runs a public routine; ends with 0 when all were refused alike and nothing was touched.
 [[noreturn]] void be_refused(const char *path, tnk_status expected) {
   alarm(60); // for one who waits for somebody to write into a pipe
   setenv("TNK_KERNEL_PATH", path, 1);

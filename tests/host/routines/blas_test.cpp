@@ -1,5 +1,4 @@
-// The public vector routines and products: what they refuse, what they need not look at, and that a good call
-// reaches its kernel with every argument in its place. The 32-bit surface, which must do what these do.
+// The public vector routines and products: refusals, what is not looked at, kernels reached; and their 32-bit surface.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -215,7 +214,7 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
     const std::vector<Bad> of_triangles = {
         {"m", -1, from(0), "L"},  {"n", INT64_MIN, from(0), "L"}, {"n", huge, from(0, most), "L"},
         {"lda", 2, from(3), "L"}, {"lda", 3, from(4), "R"},       {"ldb", 2, from(3), "L"},
-        {"ldb", 0, from(3), "r"},
+        {"ldb", 0, from(3), "r"}, {"ldc", 2, from(3), "r"},
     };
     const std::vector<Bad> of_others = {
         {"n", -1, from(0)},
@@ -256,22 +255,17 @@ TEST_F(PublicBlas, EveryBadNumberIsReportedAndNothingTouched) {
         {"incx", span + 1, from(-span, span)},
         {"incy", INT64_MIN, from(-span, span)},
     };
-    const std::vector<Bad> of_products = {
-        {"m", -1, from(0), "L"},  {"n", huge, from(0, most), "L"}, {"lda", 2, from(3), "L"},
-        {"lda", 3, from(4), "R"}, {"ldb", 2, from(3), "L"},        {"ldc", 2, from(3), "r"},
-    };
     const char *const turned = routine.name[1] == 'h' ? "C" : "T";
     const std::vector<Bad> of_updates = {
         {"n", -1, from(0)},  {"k", huge, from(0, most)},  {"lda", 3, from(4)}, {"lda", 4, from(5), turned},
         {"ldb", 3, from(4)}, {"ldb", 4, from(5), turned}, {"ldc", 3, from(4)},
     };
     const bool triangle = good.has("side");
-    for (const Bad &bad : routine.arguments == triangle_arguments  ? of_triangles
-                          : routine.arguments == gemv_arguments    ? of_gemv
-                          : routine.arguments == product_arguments ? of_products
-                          : routine.has_kernel                     ? of_others
-                          : good.has("c")                          ? of_updates
-                                                                   : of_half_matrices) {
+    for (const Bad &bad : triangle                              ? of_triangles
+                          : routine.arguments == gemv_arguments ? of_gemv
+                          : routine.has_kernel                  ? of_others
+                          : good.has("c")                       ? of_updates
+                                                                : of_half_matrices) {
       Call call(routine.arguments);
       if (!call.has(bad.name) || (!bad.others.empty() && !call.has("m"))) continue;
       if (triangle)

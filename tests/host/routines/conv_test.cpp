@@ -2,6 +2,8 @@
 #include "conv/problem.h"
 #include "host/routines/services.h"
 #include "support/error_recorder.h"
+#include "support/named.h"
+#include "tools/tnk/support/threads.h"
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -13,12 +15,6 @@ namespace {
 
 using Ints = std::vector<tnk_int>;
 
-template <class T>
-constexpr tnk_conv_numbers numbers_of = std::is_same_v<T, float>          ? TNK_CONV_FLOAT
-                                        : std::is_same_v<T, double>       ? TNK_CONV_DOUBLE
-                                        : std::is_same_v<T, tnk_complex8> ? TNK_CONV_COMPLEX8
-                                                                          : TNK_CONV_COMPLEX16;
-
 // A description with arrays of its own.
 struct Description {
   tnk_conv_description d{};
@@ -29,7 +25,10 @@ struct Description {
     const auto wide = [&](const int32_t *v) { return Ints(v, v + c.dims()); };
     d.job = c.correlates ? TNK_CONV_CORRELATION : TNK_CONV_CONVOLUTION;
     d.method = method;
-    d.numbers = numbers_of<T>;
+    d.numbers = sizeof(T) == 4              ? TNK_CONV_FLOAT
+                : sizeof(T) == 16           ? TNK_CONV_COMPLEX16
+                : std::is_same_v<T, double> ? TNK_CONV_DOUBLE
+                                            : TNK_CONV_COMPLEX8;
     d.dims = static_cast<tnk_int>(c.dims());
     d.xshape = (xshape = wide(c.xshape.data())).data(), d.xstride = (xstride = wide(p.x.stride())).data();
     d.yshape = (yshape = wide(c.yshape.data())).data(), d.ystride = (ystride = wide(p.y.stride())).data();
@@ -47,12 +46,6 @@ Plan plan_of(const tnk_conv_description &d) {
   EXPECT_EQ(tnk_conv_plan_make(&plan, &d), TNK_CONV_DONE);
   return Plan(plan);
 }
-
-class Threads {
-public:
-  explicit Threads(int n) { tnk_set_num_threads(n); }
-  ~Threads() { tnk_set_num_threads(0); }
-};
 
 template <class T> class ConvPlans : public testing::Test {};
 using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
@@ -77,7 +70,7 @@ TYPED_TEST(ConvPlans, SameBitsForAnyNumberOfThreads) {
         const Plan plan = plan_of(description.d);
         std::vector<T> first;
         for (const int threads : {1, 2, 3, 4}) {
-          const Threads use(threads);
+          const tool::Threads use(threads);
           ASSERT_EQ(tnk_conv_plan_run(plan.get(), p.x.data(), p.y.data(), p.z.data()), TNK_CONV_DONE);
           std::vector<T> z;
           each_index(job.zshape, [&](const Shape &t) { z.push_back(p.z.get(t)); });
@@ -88,18 +81,7 @@ TYPED_TEST(ConvPlans, SameBitsForAnyNumberOfThreads) {
       }
 }
 
-// The calls: full, same and valid against the definition.
-template <class T> struct Calls;
-#define CALLS(t, T)                                                                                          \
-  template <> struct Calls<T> {                                                                              \
-    static constexpr auto convolve = tnk_conv_##t##convolve, correlate = tnk_conv_##t##correlate;            \
-    static constexpr auto convolve2 = tnk_conv_##t##convolve2, correlate2 = tnk_conv_##t##correlate2;        \
-  };
-CALLS(s, float)
-CALLS(d, double)
-CALLS(c, tnk_complex8)
-CALLS(z, tnk_complex16)
-
+// Full, same and valid against the definition.
 TYPED_TEST(ConvPlans, CallsWithoutGaps) {
   using T = TypeParam;
   for (const bool correlates : {false, true})
@@ -116,11 +98,12 @@ TYPED_TEST(ConvPlans, CallsWithoutGaps) {
         const Shape ones(m.size(), 1);
         Problem<T> p(c, ones, ones, ones, true);
         const Ints nx(m.begin(), m.end()), ny(n.begin(), n.end());
-        const tnk_conv_result done =
-            m.size() == 1 ? (correlates ? Calls<T>::correlate : Calls<T>::convolve)(
-                                part, nx[0], p.x.data(), ny[0], p.y.data(), p.z.data())
-                          : (correlates ? Calls<T>::correlate2 : Calls<T>::convolve2)(
-                                part, nx.data(), p.x.data(), ny.data(), p.y.data(), p.z.data());
+        const std::string name = correlates ? "tnk_conv_?correlate" : "tnk_conv_?convolve";
+        const T *const x = p.x.data(), *const y = p.y.data();
+        const auto done =
+            m.size() == 1
+                ? Named<T, tnk_conv_result>(name)(part, nx[0], x, ny[0], y, p.z.data())
+                : Named<T, tnk_conv_result>(name + '2')(part, nx.data(), x, ny.data(), y, p.z.data());
         ASSERT_EQ(done, TNK_CONV_DONE);
         ASSERT_EQ(p.fault(0, 1e4L * std::numeric_limits<reference::Real<T>>::epsilon()), "")
             << part << p.name();
@@ -202,45 +185,44 @@ TEST(ConvPlan, ReportsArguments) {
     const std::string start = "tnk_conv_plan_make: argument 2 (description->" + c.message;
     EXPECT_EQ(errors.bad_argument().substr(0, start.size()), start);
   }
+  // z has 16 elements, x 4, y 9.
   const Description good(p, TNK_CONV_DIRECT);
   const Plan plan = plan_of(good.d);
-  double *const x = p.x.data(), *const y = p.y.data(), *const z = p.z.data();
-  EXPECT_EQ(tnk_conv_plan_make(nullptr, &good.d), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(), "tnk_conv_plan_make: argument 1 (plan)" + null);
-  tnk_conv_plan *none = nullptr;
-  EXPECT_EQ(tnk_conv_plan_make(&none, nullptr), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(), "tnk_conv_plan_make: argument 2 (description)" + null);
-
-  const auto run = [&](const tnk_conv_plan *with, const double *a, const double *b, double *c) {
-    EXPECT_EQ(tnk_conv_plan_run(with, a, b, c), TNK_CONV_BAD_ARGUMENT);
-    return errors.bad_argument();
-  };
-  const std::string routine = "tnk_conv_plan_run: argument ";
-  EXPECT_EQ(run(nullptr, x, y, z), routine + "1 (plan)" + null);
-  EXPECT_EQ(run(plan.get(), nullptr, y, z), routine + "2 (x)" + null);
-  EXPECT_EQ(run(plan.get(), x, nullptr, z), routine + "3 (y)" + null);
-  EXPECT_EQ(run(plan.get(), x, y, nullptr), routine + "4 (z)" + null);
-  // z has 16 elements, x 4, y 9.
-  double room[64] = {};
-  EXPECT_EQ(run(plan.get(), room + 20, y, room + 5),
-            routine + "4 (z) is an array over x, expected one apart from x and y");
-  EXPECT_EQ(run(plan.get(), x, room + 20, room + 28),
-            routine + "4 (z) is an array over y, expected one apart from x and y");
-  EXPECT_EQ(tnk_conv_plan_run(plan.get(), room + 16, room + 16, room), TNK_CONV_DONE);
-  EXPECT_EQ(tnk_conv_plan_run(plan.get(), room + 16, room + 16, room + 25), TNK_CONV_DONE);
-
-  EXPECT_EQ(tnk_conv_dconvolve('x', 2, x, 3, y, z), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(), "tnk_conv_dconvolve: argument 1 (part) is 'x', expected one of F, S, V");
-  EXPECT_EQ(tnk_conv_dcorrelate('V', 4, x, 3, y, z), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(), "tnk_conv_dcorrelate: argument 4 (ny) is 3, expected 4 to 2147483644");
+  double *const x = p.x.data(), *const y = p.y.data(), *const z = p.z.data(), room[64] = {};
+  const auto run = tnk_conv_plan_run;
   const tnk_int n[] = {2, 0};
-  EXPECT_EQ(tnk_conv_dconvolve2('F', n, x, n, y, z), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(), "tnk_conv_dconvolve2: argument 2 (nx[1]) is 0, expected 1 to 1073741823");
-  EXPECT_EQ(tnk_conv_dconvolve2('F', n, x, nullptr, y, z), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(), "tnk_conv_dconvolve2: argument 4 (ny)" + null);
-  EXPECT_EQ(tnk_conv_dconvolve('F', 2, x, 2, y, x), TNK_CONV_BAD_ARGUMENT);
-  EXPECT_EQ(errors.bad_argument(),
-            "tnk_conv_dconvolve: argument 6 (z) is an array over x, expected one apart from x and y");
+  tnk_conv_plan *none = nullptr;
+  const std::string over = ") is an array over ", apart = ", expected one apart from x and y";
+  const struct {
+    std::function<tnk_conv_result()> call;
+    std::string message;
+  } calls[] = {
+      {[&] { return tnk_conv_plan_make(nullptr, &good.d); }, "plan_make: argument 1 (plan)" + null},
+      {[&] { return tnk_conv_plan_make(&none, nullptr); }, "plan_make: argument 2 (description)" + null},
+      {[&] { return run(nullptr, x, y, z); }, "plan_run: argument 1 (plan)" + null},
+      {[&] { return run(plan.get(), nullptr, y, z); }, "plan_run: argument 2 (x)" + null},
+      {[&] { return run(plan.get(), x, nullptr, z); }, "plan_run: argument 3 (y)" + null},
+      {[&] { return run(plan.get(), x, y, nullptr); }, "plan_run: argument 4 (z)" + null},
+      {[&] { return run(plan.get(), room + 20, y, room + 5); },
+       "plan_run: argument 4 (z" + over + "x" + apart},
+      {[&] { return run(plan.get(), x, room + 20, room + 28); },
+       "plan_run: argument 4 (z" + over + "y" + apart},
+      {[&] { return tnk_conv_dconvolve('x', 2, x, 3, y, z); },
+       "dconvolve: argument 1 (part) is 'x', expected one of F, S, V"},
+      {[&] { return tnk_conv_dcorrelate('V', 4, x, 3, y, z); },
+       "dcorrelate: argument 4 (ny) is 3, expected 4 to 2147483644"},
+      {[&] { return tnk_conv_dconvolve2('F', n, x, n, y, z); },
+       "dconvolve2: argument 2 (nx[1]) is 0, expected 1 to 1073741823"},
+      {[&] { return tnk_conv_dconvolve2('F', n, x, nullptr, y, z); }, "dconvolve2: argument 4 (ny)" + null},
+      {[&] { return tnk_conv_dconvolve('F', 2, x, 2, y, x); },
+       "dconvolve: argument 6 (z" + over + "x" + apart},
+  };
+  for (const auto &c : calls) {
+    EXPECT_EQ(c.call(), TNK_CONV_BAD_ARGUMENT);
+    EXPECT_EQ(errors.bad_argument(), "tnk_conv_" + c.message);
+  }
+  for (const int place : {0, 25})
+    EXPECT_EQ(run(plan.get(), room + 16, room + 16, room + place), TNK_CONV_DONE);
 }
 
 } // namespace

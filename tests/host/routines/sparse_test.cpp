@@ -12,7 +12,8 @@ using tnk::test::ErrorRecorder;
 struct Job {
   char op = 'N';
   double values[3] = {1, 2, 3}, ones[4] = {1, 1, 1, 1}, out[4] = {5, 6, 7, 8}, one = 1, zero = 0;
-  tnk_int column[3] = {0, 1, 2}, row[3] = {0, 1, 1}, start[2] = {0, 1}, end[2] = {1, 3}, nrhs = 2, ld = 2;
+  tnk_int column[3] = {0, 1, 2}, row[3] = {0, 1, 1}, start[2] = {0, 1}, end[2] = {1, 3},
+          diagonals[2] = {-1, 0}, nrhs = 2, ld = 2, ldx = 2;
   tnk_sparse_matrix a{TNK_SPARSE_CSR, 2, 3, 3, values, column, row, start, end, 1, 0, 0, nullptr, nullptr};
   tnk_sparse_descriptor d{};
   const tnk_sparse_matrix *matrix = &a;
@@ -20,7 +21,19 @@ struct Job {
   const double *alpha = &one, *beta = &zero, *x = ones;
   double *y = out;
 
+  // A lower triangle of order 2, for a solve; its transpose; another storage.
+  void triangle() { a.n = 2, column[1] = 0, column[2] = 1, d.kind = TNK_SPARSE_TRIANGULAR; }
+  void upper(bool unit) {
+    d.triangle = TNK_SPARSE_UPPER, op = 'T';
+    if (unit) d.diagonal = TNK_SPARSE_UNIT;
+  }
+  void by_diagonals() {
+    a.storage = TNK_SPARSE_DIA, a.diag_stride = 2, a.diag_count = 1, a.diag_distance = diagonals;
+  }
   tnk_sparse_status run(const std::string &routine) const {
+    if (routine == "tnk_sparse_dsv") return tnk_sparse_dsv(op, alpha, matrix, descriptor, x, y);
+    if (routine == "tnk_sparse_dsm")
+      return tnk_sparse_dsm(op, alpha, matrix, descriptor, nrhs, x, ld, y, ldx);
     if (routine == "tnk_sparse_dmv") return tnk_sparse_dmv(op, alpha, matrix, descriptor, x, beta, y);
     if (routine == "tnk_sparse_dmm")
       return tnk_sparse_dmm(op, alpha, matrix, descriptor, nrhs, x, ld, beta, y, ld);
@@ -36,9 +49,13 @@ struct Job {
 constexpr tnk_int most = (tnk_int{1} << 47) / 8; // numbers of 8 bytes in memory
 
 TEST(SparseArguments, AreRefusedByName) {
-  const std::string mv = "tnk_sparse_dmv", mm = "tnk_sparse_dmm", check = "tnk_sparse_check",
-                    zmv = "tnk_sparse_zmv", half = ", expected 0 to 8796093022208",
-                    null = " is a null address, expected the address of a value";
+  const std::string sv = "tnk_sparse_dsv", sm = "tnk_sparse_dsm", mv = "tnk_sparse_dmv",
+                    mm = "tnk_sparse_dmm", check = "tnk_sparse_check", zmv = "tnk_sparse_zmv",
+                    half = ", expected 0 to 8796093022208",
+                    null = " is a null address, expected the address of a value",
+                    no_diagonal = "3 (matrix) is without an entry on the diagonal in row ",
+                    no_ones = ", expected a diagonal, since it is not ones",
+                    no_stop = ", expected at least one at the diagonal or on the triangle's side";
   const struct {
     std::string routine;
     std::function<void(Job &)> spoil;
@@ -102,10 +119,46 @@ TEST(SparseArguments, AreRefusedByName) {
       {mm, [](Job &j) { j.ld = most; }, "7 (ldb) is 17592186044416, expected 2 to 8796093022207"},
       {mm, [](Job &j) { j.ld = most, j.a.n = 1; },
        "10 (ldc) is 17592186044416, expected 2 to 17592186044414"},
+      // Of solves.
+      {sv, [](Job &s) { s.d.kind = TNK_SPARSE_SYMMETRIC; },
+       "4 (descriptor->kind) is 1, expected 3 or 4, a triangle or a diagonal"},
+      {sv, [](Job &s) { s.a.storage = TNK_SPARSE_BSR; }, "3 (matrix->storage) is 4, expected 0 to 3"},
+      {sv, [](Job &s) { s.x = nullptr; }, "5 (b) is a null address, expected the address of a value"},
+      {sv, [](Job &s) { s.y = nullptr; }, "6 (x) is a null address, expected the address of a value"},
+      {sm, [](Job &s) { s.nrhs = -1; }, "5 (nrhs) is -1, expected 0 or more"},
+      {sm, [](Job &s) { s.ldx = 1; }, "9 (ldx) is 1, expected 2 or more"},
+      {sm, [](Job &s) { s.ldx = 3, s.x = s.y; }, "9 (ldx) is 3, expected ldb, where x is b"},
+      {sm, [](Job &s) { s.by_diagonals(); }, "4 (descriptor->base) is 0, expected 1 in this storage"},
+      // What a kernel would look for outside of the arrays.
+      {sv, [](Job &s) { s.column[0] = 1; }, no_diagonal + "0" + no_ones},
+      {sv, [](Job &s) { s.column[2] = 0; }, no_diagonal + "1" + no_ones},
+      {sv, [](Job &s) { s.end[1] = s.start[1]; }, no_diagonal + "1" + no_ones},
+      {sv, [](Job &s) { s.d.diagonal = TNK_SPARSE_UNIT, s.op = 'T', s.column[0] = 1; },
+       "3 (matrix) is with entries of the other triangle only in row 0" + no_stop},
+      {sv, [](Job &s) { s.upper(true), s.column[2] = 0; },
+       "3 (matrix) is with entries of the other triangle only in row 1" + no_stop},
+      {sv, [](Job &s) { s.by_diagonals(); }, no_diagonal + "0" + no_ones},
+      {sv, [](Job &s) { s.by_diagonals(), s.a.diag_stride = 1; },
+       "3 (matrix->diag_stride) is 1, expected as many as rows or more"},
+      {sv, [](Job &s) { s.by_diagonals(), s.a.diag_count = 2, s.diagonals[0] = 0; },
+       "3 (matrix->diag_distance[1]) is 0, expected 1 to 9223372036854775807"},
+      {sv, [](Job &s) { s.a.storage = TNK_SPARSE_COO, s.a.nnz = 2; }, no_diagonal + "1" + no_ones},
+      {sv, [](Job &s) { s.a.storage = TNK_SPARSE_SKY, s.a.row_start = s.column; },
+       "3 (matrix) is without an entry on the diagonal in row 0" + no_ones},
+      {sv, [](Job &s) { s.a.storage = TNK_SPARSE_SKY, s.a.row_start = s.row, s.row[1] = 2; },
+       "3 (matrix->row_start[1]) is 2, expected 0 to 1"},
+      // What would be wrong without a sound.
+      {sv, [](Job &s) { s.d.check = 1, s.values[2] = 0; },
+       "3 (matrix) is zero on the diagonal in row 1, expected no zeros there"},
+      {sv, [](Job &s) { s.d.check = 1, s.column[1] = 1, s.column[2] = 0; },
+       "3 (matrix) is not ascending in row 1, expected ascending columns in each row"},
+      {sv, [](Job &s) { s.d.check = 1, s.a.storage = TNK_SPARSE_COO, s.column[1] = 1; },
+       "3 (matrix) is with several entries on the diagonal in row 1, expected one in each row"},
   };
   ErrorRecorder errors;
   for (const auto &c : cases) {
     Job j;
+    if (c.routine == sv || c.routine == sm) j.triangle();
     c.spoil(j);
     EXPECT_EQ(j.run(c.routine), TNK_SPARSE_BAD_ARGUMENT) << c.message;
     EXPECT_EQ(errors.bad_argument(), c.routine + ": argument " + c.message);
@@ -119,94 +172,17 @@ TEST(SparseArguments, AreRefusedByName) {
     j.d.check = 0, j.alpha = &j.zero, j.column[1] = -1000000000000;
     EXPECT_TRUE(good == check || j.run(good) == TNK_SPARSE_OK);
   }
-  EXPECT_EQ(errors.last().count, 0);
-}
-
-// A lower triangle of order 2, with what makes it unfit for a solve.
-TEST(SparseArguments, OfSolvesAreRefusedByName) {
-  struct Solve : Job {
-    Solve() {
-      a.n = 2, column[1] = 0, column[2] = 1;
-      d.kind = TNK_SPARSE_TRIANGULAR;
-    }
-    tnk_int diagonals[2] = {-1, 0}, ldx = 2;
-    void upper(bool unit) {
-      d.triangle = TNK_SPARSE_UPPER, op = 'T';
-      if (unit) d.diagonal = TNK_SPARSE_UNIT;
-    }
-    void by_diagonals() {
-      a.storage = TNK_SPARSE_DIA, a.diag_stride = 2, a.diag_count = 1, a.diag_distance = diagonals;
-    }
-    tnk_sparse_status one() const { return tnk_sparse_dsv(op, alpha, matrix, descriptor, x, y); }
-    tnk_sparse_status several() const {
-      return tnk_sparse_dsm(op, alpha, matrix, descriptor, nrhs, x, ld, y, ldx);
-    }
-  };
-  const std::string no_diagonal = "3 (matrix) is without an entry on the diagonal in row ",
-                    no_ones = ", expected a diagonal, since it is not ones",
-                    no_stop = ", expected at least one at the diagonal or on the triangle's side";
-  const struct {
-    bool vector;
-    std::function<void(Solve &)> spoil;
-    std::string message;
-  } cases[] = {
-      {true, [](Solve &s) { s.d.kind = TNK_SPARSE_SYMMETRIC; },
-       "4 (descriptor->kind) is 1, expected 3 or 4, a triangle or a diagonal"},
-      {true, [](Solve &s) { s.a.storage = TNK_SPARSE_BSR; }, "3 (matrix->storage) is 4, expected 0 to 3"},
-      {true, [](Solve &s) { s.x = nullptr; }, "5 (b) is a null address, expected the address of a value"},
-      {true, [](Solve &s) { s.y = nullptr; }, "6 (x) is a null address, expected the address of a value"},
-      {false, [](Solve &s) { s.nrhs = -1; }, "5 (nrhs) is -1, expected 0 or more"},
-      {false, [](Solve &s) { s.ldx = 1; }, "9 (ldx) is 1, expected 2 or more"},
-      {false, [](Solve &s) { s.ldx = 3, s.x = s.y; }, "9 (ldx) is 3, expected ldb, where x is b"},
-      {false, [](Solve &s) { s.by_diagonals(); }, "4 (descriptor->base) is 0, expected 1 in this storage"},
-      // What a kernel would look for outside of the arrays.
-      {true, [](Solve &s) { s.column[0] = 1; }, no_diagonal + "0" + no_ones},
-      {true, [](Solve &s) { s.column[2] = 0; }, no_diagonal + "1" + no_ones},
-      {true, [](Solve &s) { s.end[1] = s.start[1]; }, no_diagonal + "1" + no_ones},
-      {true, [](Solve &s) { s.d.diagonal = TNK_SPARSE_UNIT, s.op = 'T', s.column[0] = 1; },
-       "3 (matrix) is with entries of the other triangle only in row 0" + no_stop},
-      {true, [](Solve &s) { s.upper(true), s.column[2] = 0; },
-       "3 (matrix) is with entries of the other triangle only in row 1" + no_stop},
-      {true, [](Solve &s) { s.by_diagonals(); }, no_diagonal + "0" + no_ones},
-      {true, [](Solve &s) { s.by_diagonals(), s.a.diag_stride = 1; },
-       "3 (matrix->diag_stride) is 1, expected as many as rows or more"},
-      {true, [](Solve &s) { s.by_diagonals(), s.a.diag_count = 2, s.diagonals[0] = 0; },
-       "3 (matrix->diag_distance[1]) is 0, expected 1 to 9223372036854775807"},
-      {true, [](Solve &s) { s.a.storage = TNK_SPARSE_COO, s.a.nnz = 2; }, no_diagonal + "1" + no_ones},
-      {true, [](Solve &s) { s.a.storage = TNK_SPARSE_SKY, s.a.row_start = s.column; },
-       "3 (matrix) is without an entry on the diagonal in row 0" + no_ones},
-      {true, [](Solve &s) { s.a.storage = TNK_SPARSE_SKY, s.a.row_start = s.row, s.row[1] = 2; },
-       "3 (matrix->row_start[1]) is 2, expected 0 to 1"},
-      // What would be wrong without a sound.
-      {true, [](Solve &s) { s.d.check = 1, s.values[2] = 0; },
-       "3 (matrix) is zero on the diagonal in row 1, expected no zeros there"},
-      {true, [](Solve &s) { s.d.check = 1, s.column[1] = 1, s.column[2] = 0; },
-       "3 (matrix) is not ascending in row 1, expected ascending columns in each row"},
-      {true, [](Solve &s) { s.d.check = 1, s.a.storage = TNK_SPARSE_COO, s.column[1] = 1; },
-       "3 (matrix) is with several entries on the diagonal in row 1, expected one in each row"},
-  };
-  ErrorRecorder errors;
-  for (const auto &c : cases) {
-    Solve s;
-    c.spoil(s);
-    EXPECT_EQ(c.vector ? s.one() : s.several(), TNK_SPARSE_BAD_ARGUMENT) << c.message;
-    EXPECT_EQ(errors.bad_argument(),
-              std::string("tnk_sparse_") + (c.vector ? "dsv" : "dsm") + ": argument " + c.message);
-    EXPECT_EQ(std::memcmp(s.out, Job().out, sizeof s.out), 0) << c.message;
-  }
   // A zero alpha reads nothing, nor does a diagonal of ones; nothing is solved with nothing.
-  const double none = 0;
-  Solve s;
-  s.alpha = &none, s.column[2] = 0, s.x = nullptr;
-  EXPECT_EQ(s.one(), TNK_SPARSE_OK);
+  Job s, ones, empty;
+  for (Job *j : {&s, &ones, &empty}) j->triangle();
+  s.alpha = &s.zero, s.column[2] = 0, s.x = nullptr;
+  EXPECT_EQ(s.run(sv), TNK_SPARSE_OK);
   EXPECT_TRUE(s.y[0] == 0 && s.y[1] == 0 && s.y[2] == 7);
-  Solve ones;
   ones.d.kind = TNK_SPARSE_DIAGONAL, ones.d.diagonal = TNK_SPARSE_UNIT, ones.a.nnz = 0, ones.y[0] = 9;
-  EXPECT_EQ(ones.several(), TNK_SPARSE_OK);
+  EXPECT_EQ(ones.run(sm), TNK_SPARSE_OK);
   EXPECT_TRUE(ones.y[0] == 1 && ones.y[3] == 1);
-  Solve empty;
   empty.a.m = empty.a.n = empty.a.nnz = 0, empty.x = nullptr, empty.y = nullptr;
-  EXPECT_EQ(empty.one(), TNK_SPARSE_OK);
+  EXPECT_EQ(empty.run(sv), TNK_SPARSE_OK);
   EXPECT_EQ(errors.last().count, 0);
 }
 
@@ -236,18 +212,6 @@ TEST(SparseArguments, EntriesThatDoNotCountAreFoundWhereAsked) {
         EXPECT_EQ(errors.take().argument, counts ? "" : "matrix->col_index[0]");
       }
   }
-  Job j;
-  j.a.n = 2, j.column[1] = 0, j.column[2] = 1, j.d.check = TNK_SPARSE_ENTRIES;
-  const auto refusal = [&](tnk_sparse_kind kind, tnk_sparse_triangle triangle, tnk_sparse_diagonal diagonal) {
-    j.d.kind = kind, j.d.triangle = triangle, j.d.diagonal = diagonal;
-    EXPECT_EQ(j.run("tnk_sparse_dmv"), TNK_SPARSE_BAD_ARGUMENT);
-    return errors.bad_argument();
-  };
-  const std::string found = "tnk_sparse_dmv: argument 3 (matrix->col_index";
-  EXPECT_EQ(refusal(TNK_SPARSE_SYMMETRIC, TNK_SPARSE_UPPER, TNK_SPARSE_NONUNIT),
-            found + "[1]) is 0, expected 1 to 1");
-  EXPECT_EQ(refusal(TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER, TNK_SPARSE_UNIT),
-            found + "[0]) is 0, expected no entry in its row");
 }
 
 TEST(SparseArguments, OnesWithoutEntriesAreTheIdentity) {

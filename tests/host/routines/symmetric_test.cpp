@@ -1,5 +1,4 @@
-// The public routines of symmetric and Hermitian matrices with matrix operands, all from one table of names: against their
-// definitions, with what must not be read or written guarded; that threads and memory change nothing.
+// The public routines of symmetric and Hermitian matrices with matrix operands, all from one table of names.
 #include <gtest/gtest.h>
 #include <numeric>
 #include <tnk/host.h>

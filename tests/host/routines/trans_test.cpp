@@ -1,5 +1,4 @@
-// Public copies, sums and changes in place of matrices: what they refuse, and that they do what the kernels do, whole, in
-// parts and in place.
+// Public copies, sums and changes in place of matrices: what they refuse, and that they do what the kernels do.
 #include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
@@ -7,6 +6,7 @@
 #include <tnk/trans.h>
 
 #include "tests/support/error_recorder.h"
+#include "tests/support/named.h"
 #include "tests/trans/matrix.h"
 
 namespace {
@@ -14,24 +14,6 @@ namespace {
 using namespace tnk::test;
 using tnk::reference::operator*, tnk::reference::operator+;
 using tnk::reference::is_pair, tnk::reference::number, tnk::reference::same;
-
-template <class T> struct Public;
-#define PUBLIC(e, T)                                                                                         \
-  template <> struct Public<T> {                                                                             \
-    static constexpr auto copy = tnk_trans_##e##omatcopy;                                                    \
-    static constexpr auto copy2 = tnk_trans_##e##omatcopy2;                                                  \
-    static constexpr auto add = tnk_trans_##e##omatadd;                                                      \
-    static constexpr auto change = tnk_trans_##e##imatcopy;                                                  \
-    static constexpr auto change_through = tnk_trans_##e##imatcopy_work;                                     \
-    static constexpr auto copy_kernel = tnk_trans_tnk_##e##omatcopy2;                                        \
-    static constexpr auto add_kernel = tnk_trans_tnk_##e##omatadd;                                           \
-    static constexpr auto change_kernel = tnk_trans_tnk_##e##imatcopy;                                       \
-  };
-PUBLIC(s, float)
-PUBLIC(d, double)
-PUBLIC(c, tnk_complex8)
-PUBLIC(z, tnk_complex16)
-#undef PUBLIC
 
 // As the routines take factors.
 template <class T> auto passed(const T &factor) {
@@ -143,8 +125,7 @@ TEST(PublicTransposition, RefusesBadArgumentsAndTouchesNothing) {
   EXPECT_EQ(errors.last().message, "");
 }
 
-// Two matrices anywhere in one array: what shares an element is refused, unless it is all in one place; what does not is
-// copied, as long as strides agree.
+// Two matrices in one array: what shares an element is refused, unless it is all in one place; else copied, if strides agree.
 TEST(PublicTransposition, TellsWhichMatricesOverlap) {
   Random random;
   ErrorRecorder errors;
@@ -201,17 +182,18 @@ template <class T> struct PublicTranspositionOf : testing::Test {
     EXPECT_EQ(errors.last().message, "");
   }
   // The same array by the kernel, and by the public routine with several numbers of threads.
-  void expect_same(const std::vector<T> &before, const std::function<void(T *)> &kernel,
-                   const std::function<void(T *)> &routine, const std::string &what) {
+  void expect_same(const char *what, const std::vector<T> &before, const std::function<void(T *)> &kernel,
+                   const std::function<void(T *)> &routine) {
     std::vector<T> expected = before;
     kernel(expected.data());
     for (const int threads : {1, 2, 3, 4}) {
       tnk_set_num_threads(threads);
       Guarded<T> found(before, 64);
       routine(found.data());
-      EXPECT_TRUE(same_elements(found, expected)) << what << ", threads: " << threads;
+      EXPECT_TRUE(same_elements(found, expected)) << what << ' ' << at << ", threads: " << threads;
     }
   }
+  std::string at;
   ErrorRecorder errors;
   Random random;
 };
@@ -223,72 +205,54 @@ constexpr tnk_int shapes[][2] = {{515, 521}, {3, 90001}, {90001, 3}};
 
 TYPED_TEST(PublicTranspositionOf, HasTheKernelsBitsForEveryNumberOfThreads) {
   using T = TypeParam;
-  using P = Public<T>;
+  const Named<T> copy{"tnk_trans_?omatcopy"}, copy2{"tnk_trans_?omatcopy2"}, add{"tnk_trans_?omatadd"},
+      change{"tnk_trans_?imatcopy"}, change_through{"tnk_trans_?imatcopy_work"},
+      copy_kernel{"tnk_trans_tnk_?omatcopy2"}, add_kernel{"tnk_trans_tnk_?omatadd"},
+      change_kernel{"tnk_trans_tnk_?imatcopy"};
   for (const auto &[rows, cols] : shapes)
     for (const char trans : {'N', 't', 'R', 'C'}) {
-      const char ordering = trans == 'N' || trans == 'C' ? 'R' : 'c';
-      const bool by_rows = ordering == 'R', turned = transposes(trans);
-      const tnk_int inner = by_rows ? cols : rows, outer = by_rows ? rows : cols, lda = inner + 3,
-                    ldb = (turned ? outer : inner) + 1, lines = turned ? inner : outer;
+      const char order = trans == 'N' || trans == 'C' ? 'R' : 'c';
+      const bool by_rows = order == 'R', turned = transposes(trans);
+      const tnk_int inner = by_rows ? cols : rows, outer = by_rows ? rows : cols, lda = inner + 3, one = 1,
+                    ldb = (turned ? outer : inner) + 1, lines = turned ? inner : outer, m = rows, n = cols,
+                    rows_c = turned ? n : m, cols_c = turned ? m : n;
+      const char back = turned ? 'C' : 'R';
       const T alpha = factor<T>(this->random.integer(0, 2)), beta = number<T>(-0.5f, 2);
+      const auto by = passed(alpha), old = passed(beta);
       const auto a = filled<T>(static_cast<Size>(2 * outer * lda), this->random),
                  b = filled<T>(static_cast<Size>(2 * lines * ldb), this->random);
-      const std::string what = std::string{ordering, trans} + ' ' + std::to_string(rows);
-      const auto u = [](tnk_int n) { return static_cast<Size>(n); };
+      const T *const from = a.data();
+      this->at = std::string{order, trans} + ' ' + std::to_string(rows);
       this->expect_same(
-          b,
-          [&](T *to) {
-            P::copy_kernel(ordering, trans, u(rows), u(cols), alpha, a.data(), u(lda), 1, to, u(ldb), 1);
-          },
-          [&](T *to) { P::copy(ordering, trans, rows, cols, passed(alpha), a.data(), lda, to, ldb); },
-          "copy " + what);
+          "copy", b, [&](T *to) { copy_kernel(order, trans, m, n, alpha, from, lda, one, to, ldb, one); },
+          [&](T *to) { copy(order, trans, m, n, by, from, lda, to, ldb); });
       this->expect_same(
-          b,
-          [&](T *to) {
-            P::copy_kernel(ordering, trans, u(rows), u(cols), alpha, a.data(), u(2 * lda), 2, to, 1,
-                           u(lines));
-          },
-          [&](T *to) {
-            P::copy2(ordering, trans, rows, cols, passed(alpha), a.data(), 2 * lda, 2, to, 1, lines);
-          },
-          "copy2 " + what);
+          "copy2", b,
+          [&](T *to) { copy_kernel(order, trans, m, n, alpha, from, 2 * lda, 2 * one, to, one, lines); },
+          [&](T *to) { copy2(order, trans, m, n, by, from, 2 * lda, 2 * one, to, one, lines); });
       this->expect_same(
-          b,
-          [&](T *c) {
-            P::add_kernel(ordering, turned ? 'C' : 'R', 'N', u(turned ? cols : rows), u(turned ? rows : cols),
-                          alpha, a.data(), u(lda), beta, c, u(ldb), c, u(ldb));
-          },
-          [&](T *c) {
-            P::add(ordering, turned ? 'C' : 'R', 'N', turned ? cols : rows, turned ? rows : cols,
-                   passed(alpha), a.data(), lda, passed(beta), c, ldb, c, ldb);
-          },
-          "add " + what);
-      if (!turned)
-        for (const tnk_int ld : {lda, lda - 1})
+          "add", b,
+          [&](T *c) { add_kernel(order, back, 'N', rows_c, cols_c, alpha, from, lda, beta, c, ldb, c, ldb); },
+          [&](T *c) { add(order, back, 'N', rows_c, cols_c, by, from, lda, old, c, ldb, c, ldb); });
+      for (const tnk_int ld : {lda, lda - 1})
+        if (!turned)
           this->expect_same(
-              a,
-              [&](T *ab) { P::change_kernel(ordering, trans, u(rows), u(cols), alpha, ab, u(lda), u(ld)); },
-              [&](T *ab) { P::change(ordering, trans, rows, cols, passed(alpha), ab, lda, ld); },
-              "change " + what);
+              "change", a, [&](T *ab) { change_kernel(order, trans, m, n, alpha, ab, lda, ld); },
+              [&](T *ab) { change(order, trans, m, n, by, ab, lda, ld); });
       // Through a workspace: what a copy out of place leaves.
       std::vector<T> work(static_cast<Size>(rows * cols)), array = a;
       array.resize(std::max(a.size(), b.size()));
       this->expect_same(
-          array,
-          [&](T *ab) {
-            const std::vector<T> from = array;
-            P::copy_kernel(ordering, trans, u(rows), u(cols), alpha, from.data(), u(lda), 1, ab, u(ldb), 1);
-          },
-          [&](T *ab) {
-            P::change_through(ordering, trans, rows, cols, passed(alpha), ab, lda, ldb, work.data());
-          },
-          "change through " + what);
+          "change through", array,
+          [&](T *ab) { copy_kernel(order, trans, m, n, alpha, from, lda, one, ab, ldb, one); },
+          [&](T *ab) { change_through(order, trans, m, n, by, ab, lda, ldb, work.data()); });
     }
 }
 
 // The kernel would walk the arrays as they lie in memory.
 TYPED_TEST(PublicTranspositionOf, AddsOneRowOrColumnInPlaceByTheDefinition) {
   using T = TypeParam;
+  const Named<T> add{"tnk_trans_?omatadd"};
   for (const tnk_int count : {1, 5, 40, 70001})
     for (const bool row : {false, true})
       for (const char trans : {'T', 'C'})
@@ -299,22 +263,21 @@ TYPED_TEST(PublicTranspositionOf, AddsOneRowOrColumnInPlaceByTheDefinition) {
           const auto b = filled<T>(static_cast<Size>(3 * count + 4), this->random),
                      c = filled<T>(static_cast<Size>(2 * count + 4), this->random);
           const tnk_int rows = row ? 1 : count, cols = row ? count : 1;
+          this->at = std::to_string(count);
           this->expect_same(
-              c,
+              row ? "row" : "column", c,
               [&](T *sum) {
                 for (tnk_int k = 0; k < count; ++k)
                   sum[k * stepc] =
                       alpha * sum[k * stepc] + beta * taken(trans, b[static_cast<Size>(k * stepb)]);
               },
               [&](T *sum) {
+                const auto by = passed(alpha), old = passed(beta);
                 if (first)
-                  Public<T>::add('R', 'N', trans, rows, cols, passed(alpha), sum, ldc, passed(beta), b.data(),
-                                 ldb, sum, ldc);
+                  add('R', 'N', trans, rows, cols, by, sum, ldc, old, b.data(), ldb, sum, ldc);
                 else
-                  Public<T>::add('R', trans, 'N', rows, cols, passed(beta), b.data(), ldb, passed(alpha), sum,
-                                 ldc, sum, ldc);
-              },
-              std::to_string(count) + (row ? " in a row" : " in a column"));
+                  add('R', trans, 'N', rows, cols, old, b.data(), ldb, by, sum, ldc, sum, ldc);
+              });
         }
 }
 

@@ -4,21 +4,15 @@
 #include "support/error_recorder.h"
 #include "support/guarded.h"
 #include "support/random.h"
+#include "tools/tnk/support/threads.h"
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <thread>
-#include <tnk/host.h>
 #include <tnk/trig.hpp>
 
 namespace tnk::test {
 namespace {
-
-class Threads {
-public:
-  explicit Threads(int n) { tnk_set_num_threads(n); }
-  ~Threads() { tnk_set_num_threads(0); }
-};
 
 template <class T> class TrigPlans : public testing::Test {};
 using Reals = testing::Types<double, float>;
@@ -75,7 +69,7 @@ TYPED_TEST(TrigPlans, SameBitsForAnyNumberOfThreads) {
     Random random;
     for (T &x : given) x = random.real<T>();
     for (const int threads : {1, 2, 3, 4}) {
-      const Threads use(threads);
+      const tool::Threads use(threads);
       std::vector<T> f = given;
       plan.forward(f);
       if (first.empty()) first = f;

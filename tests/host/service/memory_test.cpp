@@ -80,8 +80,7 @@ TEST(Memory, CallocClearsMemoryThatWasUsedBefore) {
   }
 }
 
-// Small scratch blocks may be the one that a thread keeps; no two callers may ever hold the same one, whichever thread
-// released it.
+// Small blocks may be the one that a thread keeps; no two callers may ever hold the same, whichever thread released it.
 TEST(Memory, ScratchBlocksInUseAreDistinct) {
   tnk_serv_deallocate(nullptr);
   tnk_serv_tnk_free(nullptr);

@@ -63,8 +63,7 @@ TEST(Caches, AreReadFromTheProcessorsWords) {
   for (int level = 0; level < 4; ++level) EXPECT_EQ(sizes.level[level], expected[level]) << level;
 }
 
-// Blocks of a matrix product are cut by this one: half of level 2 for a sixth of it, and rows for every element type
-// even where level 2 is tiny or not known.
+// Which cuts blocks of a product: half of level 2 for a sixth of it, and rows for every type even where that is tiny.
 TEST(Caches, AllowBlocksOfAProductRows) {
   for (const std::int64_t level_2 : {0LL, 1LL, 16LL << 10, 256LL << 10, 1LL << 20, 1LL << 40}) {
     const std::int64_t size = packing_cache({{0, 0, level_2, 0}});

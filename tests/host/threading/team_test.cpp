@@ -81,8 +81,7 @@ TEST(Team, HasAsManyThreadsAsAskedForAndNoMore) {
   }
 }
 
-// The default size of a stack is set to what no system grants, so that each new thread is refused. More threads are asked
-// for than the team has room for.
+// With a default size of stacks that no system grants, each new thread is refused; more are asked for than there is room.
 TEST(Team, DoesWithoutThreadsThatTheSystemRefuses) {
   pthread_attr_t before, vast;
   pthread_getattr_default_np(&before);

@@ -1,26 +1,21 @@
 // Routines over several threads: how they are cut, that the bits stay, and how many threads there are.
 #include <atomic>
 #include <cerrno>
-#include <cfenv>
 #include <dlfcn.h>
-#include <functional>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/wait.h>
 #include <tnk/blas.h>
 #include <tnk/blas_level3.h>
 #include <tnk/host.h>
-#include <tnk/sparse.h>
 #include <unistd.h>
-#include <xmmintrin.h>
 
 #include "host/threading/cut.h"
 #include "tests/support/error_recorder.h"
 #include "tests/support/product.h"
 #include "tools/tnk/support/threads.h"
 
-// In front of the host's service, which it calls: a product by the packed path comes here once, so this counts the
-// slices that took it.
+// In front of the host's service: a product by the packed path comes here once, so this counts the slices that took it.
 static std::atomic<int> packed_products{0};
 static void (*in_product)() = nullptr; // called by each
 extern "C" int32_t tnk_serv_check_ptr(const void *block, const char *routine) {
@@ -68,8 +63,7 @@ TEST(Cut, CoversTheProductWithWholeTilesForEveryNumberOfThreads) {
           }
 }
 
-// The slices that took the packed path while this product was formed on so many threads; 0: no number set.
-// Its bits must be those that it has on one.
+// The slices that took the packed path on so many threads (0: no number set), with the bits that it has on one.
 template <class T, class Gemm>
 int slices(const Product<T> &p, const std::vector<T> &alone, Gemm gemm, int threads) {
   const Threads set(threads);
@@ -83,8 +77,7 @@ template <class T, class Gemm> std::vector<T> on_one_thread(const Product<T> &p,
   return p.result(gemm);
 }
 
-// Shapes that are cut by columns and by rows, with every kind of rest after the last tile; some with less work than
-// two threads are worth, some that take the plain path by one of their dimensions.
+// Shapes cut by columns and by rows, with every rest after the last tile; too little work, and the plain path.
 template <class T, class Gemm> void expect_same_bits(const tnk_gemm_row &kernel, Gemm gemm) {
   const tnk_int shapes[][3] = {{131, 201, 160}, {203, 133, 160}, {37, 1003, 130}, {1005, 37, 130},
                                {600, 9, 600},   {9, 607, 600},   {160, 160, 300}, {100, 100, 40},
@@ -108,82 +101,6 @@ TEST(ThreadedFamily, HasTheSameBitsForEveryNumberOfThreads) {
   expect_same_bits<double>(*avx_d_all_gemm_ker, tnk_blas_dgemm);
   expect_same_bits<tnk_complex8>(*avx_c_all_gemm_ker, tnk_blas_cgemm);
   expect_same_bits<tnk_complex16>(*avx_z_all_gemm_ker, tnk_blas_zgemm);
-}
-
-// Each routine that uses the team, with results that lie below the normal numbers. Where a sparse product scatters, no
-// element of y has entries in two pieces, so that its bits do not depend on their number.
-struct Routine {
-  const char *name;
-  std::function<std::vector<unsigned char>()> result;
-};
-
-template <class T> std::vector<unsigned char> bytes(const std::vector<T> &values) {
-  const auto *const first = reinterpret_cast<const unsigned char *>(values.data());
-  return {first, first + values.size() * sizeof(T)};
-}
-
-template <class T, class Gemm> Routine product_routine(const char *name, Gemm gemm) {
-  const double tiny = std::numeric_limits<tnk::reference::Real<T>>::min();
-  return {name, [=] {
-            static const Product<T> p("NT", 150, 130, 120, scalar<T>(tiny), scalar<T>(0));
-            return bytes(p.result(gemm));
-          }};
-}
-
-Routine sparse_routine(const char *name, char op, tnk_int nrhs) {
-  return {name, [=] {
-            constexpr tnk_int m = 12000, n = 6 * m;
-            static std::vector<double> values, x;
-            static std::vector<tnk_int> columns, starts{0};
-            if (values.empty()) {
-              tnk::test::Random random;
-              for (tnk_int i = 0; i < 12 * m; ++i) {
-                values.push_back(random.real<double>());
-                columns.push_back(i / 12 * 6 + i % 6);
-                if (i % 12 == 11) starts.push_back(i + 1);
-              }
-              for (tnk_int i = 0; i < 16 * n; ++i) x.push_back(random.real<double>());
-            }
-            const tnk_sparse_matrix a{
-                TNK_SPARSE_CSR,    m, n, 12 * m, values.data(), columns.data(), nullptr, starts.data(),
-                starts.data() + 1, 0, 0, 0,      nullptr,       nullptr};
-            const tnk_sparse_descriptor general{};
-            const double alpha = std::numeric_limits<double>::min(), beta = 0;
-            std::vector<double> y(static_cast<std::size_t>((op == 'N' ? m : n) * nrhs));
-            if (nrhs == 1)
-              tnk_sparse_dmv(op, &alpha, &a, &general, x.data(), &beta, y.data());
-            else
-              tnk_sparse_dmm(op, &alpha, &a, &general, nrhs, x.data(), nrhs, &beta, y.data(), nrhs);
-            return bytes(y);
-          }};
-}
-
-TEST(FloatingPointControl, IsTheCallersOnEveryThread) {
-  const Routine routines[] = {product_routine<float>("sgemm", tnk_blas_sgemm),
-                              product_routine<double>("dgemm", tnk_blas_dgemm),
-                              product_routine<tnk_complex8>("cgemm", tnk_blas_cgemm),
-                              product_routine<tnk_complex16>("zgemm", tnk_blas_zgemm),
-                              sparse_routine("dmv, rows", 'N', 1),
-                              sparse_routine("dmv, scattering", 'T', 1),
-                              sparse_routine("dmm", 'N', 16)};
-  const unsigned flush = 0x8040, upward = 0x4000, before = _mm_getcsr();
-  for (const Routine &routine : routines) {
-    const auto on = [&](int threads, unsigned mode) {
-      const Threads set(threads);
-      _mm_setcsr(before | mode);
-      auto result = routine.result();
-      _mm_setcsr(before);
-      return result;
-    };
-    const auto plain = on(1, 0);
-    ASSERT_EQ(on(2, 0), plain) << routine.name; // and the team is there
-    for (const unsigned mode : {flush, upward}) {
-      const auto alone = on(1, mode);
-      ASSERT_NE(alone, plain) << routine.name; // the mode shows
-      for (int round = 0; round < 20; ++round)
-        ASSERT_TRUE(on(2, mode) == alone && on(2, 0) == plain) << routine.name << ' ' << mode;
-    }
-  }
 }
 
 // 16 million operations: enough for every number of threads below.
