@@ -124,17 +124,16 @@ typedef struct tnk_sparse_descriptor {
    it finds then counts among these.
 
    Threads, as many as tnk/host.h says, but no more than one for every 65536 stored entries times right-hand sides, nor
-   than 64: mm gives each a range of right-hand sides; mv, and mm of general CSR matrices with op 'N' and dense operands
-   by rows, one of rows with about as many entries each, or of stored entries in COO matrices. Where a row also adds to
-   other elements than its own
-   (transposed general, symmetric, Hermitian and skew matrices, and COO), all threads but one add into a vector of
-   their own, and these are added up afterwards; there are no more threads then than stored entries for each element of
-   y. So there the order of sums, and with it the last bits of y, depend on
+   than 64: mm gives each a range of right-hand sides; mv, and mm of general CSR matrices with op 'N' and dense
+   operands by rows, one of rows with about as many entries each, or of stored entries in COO matrices. Where a row
+   also adds to other elements than its own (transposed general, symmetric, Hermitian and skew matrices, and COO), all
+   threads but one add into a vector of their own, and these are added up afterwards; there are no more threads then
+   than stored entries for each element of y. So there the order of sums, and with it the last bits of y, depend on
    the number of threads; everywhere else the result has the same bits for every number. Not spread: mv of DIA and SKY
-   matrices, and of BSR ones but those of the general kind with op 'N'; mv of
-   diagonal matrices, of transposed triangular ones, and of COO matrices that are triangular or have a unit diagonal;
-   mm of diagonal CSR matrices, and mm of what is not cut by rows with dense operands by rows and fewer than 16
-   right-hand sides. When there is no memory for the vectors of their own, one thread does all. */
+   matrices, and of BSR ones but those of the general kind with op 'N'; mv of diagonal matrices, of transposed
+   triangular ones, and of COO matrices that are triangular or have a unit diagonal; mm of diagonal CSR matrices, and
+   mm of what is not cut by rows with dense operands by rows and fewer than 16 right-hand sides, 64 where the result
+   has less than a MiB. When there is no memory for the vectors of their own, one thread does all. */
 
 enum tnk_sparse_status {
   TNK_SPARSE_OK = 0,

@@ -48,7 +48,7 @@ TYPED_TEST(SparseProducts, AreTheDefinition) {
     SCOPED_TRACE(testing::Message() << "kind " << kind << (d.triangle ? " upper" : " lower")
                                     << (d.diagonal ? " unit" : "") << ", base " << d.base << ", storage "
                                     << storage << ", " << op << ", threads " << threads);
-    for (const tnk_int nrhs : {1, large ? 27 : 5}) {
+    for (const tnk_int nrhs : {1, large ? 70 : 5}) {
       const bool vector = nrhs == 1;
       if (!vector && general && storage == TNK_SPARSE_DIA && !columns) continue; // not square
       // A Hermitian matrix is its own conjugate transpose, the transpose of a skew one its negative.

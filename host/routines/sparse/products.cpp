@@ -271,8 +271,10 @@ tnk_sparse_status mm(const char *routine, char op, const T *alpha, const tnk_spa
   }
 
   // Right-hand sides that lie side by side are cut at every eighth, so that threads do not write to the same cache
-  // lines all along.
-  const tnk_int unit = by_columns ? 1 : 8;
+  // lines all along; where the result stays in the second cache, the next lines are too near as well.
+  constexpr tnk_int near = 1 << 20;
+  const bool is_near = length * nrhs * static_cast<tnk_int>(sizeof(T)) < near;
+  const tnk_int unit = by_columns ? 1 : is_near ? 32 : 8;
   const bool whole = nothing_read || (!otherwise && is_sequential(plan, Operation::mm));
   const double entries = otherwise ? stored.entries() : static_cast<double>(a->nnz);
   const double work = whole ? 0 : entries * static_cast<double>(nrhs);

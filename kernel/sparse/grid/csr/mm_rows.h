@@ -92,17 +92,17 @@ template <bool Conj, class T, class I>
   using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
-  each_group(job, [&](auto group) {
-    for (I i = 0; i < job.rows; ++i) {
-      const auto row = row_of<RowLayout>(job, i);
-      if (row.count <= 0) continue;
+  for (I i = 0; i < job.rows; ++i) {
+    const auto row = row_of<RowLayout>(job, i);
+    if (row.count <= 0) continue;
+    each_group(job, [&](const auto &group) {
       const V t = times<T>(alpha, b_row(group, i));
 #pragma GCC unroll 4
       for (I p = 0; p < row.count; ++p)
         add_to_c_row(group, get(row.columns + p),
                      times<T, Conj>(in_every_element<T>(fetch(row.values + p)), t));
-    }
-  });
+    });
+  }
 }
 
 template <bool Conj, bool Lower, class T, class I>
@@ -110,9 +110,9 @@ template <bool Conj, bool Lower, class T, class I>
   using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
-  each_group(job, [&](auto group) {
-    for (I i = 0; i < job.rows; ++i) {
-      const auto row = row_of<RowLayout>(job, i);
+  for (I i = 0; i < job.rows; ++i) {
+    const auto row = row_of<RowLayout>(job, i);
+    each_group(job, [&](const auto &group) {
       const V t = times<T>(alpha, b_row(group, i));
       const auto product = [&](I p) { return times<T, Conj>(in_every_element<T>(fetch(row.values + p)), t); };
       for (I p = 0; p < row.count; ++p) add_to_c_row(group, get(row.columns + p), product(p));
@@ -121,8 +121,8 @@ template <bool Conj, bool Lower, class T, class I>
         const I j = get(row.columns + p);
         if (is_beyond<Lower>(j, row.key + job.outside)) add_to_c_row(group, j, -product(p));
       }
-    }
-  });
+    });
+  }
 }
 
 // The first sweep.
