@@ -52,7 +52,8 @@ LoadedBlas blas_of(const std::string &program) {
                      library.file.parent_path().filename() == "tnk-blas";
       return library;
     }
-  throw Failure(path.string() + " loads no BLAS when it starts");
+  throw Failure(path.string() +
+                " loads no BLAS when it starts; if it does later, give the shared object that needs one");
 }
 
 } // namespace tnk::tool
