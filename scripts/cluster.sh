@@ -54,8 +54,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failed=0
 
-row() { # suite, processes, passed, seconds
-  printf '%-28s %9s  %-44s %6s s\n' "$@"
+row() { # suite, processes, passed, time
+  printf '%-30s %9s  %-60s %6s\n' "$@"
 }
 suite() { # name, processes, command...: its last line is the result
   local name=$1 count=$2 begin=$SECONDS code
@@ -63,12 +63,12 @@ suite() { # name, processes, command...: its last line is the result
   (cd "$work" && "$@") >"$work/log" 2>&1
   code=$?
   case $code in
-    0) row "$name" "$count" "$(tail -1 "$work/log")" $((SECONDS - begin)) ;;
-    77) row "$name" "$count" "left out: $(tail -1 "$work/log")" $((SECONDS - begin)) ;;
+    0) row "$name" "$count" "$(tail -1 "$work/log")" "$((SECONDS - begin)) s" ;;
+    77) row "$name" "$count" "left out: $(tail -1 "$work/log")" "$((SECONDS - begin)) s" ;;
     *)
       failed=1
       sed 's/^/  | /' "$work/log" | tail -20
-      row "$name" "$count" "FAILED" $((SECONDS - begin))
+      row "$name" "$count" "FAILED" "$((SECONDS - begin)) s"
       ;;
   esac
 }
