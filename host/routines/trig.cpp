@@ -1,17 +1,22 @@
 // Plans of sine and cosine transforms: checked, their rows cut over threads, with nothing printed by the kernels.
 //
 // Kinds that divide by sines are transformed in double. Quarter kinds divide twice: their kernels lose n^2 roundings in the
-// lowest elements. With B = (2k+1) h/4 such a transform is also a staggered one divided once more, in two ways:
+// lowest elements. So those of an even length go by a complex transform of half of it, between turns by exp(-i (8m+1) h/8):
+//
+//     cosines    f(2m) + i f(n-1-2m)  to  F(2k) - i F(n-1-2k)      sines    f(n-1-2m) + i f(2m)  to  F(2k) + i F(n-1-2k)
+//
+// Of an odd length, with B = (2k+1) h/4, such a transform is also a staggered one divided once more, in two ways:
 //
 //     cosines    those of sums of neighbours, by 2 cos(B)     sines of differences, by 2 sin(B)
 //     sines      those of sums of neighbours, by 2 cos(B)     cosines of differences, by 2 sin(B)
 //
-// So a plan takes the lower half of the elements from sums and the upper one from differences. Two transforms lose n
+// There a plan takes the lower half of the elements from sums and the upper one from differences. Two transforms lose n
 // roundings, as the staggered kinds do.
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <new>
+#include <tnk/dfti.h>
 #include <tnk/pde_trig.h>
 #include <tnk/services.h>
 #include <tnk/trig.h>
@@ -43,6 +48,12 @@ TNK_TRIG_KERNELS(d, double)
 TNK_TRIG_KERNELS(s, float)
 KernelEntry<decltype(tnk_pdett_free_trig_transform)> release{"tnk_pdett_free_trig_transform"};
 
+KernelEntry<decltype(tnk_dft_dfti_create_descriptor_d_1d)> create{"tnk_dft_dfti_create_descriptor_d_1d"};
+KernelEntry<decltype(tnk_dft_dfti_set_value_intval)> set_value{"tnk_dft_dfti_set_value_intval"};
+KernelEntry<decltype(tnk_dft_dfti_commit_descriptor_external)> commit_complex{
+    "tnk_dft_dfti_commit_descriptor_external"};
+KernelEntry<DftiComputeByAddress1> compute_complex{"tnk_dft_dfti_compute_forward_z"};
+
 // ---- Plans ------------------------------------------------------------------------------------------------------------
 
 struct Plan {
@@ -51,9 +62,11 @@ struct Plan {
   tnk_int ipar[TNK_PDETT_IPAR];
   DftiHandle handle;
   void *tables;     // dpar, of the numbers that are transformed
-  double *divisors; // quarter kinds: 2 cos(B), in the upper half 2 sin(B)
+  double *divisors; // quarter kinds of an odd length: 2 cos(B), in the upper half 2 sin(B)
+  double *turns;    // of an even one: pairs of cosine and sine
 
   bool is_quarter() const { return kind >= TNK_TRIG_QUARTER_COSINE; }
+  bool is_halved() const { return is_quarter() && n % 2 == 0; }
 
   tnk_int row() const { return TNK_TRIG_ROW(kind, n); }
   // Elements that take part.
@@ -80,11 +93,44 @@ void free_plan(Plan *plan) {
     release.get("tnk_trig_free")(&plan->handle, plan->ipar, &stat);
   tnk_serv_tnk_free(plan->tables);
   tnk_serv_tnk_free(plan->divisors);
+  tnk_serv_tnk_free(plan->turns);
   tnk_serv_tnk_free(plan);
 }
 
 template <class A> A *make_array(tnk_int length) {
   return static_cast<A *>(tnk_serv_tnk_malloc(length * tnk_int{sizeof(A)}, 64));
+}
+
+// Two at least: the caller's threads may come together with one plan.
+tnk_int users() {
+  return std::max(2, usable_threads());
+}
+
+tnk_trig_result refuse_transform(const char *routine) {
+  report(TNK_ERROR_MEMORY, routine, "no Fourier transform of that length, or no memory for it");
+  return TNK_TRIG_OUT_OF_MEMORY;
+}
+
+tnk_trig_result commit_halved(const char *routine, Plan &plan) {
+  const auto make_one = create.get(routine);
+  const auto set = make_one ? set_value.get(routine) : nullptr;
+  const auto commit_one = set ? commit_complex.get(routine) : nullptr;
+  if (!commit_one || !release.get(routine)) return TNK_TRIG_NO_LIBRARY;
+  plan.turns = make_array<double>(plan.n);
+  if (tnk_serv_check_ptr(plan.turns, routine)) return TNK_TRIG_OUT_OF_MEMORY;
+  const tnk_int half = plan.n / 2;
+  for (tnk_int m = 0; m < half; ++m) {
+    const double angle =
+        3.14159265358979323846 / 8 * static_cast<double>(8 * m + 1) / static_cast<double>(plan.n);
+    plan.turns[2 * m] = std::cos(angle), plan.turns[2 * m + 1] = std::sin(angle);
+  }
+  constexpr double precision = DftiDouble;
+  constexpr tnk_int domain = DftiComplex, dimension = 1, which = DftiParamNumberOfUserThreads;
+  const tnk_int callers = users();
+  tnk_int status = make_one(&plan.handle, &precision, &domain, &dimension, &half);
+  if (status == DftiNoError) status = set(&plan.handle, &which, &callers);
+  if (status == DftiNoError) status = commit_one(&plan.handle);
+  return status == DftiNoError ? TNK_TRIG_DONE : refuse_transform(routine);
 }
 
 // A quarter kind has the tables of the staggered ones, which are the same for both.
@@ -105,14 +151,11 @@ template <class A> tnk_trig_result commit(const char *routine, Plan &plan) {
   tnk_int stat;
   init(&n, &kind, plan.ipar, dpar, &stat);
   plan.ipar[TNK_PDETT_ERRORS] = plan.ipar[TNK_PDETT_WARNINGS] = 0;
-  // Two at least: the caller's threads may come together with one plan.
-  plan.ipar[TNK_PDETT_USERS] = std::max(2, usable_threads());
+  plan.ipar[TNK_PDETT_USERS] = users();
   plan.ipar[TNK_PDETT_RAW] = 1; // so that there is no row to be tested
   commit_row(nullptr, &plan.handle, plan.ipar, dpar, &stat);
   plan.ipar[TNK_PDETT_RAW] = 0;
-  if (stat == TNK_PDETT_DONE) return TNK_TRIG_DONE;
-  report(TNK_ERROR_MEMORY, routine, "no Fourier transform of that length, or no memory for it");
-  return TNK_TRIG_OUT_OF_MEMORY;
+  return stat == TNK_PDETT_DONE ? TNK_TRIG_DONE : refuse_transform(routine);
 }
 
 template <class T> tnk_trig_result make(const char *routine, PlanOf<T> **plan, int32_t kind, tnk_int n) {
@@ -126,8 +169,9 @@ template <class T> tnk_trig_result make(const char *routine, PlanOf<T> **plan, i
   auto *const made = new (memory) PlanOf<T>();
   made->kind = kind, made->n = n;
   made->in_double = std::is_same_v<T, double> || kind >= TNK_TRIG_STAGGERED_COSINE;
-  const tnk_trig_result result =
-      made->in_double ? commit<double>(routine, *made) : commit<float>(routine, *made);
+  const tnk_trig_result result = made->is_halved() ? commit_halved(routine, *made)
+                                 : made->in_double ? commit<double>(routine, *made)
+                                                   : commit<float>(routine, *made);
   if (result != TNK_TRIG_DONE)
     free_plan(made);
   else
@@ -242,6 +286,35 @@ bool run_quarters(const Plan &plan, Call<double> *forward, tnk_int rows, T *f, t
   return true;
 }
 
+template <class T>
+bool run_halved(const Plan &plan, DftiComputeByAddress1 *compute, tnk_int rows, T *f, tnk_int distance,
+                double factor) {
+  const tnk_int n = plan.n;
+  const Scratch scratch(n);
+  double *const z = scratch.numbers();
+  if (!z) return false;
+  DftiHandle handle = plan.handle;
+  const bool cosines = plan.kind == TNK_TRIG_QUARTER_COSINE;
+  const double *const turns = plan.turns;
+  const double sign = cosines ? -factor : factor;
+  const tnk_int step = cosines ? 2 : -2;
+  for (; rows > 0; --rows, f += distance) {
+    const T *const re = cosines ? f : f + n - 1, *const im = cosines ? f + n - 1 : f;
+    for (tnk_int m = 0; m < n / 2; ++m) {
+      const double a = re[m * step], b = im[-m * step], c = turns[2 * m], s = turns[2 * m + 1];
+      z[2 * m] = a * c + b * s;
+      z[2 * m + 1] = b * c - a * s;
+    }
+    if (compute(&handle, z) != DftiNoError) return false;
+    for (tnk_int k = 0; k < n / 2; ++k) {
+      const double a = z[2 * k], b = z[2 * k + 1], c = turns[2 * k], s = turns[2 * k + 1];
+      f[2 * k] = static_cast<T>((a * c + b * s) * factor);
+      f[n - 1 - 2 * k] = static_cast<T>((b * c - a * s) * sign);
+    }
+  }
+  return true;
+}
+
 // run_some(rows, first of them) for slices of the rows.
 template <class T, class F>
 tnk_trig_result run_slices(const char *routine, const Plan &plan, tnk_int rows, T *f, tnk_int distance,
@@ -264,6 +337,15 @@ tnk_trig_result run_slices(const char *routine, const Plan &plan, tnk_int rows, 
 
 template <bool Forward, class A, class T>
 tnk_trig_result run(const char *routine, const Plan &plan, tnk_int rows, T *f, tnk_int distance) {
+  if constexpr (std::is_same_v<A, double>)
+    if (plan.is_halved()) {
+      const auto compute = compute_complex.get(routine);
+      if (!compute) return TNK_TRIG_NO_LIBRARY;
+      const double factor = Forward ? 2 / static_cast<double>(plan.n) : 1;
+      return run_slices(routine, plan, rows, f, distance, [&](tnk_int some, T *first) {
+        return run_halved(plan, compute, some, first, distance, factor);
+      });
+    }
   const bool forward = Forward || plan.is_quarter();
   const auto entry = (forward ? Kernels<A>::forward : Kernels<A>::backward).get(routine);
   if (!entry) return TNK_TRIG_NO_LIBRARY;

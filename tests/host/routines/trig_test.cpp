@@ -28,7 +28,9 @@ TYPED_TEST(TrigPlans, TransformRowsAndNothingElse) {
   using T = TypeParam;
   const long double eps = std::numeric_limits<T>::epsilon();
   for (const tnk_trig_kind kind : kinds)
-    for (const tnk_int n : {2, 3, 40, 101}) {
+    for (const tnk_int n : {2, 3, 40, 101, 600}) {
+      // At quarter steps an even length, and so the longest one, loses no more digits than its Fourier transform does.
+      if (n == 600 && kind < TNK_TRIG_QUARTER_COSINE) continue;
       SCOPED_TRACE(testing::Message() << "kind " << kind << ", n " << n);
       const Trig<T> plan(kind, n);
       const reference::Trigonometric definition(kind, n);
