@@ -15,30 +15,25 @@ using complex16 = __complex__ double;
 extern "C" {
 extern int CBLAS_CallFromC, RowMajorStrg;
 
-#define TNK_TYPE(t, T, S)                                                                                    \
-  void t##scal_(const Int *n, const T *alpha, T *x, const Int *incx);                                        \
-  void t##copy_(const Int *n, const T *x, const Int *incx, T *y, const Int *incy);                           \
-  void t##gemv_(const char *, const Int *, const Int *, const T *, const T *, const Int *, const T *,        \
-                const Int *, const T *, T *, const Int *);                                                   \
-  void t##gbmv_(const char *, const Int *, const Int *, const Int *, const Int *, const T *, const T *,      \
-                const Int *, const T *, const Int *, const T *, T *, const Int *);                           \
+void dcopy_(const Int *n, const double *x, const Int *incx, double *y, const Int *incy);
+void dgemv_(const char *, const Int *, const Int *, const double *, const double *, const Int *,
+            const double *, const Int *, const double *, double *, const Int *);
+void dgbmv_(const char *, const Int *, const Int *, const Int *, const Int *, const double *, const double *,
+            const Int *, const double *, const Int *, const double *, double *, const Int *);
+#define TNK_TYPE(t, T)                                                                                       \
   void t##gemm_(const char *, const char *, const Int *, const Int *, const Int *, const T *, const T *,     \
                 const Int *, const T *, const Int *, const T *, T *, const Int *);                           \
   void t##trsm_(const char *, const char *, const char *, const char *, const Int *, const Int *, const T *, \
-                const T *, const Int *, T *, const Int *);                                                   \
-  void cblas_##t##gemv(int, int, Int, Int, S, const T *, Int, const T *, Int, S, T *, Int);                  \
-  void cblas_##t##gemm(int, int, int, Int, Int, Int, S, const T *, Int, const T *, Int, S, T *, Int);
-TNK_TYPE(s, float, float)
-TNK_TYPE(d, double, double)
-TNK_TYPE(c, complex8, const complex8 *)
-TNK_TYPE(z, complex16, const complex16 *)
+                const T *, const Int *, T *, const Int *);
+TNK_TYPE(s, float)
+TNK_TYPE(d, double)
 #undef TNK_TYPE
+void cblas_dgemm(int, int, int, Int, Int, Int, double, const double *, Int, const double *, Int, double,
+                 double *, Int);
+void cblas_zgemv(int, int, Int, Int, const complex16 *, const complex16 *, Int, const complex16 *, Int,
+                 const complex16 *, complex16 *, Int);
 
 #define TNK_SUMS(name, R, T) R name(const Int *n, const T *x, const Int *incx);
-TNK_SUMS(snrm2_, float, float)
-TNK_SUMS(dnrm2_, double, double)
-TNK_SUMS(scnrm2_, float, complex8)
-TNK_SUMS(dznrm2_, double, complex16)
 TNK_SUMS(dasum_, double, double)
 TNK_SUMS(scasum_, float, complex8)
 TNK_SUMS(idamax_, Int, double)
@@ -49,11 +44,6 @@ complex8 cdotc_(const Int *n, const complex8 *x, const Int *incx, const complex8
 complex16 zdotu_(const Int *n, const complex16 *x, const Int *incx, const complex16 *y, const Int *incy);
 void idamaxsub_(const Int *n, const double *x, const Int *incx, Int *result);
 std::size_t cblas_idamax(Int n, const double *x, Int incx);
-
-void srotg_(float *a, float *b, float *c, float *s);
-void drotg_(double *a, double *b, double *c, double *s);
-void crotg_(complex8 *a, const complex8 *b, float *c, complex8 *s);
-void zrotg_(complex16 *a, const complex16 *b, double *c, complex16 *s);
 
 void dger_(const Int *, const Int *, const double *, const double *, const Int *, const double *, const Int *,
            double *, const Int *);

@@ -1,5 +1,6 @@
 // What the drop-in computes itself: norms and rotations over the whole range, and the published increments.
 #include "tests/dropin/faces.h"
+#include "tests/support/named.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,23 +13,10 @@
 
 namespace {
 
-template <class T> struct Routines;
-#define TNK_ROUTINES(T, real, t, nrm2_)                                                                      \
-  template <> struct Routines<T> {                                                                           \
-    using R = real;                                                                                          \
-    static constexpr auto norm = nrm2_;                                                                      \
-    static constexpr auto rotate = t##rotg_;                                                                 \
-    static constexpr auto scale = t##scal_;                                                                  \
-  };
-TNK_ROUTINES(float, float, s, snrm2_)
-TNK_ROUTINES(double, double, d, dnrm2_)
-TNK_ROUTINES(complex8, float, c, scnrm2_)
-TNK_ROUTINES(complex16, double, z, dznrm2_)
-#undef TNK_ROUTINES
-
 template <class T> class Vectors : public testing::Test {
 protected:
-  using R = typename Routines<T>::R;
+  using R = std::conditional_t<std::is_same_v<T, float> || std::is_same_v<T, complex8>, float, double>;
+  const tnk::test::Named<T, R> norm{"%nrm2_"};
   static constexpr bool complex = !std::is_same_v<T, R>;
   static constexpr R eps = std::numeric_limits<R>::epsilon(), largest = std::numeric_limits<R>::max(),
                      smallest = std::numeric_limits<R>::min(), infinity = std::numeric_limits<R>::infinity(),
@@ -78,7 +66,7 @@ TYPED_TEST(Vectors, NormsNeitherOverflowNorVanish) {
           x[static_cast<std::size_t>(i * inc)] = z;
           sum += this->size(z) * this->size(z);
         }
-        const long double right = std::sqrt(sum), found = Routines<T>::norm(&n, x.data(), &inc);
+        const long double right = std::sqrt(sum), found = this->norm(&n, x.data(), &inc);
         EXPECT_TRUE(std::abs(found - right) <=
                     (static_cast<long double>(n) / 2 + 4) * this->eps * right + denormal)
             << scale << " " << n << " " << inc << ": " << found << " " << right;
@@ -90,19 +78,19 @@ TYPED_TEST(Vectors, NormsOfWhatIsNoNumber) {
   std::vector<T> x(40, this->number(1, 1));
   const Int n = 40, one = 1;
   x[7] = this->number(this->infinity, 0);
-  EXPECT_EQ(Routines<T>::norm(&n, x.data(), &one), this->infinity);
+  EXPECT_EQ(this->norm(&n, x.data(), &one), this->infinity);
   x[30] = this->number(-this->infinity, 2);
-  EXPECT_EQ(Routines<T>::norm(&n, x.data(), &one), this->infinity);
+  EXPECT_EQ(this->norm(&n, x.data(), &one), this->infinity);
   x[20] = this->number(1, this->nan);
   if (!this->complex) x[20] = this->number(this->nan, 0);
-  EXPECT_TRUE(std::isnan(Routines<T>::norm(&n, x.data(), &one)));
+  EXPECT_TRUE(std::isnan(this->norm(&n, x.data(), &one)));
   // From the far end, and one element all the time.
   const Int three = 3, minus_two = -2, still = 0;
   const T side = this->number(2, 0), few[] = {side, x[20], this->number(-1, 0), x[20], side};
-  EXPECT_EQ(Routines<T>::norm(&three, few, &minus_two), 3);
-  EXPECT_EQ(Routines<T>::norm(&three, few + 2, &still), std::sqrt(typename TestFixture::R(3)));
+  EXPECT_EQ(this->norm(&three, few, &minus_two), 3);
+  EXPECT_EQ(this->norm(&three, few + 2, &still), std::sqrt(typename TestFixture::R(3)));
   const Int none = 0;
-  EXPECT_EQ(Routines<T>::norm(&none, nullptr, &one), 0);
+  EXPECT_EQ(this->norm(&none, nullptr, &one), 0);
 }
 
 TYPED_TEST(Vectors, NormsDependOnTheNumbersAlone) {
@@ -116,17 +104,17 @@ TYPED_TEST(Vectors, NormsDependOnTheNumbersAlone) {
         x[first + i * static_cast<std::size_t>(inc)] =
             this->number(std::sin(static_cast<typename TestFixture::R>(i)),
                          std::cos(static_cast<typename TestFixture::R>(i)));
-      return Routines<T>::norm(&n, x.data() + first, &inc);
+      return this->norm(&n, x.data() + first, &inc);
     };
-    const auto norm = at(0, one);
-    for (const std::size_t first : {1, 2, 3, 5}) EXPECT_EQ(at(first, 1), norm) << n << " from " << first;
-    EXPECT_EQ(at(1, 3), norm) << n;
+    const auto alone = at(0, one);
+    for (const std::size_t first : {1, 2, 3, 5}) EXPECT_EQ(at(first, 1), alone) << n << " from " << first;
+    EXPECT_EQ(at(1, 3), alone) << n;
   }
   // One number does not take thousands of small ones with it.
   std::vector<T> x(10001, this->number(1, 0));
   x[0] = this->number(1e4, 0);
   const Int n = 10001;
-  EXPECT_NEAR(Routines<T>::norm(&n, x.data(), &one), 10000.5, 0.01);
+  EXPECT_NEAR(this->norm(&n, x.data(), &one), 10000.5, 0.01);
 }
 
 TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
@@ -141,7 +129,7 @@ TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
       const T a = this->number(p, -p / 2), b = this->number(q / 2, q);
       T r = a, s, z = b;
       Real c;
-      Routines<T>::rotate(&r, &z, &c, &s);
+      tnk::test::Named<T>("?rotg_")(&r, &z, &c, &s);
       const std::complex<long double> ac(this->re(a), this->im(a)), bc(this->re(b), this->im(b)),
           rc(this->re(r), this->im(r)), sc(this->re(s), this->im(s));
       // Numbers near the least one have no more digits than they have.
@@ -174,17 +162,18 @@ TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
 
 TYPED_TEST(Vectors, ScalingMultipliesAndPassesOverBackwardVectors) {
   using T = TypeParam;
+  const tnk::test::Named<T> scale("?scal_");
   const T zero = this->number(0, 0);
   std::vector<T> x(6, this->number(this->infinity, 1));
   const Int n = 6, one = 1;
   for (const Int increment : {0, -1}) {
-    Routines<T>::scale(&n, &zero, x.data(), &increment);
+    scale(&n, &zero, x.data(), &increment);
     EXPECT_EQ(this->re(x[0]), this->infinity);
   }
   const T unit = this->number(1, 0);
-  Routines<T>::scale(&n, &unit, x.data(), &one); // times an infinity, 0 would spread to the other part
+  scale(&n, &unit, x.data(), &one); // times an infinity, 0 would spread to the other part
   for (const T &element : x) EXPECT_EQ(this->im(element), this->complex ? 1 : 0);
-  Routines<T>::scale(&n, &zero, x.data(), &one);
+  scale(&n, &zero, x.data(), &one);
   for (const T &element : x) EXPECT_TRUE(std::isnan(this->re(element)));
 }
 

@@ -255,6 +255,24 @@ TYPED_TEST(Trig, FailWithoutMemory) {
   EXPECT_EQ(t.ipar.get(TNK_PDETT_STATUS), -1000);
 }
 
+// Each identifier's lines in either language, in the frame. Values stand in the second one.
+TEST(TrigMessages, AreThreeLinesInAFrame) {
+  const tnk_int ids[] = {0, 1, 3, 4, 5, 6, 300, 302, 303, 307, 308, 309, 1001};
+  const tnk_int ipar[TNK_PDETT_IPAR] = {10, 1, 1, 0, 0, 13, 16, 0, 0, 19, 0};
+  const double dpar[] = {0.5};
+  const auto line = [](int32_t number) { return tnk_serv_tnk_get_msg(number, 0) + std::string("\n"); };
+  for (int32_t i = 0; i < 13; ++i)
+    for (const auto &[print, first] : {std::pair(tnk_pdett_d_print_diagnostics_f, 410 + 3 * i),
+                                       {tnk_pdett_d_print_diagnostics_c, 449 + 3 * i}}) {
+      const std::string text = said([&, print = print] { print(ids + i, ipar, dpar, "TEXT"); }),
+                        begin = "\n" + line(396) + line(first) + line(first + 1).substr(0, 4),
+                        end = line(first + 2) + line(397) + line(398);
+      EXPECT_EQ(text.substr(0, begin.size()), begin);
+      EXPECT_EQ(text.substr(std::max(text.size(), end.size()) - end.size()), end);
+      EXPECT_EQ(text.find('?'), text.npos) << "a value is missing: " << text;
+    }
+}
+
 TEST(TrigMessages, GoToTheLogFileOrTellThatTheyCannot) {
   const char *const log = "TNK_Trig_Transforms_Log.txt";
   const auto commit = [](tnk_int shown) {
