@@ -12,7 +12,7 @@ from typing import Any, Callable, NamedTuple, Optional
 import numpy as np
 
 from ._layout import element_strides, merged
-from ._library import Complex64, Complex128, kernel
+from ._library import Complex64, Complex128, c_int, kernel
 from ._threads import LEAST_SHARE, spread
 
 _ON_ONE_THREAD = (1 << 15) - 1  # numbers in lines that the library leaves on the caller's thread
@@ -29,8 +29,8 @@ _Piece = tuple[int, int, int]  # where the first line begins in the source and i
 
 
 class Buffer(NamedTuple):
-    """Where lines are computed: numbers of this type, one line `pitch` of them behind the other. Lines begin at `first`;
-    what stands around them is zero."""
+    """Where lines are computed, in their own type or in double: one begins `pitch` numbers behind the other. Their numbers
+    stand from `first` on, between zeros."""
 
     dtype: np.dtype
     pitch: int
@@ -136,7 +136,10 @@ def by_lines(source: np.ndarray, target: np.ndarray, axis: int, compute: Callabl
     get, put = _mover(source.dtype, read.along > 1), _mover(source.dtype, written.along > 1)
     source_address, target_address = source.ctypes.data, target.ctypes.data
     size, wide = source.itemsize, buffer.dtype != source.dtype
-    last = 1.0 if wide else factor  # numbers of more digits are multiplied before they lose them
+    # Numbers of more digits are multiplied before they lose them; both at once takes NumPy three times as long.
+    last = 1.0 if wide else factor
+    by_address = ctypes.POINTER(c_int), ctypes.POINTER(ctypes.c_double), ctypes.c_void_p, ctypes.POINTER(c_int)
+    scale, factor_address = kernel("tnk_blas_dscal", None, *by_address), ctypes.c_double(factor)
 
     def share(own: list[list[_Piece]], held: Any = (source, target)) -> None:  # which live as long as it runs
         work = np.empty((most, buffer.pitch), buffer.dtype)
@@ -158,7 +161,8 @@ def by_lines(source: np.ndarray, target: np.ndarray, axis: int, compute: Callabl
             for begin in range(0, count, at_once):
                 compute(middle[begin : min(begin + at_once, count)], work_address + begin * work.strides[0])
             if wide:
-                np.multiply(middle[:count], factor, out=moved[:count], casting="same_kind")
+                scale(c_int(count * buffer.pitch), factor_address, work_address, c_int(1))
+                moved[:count] = middle[:count]
             count = 0
             for _, begin, some in chunk:
                 a, b = moved_address + count * pitch * size, target_address + begin * size
