@@ -9,7 +9,6 @@ namespace {
 constexpr tnk_int untouched = -7;
 const char *const no_letter = nullptr;
 
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Cholesky : public testing::Test {};
 TYPED_TEST_SUITE(Cholesky, Types, );
 

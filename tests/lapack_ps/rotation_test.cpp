@@ -10,7 +10,6 @@ namespace tnk::test {
 namespace {
 
 using namespace reference;
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Rotations : public testing::Test {};
 TYPED_TEST_SUITE(Rotations, Types, );
 

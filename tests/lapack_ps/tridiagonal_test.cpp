@@ -12,7 +12,6 @@ namespace {
 
 template <class T> class Tridiagonal : public testing::Test {};
 template <class T> class RealTridiagonal : public testing::Test {};
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(Tridiagonal, Types, );
 TYPED_TEST_SUITE(RealTridiagonal, Reals, );

@@ -15,7 +15,6 @@ using namespace tnk::test::reference;
 
 template <class T, class I>
 std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random &random) {
-  using Real = std::conditional_t<sizeof(T) == (std::is_floating_point_v<T> ? 4 : 8), float, double>;
   const bool par = name.mode == "par", sm = name.operation == "sm";
   Triangle<T, I> a(name, m, most, random, true);
   // Diagonals of triples divide once each: a product of all of them stands for what they are.
@@ -78,17 +77,11 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   if (allocations.live != 0 || allocations.overrun != 0) return "memory";
 
   for (tnk_int k = 0; k < count; ++k) {
-    const auto x = y.side(k), right = b.side(k);
-    const auto sums = meant.times(x);
-    for (I i = 0; i < m; ++i) {
-      const auto &sum = sums[static_cast<std::size_t>(i)];
-      wide rhs = right[static_cast<std::size_t>(i)];
-      if (name.storage == "csr" && name.kind == 'd') rhs *= 2;
-      const auto bound = (sum.terms + 8) * std::numeric_limits<Real>::epsilon() * (sum.size + size_of(rhs));
-      if (!(size_of(sum.value - rhs) <= bound))
-        return "row " + std::to_string(i) + ", side " + std::to_string(k) + ": residual " +
-               std::to_string(size_of(sum.value - rhs)) + ", bound " + std::to_string(bound);
-    }
+    const wide factor = name.storage == "csr" && name.kind == 'd' ? -2 : -1;
+    const std::string wrong =
+        wrong_row<T>(meant.times(y.side(k)), std::vector<wide>(static_cast<std::size_t>(m)), 1,
+                     scaled(factor, b.side(k)), 2);
+    if (!wrong.empty()) return "side " + std::to_string(k) + ", " + wrong;
   }
   return y.intact() ? "" : "outside of the output";
 }

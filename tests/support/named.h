@@ -10,6 +10,8 @@
 
 namespace tnk::test {
 
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+
 // In a name ? stands for the letter of T: s, d, c or z; # for s, d, cs or zd, of a complex T and real scalars; % for s,
 // d, sc or dz, of results that are real. Arguments must have the very types of the entry's.
 template <class T, class Result = void> class Named {

@@ -99,7 +99,6 @@ template <class T> struct Transposition : testing::Test {
     expect_same(found, expected, ordering, trans, rows, cols, lda, ldb);
   }
 };
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(Transposition, Types);
 
 constexpr char orderings[] = {'R', 'C'}, operations[] = {'N', 'T', 'R', 'C'};

@@ -12,7 +12,6 @@ template <class T>
 constexpr std::size_t shifts[] = {page_end, sizeof(Real<T>), 0, page_start, 3 * sizeof(Real<T>), 1, page_end};
 
 template <class T> class Gem2v : public testing::Test {};
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(Gem2v, Types, );
 
 template <class T> constexpr const char *entry = is_complex<T> ? "tnk_blas_?gem2vc" : "tnk_blas_?gem2vu";
