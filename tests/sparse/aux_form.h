@@ -29,15 +29,13 @@ template <class Form> struct InEachForm : testing::Test {
   static constexpr double eps = single ? 0x1p-24 : 0x1p-53;
   Random random;
 
-  // Calls a function by its name, in which ? stands for the type. A vector stands for its elements, a matrix for its
-  // arrays.
+  // Calls a function by its name, in which ? stands for the type. A matrix stands for its arrays.
   template <class... A> static void call(const std::string &name, A &&...arguments) {
     std::apply(Named<Number>{(sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name},
                std::tuple_cat(passed(arguments, 0)...));
   }
   template <class A> static auto passed(A &a, int) -> decltype(a.arrays()) { return a.arrays(); }
-  template <class A> static auto passed(A &a, int) -> decltype(std::tuple(a.data())) { return {a.data()}; }
-  template <class A> static std::tuple<std::decay_t<A>> passed(A &a, long) { return {a}; }
+  template <class A> static std::tuple<A &> passed(A &a, long) { return {a}; }
   // An integer, or a pair of them where numbers are pairs.
   static wide pair(long double re, long double im) { return real ? re : wide{re, im}; }
   wide small() {

@@ -117,8 +117,8 @@ private:
         result[i] += added[i];
         if (surplus > 0) sums[i].add(surplus, surplus, vector[i]);
       }
-      const std::string wrong =
-          wrong_row<T>(sums, result, overwrites_ ? 1 : widened(alpha_), scaled(overwrites_ ? 0 : 1, start));
+      const std::string wrong = wrong_row<T>(sums, result, overwrites_ ? 1 : widened(alpha_),
+                                             overwrites_ ? std::vector<wide>(start.size()) : start);
       if (!wrong.empty()) return "side " + std::to_string(k) + ", " + wrong;
     }
     return y.intact() ? "" : "outside of the output";

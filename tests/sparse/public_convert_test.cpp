@@ -245,8 +245,8 @@ TEST(PublicConversions, BadArgumentsAreRefusedByName) {
   };
   const auto refused = [&](tnk_sparse_status status, const std::string &routine, const std::string &message) {
     EXPECT_EQ(status, TNK_SPARSE_BAD_ARGUMENT) << message;
-    const std::string start = "tnk_sparse_d" + routine + ": argument " + message + ", expected ";
-    EXPECT_EQ(errors.bad_argument().substr(0, start.size()), start);
+    const std::string beginning = "tnk_sparse_d" + routine + ": argument " + message + ", expected ";
+    EXPECT_EQ(errors.bad_argument().substr(0, beginning.size()), beginning);
   };
   refused(convert(a, 6, 1, &result), "convert", "3 (storage) is 6");
   refused(convert(a, TNK_SPARSE_DIA, 1, &result), "convert", "1 (matrix->n) is 3");

@@ -260,8 +260,8 @@ template <class T> void parts_are(const char *kernel, tnk_int n, tnk_int rows) {
     const std::vector<T> values(m, unit);
     std::vector<T> memory((group + sides) * m);
     std::fill_n(memory.begin(), group * m, unit);
-    Named<T>{kernel}(&one, &sides, &m, &announced, &unit, values.data(), columns.data(), start.data(),
-                     end.data(), memory.data(), &m, memory.data() + group * m, &m);
+    Named<T>{kernel}(&one, &sides, &m, &announced, &unit, values, columns, start, end, memory, &m,
+                     memory.data() + group * m, &m);
     for (tnk_int i = 0; i < m; ++i) {
       const bool ahead = (i + 1) % part == 0 && (i + 1) / part < m / part;
       EXPECT_TRUE(same(memory[2 * group * m + i], ahead ? T{} : unit))
@@ -331,9 +331,9 @@ TEST(CsrRounding, RowPointersWrap) {
   const double alpha = 1, values[] = {2, 3, 4}, x[] = {1, 10};
   Vector y(2), c(2);
   Named<double>{"tnk_spblas_lp64_dcsr1ng__f__mvout_par"}(&one, &m, &m, &alpha, values, columns, start, end, x,
-                                                         y.data());
+                                                         y);
   Named<double>{"tnk_spblas_lp64_dcsr1nslnf__mmout_par"}(&one, &one, &m, &one, &alpha, values, columns, start,
-                                                         end, x, &ld, c.data(), &ld);
+                                                         end, x, &ld, c, &ld);
   EXPECT_EQ(y, (Vector{2, 43}));
   EXPECT_EQ(c, (Vector{32, 43}));
 }

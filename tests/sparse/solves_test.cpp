@@ -44,7 +44,7 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
     I status, span_first, span_last;
     Named<T>{std::string(sizeof(I) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + "find_diag_par_" +
              (name.kind == 'd' ? "ln" : std::string{name.triangle, name.diagonal})}(
-        a.rows.data(), &diagonals, &band_first, &band_last, &span_first, &span_last, &status);
+        a.rows, &diagonals, &band_first, &band_last, &span_first, &span_last, &status);
     diag = name.triangle == 'u' ? span_first : span_last;
   }
   // Where each row begins at the end of the one before, one array may hold both.
@@ -142,9 +142,9 @@ struct Rows {
     both.push_back(end.back());
     Vector x[2] = {b, b};
     for (int k = 0; k < 2; ++k)
-      Named<double>{"tnk_spblas_?csr1" + letters + "f__svout_seq"}(
-          &rows, &alpha, values.data(), columns.data(), k ? both.data() : start.data(),
-          k ? both.data() + 1 : end.data(), x[k].data());
+      Named<double>{"tnk_spblas_?csr1" + letters +
+                    "f__svout_seq"}(&rows, &alpha, values, columns, k ? both.data() : start.data(),
+                                    k ? both.data() + 1 : end.data(), x[k].data());
     EXPECT_EQ(x[0], x[1]) << letters;
     return x[0];
   }
@@ -155,8 +155,7 @@ struct Rows {
     c.insert(c.end(), y.begin(), y.end());
     c.insert(c.end(), y.size(), 77);
     Named<double>{"tnk_spblas_?csr1" + letters + "f__smout_par"}(&one_side, &one_side, &rows, &sides, &alpha,
-                                                                 values.data(), columns.data(), start.data(),
-                                                                 end.data(), c.data(), &rows);
+                                                                 values, columns, start, end, c, &rows);
     EXPECT_TRUE(c.front() == 77 && c.back() == 77);
     return Vector(c.begin() + rows, c.begin() + 2 * rows);
   }
@@ -318,11 +317,9 @@ TEST(SparseSolves, TriplesInRoundsAndWithoutMemory) {
       const tnk_int unread = -1;
       Vector y = b;
       if (operation == "svout_seq")
-        Named<double>{name}(&m, &unread, none.data(), values.data(), rows.data(), columns.data(), &nnz,
-                            none.data(), y.data());
+        Named<double>{name}(&m, &unread, none, values, rows, columns, &nnz, none, y);
       else
-        Named<double>{name}(&one_side, &one_side, &m, &unread, none.data(), values.data(), rows.data(),
-                            columns.data(), &nnz, y.data(), &m);
+        Named<double>{name}(&one_side, &one_side, &m, &unread, none, values, rows, columns, &nnz, y, &m);
       return y;
     };
     const auto counts = [&](tnk_int e) { return upper ? columns[e] > rows[e] : columns[e] < rows[e]; };

@@ -40,7 +40,7 @@ TYPED_TEST(Ger, EveryShape) {
       }
     const char *const name = !is_pair<T> ? "tnk_blas_?ger" : conjugates ? "tnk_blas_?gerc" : "tnk_blas_?geru";
     Named<T>{name}(&m, &n, static_cast<const T *>(&alpha), static_cast<const T *>(x.data()), &incx,
-                   static_cast<const T *>(y.data()), &incy, a.data(), &lda);
+                   static_cast<const T *>(y.data()), &incy, a, &lda);
     for (std::size_t i = 0; i < wanted.size(); ++i)
       if (!same(a.get(i), wanted[i])) return testing::AssertionFailure() << "element " << i;
     return a.intact() ? testing::AssertionSuccess() : testing::AssertionFailure() << "written outside";
