@@ -9,15 +9,14 @@ namespace {
 constexpr tnk_int untouched = -7;
 const char *const no_letter = nullptr;
 
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Cholesky : public testing::Test {};
 TYPED_TEST_SUITE(Cholesky, Types, );
 
 template <class T> tnk_int cholesky(Stored<T> &a) {
   tnk_int info = untouched;
   public_calls = 0;
-  Named<T>(a.part == 'U' ? "tnk_lapack_ps_?potrf_u_small"
-                         : "tnk_lapack_ps_?potrf_l_small")(no_letter, &a.n, a.data(), &a.ld, &info);
+  Named<T>(a.part == 'U' ? "tnk_lapack_ps_?potrf_u_small" : "tnk_lapack_ps_?potrf_l_small")(no_letter, &a.n,
+                                                                                            a, &a.ld, &info);
   return info;
 }
 // The order from which on a public routine is called.
@@ -92,8 +91,8 @@ TYPED_TEST_SUITE(Indefinite, Reals, );
 
 template <class T> struct Pivoted {
   Pivoted(const Dense &matrix, char part) : a(matrix, part), ipiv(static_cast<std::size_t>(a.n)) {
-    Named<T>(part == 'U' ? "tnk_lapack_ps_?sytrf_u_small" : "tnk_lapack_ps_?sytrf_l_small")(
-        no_letter, &a.n, a.data(), &a.ld, ipiv.data(), &info);
+    Named<T>(part == 'U' ? "tnk_lapack_ps_?sytrf_u_small"
+                         : "tnk_lapack_ps_?sytrf_l_small")(no_letter, &a.n, a, &a.ld, ipiv, &info);
   }
   Stored<T> a;
   std::vector<tnk_int> ipiv;

@@ -10,7 +10,6 @@ namespace tnk::test {
 namespace {
 
 using namespace reference;
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Rotations : public testing::Test {};
 TYPED_TEST_SUITE(Rotations, Types, );
 
@@ -59,7 +58,7 @@ TYPED_TEST(Rotations, Sequences) {
               u = sj * t + cj * old, t = cj * t - sj * old;
             }
           }
-          Named<T>(std::string("tnk_lapack_ps_?lasr_l") + form)(&m, &n, cs.data(), sn.data(), a.data(), &lda);
+          Named<T>(std::string("tnk_lapack_ps_?lasr_l") + form)(&m, &n, cs, sn, a, &lda);
           ASSERT_TRUE(equal(a, wanted)) << form << ' ' << m << " by " << n << " shift " << shift;
         }
 }
@@ -91,7 +90,7 @@ TYPED_TEST(Rotations, PairsAndTriples) {
             const T old = u, si = s.at(i * step[2]);
             u = c.at(i * step[2]) * old + si * v, v = c.at(i * step[2]) * v - conj(si) * old;
           }
-          Named<T>("tnk_lapack_ps_?lartv")(&n, x.data(), &step[0], y.data(), &step[1],
+          Named<T>("tnk_lapack_ps_?lartv")(&n, x, &step[0], y, &step[1],
                                            static_cast<const Real<T> *>(c.data()),
                                            static_cast<const T *>(s.data()), &step[2]);
           ASSERT_TRUE(equal(x.memory, x.wanted))
@@ -110,11 +109,10 @@ TYPED_TEST(Rotations, PairsAndTriples) {
             if (triples) z.at(i) = z.at(i) - w * t;
           }
           if (triples)
-            Named<T>("tnk_lapack_ps_?rot3")(&n, x.data(), unread, y.data(), unread, z.data(), unread,
-                                            unless_empty(tau), unless_empty(v), unless_empty(w));
+            Named<T>("tnk_lapack_ps_?rot3")(&n, x, unread, y, unread, z, unread, unless_empty(tau),
+                                            unless_empty(v), unless_empty(w));
           else
-            Named<T>("tnk_lapack_ps_?rot2")(&n, x.data(), unread, y.data(), unread, unless_empty(tau),
-                                            unless_empty(v));
+            Named<T>("tnk_lapack_ps_?rot2")(&n, x, unread, y, unread, unless_empty(tau), unless_empty(v));
           ASSERT_TRUE(equal(x.memory, x.wanted) && equal(y.memory, y.wanted) && equal(z.memory, z.wanted))
               << triples << ' ' << n << " shift " << shift << ' ' << other;
         }

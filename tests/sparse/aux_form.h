@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <tnk/spblas_aux.h>
-#include <utility>
+#include <tuple>
 
 namespace tnk::test {
 
@@ -29,10 +29,13 @@ template <class Form> struct InEachForm : testing::Test {
   static constexpr double eps = single ? 0x1p-24 : 0x1p-53;
   Random random;
 
-  // Calls a function by its name, in which ? stands for the type.
-  template <class... A> static void call(const std::string &name, A... arguments) {
-    Named<Number>{(sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name}(arguments...);
+  // Calls a function by its name, in which ? stands for the type. A matrix stands for its arrays.
+  template <class... A> static void call(const std::string &name, A &&...arguments) {
+    std::apply(Named<Number>{(sizeof(Index) == 4 ? "tnk_spblas_lp64_" : "tnk_spblas_") + name},
+               std::tuple_cat(passed(arguments, 0)...));
   }
+  template <class A> static auto passed(A &a, int) -> decltype(a.arrays()) { return a.arrays(); }
+  template <class A> static std::tuple<A &> passed(A &a, long) { return {a}; }
   // An integer, or a pair of them where numbers are pairs.
   static wide pair(long double re, long double im) { return real ? re : wide{re, im}; }
   wide small() {

@@ -84,8 +84,7 @@ TYPED_TEST(SparseAux, OfBlockRows) {
           const T alpha = narrow<T>(this->pair(2, 1));
           SCOPED_TRACE(name + (by_rows ? " by rows " : " by columns ") + std::to_string(flag));
           this->call((by_rows ? "cspblas_?bsrmm" : "?bsrmm") + name, &flag, &m, &nrhs, &size, &alpha,
-                     a.values.data(), a.columns.data(), a.rows.data(), a.row_end.data(), b.data(), &ldb,
-                     got.data(), &ldc);
+                     a.values, a.columns, a.rows, a.row_end, b, &ldb, got, &ldc);
           this->expect_product(GridMatrix(meant, n, n, a.entries), alpha, b, c, got);
         }
 }
@@ -102,8 +101,8 @@ TYPED_TEST(SparseAux, OfOneBlock) {
       for (I i = 0; i < m; ++i)
         for (I p = a.rows[i] - a.rows[0]; p < a.row_end[i] - a.rows[0]; ++p) {
           const I offset_a = p * size * size, offset_x = (a.columns[p] - !by_rows) * size;
-          this->call(by_rows ? "cspblas_?bsrbv" : "?bsrbv", &size, &offset_a, &offset_x, a.values.data(),
-                     b.data(), got.data() + i * size);
+          this->call(by_rows ? "cspblas_?bsrbv" : "?bsrbv", &size, &offset_a, &offset_x, a.values, b,
+                     got.data() + i * size);
         }
       this->expect_product(GridMatrix(matrix('g'), n, n, a.entries), narrow<T>(1), b, c, got);
     }
@@ -133,8 +132,8 @@ TYPED_TEST(SparseAux, DivideByDiagonals) {
         values[block * 4 + j * 3] = narrow<T>(TestFixture::real ? 2 : wide(block + j, block + j));
     std::vector<T> got = work;
     for (I flag : {0, 1})
-      this->call(base ? "?bsr_invdiag" : "?bsr_cspblas_invdiag", &m, &flag, &size, values.data(), columns,
-                 start, end, got.data());
+      this->call(base ? "?bsr_invdiag" : "?bsr_cspblas_invdiag", &m, &flag, &size, values, columns, start,
+                 end, got);
     for (I k = 0; k < 8; ++k) {
       const wide d = k / 2 == 2 ? 1 : widened(values[(k / 2 == 3 ? 5 : 1 + k / 2 * 2) * 4 + k % 2 * 3]);
       EXPECT_LE(std::abs(widened(got[k]) - widened(work[k]) / d), 4 * TestFixture::eps * 7) << k;
@@ -169,8 +168,8 @@ TYPED_TEST(SparseAux, SweepsAreThoseOfTheElements) {
       };
       const auto of_old = of(a), left_of_old = of(left);
       for (I i = 0; by_columns && i < n; ++i) right[i] = narrow<T>(widened(rhs[i]) - of_old[i].value);
-      this->call("?" + form + "gauss", &flag, &m, &size, stored.values.data(), stored.columns.data(),
-                 stored.rows.data(), stored.row_end.data(), right.data(), x.data());
+      this->call("?" + form + "gauss", &flag, &m, &size, stored.values, stored.columns, stored.rows,
+                 stored.row_end, right, x);
       const auto of_new = of(a), swept_of_new = of(swept);
       for (I i = 0; i < n; ++i) {
         const wide wanted = widened(rhs[i]);
@@ -207,8 +206,8 @@ TYPED_TEST(SparseAux, OfSkylines) {
       const I ldb = b.ld(), ldc = c.ld();
       const T alpha = narrow<T>(this->pair(2, 1));
       SCOPED_TRACE(name + std::to_string(flags));
-      this->call(std::string("?skymm") + name, &flag, nullptr, &m, &nrhs, &is_upper, &bare, &alpha,
-                 values.data(), pointer.data(), b.data(), &ldb, got.data(), &ldc);
+      this->call(std::string("?skymm") + name, &flag, nullptr, &m, &nrhs, &is_upper, &bare, &alpha, values,
+                 pointer, b, &ldb, got, &ldc);
       this->expect_product(GridMatrix(matrix(kind, flags), m, m, entries), alpha, b, c, got);
     }
 }
@@ -224,7 +223,7 @@ TYPED_TEST(SparseAux, OfSymmetricRows) {
     a.compress(0, true, 0, 6);
     std::vector<double> x, y(m, 1);
     for (I i = 0; i < m; ++i) x.push_back(small());
-    this->call("dcsrsymmvs", &flag, &m, a.values.data(), a.columns.data(), a.rows.data(), x.data(), y.data());
+    this->call("dcsrsymmvs", &flag, &m, a.values, a.columns, a.rows, x, y);
     const auto sums = GridMatrix(a.name, m, m, a.entries).times({x.begin(), x.end()});
     for (I i = 0; i < m; ++i) ASSERT_EQ(wide(y[i]), 1.0L + sums[i].value) << flag << ' ' << i;
   }
@@ -245,7 +244,7 @@ TYPED_TEST(SparseAux, ScalarsAndClearing) {
   }
   std::vector<T> v(5, narrow<T>(this->pair(-1, 1))), expected(5, T{});
   expected[4] = v[4];
-  for (I count : {I(-1), I(0), I(4)}) this->call("?zeros", v.data(), &count);
+  for (I count : {I(-1), I(0), I(4)}) this->call("?zeros", v, &count);
   EXPECT_EQ(std::memcmp(v.data(), expected.data(), sizeof(T) * v.size()), 0);
 }
 
@@ -256,7 +255,7 @@ TYPED_TEST(SparseAux, SortsRowsKeepingEqualColumns) {
   std::vector<T> values;
   for (int k = 0; k < 15; ++k) values.push_back(narrow<T>(k));
   const I first = 2, last = 4;
-  this->call("?sortrow", &first, &last, pointer.data(), columns.data(), values.data());
+  this->call("?sortrow", &first, &last, pointer, columns, values);
   std::vector<I> order(15);
   std::iota(order.begin(), order.end(), 0);
   std::stable_sort(order.begin() + 2, order.begin() + 11,
@@ -313,8 +312,8 @@ TYPED_TEST(SparseAux, FindsTheDiagonalsOfATriangle) {
   for (const auto &row : rows) {
     const I count = static_cast<I>(row.distance.size()) - 1;
     std::vector<I> r(5, 77);
-    this->call(std::string("find_diag_par_") + row.form, row.distance.data(), &count, &r[0], &r[1], &r[2],
-               &r[3], &r[4]);
+    this->call(std::string("find_diag_par_") + row.form, row.distance, &count, &r[0], &r[1], &r[2], &r[3],
+               &r[4]);
     EXPECT_EQ(r, row.results) << row.form << ' ' << row.distance[1];
   }
 }

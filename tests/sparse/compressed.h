@@ -21,6 +21,7 @@ template <class T, class I> struct Csr {
   }
   void append(I column, T value) { columns.push_back(column + base), values.push_back(value); }
   void end_row() { pointer.push_back(base + static_cast<I>(columns.size())); }
+  auto arrays() const { return std::tuple(values.data(), columns.data(), pointer.data()); }
   I entries() const { return static_cast<I>(columns.size()); }
   // visit(row, column, place) for each entry in turn.
   template <class Visit> void each(Visit visit) const {

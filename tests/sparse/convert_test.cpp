@@ -16,8 +16,7 @@ TYPED_TEST(SparseConvert, TriplesKeepTheOrderOfRowsThereAndBack) {
     std::vector<T> values(a.values.size() + 1, narrow<T>(-7));
     std::vector<I> rows(values.size(), I{-7}), columns = rows;
     const auto run = [&](auto &csr) {
-      this->call("tnk_?csrcoo", job, &csr.m, csr.values.data(), csr.columns.data(), csr.pointer.data(), &nnz,
-                 values.data(), rows.data(), columns.data(), &info);
+      this->call("tnk_?csrcoo", job, &csr.m, csr, &nnz, values, rows, columns, &info);
     };
     run(a);
     ASSERT_EQ(nnz, a.entries());
@@ -62,12 +61,10 @@ TYPED_TEST(SparseConvert, ColumnsAreTheTransposeAndLeadBack) {
   this->each_matrix(true, [&](auto a, I base) {
     auto turned = decltype(a)(a.m, a.m, base, a.entries()), back = decltype(a)(a.m, a.m, a.base, a.entries());
     I job[] = {0, a.base, base, -9, -9, -9}, info = -1;
-    this->call("tnk_?csrcsc", job, &a.m, a.values.data(), a.columns.data(), a.pointer.data(),
-               turned.values.data(), turned.columns.data(), turned.pointer.data(), &info);
+    this->call("tnk_?csrcsc", job, &a.m, a, turned, &info);
     ASSERT_TRUE(turned.dense() == a.dense().form('T'));
     job[0] = 1;
-    this->call("tnk_?csrcsc", job, &a.m, back.values.data(), back.columns.data(), back.pointer.data(),
-               turned.values.data(), turned.columns.data(), turned.pointer.data(), &info);
+    this->call("tnk_?csrcsc", job, &a.m, back, turned, &info);
     EXPECT_TRUE(info == 0 && back == a);
   });
 }
@@ -82,8 +79,7 @@ TYPED_TEST(SparseConvert, BlocksHoldTheMatrixAndGiveItsElementsBack) {
       I job[] = {0, a.base, base, -9, -9, 0}, info = -1;
       auto back = decltype(a)(a.m, a.m, a.base, block_rows * block_rows * size * size);
       const auto run = [&](auto &csr) {
-        this->call("tnk_?csrbsr", job, &a.m, &size, &stride, csr.values.data(), csr.columns.data(),
-                   csr.pointer.data(), values.data(), columns.data(), pointer.data(), &info);
+        this->call("tnk_?csrbsr", job, &a.m, &size, &stride, csr, values, columns, pointer, &info);
       };
       run(a);
       EXPECT_TRUE(std::all_of(values.begin(), values.end(), [](T v) { return widened(v) == wide{-7}; }))
@@ -126,8 +122,7 @@ TYPED_TEST(SparseConvert, BlocksHoldTheMatrixAndGiveItsElementsBack) {
   const struct { I size, stride, info; } cases[] = {{2, 3, 2}, {-1, 0, 1}, {-2, 9, 1}, {-3, 8, 1}};
   for (const auto &c : cases) {
     I job[] = {0, 0, 0, 0, 0, 1}, info = -1;
-    this->call("tnk_?csrbsr", job, &a.m, &c.size, &c.stride, a.values.data(), a.columns.data(),
-               a.pointer.data(), values, block_columns, pointer, &info);
+    this->call("tnk_?csrbsr", job, &a.m, &c.size, &c.stride, a, values, block_columns, pointer, &info);
     EXPECT_EQ(info, c.info) << c.size << " " << c.stride;
     tnk_serv_deallocate(allocations.last); // the table, which stays with these
   }
@@ -148,9 +143,7 @@ TYPED_TEST(SparseConvert, DiagonalsAndTheirRestHoldTheMatrix) {
         auto rest = decltype(a)(n, n, a.base, a.entries());
         if (!(digits % 10)) rest.pointer.assign(rest.pointer.size(), a.base);
         const auto run = [&](auto &csr) {
-          this->call("tnk_?csrdia", job, &n, csr.values.data(), csr.columns.data(), csr.pointer.data(),
-                     values.data(), &stride, distance.data(), &count, rest.values.data(), rest.columns.data(),
-                     rest.pointer.data(), &info);
+          this->call("tnk_?csrdia", job, &n, csr, values, &stride, distance, &count, rest, &info);
         };
         run(a);
         ASSERT_EQ(info, 0);
@@ -196,8 +189,7 @@ TYPED_TEST(SparseConvert, FromDiagonalsInTheirOrderWithOrWithoutZeros) {
     for (const wide v : numbers) values.push_back(narrow<T>(v));
     I n = 4, stride = 5, count = 2, distance[] = {1, -1}, job[] = {1, 1, -9, -9, -9, keep}, info = -1;
     Csr<T, I> a(4, 4, 1, 6 - (keep ? 0 : 1 + this->real));
-    this->call("tnk_?csrdia", job, &n, a.values.data(), a.columns.data(), a.pointer.data(), values.data(),
-               &stride, distance, &count, values.data(), distance, &n, &info);
+    this->call("tnk_?csrdia", job, &n, a, values, &stride, distance, &count, values, distance, &n, &info);
     Csr<T, I> expected(4, 4, 1);
     const auto take = [&](I column, std::size_t at) {
       if (keep || numbers[at] != wide{}) expected.append(column, values[at]);
@@ -229,10 +221,7 @@ TYPED_TEST(SparseConvert, SkylinesHoldTheTriangleAndLeadBack) {
       std::vector<I> pointer(a.at(a.m) + 1);
       I job[] = {0, a.base, base, upper, needed - 1, 0}, info = -1;
       auto back = decltype(a)(a.m, a.m, a.base, entries);
-      const auto run = [&](auto &csr) {
-        this->call("tnk_?csrsky", job, &a.m, csr.values.data(), csr.columns.data(), csr.pointer.data(),
-                   values.data(), pointer.data(), &info);
-      };
+      const auto run = [&](auto &csr) { this->call("tnk_?csrsky", job, &a.m, csr, values, pointer, &info); };
       run(a);
       ASSERT_TRUE(info == 1 && widened(values[0]) == wide{-7}) << "no room";
       job[5] = 1;
@@ -272,10 +261,7 @@ TYPED_TEST(SparseConvert, DenseMatricesInParts) {
         const I lda = m + 2;
         std::vector<T> dense(a.at(lda * n + 1), narrow<T>(-7));
         I job[] = {1, a.base, -9, part, -9, -9}, info = -1;
-        const auto run = [&](auto &csr) {
-          this->call("tnk_?dnscsr", job, &m, &n, dense.data(), &lda, csr.values.data(), csr.columns.data(),
-                     csr.pointer.data(), &info);
-        };
+        const auto run = [&](auto &csr) { this->call("tnk_?dnscsr", job, &m, &n, dense, &lda, csr, &info); };
         run(a);
         ASSERT_EQ(info, 0);
         const Dense all = a.dense();

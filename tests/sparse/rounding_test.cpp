@@ -183,12 +183,11 @@ TYPED_TEST(CsrForms, RowsAreSummedInRounds) {
         end.back() = static_cast<I>(n);
         const Guarded<T> values(a, shift);
         const std::string grid = lower ? "?csr1ntlnf__" : "?csr1ntunf__";
-        this->call(grid + "mvout_par", &row, &row, &row, &alpha, values.data(), columns.data(), start.data(),
-                   end.data(), x.data(), y.data());
+        this->call(grid + "mvout_par", &row, &row, &row, &alpha, values, columns, start, end, x, y);
         for (const auto &[kernel, out] :
              {std::pair{grid + "mmout_par", &c}, {"?csr1ng__f__mmout_par", &general}})
-          this->call(kernel, &one, &one, &row, &one, &alpha, values.data(), columns.data(), start.data(),
-                     end.data(), x.data(), &row, out->data(), &row);
+          this->call(kernel, &one, &one, &row, &one, &alpha, values, columns, start, end, x, &row,
+                     out->data(), &row);
         const std::size_t peel = shift % sizeof(T) == 0 ? (32 - shift) % 32 / sizeof(T) : is_pair<T> ? 0 : 99;
         const T sum = sum_in_rounds(plain, peel, round);
         SCOPED_TRACE(testing::Message() << n << " at " << shift << (lower ? ", lower" : ", upper"));
@@ -215,8 +214,7 @@ TYPED_TEST(CsrForms, JumpsDoNotShow) {
     if (kernel[5] == 's' && !is_pair<T>) continue;
     std::vector<T> at_once(std::size_t(m), T{}), alone = at_once;
     const auto multiply = [&](const I &first, const I &last, std::vector<T> &y) {
-      this->call(kernel, &first, &last, &m, &alpha, a.data(), columns.data(), pointer.data(),
-                 pointer.data() + 1, x.data(), y.data());
+      this->call(kernel, &first, &last, &m, &alpha, a, columns, pointer, pointer.data() + 1, x, y);
     };
     multiply(1, m, at_once);
     for (I i = 1; i <= m; ++i) multiply(i, i, alone);
@@ -234,8 +232,8 @@ TYPED_TEST(CsrForms, RowLayoutSumsInFours) {
       const I columns[] = {10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}, one = 1, start = 0;
       const T alpha = this->numbers(1)[0];
       std::vector<T> c(sides);
-      this->call("?csr0ng__c__mmout_par", &one, &sides, &one, &sides, &alpha, a.data(), columns, &start,
-                 &count, b.data(), &sides, c.data(), &sides);
+      this->call("?csr0ng__c__mmout_par", &one, &sides, &one, &sides, &alpha, a, columns, &start, &count, b,
+                 &sides, c, &sides);
       for (I side = 0; side < sides; ++side) {
         T s[4] = {}, sum{};
         for (I p = 0; p < count; ++p) {
@@ -262,8 +260,8 @@ template <class T> void parts_are(const char *kernel, tnk_int n, tnk_int rows) {
     const std::vector<T> values(m, unit);
     std::vector<T> memory((group + sides) * m);
     std::fill_n(memory.begin(), group * m, unit);
-    Named<T>{kernel}(&one, &sides, &m, &announced, &unit, values.data(), columns.data(), start.data(),
-                     end.data(), memory.data(), &m, memory.data() + group * m, &m);
+    Named<T>{kernel}(&one, &sides, &m, &announced, &unit, values, columns, start, end, memory, &m,
+                     memory.data() + group * m, &m);
     for (tnk_int i = 0; i < m; ++i) {
       const bool ahead = (i + 1) % part == 0 && (i + 1) / part < m / part;
       EXPECT_TRUE(same(memory[2 * group * m + i], ahead ? T{} : unit))
@@ -333,9 +331,9 @@ TEST(CsrRounding, RowPointersWrap) {
   const double alpha = 1, values[] = {2, 3, 4}, x[] = {1, 10};
   Vector y(2), c(2);
   Named<double>{"tnk_spblas_lp64_dcsr1ng__f__mvout_par"}(&one, &m, &m, &alpha, values, columns, start, end, x,
-                                                         y.data());
+                                                         y);
   Named<double>{"tnk_spblas_lp64_dcsr1nslnf__mmout_par"}(&one, &one, &m, &one, &alpha, values, columns, start,
-                                                         end, x, &ld, c.data(), &ld);
+                                                         end, x, &ld, c, &ld);
   EXPECT_EQ(y, (Vector{2, 43}));
   EXPECT_EQ(c, (Vector{32, 43}));
 }

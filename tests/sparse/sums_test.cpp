@@ -55,10 +55,8 @@ TYPED_TEST(SparseSums, SumsOfSortedAndUnsortedRows) {
           std::vector<I> work(a.at(m + 1 + 2 * b.entries()));
           const auto c = result<T, I>(m, n, [&](I request, auto &to, I room, I &info) {
             auto a2 = a, b2 = b;
-            this->call(turned ? "?mcsradd_tr" : "?mcsradd_notr", &request, &sort, &m, &n, a2.values.data(),
-                       a2.columns.data(), a2.pointer.data(), &beta, b2.values.data(), b2.columns.data(),
-                       b2.pointer.data(), to.values.data(), to.columns.data(), to.pointer.data(), &room,
-                       work.data(), &info);
+            this->call(turned ? "?mcsradd_tr" : "?mcsradd_notr", &request, &sort, &m, &n, a2, &beta, b2, to,
+                       &room, work, &info);
           });
           EXPECT_TRUE(c.dense() == a.dense() + widened(beta) * b.dense().form(turned ? 'T' : 'N'));
           for (I i = 0; i < m; ++i) // ascending, each column once
@@ -66,8 +64,7 @@ TYPED_TEST(SparseSums, SumsOfSortedAndUnsortedRows) {
               ASSERT_LT(c.columns[a.at(k) - 1], c.columns[a.at(k)]);
           if (turned || sort) continue;
           std::vector<I> counts(a.at(m) + 1, I{-7});
-          this->call("?mcsradd_gloc", &m, a.columns.data(), a.pointer.data(), b.columns.data(),
-                     b.pointer.data(), counts.data());
+          this->call("?mcsradd_gloc", &m, a.columns, a.pointer, b.columns, b.pointer, counts);
           for (I i = 0; i < m; ++i) EXPECT_EQ(counts[a.at(i)], c.pointer[a.at(i) + 1] - c.pointer[a.at(i)]);
           EXPECT_EQ(counts.back(), -7);
         }
@@ -83,24 +80,18 @@ TYPED_TEST(SparseSums, ProductsOfTwoSparseMatrices) {
         std::vector<I> work(a.at(columns + n + 1 + 2 * a.entries()));
         const Dense of_turned = a.dense().form('T') * b_tall.dense();
         const auto plain = result<T, I>(m, columns, [&](I request, auto &to, I room, I &info) {
-          this->call("?mcsr_notr", &request, &m, &n, &columns, a.values.data(), a.columns.data(),
-                     a.pointer.data(), b.values.data(), b.columns.data(), b.pointer.data(), to.values.data(),
-                     to.columns.data(), to.pointer.data(), &room, work.data(), &info);
+          this->call("?mcsr_notr", &request, &m, &n, &columns, a, b, to, &room, work, &info);
         });
         EXPECT_TRUE(plain.dense() == a.dense() * b.dense());
         const auto turned = result<T, I>(n, columns, [&](I request, auto &to, I room, I &info) {
-          this->call("?multcsr_trom", &request, &m, &n, &columns, a.values.data(), a.columns.data(),
-                     a.pointer.data(), b_tall.values.data(), b_tall.columns.data(), b_tall.pointer.data(),
-                     to.values.data(), to.columns.data(), to.pointer.data(), &room, work.data(), &info);
+          this->call("?multcsr_trom", &request, &m, &n, &columns, a, b_tall, to, &room, work, &info);
         });
         EXPECT_TRUE(turned.dense() == of_turned);
         const auto trusting = result<T, I>(
             n, columns,
             [&](I, auto &to, I, I &info) {
               info = 0;
-              this->call("?multcsr_tr", &m, &n, &columns, a.values.data(), a.columns.data(), a.pointer.data(),
-                         b_tall.values.data(), b_tall.columns.data(), b_tall.pointer.data(), to.values.data(),
-                         to.columns.data(), to.pointer.data(), work.data());
+              this->call("?multcsr_tr", &m, &n, &columns, a, b_tall, to, work);
             },
             false);
         EXPECT_TRUE(trusting == turned);
@@ -108,11 +99,10 @@ TYPED_TEST(SparseSums, ProductsOfTwoSparseMatrices) {
         const I limit = n / 2, ldc = limit + 1;
         std::vector<T> block(a.at(ldc * columns));
         std::vector<I> marks(block.size());
-        this->call("?mcsr_trans", &m, &limit, a.values.data(), a.columns.data(), a.pointer.data(),
-                   b_tall.values.data(), b_tall.columns.data(), b_tall.pointer.data(), block.data(), &ldc);
+        this->call("?mcsr_trans", &m, &limit, a, b_tall, block, &ldc);
         I count = -1;
-        this->call("?mcsr_trnnz", &m, &limit, a.columns.data(), a.pointer.data(), b_tall.columns.data(),
-                   b_tall.pointer.data(), marks.data(), &ldc, &count);
+        this->call("?mcsr_trnnz", &m, &limit, a.columns, a.pointer, b_tall.columns, b_tall.pointer, marks,
+                   &ldc, &count);
         EXPECT_EQ(count, std::accumulate(marks.begin(), marks.end(), I{0}));
         for (I j = 0; j < columns; ++j)
           for (I i = 0; i < ldc; ++i) {
@@ -140,11 +130,9 @@ TYPED_TEST(SparseSums, RowListsOfEachTriangleInBothBases) {
             const std::string name =
                 std::string("scoofill_") + (base == 0 ? "0" : "") + "coo2csr_data_" + triangle;
             if (triangle[1] == 'n')
-              this->call(name, &m, rows.data(), columns.data(), &nnz, diag.data(), counts.data(), &kept,
-                         list.data(), &status);
+              this->call(name, &m, rows, columns, &nnz, diag, counts, &kept, list, &status);
             else
-              this->call(name, &m, rows.data(), columns.data(), &nnz, counts.data(), &kept, list.data(),
-                         &status);
+              this->call(name, &m, rows, columns, &nnz, counts, &kept, list, &status);
           };
           std::vector<I> expected, expected_counts(at(m)), expected_diag(at(m), I{-7});
           for (I i = 0; i < m; ++i)
@@ -186,9 +174,9 @@ TYPED_TEST(SparseSums, SkylineSolvesUndoTheProducts) {
       const T alpha = narrow<T>(1);
       const std::vector<T> x = this->smalls(m);
       std::vector<T> y(x.size());
-      this->call("?skymmkk", &flag, &flag, &m, &one_side, &flag2, &unit, &alpha, values.data(),
-                 pointer.data(), x.data(), &m, y.data(), &m);
-      this->call("?skysvk", &flag, &m, &flag2, &unit, values.data(), pointer.data(), y.data());
+      this->call("?skymmkk", &flag, &flag, &m, &one_side, &flag2, &unit, &alpha, values, pointer, x, &m, y,
+                 &m);
+      this->call("?skysvk", &flag, &m, &flag2, &unit, values, pointer, y);
       for (std::size_t i = 0; i < x.size(); ++i) ASSERT_EQ(widened(y[i]), widened(x[i])) << flags << " " << i;
     }
 }

@@ -10,8 +10,11 @@
 
 namespace tnk::test {
 
+using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
+
 // In a name ? stands for the letter of T: s, d, c or z; # for s, d, cs or zd, of a complex T and real scalars; % for s,
-// d, sc or dz, of results that are real. Arguments must have the very types of the entry's.
+// d, sc or dz, of results that are real. Arguments must have the very types of the entry's;
+// what has elements stands for their address.
 template <class T, class Result = void> class Named {
 public:
   explicit Named(std::string name) {
@@ -25,11 +28,14 @@ public:
     address_ = dlsym(RTLD_DEFAULT, name.c_str());
     EXPECT_NE(address_, nullptr) << name;
   }
-  template <class... A> Result operator()(A... arguments) const {
-    return reinterpret_cast<Result (*)(A...)>(address_)(arguments...);
-  }
+  template <class... A> Result operator()(A &&...arguments) const { return call(passed(arguments, 0)...); }
 
 private:
+  template <class A> static auto passed(A &a, int) -> decltype(a.data()) { return a.data(); }
+  template <class A> static std::decay_t<A> passed(A &a, long) { return a; }
+  template <class... A> Result call(A... arguments) const {
+    return reinterpret_cast<Result (*)(A...)>(address_)(arguments...);
+  }
   void *address_;
 };
 

@@ -60,4 +60,26 @@ private:
   Guarded<T> memory_;
 };
 
+// What is wrong with elements that should be what there was and, added, a factor times the sums; nothing, or a row. For each
+// term a rounding, and eight for the products and for what is done to a sum; `times` as many.
+template <class T>
+std::string wrong_row(const std::vector<reference::GridSum> &sums, const std::vector<reference::wide> &found,
+                      reference::wide factor, const std::vector<reference::wide> &old, int times = 1) {
+  using reference::size_of;
+  const long double rounding =
+      times * (sizeof(T) == (std::is_floating_point_v<T> ? 4 : 8) ? 0x1p-24L : 0x1p-53L);
+  for (std::size_t i = 0; i < sums.size(); ++i) {
+    const auto error = size_of(found[i] - (old[i] + reference::product(factor, sums[i].value)));
+    const auto bound = (sums[i].terms + 8) * rounding * (size_of(old[i]) + size_of(factor) * sums[i].size);
+    if (!(error <= bound))
+      return "row " + std::to_string(i) + ": error " + std::to_string(error) + ", bound " +
+             std::to_string(bound);
+  }
+  return "";
+}
+inline std::vector<reference::wide> scaled(reference::wide factor, std::vector<reference::wide> x) {
+  for (reference::wide &e : x) e = reference::product(factor, e);
+  return x;
+}
+
 } // namespace tnk::test

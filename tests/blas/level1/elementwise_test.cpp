@@ -267,7 +267,7 @@ TYPED_TEST(SparseVectors, DotsAreWithinTheirBound) {
     const auto dot = [&](tnk_int nz, const T *x, const tnk_int *indx, const T *y) {
       if constexpr (reference::is_pair<T>) {
         Guarded<T> result(1, 4);
-        Named<T>{name}(result.data(), &nz, x, indx, y);
+        Named<T>{name}(result, &nz, x, indx, y);
         EXPECT_TRUE(result.intact());
         return result.get(0);
       } else {

@@ -119,10 +119,9 @@ template <class T, class E = T> struct Problem {
     const auto *const from = a.data() + first * (plain ? 1 : a.lda);
     const tnk_int *const step = size == y.n() ? &y.inc() : &one;
     if (a.is_band())
-      Named<T>{name}(&trans, &m, &n, &a.kl, &a.ku, &alpha, from, &a.lda, x.data(), &x.inc(), &beta, part,
-                     step);
+      Named<T>{name}(&trans, &m, &n, &a.kl, &a.ku, &alpha, from, &a.lda, x, &x.inc(), &beta, part, step);
     else
-      Named<T>{name}(&trans, &m, &n, &alpha, from, &a.lda, x.data(), &x.inc(), &beta, part, step);
+      Named<T>{name}(&trans, &m, &n, &alpha, from, &a.lda, x, &x.inc(), &beta, part, step);
   }
   testing::AssertionResult holds(const std::string &name) {
     const std::vector<Sum> wanted = product(trans, alpha, a, x, beta, y);

@@ -6,7 +6,6 @@ namespace tnk::test {
 namespace {
 
 using reference::number;
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Gbmv : public testing::Test {};
 TYPED_TEST_SUITE(Gbmv, Types, );
 

@@ -6,7 +6,6 @@
 namespace tnk::test {
 namespace {
 
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 template <class T> class Gemv : public testing::Test {};
 TYPED_TEST_SUITE(Gemv, Types, );
 

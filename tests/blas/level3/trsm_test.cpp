@@ -112,8 +112,8 @@ TYPED_TEST(Trsm, SlicesAndPlainPathHaveTheSameBits) {
       if constexpr (std::is_same_v<T, double>) {
         plain.call(tnk_blas_dtrsm_pst);
       } else {
-        Named<T>("tnk_blas_?gemm_mscale")(&plain.m, &plain.n, static_cast<const T *>(&plain.alpha),
-                                          plain.b.data(), static_cast<const tnk_int *>(&plain.ldb));
+        Named<T>("tnk_blas_?gemm_mscale")(&plain.m, &plain.n, static_cast<const T *>(&plain.alpha), plain.b,
+                                          static_cast<const tnk_int *>(&plain.ldb));
         by_solver(Named<T>("tnk_blas_?trsm_" + form.suffix()))(plain);
       }
       ASSERT_TRUE(same_bits(plain.b.data(), whole.b.data(), whole.b.size())) << whole.name();
