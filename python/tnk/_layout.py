@@ -56,10 +56,10 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
     # One loop is the descriptor's: the closest one that gives a call enough to do, since it shares lines of the cache. The
     # others are walked here; where these are many, and each call has little to do, a copy in which all are one loop is cheaper.
     enough = max(_ENOUGH // prod(lengths), 4 * threads)
-    inner = max(loops, key=lambda loop: (min(loop[0], enough), -loop[2])) if loops else (1, 0, 0)
+    inner = max(loops, key=lambda loop: (min(loop[0], enough), -min(loop[1:]), -loop[2])) if loops else (1, 0, 0)
     outer = [loop for loop in loops[::-1] if loop is not inner]
     calls = prod(length for length, _, _ in outer)
-    if calls > 16 and calls * 4096 > prod(shape) or 1 < inner[1] == _closest(shape, read):
+    if calls > 16 and calls * 512 > prod(shape) or 1 < inner[1] == _closest(shape, read):
         return None
     count, input_distance, output_distance = inner
     single = sizes[1] == (4 if real and backward else 8)
