@@ -2,7 +2,6 @@
 #include "tests/dropin/faces.h"
 #include "tests/support/named.h"
 
-#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstring>

@@ -1,6 +1,8 @@
 // The stages of power-of-two transforms, put together by hand from what their header says.
 #include "tests/signal/stages.h"
 
+#include <tnk/signal_fft_stages.h>
+
 namespace tnk::test {
 namespace {
 

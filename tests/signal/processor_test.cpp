@@ -4,12 +4,9 @@
 #include <cfenv>
 #include <cmath>
 #include <cpuid.h>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
-#include <string>
-#include <tnk/services.h>
 #include <tnk/signal_vector.h>
 #include <utility>
 #include <xmmintrin.h>

@@ -6,7 +6,6 @@
 #include <dlfcn.h>
 #include <stdexcept>
 #include <string>
-#include <tnk/signal_fft_stages.h>
 
 namespace tnk::test {
 

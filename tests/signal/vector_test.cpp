@@ -140,23 +140,27 @@ TEST(SignalVector, ProductsOfSpectra) {
   });
 }
 
-// Small integers: every sum is exact in any order.
+// out[i] is the sum over k of a[k] b[i + lag + step k], of integers so small that every sum is exact in any order.
+template <class R, class Ours>
+void expect_sums(int32_t m, int32_t n, int32_t count, int32_t lag, int32_t step, Ours ours) {
+  Random random(static_cast<unsigned>(m + 100 * n));
+  std::vector<R> a(static_cast<std::size_t>(m)), b(static_cast<std::size_t>(n));
+  for (std::vector<R> *v : {&a, &b})
+    for (R &element : *v) element = static_cast<R>(random.integer(-9, 9));
+  const Guarded<R> x(a), y(b);
+  Guarded<R> out(static_cast<std::size_t>(count), tnk::test::page_end);
+  ASSERT_EQ(ours(x.data(), m, y.data(), n, out.data()), 0);
+  for (int32_t i = 0; i < count; ++i) {
+    R sum = 0;
+    for (int32_t k = 0; k < m; ++k)
+      if (const int32_t at = i + lag + step * k; at >= 0 && at < n)
+        sum += a[static_cast<std::size_t>(k)] * b[static_cast<std::size_t>(at)];
+    ASSERT_EQ(out.get(static_cast<std::size_t>(i)), sum) << m << " " << n << " " << lag << " " << i;
+  }
+}
 template <class R, class Ours> void convolution(Ours ours) {
-  Random random;
   for (const int32_t m : {1, 2, 7, 40, 70})
-    for (int32_t n = 1; n <= 90; n += n < 10 ? 1 : 13) {
-      std::vector<R> a(static_cast<std::size_t>(m)), b(static_cast<std::size_t>(n)),
-          expected(a.size() + b.size() - 1);
-      for (R &v : a) v = static_cast<R>(random.integer(-9, 9));
-      for (R &v : b) v = static_cast<R>(random.integer(-9, 9));
-      for (std::size_t i = 0; i < a.size(); ++i)
-        for (std::size_t j = 0; j < b.size(); ++j) expected[i + j] += a[i] * b[j];
-      const Guarded<R> x(a), y(b);
-      Guarded<R> out(expected.size(), tnk::test::page_end);
-      ASSERT_EQ(ours(x.data(), m, y.data(), n, out.data()), 0);
-      for (std::size_t i = 0; i < expected.size(); ++i)
-        ASSERT_EQ(out.get(i), expected[i]) << m << " " << n << " " << i;
-    }
+    for (int32_t n = 1; n <= 90; n += n < 10 ? 1 : 13) expect_sums<R>(m, n, m + n - 1, 0, -1, ours);
 }
 
 TEST(SignalVector, Convolution) {
@@ -174,24 +178,11 @@ TEST(SignalVector, Convolution) {
 }
 
 TEST(SignalVector, CorrelationAtAnyLag) {
-  Random random;
   for (const int32_t m : {1, 5, 40})
     for (const int32_t n : {1, 33, 80})
-      for (const int32_t low_lag : {-100, -40, -3, 0, 2, 79, 90}) {
-        std::vector<float> a(static_cast<std::size_t>(m)), b(static_cast<std::size_t>(n));
-        for (float &v : a) v = static_cast<float>(random.integer(-9, 9));
-        for (float &v : b) v = static_cast<float>(random.integer(-9, 9));
-        const Guarded<float> x(a), y(b);
-        Guarded<float> out(101, tnk::test::page_end);
-        ASSERT_EQ(e9_vpksCrossCorr_32f(x.data(), m, y.data(), n, out.data(), 101, low_lag), 0);
-        for (int32_t i = 0; i < 101; ++i) {
-          float sum = 0;
-          for (int32_t k = 0; k < m; ++k)
-            if (k + i + low_lag >= 0 && k + i + low_lag < n)
-              sum += a[static_cast<std::size_t>(k)] * b[static_cast<std::size_t>(k + i + low_lag)];
-          ASSERT_EQ(out.get(static_cast<std::size_t>(i)), sum) << m << " " << n << " " << low_lag << " " << i;
-        }
-      }
+      for (const int32_t lag : {-100, -40, -3, 0, 2, 79, 90})
+        expect_sums<float>(m, n, 101, lag, 1,
+                           [=](auto... p) { return e9_vpksCrossCorr_32f(p..., 101, lag); });
 }
 
 TEST(SignalVector, Conversions) {

@@ -8,7 +8,6 @@
 #include <sstream>
 #include <string>
 #include <tnk/blas.h>
-#include <tuple>
 #include <vector>
 
 #include "tests/support/error_recorder.h"

@@ -1,6 +1,5 @@
 // The public routines of symmetric and Hermitian matrices with matrix operands, all from one table of names.
 #include <gtest/gtest.h>
-#include <numeric>
 #include <tnk/host.h>
 
 #include "tests/host/routines/services.h"
