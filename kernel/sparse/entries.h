@@ -41,4 +41,14 @@ TNK_INLINE void fetch_ahead(const T *values, const I *columns) {
   fetch_ahead<Count, Distance>(columns);
 }
 
+// How many entries before its own an element of a vector is asked for whose columns jump about.
+constexpr int elements_ahead = 192;
+
+// Asks for the elements of x that Count entries from there on will meet, into the second cache, which has more buffers for
+// what is on its way than the first one. So many entries have to be there.
+template <int Count, class T, class I> TNK_INLINE void fetch_elements(const I *columns, const T *x) {
+#pragma GCC unroll 16
+  for (int p = 0; p < Count; ++p) __builtin_prefetch(x + get(columns + elements_ahead + p), 0, 1);
+}
+
 } // namespace tnk::sparse

@@ -10,16 +10,15 @@ static void csr_gemv(I first, I last, const CompressedRows<double, I> &matrix, c
   if (last < first) return;
   const I base = get(matrix.row_start);
   const double *const columns = counted_from<const double, I>(x, 1);
-  const auto sums = [&](auto sum) {
-    for (I i = first - 1; i < last; ++i) {
-      const auto row = row_at(matrix, base, i, i);
-      put(y + i, sum(row.values, row.columns, row.count, columns));
-    }
-  };
-  if (columns_jump(matrix, base, first - 1, last))
-    sums([](auto... row) { return row_sum_of_jumps<double>(row...); });
-  else
-    sums([](auto... row) { return row_sum<double>(row...); });
+  I i = first - 1;
+  const auto next = [&] { return row_at(matrix, base, i, i); };
+  if (const I *const end = end_of_jumps(matrix, base, i, last))
+    for (auto row = next(); has_entries_ahead(row, end); ++i, row = next())
+      put(y + i, row_sum_of_jumps<double>(row.values, row.columns, row.count, columns));
+  for (; i < last; ++i) {
+    const auto row = next();
+    put(y + i, row_sum<double>(row.values, row.columns, row.count, columns));
+  }
 }
 
 #define TNK_CSR_GEMV_ENTRY(p, I)                                                                             \

@@ -26,10 +26,15 @@ template <int R, class T, class I> inline Columns<T, R> columns_of(const MmJob<T
   return at;
 }
 
+// Asks for the elements of all columns that an entry further on will meet.
+template <class T, class I, int R> TNK_INLINE void fetch_elements(const I *columns, T *const (&of)[R]) {
+  for (int r = 0; r < R; ++r) fetch_elements<1>(columns, of[r]);
+}
+
 // The sums of a * b over the row, as row_sum adds them. With Folded they are of (alpha * a) * b and the rounds are
 // twice as long: a row must have so many entries for its sum to be taken in rounds, and so many are left to be added
 // one by one.
-template <bool Conj, bool Folded, class T, class I, int R>
+template <bool Conj, bool Folded, bool Jumps = false, class T, class I, int R>
 inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, const Columns<T, R> &at) {
   using V = vec_of<T>;
   constexpr int round = (is_complex<T> ? 8 : 16) * (Folded ? 2 : 1), at_once = 2 * per_vector<T>;
@@ -44,6 +49,7 @@ inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, co
   I p = 0;
   const auto one_by_one = [&](I end) {
     for (; p < end; ++p) {
+      if constexpr (Jumps) fetch_elements(row.columns + p, at.b);
       const auto a = value(fetch(row.values + p), alpha);
       const I column = get(row.columns + p);
       for (int r = 0; r < R; ++r) sums.of[r] += times<T, conj>(a, fetch(at.b[r] + column));
@@ -58,6 +64,8 @@ inline Sums<T, R> row_sums(Row<T, I> row, [[maybe_unused]] in_lanes<T> alpha, co
       V acc[R][2] = {};
       for (const I end = p + (row.count - p) / round * round; p < end; p += at_once) {
         fetch_ahead<at_once>(row.values + p, row.columns + p);
+        if constexpr (Jumps)
+          for (int k = 0; k < at_once; ++k) fetch_elements(row.columns + p + k, at.b);
         for (int k = 0; k < 2; ++k) {
           const V a = value(loadu<V>(row.values + p + k * per_vector<T>), alphas);
           for (int r = 0; r < R; ++r)
@@ -84,13 +92,19 @@ template <Sign S, bool Conj, class T, class I, int R>
 inline void scatter_one(const T *value, const I *column, const Sums<T, R> &t, const Columns<T, R> &at) {
   for (int r = 0; r < R; ++r) scatter_one<T, S, Conj>(value, column, t.of[r], at.c[r]);
 }
-template <bool Conj, class T, class I, int R>
+template <bool Conj, bool Jumps = false, class T, class I, int R>
 inline void scatter(Row<T, I> row, const Sums<T, R> &t, const Columns<T, R> &at) {
   fetch_ahead<16>(row.values, row.columns);
   I p = 0;
-  for (; row.count - p >= 4; p += 4)
+  for (; row.count - p >= 4; p += 4) {
+    if constexpr (Jumps)
+      for (int k = 0; k < 4; ++k) fetch_elements(row.columns + p + k, at.c);
     scatter_four<Sign::plus, Conj>(15, row.values + p, row.columns + p, t, at);
-  for (; p < row.count; ++p) scatter_one<Sign::plus, Conj>(row.values + p, row.columns + p, t, at);
+  }
+  for (; p < row.count; ++p) {
+    if constexpr (Jumps) fetch_elements(row.columns + p, at.c);
+    scatter_one<Sign::plus, Conj>(row.values + p, row.columns + p, t, at);
+  }
 }
 template <bool Above, bool Conj, class T, class I, int R>
 inline void scatter_beyond(Row<T, I> row, I limit, const Sums<T, R> &t, const Columns<T, R> &at) {
@@ -122,11 +136,10 @@ template <bool Conj, class T, class I>
     const I begin = part * part_rows, end = part == parts - 1 ? job.rows : begin + part_rows;
     each_group_of<8>(job.first, job.last, [&](auto count, I column) {
       const auto at = columns_of<count()>(job, column);
-      for (I i = begin; i < end; ++i) {
-        const auto row = row_of<ColumnLayout>(job, i);
-        const auto sums = row_sums<Conj, false>(row, job.alpha, at);
+      each_row<ColumnLayout>(job, begin, end, I{count()}, [&](const auto &row, I, auto jumps) TNK_INLINED {
+        const auto sums = row_sums<Conj, false, jumps()>(row, job.alpha, at);
         for (int r = 0; r < count(); ++r) add_to(at.c[r] + row.key, times<T>(job.alpha, sums.of[r]));
-      }
+      });
     });
   }
 }
@@ -136,10 +149,9 @@ template <bool Conj, class T, class I>
   const MmJob<T, I> job = given;
   each_group_of<8>(job.first, job.last, [&](auto count, I column) {
     const auto at = columns_of<count()>(job, column);
-    for (I i = 0; i < job.rows; ++i) {
-      const auto row = row_of<ColumnLayout>(job, i);
-      if (row.count > 0) scatter<Conj>(row, own_terms(job, row, at), at);
-    }
+    each_row<ColumnLayout>(job, I{0}, job.rows, I{count()}, [&](const auto &row, I, auto jumps) TNK_INLINED {
+      if (row.count > 0) scatter<Conj, jumps()>(row, own_terms(job, row, at), at);
+    });
   });
 }
 

@@ -47,13 +47,21 @@ template <class T, class I, class Body> TNK_INLINE void each_group(const MmJob<T
   }
 }
 
+// Asks for the rows of b or c that are wanted some entries later, Vectors of each: they may begin within a line.
+template <int Vectors, class T, class I> TNK_INLINE void fetch_rows(const I *columns, const T *p, I ld) {
+  const T *const row = p + wrapped_product(get(columns + elements_ahead), ld);
+  __builtin_prefetch(row, 0, 1);
+  __builtin_prefetch(row + Vectors * per_vector<T> - 1, 0, 1);
+}
+
 // Four sums, combined one after another; then the entries that are left, one by one. A row is fetched once for all
 // right-hand sides, and two vectors of them share its values.
-template <bool Conj, int Vectors, class T, class I, bool Whole>
+template <bool Conj, int Vectors, bool Jumps, class T, class I, bool Whole>
 TNK_INLINE void add_row_times(const Row<T, I> &row, I i, vec_of<T> alpha, const Group<T, I, Whole> &group) {
   using V = vec_of<T>;
   constexpr int width = per_vector<T>;
   const auto add_product = [&](I p, auto &sums) TNK_INLINED {
+    if constexpr (Jumps) fetch_rows<Vectors>(row.columns + p, group.b, group.ldb);
     const V a = in_every_element<T>(fetch(row.values + p));
     const T *const b = group.b + wrapped_product(get(row.columns + p), group.ldb);
     unrolled<Vectors>([&](auto v) TNK_INLINED { sums[v] += times<T, Conj>(a, load(group, b + v * width)); });
@@ -78,13 +86,13 @@ template <bool Conj, class T, class I>
   const I pairs_end = job.first + (job.last - job.first) / (2 * width) * (2 * width);
   MmJob<T, I> rest = job;
   rest.first = pairs_end;
-  for (I i = 0; i < job.rows; ++i) {
-    const auto row = row_of<RowLayout>(job, i);
-    for (I column = job.first; column < pairs_end; column += 2 * width)
-      add_row_times<Conj, 2>(row, i, alpha,
-                             Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, {}});
-    each_group(rest, [&](const auto &group) { add_row_times<Conj, 1>(row, i, alpha, group); });
-  }
+  each_row<RowLayout>(
+      job, I{0}, job.rows, job.last - job.first, [&](const auto &row, I i, auto jumps) TNK_INLINED {
+        for (I column = job.first; column < pairs_end; column += 2 * width)
+          add_row_times<Conj, 2, jumps()>(
+              row, i, alpha, Group<T, I, true>{job.b + column, job.ldb, job.c + column, job.ldc, {}});
+        each_group(rest, [&](const auto &group) { add_row_times<Conj, 1, jumps()>(row, i, alpha, group); });
+      });
 }
 
 template <bool Conj, class T, class I>
@@ -92,17 +100,19 @@ template <bool Conj, class T, class I>
   using V = vec_of<T>;
   const MmJob<T, I> job = given;
   const V alpha = in_every_element<T>(job.alpha);
-  for (I i = 0; i < job.rows; ++i) {
-    const auto row = row_of<RowLayout>(job, i);
-    if (row.count <= 0) continue;
-    each_group(job, [&](const auto &group) {
-      const V t = times<T>(alpha, b_row(group, i));
+  each_row<RowLayout>(job, I{0}, job.rows, job.last - job.first,
+                      [&](const auto &row, I i, auto jumps) TNK_INLINED {
+                        if (row.count <= 0) return;
+                        each_group(job, [&](const auto &group) {
+                          const V t = times<T>(alpha, b_row(group, i));
 #pragma GCC unroll 4
-      for (I p = 0; p < row.count; ++p)
-        add_to_c_row(group, get(row.columns + p),
-                     times<T, Conj>(in_every_element<T>(fetch(row.values + p)), t));
-    });
-  }
+                          for (I p = 0; p < row.count; ++p) {
+                            if constexpr (jumps()) fetch_rows<1>(row.columns + p, group.c, group.ldc);
+                            add_to_c_row(group, get(row.columns + p),
+                                         times<T, Conj>(in_every_element<T>(fetch(row.values + p)), t));
+                          }
+                        });
+                      });
 }
 
 template <bool Conj, bool Lower, class T, class I>

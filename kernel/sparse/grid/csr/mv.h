@@ -23,11 +23,11 @@ inline void general_row(const RowJob<T, I> &job, Row<T, I> row) {
   add_to(job.y + row.key, times<T>(job.alpha, s));
 }
 
-template <class Name, class T, class I>
+template <class Name, bool Jumps, class T, class I>
 inline void general_transposed_row(const RowJob<T, I> &job, Row<T, I> row) {
   if (row.count <= 0) return;
   const auto t = times<T>(job.alpha, fetch(job.x + row.key));
-  scatter<T, Name::conjugated>(row.values, row.columns, row.count, t, job.y);
+  scatter<T, Name::conjugated, Jumps>(row.values, row.columns, row.count, t, job.y);
 }
 
 // The last column numbers inside the triangle are key, or with a unit diagonal those next to it: what lies beyond this
@@ -38,9 +38,11 @@ template <class Name, class I> inline I triangle_limit(I key) {
 
 // The whole row, without a test, less what lies outside the triangle. So a non-finite product from outside comes out as
 // NaN. A stored diagonal counts as outside when the diagonal is of ones, which are put in its place.
-template <class Name, class T, class I> inline void triangular_row(const RowJob<T, I> &job, Row<T, I> row) {
+template <class Name, bool Jumps, class T, class I>
+inline void triangular_row(const RowJob<T, I> &job, Row<T, I> row) {
   T *const y = job.y + row.key;
-  const auto whole = row_sum<T, Name::conjugated>(row.values, row.columns, row.count, job.x);
+  const auto whole =
+      row_sum<T, Name::conjugated, usual_distance, Jumps>(row.values, row.columns, row.count, job.x);
   const auto outside = sum_beyond<T, Name::lower, Name::conjugated>(row.values, row.columns, row.count,
                                                                     triangle_limit<Name>(row.key), job.x);
   if constexpr (Name::unit) {
@@ -51,10 +53,10 @@ template <class Name, class T, class I> inline void triangular_row(const RowJob<
   }
 }
 
-template <class Name, class T, class I>
+template <class Name, bool Jumps, class T, class I>
 inline void triangular_transposed_row(const RowJob<T, I> &job, Row<T, I> row) {
   const auto t = times<T>(job.alpha, fetch(job.x + row.key));
-  scatter<T, Name::conjugated>(row.values, row.columns, row.count, t, job.y);
+  scatter<T, Name::conjugated, Jumps>(row.values, row.columns, row.count, t, job.y);
   if constexpr (Name::unit) add_to(job.y + row.key, t);
   scatter_beyond<T, Name::lower, Sign::minus, Name::conjugated>(row.values, row.columns, row.count,
                                                                 triangle_limit<Name>(row.key), t, job.y);
@@ -62,7 +64,8 @@ inline void triangular_transposed_row(const RowJob<T, I> &job, Row<T, I> row) {
 
 // Row and mirror in one pass. The other triangle is passed over by test. Short rows go entry by entry: their groups of
 // four would cost another mispredicted branch a row.
-template <class Name, class T, class I> inline void mirrored_row(const RowJob<T, I> &job, Row<T, I> row) {
+template <class Name, bool Jumps, class T, class I>
+inline void mirrored_row(const RowJob<T, I> &job, Row<T, I> row) {
   constexpr bool own = own_conjugated<Name>, mirror = mirror_conjugated<Name>;
   constexpr int long_row = 24, first_lines = 16;
   const auto t = times<T>(job.alpha, fetch(job.x + row.key));
@@ -70,6 +73,7 @@ template <class Name, class T, class I> inline void mirrored_row(const RowJob<T,
   const auto one = [&](I p) {
     const I column = get(row.columns + p);
     const auto a = fetch(row.values + p);
+    if constexpr (Jumps) fetch_elements<1>(row.columns + p, job.x), fetch_elements<1>(row.columns + p, job.y);
     if (is_beyond<!Name::lower>(column, row.key)) {
       sum += times<T, own>(a, fetch(job.x + column));
       add_to(job.y + column, times<T, mirror>(a, t));
@@ -149,31 +153,33 @@ template <class Name, class T, class I> inline void diagonal_row(const RowJob<T,
 
 // ---- Kernels ---------------------------------------------------------------------------------------------------
 
+template <class Name, bool Jumps, class T, class I>
+inline void multiply_row(const RowJob<T, I> &job, const Row<T, I> &row) {
+  if constexpr (Name::kind == 'd')
+    diagonal_row<Name>(job, row);
+  else if constexpr (Name::kind == 'g' && Name::transposed)
+    general_transposed_row<Name, Jumps>(job, row);
+  else if constexpr (Name::kind == 'g')
+    general_row<Name, Jumps>(job, row);
+  else if constexpr (Name::kind == 't' && Name::transposed)
+    triangular_transposed_row<Name, Jumps>(job, row);
+  else if constexpr (Name::kind == 't')
+    triangular_row<Name, Jumps>(job, row);
+  else if constexpr (Name::kind == 'a' || Name::unit)
+    mirrored_row_two_passes<Name>(job, row);
+  else
+    mirrored_row<Name, Jumps>(job, row);
+}
+
 // One body for both bases: not inlined into the entries.
 template <class Name, class T, class I> [[gnu::noinline]] void multiply_rows(const RowJob<T, I> &given) {
   const RowJob<T, I> job = given; // a copy of its own, which no store to y can change
-  if constexpr (Name::kind == 'g' && !Name::transposed)
-    if (columns_jump(job.matrix, job.pointer_base, job.first, job.last)) {
-      for (I i = job.first; i < job.last; ++i) general_row<Name, true>(job, row_of(job, i));
-      return;
-    }
-  for (I i = job.first; i < job.last; ++i) {
-    const Row<T, I> row = row_of(job, i);
-    if constexpr (Name::kind == 'd')
-      diagonal_row<Name>(job, row);
-    else if constexpr (Name::kind == 'g' && Name::transposed)
-      general_transposed_row<Name>(job, row);
-    else if constexpr (Name::kind == 'g')
-      general_row<Name, false>(job, row);
-    else if constexpr (Name::kind == 't' && Name::transposed)
-      triangular_transposed_row<Name>(job, row);
-    else if constexpr (Name::kind == 't')
-      triangular_row<Name>(job, row);
-    else if constexpr (Name::kind == 'a' || Name::unit)
-      mirrored_row_two_passes<Name>(job, row);
-    else
-      mirrored_row<Name>(job, row);
-  }
+  I i = job.first;
+  if constexpr (Name::kind != 'd')
+    if (const I *const end = end_of_jumps(job.matrix, job.pointer_base, i, job.last))
+      for (auto row = row_of(job, i); has_entries_ahead(row, end); row = row_of(job, ++i))
+        multiply_row<Name, true>(job, row);
+  for (; i < job.last; ++i) multiply_row<Name, false>(job, row_of(job, i));
 }
 
 // Rows first ... last, from one. The kernels that mirror an upper triangle are given x and y from element `first` on:

@@ -54,8 +54,9 @@ template <class T> constexpr int least_in_rounds = is_complex<T> ? 8 : 16;
 // the values on: 16 numbers or 8 pairs a round, in four accumulators of 128 bits, held two to a vector, that are
 // combined as (acc0 + acc1) + (acc2 + acc3) and then across their lanes. What stands before and behind the rounds is added one by
 // one, in order, and so is a short row and one of numbers that are not aligned to their size. Pairs that no peel brings
-// to a boundary are summed in rounds from the first one. Rows that come next are fetched at that distance.
-template <class T, bool Conj = false, int Distance = usual_distance, class I>
+// to a boundary are summed in rounds from the first one. Rows that come next are fetched at that distance, and where columns
+// jump elements of x too.
+template <class T, bool Conj = false, int Distance = usual_distance, bool Jumps = false, class I>
 inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *x) {
   using V = vec_of<T>;
   constexpr int round = least_in_rounds<T>;
@@ -69,6 +70,7 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
       V acc[2] = {};
       for (; count - p >= round; p += round) {
         fetch_ahead<round, Distance>(values + p, columns + p);
+        if constexpr (Jumps) fetch_elements<round>(columns + p, x);
         for (int k = 0; k < round; k += per_vector<T>)
           acc[k / per_vector<T> % 2] +=
               times<T, Conj>(loadu<V>(values + p + k), gather_vector(x, columns + p + k));
@@ -77,6 +79,7 @@ inline in_lanes<T> row_sum(const T *values, const I *columns, I count, const T *
     }
   }
   fetch_ahead<round, Distance>(values + p, columns + p);
+  if constexpr (Jumps) fetch_elements<round>(columns + p, x);
   add_rest<T, Conj>(sum, values, columns, p, count, x);
   return sum;
 }
@@ -125,15 +128,17 @@ inline void scatter_one(const T *value, const I *column, in_lanes<T> t, T *y) {
 }
 
 // The same for all entries of a row, four a round.
-template <class T, bool Conj = false, class I>
+template <class T, bool Conj = false, bool Jumps = false, class I>
 inline void scatter(const T *values, const I *columns, I count, in_lanes<T> t, T *y) {
   constexpr int at_once = 16;
   fetch_ahead<at_once>(values, columns);
   I p = 0;
   for (; count - p >= 4; p += 4) {
     if (p % at_once == at_once - 4) fetch_ahead<at_once>(values + p + 4, columns + p + 4);
+    if constexpr (Jumps) fetch_elements<4>(columns + p, y);
     for (int k = 0; k < 4; ++k) scatter_one<T, Sign::plus, Conj>(values + p + k, columns + p + k, t, y);
   }
+  if constexpr (Jumps) fetch_elements<4>(columns + p, y);
   for (; p < count; ++p) scatter_one<T, Sign::plus, Conj>(values + p, columns + p, t, y);
 }
 
