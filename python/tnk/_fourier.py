@@ -11,7 +11,7 @@ from typing import Any, Optional, Sequence
 import numpy as np
 from numpy.typing import ArrayLike
 
-from ._layout import along_one_axis, transform
+from ._layout import along_one_axis, run, transform
 from ._lines import copied
 
 # ---- Arguments ------------------------------------------------------------------------------------------------------
@@ -25,12 +25,12 @@ def threads_of(workers: Optional[int]) -> int:
     if workers is None:
         return chosen_workers.get()
     workers = operator.index(workers)
-    processors = os.cpu_count() or 1
-    if workers < 0 and workers >= -processors:
-        workers += processors + 1
-    if workers < 1:
+    if workers > 0:
+        return workers
+    processors = os.cpu_count() or 1  # which asks the system
+    if workers == 0 or workers < -processors:
         raise ValueError(f"workers value out of range; got {workers}, must not be less than {-processors} or 0")
-    return workers
+    return workers + processors + 1
 
 
 def _scale(norm: Optional[str], backward: bool, count: int) -> float:
@@ -151,10 +151,11 @@ def c2c(x: Any, s: Any, axes: Any, norm: Optional[str], overwrite: bool, workers
     # The usual case, without the looks that others need.
     as_it_stands = type(x) is np.ndarray and x.dtype.char in "FD" and s is None and norm is None and not overwrite
     if as_it_stands and type(axes) is list and len(axes) == 1:
-        usual = along_one_axis(x.shape, x.strides, x.dtype, axes[0], backward, threads_of(workers))
+        threads = threads_of(workers)
+        usual = along_one_axis(x.shape, x.strides, x.dtype, axes[0], backward, threads)
         if usual is not None and x.flags.aligned:
             result = np.empty(x.shape, x.dtype)
-            usual[0].run(x.ctypes.data, result.ctypes.data, usual[1])
+            run(usual, x, result, threads)
             return result
     given = floating(x)
     array = _complex(given)

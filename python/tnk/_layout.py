@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from functools import lru_cache, partial
 from math import prod
-from typing import Optional
+from typing import Any, Optional
 
 import numpy as np
 
@@ -14,6 +14,7 @@ from ._threads import LEAST_SHARE, PIECES_A_THREAD, spread
 _Loop = tuple[int, int, int]  # length, stride of the side that is read, stride of the one that is written
 _Shape = tuple[int, ...]
 _Offsets = tuple[tuple[int, int], ...]
+_Found = list[tuple[Transform, _Offsets]]  # with the offsets in bytes at which each is run
 
 KEPT = 64  # layouts of which the descriptors are kept
 _ENOUGH = 1 << 11  # numbers of a call that takes longer than to be called
@@ -44,9 +45,8 @@ def merged(loops: list[_Loop]) -> list[_Loop]:
 @lru_cache(maxsize=KEPT)
 def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_strides: _Shape, sizes: tuple[int, int],
            axes: _Shape, lengths: _Shape, real: bool, backward: bool, in_place: bool, scale: float, threads: int,
-           ) -> Optional[list[tuple[Transform, _Offsets]]]:  # fmt: skip
-    """Transforms for threads, with the offsets in bytes at which each is run; None where a dense copy is cheaper, or
-    needed."""
+           ) -> Optional[_Found]:  # fmt: skip
+    """Transforms for threads; None where a dense copy is cheaper, or needed."""
     steps = element_strides(shape, strides, sizes[0]), element_strides(written_shape, written_strides, sizes[1])
     if steps[0] is None or steps[1] is None:
         return None
@@ -92,21 +92,28 @@ def _found(shape: _Shape, strides: _Shape, written_shape: _Shape, written_stride
 
 @lru_cache(maxsize=KEPT)
 def along_one_axis(shape: _Shape, strides: _Shape, dtype: np.dtype, axis: int, backward: bool, threads: int,
-                   ) -> Optional[tuple[Transform, _Offsets]]:  # fmt: skip
-    """The transform of a complex array as it stands, unscaled forward and divided by the length backward, to a new one; None
-    where that takes more than one walk of one descriptor."""
+                   ) -> Optional[_Found]:  # fmt: skip
+    """The transforms of a complex array as it stands, unscaled forward and divided by the length backward, to a new one; None
+    where that takes a copy."""
     dims, size = len(shape), dtype.itemsize
     if not dtype.isnative or not -dims <= axis < dims or not prod(shape):
         return None
     dense = tuple(size * prod(shape[d + 1 :]) for d in range(dims))
     n = shape[axis]
-    found = _found(shape, strides, shape, dense, (size, size), (axis % dims,), (n,), False, backward, False,
-                   1 / n if backward else 1.0, threads)  # fmt: skip
-    return found[0] if found is not None and len(found) == 1 else None
+    return _found(shape, strides, shape, dense, (size, size), (axis % dims,), (n,), False, backward, False,
+                  1 / n if backward else 1.0, threads)  # fmt: skip
 
 
-def _run(how: Transform, addresses: tuple[int, int], offsets: _Offsets, _: tuple[np.ndarray, np.ndarray]) -> None:
-    how.run(*addresses, offsets)
+def run(found: _Found, source: np.ndarray, destination: np.ndarray, threads: int) -> None:
+    """Compute what was found for these shapes and strides."""
+    addresses = source.ctypes.data, destination.ctypes.data
+    if len(found) == 1:
+        return found[0][0].run(*addresses, found[0][1])
+
+    def piece(how: Transform, offsets: _Offsets, _: Any = (source, destination)) -> None:  # which live as long as it runs
+        how.run(*addresses, offsets)
+
+    return spread([partial(piece, *one) for one in found], threads)
 
 
 def forget() -> None:
@@ -129,11 +136,7 @@ def transform(source: np.ndarray, destination: np.ndarray, axes: _Shape, lengths
         axes, lengths, real, backward, source is destination, scale, threads,
     )  # fmt: skip
     if found is not None:
-        addresses = source.ctypes.data, destination.ctypes.data
-        if len(found) == 1:
-            return found[0][0].run(*addresses, found[0][1])
-        held = source, destination  # as long as a piece runs
-        return spread([partial(_run, how, addresses, offsets, held) for how, offsets in found], threads)
+        return run(found, source, destination, threads)
 
     if steps is None or _closest(source.shape, steps) > 1:  # negative steps, or gaps between all numbers
         dense = source.copy("K")
