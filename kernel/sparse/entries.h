@@ -44,11 +44,15 @@ TNK_INLINE void fetch_ahead(const T *values, const I *columns) {
 // How many entries before its own an element of a vector is asked for whose columns jump about.
 constexpr int elements_ahead = 192;
 
-// Asks for the elements of x that Count entries from there on will meet, into the second cache, which has more buffers for
-// what is on its way than the first one. So many entries have to be there.
+// Asks for an element that is wanted some time later, into the second cache, which has more buffers for what is on its way
+// than the first one.
+template <class T> TNK_INLINE void ask_far(const T *p) {
+  __builtin_prefetch(p, 0, 1);
+}
+// For the elements of x that Count entries from there on will meet. So many entries have to be there.
 template <int Count, class T, class I> TNK_INLINE void fetch_elements(const I *columns, const T *x) {
 #pragma GCC unroll 16
-  for (int p = 0; p < Count; ++p) __builtin_prefetch(x + get(columns + elements_ahead + p), 0, 1);
+  for (int p = 0; p < Count; ++p) ask_far(x + get(columns + elements_ahead + p));
 }
 
 } // namespace tnk::sparse

@@ -235,6 +235,39 @@ TYPED_TEST(CsrForms, JumpsDoNotShow) {
   }
 }
 
+// The same of triples, which are looked at ahead of themselves: halves of them, each too short for it, give the same bits.
+TYPED_TEST(CsrForms, ScatteredTriplesDoNotShow) {
+  USE_FORM;
+  const I n = 300000, entries = 20000, one = 1, sides = 3;
+  Integers<I> places[2];
+  for (auto &numbers : places)
+    for (I p = 0; p < entries; ++p) numbers.push_back(static_cast<I>(this->random.integer(1, n - 1)));
+  const auto a = this->numbers(entries), x = this->numbers(n * sides);
+  const T alpha = this->numbers(1)[0];
+  for (const char *kernel : {"?coo0ng__c__mvout_par", "?coo0nslnc__mvout_par", "?coo0ng__c__mmout_par",
+                             "?coo0nslnc__mmout_par", "?coo1ng__f__mmout_par", "?coo1nsunf__mmout_par"}) {
+    SCOPED_TRACE(kernel);
+    const I ld = kernel[4] == '0' ? sides : n;
+    const auto multiply = [&](I count) {
+      std::vector<T> y(x.size(), T{});
+      for (I first = 0; first < entries; first += count) {
+        const auto of = [&](const Integers<I> &all) {
+          return Integers<I>(all.begin() + first, all.begin() + first + count);
+        };
+        const Guarded<I> rows(of(places[0])), columns(of(places[1]));
+        if (std::strstr(kernel, "mv"))
+          this->call(kernel, &one, &count, &n, &n, &alpha, a.data() + first, rows, columns, &count, x, y);
+        else
+          this->call(kernel, &one, &sides, &n, &n, &alpha, a.data() + first, rows, columns, &count, x, &ld, y,
+                     &ld);
+      }
+      return y;
+    };
+    const auto ahead = multiply(entries), halves = multiply(entries / 2);
+    EXPECT_EQ(std::memcmp(ahead.data(), halves.data(), sizeof(T) * halves.size()), 0);
+  }
+}
+
 // Dense operands by rows: four sums over every fourth entry, combined one after another, whatever the number of
 // right-hand sides that are computed together.
 TYPED_TEST(CsrForms, RowLayoutSumsInFours) {

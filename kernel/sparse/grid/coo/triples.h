@@ -27,6 +27,30 @@ template <class T, class I> struct TripleJob {
   in_lanes<T> alpha;
 };
 
+// Whether the numbers of most entries are far from those of the entries just before, on which caches are no help, and reach
+// beyond what a near one holds. Looked up in a few places of many entries.
+template <class T, class I> inline bool is_scattered(const I *index, I first, I last) {
+  constexpr I places = 16, before = 32, least_step = 1024;
+  constexpr std::int64_t far = 4096 / sizeof(T), long_vector = (1 << 20) / sizeof(T);
+  const I step = (last - first) / places;
+  if (step < least_step) return false;
+  int scattered = 0;
+  std::int64_t furthest = 0;
+  for (I place = 0; place < places; ++place) {
+    const I *const at = index + first + place * step + before;
+    const std::int64_t number = get(at);
+    bool alone = true;
+#pragma GCC unroll 1
+    for (I k = 1; k <= before; ++k) {
+      const std::int64_t distance = number - get(at - k);
+      alone &= distance > far || distance < -far;
+    }
+    scattered += alone;
+    furthest = std::max(furthest, number);
+  }
+  return furthest > long_vector && scattered > places / 2;
+}
+
 // ---- Targets ---------------------------------------------------------------------------------------------------
 
 template <class T, int R> struct ColumnTarget {
@@ -40,6 +64,9 @@ template <class T, int R> struct ColumnTarget {
   template <bool Conj, class I> void add_scaled(I r, I q, in_lanes<T> a, in_lanes<T> alpha) const {
     for (int k = 0; k < R; ++k) add_to(at.y[k] + r, times<T, Conj>(a, times<T>(alpha, fetch(at.x[k] + q))));
   }
+  template <class I> TNK_INLINE void ask_for(I r, I q) const {
+    for (int k = 0; k < R; ++k) ask_far(at.x[k] + q), ask_far(at.y[k] + r);
+  }
 };
 
 template <class T, class I> struct RowTarget {
@@ -51,6 +78,9 @@ template <class T, class I> struct RowTarget {
 
   void add(I r, I q, in_lanes<T> a) const {
     add_multiple(sides, in_every_element<T>(a), b + wrapped_product(q, ldb), c + wrapped_product(r, ldc));
+  }
+  TNK_INLINE void ask_for(I r, I q) const {
+    ask_far(b + wrapped_product(q, ldb)), ask_far(c + wrapped_product(r, ldc));
   }
 };
 
@@ -87,11 +117,26 @@ TNK_INLINE void add_entry(const TripleJob<T, I> &job, I p, const Target &target)
   }
 }
 
+template <class Name>
+constexpr bool adds_mirror = Name::kind == 's' || Name::kind == 'h' || Name::kind == 'a';
+
 template <class Name, bool AlphaToX, class T, class I, class Target>
 [[gnu::noinline]] void add_entries(const TripleJob<T, I> &given_job, const Target &given_target) {
   const TripleJob<T, I> job = given_job; // copies of their own, which no store to y can change
   const Target target = given_target;
   I p = job.first;
+  const Triples<T, I> &matrix = job.matrix;
+  if (is_scattered<T>(matrix.row_index, p, job.last) || is_scattered<T>(matrix.col_index, p, job.last))
+    for (; job.last - p >= 8 + elements_ahead; p += 8) {
+#pragma GCC unroll 2
+      for (int k = 0; k < 8; ++k) {
+        const I ahead = p + k + elements_ahead, r = get(matrix.row_index + ahead),
+                q = get(matrix.col_index + ahead);
+        target.ask_for(r, q);
+        if (adds_mirror<Name>) target.ask_for(q, r);
+        add_entry<Name, AlphaToX>(job, p + k, target);
+      }
+    }
   for (; job.last - p >= 8; p += 8) {
     fetch_ahead<8>(job.matrix.values + p, job.matrix.col_index + p);
     fetch_ahead<8>(job.matrix.row_index + p);

@@ -50,8 +50,7 @@ template <class T, class I, class Body> TNK_INLINE void each_group(const MmJob<T
 // Asks for the rows of b or c that are wanted some entries later, Vectors of each: they may begin within a line.
 template <int Vectors, class T, class I> TNK_INLINE void fetch_rows(const I *columns, const T *p, I ld) {
   const T *const row = p + wrapped_product(get(columns + elements_ahead), ld);
-  __builtin_prefetch(row, 0, 1);
-  __builtin_prefetch(row + Vectors * per_vector<T> - 1, 0, 1);
+  ask_far(row), ask_far(row + Vectors * per_vector<T> - 1);
 }
 
 // Four sums, combined one after another; then the entries that are left, one by one. A row is fetched once for all
