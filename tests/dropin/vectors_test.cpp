@@ -1,71 +1,47 @@
 // What the drop-in computes itself: norms and rotations over the whole range, and the published increments.
 #include "tests/dropin/faces.h"
+#include "tests/reference/sums.h"
+#include "tests/support/guarded.h"
 #include "tests/support/named.h"
+#include "tests/support/random.h"
 
 #include <cmath>
 #include <complex>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
-#include <random>
 #include <vector>
 
 namespace {
 
+using tnk::reference::im, tnk::reference::is_pair, tnk::reference::number, tnk::reference::re;
+using tnk::test::Named;
+
 template <class T> class Vectors : public testing::Test {
 protected:
-  using R = std::conditional_t<std::is_same_v<T, float> || std::is_same_v<T, complex8>, float, double>;
-  const tnk::test::Named<T, R> norm{"%nrm2_"};
-  static constexpr bool complex = !std::is_same_v<T, R>;
+  using R = tnk::reference::Real<T>;
+  const Named<T, R> norm{"%nrm2_"};
   static constexpr R eps = std::numeric_limits<R>::epsilon(), largest = std::numeric_limits<R>::max(),
                      smallest = std::numeric_limits<R>::min(), infinity = std::numeric_limits<R>::infinity(),
                      nan = std::numeric_limits<R>::quiet_NaN();
-
-  static T number(R re, R im) {
-    if constexpr (complex) {
-      T z;
-      __real__ z = re;
-      __imag__ z = im;
-      return z;
-    } else {
-      return re;
-    }
-  }
-  static R re(T z) { return __real__ z; }
-  static R im([[maybe_unused]] T z) {
-    if constexpr (complex)
-      return __imag__ z;
-    else
-      return 0;
-  }
-  static long double size(T z) {
-    return std::hypot(static_cast<long double>(re(z)), static_cast<long double>(im(z)));
-  }
 };
-using Types = testing::Types<float, double, complex8, complex16>;
-TYPED_TEST_SUITE(Vectors, Types);
+TYPED_TEST_SUITE(Vectors, tnk::test::Types);
 
 TYPED_TEST(Vectors, NormsNeitherOverflowNorVanish) {
   using T = TypeParam;
   using Real = typename TestFixture::R;
-  std::mt19937 random(7);
-  std::uniform_real_distribution<double> uniform(-1, 1);
+  tnk::test::Random random;
   const Real denormal = std::numeric_limits<Real>::denorm_min();
   for (const Real scale : {Real(1), this->largest / 32, this->smallest, 50 * denormal,
                            std::sqrt(this->smallest), std::sqrt(this->largest)})
     for (const Int n : {1, 2, 9, 100, 1000})
       for (const Int inc : {1, 3}) {
-        std::vector<T> x(static_cast<std::size_t>(n * inc), this->number(this->nan, 0));
-        long double sum = 0;
+        tnk::test::Strided<T> x(n, inc);
         for (Int i = 0; i < n; ++i) {
           // Others of quite another size between them.
-          const Real here = i % 5 == 3 ? Real(1e-3) : Real(1);
-          const T z = this->number(static_cast<Real>(uniform(random)) * here * scale / std::sqrt(Real(n)),
-                                   static_cast<Real>(uniform(random)) * scale / std::sqrt(Real(n)));
-          x[static_cast<std::size_t>(i * inc)] = z;
-          sum += this->size(z) * this->size(z);
+          const Real here = i % 5 == 3 ? Real(1e-3) : Real(1), root = std::sqrt(Real(n));
+          x.put(i, number<T>(random.real<Real>() * here * scale / root, random.real<Real>() * scale / root));
         }
-        const long double right = std::sqrt(sum), found = this->norm(&n, x.data(), &inc);
+        const long double right = tnk::reference::norm(x).re, found = this->norm(&n, x.data(), &inc);
         EXPECT_TRUE(std::abs(found - right) <=
                     (static_cast<long double>(n) / 2 + 4) * this->eps * right + denormal)
             << scale << " " << n << " " << inc << ": " << found << " " << right;
@@ -74,18 +50,18 @@ TYPED_TEST(Vectors, NormsNeitherOverflowNorVanish) {
 
 TYPED_TEST(Vectors, NormsOfWhatIsNoNumber) {
   using T = TypeParam;
-  std::vector<T> x(40, this->number(1, 1));
+  std::vector<T> x(40, number<T>(1, 1));
   const Int n = 40, one = 1;
-  x[7] = this->number(this->infinity, 0);
+  x[7] = number<T>(this->infinity, 0);
   EXPECT_EQ(this->norm(&n, x.data(), &one), this->infinity);
-  x[30] = this->number(-this->infinity, 2);
+  x[30] = number<T>(-this->infinity, 2);
   EXPECT_EQ(this->norm(&n, x.data(), &one), this->infinity);
-  x[20] = this->number(1, this->nan);
-  if (!this->complex) x[20] = this->number(this->nan, 0);
+  x[20] = number<T>(1, this->nan);
+  if (!is_pair<T>) x[20] = number<T>(this->nan, 0);
   EXPECT_TRUE(std::isnan(this->norm(&n, x.data(), &one)));
   // From the far end, and one element all the time.
   const Int three = 3, minus_two = -2, still = 0;
-  const T side = this->number(2, 0), few[] = {side, x[20], this->number(-1, 0), x[20], side};
+  const T side = number<T>(2, 0), few[] = {side, x[20], number<T>(-1, 0), x[20], side};
   EXPECT_EQ(this->norm(&three, few, &minus_two), 3);
   EXPECT_EQ(this->norm(&three, few + 2, &still), std::sqrt(typename TestFixture::R(3)));
   const Int none = 0;
@@ -101,8 +77,8 @@ TYPED_TEST(Vectors, NormsDependOnTheNumbersAlone) {
     const auto at = [&](std::size_t first, Int inc) {
       for (std::size_t i = 0; i < size; ++i)
         x[first + i * static_cast<std::size_t>(inc)] =
-            this->number(std::sin(static_cast<typename TestFixture::R>(i)),
-                         std::cos(static_cast<typename TestFixture::R>(i)));
+            number<T>(std::sin(static_cast<typename TestFixture::R>(i)),
+                      std::cos(static_cast<typename TestFixture::R>(i)));
       return this->norm(&n, x.data() + first, &inc);
     };
     const auto alone = at(0, one);
@@ -110,8 +86,8 @@ TYPED_TEST(Vectors, NormsDependOnTheNumbersAlone) {
     EXPECT_EQ(at(1, 3), alone) << n;
   }
   // One number does not take thousands of small ones with it.
-  std::vector<T> x(10001, this->number(1, 0));
-  x[0] = this->number(1e4, 0);
+  std::vector<T> x(10001, number<T>(1, 0));
+  x[0] = number<T>(1e4, 0);
   const Int n = 10001;
   EXPECT_NEAR(this->norm(&n, x.data(), &one), 10000.5, 0.01);
 }
@@ -119,18 +95,17 @@ TYPED_TEST(Vectors, NormsDependOnTheNumbersAlone) {
 TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
   using T = TypeParam;
   using Real = typename TestFixture::R;
-  std::vector<Real> sizes;
-  for (const Real size : {Real(0), std::numeric_limits<Real>::denorm_min() * 1000, this->smallest, Real(1),
-                          Real(-3), std::sqrt(this->largest), this->largest / 4})
-    sizes.push_back(size);
+  const Real sizes[] = {Real(0),          std::numeric_limits<Real>::denorm_min() * 1000,
+                        this->smallest,   Real(1),
+                        Real(-3),         std::sqrt(this->largest),
+                        this->largest / 4};
   for (const Real p : sizes)
     for (const Real q : sizes) {
-      const T a = this->number(p, -p / 2), b = this->number(q / 2, q);
+      const T a = number<T>(p, -p / 2), b = number<T>(q / 2, q);
       T r = a, s, z = b;
       Real c;
-      tnk::test::Named<T>("?rotg_")(&r, &z, &c, &s);
-      const std::complex<long double> ac(this->re(a), this->im(a)), bc(this->re(b), this->im(b)),
-          rc(this->re(r), this->im(r)), sc(this->re(s), this->im(s));
+      Named<T>("?rotg_")(&r, &z, &c, &s);
+      const std::complex<long double> ac(re(a), im(a)), bc(re(b), im(b)), rc(re(r), im(r)), sc(re(s), im(s));
       // Numbers near the least one have no more digits than they have.
       const long double h = std::hypot(std::abs(ac), std::abs(bc)),
                         denormal = std::numeric_limits<Real>::denorm_min(),
@@ -141,9 +116,9 @@ TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
       EXPECT_TRUE(std::abs(static_cast<long double>(c) * ac + sc * bc - rc) <= bound) << p << " " << q;
       EXPECT_TRUE(std::abs(static_cast<long double>(c) * bc - std::conj(sc) * ac) <= bound + lost * h)
           << p << " " << q;
-      if constexpr (!TestFixture::complex) {
+      if constexpr (!is_pair<T>) {
         // z gives c and s back.
-        const long double zl = this->re(z);
+        const long double zl = re(z);
         if (std::abs(zl) < 1) {
           EXPECT_TRUE(std::abs(zl - s) <= 4 * this->eps);
         }
@@ -161,19 +136,19 @@ TYPED_TEST(Vectors, RotationsOverTheWholeRange) {
 
 TYPED_TEST(Vectors, ScalingMultipliesAndPassesOverBackwardVectors) {
   using T = TypeParam;
-  const tnk::test::Named<T> scale("?scal_");
-  const T zero = this->number(0, 0);
-  std::vector<T> x(6, this->number(this->infinity, 1));
+  const Named<T> scale("?scal_");
+  const T zero = number<T>(0, 0);
+  std::vector<T> x(6, number<T>(this->infinity, 1));
   const Int n = 6, one = 1;
   for (const Int increment : {0, -1}) {
     scale(&n, &zero, x.data(), &increment);
-    EXPECT_EQ(this->re(x[0]), this->infinity);
+    EXPECT_EQ(re(x[0]), this->infinity);
   }
-  const T unit = this->number(1, 0);
+  const T unit = number<T>(1, 0);
   scale(&n, &unit, x.data(), &one); // times an infinity, 0 would spread to the other part
-  for (const T &element : x) EXPECT_EQ(this->im(element), this->complex ? 1 : 0);
+  for (const T &element : x) EXPECT_EQ(im(element), is_pair<T> ? 1 : 0);
   scale(&n, &zero, x.data(), &one);
-  for (const T &element : x) EXPECT_TRUE(std::isnan(this->re(element)));
+  for (const T &element : x) EXPECT_TRUE(std::isnan(re(element)));
 }
 
 TEST(Functions, ResultsInRegistersAndByAddress) {

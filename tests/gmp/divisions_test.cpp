@@ -78,25 +78,6 @@ TEST(Limbs, LongDivisions) {
   }
 }
 
-TEST(Limbs, StepsOfTheRecursion) {
-  Random random;
-  for (const int32_t s : {1, 3, 8, 9, 10, 16, 18, 22, 64})
-    for (int kind = 0; kind < 12; ++kind)
-      for (const bool four : {true, false}) {
-        if (!four && s % 2) continue;
-        Limbs d = number(random, 2 * s, kind % 2 ? runs : any);
-        d.back() |= limb{1} << 63;
-        const int32_t qn = four ? 2 * s : s;
-        Limbs n = dividend(random, d, qn, kind % 10);
-        if (tnk_gmp___gmpn_cmp(n.data() + qn, d.data(), 2 * s) >= 0) n.back() = 0;
-        const Integer all = value(n);
-        Written q(static_cast<std::size_t>(qn), page_end);
-        (four ? tnk_gmp_tnk_gmp_div_n4_d2 : tnk_gmp_tnk_gmp_div_n3_d2)(q.data(), n.data(), d.data(), s);
-        EXPECT_EQ(value(q) * value(d) + value(n.data(), 2 * s), all) << s << " kind " << kind;
-        EXPECT_LT(tnk_gmp___gmpn_cmp(n.data(), d.data(), 2 * s), 0) << s << " kind " << kind;
-      }
-}
-
 TEST(Limbs, DivisionsByFew) {
   Random random;
   for (int round = 0; round < 2000; ++round) {

@@ -53,8 +53,8 @@ public:
     const int count = fewer ? pick(4) : pick(4) > 0 ? pick(6) : longest_ / 2 + pick(longest_ / 2);
     std::vector<tnk_gmp_limb> limbs(static_cast<std::size_t>(count));
     const int kind = pick(3);
-    for (auto &limb : limbs)
-      limb = kind == 0 ? word() : pick(2) == 0 ? 0 : kind == 1 ? ~uint64_t{0} : ~uint64_t{0} << pick(64);
+    for (auto &part : limbs)
+      part = kind == 0 ? word() : pick(2) == 0 ? 0 : kind == 1 ? ~uint64_t{0} : ~uint64_t{0} << pick(64);
     return Integer(limbs.data(), static_cast<int64_t>(limbs.size()), pick(2) == 0);
   }
   uint64_t scalar(uint64_t) {

@@ -13,34 +13,25 @@ TEST(Limbs, Sums) {
       const Limbs a = made(random, n, round % patterns), b = made(random, n, round / patterns);
       const limb f = made(random, 1, round % patterns)[0];
       const Integer x = value(a), y = value(b), one(f);
-      const auto expect = [&](const char *what, const Limbs &before, auto call, const Integer &sum,
-                              bool negative) {
+      // What goes over the end is added to what is left of a sum, and was borrowed for a difference.
+      const auto expect = [&](const char *what, const Limbs &before, int sign, const Integer &sum,
+                              auto call) {
         Written r(before);
-        const limb out = call(r.data());
-        const Integer over = shifted(Integer(out), n);
-        EXPECT_EQ(value(r).text(16), (negative ? sum + over : sum - over).text(16)) << what << ' ' << n;
+        const Integer over = shifted(Integer(call(r.data())), n);
+        EXPECT_EQ((value(r) + over * sign).text(16), sum.text(16)) << what << ' ' << n;
       };
       const Written pages(a), other_pages(b); // nothing is read beyond either
       const auto *p = pages.data(), *q = other_pages.data();
       for (const bool in_place : {false, true}) {
         const Limbs &before = in_place ? a : b;
         const auto from = [=](limb *to) { return in_place ? to : p; };
-        expect(
-            "add_n", before, [&](limb *to) { return tnk_gmp___gmpn_add_n(to, from(to), q, n); }, x + y,
-            false);
-        expect(
-            "sub_n", before, [&](limb *to) { return tnk_gmp___gmpn_sub_n(to, from(to), q, n); }, x - y, true);
-        expect(
-            "add_1", before, [&](limb *to) { return tnk_gmp___gmpn_add_1(to, from(to), n, f); }, x + one,
-            false);
-        expect(
-            "sub_1", before, [&](limb *to) { return tnk_gmp___gmpn_sub_1(to, from(to), n, f); }, x - one,
-            true);
+        expect("add_n", before, 1, x + y, [&](limb *r) { return tnk_gmp___gmpn_add_n(r, from(r), q, n); });
+        expect("sub_n", before, -1, x - y, [&](limb *r) { return tnk_gmp___gmpn_sub_n(r, from(r), q, n); });
+        expect("add_1", before, 1, x + one, [&](limb *r) { return tnk_gmp___gmpn_add_1(r, from(r), n, f); });
+        expect("sub_1", before, -1, x - one, [&](limb *r) { return tnk_gmp___gmpn_sub_1(r, from(r), n, f); });
       }
-      expect(
-          "addmul_1", b, [&](limb *to) { return tnk_gmp___gmpn_addmul_1(to, p, n, f); }, y + x * one, false);
-      expect(
-          "submul_1", b, [&](limb *to) { return tnk_gmp___gmpn_submul_1(to, p, n, f); }, y - x * one, true);
+      expect("addmul_1", b, 1, y + x * one, [&](limb *r) { return tnk_gmp___gmpn_addmul_1(r, p, n, f); });
+      expect("submul_1", b, -1, y - x * one, [&](limb *r) { return tnk_gmp___gmpn_submul_1(r, p, n, f); });
       EXPECT_EQ(tnk_gmp___gmpn_cmp(p, q, n), compare(x, y));
     }
 }

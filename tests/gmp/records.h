@@ -1,6 +1,7 @@
 // Integers of the kernel by short names.
 #pragma once
 
+#include "gmp/limbs.h"
 #include "gmp/operations.h"
 
 namespace tnk::test {
@@ -18,12 +19,7 @@ template <class F, class... A> Z made(F *operation, const A &...arguments) {
 #define MADE(name, ...) made(&tnk_gmp___gmpz_##name, __VA_ARGS__)
 
 inline Z random_integer(Random &random, int limbs) {
-  Z r;
-  for (int i = 0; i < limbs; ++i) {
-    tnk_gmp___gmpz_mul_2exp(r, r, 64);
-    tnk_gmp___gmpz_add_ui(r, r, static_cast<uint64_t>(random.integer(INT64_MIN, INT64_MAX)));
-  }
-  return r;
+  return Z(value(made(random, limbs, any)));
 }
 
 } // namespace tnk::test

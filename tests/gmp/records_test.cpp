@@ -179,28 +179,8 @@ TEST(LongIntegers, PowersModuloAnything) {
   }
 }
 
-TEST(LongIntegers, DivisorsAndInverses) {
-  Random random(9);
-  for (const int n : {3, 4, 17, 60, 61, 150})
-    for (const int m : {1, 2, n / 2, n - 1, n, n + 1}) {
-      const Z g = random_integer(random, 1 + n / 5), a = MADE(mul, g, random_integer(random, n)),
-              b = MADE(mul, g, random_integer(random, m));
-      Z d, s, t;
-      tnk_gmp___gmpz_gcdext(d, s, t, a, b);
-      EXPECT_TRUE(MADE(gcd, a, b) == d);
-      EXPECT_TRUE(tnk_gmp___gmpz_divisible_p(d, g) && tnk_gmp___gmpz_divisible_p(a, d) &&
-                  tnk_gmp___gmpz_divisible_p(b, d));
-      EXPECT_TRUE(MADE(add, MADE(mul, a, s), MADE(mul, b, t)) == d);
-      EXPECT_LE(tnk_gmp___gmpz_cmpabs(MADE(mul_2exp, MADE(mul, s, d), 1), b), 0);
-      EXPECT_TRUE(MADE(mul, MADE(lcm, a, b), d) == MADE(mul, a, b));
-      const Z x = MADE(tdiv_q, a, d), y = MADE(tdiv_q, b, d);
-      Z inverse;
-      EXPECT_NE(tnk_gmp___gmpz_invert(inverse, x, y), 0);
-      EXPECT_TRUE(tnk_gmp___gmpz_congruent_p(MADE(mul, inverse, x), Z(1), y));
-      EXPECT_EQ(tnk_gmp___gmpz_jacobi(MADE(mul, a, x), y),
-                tnk_gmp___gmpz_jacobi(a, y) * tnk_gmp___gmpz_jacobi(x, y));
-    }
-  // Quotients that take more than a limb, and runs of the smallest ones.
+// Quotients that take more than a limb, and runs of the smallest ones.
+TEST(LongIntegers, DivisorsOfNeighbours) {
   const Z f = MADE(fib_ui, 5000), e = MADE(fib_ui, 4999), large = MADE(mul_2exp, f, 700);
   EXPECT_TRUE(MADE(gcd, f, e) == Z(1));
   EXPECT_TRUE(MADE(gcd, large, MADE(add, large, f)) == f);
