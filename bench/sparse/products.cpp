@@ -161,6 +161,8 @@ void add_public(std::vector<Row> &rows) {
       const Problem p = {pattern, Stored::all, 1, base};
       add("mv", (base ? "dmv" : "dmv_base0") + length_name(pattern), "Eigen", p, eigen_product<tnk_int>(p));
     }
+  Problem scattered = {{12, 12, 0, false, true}};
+  add("scattered", "dmv_12", "Eigen", scattered, eigen_product<tnk_int>(scattered)).sizes = {200000, 500000};
   const auto plain_rows = [](const SparseRows<tnk_int> &a, tnk_int n, Operands &o) {
     plain::csr_mv(n, alpha, a.values, a.columns[1], a.row_start[1], o.x<double>(), o.y<double>());
   };
@@ -183,6 +185,9 @@ void add_public(std::vector<Row> &rows) {
     plain::coo_mv(a.row_start[0][n], alpha, a.values, a.rows, a.columns[1], o.x<double>(), o.y<double>());
   };
   add("coordinates", "dmv_coo_12", "plain loop", triples, on_matrix<tnk_int>(triples, plain_triples));
+  scattered.triples = true;
+  add("scattered", "dmv_coo_12", "plain loop", scattered, on_matrix<tnk_int>(scattered, plain_triples))
+      .sizes = {200000, 500000};
 }
 
 void add_kernels(std::vector<Row> &rows, CsrMv<tnk_int> *base1, CsrMv<std::int32_t> *lp64_base1,

@@ -42,7 +42,7 @@ void draw(std::vector<Entry> &row, Random &random, tnk_int first, tnk_int width,
 
 Rows whole_rows(const Pattern &pattern, tnk_int n) {
   const tnk_int columns = pattern.columns_for(n);
-  const tnk_int width = std::min(columns, std::max(band, 4 * pattern.max));
+  const tnk_int width = pattern.scattered ? columns : std::min(columns, std::max(band, 4 * pattern.max));
   Random random;
   Rows rows(static_cast<std::size_t>(n));
   for (tnk_int i = 0; i < n; ++i) {

@@ -11,16 +11,18 @@ namespace tnk::bench {
 
 enum class Stored { all, lower, upper };
 
-// Each row has min ... max entries, at random columns of a band about the diagonal; a symmetric matrix as many
-// on average.
+// Each row has min ... max entries, at random columns of a band about the diagonal, or of all if it is scattered; a symmetric
+// matrix as many on average.
 struct Pattern {
   tnk_int min, max;
   tnk_int columns; // 0: as many as rows
   bool symmetric;
+  bool scattered = false;
 
   tnk_int columns_for(tnk_int rows) const { return columns ? columns : rows; }
   bool operator==(const Pattern &o) const {
-    return min == o.min && max == o.max && columns == o.columns && symmetric == o.symmetric;
+    return min == o.min && max == o.max && columns == o.columns && symmetric == o.symmetric &&
+           scattered == o.scattered;
   }
 };
 

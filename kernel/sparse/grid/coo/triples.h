@@ -69,6 +69,34 @@ template <class T, int R> struct ColumnTarget {
   }
 };
 
+// The same with the elements of y that the entry before added to still in registers: where a row's entries follow each other,
+// a sum then waits for an addition, and not for a store to be read back as well. Nobody else reads y meanwhile.
+template <class T, class I, int R> class HeldTarget {
+public:
+  HeldTarget(const ColumnTarget<T, R> &target, I row) : target_(target), row_(row) { load(); }
+  ~HeldTarget() { store(); }
+  HeldTarget(const HeldTarget &) = delete;
+  HeldTarget &operator=(const HeldTarget &) = delete;
+
+  TNK_INLINE void add(I r, I q, in_lanes<T> a) {
+    if (r != row_) store(), row_ = r, load();
+    for (int k = 0; k < R; ++k) sums_[k] += times<T>(a, fetch(target_.at.x[k] + q));
+  }
+  TNK_INLINE void ask_for(I r, I q) const { target_.ask_for(r, q); }
+
+private:
+  TNK_INLINE void load() {
+    for (int k = 0; k < R; ++k) sums_[k] = fetch(target_.at.y[k] + row_);
+  }
+  TNK_INLINE void store() const {
+    for (int k = 0; k < R; ++k) deposit(target_.at.y[k] + row_, sums_[k]);
+  }
+
+  const ColumnTarget<T, R> target_;
+  I row_;
+  in_lanes<T> sums_[R];
+};
+
 template <class T, class I> struct RowTarget {
   Run<T, I> sides;
   const T *b;
@@ -88,7 +116,7 @@ template <class T, class I> struct RowTarget {
 
 // alpha goes to the value first; with AlphaToX, which kinds s and h may have, to the element of x.
 template <class Name, bool AlphaToX, class T, class I, class Target>
-TNK_INLINE void add_entry(const TripleJob<T, I> &job, I p, const Target &target) {
+TNK_INLINE void add_entry(const TripleJob<T, I> &job, I p, Target &target) {
   const I r = get(job.matrix.row_index + p), q = get(job.matrix.col_index + p);
   const bool inside = is_beyond<!Name::lower>(q, r);
   const auto a = fetch(job.matrix.values + p);
@@ -121,11 +149,9 @@ template <class Name>
 constexpr bool adds_mirror = Name::kind == 's' || Name::kind == 'h' || Name::kind == 'a';
 
 template <class Name, bool AlphaToX, class T, class I, class Target>
-[[gnu::noinline]] void add_entries(const TripleJob<T, I> &given_job, const Target &given_target) {
-  const TripleJob<T, I> job = given_job; // copies of their own, which no store to y can change
-  const Target target = given_target;
-  I p = job.first;
+TNK_INLINE void add_all(const TripleJob<T, I> &job, Target &target) {
   const Triples<T, I> &matrix = job.matrix;
+  I p = job.first;
   if (is_scattered<T>(matrix.row_index, p, job.last) || is_scattered<T>(matrix.col_index, p, job.last))
     for (; job.last - p >= 8 + elements_ahead; p += 8) {
 #pragma GCC unroll 2
@@ -138,12 +164,31 @@ template <class Name, bool AlphaToX, class T, class I, class Target>
       }
     }
   for (; job.last - p >= 8; p += 8) {
-    fetch_ahead<8>(job.matrix.values + p, job.matrix.col_index + p);
-    fetch_ahead<8>(job.matrix.row_index + p);
+    fetch_ahead<8>(matrix.values + p, matrix.col_index + p);
+    fetch_ahead<8>(matrix.row_index + p);
 #pragma GCC unroll 2
     for (int k = 0; k < 8; ++k) add_entry<Name, AlphaToX>(job, p + k, target);
   }
   for (; p < job.last; ++p) add_entry<Name, AlphaToX>(job, p, target);
+}
+
+template <class Name, bool AlphaToX, class T, class I>
+[[gnu::noinline]] void add_entries(const TripleJob<T, I> &given_job, const RowTarget<T, I> &given_target) {
+  const TripleJob<T, I> job = given_job; // copies of their own, which no store to y can change
+  const RowTarget<T, I> target = given_target;
+  add_all<Name, AlphaToX>(job, target);
+}
+template <class Name, bool AlphaToX, class T, class I, int R>
+[[gnu::noinline]] void add_entries(const TripleJob<T, I> &given_job, const ColumnTarget<T, R> &given_target) {
+  const TripleJob<T, I> job = given_job;
+  const ColumnTarget<T, R> target = given_target;
+  if constexpr (Name::kind == 'g') {
+    if (job.first >= job.last) return;
+    HeldTarget<T, I, R> held(target, get(job.matrix.row_index + job.first));
+    add_all<Name, AlphaToX>(job, held);
+  } else {
+    add_all<Name, AlphaToX>(job, target);
+  }
 }
 
 // ---- Kernels ---------------------------------------------------------------------------------------------------
