@@ -359,20 +359,24 @@ TEST(Compact, SetCodelet) {
                {"d", DftiDouble, DftiReal, 32}};
   for (const auto &kind : kinds)
     for (const tnk_int n : {1, 2, 3, 4, 6, 8, 16, 31, 32, 64, 128, 256, 512, 1000, 1024, 2048})
-      for (const bool inverse : {false, true}) {
-        SCOPED_TRACE(kind.letter + std::to_string(n) + (inverse ? "b" : "f"));
-        const Plan node(kind.precision, kind.domain, {n});
-        DftiKernelPair &pair =
-            kind.precision == DftiSingle ? node->kernels.single_pair : node->kernels.double_pair;
-        pair = {wrapper, wrapper};
-        node->axis.length = n;
-        EXPECT_EQ(entry<DftiSetCodelet>(std::string("set_codelet_") + kind.letter + "fb"[inverse])(node),
-                  DftiNoError);
-        const bool known = n > 1 && n <= kind.longest && (n & (n - 1)) == 0;
-        EXPECT_EQ(inverse ? pair.inverse : pair.forward,
-                  known ? kernel(std::string("x") + kind.letter, n, inverse) : +wrapper);
-        EXPECT_EQ(inverse ? pair.forward : pair.inverse, +wrapper);
-      }
+      for (const bool inverse : {false, true})
+        for (const int format : {DftiFormatCcs, DftiFormatPack, DftiFormatPerm, DftiFormatCce}) {
+          SCOPED_TRACE(kind.letter + std::to_string(n) + (inverse ? "b" : "f"));
+          const Plan node(kind.precision, kind.domain, {n});
+          DftiKernelPair &pair =
+              kind.precision == DftiSingle ? node->kernels.single_pair : node->kernels.double_pair;
+          pair = {wrapper, wrapper};
+          node->axis.length = n, node->placement = DftiNotInPlace;
+          node->committed_rank = 2, node->packed_format = format, node->real_layout = 7;
+          EXPECT_EQ(entry<DftiSetCodelet>(std::string("set_codelet_") + kind.letter + "fb"[inverse])(node),
+                    DftiNoError);
+          const bool known = n > 1 && n <= kind.longest && (n & (n - 1)) == 0;
+          EXPECT_EQ(inverse ? pair.inverse : pair.forward,
+                    known ? kernel(std::string("x") + kind.letter, n, inverse) : +wrapper);
+          EXPECT_EQ(inverse ? pair.forward : pair.inverse, +wrapper);
+          const bool in_ccs = format == DftiFormatCcs || format == DftiFormatCce;
+          EXPECT_EQ(node->real_layout, kind.domain == DftiReal && inverse ? in_ccs : 7);
+        }
 }
 
 // Who sets up a chain takes them where they are faster; the others keep what the core commit has chosen.
