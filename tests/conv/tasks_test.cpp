@@ -1,6 +1,6 @@
 // Task records: their life, what freezes them, and which kernel they choose.
 #include "conv/problem.h"
-#include "support/allocations.h"
+#include "support/lasting_allocator.h"
 #include <cmath>
 #include <tnk/services.h>
 

@@ -159,36 +159,6 @@ TEST(Commits, CoreCommitsSayWhyTheyFail) {
   }
 }
 
-TEST(Commits, FlagsAreThoseOfTheLastCommit) {
-  constexpr uint32_t contiguous = TNK_DFT_CONTIGUOUS, plane = TNK_DFT_PLANE, one_shot = TNK_DFT_ONE_SHOT;
-  const Configured line({DftiDouble, DftiComplex, {5000}}), square({DftiSingle, DftiReal, {8, 6}});
-  const struct {
-    const Configured &plan;
-    Values::value_type change;
-    uint32_t flags;
-    bool slots;
-  } steps[] = {
-      {line, batch(1), contiguous | one_shot, false},
-      {line, users(2), contiguous, true}, // or both would have the whole workspace
-      {line, batch(3), 0, true},
-      {line, users(1), 0, false},
-      {line, batch(1), contiguous | one_shot, false},
-      {square, batch(1), plane, false},
-      {square, users(3), 0, true},
-      {square, batch(2), 0, true},
-      {square, users(1), 0, false},
-      {square, batch(1), plane, false},
-  };
-  for (const auto &step : steps) {
-    SCOPED_TRACE("step " + std::to_string(&step - steps));
-    step.plan.set(step.change.first, step.change.second);
-    ASSERT_EQ(step.plan.commit(), DftiNoError);
-    EXPECT_TRUE(step.plan->threads == 1 || step.plan->user_threads == 1);
-    EXPECT_EQ(step.plan->flags, step.flags);
-    EXPECT_EQ(step.plan->thread_slots != nullptr, step.slots);
-  }
-}
-
 // Each way of committing, by one that stands for it.
 const Configuration ways[] = {
     {DftiDouble, DftiComplex, {64}},

@@ -1,5 +1,6 @@
 // Computing by a committed descriptor: routes, callers side by side, and what drivers, movers and wrappers do at their edges.
 #include "dft/plan.h"
+#include "dft/samples.h"
 #include "support/allocations.h"
 #include <atomic>
 #include <cstring>
@@ -13,16 +14,6 @@ namespace {
 
 using Numbers = std::vector<tnk_complex16>;
 
-Numbers some_numbers(std::size_t n, double first = 1) {
-  Numbers numbers(n);
-  for (std::size_t i = 0; i < n; ++i)
-    numbers[i] = {first + static_cast<double>(i % 7), static_cast<double>(i % 5) - first};
-  return numbers;
-}
-bool same(const Numbers &a, const Numbers &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0;
-}
-
 template <class Value> void set(const Plan &plan, DftiParam parameter, Value value) {
   EXPECT_EQ(DftiSetValue(plan, parameter, value), DftiNoError);
 }
@@ -33,7 +24,7 @@ void commit(const Plan &plan) {
 constexpr uint64_t more_than_slots = 0x7FFFFFFF;
 
 // Threads that compute at once, each its own data. Returns how many results differ from `expected`.
-int differing(const Plan &plan, int threads, std::size_t numbers, const std::vector<Numbers> &expected) {
+int differing(const Plan &plan, int threads, tnk_int count, const std::vector<Numbers> &expected) {
   std::atomic<int> waiting{threads}, differ{0};
   std::vector<std::thread> all;
   for (int t = 0; t < threads; ++t)
@@ -42,9 +33,9 @@ int differing(const Plan &plan, int threads, std::size_t numbers, const std::vec
       while (waiting > 0) {
       }
       for (int round = 0; round < 1000; ++round) {
-        Numbers data = some_numbers(numbers, t);
+        Numbers data = numbers<double>(count, t);
         if (DftiComputeForward(plan, data.data()) != DftiNoError ||
-            !same(data, expected[static_cast<std::size_t>(t)]))
+            !same_bits(data, expected[static_cast<std::size_t>(t)]))
           ++differ;
       }
     });
@@ -64,7 +55,7 @@ TEST(Compute, AsManyCallersAsUserThreadsAndOneMore) {
     commit(plan); // for one user thread, whose flags must not outlive the next commit
     std::vector<Numbers> expected;
     for (int t = 0; t <= users; ++t) {
-      expected.push_back(some_numbers(480, t));
+      expected.push_back(numbers<double>(480, t));
       ASSERT_EQ(DftiComputeForward(plan, expected.back().data()), DftiNoError);
     }
     set(plan, DftiParamNumberOfUserThreads, tnk_int{users});
@@ -171,7 +162,7 @@ TEST(Compute, TheFirstFailure) {
             0.5);
   commit(plan);
   plan->kernels.double_pair.forward = fail_late;
-  Numbers data = some_numbers(24 * 16);
+  Numbers data = numbers<double>(24 * 16);
   first_number = data.data();
   EXPECT_EQ(tnk_dft_xzforward(plan, data.data(), 0, nullptr), DftiNoError);
   EXPECT_EQ(transforms, 0);
@@ -228,7 +219,7 @@ TEST(Compute, ScrambledSpectraComeBack) {
     Plan plan(DftiDouble, DftiComplex, lengths, {{DftiParamOrdering, DftiBackwardScrambled}}, 1,
               1. / static_cast<double>(n));
     commit(plan);
-    const Numbers before = some_numbers(static_cast<std::size_t>(n));
+    const Numbers before = numbers<double>(n);
     Numbers data = before;
     EXPECT_EQ(DftiComputeForward(plan, data.data()), DftiNoError);
     EXPECT_EQ(DftiComputeBackward(plan, data.data()), DftiNoError);
@@ -251,7 +242,7 @@ TEST(Compute, RowMoversAndLines) {
   // Three lines side by side, their second numbers 5 behind the first ones.
   DftiNode node{};
   node.axis.length = 2;
-  const Numbers before = some_numbers(10);
+  const Numbers before = numbers<double>(10);
   Numbers data = before;
   EXPECT_EQ(tnk_dft_xzdft_mult(data.data(), 2, 5, 3, negate, &node, nullptr), DftiNoError);
   for (std::size_t i = 0; i < 10; ++i) EXPECT_EQ(data[i].re, i % 5 < 3 ? -before[i].re : before[i].re);

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <set>
 #include <string>
-#include <tnk/host.h>
 
 namespace tnk::test {
 namespace {
@@ -99,7 +98,6 @@ TEST(DftCreate, RefusesInOrder) {
   EXPECT_EQ(allocations.made, 0);
 }
 
-// A strategy that takes the node, or fails.
 tnk_int answer = DftiNoError;
 const DftiStrategy strategy = {[](const DftiStrategy *, DftiNode *node) {
                                  if (answer == DftiNoError) pretend_committed(node);
@@ -196,25 +194,6 @@ TEST(DftCopy, HasTheConfigurationAndCommitsWhereTheSourceIs) {
     EXPECT_EQ(copy, untouched);
   }
   EXPECT_EQ(allocations.live, 0);
-}
-
-TEST(DftCopy, SharesNothingWithItsSource) {
-  tnk_set_num_threads(3);
-  std::vector<double> x(2 * 256 * 256), y;
-  for (std::size_t i = 0; i < x.size(); ++i) x[i] = static_cast<double>(i % 101);
-  DftiHandle copy;
-  {
-    Plan plan(DftiDouble, DftiComplex, {256, 256});
-    ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
-    EXPECT_EQ(plan->threads, 3) << "as the host says";
-    ASSERT_EQ(DftiCopyDescriptor(plan, &copy), DftiNoError);
-    y = x;
-    ASSERT_EQ(DftiComputeForward(plan, y.data()), DftiNoError);
-  }
-  tnk_set_num_threads(0);
-  ASSERT_EQ(DftiComputeForward(copy, x.data()), DftiNoError);
-  EXPECT_EQ(x, y);
-  EXPECT_EQ(DftiFreeDescriptor(&copy), DftiNoError);
 }
 
 TEST(DftDescriptors, LeaveNothingBehindWhenMemoryIsRefused) {
@@ -351,10 +330,9 @@ TEST(DftStatus, HasAClassAndAMessage) {
       EXPECT_EQ(DftiErrorClass(a, b), a == b);
       EXPECT_EQ(tnk_dft_dfti_error_class_external(&a, &b), a == b);
     }
-  std::vector<std::string> texts;
-  for (const tnk_int status : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}) {
-    const std::string text = texts.emplace_back(DftiErrorMessage(status));
-    EXPECT_EQ(text.find("catalog"), text.npos) << text;
+  std::set<std::string> texts;
+  for (tnk_int status = 0; status <= 10; ++status) {
+    const std::string text = *texts.insert(DftiErrorMessage(status)).first;
     char buffer[130] = "";
     for (const tnk_int length : {128, 3}) {
       buffer[length] = '#';
@@ -363,10 +341,10 @@ TEST(DftStatus, HasAClassAndAMessage) {
       EXPECT_EQ(std::string(buffer, size + 1), (text + std::string(128, ' ')).substr(0, size) + '#');
     }
   }
+  EXPECT_EQ(texts.size(), 11u);
+  EXPECT_STREQ(DftiErrorMessage(0), "no error");
   for (const tnk_int other : {tnk_int{-1}, tnk_int{100}, tnk_int{1} << 40})
-    EXPECT_EQ(DftiErrorMessage(other), texts[10]);
-  EXPECT_EQ(texts[0], "no error");
-  EXPECT_EQ(std::set<std::string>(texts.begin(), texts.end()).size(), texts.size());
+    EXPECT_STREQ(DftiErrorMessage(other), DftiErrorMessage(10));
 }
 
 TEST(DftOutline, CountsArrays) {

@@ -84,14 +84,12 @@ inline Slot slot_of(int format, tnk_int n, tnk_int slot) {
 enum class Kind { real, interleaved, split, half, packed };
 enum class Pattern { contiguous, gaps, permuted, batch_fastest, mirrored };
 
-// One side of a compute.
 struct Layout {
   Kind kind = Kind::interleaved;
   int format = DftiFormatCcs;
   tnk_int offset = 0, distance = 0, batch = 1;
   Sizes strides; // in C's order, in elements
 
-  // How many elements a dimension takes.
   static Sizes extents(Kind kind, int format, const Sizes &lengths) {
     Sizes sizes = lengths;
     if (kind == Kind::half) sizes.back() = sizes.back() / 2 + 1;

@@ -107,43 +107,32 @@ TEST(DftParameters, AreReachedByTheFormsOfTheirKindAlone) {
       {"set single", 'd', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_sglval(h, n, &single); }},
       {"set double", 'd', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_dblval(h, n, &scale); }},
       {"set text", 's', [&](auto *h, auto *n) { return tnk_dft_dfti_set_value_chars(h, n, text, &length); }}};
-  for (const auto &form : forms)
-    for (tnk_int number = -1; number <= 28; ++number) {
-      const char kind = number < 0 || number > 26 ? '-' : kinds[static_cast<std::size_t>(number)];
-      const bool right = kind == form.kind && !(form.name[0] == 's' && never_set.count(number));
-      const bool only_length = form.kind == 'i' && number == DftiParamLengths;
-      EXPECT_EQ(form.call(&plan.handle, &number), kind == 'r'            ? DftiUnimplemented
-                                                  : right || only_length ? DftiNoError
-                                                                         : DftiInconsistentConfiguration)
-          << form.name << " " << number;
-    }
-  Plan plane(DftiDouble, DftiComplex, {6, 7});
-  const tnk_int lengths = DftiParamLengths;
-  EXPECT_EQ(tnk_dft_dfti_get_value_intval(&plane.handle, &lengths, numbers), DftiInconsistentConfiguration);
-}
-
-// Also a number that takes no integer by address leaves the descriptor to be committed anew; by value, one that is none
-// does not.
-TEST(DftParameters, ThatAreRefusedUncommit) {
-  Plan plan(DftiDouble, DftiComplex, {6});
-  const tnk_int value = 7;
-  for (tnk_int number = -2; number <= 30; ++number) {
+  for (tnk_int number = -1; number <= 28; ++number) {
     const bool known = number >= 0 && number <= 26;
     const char kind = known ? kinds[static_cast<std::size_t>(number)] : '-';
-    const tnk_int expected = kind == 'r' ? DftiUnimplemented : DftiInconsistentConfiguration;
+    const tnk_int refusal = kind == 'r' ? DftiUnimplemented : DftiInconsistentConfiguration;
+    for (const auto &form : forms) {
+      const bool right = kind == form.kind && !(form.name[0] == 's' && never_set.count(number));
+      const bool only_length = form.kind == 'i' && number == DftiParamLengths;
+      EXPECT_EQ(form.call(&plan.handle, &number), right || only_length ? tnk_int{DftiNoError} : refusal)
+          << form.name << " " << number;
+    }
+    // What is refused leaves the descriptor to be committed anew; by value, a number that is none does not.
     if (kind != 'i') {
       pretend_committed(plan);
-      EXPECT_EQ(tnk_dft_dfti_set_value_intval(&plan.handle, &number, &value), expected) << number;
+      EXPECT_EQ(tnk_dft_dfti_set_value_intval(&plan.handle, &number, numbers), refusal) << number;
       EXPECT_TRUE(looks_uncommitted(plan)) << number;
     }
     if (known && kind != 'r' && !never_set.count(number)) continue;
     pretend_committed(plan);
-    EXPECT_EQ(DftiSetValue(plan, static_cast<int32_t>(number), 7), expected) << number;
+    EXPECT_EQ(DftiSetValue(plan, static_cast<int32_t>(number), 7), refusal) << number;
     EXPECT_EQ(looks_uncommitted(plan), known) << number;
-    char nothing[8];
     if (known && kind != 'r') continue;
-    EXPECT_EQ(DftiGetValue(plan, static_cast<int32_t>(number), nothing), expected) << number;
+    EXPECT_EQ(DftiGetValue(plan, static_cast<int32_t>(number), text), refusal) << number;
   }
+  Plan plane(DftiDouble, DftiComplex, {6, 7});
+  const tnk_int lengths = DftiParamLengths;
+  EXPECT_EQ(tnk_dft_dfti_get_value_intval(&plane.handle, &lengths, numbers), DftiInconsistentConfiguration);
 }
 
 TEST(DftParameters, CountsDistancesAndUsers) {

@@ -36,7 +36,6 @@ public:
   DftiHandle handle = nullptr;
 };
 
-// What a compute entry of a test was called with.
 struct Call {
   DftiNode *node;
   void *arrays[4];

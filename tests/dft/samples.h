@@ -22,9 +22,9 @@ template <class R> Complex<R> number(std::size_t i) {
   };
   return {part(2 * i + 1), part(2 * i + 2)};
 }
-template <class R> std::vector<Complex<R>> numbers(tnk_int n) {
+template <class R> std::vector<Complex<R>> numbers(tnk_int n, int from = 0) {
   std::vector<Complex<R>> x(static_cast<std::size_t>(n));
-  for (std::size_t i = 0; i < x.size(); ++i) x[i] = number<R>(i);
+  for (std::size_t i = 0; i < x.size(); ++i) x[i] = number<R>(static_cast<std::size_t>(from) + i);
   return x;
 }
 template <class C> Wide wide(C z) {

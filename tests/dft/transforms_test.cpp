@@ -93,7 +93,6 @@ void set_up(const Plan &plan, const Config &config, const Sides &sides, const Si
   set(DftiParamNumberOfUserThreads, tnk_int{config.user_threads});
 }
 
-// The arrays of one side.
 template <class R> Arrays<R> filled(const Layout &layout, const Signal &signal, bool spectral) {
   Arrays<R> arrays;
   layout.visit(signal, spectral, [&](int array, tnk_int place, long double value) {
@@ -145,7 +144,6 @@ void expect_result(const Config &config, const Signal &signal, bool inverse, con
   EXPECT_EQ(strays, 0);
 }
 
-// Of both directions.
 template <class R> using Results = std::array<std::vector<R>, 2>;
 
 template <class R> void check(const Config &config, const Signal &signal, Results<R> &results) {

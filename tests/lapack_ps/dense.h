@@ -45,7 +45,6 @@ template <class T> struct Stored : Guarded<T> {
     }
     return this->intact();
   }
-  // do_it(i, j, place) for each element that is stored.
   template <class Do> void each(Do do_it) const {
     for (tnk_int j = 0; j < columns; ++j)
       for (tnk_int i = 0; i < n; ++i)

@@ -13,7 +13,6 @@ using namespace reference;
 template <class T> class Rotations : public testing::Test {};
 TYPED_TEST_SUITE(Rotations, Types, );
 
-// The same elements, or both a NaN.
 template <class T> testing::AssertionResult equal(const Guarded<T> &got, const std::vector<T> &wanted) {
   for (std::size_t i = 0; i < wanted.size(); ++i)
     if (!same(got.get(i), wanted[i])) return testing::AssertionFailure() << "element " << i;

@@ -19,6 +19,15 @@ inline std::string cell_of(const reference::GridName &name) {
   return name.storage + "_" + name.operation;
 }
 
+// f(a number, an integer) of the types of a kernel.
+template <class F> auto with_types(const reference::GridName &name, F f) {
+  const auto of = [&](auto number) { return name.lp64 ? f(number, std::int32_t{}) : f(number, tnk_int{}); };
+  return name.type == 's'   ? of(float{})
+         : name.type == 'd' ? of(double{})
+         : name.type == 'c' ? of(tnk_complex8{})
+                            : of(tnk_complex16{});
+}
+
 // The arguments of all kernels. `rows` has row numbers, row pointers or distances of diagonals.
 template <class T, class I> struct GridArguments {
   const I *first = nullptr, *last = nullptr, *m = nullptr, *n = nullptr, *sides = nullptr, *block = nullptr,

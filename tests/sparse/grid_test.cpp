@@ -157,11 +157,6 @@ private:
   const T alpha_;
 };
 
-template <class T> std::string trial_of(void *kernel, const GridName &name, int number, Random &random) {
-  return name.lp64 ? Trial<T, std::int32_t>(kernel, name, number, random).run()
-                   : Trial<T, tnk_int>(kernel, name, number, random).run();
-}
-
 // Eight trials for each kernel, dealt with a fixed seed to its two integer widths, four to each.
 TEST(SparseGrid, DoesWhatItsLettersSay) {
   Random random;
@@ -177,10 +172,9 @@ TEST(SparseGrid, DoesWhatItsLettersSay) {
       numbers.insert(numbers.begin() + random.integer(0, number), number);
     const auto share = numbers.begin() + (name.lp64 ? 4 : 0);
     for (auto number = share; number != share + 4 && wrong.empty(); ++number) {
-      wrong = name.type == 's'   ? trial_of<float>(kernel, name, *number, random)
-              : name.type == 'd' ? trial_of<double>(kernel, name, *number, random)
-              : name.type == 'c' ? trial_of<tnk_complex8>(kernel, name, *number, random)
-                                 : trial_of<tnk_complex16>(kernel, name, *number, random);
+      wrong = with_types(name, [&](auto zero, auto index) {
+        return Trial<decltype(zero), decltype(index)>(kernel, name, *number, random).run();
+      });
       EXPECT_EQ(wrong, "") << text << ", trial " << *number;
     }
   }

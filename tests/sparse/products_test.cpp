@@ -3,7 +3,7 @@
 // beta of zero and another, and memory that is refused take turns. What lacks a kernel is put into rows first.
 #include "reference/sums.h"
 #include "sparse/stored.h"
-#include "support/fault_allocator.h"
+#include "support/lasting_allocator.h"
 #include "support/named.h"
 #include <tnk/host.h>
 #include <tnk/sparse.h>

@@ -15,10 +15,11 @@ namespace {
 using namespace tnk::test;
 using namespace tnk::test::reference;
 
-// A matrix of that storage, with the names of it that kernels and callers have.
+// A matrix of that storage as its descriptor tells, with the names of it that kernels and callers have.
 template <class T> struct Square : Triangle<T, tnk_int> {
-  Square(tnk_sparse_storage storage, GridName of, tnk_int order, tnk_int most, Random &random)
-      : Triangle<T, tnk_int>((of.storage = names[storage], of), order, most, random, false) {
+  Square(tnk_sparse_storage storage, const tnk_sparse_descriptor &of, tnk_int order, tnk_int most,
+         Random &random)
+      : Triangle<T, tnk_int>(name_of(storage, of), order, most, random, false), d(of) {
     matrix.storage = storage, matrix.m = matrix.n = order;
     matrix.nnz = static_cast<tnk_int>(this->columns.size());
     matrix.values = this->values.data(), matrix.col_index = this->columns.data();
@@ -29,7 +30,13 @@ template <class T> struct Square : Triangle<T, tnk_int> {
   Square(const Square &) = delete;
   Square &operator=(const Square &) = delete;
 
-  static constexpr const char *names[] = {"csr", "coo", "dia", "sky"};
+  static GridName name_of(tnk_sparse_storage storage, const tnk_sparse_descriptor &d) {
+    constexpr const char *names[] = {"csr", "coo", "dia", "sky"};
+    GridName name = matrix_named('n', "gshtda"[d.kind], "lu"[d.triangle], "nu"[d.diagonal]);
+    name.storage = names[storage], name.base = static_cast<char>('0' + d.base);
+    return name;
+  }
+  tnk_sparse_descriptor d;
   tnk_sparse_matrix matrix{};
 };
 
@@ -67,10 +74,8 @@ TYPED_TEST(PublicSolves, UndoProducts) {
     SCOPED_TRACE(testing::Message() << "storage " << storage << ", kind " << d.kind
                                     << (d.triangle ? " upper" : " lower") << (d.diagonal ? " unit" : "")
                                     << ", base " << d.base << ", " << op);
-    GridName name = matrix_named('n', "gshtda"[d.kind], "lu"[d.triangle], "nu"[d.diagonal]);
-    name.base = static_cast<char>('0' + d.base);
     const bool threaded = variant % 5 == 0;
-    const Square<T> a(storage, name, threaded ? 700 : 19, threaded ? 17 : 6, random);
+    const Square<T> a(storage, d, threaded ? 700 : 19, threaded ? 17 : 6, random);
     for (const tnk_int nrhs : {1, threaded ? 27 : 9}) {
       const bool vector = nrhs == 1, by_rows = !vector && d.base == 0;
       if (by_rows && !rows) continue;
@@ -104,23 +109,20 @@ TYPED_TEST(PublicSolves, OfSidesByRowsAreTheSameOnAnyNumberOfThreads) {
   Random random;
   const Named<T, tnk_sparse_status> sm("tnk_sparse_?sm");
   for (const char op : {'N', 'T'})
-    for (const bool upper : {false, true}) {
-      GridName name = matrix_named('n', 't', upper ? 'u' : 'l', 'n');
-      name.base = '0';
-      const tnk_sparse_descriptor d{TNK_SPARSE_TRIANGULAR, upper ? TNK_SPARSE_UPPER : TNK_SPARSE_LOWER,
-                                    TNK_SPARSE_NONUNIT, 0, 0};
-      const Square<T> a(TNK_SPARSE_CSR, name, 300, 90, random);
+    for (const auto triangle : {TNK_SPARSE_LOWER, TNK_SPARSE_UPPER}) {
+      const Square<T> a(TNK_SPARSE_CSR, {TNK_SPARSE_TRIANGULAR, triangle, TNK_SPARSE_NONUNIT, 0, 0}, 300, 90,
+                        random);
       const T alpha = random.number<T>();
       Sides<T> b(a.m, 75, true, 3), x = b;
       b.fill([&] { return random.number<T>(); });
       const struct { int threads, refused; } runs[] = {{1, 0}, {2, 0}, {4, 0}, {4, 1}};
       for (const auto &run : runs) {
-        SCOPED_TRACE(testing::Message() << op << upper << ", " << run.threads << " threads");
+        SCOPED_TRACE(testing::Message() << op << triangle << ", " << run.threads << " threads");
         Sides<T> there = b;
         tnk_set_num_threads(run.threads);
         allocations.reset(), allocations.refuse = run.refused;
         ASSERT_EQ(
-            sm(op, &alpha, &a.matrix, &d, b.count(), there.data(), there.ld(), there.data(), there.ld()),
+            sm(op, &alpha, &a.matrix, &a.d, b.count(), there.data(), there.ld(), there.data(), there.ld()),
             TNK_SPARSE_OK);
         EXPECT_TRUE(allocations.live == 0 && allocations.overrun == 0);
         const auto apart = static_cast<std::int64_t>(sizeof(T)) * a.m * b.count();
@@ -140,19 +142,16 @@ TYPED_TEST(PublicSolves, WithoutMemoryForTriplesNothingIsTouched) {
   Random random;
   ErrorRecorder errors;
   const Named<T, tnk_sparse_status> sv("tnk_sparse_?sv"), sm("tnk_sparse_?sm");
-  for (const char diagonal : {'n', 'u'}) {
-    GridName name = matrix_named('n', 't', 'l', diagonal);
-    name.base = '1';
-    const tnk_sparse_descriptor d{TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER,
-                                  diagonal == 'u' ? TNK_SPARSE_UNIT : TNK_SPARSE_NONUNIT, 1, 0};
-    const Square<T> a(TNK_SPARSE_COO, name, 30, 5, random);
+  for (const auto diagonal : {TNK_SPARSE_NONUNIT, TNK_SPARSE_UNIT}) {
+    const Square<T> a(TNK_SPARSE_COO, {TNK_SPARSE_TRIANGULAR, TNK_SPARSE_LOWER, diagonal, 1, 0}, 30, 5,
+                      random);
     const T alpha = random.number<T>();
     for (const tnk_int nrhs : {1, 5}) {
       Sides<T> b(a.m, nrhs, false, 0);
       b.fill([&] { return random.number<T>(); });
       const auto run = [&](Sides<T> &x) {
-        return nrhs == 1 ? sv('N', &alpha, &a.matrix, &d, x.data(), x.data())
-                         : sm('N', &alpha, &a.matrix, &d, nrhs, x.data(), x.ld(), x.data(), x.ld());
+        return nrhs == 1 ? sv('N', &alpha, &a.matrix, &a.d, x.data(), x.data())
+                         : sm('N', &alpha, &a.matrix, &a.d, nrhs, x.data(), x.ld(), x.data(), x.ld());
       };
       for (int refused = 1; refused <= 5; ++refused) {
         Sides<T> x = b;

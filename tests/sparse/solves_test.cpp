@@ -86,7 +86,7 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   return y.intact() ? "" : "outside of the output";
 }
 
-template <class T> std::string solve_trials(void *kernel, const GridName &name, Random &random) {
+template <class T, class I> std::string solve_trials(void *kernel, const GridName &name, Random &random) {
   struct Size {
     tnk_int m, most;
   };
@@ -98,8 +98,8 @@ template <class T> std::string solve_trials(void *kernel, const GridName &name, 
     if (name.storage == "csr" && name.operation == "sm") sizes.insert(sizes.end(), {{4001, 3}, {20001, 1}});
   }
   for (const auto [m, most] : sizes) {
-    const std::string wrong = name.lp64 ? solve_trial<T, std::int32_t>(kernel, name, m, most, random)
-                                        : solve_trial<T, tnk_int>(kernel, name, m, most, random);
+    const std::string wrong =
+        solve_trial<T, I>(kernel, name, static_cast<I>(m), static_cast<I>(most), random);
     if (!wrong.empty()) return std::to_string(m) + " rows: " + wrong;
   }
   return "";
@@ -114,12 +114,10 @@ TEST(SparseSolves, UndoTheProductOfTheirLetters) {
     ++solves;
     void *const kernel = dlsym(RTLD_DEFAULT, text.c_str());
     ASSERT_TRUE(kernel) << text;
-    EXPECT_EQ((name.type == 's'   ? solve_trials<float>(kernel, name, random)
-               : name.type == 'd' ? solve_trials<double>(kernel, name, random)
-               : name.type == 'c' ? solve_trials<tnk_complex8>(kernel, name, random)
-                                  : solve_trials<tnk_complex16>(kernel, name, random)),
-              "")
-        << text;
+    const auto wrong = with_types(name, [&](auto zero, auto index) {
+      return solve_trials<decltype(zero), decltype(index)>(kernel, name, random);
+    });
+    EXPECT_EQ(wrong, "") << text;
   }
   EXPECT_EQ(solves, 888);
 }

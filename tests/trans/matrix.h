@@ -11,7 +11,6 @@ namespace tnk::test {
 
 using Size = std::uint64_t;
 
-// Where element (i, j) stands.
 struct Layout {
   Size rows, cols, by_row, by_col;
   Size at(Size i, Size j) const { return i * by_row + j * by_col; }
@@ -27,7 +26,6 @@ inline bool transposes(char letter) {
 inline bool conjugates(char letter) {
   return (letter | 32) == 'r' || (letter | 32) == 'c';
 }
-// op(A), and an element of it.
 inline Layout seen(char letter, const Layout &a) {
   return transposes(letter) ? Layout{a.cols, a.rows, a.by_col, a.by_row} : a;
 }
@@ -63,7 +61,6 @@ template <class T> bool same_elements(const Guarded<T> &found, const std::vector
   return true;
 }
 
-// 1, 0, or a number with both parts.
 template <class T> T factor(tnk_int choice) {
   return choice < 2 ? reference::number<T>(static_cast<reference::Real<T>>(1 - choice))
                     : reference::number<T>(1.25f, -0.75f);

@@ -12,7 +12,6 @@ using namespace tnk::test;
 using tnk::reference::operator*, tnk::reference::operator+;
 using tnk::reference::is_pair, tnk::reference::number, tnk::reference::same;
 
-// The least leading dimension of op(A).
 Size least(char ordering, char letter, Size rows, Size cols) {
   return std::max<Size>((ordering == 'R') == transposes(letter) ? rows : cols, 1);
 }

@@ -20,8 +20,6 @@ namespace tnk::test {
 constexpr char value_prefix[] = "tnk_xblas_BLAS_", address_prefix[] = "tnk_xblas_blas_";
 using Number = std::complex<double>;
 
-// ---- Names ------------------------------------------------------------------------------------------------------------
-
 // Argument lists by letter, the precision left out:
 //   o order, t T trans, u uplo, d diag, s side, q conj; m n k, l kl, v ku; A alpha, B beta;
 //   a b x h(tail) y w arrays, L M ld of a and b, i j e increments of x, y and w, C the ld of y where it is a matrix
@@ -83,8 +81,6 @@ inline const std::vector<Routine> &routines() {
   return all;
 }
 
-// ---- Arrays -----------------------------------------------------------------------------------------------------------
-
 // Elements of the type of a letter, NaN until they are set, before a page that must not be touched.
 class Array {
 public:
@@ -121,8 +117,6 @@ private:
   char letter_;
   Guarded<unsigned char> bytes_;
 };
-
-// ---- Calls ------------------------------------------------------------------------------------------------------------
 
 // Arguments by letter; those of enumerations, integers and addresses all as 64 bits.
 struct Arguments {

@@ -241,22 +241,6 @@ TEST(XblasEdges, SmallFunctions) {
   EXPECT_EQ(allocations.live, 0);
 }
 
-TEST(XblasMemory, SolvesAloneAskForItAndInPairsAlone) {
-  Maker maker(7);
-  for (const Routine &r : routines())
-    for (int32_t prec = r.has_prec ? 211 : 212; prec <= (r.has_prec ? 214 : 212); ++prec) {
-      Problem p = large(maker, r, 102);
-      const bool asks = (r.op == "trsv" || r.op == "tbsv") && prec == 214 && p.arguments.alpha != 0.0;
-      allocations.reset();
-      call(value_prefix, r, p.arguments, prec);
-      EXPECT_EQ(allocations.made, asks ? 2 : 0) << r.name << " " << prec;
-      if (asks) {
-        EXPECT_EQ(allocations.largest, p.arguments['n'] * (is_pair(r.result) ? 16 : 8)) << r.name;
-      }
-      EXPECT_EQ(allocations.live + allocations.overrun, 0) << r.name;
-    }
-}
-
 TEST(XblasMemoryDeathTest, RefusedBlocksAreReportedAndWritten) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   for (const int refused : {1, 2}) {

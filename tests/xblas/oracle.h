@@ -27,8 +27,6 @@ struct Result {
 };
 enum class Rule { dot, matrix, two_matrices, combined, alone }; // what becomes of sums
 
-// ---- By the operations of a precision ------------------------------------------------------------------------------------
-
 template <class R> struct Plain {
   R value = 0;
   static Plain product(double a, double b, bool) { return {static_cast<R>(a) * static_cast<R>(b)}; }

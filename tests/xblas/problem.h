@@ -84,8 +84,6 @@ private:
     return elements;
   }
 
-  // ---- Matrices -------------------------------------------------------------------------------------------------------
-
   struct Matrix {
     tnk_int rows, columns;
     std::vector<Number> values;
@@ -169,8 +167,6 @@ private:
       }
     return a;
   }
-
-  // ---- Results --------------------------------------------------------------------------------------------------------
 
   void rows_times(const Matrix &a, const std::vector<Number> &x, const std::vector<Number> *tail,
                   const std::function<tnk_int(tnk_int)> &place,

@@ -1,4 +1,5 @@
 // Triangular solves against wider arithmetic.
+#include "support/allocations.h"
 #include "tests/xblas/problem.h"
 
 namespace {
@@ -34,7 +35,12 @@ TEST(XblasSolves, AreRightToTheirPrecision) {
         Problem p = maker.make(r, Data::random, order);
         Array &x = *p.arguments.arrays.at('y');
         const auto before = x.bytes();
+        allocations.reset();
         call(value_prefix, r, p.arguments, prec);
+        const bool asks = prec == 214 && p.arguments['n'] > 0 && p.arguments.alpha != 0.0;
+        ASSERT_EQ(allocations.made, asks ? 2 : 0) << r.name << " " << prec;
+        ASSERT_EQ(allocations.largest, asks ? p.arguments['n'] * (is_pair(r.result) ? 16 : 8) : 0) << r.name;
+        ASSERT_EQ(allocations.live + allocations.overrun, 0) << r.name;
         const double u = prec == 211 && is_short(r.result) ? 0x1p-24 : 0x1p-53,
                      stored = is_short(r.result) ? 0x1p-24 : 0x1p-53;
         const Number alpha = p.arguments.alpha;

@@ -57,7 +57,6 @@ template <class T> struct Operation {
   Step<T> step;
 };
 
-// The call of an entry by its name, which is that of the operation as well.
 #define RUN(name, ...)                                                                                       \
   name, [=, kernel = Named<T>("tnk_blas_" name)](tnk_int n, T *x, tnk_int incx, [[maybe_unused]] T *y,       \
                                                  [[maybe_unused]] tnk_int incy) { kernel(&n, __VA_ARGS__); }
@@ -187,7 +186,6 @@ template <class T> struct Problem {
   T &target(tnk_int i) { return y.at(indx.get(i) - 1); }
 };
 
-// Every remainder of the loops, every address that matters.
 template <class T, class Check> void for_each_problem(bool repeats, Check check) {
   Random random;
   for (tnk_int nz = 0; nz <= 70; ++nz)

@@ -1,6 +1,7 @@
 // Inner products, norms, sums of magnitudes, searches for extremes.
 #include "blas/level1/shapes.h"
 #include "reference/sums.h"
+#include "support/named.h"
 #include <functional>
 #include <limits>
 #include <tnk/blas_level1.h>
@@ -30,25 +31,27 @@ template <class T> struct Routine {
   Law law;
 };
 
-// An entry of one vector, of two, or of two with the result put first.
-template <class T, class... Arguments, class R> Run<T> run(R (*entry)(Arguments...)) {
-  return
-      [=](tnk_int n, const T *x, tnk_int incx, [[maybe_unused]] const T *y, [[maybe_unused]] tnk_int incy) {
-        if constexpr (sizeof...(Arguments) == 3) {
-          return Sum{static_cast<wide>(entry(&n, x, &incx))};
-        } else if constexpr (sizeof...(Arguments) == 5) {
-          return Sum{entry(&n, x, &incx, y, &incy)};
-        } else {
-          Guarded<T> result(1, 4);
-          entry(result.data(), &n, x, &incx, y, &incy);
-          EXPECT_TRUE(result.intact());
-          return Sum{result.get(0).re, result.get(0).im};
-        }
-      };
+// An entry of one vector, or of two; of pairs it puts the result first.
+template <class T, class Result> Run<T> of_one(const char *name) {
+  return [entry = Named<T, Result>(name)](tnk_int n, const T *x, tnk_int incx, const T *, tnk_int) {
+    return Sum{static_cast<wide>(entry(&n, x, &incx))};
+  };
 }
-float sdsdot(const tnk_int *n, const float *x, const tnk_int *incx, const float *y, const tnk_int *incy) {
+template <class T, class Result = T> Run<T> of_two(const char *name) {
+  return [name](tnk_int n, const T *x, tnk_int incx, const T *y, tnk_int incy) {
+    if constexpr (is_pair<T>) {
+      Guarded<T> result(1, 4);
+      Named<T>{name}(result, &n, x, &incx, y, &incy);
+      EXPECT_TRUE(result.intact());
+      return Sum{result.get(0).re, result.get(0).im};
+    } else {
+      return Sum{Named<T, Result>{name}(&n, x, &incx, y, &incy)};
+    }
+  };
+}
+Sum sdsdot(tnk_int n, const float *x, tnk_int incx, const float *y, tnk_int incy) {
   const float none = 0;
-  return tnk_blas_sdsdot(n, &none, x, incx, y, incy);
+  return {tnk_blas_sdsdot(&n, &none, x, &incx, y, &incy)};
 }
 
 const auto plain = [](auto &x, auto &y) { return reference::dot(x, y, false); };
@@ -60,34 +63,28 @@ const auto smallest = [](auto &x, auto &) { return reference::extreme(x, false);
 
 // A step of the norm rounds a quotient, its square, perhaps a rescaling, and the sum: five roundings of the square,
 // which the root halves.
-#define OF_ONE(T, R, nrm2, asum, amax, amin)                                                                 \
-  {#nrm2, run<T>(tnk_blas_##nrm2), norm, law<R>(is_pair<T> ? 2.5 : 1.25, 2, false)},                         \
-      {#asum, run<T>(tnk_blas_##asum), magnitudes, law<R>(1, 0.5)},                                          \
-      {#amax, run<T>(tnk_blas_##amax), largest, law<R>(0, 0)},                                               \
-      {#amin, run<T>(tnk_blas_##amin), smallest, law<R>(0, 0)},
-
-template <class T> const std::vector<Routine<T>> routines;
-template <>
-const std::vector<Routine<float>> routines<float> = {
-    OF_ONE(float, float, snrm2, sasum, isamax, isamin) //
-    {"xsdot", run<float>(tnk_blas_xsdot), plain, law<float>(1, 1)},
-    {"dsdot", run<float>(tnk_blas_dsdot), plain, law<double>(1, 1)},
+template <class T> std::vector<Routine<T>> all_routines() {
+  using R = Real<T>;
+  std::vector<Routine<T>> list = {
+      {"nrm2", of_one<T, R>("tnk_blas_%nrm2"), norm, law<R>(is_pair<T> ? 2.5 : 1.25, 2, false)},
+      {"asum", of_one<T, R>("tnk_blas_%asum"), magnitudes, law<R>(1, 0.5)},
+      {"amax", of_one<T, tnk_int>("tnk_blas_i?amax"), largest, law<R>(0, 0)},
+      {"amin", of_one<T, tnk_int>("tnk_blas_i?amin"), smallest, law<R>(0, 0)}};
+  if constexpr (is_pair<T>) {
+    const char *const dotc = sizeof(T) == 8 ? "tnk_blas_xcdotc" : "tnk_blas_zdotc";
+    list.push_back({"dotu", of_two<T>("tnk_blas_?dotu"), plain, law<R>(1, 1)});
+    list.push_back({"dotc", of_two<T>(dotc), conjugated, law<R>(1, 1)});
+  } else {
+    list.push_back({"dot", of_two<T>("tnk_blas_x?dot"), plain, law<R>(1, 1)});
+  }
+  if constexpr (std::is_same_v<T, float>) {
+    list.push_back({"dsdot", of_two<float, double>("tnk_blas_dsdot"), plain, law<double>(1, 1)});
     // One rounding to single, and the far smaller ones to double.
-    {"sdsdot", run<float>(sdsdot), plain, law<float>(0, 0.75)}};
-template <>
-const std::vector<Routine<double>> routines<double> = {
-    OF_ONE(double, double, dnrm2, dasum, idamax, idamin) //
-    {"xddot", run<double>(tnk_blas_xddot), plain, law<double>(1, 1)}};
-template <>
-const std::vector<Routine<tnk_complex8>> routines<tnk_complex8> = {
-    OF_ONE(tnk_complex8, float, scnrm2, scasum, icamax, icamin) //
-    {"cdotu", run<tnk_complex8>(tnk_blas_cdotu), plain, law<float>(1, 1)},
-    {"xcdotc", run<tnk_complex8>(tnk_blas_xcdotc), conjugated, law<float>(1, 1)}};
-template <>
-const std::vector<Routine<tnk_complex16>> routines<tnk_complex16> = {
-    OF_ONE(tnk_complex16, double, dznrm2, dzasum, izamax, izamin) //
-    {"zdotu", run<tnk_complex16>(tnk_blas_zdotu), plain, law<double>(1, 1)},
-    {"zdotc", run<tnk_complex16>(tnk_blas_zdotc), conjugated, law<double>(1, 1)}};
+    list.push_back({"sdsdot", sdsdot, plain, law<float>(0, 0.75)});
+  }
+  return list;
+}
+template <class T> const std::vector<Routine<T>> routines = all_routines<T>();
 
 // Integers, of which no part is 0: their products and sums are exact in any order. Few distinct magnitudes, so ties
 // abound; pairs of equal |re| + |im| and different moduli among them.

@@ -98,7 +98,6 @@ template <class T> testing::AssertionResult is_right(const std::vector<Sum> &wan
   return y.intact() ? testing::AssertionSuccess() : testing::AssertionFailure() << "wrote outside of y";
 }
 
-// A product of a matrix with elements of E.
 template <class T, class E = T> struct Problem {
   char trans;
   Matrix<E> a;

@@ -94,8 +94,6 @@ TYPED_TEST(Gem2v, IncrementsOfZeroAddUp) {
   EXPECT_TRUE(reference::re(y1) == 2 + 6 && reference::re(y2) == 4 + 6);
 }
 
-// ---- Real matrix ------------------------------------------------------------------------------------------------------
-
 template <class T> class MixedGemv : public testing::Test {};
 using Pairs = testing::Types<tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(MixedGemv, Pairs, );

@@ -47,7 +47,6 @@ struct Setting {
   double alpha = 0.75, beta = -0.5;
 };
 
-// One call with its operands.
 template <class T> struct Call : Setting {
   using R = Real<T>;
 
@@ -101,8 +100,6 @@ template <class T> struct Call : Setting {
   }
   void run() { run(addresses()); }
 
-  // ---- The matrix --------------------------------------------------------------------------------------------------
-
   bool is_stored(tnk_int i, tnk_int j) const {
     return (upper ? i <= j : i >= j) && (!banded || std::abs(i - j) <= k);
   }
@@ -120,7 +117,6 @@ template <class T> struct Call : Setting {
     if (routine.kind == solve) value = static_cast<R>(1. / static_cast<double>(n)) * value;
     return value;
   }
-  // As it was before the call.
   T element(tnk_int i, tnk_int j) const {
     const bool reflected = !is_stored(i, j);
     if (reflected && (is_triangular() || !is_stored(j, i))) return T{};
@@ -134,8 +130,6 @@ template <class T> struct Call : Setting {
     const T value = element(j, i);
     return trans == 'C' || trans == 'c' ? reference::conj(value) : value;
   }
-
-  // ---- What must be, and what must stay ----------------------------------------------------------------------------
 
   void remember() {
     before_a.clear(), before_x.clear(), before_y.clear();

@@ -29,28 +29,22 @@ protected:
 };
 TYPED_TEST_SUITE(GemmStages, Types, );
 
-// A caller may know no more of a row than that it is twenty words.
-TYPED_TEST(GemmStages, TableIsData) {
+// A caller may know no more of a row than that it is twenty words; a descriptor takes it whole.
+TYPED_TEST(GemmStages, TableIsDataAndDescriptorsTakeIt) {
   using T = TypeParam;
   using E = Entries<T>;
   ASSERT_EQ(sizeof E::row, 20 * 8u);
   int64_t words[20];
   std::memcpy(words, &E::row, sizeof words);
-  for (int i = 0; i < 20; ++i)
-    EXPECT_TRUE(i < 8 ? words[i] == row_of<T>[i] : (words[i] == 0) == (i >= 18 && is_complex<T>)) << i;
+  EXPECT_TRUE(same_bits(words, row_of<T>, 8) && (words[18] == 0) == is_complex<T>);
   int32_t rows = -1;
   E::num_kernels(&rows);
   EXPECT_TRUE(E::chosen == 0 && rows == 1 && E::get_kernel_version() == 2 && E::api_support() == 1);
-}
 
-TYPED_TEST(GemmStages, DescriptorTakesTheRow) {
-  using E = Entries<TypeParam>;
   tnk_gemm_descriptor &d = this->descriptor;
-  unsigned char bytes[sizeof d];
-  std::memcpy(bytes, &d, sizeof bytes);
-  EXPECT_EQ(std::count(bytes, bytes + sizeof bytes, 0), static_cast<long>(sizeof bytes));
   EXPECT_EQ(E::get_kernel(1, &d), 1);
-  EXPECT_EQ(d.mr, 0);
+  const auto *const bytes = reinterpret_cast<const unsigned char *>(&d);
+  EXPECT_EQ(std::count(bytes, bytes + sizeof d, 0), static_cast<long>(sizeof d));
   for (const bool by_number : {false, true}) {
     E::zero_desc(&d);
     if (by_number)
@@ -58,10 +52,9 @@ TYPED_TEST(GemmStages, DescriptorTakesTheRow) {
     else
       E::get_optimal_kernel(&d);
     const tnk_int numbers[] = {d.mr, d.nr, d.kr, d.work_factor, d.tm, d.tn, d.tk, d.buffer_selector};
-    EXPECT_TRUE(same_bits(numbers, row_of<TypeParam>, 8));
+    EXPECT_TRUE(same_bits(numbers, row_of<T>, 8));
     EXPECT_TRUE(same_bits(d.copya, E::row.copya, 3) && same_bits(d.copyb, E::row.copyb, 3));
     EXPECT_TRUE(d.copya_ext == E::row.copya_ext && d.copyb_ext == E::row.copyb_ext && d.ker0 == E::row.ker0);
-    EXPECT_EQ(d.kernel_index + d.mb + d.nb + d.kb + d.a.size + d.b.size + d.work.size, 0);
   }
 }
 

@@ -143,6 +143,7 @@ void expect_levels(const Form &form, tnk_int order, tnk_int sides, const std::ve
                                      staged.a.data(), &staged.lda, staged.b.data(), &staged.ldb, 0, &last,
                                      levels.data(), held.descriptor());
   EXPECT_TRUE(same_bits(whole.b.data(), staged.b.data(), whole.b.size())) << whole.name();
+  EXPECT_EQ(whole.fault(), "") << whole.name();
 }
 TEST(TriangularLevels, AreThoseOfTheEntry) {
   expect_levels<Multiply>({'L', 'U', 'N', 'N'}, 600, 5, {256, 128, 64});

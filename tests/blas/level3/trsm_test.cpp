@@ -16,17 +16,6 @@ template <class T> auto by_solver(const Named<T> &named) {
   };
 }
 
-// Where blocks on the right grow.
-TYPED_TEST(Trsm, LargeOrdersOnTheRight) {
-  using T = TypeParam;
-  std::size_t turn = 0;
-  for (const tnk_int order : {999, 1000, 1999, 2000, 2001}) {
-    const Form form = {'R', "LU"[turn % 2], "NT"[turn / 2 % 2], 'N'};
-    ++turn;
-    ASSERT_NO_FATAL_FAILURE(check(TriangleSolve<T>::of(form, order, 2), by_entry));
-  }
-}
-
 // A zero on the diagonal leaves infinities and NaN in its row and those solved after it, and nothing in those before; a
 // right-hand side with a NaN keeps it to itself.
 TYPED_TEST(Trsm, WhatIsNotFiniteStaysWhereItBelongs) {

@@ -1,5 +1,7 @@
-// Memory for these tests: scratch as fault_allocator.h has it, and blocks that outlive a call counted and refused along
-// with it.
+// Scratch memory as fault_allocator.h has it, and blocks that outlive a call counted and refused along with it. To be
+// included in one source file of an executable.
+#pragma once
+
 #include "support/fault_allocator.h"
 
 void *tnk_serv_tnk_malloc(int64_t size, int32_t alignment) {
