@@ -32,28 +32,4 @@ inline std::vector<Wide> transform(const std::vector<Wide> &x, int sign) {
   return y;
 }
 
-// The same for a power of two, by halves: even and odd numbers apart, down to 32 numbers, which are summed. step: how far
-// apart the numbers stand, and the roots.
-inline void transform_by_halves(const Wide *x, std::size_t n, std::size_t step, const std::vector<Wide> &w,
-                                Wide *y) {
-  if (n <= 32) {
-    for (std::size_t k = 0; k < n; ++k) {
-      y[k] = 0;
-      for (std::size_t j = 0; j < n; ++j) y[k] += x[j * step] * w[j * k % n * step];
-    }
-    return;
-  }
-  transform_by_halves(x, n / 2, 2 * step, w, y);
-  transform_by_halves(x + step, n / 2, 2 * step, w, y + n / 2);
-  for (std::size_t k = 0; k < n / 2; ++k) {
-    const Wide even = y[k], odd = y[k + n / 2] * w[k * step];
-    y[k] = even + odd, y[k + n / 2] = even - odd;
-  }
-}
-inline std::vector<Wide> transform_by_halves(const std::vector<Wide> &x, int sign) {
-  std::vector<Wide> y(x.size());
-  transform_by_halves(x.data(), x.size(), 1, roots(x.size(), sign), y.data());
-  return y;
-}
-
 } // namespace tnk::reference

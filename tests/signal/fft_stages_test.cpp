@@ -58,11 +58,10 @@ TYPED_TEST_SUITE(FftStages, Precisions, );
 TYPED_TEST(FftStages, StraightAndInCache) {
   using R = TypeParam;
   for (const bool inverse : {false, true})
-    for (const int order : {0, 1, 2, 7, 9, 12}) {
+    for (const int order : {0, 1, 2, 7, 9, 10, 11}) {
       const std::size_t n = std::size_t{1} << order;
       const auto length = static_cast<int32_t>(n);
-      const Numbers x = random_numbers(n, false, false),
-                    right = reference::transform_by_halves(x, inverse ? 1 : -1);
+      const Numbers x = random_numbers(n, false, false), right = reference::transform(x, inverse ? 1 : -1);
       Aligned<complex_of<R>> source(n), reversed(n), destination(n), work(n);
       for (std::size_t k = 0; k < n; ++k)
         source.p[k] = reversed.p[bits_reversed(k, order)] = this->number(x[k]);

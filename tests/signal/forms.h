@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
 #include <thread>
 #include <tnk/services.h>
@@ -111,6 +112,28 @@ inline Numbers random_numbers(std::size_t n, bool real, bool spectrum) {
     for (std::size_t k = 0; k <= n / 2; ++k)
       x[(n - k) % n] = k == 0 || 2 * k == n ? x[k].real() : std::conj(x[k]);
   return x;
+}
+
+// Numbers and their transform: all of it, or at some places as far as the sums take no longer.
+struct Case {
+  Numbers x, right;
+  std::vector<std::size_t> places;
+};
+// The same for all forms that can share it.
+inline const Case &known_case(std::size_t n, bool real, bool inverse) {
+  static std::map<std::tuple<std::size_t, bool, bool>, Case> known;
+  Case &made = known[{n, real, inverse}];
+  if (!made.x.empty()) return made;
+  made.x = random_numbers(n, real, inverse);
+  const Numbers w = reference::roots(n, inverse ? 1 : -1);
+  const bool all = n <= 2048;
+  for (std::size_t i = 0; i < (all ? n : std::max<std::size_t>(25, (1 << 22) / n)); ++i) {
+    const std::size_t k = all ? i : (i % 4 * (n / 4) + i / 4 * 7919) % n;
+    Wide sum = 0;
+    for (std::size_t j = 0, turn = 0; j < n; ++j, turn = (turn + k) % n) sum += made.x[j] * w[turn];
+    made.places.push_back(k), made.right.push_back(sum);
+  }
+  return made;
 }
 
 inline long double factor_of(int flag, bool inverse, std::size_t n) {

@@ -8,7 +8,6 @@ namespace tnk::test {
 namespace {
 
 template <class T> class PublicGemv : public testing::Test {};
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(PublicGemv, Types, );
 
 // Shapes cut by rows and by columns, each letter with increments in turn.

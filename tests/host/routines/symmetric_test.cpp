@@ -245,10 +245,11 @@ TEST(PublicSymmetric, HasTheSameBitsForEveryNumberOfThreads) {
       int64_t memory = 0;
       for (const int threads : {1, 2, 3, 4}) {
         const Threads set(threads);
+        allocations.reset();
         const std::vector<T> result = call.run().result();
-        if (threads == 1) alone = result, memory = last_request;
+        if (threads == 1) alone = result, memory = allocations.largest;
         EXPECT_TRUE(same_bits(result.data(), alone.data(), alone.size())) << call.text() << ' ' << threads;
-        EXPECT_TRUE(threads == 1 || last_request > memory) << call.text(); // and it was cut
+        EXPECT_TRUE(threads == 1 || allocations.largest > memory) << call.text(); // and it was cut
       }
     }
   });
@@ -284,9 +285,8 @@ TEST(PublicSymmetric, MemoryRefused) {
       const Threads set(threads);
       ErrorRecorder errors;
       const auto undone = *tnk_undone_calls();
-      requests = 0, refused_request = 1;
+      allocations.refuse = 1;
       call.run();
-      refused_request = 0;
       EXPECT_EQ(*tnk_undone_calls() - undone, threads == 1);
       if (threads == 1) {
         EXPECT_EQ(errors.last().kind, TNK_ERROR_MEMORY) << name.name;

@@ -197,7 +197,6 @@ template <class T> struct PublicTranspositionOf : testing::Test {
   ErrorRecorder errors;
   Random random;
 };
-using Types = testing::Types<float, double, tnk_complex8, tnk_complex16>;
 TYPED_TEST_SUITE(PublicTranspositionOf, Types);
 
 // Long and short sides, odd, and large enough for threads.
