@@ -38,8 +38,6 @@ public:
     if (!as.output.empty()) handle->methods->setOutputStrides(handle, as.output.data());
     if (as.inner) handle->flags |= TNK_DFT_INNER;
   }
-  tnk_int set(int32_t parameter, tnk_int value) const { return DftiSetValue(handle, parameter, value); }
-  tnk_int commit() const { return DftiCommitDescriptor(handle); }
   bool is_committed() const {
     return handle->commit_status == DftiCommitted && handle->compute_forward && handle->compute_backward;
   }

@@ -14,13 +14,6 @@ namespace {
 
 using Numbers = std::vector<tnk_complex16>;
 
-template <class Value> void set(const Plan &plan, DftiParam parameter, Value value) {
-  EXPECT_EQ(DftiSetValue(plan, parameter, value), DftiNoError);
-}
-void commit(const Plan &plan) {
-  ASSERT_EQ(DftiCommitDescriptor(plan), DftiNoError);
-}
-
 constexpr uint64_t more_than_slots = 0x7FFFFFFF;
 
 // Threads that compute at once, each its own data. Returns how many results differ from `expected`.
@@ -51,15 +44,16 @@ TEST(Compute, AsManyCallersAsUserThreadsAndOneMore) {
   } cases[] = {{{240}, {0, 1}}, {{256}, {0, 1}}, {{240}, {0, 2}}, {{12, 20}, {0, 20, 1}}};
   for (const auto &[lengths, strides] : cases) {
     Plan plan(DftiDouble, DftiComplex, lengths, {}, 0.5); // which the road without slots does not take
-    set(plan, DftiParamInputStrides, strides.data());
-    commit(plan); // for one user thread, whose flags must not outlive the next commit
+    EXPECT_EQ(plan.set(DftiParamInputStrides, strides.data()), DftiNoError);
+    ASSERT_EQ(plan.commit(),
+              DftiNoError); // for one user thread, whose flags must not outlive the next commit
     std::vector<Numbers> expected;
     for (int t = 0; t <= users; ++t) {
       expected.push_back(numbers<double>(480, t));
       ASSERT_EQ(DftiComputeForward(plan, expected.back().data()), DftiNoError);
     }
-    set(plan, DftiParamNumberOfUserThreads, tnk_int{users});
-    commit(plan);
+    EXPECT_EQ(plan.set(DftiParamNumberOfUserThreads, tnk_int{users}), DftiNoError);
+    ASSERT_EQ(plan.commit(), DftiNoError);
     ASSERT_NE(plan->thread_slots, nullptr);
     EXPECT_EQ(differing(plan, users, 480, expected), 0);
     EXPECT_EQ(differing(plan, users + 1, 480, expected), 0);
@@ -79,7 +73,7 @@ tnk_int take_note(void *, void *, DftiNode *, void *work) {
 
 TEST(Compute, SlotsAreThoseOfTheirThreads) {
   Plan plan(DftiDouble, DftiComplex, {240}, {{DftiParamNumberOfUserThreads, 2}}, 0.5);
-  commit(plan);
+  ASSERT_EQ(plan.commit(), DftiNoError);
   plan->kernels.double_pair.forward = take_note;
   auto *const workspace = static_cast<char *>(plan->workspace);
   ASSERT_NE(workspace, nullptr);
@@ -125,7 +119,7 @@ TEST(Compute, OneTransformOnSeveralThreads) {
     for (const std::size_t shift : {0, 1}) {
       Plan plan(DftiDouble, DftiComplex, {n}, {{DftiParamPlacement, in_place ? DftiInPlace : DftiNotInPlace}},
                 0.5);
-      commit(plan);
+      ASSERT_EQ(plan.commit(), DftiNoError);
       plan->flags = 0;
       plan->threads = 2;
       plan->kernels.second_double.forward = negate;
@@ -160,7 +154,7 @@ tnk_int fail_late(void *source, void *, DftiNode *node, void *) {
 TEST(Compute, TheFirstFailure) {
   Plan plan(DftiDouble, DftiComplex, {16}, {{DftiParamInputDistance, 16}, {DftiParamNumberOfTransforms, 24}},
             0.5);
-  commit(plan);
+  ASSERT_EQ(plan.commit(), DftiNoError);
   plan->kernels.double_pair.forward = fail_late;
   Numbers data = numbers<double>(24 * 16);
   first_number = data.data();
@@ -218,7 +212,7 @@ TEST(Compute, ScrambledSpectraComeBack) {
     const tnk_int n = lengths.size() == 1 ? lengths[0] : lengths[0] * lengths[1];
     Plan plan(DftiDouble, DftiComplex, lengths, {{DftiParamOrdering, DftiBackwardScrambled}}, 1,
               1. / static_cast<double>(n));
-    commit(plan);
+    ASSERT_EQ(plan.commit(), DftiNoError);
     const Numbers before = numbers<double>(n);
     Numbers data = before;
     EXPECT_EQ(DftiComputeForward(plan, data.data()), DftiNoError);

@@ -31,6 +31,10 @@ public:
     EXPECT_EQ(DftiFreeDescriptor(&handle), DftiNoError);
     EXPECT_EQ(handle, nullptr);
   }
+  template <class Value> tnk_int set(int32_t parameter, Value value) const {
+    return DftiSetValue(handle, parameter, value);
+  }
+  tnk_int commit() const { return DftiCommitDescriptor(handle); }
   operator DftiHandle() const { return handle; }
   DftiNode *operator->() const { return handle; }
   DftiHandle handle = nullptr;

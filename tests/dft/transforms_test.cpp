@@ -74,7 +74,7 @@ Sides sides_of(const Config &config, bool inverse) {
 
 void set_up(const Plan &plan, const Config &config, const Sides &sides, const Signal &signal) {
   const auto set = [&](DftiParam parameter, auto value) {
-    EXPECT_EQ(DftiSetValue(plan, parameter, value), DftiNoError) << parameter;
+    EXPECT_EQ(plan.set(parameter, value), DftiNoError) << parameter;
   };
   set(DftiParamPlacement, config.in_place ? DftiInPlace : DftiNotInPlace);
   set(DftiParamComplexStorage, config.is_real() ? int{DftiRealReal} : config.storage); // nothing to real data

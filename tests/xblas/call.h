@@ -47,6 +47,7 @@ struct Routine {
 
   const std::string &list() const { return lists().at(op); }
   bool has(char letter) const { return list().find(letter) != std::string::npos; }
+  bool solves() const { return op == "trsv" || op == "tbsv"; }
   int position(char letter) const { return static_cast<int>(list().find(letter)) + 1; }
 };
 

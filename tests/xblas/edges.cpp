@@ -102,7 +102,7 @@ TEST(XblasReports, ComeInTheOrderOfTheChecks) {
 TEST(XblasReports, SolvesNameBadEnumerationsWithoutX) {
   Maker maker(5);
   for (const Routine &r : routines()) {
-    if (r.op != "trsv" && r.op != "tbsv") continue;
+    if (!r.solves()) continue;
     Problem p = large(maker, r, 102);
     for (const char letter : {'o', 'u', 't', 'd'}) p.arguments[letter] = 99;
     p.arguments['n'] = 0;

@@ -59,36 +59,35 @@ TEST(XblasPublic, RefusesEachBadArgumentByItsName) {
   Maker maker(13, {3, 4, 7});
   ErrorRecorder recorder;
   for (const Routine &r : routines()) {
-    const auto refused = [&](const Arguments &arguments, char letter, int32_t prec, const std::string &what) {
-      const auto before =
-          arguments.arrays.count('y') ? arguments.arrays.at('y')->bytes() : std::vector<unsigned char>();
-      call(public_prefix, r, arguments, prec);
-      const auto seen = recorder.last();
-      EXPECT_EQ(recorder.bad_argument().substr(0, 10), "tnk_xblas_") << r.name << what;
-      EXPECT_EQ(seen.routine, public_prefix + r.name);
-      const int position = letter == 'p' ? static_cast<int>(r.list().size()) + 1 : r.position(letter);
-      EXPECT_EQ(seen.position, position);
-      if (const auto known = names.find(r.op); known != names.end()) {
-        std::istringstream all(known->second);
-        std::string name;
-        for (int i = 0; i < position; ++i) all >> name;
-        EXPECT_EQ(seen.argument, name) << r.name << what;
-      }
-      if (!before.empty()) {
-        EXPECT_TRUE(arguments.arrays.at('y')->bytes() == before) << r.name << what;
-      }
-    };
     for (const bool known :
          {false, true}) { // calls that find their kernel at hand are checked in another way
       Problem p = maker.make(r, Data::random, known ? 101 : 102);
       p.arguments.alpha = 2, p.arguments.beta = 3;
       if (known) result_of(p, public_prefix);
+      const Array &y = *p.arguments.arrays.at('y');
+      const auto refused = [&](const Arguments &arguments, char letter, int32_t prec, tnk_int value) {
+        SCOPED_TRACE(r.name + ' ' + letter + ' ' + std::to_string(value));
+        const auto before = y.bytes();
+        call(public_prefix, r, arguments, prec);
+        const auto seen = recorder.last();
+        EXPECT_EQ(recorder.bad_argument().substr(0, 10), "tnk_xblas_");
+        EXPECT_EQ(seen.routine, public_prefix + r.name);
+        const int position = letter == 'p' ? static_cast<int>(r.list().size()) + 1 : r.position(letter);
+        EXPECT_EQ(seen.position, position);
+        if (const auto of_op = names.find(r.op); of_op != names.end()) {
+          std::istringstream all(of_op->second);
+          std::string name;
+          for (int i = 0; i < position; ++i) all >> name;
+          EXPECT_EQ(seen.argument, name);
+        }
+        EXPECT_TRUE(y.bytes() == before);
+      };
       for (const char letter : r.list()) {
         if (std::string("ABq").find(letter) != std::string::npos) continue;
         Arguments bad = p.arguments;
         const auto refused_as = [&](tnk_int value) {
           bad[letter] = value;
-          refused(bad, letter, best(r), std::string(" ") + letter + " " + std::to_string(value));
+          refused(bad, letter, best(r), value);
         };
         const tnk_int good = bad[letter];
         if (bad.arrays.count(letter)) {
@@ -106,7 +105,7 @@ TEST(XblasPublic, RefusesEachBadArgumentByItsName) {
           refused_as(tnk_int{1} << 60);
       }
       if (r.has_prec)
-        for (const int32_t prec : {210, 215}) refused(p.arguments, 'p', prec, " prec");
+        for (const int32_t prec : {210, 215}) refused(p.arguments, 'p', prec, prec);
     }
   }
   tnk_complex16 r = {};
