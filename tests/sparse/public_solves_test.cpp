@@ -18,8 +18,8 @@ using namespace tnk::test::reference;
 // A matrix of that storage as its descriptor tells, with the names of it that kernels and callers have.
 template <class T> struct Square : Triangle<T, tnk_int> {
   Square(tnk_sparse_storage storage, const tnk_sparse_descriptor &of, tnk_int order, tnk_int most,
-         Random &random)
-      : Triangle<T, tnk_int>(name_of(storage, of), order, most, random, false), d(of) {
+         Random &numbers)
+      : Triangle<T, tnk_int>(name_of(storage, of), order, most, numbers, false), d(of) {
     matrix.storage = storage, matrix.m = matrix.n = order;
     matrix.nnz = static_cast<tnk_int>(this->columns.size());
     matrix.values = this->values.data(), matrix.col_index = this->columns.data();

@@ -52,11 +52,12 @@ std::string solve_trial(void *kernel, const GridName &name, I m, I most, Random 
   if (name.storage == "csr" && !one_array) a.rows.pop_back();
   const Guarded<T> values(a.values);
   const Guarded<I> columns(a.columns), rows(a.rows), row_end(a.row_end);
-  const I ldy = static_cast<I>(y.ld()), n = static_cast<I>(count), nnz = static_cast<I>(a.values.size());
+  const I stride = static_cast<I>(a.stride), ldy = static_cast<I>(y.ld()), n = static_cast<I>(count),
+          nnz = static_cast<I>(a.values.size());
   const T alpha = narrow<T>(name.storage == "csr" && name.kind == 'd' ? 2 : not_a_number);
   GridArguments<T, I> g;
   I first = 1, last = n;
-  g.first = &first, g.last = &last, g.m = &m, g.n = &n, g.sides = &n, g.count = &nnz, g.stride = &a.stride;
+  g.first = &first, g.last = &last, g.m = &m, g.n = &n, g.sides = &n, g.count = &nnz, g.stride = &stride;
   g.alpha = &alpha, g.values = values.data(), g.rows = rows.data(),
   g.row_end = one_array ? rows.data() + 1 : row_end.data();
   g.columns = columns.data(), g.y = y.data(), g.ldy = &ldy;

@@ -1,9 +1,7 @@
 // Triangles and diagonals to be solved with, in the arrays of each storage.
 #pragma once
 
-#include "reference/sparse_grid.h"
-#include "support/random.h"
-#include "support/sides.h"
+#include "sparse/stored.h"
 #include <algorithm>
 #include <cmath>
 
@@ -12,26 +10,13 @@ namespace tnk::test {
 // The diagonal leads each row. What must not count is NaN: the other triangle, what is stored on a diagonal of ones, of
 // several triples on a diagonal all but the last. `strict`: as kernels want them, whose searches stop at nothing but a
 // diagonal, so that compressed rows without one are empty; else entries are unique, and both ends have a diagonal.
-template <class T, class I> struct Triangle {
-  Triangle(const reference::GridName &of, I order, I most, Random &random, bool strict) : name(of), m(order) {
-    const bool unit = name.diagonal == 'u', upper = name.triangle == 'u', triples = name.storage == "coo";
-    const auto number = [&](bool diagonal) {
-      T v = random.number<T>();
-      if constexpr (std::is_floating_point_v<T>)
-        return diagonal ? std::copysign(static_cast<T>(most) + 1 + std::fabs(v), v)
-               : unit   ? v / static_cast<T>(most)
-                        : v;
-      else if (const auto size = static_cast<decltype(v.re)>(most); diagonal)
-        v.im = (2 * size + 2) * (v.im < 0 ? -1 : 1);
-      else if (unit)
-        v.re /= size, v.im /= size;
-      return v;
-    };
-    const auto store = [&](I i, I j) {
-      const bool is_one = name.counts(i, j) && !(name.kind == 'd' && i != j);
-      entries.push_back({i, j, is_one ? number(i == j) : junk<T>()});
-      values.push_back(entries.back().value);
-    };
+template <class T, class I> struct Triangle : Stored<T, I> {
+  using S = Stored<T, I>;
+  using S::columns, S::entries, S::m, S::name, S::random, S::row_end, S::rows, S::store, S::stride, S::values;
+
+  Triangle(const reference::GridName &of, I order, I most, Random &numbers, bool strict)
+      : S{of, numbers, kept_small(of.diagonal == 'u', most, numbers), order, order, 1, 0, 0, false} {
+    const bool unit = name.diagonal == 'u', triples = name.storage == "coo";
     const auto some = [&](I least, I greatest) { return static_cast<I>(random.integer(least, greatest)); };
     if (name.storage == "dia") {
       stride = m + 2;
@@ -46,14 +31,14 @@ template <class T, class I> struct Triangle {
       }
       return;
     }
+    if (name.storage == "sky") {
+      this->store_skyline(most);
+      return;
+    }
     const I base = name.base - '0';
     std::vector<I> rows_of;
     for (I i = 0; i < m; ++i) {
       rows.push_back(static_cast<I>(values.size()) + 7);
-      if (name.storage == "sky") {
-        for (I j = std::max<I>(0, i - some(0, most)); j <= i; ++j) upper ? store(j, i) : store(i, j);
-        continue;
-      }
       std::vector<I> row;
       const bool bare = unit && some(0, 1) && (strict || (i > 0 && i < m - 1)); // ones may be stored or not
       if (!bare) row.push_back(i);
@@ -80,12 +65,22 @@ template <class T, class I> struct Triangle {
       }
   }
 
-  reference::GridName name;
-  I m, stride = 0;
-  std::vector<reference::SparseEntry<T>> entries;
-  std::vector<T> values;
-  std::vector<I> columns, rows,
-      row_end; // rows: of triples, distances of diagonals, or where rows start, and the end
+private:
+  // So large on the diagonal and so small beside one of ones that solutions do not grow.
+  static auto kept_small(bool unit, I most, Random &numbers) {
+    return [=, &numbers](bool diagonal) {
+      T v = numbers.number<T>();
+      if constexpr (std::is_floating_point_v<T>)
+        return diagonal ? std::copysign(static_cast<T>(most) + 1 + std::fabs(v), v)
+               : unit   ? v / static_cast<T>(most)
+                        : v;
+      else if (const auto size = static_cast<decltype(v.re)>(most); diagonal)
+        v.im = (2 * size + 2) * (v.im < 0 ? -1 : 1);
+      else if (unit)
+        v.re /= size, v.im /= size;
+      return v;
+    };
+  }
 };
 
 } // namespace tnk::test
