@@ -2,9 +2,7 @@
 #include "gmp/operations.h"
 
 #include <cmath>
-#include <fstream>
 #include <limits>
-#include <set>
 
 namespace tnk::test {
 namespace {
@@ -408,22 +406,6 @@ TEST(Integers, MeanWhatTheirNamesSay) {
     if (!HasFailure()) expect_meaning(operation, random, 14, operation.short_list ? 150 : 600, 10);
   for (const Operation &operation : beside) // at the lengths where methods change
     if (!HasFailure()) expect_meaning(operation, random, operation.name[0] == 'm' ? 60 : 8, 700, 100);
-}
-
-// What is left is in the other file of records: nothing is forgotten.
-TEST(Integers, AreAllInTheTable) {
-  std::set<std::string> names = {"init",     "init2",        "array_init",  "clear",       "realloc",
-                                 "realloc2", "init_set",     "init_set_ui", "init_set_si", "init_set_d",
-                                 "get_str",  "init_set_str", "get_d_2exp",  "sizeinbase",  "set_str",
-                                 "import",   "export"};
-  for (const Operation &operation : operations()) names.insert(operation.name);
-  std::ifstream list(TNK_TEST_GMP_EXPORTS);
-  const std::string prefix = "tnk_gmp___gmpz_";
-  std::set<std::string> exported;
-  for (std::string line; std::getline(list, line);)
-    if (line.rfind(prefix, 0) == 0) exported.insert(line.substr(prefix.size()));
-  EXPECT_EQ(exported.size(), 132u);
-  EXPECT_EQ(names, exported);
 }
 
 } // namespace

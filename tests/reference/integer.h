@@ -68,7 +68,9 @@ public:
   friend Integer operator+(const Integer &a, const Integer &b) {
     if ((a.sign() < 0) != (b.sign() < 0)) {
       const bool first = compare_magnitudes(a, b) >= 0;
-      return subtract(first ? a : b, first ? b : a);
+      Integer r = first ? a : b;
+      r.take_off(first ? b : a);
+      return r;
     }
     Integer r;
     r.negative_ = a.sign() < 0;
@@ -122,18 +124,15 @@ private:
   void trim() {
     while (!digits_.empty() && digits_.back() == 0) digits_.pop_back();
   }
-  // The larger magnitude first.
-  static Integer subtract(const Integer &a, const Integer &b) {
-    Integer r;
-    r.negative_ = a.sign() < 0;
+  // Of a magnitude that is no larger.
+  void take_off(const Integer &b) {
     int64_t borrow = 0;
-    for (std::size_t i = 0; i < a.digits_.size(); ++i) {
-      borrow += int64_t{a.digits_[i]} - b.digit(i);
-      r.digits_.push_back(static_cast<uint32_t>(borrow));
+    for (std::size_t i = 0; i < digits_.size(); ++i) {
+      borrow += int64_t{digits_[i]} - b.digit(i);
+      digits_[i] = static_cast<uint32_t>(borrow);
       borrow >>= 32;
     }
-    r.trim();
-    return r;
+    trim();
   }
   static std::pair<Integer, Integer> divide(const Integer &n, const Integer &d) {
     Integer q, r;
@@ -148,13 +147,7 @@ private:
       }
       if (carry) r.digits_.push_back(carry);
       if (compare_magnitudes(r, divisor) < 0) continue;
-      int64_t borrow = 0;
-      for (std::size_t k = 0; k < r.digits_.size(); ++k) {
-        borrow += int64_t{r.digits_[k]} - divisor.digit(k);
-        r.digits_[k] = static_cast<uint32_t>(borrow);
-        borrow >>= 32;
-      }
-      r.trim();
+      r.take_off(divisor);
       q.digits_[i / 32] |= uint32_t{1} << i % 32;
     }
     q.trim();

@@ -12,16 +12,6 @@ std::size_t bits_reversed(std::size_t k, int bits) {
   return r;
 }
 
-// n complex numbers on a 32-byte boundary.
-template <class C> struct Aligned {
-  explicit Aligned(std::size_t n)
-      : room(n + 4),
-        p(reinterpret_cast<C *>((reinterpret_cast<std::uintptr_t>(room.data()) + 31) / 32 * 32)) {}
-  uint8_t *bytes() { return reinterpret_cast<uint8_t *>(p); }
-  std::vector<C> room;
-  C *p;
-};
-
 template <class R> class FftStages : public testing::Test {
 protected:
   static constexpr long double epsilon = std::numeric_limits<R>::epsilon();
@@ -62,11 +52,11 @@ TYPED_TEST(FftStages, StraightAndInCache) {
       const std::size_t n = std::size_t{1} << order;
       const auto length = static_cast<int32_t>(n);
       const Numbers x = random_numbers(n, false, false), right = reference::transform(x, inverse ? 1 : -1);
-      Aligned<complex_of<R>> source(n), reversed(n), destination(n), work(n);
+      Guarded<complex_of<R>> source(n), reversed(n), destination(n), work(n);
       for (std::size_t k = 0; k < n; ++k)
-        source.p[k] = reversed.p[bits_reversed(k, order)] = this->number(x[k]);
-      if (order < 2) stage<R>(order == 0 ? "_cFFT_1" : "_cFFT_2", "fc", source.p, destination.p);
-      if (order == 2) this->run("_cFFT%_4", inverse, source.p, destination.p);
+        source.data()[k] = reversed.data()[bits_reversed(k, order)] = this->number(x[k]);
+      if (order < 2) stage<R>(order == 0 ? "_cFFT_1" : "_cFFT_2", "fc", source.data(), destination.data());
+      if (order == 2) this->run("_cFFT%_4", inverse, source.data(), destination.data());
       if (order > 2) {
         // From a base that is finer than needed.
         const auto base = this->quarter_wave(order + 2);
@@ -78,12 +68,12 @@ TYPED_TEST(FftStages, StraightAndInCache) {
                   0u);
         for (std::size_t k = 0; k < n / 4; ++k)
           ASSERT_EQ(static_cast<std::size_t>(reversal[k]), 2 * bits_reversed(k, order - 2));
-        this->run("_cRadix4%Norm", inverse, source.p, destination.p, length, twiddles.data(), reversal.data(),
-                  work.p);
-        this->run("_cRadix4%", inverse, reversed.p, length, twiddles.data(), work.p);
-        expect_near(reversed.p, right, 2);
+        this->run("_cRadix4%Norm", inverse, source.data(), destination.data(), length, twiddles.data(),
+                  reversal.data(), work.data());
+        this->run("_cRadix4%", inverse, reversed.data(), length, twiddles.data(), work.data());
+        expect_near(reversed.data(), right, 2);
       }
-      expect_near(destination.p, right, 2);
+      expect_near(destination.data(), right, 2);
     }
 }
 
@@ -159,13 +149,15 @@ TYPED_TEST(FftStages, TablesOfLargeOrders) {
     stage<R>("_getSizeTwd_Large", "f", order, &table_size, &work_size);
     EXPECT_EQ(work_size, order < 18 ? 2097152 : work_size);
     const auto base = this->quarter_wave(order + 1); // finer than needed
-    Aligned<R> memory(n + static_cast<std::size_t>(table_size) / sizeof(R));
+    Guarded<R> memory(n + static_cast<std::size_t>(table_size) / sizeof(R));
     const auto fill = [&](tnk_signal_fft *spec) {
-      return stage<R, const R *>("_initTabTwd_Large", "f", spec, memory.p, order, base.data(), order + 1, 0);
+      return stage<R, const R *>("_initTabTwd_Large", "f", spec, memory.data(), order, base.data(), order + 1,
+                                 0);
     };
     const typename TestFixture::Record short_one(8, 8);
     const R *const end = fill(short_one.spec), *const pairs = end - n / 2;
-    EXPECT_LE(static_cast<const void *>(end), memory.bytes() + n + table_size + 64);
+    EXPECT_LE(static_cast<const void *>(end),
+              reinterpret_cast<const uint8_t *>(memory.data()) + n + table_size + 64);
     EXPECT_EQ(short_one.buffer(), work_size + 32);
     for (std::size_t k = 0; k < n / 4 && order < 18; ++k)
       ASSERT_TRUE(std::abs(Wide(pairs[2 * k], pairs[2 * k + 1]) - reference::root(k, n, -1)) <= this->epsilon)
@@ -174,16 +166,17 @@ TYPED_TEST(FftStages, TablesOfLargeOrders) {
     const typename TestFixture::Record long_one(order, 2);
     EXPECT_EQ(long_one.buffer(), work_size + 32);
     fill(long_one.spec);
-    Aligned<complex_of<R>> work(static_cast<std::size_t>(work_size) / sizeof(complex_of<R>)), x(n), y(n);
-    x.p[5] = {1, 0};
-    this->run("_cFft%_Large", false, long_one.spec, x.p, y.p, work.p);
+    Guarded<complex_of<R>> work(static_cast<std::size_t>(work_size) / sizeof(complex_of<R>)), x(n), y(n);
+    for (std::size_t k = 0; k < n; ++k) x.put(k, {R(k == 5), 0});
+    this->run("_cFft%_Large", false, long_one.spec, x.data(), y.data(), work.data());
     long double worst = 0;
     for (std::size_t k = 0; k < n; ++k)
-      worst = std::max(worst, std::abs(Wide(y.p[k].re, y.p[k].im) - reference::root(5 * k % n, n, -1)));
+      worst =
+          std::max(worst, std::abs(Wide(y.data()[k].re, y.data()[k].im) - reference::root(5 * k % n, n, -1)));
     EXPECT_TRUE(worst <= 3 * this->epsilon) << worst;
-    this->run("_cFft%_Large", true, long_one.spec, y.p, y.p, work.p);
+    this->run("_cFft%_Large", true, long_one.spec, y.data(), y.data(), work.data());
     for (std::size_t k = 0; k < n; ++k)
-      ASSERT_TRUE(std::abs(Wide(y.p[k].re, y.p[k].im) - Wide(k == 5)) <= this->epsilon) << k;
+      ASSERT_TRUE(std::abs(Wide(y.data()[k].re, y.data()[k].im) - Wide(k == 5)) <= this->epsilon) << k;
   }
 }
 

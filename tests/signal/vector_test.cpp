@@ -1,4 +1,5 @@
 // Vector operations against their definition: every length past the unrolled passes, at each alignment, guarded.
+#include "tests/reference/arithmetic.h"
 #include "tests/support/guarded.h"
 #include "tests/support/random.h"
 
@@ -14,6 +15,7 @@
 
 namespace {
 
+using tnk::reference::operator*;
 using tnk::test::Guarded;
 using tnk::test::Random;
 
@@ -40,16 +42,13 @@ void each_length(const std::function<int32_t(const T *, T *, int32_t)> &ours,
     }
 }
 
-template <class C> C product(C a, C b) {
-  return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-}
 template <class C, class Conj, class Mul, class MulInPlace>
 void operations_on_complex(Conj conj, Mul mul, MulInPlace mul_in_place) {
   each_length<C>(conj, [](const C *x, C *y, int32_t n) {
     for (int32_t i = 0; i < n; ++i) y[i] = {x[i].re, -x[i].im};
   });
   const auto products = [](const C *x, C *y, int32_t n) {
-    for (int32_t i = 0; i < n; ++i) y[i] = product(x[i], y[i]);
+    for (int32_t i = 0; i < n; ++i) y[i] = x[i] * y[i];
   };
   each_length<C>(mul_in_place, products);
   each_length<C>([=](const C *x, C *y, int32_t n) { return mul(x, y, y, n); }, products);
@@ -126,14 +125,14 @@ TEST(SignalVector, ProductsOfSpectra) {
     int32_t i = 0;
     for (; i < (n % 2 == 0 ? 2 : 1); ++i) y[i] *= x[i];
     for (; i < n; i += 2) {
-      const auto p = product(tnk_complex16{x[i], x[i + 1]}, tnk_complex16{y[i], y[i + 1]});
+      const auto p = tnk_complex16{x[i], x[i + 1]} * tnk_complex16{y[i], y[i + 1]};
       y[i] = p.re, y[i + 1] = p.im;
     }
   });
   each_length<float>(e9_vpksMulPackConj_32f_I, [](const float *x, float *y, int32_t n) {
     y[0] *= x[0];
     for (int32_t i = 1; i + 1 < n; i += 2) {
-      const auto p = product(tnk_complex8{x[i], -x[i + 1]}, tnk_complex8{y[i], y[i + 1]});
+      const auto p = tnk_complex8{x[i], -x[i + 1]} * tnk_complex8{y[i], y[i + 1]};
       y[i] = p.re, y[i + 1] = p.im;
     }
     if (n % 2 == 0) y[n - 1] *= x[n - 1];

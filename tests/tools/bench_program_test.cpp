@@ -2,11 +2,10 @@
 #include "tools/tnk/support/files.h"
 #include "tools/tools_support.h"
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 namespace {
 
-using tnk::test::count, tnk::test::TemporaryFolder;
+using tnk::test::count, tnk::test::quoted, tnk::test::TemporaryFolder;
 using tnk::tool::read_file;
 using tnk::tool::write_file;
 
@@ -52,25 +51,25 @@ protected:
     std::filesystem::permissions(folder.path() / "tnk_bench", std::filesystem::perms::owner_all);
   }
 
-  // Returns the exit code.
+  // In that folder; returns the exit code.
   int run(const std::string &arguments = "--out out") {
-    const std::string libraries = std::filesystem::path(TNK_TEST_HOST).parent_path().string();
-    const std::string command = "cd '" + folder.path().string() +
-                                "' && env -u TNK_KERNEL_PATH LD_LIBRARY_PATH='" + libraries +
-                                "' ./tnk bench " + arguments + " >table 2>messages";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const auto libraries = std::filesystem::path(TNK_TEST_HOST).parent_path();
+    outcome =
+        tnk::test::run("bench " + arguments,
+                       "-C " + quoted(folder.path()) + " LD_LIBRARY_PATH=" + quoted(libraries), "", "./tnk");
+    return outcome.code;
   }
 
   std::string file(const std::string &name) const { return read_file(folder.path() / name); }
   bool exists(const std::string &name) const { return std::filesystem::exists(folder.path() / name); }
 
   const TemporaryFolder folder;
+  tnk::test::Outcome outcome{};
 };
 
 TEST_F(BenchProgram, RunsTheSecondProcessForRowsWhosePeerHasCores) {
-  ASSERT_EQ(run(), 0) << file("messages");
-  const std::string table = file("table"), calls = file("calls");
+  ASSERT_EQ(run(), 0) << outcome.err;
+  const std::string &table = outcome.out, calls = file("calls");
   EXPECT_TRUE(count(calls, "--core=same") == 4 && count(calls, "--core=best") == 2) << calls;
   EXPECT_EQ(count(table, "L 1: ratio is to its core Sandy, best to its core Zen\n"), 1) << table;
   EXPECT_EQ(count(table, " 2.50    0.50  L\n"), 2) << table;
@@ -87,15 +86,15 @@ TEST_F(BenchProgram, RunsTheSecondProcessForRowsWhosePeerHasCores) {
 
 TEST_F(BenchProgram, WithoutTheLibrarySaysSoOnceAndKeepsOtherRatios) {
   write_file(folder.path() / "no_library", "");
-  ASSERT_EQ(run(), 0) << file("messages");
-  EXPECT_EQ(count(file("messages"), "not installed"), 1);
-  EXPECT_EQ(count(file("table"), "1.50          plain loop\n"), 1) << file("table");
+  ASSERT_EQ(run(), 0) << outcome.err;
+  EXPECT_EQ(count(outcome.err, "not installed"), 1);
+  EXPECT_EQ(count(outcome.out, "1.50          plain loop\n"), 1) << outcome.out;
   EXPECT_TRUE(exists("out/bench_our_own.svg") && !exists("out/bench_library.svg"));
 }
 
 TEST_F(BenchProgram, HandsOnWhatIsToBeMeasured) {
   ASSERT_EQ(run("--filter 'a/library|first' --sizes 3,4 --rounds 7 --quick --no-best"), 0);
-  const std::string calls = file("calls"), table = file("table");
+  const std::string calls = file("calls"), &table = outcome.out;
   EXPECT_TRUE(count(calls, "--filter=a/library|first --sizes=3,4 --quick") == 4 &&
               count(calls, "--rounds=7") == 4);
   EXPECT_TRUE(count(calls, "best") == 0 && count(table, "best") == 0) << table;
@@ -104,24 +103,24 @@ TEST_F(BenchProgram, HandsOnWhatIsToBeMeasured) {
 TEST_F(BenchProgram, AWrongRowOrAFallenProcessIsAFailure) {
   write_file(folder.path() / "wrong", "the result differs");
   EXPECT_EQ(run(), 1);
-  EXPECT_EQ(count(file("table"), "error: the result differs\n"), 1) << file("table");
-  EXPECT_EQ(count(file("messages"), "1 of 5 rows are in error"), 1) << file("messages");
+  EXPECT_EQ(count(outcome.out, "error: the result differs\n"), 1) << outcome.out;
+  EXPECT_EQ(count(outcome.err, "1 of 5 rows are in error"), 1) << outcome.err;
   write_file(folder.path() / "breaks", "");
   EXPECT_EQ(run(), 1);
-  EXPECT_EQ(count(file("messages"), "exit code 3"), 1) << file("messages");
+  EXPECT_EQ(count(outcome.err, "exit code 3"), 1) << outcome.err;
 }
 
 TEST_F(BenchProgram, NothingIsMeasuredThatCouldNotBeKept) {
   write_file(folder.path() / "taken", "");
   EXPECT_EQ(run("--out taken/out"), 1);
-  EXPECT_TRUE(count(file("messages"), "taken/out") == 1 && !exists("calls")) << file("messages");
+  EXPECT_TRUE(count(outcome.err, "taken/out") == 1 && !exists("calls")) << outcome.err;
 }
 
 TEST_F(BenchProgram, WithoutTheProgramThatMeasuresSaysWhatToDo) {
   std::filesystem::remove(folder.path() / "tnk_bench");
   for (const char *arguments : {"", "--list"}) {
     EXPECT_EQ(run(arguments), 1);
-    EXPECT_EQ(count(file("messages"), "run make bench in the source tree"), 1) << file("messages");
+    EXPECT_EQ(count(outcome.err, "run make bench in the source tree"), 1) << outcome.err;
   }
 }
 

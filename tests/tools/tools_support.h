@@ -40,10 +40,10 @@ struct Outcome {
 
 // Runs the program tnk. `settings` go in front of the command, as "NAME=value"; `tail` behind it.
 inline Outcome run(const std::string &arguments, const std::string &settings = "",
-                   const std::string &tail = "") {
+                   const std::string &tail = "", const std::string &program = TNK_TEST_PROGRAM) {
   const TemporaryFolder folder;
   const auto out = folder.path() / "out", err = folder.path() / "err";
-  const std::string command = "env -u TNK_KERNEL_PATH " + settings + " '" TNK_TEST_PROGRAM "' " + arguments +
+  const std::string command = "env -u TNK_KERNEL_PATH " + settings + " '" + program + "' " + arguments +
                               " >'" + out.string() + "' 2>'" + err.string() + "' </dev/null " + tail;
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, tool::read_file(out), tool::read_file(err)};
