@@ -72,8 +72,8 @@ TEST(Limbs, LongDivisions) {
     Limbs whole(q.data(), q.data() + qn);
     EXPECT_TRUE(whole == q_alone && value(r) == value(r_alone));
     whole.push_back(highest);
-    const Residues again = residues(whole.data(), qn + 1) * residues(d.data(), dn) + residues(r.data(), dn);
-    EXPECT_TRUE(again == residues(p, dn + qn)) << dn << ' ' << qn;
+    const Residue again = remainder(whole.data(), qn + 1) * remainder(d.data(), dn) + remainder(r.data(), dn);
+    EXPECT_TRUE(again == remainder(p, dn + qn)) << dn << ' ' << qn;
     EXPECT_LT(tnk_gmp___gmpn_cmp(r.data(), d.data(), dn), 0);
   }
 }

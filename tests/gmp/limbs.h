@@ -54,27 +54,19 @@ inline Integer shifted(const Integer &x, int32_t limbs) {
   return x * Integer::power_of_two(64 * static_cast<uint64_t>(limbs));
 }
 
-// Long numbers are known by what they are modulo three primes.
+// Long numbers are known by what they are modulo a prime.
+constexpr limb prime = 2305843009213693921; // below 2^61
 __extension__ typedef unsigned __int128 wide;
-struct Residues {
-  wide of[3];
-  bool operator==(const Residues &other) const { return std::equal(of, of + 3, other.of); }
+struct Residue {
+  wide of;
+  bool operator==(const Residue &other) const { return of == other.of; }
+  Residue operator*(const Residue &other) const { return {of * other.of % prime}; }
+  Residue operator+(const Residue &other) const { return {(of + other.of) % prime}; }
 };
-constexpr limb primes[] = {2305843009213693951, 2305843009213693921,
-                           2305843009213693907}; // the last below 2^61
-inline Residues residues(const limb *a, int32_t n) {
-  Residues r{};
-  for (int k = 0; k < 3; ++k)
-    for (int32_t i = n; i-- > 0;) r.of[k] = (r.of[k] << 64 | a[i]) % primes[k];
+inline Residue remainder(const limb *a, int32_t n) {
+  Residue r{};
+  for (int32_t i = n; i-- > 0;) r.of = (r.of << 64 | a[i]) % prime;
   return r;
-}
-inline Residues operator*(Residues x, const Residues &y) {
-  for (int k = 0; k < 3; ++k) x.of[k] = x.of[k] * y.of[k] % primes[k];
-  return x;
-}
-inline Residues operator+(Residues x, const Residues &y) {
-  for (int k = 0; k < 3; ++k) x.of[k] = (x.of[k] + y.of[k]) % primes[k];
-  return x;
 }
 
 } // namespace tnk::test

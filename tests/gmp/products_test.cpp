@@ -77,11 +77,11 @@ TEST(Limbs, LongProducts) {
     for (int round = 0; round < (n < 8000 ? 2 * patterns : 1); ++round) {
       const Limbs a = made(random, n, n < 8000 ? round % patterns : runs),
                   b = made(random, n, round < patterns ? any : runs);
-      const Residues x = residues(a.data(), n), y = residues(b.data(), n);
-      const auto expect = [&](const char *what, const Residues &product, auto call) {
+      const Residue x = remainder(a.data(), n), y = remainder(b.data(), n);
+      const auto expect = [&](const char *what, const Residue &product, auto call) {
         Written r(2 * a.size(), page_end);
         call(r.data());
-        EXPECT_TRUE(residues(r.data(), 2 * n) == product) << what << ' ' << n;
+        EXPECT_TRUE(remainder(r.data(), 2 * n) == product) << what << ' ' << n;
       };
       expect("mul_n", x * y, [&](limb *r) { tnk_gmp___gmpn_mul_n(r, a.data(), b.data(), n); });
       expect("square", x * x, [&](limb *r) { tnk_gmp___gmpn_mul_n(r, a.data(), a.data(), n); });
@@ -96,7 +96,7 @@ TEST(Limbs, LongProducts) {
     const Limbs a = made(random, an, any), b = made(random, bn, runs);
     Written r(a.size() + b.size(), page_end);
     tnk_gmp___gmpn_mul(r.data(), a.data(), an, b.data(), bn);
-    EXPECT_TRUE(residues(r.data(), an + bn) == residues(a.data(), an) * residues(b.data(), bn))
+    EXPECT_TRUE(remainder(r.data(), an + bn) == remainder(a.data(), an) * remainder(b.data(), bn))
         << an << " by " << bn;
   }
 }
@@ -126,7 +126,7 @@ TEST(Limbs, ProductsWithoutATransform) {
   i_malloc = [](std::size_t) -> void * { return nullptr; };
   tnk_gmp_tnk_gmp_mul_dft(a.data(), 300, b.data(), 300, r.data());
   i_malloc = malloc_before;
-  EXPECT_TRUE(residues(r.data(), 600) == residues(a.data(), 300) * residues(b.data(), 300));
+  EXPECT_TRUE(remainder(r.data(), 600) == remainder(a.data(), 300) * remainder(b.data(), 300));
 }
 
 } // namespace

@@ -54,26 +54,19 @@ long double bound(bool single, std::size_t n) {
          (is_convolved ? 0.85L * std::sqrt(log2) : 0.35L + 0.5L * std::sqrt(log2));
 }
 
-// Where frequency k stands in a spectrum in the order of the passes of these factors, the last one the cofactor.
-std::size_t place_in_passes(std::size_t k, std::size_t n, const std::vector<std::size_t> &factors) {
-  std::size_t place = 0, part = n;
-  for (const std::size_t f : factors) {
-    part /= f;
-    place += k % f * part;
-    k /= f;
+// A spectrum in order as passes of these factors leave it, the last one the cofactor; or the other way round.
+Numbers reordered(const Numbers &x, const std::vector<std::size_t> &factors, bool into_passes) {
+  if (factors.empty()) return x;
+  Numbers y(x.size());
+  for (std::size_t k = 0; k < x.size(); ++k) {
+    std::size_t place = 0, part = x.size(), rest = k;
+    for (const std::size_t f : factors) {
+      part /= f;
+      place += rest % f * part;
+      rest /= f;
+    }
+    into_passes ? y[place] = x[k] : y[k] = x[place];
   }
-  return place;
-}
-Numbers in_order(const Numbers &x, const std::vector<std::size_t> &factors) {
-  if (factors.empty()) return x;
-  Numbers y(x.size());
-  for (std::size_t k = 0; k < x.size(); ++k) y[k] = x[place_in_passes(k, x.size(), factors)];
-  return y;
-}
-Numbers in_passes(const Numbers &x, const std::vector<std::size_t> &factors) {
-  if (factors.empty()) return x;
-  Numbers y(x.size());
-  for (std::size_t k = 0; k < x.size(); ++k) y[place_in_passes(k, x.size(), factors)] = x[k];
   return y;
 }
 
@@ -81,9 +74,9 @@ Numbers in_passes(const Numbers &x, const std::vector<std::size_t> &factors) {
 void expect_case(const Record &record, const Way &way, const Case &data,
                  const std::vector<std::size_t> &factors = {}) {
   const std::size_t n = data.x.size();
-  expect_transform(record, way, way.inverse ? in_passes(data.x, factors) : data.x,
+  expect_transform(record, way, way.inverse ? reordered(data.x, factors, true) : data.x,
                    bound(record.form.single, n), [&](const Numbers &got) {
-                     return error_of(way.inverse ? got : in_order(got, factors), data.right,
+                     return error_of(way.inverse ? got : reordered(got, factors, false), data.right,
                                      factor_of(way.flag, way.inverse, n), data.places);
                    });
 }
