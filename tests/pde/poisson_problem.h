@@ -81,7 +81,7 @@ public:
   }
 
   // The largest deviation of u, in roundings of what the equations add up; where values are given there may be none.
-  // `off`: a constant that was taken off f.
+  // `off`: a constant that was taken off f; with another one than what a singular problem is off balance no u is near.
   double deviation(double off = 0) const {
     double largest_u = 0, scale = std::fabs(q), worst = 0, largest_f = std::fabs(off);
     for (const R value : u) largest_u = std::max(largest_u, std::fabs(static_cast<double>(value)));
@@ -123,22 +123,6 @@ public:
       sum += weight * static_cast<double>(values[index(p)]), weights += weight;
     });
     return sum / weights;
-  }
-  // What a singular problem's f is off balance: its mean, and what flows in through the sides.
-  double imbalance() const {
-    double sum = mean(f);
-    for (std::size_t k = 0; k < 2 * dims; ++k) {
-      double flow = 0, weights = 0;
-      each_point([&](const Point &p) {
-        if (!on_side(p, k)) return;
-        double weight = 1;
-        for (std::size_t other = 0; other < 2 * dims; ++other)
-          if (other / 2 != k / 2 && on_side(p, other)) weight /= 2;
-        flow += weight * given(p, k), weights += weight;
-      });
-      sum += flow / weights / (step(k / 2) * static_cast<double>(n[k / 2]));
-    }
-    return sum;
   }
 
 private:

@@ -9,6 +9,7 @@
 namespace {
 
 using namespace tnk::test;
+using tnk::reference::operator-;
 using tnk::tool::Threads;
 
 // One call of either operation.
@@ -24,11 +25,6 @@ template <class T> struct Call : TriangleSolve<T> {
     return x;
   }
 };
-
-template <class T> double distance(T x, T y) {
-  using namespace tnk::reference;
-  return static_cast<double>(std::max(std::abs(re(x) - re(y)), std::abs(im(x) - im(y))));
-}
 
 // Both operations in every type, as f(a number of the type, name).
 template <class F> void with_each(F f) {
@@ -112,9 +108,10 @@ TEST(PublicTriangular, FinishesWhatOtherThreadsHaveBegun) {
           continue;
         }
         const double bound = 100 * std::numeric_limits<tnk::real_of<T>>::epsilon(); // all values are near 1
-        double error = 0;
+        tnk::reference::wide error = 0;
         for (std::size_t i = 0; i < x.size(); ++i)
-          if (static_cast<tnk_int>(i) % call.ldb < call.m) error = std::max(error, distance(x[i], right[i]));
+          if (static_cast<tnk_int>(i) % call.ldb < call.m)
+            error = std::max(error, tnk::reference::magnitude(x[i] - right[i]));
         EXPECT_LE(error, bound) << name << ' ' << call.name();
       }
     }
