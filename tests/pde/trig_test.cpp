@@ -23,8 +23,7 @@ public:
     ipar.data()[TNK_PDETT_ERRORS] = ipar.data()[TNK_PDETT_WARNINGS] = 0;
     Random random(static_cast<unsigned>(n));
     for (std::size_t i = 0; i < f.size(); ++i) f.put(i, random.real<T>());
-    if (kind == 0) f.put(0, 0);
-    if (kind == 3) f.put(0, 0);
+    if (kind == 0 || kind == 3) f.put(0, 0);
     if (kind == 0 || kind == 2) f.put(f.size() - 1, 0);
   }
   ~Transform() {

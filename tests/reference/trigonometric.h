@@ -41,20 +41,12 @@ private:
   long double cosine(tnk_int j) const { return cosines_[static_cast<std::size_t>(j % (8 * n_))]; }
   long double sine(tnk_int j) const { return cosine(j + 6 * n_); }
   long double term(tnk_int k, tnk_int i) const {
-    switch (kind_) {
-    case 0:
-      return sine(4 * i * k);
-    case 1:
-      return cosine(4 * i * k);
-    case 2:
-      return cosine(2 * (2 * k + 1) * i);
-    case 3:
-      return sine(2 * (2 * k - 1) * i);
-    case 4:
-      return cosine((2 * k + 1) * (2 * i + 1));
-    default:
-      return sine((2 * k + 1) * (2 * i + 1));
-    }
+    return kind_ == 0   ? sine(4 * i * k)
+           : kind_ == 1 ? cosine(4 * i * k)
+           : kind_ == 2 ? cosine(2 * (2 * k + 1) * i)
+           : kind_ == 3 ? sine(2 * (2 * k - 1) * i)
+           : kind_ == 4 ? cosine((2 * k + 1) * (2 * i + 1))
+                        : sine((2 * k + 1) * (2 * i + 1));
   }
 
   tnk_int kind_, n_;
