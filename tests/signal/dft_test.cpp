@@ -76,8 +76,8 @@ void expect_case(const Record &record, const Way &way, const Case &data,
   const std::size_t n = data.x.size();
   expect_transform(record, way, way.inverse ? reordered(data.x, factors, true) : data.x,
                    bound(record.form.single, n), [&](const Numbers &got) {
-                     return error_of(way.inverse ? got : reordered(got, factors, false), data.right,
-                                     factor_of(way.flag, way.inverse, n), data.places);
+                     return error_of(way.inverse ? got : reordered(got, factors, false), data,
+                                     factor_of(way.flag, way.inverse, n));
                    });
 }
 

@@ -59,10 +59,9 @@ void expect_order(const Kind &kind, int order, bool everything) {
       for (const bool in_place : {false, true})
         for (const std::size_t shift : {std::size_t{0}, 2 * kind.value_size(), page_end}) {
           if (!everything && shift == 0) continue;
-          expect_transform(record, {flag, inverse, in_place, shift, ++turn % 4 == 0}, data.x,
-                           bound(kind.single, order), [&](const Numbers &got) {
-                             return error_of(got, data.right, factor_of(flag, inverse, n), data.places);
-                           });
+          expect_transform(
+              record, {flag, inverse, in_place, shift, ++turn % 4 == 0}, data.x, bound(kind.single, order),
+              [&](const Numbers &got) { return error_of(got, data, factor_of(flag, inverse, n)); });
           if (testing::Test::HasFatalFailure()) return;
         }
     }

@@ -114,10 +114,11 @@ inline Numbers random_numbers(std::size_t n, bool real, bool spectrum) {
   return x;
 }
 
-// Numbers and their transform: all of it, or at some places as far as the sums take no longer.
+// Numbers and their transform: all of it, or at some places as far as the sums take no longer. Then the roots too.
 struct Case {
   Numbers x, right;
   std::vector<std::size_t> places;
+  Numbers roots = {};
 };
 // The same for all forms that can share it.
 inline const Case &known_case(std::size_t n, bool real, bool inverse) {
@@ -133,6 +134,7 @@ inline const Case &known_case(std::size_t n, bool real, bool inverse) {
     for (std::size_t j = 0, turn = 0; j < n; ++j, turn = (turn + k) % n) sum += made.x[j] * w[turn];
     made.places.push_back(k), made.right.push_back(sum);
   }
+  if (!all) made.roots = w;
   return made;
 }
 
@@ -150,6 +152,19 @@ inline long double error_of(const Numbers &got, const Numbers &right, long doubl
     size += std::norm(factor * right[i]);
   }
   return size > 0 ? std::sqrt(error / size) : error;
+}
+
+// That of a transform. Where few places are known, the whole must also give the second number back: errors add up at random
+// there, so a quarter of what is missing is no more than theirs.
+inline long double error_of(const Numbers &got, const Case &data, long double factor) {
+  const long double at_places = error_of(got, data.right, factor, data.places);
+  if (data.roots.empty()) return at_places;
+  Wide back = 0;
+  long double size = 0;
+  for (std::size_t k = 0; k < got.size(); ++k)
+    back += got[k] * std::conj(data.roots[k]), size += std::norm(got[k]);
+  const long double missing = std::abs(back - factor * static_cast<long double>(got.size()) * data.x[1]);
+  return std::max(at_places, missing / (4 * std::sqrt(size)));
 }
 
 // Numbers as they stand in memory, within so many roundings.
