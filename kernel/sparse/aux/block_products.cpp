@@ -184,23 +184,13 @@ void add_rows(T alpha, I size, I &first, const T *block, const T *b, T *c) {
     sums.store(c + first);
   }
 }
+// Of these sizes, if it is one of them.
+template <class Side, class T, class I, int... Sizes>
+bool blocks_of_size_times_vector(const Product<Side, T, I> &job, std::integer_sequence<int, Sizes...>) {
+  return ((job.a.size == Sizes && (blocks_times_vector<Sizes>(job), true)) || ...);
+}
 template <class Side, class T, class I> void times_vector(const Product<Side, T, I> &job) {
-  switch (job.a.size) {
-  case 2:
-    return blocks_times_vector<2>(job);
-  case 3:
-    return blocks_times_vector<3>(job);
-  case 4:
-    return blocks_times_vector<4>(job);
-  case 5:
-    return blocks_times_vector<5>(job);
-  case 6:
-    return blocks_times_vector<6>(job);
-  case 7:
-    return blocks_times_vector<7>(job);
-  case 8:
-    return blocks_times_vector<8>(job);
-  }
+  if (blocks_of_size_times_vector(job, std::integer_sequence<int, 2, 3, 4, 5, 6, 7, 8>())) return;
   for_each_block(job, [&](I i, I j, const T *block) {
     I first = 0;
     add_rows<8>(job.alpha, job.a.size, first, block, job.b_of(j), job.c_of(i));

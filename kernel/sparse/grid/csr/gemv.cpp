@@ -10,15 +10,12 @@ static void csr_gemv(I first, I last, const CompressedRows<double, I> &matrix, c
   if (last < first) return;
   const I base = get(matrix.row_start);
   const double *const columns = counted_from<const double, I>(x, 1);
-  I i = first - 1;
-  const auto next = [&] { return row_at(matrix, base, i, i); };
-  if (const I *const end = end_of_jumps(matrix, base, i, last))
-    for (auto row = next(); has_entries_ahead(row, end); ++i, row = next())
-      put(y + i, row_sum_of_jumps<double>(row.values, row.columns, row.count, columns));
-  for (; i < last; ++i) {
-    const auto row = next();
-    put(y + i, row_sum<double>(row.values, row.columns, row.count, columns));
-  }
+  each_row(
+      matrix, base, first - 1, last, I{1}, [&](I i) TNK_INLINED { return row_at(matrix, base, i, i); },
+      [&](const auto &row, I i, auto jumps) TNK_INLINED {
+        put(y + i, jumps() ? row_sum_of_jumps<double>(row.values, row.columns, row.count, columns)
+                           : row_sum<double>(row.values, row.columns, row.count, columns));
+      });
 }
 
 #define TNK_CSR_GEMV_ENTRY(p, I)                                                                             \

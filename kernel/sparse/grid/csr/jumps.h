@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 #include "kernel/sparse/grid/csr/matrix.h"
 #include "kernel/sparse/grid/csr/row.h"
@@ -13,8 +14,7 @@ namespace tnk::sparse {
 // of the next row it is far, and what is read or added to, an element for each side, is longer than the second cache. Looked
 // up in a few rows of many. Only where one array of pointers tells that rows follow each other.
 template <class T, class I>
-inline const I *end_of_jumps(const CompressedRows<T, I> &matrix, I pointer_base, I first, I last,
-                             I sides = 1) {
+inline const I *end_of_jumps(const CompressedRows<T, I> &matrix, I pointer_base, I first, I last, I sides) {
   constexpr I pairs = 16, entries = 8;
   constexpr double least_work = 1024, long_vector = (1 << 20) / sizeof(T);
   constexpr std::int64_t far = 4096 / sizeof(T);
@@ -42,6 +42,17 @@ inline const I *end_of_jumps(const CompressedRows<T, I> &matrix, I pointer_base,
 // Whether the entries are there that are looked at with a row's. With the last row's they never are.
 template <class T, class I> inline bool has_entries_ahead(const Row<T, I> &row, const I *end) {
   return end - row.columns >= std::ptrdiff_t{row.count} + elements_ahead + least_in_rounds<T>;
+}
+
+// body(row, i, jumps) of rows first ... last - 1, each as row_of(i) has it, where so many sides are met in one go; jumps is
+// true_type as long as columns jump about and may be looked at ahead, then false_type.
+template <class T, class I, class RowOf, class Body>
+TNK_INLINE void each_row(const CompressedRows<T, I> &matrix, I pointer_base, I first, I last, I sides,
+                         RowOf row_of, Body body) {
+  I i = first;
+  if (const I *const end = end_of_jumps(matrix, pointer_base, first, last, sides))
+    for (auto row = row_of(i); has_entries_ahead(row, end); row = row_of(++i)) body(row, i, std::true_type());
+  for (; i < last; ++i) body(row_of(i), i, std::false_type());
 }
 
 // The sum of such a row. A loop of the fewest instructions an entry, and one branch for all, keeps the most elements on

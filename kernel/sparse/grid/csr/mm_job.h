@@ -38,16 +38,12 @@ template <class Layout, class T, class I> inline Row<T, I> row_of(const MmJob<T,
   return row_at(job.matrix, job.pointer_base, i, i + Layout::base);
 }
 
-// body(row, i, jumps) of rows begin ... end - 1, where so many right-hand sides are met in one go; jumps is true_type where
-// columns jump about, else false_type.
+// body(row, i, jumps) of rows begin ... end - 1.
 template <class Layout, class T, class I, class Body>
 TNK_INLINE void each_row(const MmJob<T, I> &job, I begin, I end, I sides, Body body) {
-  I i = begin;
-  if (const I *const columns_end = end_of_jumps(job.matrix, job.pointer_base, begin, end, sides))
-    for (auto row = row_of<Layout>(job, i); has_entries_ahead(row, columns_end);
-         row = row_of<Layout>(job, ++i))
-      body(row, i, std::true_type());
-  for (; i < end; ++i) body(row_of<Layout>(job, i), i, std::false_type());
+  each_row(
+      job.matrix, job.pointer_base, begin, end, sides,
+      [&](I i) TNK_INLINED { return row_of<Layout>(job, i); }, body);
 }
 
 } // namespace tnk::sparse

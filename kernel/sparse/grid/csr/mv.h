@@ -155,9 +155,7 @@ template <class Name, class T, class I> inline void diagonal_row(const RowJob<T,
 
 template <class Name, bool Jumps, class T, class I>
 inline void multiply_row(const RowJob<T, I> &job, const Row<T, I> &row) {
-  if constexpr (Name::kind == 'd')
-    diagonal_row<Name>(job, row);
-  else if constexpr (Name::kind == 'g' && Name::transposed)
+  if constexpr (Name::kind == 'g' && Name::transposed)
     general_transposed_row<Name, Jumps>(job, row);
   else if constexpr (Name::kind == 'g')
     general_row<Name, Jumps>(job, row);
@@ -174,12 +172,14 @@ inline void multiply_row(const RowJob<T, I> &job, const Row<T, I> &row) {
 // One body for both bases: not inlined into the entries.
 template <class Name, class T, class I> [[gnu::noinline]] void multiply_rows(const RowJob<T, I> &given) {
   const RowJob<T, I> job = given; // a copy of its own, which no store to y can change
-  I i = job.first;
-  if constexpr (Name::kind != 'd')
-    if (const I *const end = end_of_jumps(job.matrix, job.pointer_base, i, job.last))
-      for (auto row = row_of(job, i); has_entries_ahead(row, end); row = row_of(job, ++i))
-        multiply_row<Name, true>(job, row);
-  for (; i < job.last; ++i) multiply_row<Name, false>(job, row_of(job, i));
+  if constexpr (Name::kind == 'd') {
+    for (I i = job.first; i < job.last; ++i) diagonal_row<Name>(job, row_of(job, i));
+  } else {
+    each_row(
+        job.matrix, job.pointer_base, job.first, job.last, I{1},
+        [&](I i) TNK_INLINED { return row_of(job, i); },
+        [&](const auto &row, I, auto jumps) TNK_INLINED { multiply_row<Name, jumps()>(job, row); });
+  }
 }
 
 // Rows first ... last, from one. The kernels that mirror an upper triangle are given x and y from element `first` on:
